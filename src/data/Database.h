@@ -1,0 +1,112 @@
+// Data layer: the connection to the database file (one SQLite file). Owns opening, table
+// creation from the field arrays, prepared statements with bound values and transactions. It
+// knows nothing of lists or master data; Dataset gives the record-by-record view on a table.
+#pragma once
+
+#include "data/FieldDescriptor.h"
+
+#include <QHash>
+#include <QString>
+
+#include <cstdint>
+#include <memory>
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+namespace brovant {
+
+class Database {
+public:
+    // Full: every commit reaches the disk before it returns (the device's own files). Relaxed
+    // skips the flushes; only for throw-away data such as fuzzing.
+    enum class Durability { Full, Relaxed };
+
+    explicit Database(QString hostFile, Durability durability = Durability::Full);
+    ~Database();
+    Database(const Database&) = delete;
+    Database& operator=(const Database&) = delete;
+
+    // Opens the file, creating it when missing, and creates every table that is not there yet.
+    bool open();
+    // Finalises every statement and closes the file; no journal is left beside it.
+    void close();
+    bool isOpen() const { return m_db != nullptr; }
+    const QString& file() const { return m_file; }
+    QString lastError() const { return m_lastError; }
+
+    // SQL without values: table creation, "DELETE FROM <table>". Values go through Query.
+    bool exec(const QString& sql);
+    bool deleteAll(const TableDescriptor& table);
+
+    // A prepared statement; values are bound by position (1-based), never pasted into the text.
+    // Statements are cached per SQL text while the connection is open.
+    class Query {
+    public:
+        Query(Query&& other) noexcept;
+        Query& operator=(Query&&) = delete;
+        ~Query();
+
+        bool valid() const { return m_stmt != nullptr; }
+        Query& bind(int index, const FieldValue& value);
+        Query& bind(int index, std::int64_t value) { return bind(index, FieldValue(value)); }
+        Query& bind(int index, const QString& value) { return bind(index, FieldValue(value)); }
+
+        // True while a row is available; false at the end or on error (see Database::lastError).
+        bool next();
+        // Runs a statement that returns no rows.
+        bool run();
+        int columnCount() const;
+        FieldValue value(int column) const;
+        std::int64_t integer(int column) const;
+        QString text(int column) const;
+
+    private:
+        friend class Database;
+        Query(Database* db, sqlite3_stmt* stmt, bool cached);
+        Database* m_db;
+        sqlite3_stmt* m_stmt;
+        bool m_cached;
+        bool m_failed = false;
+    };
+    Query query(const QString& sql);
+
+    std::int64_t lastInsertRowId() const;
+    int changes() const;
+
+    // Rolls back unless committed. Transactions nest (savepoints).
+    class Transaction {
+    public:
+        explicit Transaction(Database& db);
+        ~Transaction();
+        Transaction(const Transaction&) = delete;
+        Transaction& operator=(const Transaction&) = delete;
+        bool active() const { return m_active; }
+        bool commit();
+
+    private:
+        Database& m_db;
+        QString m_name;
+        bool m_active = false;
+    };
+
+    static QString createTableSql(const TableDescriptor& table);
+
+private:
+    void setError(const QString& context);
+    void release(sqlite3_stmt* stmt, bool cached);
+
+    struct CachedStatement {
+        sqlite3_stmt* stmt = nullptr;
+        bool inUse = false;
+    };
+
+    QString m_file;
+    Durability m_durability;
+    sqlite3* m_db = nullptr;
+    QHash<QString, CachedStatement> m_statements;
+    QString m_lastError;
+    int m_savepoints = 0;
+};
+
+} // namespace brovant

@@ -1,0 +1,153 @@
+#include "masterdata/MasterTables.h"
+
+#include "data/Database.h"
+#include "data/Dataset.h"
+#include "data/Schema.h"
+#include "platform/KeepAwake.h"
+#include "platform/MessageDialogs.h"
+
+#include <optional>
+
+namespace brovant {
+
+int MasterTables::speciesIndex(const QString& code) const
+{
+    const QString key = code.left(3);
+    for (int i = 0; i < kSpecies; ++i) {
+        if (species[size_t(i)] == key)
+            return i;
+    }
+    return -1;
+}
+
+namespace {
+
+template <size_t N>
+void appendList(QString& out, const char* title, const std::array<QString, N>& values)
+{
+    out += QStringLiteral("%1:\n").arg(QLatin1StringView(title));
+    for (size_t i = 0; i < N; ++i)
+        out += QStringLiteral("  %1 \"%2\"\n").arg(i + 1, 2, 10, QChar(u'0')).arg(values[i]);
+}
+
+} // namespace
+
+QString MasterTables::describe() const
+{
+    QString out;
+    out += QStringLiteral("Transfer: Port %1, DueMode %2\n").arg(duePort).arg(dueMode);
+    out += QStringLiteral("Printer: Type %1, Port %2, Baudrate %3, Path \"%4\", Frage %5\n")
+               .arg(printerType)
+               .arg(printerPort)
+               .arg(printerBaudrate)
+               .arg(printerPath)
+               .arg(activeAskBeforePrinting);
+    out += QStringLiteral("Printer page lengths:");
+    for (int length : pageLength)
+        out += QStringLiteral(" %1").arg(length);
+    out += QStringLiteral("\nPrinter ask flags:");
+    for (int ask : askBeforePrinting)
+        out += QStringLiteral(" %1").arg(ask);
+    out += QStringLiteral("\nFieldSoftware: %1, PrinterType %2, ComPort %3, Seitenlaenge %4, Frage %5\n")
+               .arg(fieldSoftware)
+               .arg(fieldSoftwarePrinterType)
+               .arg(fieldSoftwareComPort)
+               .arg(fieldSoftwarePageLength)
+               .arg(fieldSoftwareAsk);
+    out += QStringLiteral("Kluppe: Aktiv %1, Port %2\n").arg(caliperActive).arg(caliperPort);
+    appendList(out, "Holzart", species);
+    appendList(out, "HA_HAUPT", mainSpecies);
+    appendList(out, "NA_Lang", naLong);
+    appendList(out, "NA_Kurz", naShort);
+    appendList(out, "KAL_Lang", kalLong);
+    appendList(out, "KAL_Kurz", kalShort);
+    out += QStringLiteral("Sorten:");
+    for (const QString& s : sorten)
+        out += QStringLiteral(" \"%1\"").arg(s);
+    out += QStringLiteral("\nTarife (%1):").arg(tariffs.size());
+    for (const QString& t : tariffs)
+        out += QStringLiteral(" \"%1\"").arg(t);
+    out += u'\n';
+    return out;
+}
+
+MasterTables loadSettings(const SettingsStore& store, Database& db, MessageDialogs* dialogs,
+                          KeepAwake* keepAwake)
+{
+    std::optional<KeepAwake::Scope> awake;
+    if (keepAwake)
+        awake.emplace(*keepAwake);
+    if (dialogs)
+        dialogs->info(MessageDialogs::Show, QStringLiteral("Konfiguration wird initialisiert..."));
+
+    MasterTables t;
+    t.duePort = store.readInt(Setting::DuePort);
+    t.dueMode = store.readInt(Setting::DueMode);
+
+    // The master rows in ID order give the tariff table.
+    Dataset rows(db, schema::Einstellungen);
+    rows.reset(Filter::ordered(QStringLiteral("ID")));
+    if (dialogs)
+        dialogs->progress(10);
+    QString previousTariff;
+    bool haveVolumeRow = false;
+    for (rows.moveFirst(); !rows.eof(); rows.moveNext()) {
+        if (rows.loadInt(u"ID_TYPE") != schema::TariffVolumeRow)
+            continue;
+        const QString tariff = rows.loadFormatted(u"TARIF");
+        if ((!haveVolumeRow || tariff != previousTariff) && t.tariffs.size() < MasterTables::kMaxTariffs)
+            t.tariffs << tariff;
+        previousTariff = tariff;
+        haveVolumeRow = true;
+    }
+
+    t.printerType = store.readInt(Setting::PrinterType);
+    t.printerPort = static_cast<quint8>(store.readInt(Setting::PrinterPort));
+    for (int type = 0; type < SettingsStore::kPrinterTypes; ++type) {
+        t.pageLength[size_t(type)] =
+            store.readInt(Setting::PrinterSeitenlaenge, type, t.pageLength[size_t(type)]);
+        t.askBeforePrinting[size_t(type)] =
+            store.readInt(Setting::PrinterFrage, type, t.askBeforePrinting[size_t(type)]);
+    }
+    if (t.printerType >= 0 && t.printerType < SettingsStore::kPrinterTypes)
+        t.activeAskBeforePrinting = t.askBeforePrinting[size_t(t.printerType)];
+    else
+        t.activeAskBeforePrinting = store.readInt(Setting::PrinterFrage, t.printerType, 0);
+    t.printerBaudrate = store.readInt(Setting::PrinterBaudrate);
+    t.printerPath = store.readText(Setting::PrinterPath);
+    t.caliperActive = store.readInt(Setting::KluppeAktiv);
+    t.caliperPort = store.readInt(Setting::KluppePort);
+    if (dialogs)
+        dialogs->progress(20);
+
+    t.fieldSoftware = store.readInt(Setting::FieldSoftware, 0, t.fieldSoftware);
+    t.fieldSoftwarePrinterType =
+        store.readInt(Setting::FieldSoftwarePrinterType, 0, t.fieldSoftwarePrinterType);
+    t.fieldSoftwareComPort = store.readInt(Setting::FieldSoftwareComPort, 0, t.fieldSoftwareComPort);
+    t.fieldSoftwarePageLength =
+        store.readInt(Setting::FieldSoftwareSeitenlaenge, 0, t.fieldSoftwarePageLength);
+    t.fieldSoftwareAsk = store.readInt(Setting::FieldSoftwareFrage, 0, t.fieldSoftwareAsk);
+
+    for (int i = 1; i <= MasterTables::kSpecies; ++i) {
+        t.species[size_t(i - 1)] = store.readText(Setting::Holzart, i, QString());
+        if (i <= MasterTables::kMainSpecies)
+            t.mainSpecies[size_t(i - 1)] =
+                store.readText(Setting::HauptHolzart, i, t.species[size_t(i - 1)]);
+    }
+    for (int i = 1; i <= MasterTables::kCodes; ++i) {
+        t.naLong[size_t(i - 1)] = store.readText(Setting::NaLang, i, QString());
+        t.naShort[size_t(i - 1)] = store.readText(Setting::NaKurz, i, QString());
+    }
+    for (int i = 1; i <= MasterTables::kCodes; ++i) {
+        t.kalLong[size_t(i - 1)] = store.readText(Setting::KalLang, i, QString());
+        t.kalShort[size_t(i - 1)] = store.readText(Setting::KalKurz, i, QString());
+    }
+    for (int i = MasterTables::kSorten - 1; i >= 0; --i)
+        t.sorten[size_t(i)] = store.readText(Setting::Sorte, i, QString());
+
+    if (dialogs)
+        dialogs->info(MessageDialogs::Hide, QString());
+    return t;
+}
+
+} // namespace brovant

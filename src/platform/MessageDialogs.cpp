@@ -1,0 +1,79 @@
+#include "platform/MessageDialogs.h"
+
+namespace brovant {
+
+int ScriptedDialogs::nextAnswer(int fallback)
+{
+    if (m_answers.empty()) {
+        ++m_unanswered;
+        return fallback;
+    }
+    const int answer = m_answers.front();
+    m_answers.pop_front();
+    return answer;
+}
+
+void ScriptedDialogs::notice(const QString& line1, const QString& line2, const QString& line3,
+                             const QString& caption, bool sound)
+{
+    m_messages.push_back({Kind::Notice, {line1, line2, line3}, {caption}, 1, sound, 0, 0});
+}
+
+int ScriptedDialogs::yesNo(const QString& line1, const QString& line2, const QString& line3,
+                           const QString& yesCaption, const QString& noCaption)
+{
+    const int answer = nextAnswer(m_fallbackYesNo);
+    m_messages.push_back(
+        {Kind::YesNo, {line1, line2, line3}, {yesCaption, noCaption}, answer, true, 0, 0});
+    return answer;
+}
+
+int ScriptedDialogs::question(const QString& line1, const QString& line2, const QString& line3,
+                              const QString& caption1, const QString& caption2,
+                              const QString& caption3)
+{
+    const int answer = nextAnswer(m_fallbackQuestion);
+    m_messages.push_back({Kind::Question, {line1, line2, line3}, {caption1, caption2, caption3},
+                          answer, true, 0, 0});
+    return answer;
+}
+
+void ScriptedDialogs::info(int showCommand, const QString& line1, const QString& line2,
+                           const QString& line3)
+{
+    m_messages.push_back({Kind::Info, {line1, line2, line3}, {}, 0, false, 0, showCommand});
+}
+
+void ScriptedDialogs::progress(double percent)
+{
+    m_messages.push_back({Kind::Progress, {}, {}, 0, false, percent, 0});
+}
+
+QStringList ScriptedDialogs::asked() const
+{
+    QStringList out;
+    for (const Message& m : m_messages) {
+        if (m.kind == Kind::Notice || m.kind == Kind::YesNo || m.kind == Kind::Question)
+            out << m.lines.join(u'|');
+    }
+    return out;
+}
+
+std::vector<double> ScriptedDialogs::progressValues() const
+{
+    std::vector<double> out;
+    for (const Message& m : m_messages) {
+        if (m.kind == Kind::Progress)
+            out.push_back(m.percent);
+    }
+    return out;
+}
+
+void ScriptedDialogs::clear()
+{
+    m_messages.clear();
+    m_answers.clear();
+    m_unanswered = 0;
+}
+
+} // namespace brovant

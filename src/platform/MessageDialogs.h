@@ -1,0 +1,91 @@
+// Platform layer: the one way every part of the program asks or tells the user something.
+// Messages are three short lines. The screens show them as modal dialogs; tests and the admin
+// tool put their own implementation behind this interface.
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <deque>
+#include <vector>
+
+namespace brovant {
+
+class MessageDialogs {
+public:
+    // The platform's answer codes; callers test for Yes only.
+    static constexpr int Yes = 6;
+    static constexpr int No = 7;
+    // A three-button question closed without one of its buttons.
+    static constexpr int NoChoice = 4;
+    // Show commands of the information window.
+    static constexpr int Show = 5;
+    static constexpr int Hide = 0;
+
+    virtual ~MessageDialogs() = default;
+
+    // "Achtung!" with one button; `sound` plays the exclamation before showing.
+    virtual void notice(const QString& line1, const QString& line2 = {}, const QString& line3 = {},
+                        const QString& caption = QStringLiteral("OK"), bool sound = true) = 0;
+    // "Frage" with two buttons; returns Yes (left button) or No.
+    virtual int yesNo(const QString& line1, const QString& line2 = {}, const QString& line3 = {},
+                      const QString& yesCaption = QStringLiteral("JA"),
+                      const QString& noCaption = QStringLiteral("NEIN")) = 0;
+    // "Frage" with three buttons; returns 1, 2, 3, or NoChoice.
+    virtual int question(const QString& line1, const QString& line2, const QString& line3,
+                         const QString& caption1, const QString& caption2,
+                         const QString& caption3) = 0;
+    // The non-modal "Info" window with its progress bar.
+    virtual void info(int showCommand, const QString& line1, const QString& line2 = {},
+                      const QString& line3 = {}) = 0;
+    virtual void progress(double percent) = 0;
+};
+
+// Records every message and answers questions from a script set up before the action; used by
+// tests, the demo tour and anything that must run without a person.
+class ScriptedDialogs : public MessageDialogs {
+public:
+    enum class Kind { Notice, YesNo, Question, Info, Progress };
+    struct Message {
+        Kind kind;
+        QStringList lines;    // always three
+        QStringList captions; // button captions as shown
+        int answer = 0;       // what was returned (questions)
+        bool sound = false;
+        double percent = 0;   // Progress
+        int showCommand = 0;  // Info
+    };
+
+    void answerNext(int answer) { m_answers.push_back(answer); }
+    // Answer for questions when the script has run out (No, or NoChoice for three buttons).
+    void setFallback(int yesNo, int question) { m_fallbackYesNo = yesNo, m_fallbackQuestion = question; }
+
+    void notice(const QString& line1, const QString& line2, const QString& line3,
+                const QString& caption, bool sound) override;
+    int yesNo(const QString& line1, const QString& line2, const QString& line3,
+              const QString& yesCaption, const QString& noCaption) override;
+    int question(const QString& line1, const QString& line2, const QString& line3,
+                 const QString& caption1, const QString& caption2,
+                 const QString& caption3) override;
+    void info(int showCommand, const QString& line1, const QString& line2,
+              const QString& line3) override;
+    void progress(double percent) override;
+
+    const std::vector<Message>& messages() const { return m_messages; }
+    // Messages other than Info and Progress, as "line1|line2|line3".
+    QStringList asked() const;
+    std::vector<double> progressValues() const;
+    int unansweredQuestions() const { return m_unanswered; }
+    size_t pendingAnswers() const { return m_answers.size(); }
+    void clear();
+
+private:
+    int nextAnswer(int fallback);
+    std::vector<Message> m_messages;
+    std::deque<int> m_answers;
+    int m_fallbackYesNo = No;
+    int m_fallbackQuestion = NoChoice;
+    int m_unanswered = 0;
+};
+
+} // namespace brovant

@@ -1,0 +1,33 @@
+// Admin tool: messages go to standard error; questions are answered "no", since nobody is there
+// to ask. Progress is shown only on a terminal.
+#pragma once
+
+#include "platform/MessageDialogs.h"
+
+#include <QTextStream>
+
+namespace brovant {
+
+class ConsoleDialogs final : public MessageDialogs {
+public:
+    explicit ConsoleDialogs(QTextStream& err, bool showProgress) : m_err(err), m_showProgress(showProgress) {}
+
+    void notice(const QString& line1, const QString& line2, const QString& line3,
+                const QString& caption, bool sound) override;
+    int yesNo(const QString& line1, const QString& line2, const QString& line3,
+              const QString& yesCaption, const QString& noCaption) override;
+    int question(const QString& line1, const QString& line2, const QString& line3,
+                 const QString& caption1, const QString& caption2,
+                 const QString& caption3) override;
+    void info(int showCommand, const QString& line1, const QString& line2,
+              const QString& line3) override;
+    void progress(double percent) override;
+
+private:
+    void print(const QString& line1, const QString& line2, const QString& line3);
+    QTextStream& m_err;
+    bool m_showProgress;
+    bool m_progressShown = false;
+};
+
+} // namespace brovant
