@@ -313,7 +313,8 @@ TEST_P(RegistryCorruptHive, IsSetAsideAndStartsEmpty)
     TempRoot root;
     root.writeFile(kUserFile, c.bytes);
     root.writeFile(kUserFile + ".corrupt", "an older damaged file");
-    root.writeFile(kMachineFile, kHeader + "\n[HKEY_LOCAL_MACHINE\\Comm]\n\"Baud\"=dword:00002580\n");
+    root.writeFile(kMachineFile,
+                   kHeader + "\n[HKEY_LOCAL_MACHINE\\Comm]\n\"Baud\"=dword:00002580\n");
     {
         Registry reg(root.path());
         EXPECT_EQ(reg.setAside(), QStringList{root.host(kUserFile)});
@@ -369,21 +370,22 @@ TEST(Registry, AcceptsHarmlessVariants)
         QString expected;
     };
     const Case cases[] = {
-        {"utf8 bom", "\xEF\xBB\xBF" + kHeader + "\n[HKEY_CURRENT_USER\\A]\n\"v\"=\"x\"\n", "A", "v",
-         "x"},
+        {"utf8 bom", "\xEF\xBB\xBF" + kHeader + "\n[HKEY_CURRENT_USER\\A]\n\"v\"=\"x\"\n",
+         "A", "v", "x"},
         {"crlf line ends",
-         "Windows Registry Editor Version 5.00\r\n\r\n[HKEY_CURRENT_USER\\A]\r\n\"v\"=\"x\"\r\n", "A",
-         "v", "x"},
+         "Windows Registry Editor Version 5.00\r\n\r\n[HKEY_CURRENT_USER\\A]\r\n\"v\"=\"x\"\r\n",
+         "A", "v", "x"},
         {"comments and blank lines",
-         kHeader + "; made by hand\n\n\n[HKEY_CURRENT_USER\\A]\n  ; note\n\"v\"=\"x\"\n\n", "A", "v",
-         "x"},
-        {"hex continuation", kHeader + "[HKEY_CURRENT_USER\\A]\n\"v\"=hex(1):41,00,\\\n  42,00,00,00\n",
-         "A", "v", "AB"},
+         kHeader + "; made by hand\n\n\n[HKEY_CURRENT_USER\\A]\n  ; note\n\"v\"=\"x\"\n\n",
+         "A", "v", "x"},
+        {"hex continuation",
+         kHeader + "[HKEY_CURRENT_USER\\A]\n\"v\"=hex(1):41,00,\\\n  42,00,00,00\n", "A", "v",
+         "AB"},
         {"trailing blanks", kHeader + "[HKEY_CURRENT_USER\\A] \n\"v\"=\"x \"\t \n", "A", "v", "x "},
         {"hive root value", kHeader + "[HKEY_CURRENT_USER]\n@=\"root\"\n", "", "", "root"},
         {"duplicate section merges",
-         kHeader + "[HKEY_CURRENT_USER\\A]\n\"v\"=\"x\"\n[hkey_current_user\\a]\n\"w\"=\"y\"\n", "A",
-         "v", "x"},
+         kHeader + "[HKEY_CURRENT_USER\\A]\n\"v\"=\"x\"\n[hkey_current_user\\a]\n\"w\"=\"y\"\n",
+         "A", "v", "x"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.label);
