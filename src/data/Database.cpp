@@ -8,15 +8,20 @@
 namespace brovant {
 
 Database::Database(QString hostFile, Durability durability)
-    : m_file(std::move(hostFile)), m_durability(durability)
+    : m_file(std::move(hostFile))
+    , m_durability(durability)
 {
 }
 
-Database::~Database() { close(); }
+Database::~Database()
+{
+    close();
+}
 
 QString Database::createTableSql(const TableDescriptor& table)
 {
-    QString sql = QStringLiteral("CREATE TABLE IF NOT EXISTS %1 (").arg(QLatin1StringView(table.name));
+    QString sql =
+        QStringLiteral("CREATE TABLE IF NOT EXISTS %1 (").arg(QLatin1StringView(table.name));
     bool first = true;
     for (const FieldDescriptor& f : table.fields) {
         if (!first)
@@ -44,7 +49,8 @@ bool Database::open()
     }
     sqlite3_busy_timeout(m_db, 2000);
     // A rollback journal that is deleted after every commit leaves the database as one file.
-    const bool ok = exec(QStringLiteral("PRAGMA journal_mode=DELETE"))
+    const bool ok =
+        exec(QStringLiteral("PRAGMA journal_mode=DELETE"))
         && exec(m_durability == Durability::Full ? QStringLiteral("PRAGMA synchronous=FULL")
                                                  : QStringLiteral("PRAGMA synchronous=OFF"));
     if (!ok) {
@@ -61,7 +67,8 @@ bool Database::open()
         }
     }
     // Lookups by list and by master-row kind; not part of the descriptors, only for speed.
-    exec(QStringLiteral("CREATE INDEX IF NOT EXISTS Brov_Holzdaten_ID_FILE ON Brov_Holzdaten(ID_FILE)"));
+    exec(QStringLiteral(
+        "CREATE INDEX IF NOT EXISTS Brov_Holzdaten_ID_FILE ON Brov_Holzdaten(ID_FILE)"));
     exec(QStringLiteral("CREATE INDEX IF NOT EXISTS Brov_Region_ID_FILE ON Brov_Region(ID_FILE)"));
     if (!create.commit()) {
         close();
@@ -77,6 +84,10 @@ void Database::close()
     for (auto it = m_statements.begin(); it != m_statements.end(); ++it)
         sqlite3_finalize(it->stmt);
     m_statements.clear();
+    for (sqlite3_stmt* stmt : std::as_const(m_privateStatements))
+        sqlite3_finalize(stmt);
+    m_privateStatements.clear();
+    ++m_connection;
     m_savepoints = 0;
     sqlite3_close_v2(m_db);
     m_db = nullptr;
@@ -84,7 +95,8 @@ void Database::close()
 
 void Database::setError(const QString& context)
 {
-    m_lastError = context + QStringLiteral(": ")
+    m_lastError =
+        context + QStringLiteral(": ")
         + (m_db ? QString::fromUtf8(sqlite3_errmsg(m_db)) : QStringLiteral("no connection"));
 }
 
@@ -129,8 +141,10 @@ Database::Query Database::query(const QString& sql)
         return Query(this, nullptr, false);
     }
     // A statement already running (a nested use of the same text) gets a private copy.
-    if (it != m_statements.end())
+    if (it != m_statements.end()) {
+        m_privateStatements.insert(stmt);
         return Query(this, stmt, false);
+    }
     m_statements.insert(sql, CachedStatement{stmt, true});
     return Query(this, stmt, true);
 }
@@ -140,6 +154,7 @@ void Database::release(sqlite3_stmt* stmt, bool cached)
     if (!stmt)
         return;
     if (!cached) {
+        m_privateStatements.remove(stmt);
         sqlite3_finalize(stmt);
         return;
     }
@@ -158,28 +173,38 @@ std::int64_t Database::lastInsertRowId() const
     return m_db ? sqlite3_last_insert_rowid(m_db) : 0;
 }
 
-int Database::changes() const { return m_db ? sqlite3_changes(m_db) : 0; }
+int Database::changes() const
+{
+    return m_db ? sqlite3_changes(m_db) : 0;
+}
 
 Database::Query::Query(Database* db, sqlite3_stmt* stmt, bool cached)
-    : m_db(db), m_stmt(stmt), m_cached(cached)
+    : m_db(db)
+    , m_stmt(stmt)
+    , m_cached(cached)
+    , m_connection(db->m_connection)
 {
 }
 
 Database::Query::Query(Query&& other) noexcept
-    : m_db(other.m_db), m_stmt(other.m_stmt), m_cached(other.m_cached), m_failed(other.m_failed)
+    : m_db(other.m_db)
+    , m_stmt(other.m_stmt)
+    , m_cached(other.m_cached)
+    , m_connection(other.m_connection)
+    , m_failed(other.m_failed)
 {
     other.m_stmt = nullptr;
 }
 
 Database::Query::~Query()
 {
-    if (m_stmt && m_db->m_db)
+    if (live())
         m_db->release(m_stmt, m_cached);
 }
 
 Database::Query& Database::Query::bind(int index, const FieldValue& value)
 {
-    if (!m_stmt)
+    if (!live())
         return *this;
     int rc = SQLITE_OK;
     if (const auto* n = std::get_if<std::int64_t>(&value)) {
@@ -199,7 +224,7 @@ Database::Query& Database::Query::bind(int index, const FieldValue& value)
 
 bool Database::Query::next()
 {
-    if (!m_stmt || m_failed)
+    if (!live() || m_failed)
         return false;
     const int rc = sqlite3_step(m_stmt);
     if (rc == SQLITE_ROW)
@@ -213,7 +238,7 @@ bool Database::Query::next()
 
 bool Database::Query::run()
 {
-    if (!m_stmt || m_failed)
+    if (!live() || m_failed)
         return false;
     int rc = sqlite3_step(m_stmt);
     while (rc == SQLITE_ROW)
@@ -226,15 +251,19 @@ bool Database::Query::run()
     return true;
 }
 
-int Database::Query::columnCount() const { return m_stmt ? sqlite3_column_count(m_stmt) : 0; }
+int Database::Query::columnCount() const
+{
+    return live() ? sqlite3_column_count(m_stmt) : 0;
+}
 
 FieldValue Database::Query::value(int column) const
 {
-    switch (sqlite3_column_type(m_stmt, column)) {
+    sqlite3_stmt* stmt = live();
+    switch (sqlite3_column_type(stmt, column)) {
     case SQLITE_INTEGER:
-        return std::int64_t(sqlite3_column_int64(m_stmt, column));
+        return std::int64_t(sqlite3_column_int64(stmt, column));
     case SQLITE_FLOAT:
-        return std::int64_t(sqlite3_column_double(m_stmt, column));
+        return std::int64_t(sqlite3_column_double(stmt, column));
     case SQLITE_NULL:
         return std::monostate{};
     default:
@@ -244,16 +273,19 @@ FieldValue Database::Query::value(int column) const
 
 std::int64_t Database::Query::integer(int column) const
 {
-    return sqlite3_column_int64(m_stmt, column);
+    return sqlite3_column_int64(live(), column);
 }
 
 QString Database::Query::text(int column) const
 {
-    const auto* data = reinterpret_cast<const char*>(sqlite3_column_text(m_stmt, column));
-    return data ? QString::fromUtf8(data, sqlite3_column_bytes(m_stmt, column)) : QString();
+    sqlite3_stmt* stmt = live();
+    const auto* data = reinterpret_cast<const char*>(sqlite3_column_text(stmt, column));
+    return data ? QString::fromUtf8(data, sqlite3_column_bytes(stmt, column)) : QString();
 }
 
-Database::Transaction::Transaction(Database& db) : m_db(db)
+Database::Transaction::Transaction(Database& db)
+    : m_db(db)
+    , m_connection(db.m_connection)
 {
     m_name = QStringLiteral("sp%1").arg(++m_db.m_savepoints);
     m_active = m_db.exec(QStringLiteral("SAVEPOINT ") + m_name);
@@ -263,7 +295,8 @@ Database::Transaction::Transaction(Database& db) : m_db(db)
 
 Database::Transaction::~Transaction()
 {
-    if (!m_active)
+    // A closed connection has dropped the savepoint already.
+    if (!m_active || m_connection != m_db.m_connection)
         return;
     // Statements still stepping would keep the rollback from taking effect.
     for (auto it = m_db.m_statements.begin(); it != m_db.m_statements.end(); ++it) {
@@ -277,7 +310,7 @@ Database::Transaction::~Transaction()
 
 bool Database::Transaction::commit()
 {
-    if (!m_active)
+    if (!m_active || m_connection != m_db.m_connection)
         return false;
     if (!m_db.exec(QStringLiteral("RELEASE ") + m_name))
         return false;

@@ -6,6 +6,7 @@
 #include "data/FieldDescriptor.h"
 
 #include <QHash>
+#include <QSet>
 #include <QString>
 
 #include <cstdint>
@@ -47,7 +48,7 @@ public:
         Query& operator=(Query&&) = delete;
         ~Query();
 
-        bool valid() const { return m_stmt != nullptr; }
+        bool valid() const { return live() != nullptr; }
         Query& bind(int index, const FieldValue& value);
         Query& bind(int index, std::int64_t value) { return bind(index, FieldValue(value)); }
         Query& bind(int index, const QString& value) { return bind(index, FieldValue(value)); }
@@ -64,9 +65,15 @@ public:
     private:
         friend class Database;
         Query(Database* db, sqlite3_stmt* stmt, bool cached);
+        // The statement, or null once the connection it was prepared on has been closed.
+        sqlite3_stmt* live() const
+        {
+            return m_connection == m_db->m_connection ? m_stmt : nullptr;
+        }
         Database* m_db;
         sqlite3_stmt* m_stmt;
         bool m_cached;
+        std::uint64_t m_connection;
         bool m_failed = false;
     };
     Query query(const QString& sql);
@@ -87,6 +94,7 @@ public:
     private:
         Database& m_db;
         QString m_name;
+        std::uint64_t m_connection;
         bool m_active = false;
     };
 
@@ -105,6 +113,10 @@ private:
     Durability m_durability;
     sqlite3* m_db = nullptr;
     QHash<QString, CachedStatement> m_statements;
+    // Nested copies of a cached text; close() finalises them too, or the connection would live on.
+    QSet<sqlite3_stmt*> m_privateStatements;
+    // Counts closes, so queries and transactions of an earlier connection leave the new one alone.
+    std::uint64_t m_connection = 0;
     QString m_lastError;
     int m_savepoints = 0;
 };

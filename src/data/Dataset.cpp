@@ -3,7 +3,9 @@
 namespace brovant {
 
 Dataset::Dataset(Database& db, const TableDescriptor& table)
-    : m_db(db), m_table(table), m_values(table.fields.size())
+    : m_db(db)
+    , m_table(table)
+    , m_values(table.fields.size())
 {
     const QLatin1StringView name(table.name);
     m_selectSql = QStringLiteral("SELECT %1 FROM %2 WHERE rowid = ?").arg(columnList(), name);
@@ -12,7 +14,7 @@ Dataset::Dataset(Database& db, const TableDescriptor& table)
     for (size_t i = 0; i < table.fields.size(); ++i) {
         placeholders += i ? QStringLiteral(", ?") : QStringLiteral("?");
         assignments += (i ? QStringLiteral(", ") : QString())
-            + QLatin1StringView(table.fields[i].name) + QStringLiteral(" = ?");
+                       + QLatin1StringView(table.fields[i].name) + QStringLiteral(" = ?");
     }
     m_insertSql =
         QStringLiteral("INSERT INTO %1 (%2) VALUES (%3)").arg(name, columnList(), placeholders);
@@ -23,7 +25,8 @@ QString Dataset::columnList() const
 {
     QString columns;
     for (size_t i = 0; i < m_table.fields.size(); ++i)
-        columns += (i ? QStringLiteral(", ") : QString()) + QLatin1StringView(m_table.fields[i].name);
+        columns +=
+            (i ? QStringLiteral(", ") : QString()) + QLatin1StringView(m_table.fields[i].name);
     return columns;
 }
 
@@ -36,7 +39,8 @@ bool Dataset::reset(const Filter& filter)
     if (!filter.where.isEmpty())
         sql += QStringLiteral(" WHERE ") + filter.where;
     sql += QStringLiteral(" ORDER BY ")
-        + (filter.orderBy.isEmpty() ? QStringLiteral("rowid") : filter.orderBy + QStringLiteral(", rowid"));
+           + (filter.orderBy.isEmpty() ? QStringLiteral("rowid")
+                                       : filter.orderBy + QStringLiteral(", rowid"));
     auto q = m_db.query(sql);
     if (!q.valid())
         return false;
@@ -61,7 +65,10 @@ bool Dataset::loadCurrent()
     return true;
 }
 
-bool Dataset::moveFirst() { return moveTo(0); }
+bool Dataset::moveFirst()
+{
+    return moveTo(0);
+}
 
 bool Dataset::moveNext()
 {
@@ -80,7 +87,10 @@ bool Dataset::movePrevious()
     return loadCurrent();
 }
 
-bool Dataset::moveLast() { return moveTo(int(m_rowIds.size()) - 1); }
+bool Dataset::moveLast()
+{
+    return moveTo(int(m_rowIds.size()) - 1);
+}
 
 bool Dataset::moveTo(int index)
 {
@@ -120,7 +130,10 @@ QString Dataset::loadFormatted(QStringView field) const
     return i < 0 ? QString() : formatValue(m_table.fields[size_t(i)], m_values[size_t(i)]);
 }
 
-bool Dataset::loadIsEmpty(QStringView field) const { return isEmptyValue(value(field)); }
+bool Dataset::loadIsEmpty(QStringView field) const
+{
+    return isEmptyValue(value(field));
+}
 
 void Dataset::setValue(QStringView field, const FieldValue& value)
 {
@@ -144,7 +157,10 @@ FieldValue Dataset::stored(int index, const FieldValue& value) const
     return value;
 }
 
-void Dataset::clearFields() { std::fill(m_values.begin(), m_values.end(), FieldValue{}); }
+void Dataset::clearFields()
+{
+    std::fill(m_values.begin(), m_values.end(), FieldValue{});
+}
 
 bool Dataset::insert()
 {
@@ -173,7 +189,8 @@ bool Dataset::deleteCurrent()
 {
     if (eof())
         return false;
-    auto q = m_db.query(QStringLiteral("DELETE FROM %1 WHERE rowid = ?").arg(QLatin1StringView(m_table.name)));
+    auto q = m_db.query(
+        QStringLiteral("DELETE FROM %1 WHERE rowid = ?").arg(QLatin1StringView(m_table.name)));
     q.bind(1, m_rowIds[size_t(m_pos)]);
     if (!q.run())
         return false;

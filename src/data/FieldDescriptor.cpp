@@ -37,8 +37,8 @@ QString formatScaled(std::int64_t value, int decimals)
         return QString::number(value);
     // Work on the magnitude as unsigned so the smallest int64 has no overflow.
     const bool negative = value < 0;
-    std::uint64_t magnitude = negative ? 0 - static_cast<std::uint64_t>(value)
-                                       : static_cast<std::uint64_t>(value);
+    std::uint64_t magnitude =
+        negative ? 0 - static_cast<std::uint64_t>(value) : static_cast<std::uint64_t>(value);
     std::uint64_t scale = 1;
     for (int i = 0; i < decimals && i < 19; ++i)
         scale *= 10;

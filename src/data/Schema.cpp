@@ -58,31 +58,24 @@ constexpr FieldDescriptor kLastRegion[] = {
 };
 
 constexpr FieldDescriptor kKonfiguration[] = {
-    textField("FIRMENKOPF1_A", 40), textField("FIRMENKOPF2_A", 40), textField("FIRMENKOPF3_A", 80),
-    textField("FIRMENKOPF4_A", 80), textField("FIRMENKOPF5_A", 80), textField("NAME1_A", 18),
-    textField("NUMBER1_A", 18),     textField("NAME2_A", 18),       textField("NUMBER2_A", 18),
-    textField("NAME3_A", 18),       textField("NUMBER3_A", 18),     textField("NAME4_A", 18),
-    textField("NUMBER4_A", 18),     textField("INIT_A", 20),        textField("FTP_SERVER", 100),
-    textField("FTP_NAME", 50),      textField("FTP_PASSWORD", 50),  textField("FTP_DIRECTORY", 100),
+    textField("FIRMENKOPF1_A", 40),   textField("FIRMENKOPF2_A", 40),
+    textField("FIRMENKOPF3_A", 80),   textField("FIRMENKOPF4_A", 80),
+    textField("FIRMENKOPF5_A", 80),   textField("NAME1_A", 18),
+    textField("NUMBER1_A", 18),       textField("NAME2_A", 18),
+    textField("NUMBER2_A", 18),       textField("NAME3_A", 18),
+    textField("NUMBER3_A", 18),       textField("NAME4_A", 18),
+    textField("NUMBER4_A", 18),       textField("INIT_A", 20),
+    textField("FTP_SERVER", 100),     textField("FTP_NAME", 50),
+    textField("FTP_PASSWORD", 50),    textField("FTP_DIRECTORY", 100),
     textField("FTP_DIRECTORY2", 100),
 };
 
 constexpr FieldDescriptor kEinstellungen[] = {
-    numericField("ID", 6, 0, true),
-    numericField("ID_TYPE", 1, 0),
-    textField("DMSTUFE", 2),
-    numericField("BHDBIS", 3, 0),
-    numericField("BHD", 3, 0),
-    textField("TARIF", 5),
-    numericField("KUBATUR", 4, 2),
-    textField("REGION_A", 8),
-    textField("BAUMART", 3),
-    numericField("HS1", 3, 2),
-    numericField("HS2", 3, 2),
-    numericField("HS3", 3, 2),
-    numericField("HS4", 3, 2),
-    numericField("HS5", 3, 2),
-    numericField("HS6", 3, 2),
+    numericField("ID", 6, 0, true), numericField("ID_TYPE", 1, 0), textField("DMSTUFE", 2),
+    numericField("BHDBIS", 3, 0),   numericField("BHD", 3, 0),     textField("TARIF", 5),
+    numericField("KUBATUR", 4, 2),  textField("REGION_A", 8),      textField("BAUMART", 3),
+    numericField("HS1", 3, 2),      numericField("HS2", 3, 2),     numericField("HS3", 3, 2),
+    numericField("HS4", 3, 2),      numericField("HS5", 3, 2),     numericField("HS6", 3, 2),
 };
 
 constexpr FieldDescriptor kStruktur[] = {

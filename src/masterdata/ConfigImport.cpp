@@ -27,7 +27,10 @@ constexpr QByteArrayView kHeader = "TD0STAMM300.DAT";
 // is one enormous line costs no memory.
 class LineReader {
 public:
-    explicit LineReader(QFile& file) : m_file(file) {}
+    explicit LineReader(QFile& file)
+        : m_file(file)
+    {
+    }
 
     // False at the end of the file. `consumed` is the bytes the line took, line end included.
     bool next(QByteArray& line, qint64& consumed)
@@ -115,7 +118,11 @@ locale_t cLocale()
 
 ConfigImport::ConfigImport(const DeviceRoot& root, Database& db, SettingsStore& store,
                            MessageDialogs& dialogs, KeepAwake* keepAwake)
-    : m_root(root), m_db(db), m_store(store), m_dialogs(dialogs), m_keepAwake(keepAwake)
+    : m_root(root)
+    , m_db(db)
+    , m_store(store)
+    , m_dialogs(dialogs)
+    , m_keepAwake(keepAwake)
 {
 }
 
@@ -192,7 +199,8 @@ ConfigImport::Result ConfigImport::run()
         if (result == Result::WrongStructure) {
             // What was read before the bad header stays, as does the emptied table.
             transaction.commit();
-            m_dialogs.notice(QStringLiteral("Falsche Struktur der Konfigura-"), QStringLiteral("tion!"));
+            m_dialogs.notice(QStringLiteral("Falsche Struktur der Konfigura-"),
+                             QStringLiteral("tion!"));
         } else if (result == Result::Loaded && !transaction.commit()) {
             m_store.writeInt(Setting::KonfigLoaded, 0, 0);
             result = Result::StoreFailed;

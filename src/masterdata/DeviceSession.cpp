@@ -16,16 +16,17 @@ QString registryFolder(const QString& rootDir)
 } // namespace
 
 DeviceSession::DeviceSession(const QString& rootDir, Database::Durability durability)
-    : m_root(rootDir),
-      m_registry(registryFolder(rootDir)),
-      m_profile(m_registry),
-      m_store(m_profile),
-      m_keepAwake(m_registry),
-      m_database(m_root.hostPath(QString::fromUtf16(kDatabasePath)), durability)
+    : m_root(rootDir)
+    , m_registry(registryFolder(rootDir))
+    , m_profile(m_registry)
+    , m_store(m_profile)
+    , m_keepAwake(m_registry)
+    , m_database(m_root.hostPath(QString::fromUtf16(kDatabasePath)), durability)
 {
 }
 
-DeviceSession::DatabaseState DeviceSession::openDatabase(const std::function<void()>& beforeRecreate)
+DeviceSession::DatabaseState
+DeviceSession::openDatabase(const std::function<void()>& beforeRecreate)
 {
     for (const char16_t* folder : {u"\\Brovant", u"\\Import", u"\\Export"})
         m_root.makeFolder(QString::fromUtf16(folder));

@@ -48,7 +48,8 @@ QString MasterTables::describe() const
     out += QStringLiteral("\nPrinter ask flags:");
     for (int ask : askBeforePrinting)
         out += QStringLiteral(" %1").arg(ask);
-    out += QStringLiteral("\nFieldSoftware: %1, PrinterType %2, ComPort %3, Seitenlaenge %4, Frage %5\n")
+    out += QStringLiteral(
+               "\nFieldSoftware: %1, PrinterType %2, ComPort %3, Seitenlaenge %4, Frage %5\n")
                .arg(fieldSoftware)
                .arg(fieldSoftwarePrinterType)
                .arg(fieldSoftwareComPort)
@@ -95,7 +96,8 @@ MasterTables loadSettings(const SettingsStore& store, Database& db, MessageDialo
         if (rows.loadInt(u"ID_TYPE") != schema::TariffVolumeRow)
             continue;
         const QString tariff = rows.loadFormatted(u"TARIF");
-        if ((!haveVolumeRow || tariff != previousTariff) && t.tariffs.size() < MasterTables::kMaxTariffs)
+        if ((!haveVolumeRow || tariff != previousTariff)
+            && t.tariffs.size() < MasterTables::kMaxTariffs)
             t.tariffs << tariff;
         previousTariff = tariff;
         haveVolumeRow = true;
@@ -123,7 +125,8 @@ MasterTables loadSettings(const SettingsStore& store, Database& db, MessageDialo
     t.fieldSoftware = store.readInt(Setting::FieldSoftware, 0, t.fieldSoftware);
     t.fieldSoftwarePrinterType =
         store.readInt(Setting::FieldSoftwarePrinterType, 0, t.fieldSoftwarePrinterType);
-    t.fieldSoftwareComPort = store.readInt(Setting::FieldSoftwareComPort, 0, t.fieldSoftwareComPort);
+    t.fieldSoftwareComPort =
+        store.readInt(Setting::FieldSoftwareComPort, 0, t.fieldSoftwareComPort);
     t.fieldSoftwarePageLength =
         store.readInt(Setting::FieldSoftwareSeitenlaenge, 0, t.fieldSoftwarePageLength);
     t.fieldSoftwareAsk = store.readInt(Setting::FieldSoftwareFrage, 0, t.fieldSoftwareAsk);

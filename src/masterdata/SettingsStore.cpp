@@ -42,10 +42,34 @@ constexpr SettingDef kLayout[] = {
     {Setting::PrinterBaudrate, "Printer", "Baudrate", false, 0, 0, 19200, "", {}},
     {Setting::PrinterPath, "Printer", "Path", true, 0, 0, 0, "\\My Documents", {}},
     {Setting::FieldSoftware, "Printer", "FieldSoftware", false, 0, 0, 0, "", {}},
-    {Setting::FieldSoftwarePrinterType, "Printer", "FieldSoftwarePrinterType", false, 0, 0, 22, "", {}},
+    {Setting::FieldSoftwarePrinterType,
+     "Printer",
+     "FieldSoftwarePrinterType",
+     false,
+     0,
+     0,
+     22,
+     "",
+     {}},
     {Setting::FieldSoftwareComPort, "Printer", "FieldSoftwareComPort", false, 0, 0, 3, "", {}},
-    {Setting::FieldSoftwareSeitenlaenge, "Printer", "FieldSoftwareSeitenlaenge", false, 0, 0, 72, "", {}},
-    {Setting::FieldSoftwareFrage, "Printer", "m_bFieldSoftwarePrinterFrage", false, 0, 0, 0, "", {}},
+    {Setting::FieldSoftwareSeitenlaenge,
+     "Printer",
+     "FieldSoftwareSeitenlaenge",
+     false,
+     0,
+     0,
+     72,
+     "",
+     {}},
+    {Setting::FieldSoftwareFrage,
+     "Printer",
+     "m_bFieldSoftwarePrinterFrage",
+     false,
+     0,
+     0,
+     0,
+     "",
+     {}},
     {Setting::KluppeAktiv, "Kluppe", "Aktiv", false, 0, 0, 0, "", {}},
     {Setting::KluppePort, "Kluppe", "Port", false, 0, 0, 1, "", {}},
     {Setting::BackupAuto, "Backup", "Auto", false, 0, 0, 0, "", {}},
@@ -56,7 +80,8 @@ QString expand(const char* pattern, int index)
 {
     const QString p = QString::fromLatin1(pattern);
     if (p.contains(QLatin1StringView("%02d")))
-        return QString(p).replace(QLatin1StringView("%02d"), QString::number(index).rightJustified(2, u'0'));
+        return QString(p).replace(QLatin1StringView("%02d"),
+                                  QString::number(index).rightJustified(2, u'0'));
     if (p.contains(QLatin1StringView("%1d")))
         return QString(p).replace(QLatin1StringView("%1d"), QString::number(index));
     return p;
@@ -64,7 +89,10 @@ QString expand(const char* pattern, int index)
 
 } // namespace
 
-std::span<const SettingDef> SettingsStore::layout() { return kLayout; }
+std::span<const SettingDef> SettingsStore::layout()
+{
+    return kLayout;
+}
 
 const SettingDef& SettingsStore::def(Setting id)
 {
@@ -77,7 +105,10 @@ QString SettingsStore::sectionName(Setting id, int sectionIndex)
     return expand(def(id).section, sectionIndex);
 }
 
-QString SettingsStore::entryName(Setting id, int index) { return expand(def(id).entry, index); }
+QString SettingsStore::entryName(Setting id, int index)
+{
+    return expand(def(id).entry, index);
+}
 
 int SettingsStore::defaultInt(Setting id, int index)
 {
@@ -87,7 +118,10 @@ int SettingsStore::defaultInt(Setting id, int index)
     return d.intDefault;
 }
 
-QString SettingsStore::defaultText(Setting id) { return QString::fromUtf8(def(id).textDefault); }
+QString SettingsStore::defaultText(Setting id)
+{
+    return QString::fromUtf8(def(id).textDefault);
+}
 
 int SettingsStore::readInt(Setting id, int index, int defaultValue) const
 {

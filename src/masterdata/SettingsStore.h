@@ -15,12 +15,12 @@ namespace brovant {
 enum class Setting {
     KonfigLoaded,
     Stufenanzahl,
-    KopfLabel,   // HDL_KOPF/KOPF00..KOPF19
-    Plausi,      // HDL_KOPF/PLAUSI01..PLAUSI16
-    Sorte,       // HDL_KOPF/SORTE00..SORTE05
-    Auswahl,     // KOPF01..KOPF16/AUSWAHL01.. (section index = header field)
-    Holzart,     // HOLZART/Holzart01..60
-    HauptHolzart,// HA_HAUPT/Holzart01..12
+    KopfLabel,    // HDL_KOPF/KOPF00..KOPF19
+    Plausi,       // HDL_KOPF/PLAUSI01..PLAUSI16
+    Sorte,        // HDL_KOPF/SORTE00..SORTE05
+    Auswahl,      // KOPF01..KOPF16/AUSWAHL01.. (section index = header field)
+    Holzart,      // HOLZART/Holzart01..60
+    HauptHolzart, // HA_HAUPT/Holzart01..12
     NaLang,
     NaKurz,
     KalLang,
@@ -72,7 +72,10 @@ class SettingsStore {
 public:
     static constexpr int kPrinterTypes = 6;
 
-    explicit SettingsStore(Profile& profile) : m_profile(profile) {}
+    explicit SettingsStore(Profile& profile)
+        : m_profile(profile)
+    {
+    }
 
     static const SettingDef& def(Setting id);
     static std::span<const SettingDef> layout();
@@ -82,9 +85,15 @@ public:
     static int defaultInt(Setting id, int index = 0);
     static QString defaultText(Setting id);
 
-    int readInt(Setting id, int index = 0) const { return readInt(id, index, defaultInt(id, index)); }
+    int readInt(Setting id, int index = 0) const
+    {
+        return readInt(id, index, defaultInt(id, index));
+    }
     int readInt(Setting id, int index, int defaultValue) const;
-    QString readText(Setting id, int index = 0) const { return readText(id, index, defaultText(id)); }
+    QString readText(Setting id, int index = 0) const
+    {
+        return readText(id, index, defaultText(id));
+    }
     QString readText(Setting id, int index, const QString& defaultValue) const;
     // Choice entry `entry` of header field `field`; empty when absent.
     QString choice(int field, int entry) const;

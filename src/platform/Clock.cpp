@@ -25,7 +25,10 @@ void SystemClock::sleepMs(int milliseconds)
         QThread::msleep(static_cast<unsigned long>(milliseconds));
 }
 
-ManualClock::ManualClock(QDateTime start) : m_now(std::move(start)) {}
+ManualClock::ManualClock(QDateTime start)
+    : m_now(std::move(start))
+{
+}
 
 bool ManualClock::setNow(const QDateTime& localTime)
 {

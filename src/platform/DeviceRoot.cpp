@@ -295,7 +295,7 @@ bool DeviceRoot::wildcardMatch(const QString& pattern, const QString& name)
     // The device lets a trailing ".*" match an empty extension, so "*.*" also finds "README".
     const qsizetype size = p.size();
     return size >= 2 && p[size - 2] == u'.' && p[size - 1] == u'*'
-        && matchCodePoints(p, size - 2, n);
+           && matchCodePoints(p, size - 2, n);
 }
 
 bool DeviceRoot::isSafeFileName(const QString& name)

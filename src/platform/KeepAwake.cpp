@@ -9,9 +9,15 @@ void KeepAwake::readSaved()
     m_saved = value.value_or(0);
 }
 
-void KeepAwake::suspendOff() { write(0); }
+void KeepAwake::suspendOff()
+{
+    write(0);
+}
 
-void KeepAwake::suspendBack() { write(m_saved); }
+void KeepAwake::suspendBack()
+{
+    write(m_saved);
+}
 
 void KeepAwake::write(quint32 seconds)
 {

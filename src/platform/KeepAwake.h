@@ -15,7 +15,10 @@ public:
         u"SYSTEM\\CurrentControlSet\\Control\\Power\\Timeouts";
     static constexpr const char16_t* kValue = u"BattSuspendTimeout";
 
-    explicit KeepAwake(Registry& registry) : m_registry(registry) {}
+    explicit KeepAwake(Registry& registry)
+        : m_registry(registry)
+    {
+    }
 
     // Start-up reads the time-out once; that is the value "suspend back" restores.
     void readSaved();
@@ -28,7 +31,11 @@ public:
     // The pair as a scope: off now, back when the scope ends, however it ends.
     class Scope {
     public:
-        explicit Scope(KeepAwake& keepAwake) : m_keepAwake(keepAwake) { m_keepAwake.suspendOff(); }
+        explicit Scope(KeepAwake& keepAwake)
+            : m_keepAwake(keepAwake)
+        {
+            m_keepAwake.suspendOff();
+        }
         ~Scope() { m_keepAwake.suspendBack(); }
         Scope(const Scope&) = delete;
         Scope& operator=(const Scope&) = delete;

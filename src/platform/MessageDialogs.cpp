@@ -33,8 +33,13 @@ int ScriptedDialogs::question(const QString& line1, const QString& line2, const 
                               const QString& caption3)
 {
     const int answer = nextAnswer(m_fallbackQuestion);
-    m_messages.push_back({Kind::Question, {line1, line2, line3}, {caption1, caption2, caption3},
-                          answer, true, 0, 0});
+    m_messages.push_back({Kind::Question,
+                          {line1, line2, line3},
+                          {caption1, caption2, caption3},
+                          answer,
+                          true,
+                          0,
+                          0});
     return answer;
 }
 

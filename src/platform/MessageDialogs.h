@@ -52,13 +52,16 @@ public:
         QStringList captions; // button captions as shown
         int answer = 0;       // what was returned (questions)
         bool sound = false;
-        double percent = 0;   // Progress
-        int showCommand = 0;  // Info
+        double percent = 0;  // Progress
+        int showCommand = 0; // Info
     };
 
     void answerNext(int answer) { m_answers.push_back(answer); }
     // Answer for questions when the script has run out (No, or NoChoice for three buttons).
-    void setFallback(int yesNo, int question) { m_fallbackYesNo = yesNo, m_fallbackQuestion = question; }
+    void setFallback(int yesNo, int question)
+    {
+        m_fallbackYesNo = yesNo, m_fallbackQuestion = question;
+    }
 
     void notice(const QString& line1, const QString& line2, const QString& line3,
                 const QString& caption, bool sound) override;

@@ -24,7 +24,7 @@ bool Profile::hasValue(const QString& section, const QString& entry) const
 {
     const QString key = keyOf(section);
     return m_registry.dword(Hive::CurrentUser, key, entry).has_value()
-        || m_registry.string(Hive::CurrentUser, key, entry).has_value();
+           || m_registry.string(Hive::CurrentUser, key, entry).has_value();
 }
 
 void Profile::writeInt(const QString& section, const QString& entry, int value)

@@ -13,7 +13,10 @@ class Profile {
 public:
     static constexpr const char16_t* kAppKey = u"Software\\NORVA\\Brovant";
 
-    explicit Profile(Registry& registry) : m_registry(registry) {}
+    explicit Profile(Registry& registry)
+        : m_registry(registry)
+    {
+    }
 
     // Absent values, and values of the other type, read as the default.
     int readInt(const QString& section, const QString& entry, int defaultValue) const;

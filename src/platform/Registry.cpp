@@ -60,7 +60,7 @@ bool needsHex(QStringView s)
 bool validKeyName(QStringView name)
 {
     return !name.isEmpty() && name.size() <= kMaxKeyName && !name.contains(u'\\')
-        && !needsHex(name);
+           && !needsHex(name);
 }
 
 bool validValueName(QStringView name)
@@ -582,7 +582,7 @@ bool Registry::deleteValue(Hive hive, const QString& key, const QString& name)
 QString Registry::exportText() const
 {
     return kHeader + u'\n' + m_hives[0]->sections(hiveName(Hive::CurrentUser))
-        + m_hives[1]->sections(hiveName(Hive::LocalMachine));
+           + m_hives[1]->sections(hiveName(Hive::LocalMachine));
 }
 
 QString Registry::exportHive(Hive hive) const

@@ -10,7 +10,11 @@ namespace brovant {
 
 class ConsoleDialogs final : public MessageDialogs {
 public:
-    explicit ConsoleDialogs(QTextStream& err, bool showProgress) : m_err(err), m_showProgress(showProgress) {}
+    explicit ConsoleDialogs(QTextStream& err, bool showProgress)
+        : m_err(err)
+        , m_showProgress(showProgress)
+    {
+    }
 
     void notice(const QString& line1, const QString& line2, const QString& line3,
                 const QString& caption, bool sound) override;

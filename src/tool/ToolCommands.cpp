@@ -30,9 +30,8 @@ constexpr const char* kCommands = R"(Commands:
 
 bool openOrReport(DeviceSession& session, QTextStream& err)
 {
-    const auto state = session.openDatabase([&] {
-        err << "Datenbank und Stammdaten\nwerden gelöscht!\n";
-    });
+    const auto state =
+        session.openDatabase([&] { err << "Datenbank und Stammdaten\nwerden gelöscht!\n"; });
     if (state == DeviceSession::DatabaseState::Failed) {
         err << "Datenbank kann nicht geöffnet werden: " << session.database().lastError() << '\n';
         return false;
@@ -105,7 +104,8 @@ void printSettings(DeviceSession& session, QTextStream& out)
     out << "Stammdatensätze: Stufen " << counts[1] << ", Kubaturen " << counts[2]
         << ", Tarifzuordnungen " << counts[3] << ", Sortenkubaturen " << counts[4] << '\n';
     out << "Durchmesserstufen:";
-    rows.reset({QStringLiteral("ID_TYPE = ?"), {FieldValue(std::int64_t(schema::DiameterClassRow))},
+    rows.reset({QStringLiteral("ID_TYPE = ?"),
+                {FieldValue(std::int64_t(schema::DiameterClassRow))},
                 QStringLiteral("ID")});
     for (rows.moveFirst(); !rows.eof(); rows.moveNext())
         out << " " << rows.loadFormatted(u"DMSTUFE") << "(≤" << rows.loadInt(u"BHDBIS") << ")";
@@ -117,7 +117,8 @@ void printSettings(DeviceSession& session, QTextStream& out)
 int runTool(const QStringList& arguments, QTextStream& out, QTextStream& err)
 {
     QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral("Brovant admin tool\n\n") + QLatin1StringView(kCommands));
+    parser.setApplicationDescription(QStringLiteral("Brovant admin tool\n\n")
+                                     + QLatin1StringView(kCommands));
     const QCommandLineOption rootOption(QStringLiteral("root"),
                                         QStringLiteral("Device root folder (else BROVANT_ROOT)."),
                                         QStringLiteral("DIR"));

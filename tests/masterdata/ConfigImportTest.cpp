@@ -50,8 +50,7 @@ TEST_F(ConfigImportTest, WrongFirstLineDeletesMasterDataOnly)
     };
     for (const QByteArray& bytes : bad) {
         SCOPED_TRACE(bytes.toStdString());
-        ASSERT_EQ(import(file({kHeader, QStringLiteral("a15FI "),
-                               QStringLiteral("30E08 09  8")})),
+        ASSERT_EQ(import(file({kHeader, QStringLiteral("a15FI "), QStringLiteral("30E08 09  8")})),
                   ConfigImport::Result::Loaded);
         session->store().writeInt(Setting::PrinterType, 0, 2);
         dialogs.clear();
@@ -59,24 +58,28 @@ TEST_F(ConfigImportTest, WrongFirstLineDeletesMasterDataOnly)
         EXPECT_EQ(import(bytes), ConfigImport::Result::WrongStructure);
         EXPECT_EQ(loaded(), 0);
         EXPECT_TRUE(rows().isEmpty());
-        EXPECT_FALSE(session->profile().hasValue(QStringLiteral("HOLZART"), QStringLiteral("Holzart01")));
+        EXPECT_FALSE(
+            session->profile().hasValue(QStringLiteral("HOLZART"), QStringLiteral("Holzart01")));
         EXPECT_EQ(session->store().readInt(Setting::PrinterType), 2);
-        EXPECT_EQ(dialogs.asked(), QStringList{QStringLiteral("Falsche Struktur der Konfigura-|tion!|")});
+        EXPECT_EQ(dialogs.asked(),
+                  QStringList{QStringLiteral("Falsche Struktur der Konfigura-|tion!|")});
     }
 }
 
 TEST_F(ConfigImportTest, LaterBadHeaderKeepsWhatWasRead)
 {
-    const auto result = import(file({kHeader, QStringLiteral("30E08 09  8"),
-                                     QStringLiteral("TD0STAMM300.DAT"), QStringLiteral("30E10 11 10"),
-                                     QStringLiteral("TD0STAMM200.DAT"), QStringLiteral("30E12 13 12"),
-                                     QStringLiteral("a15FI ")}));
+    const auto result =
+        import(file({kHeader, QStringLiteral("30E08 09  8"), QStringLiteral("TD0STAMM300.DAT"),
+                     QStringLiteral("30E10 11 10"), QStringLiteral("TD0STAMM200.DAT"),
+                     QStringLiteral("30E12 13 12"), QStringLiteral("a15FI ")}));
     EXPECT_EQ(result, ConfigImport::Result::WrongStructure);
     EXPECT_EQ(loaded(), 0);
     EXPECT_EQ(rows(), (QStringList{QStringLiteral("0|1|08|9|8||0||"),
                                    QStringLiteral("1|1|10|11|10||0||")}));
-    EXPECT_FALSE(session->profile().hasValue(QStringLiteral("HOLZART"), QStringLiteral("Holzart01")));
-    EXPECT_EQ(dialogs.asked(), QStringList{QStringLiteral("Falsche Struktur der Konfigura-|tion!|")});
+    EXPECT_FALSE(
+        session->profile().hasValue(QStringLiteral("HOLZART"), QStringLiteral("Holzart01")));
+    EXPECT_EQ(dialogs.asked(),
+              QStringList{QStringLiteral("Falsche Struktur der Konfigura-|tion!|")});
 }
 
 // Rows of all four kinds share one running number in file order and fill exactly their fields.
@@ -114,14 +117,15 @@ struct VolumeCase {
 TEST_F(ConfigImportTest, TariffVolumes)
 {
     const VolumeCase cases[] = {
-        {"  1.005", 101}, {"  12.34", 1234}, {"  0.125", 13},  {"      1", 100},
-        {"0.00499", 0},   {"  0.005", 1},    {"  -0.45", -44}, {"9999.99", 999999},
-        {"       ", 0},   {"  abc  ", 0},    {"  1,5  ", 100}, {"  2.5x ", 250},
+        {"  1.005", 101}, {"  12.34", 1234},  {"  0.125", 13},  {"      1", 100},
+        {"0.00499", 0},   {"  0.005", 1},     {"  -0.45", -44}, {"9999.99", 999999},
+        {"       ", 0},   {"  abc  ", 0},     {"  1,5  ", 100}, {"  2.5x ", 250},
         {"    nan", 0},   {" 1e2   ", 10000},
     };
     QStringList lines{kHeader};
     for (const VolumeCase& c : cases)
-        lines << QStringLiteral("40FT0001%1%2").arg(QStringLiteral("08"), QLatin1StringView(c.column));
+        lines << QStringLiteral("40FT0001%1%2")
+                     .arg(QStringLiteral("08"), QLatin1StringView(c.column));
     ASSERT_EQ(import(file(lines)), ConfigImport::Result::Loaded);
     const QStringList stored = rows();
     ASSERT_EQ(stored.size(), int(std::size(cases)));
@@ -137,9 +141,9 @@ TEST_F(ConfigImportTest, UnparsedNumbersKeepTheLastValue)
                            QStringLiteral("611FI 08  0.10  0.20  0.30  0.40  0.50  0.60"),
                            QStringLiteral("611FI 10  0.70                    0.80")})),
               ConfigImport::Result::Loaded);
-    EXPECT_EQ(rows().mid(0, 3), (QStringList{QStringLiteral("0|1|08|9|8||0||"),
-                                             QStringLiteral("1|1|10|9|8||0||"),
-                                             QStringLiteral("2|1|12|9|12||0||")}));
+    EXPECT_EQ(rows().mid(0, 3),
+              (QStringList{QStringLiteral("0|1|08|9|8||0||"), QStringLiteral("1|1|10|9|8||0||"),
+                           QStringLiteral("2|1|12|9|12||0||")}));
     EXPECT_EQ(hsOf(4), (QStringList{"70", "20", "30", "40", "80", "60"}));
 }
 
@@ -147,7 +151,8 @@ TEST_F(ConfigImportTest, HeaderLabelsAndMandatoryFlags)
 {
     QStringList lines{kHeader};
     for (int i = 0; i < 6; ++i)
-        lines << QStringLiteral("20C%1%2").arg(QStringLiteral("Feld %1:").arg(i).leftJustified(20), i == 0 || i == 4 ? "1" : "0");
+        lines << QStringLiteral("20C%1%2").arg(QStringLiteral("Feld %1:").arg(i).leftJustified(20),
+                                               i == 0 || i == 4 ? "1" : "0");
     lines << QStringLiteral("20CGenau zwanzig Zeich1");
     ASSERT_EQ(import(file(lines)), ConfigImport::Result::Loaded);
     const SettingsStore& s = session->store();
@@ -157,8 +162,10 @@ TEST_F(ConfigImportTest, HeaderLabelsAndMandatoryFlags)
     EXPECT_EQ(s.readInt(Setting::Plausi, 2), 0);
     EXPECT_EQ(s.readInt(Setting::Plausi, 3), 0);
     // The flag of the first four labels belongs to no free field.
-    EXPECT_FALSE(session->profile().hasValue(QStringLiteral("HDL_KOPF"), QStringLiteral("PLAUSI00")));
-    EXPECT_FALSE(session->profile().hasValue(QStringLiteral("HDL_KOPF"), QStringLiteral("PLAUSI-3")));
+    EXPECT_FALSE(
+        session->profile().hasValue(QStringLiteral("HDL_KOPF"), QStringLiteral("PLAUSI00")));
+    EXPECT_FALSE(
+        session->profile().hasValue(QStringLiteral("HDL_KOPF"), QStringLiteral("PLAUSI-3")));
 }
 
 // Entries of one field count up; another field restarts at 1, so a field coming back overwrites.
@@ -176,20 +183,22 @@ TEST_F(ConfigImportTest, ChoiceListsCountPerRun)
 
 TEST_F(ConfigImportTest, CodeListsSpeciesSortenAndCompanyHeader)
 {
-    ASSERT_EQ(import(file({
-                  kHeader,
-                  QStringLiteral("813SHSchälholz"),
-                  QStringLiteral("813LALangholz        zu lang"),
-                  QStringLiteral("914W Windwurf"),
-                  QStringLiteral("a15FI "),
-                  QStringLiteral("a15LÄ "),
-                  QStringLiteral("20DST"),
-                  QStringLiteral("20DAB"),
-                  QStringLiteral("b16") + QStringLiteral("Forstbetrieb").leftJustified(40)
-                      + QStringLiteral("Waldweg 1").leftJustified(40) + QStringLiteral("Tel.").leftJustified(40)
-                      + QStringLiteral("Zeile vier").leftJustified(80) + QStringLiteral("Zeile fünf"),
-              })),
-              ConfigImport::Result::Loaded);
+    ASSERT_EQ(
+        import(file({
+            kHeader,
+            QStringLiteral("813SHSchälholz"),
+            QStringLiteral("813LALangholz        zu lang"),
+            QStringLiteral("914W Windwurf"),
+            QStringLiteral("a15FI "),
+            QStringLiteral("a15LÄ "),
+            QStringLiteral("20DST"),
+            QStringLiteral("20DAB"),
+            QStringLiteral("b16") + QStringLiteral("Forstbetrieb").leftJustified(40)
+                + QStringLiteral("Waldweg 1").leftJustified(40)
+                + QStringLiteral("Tel.").leftJustified(40)
+                + QStringLiteral("Zeile vier").leftJustified(80) + QStringLiteral("Zeile fünf"),
+        })),
+        ConfigImport::Result::Loaded);
     const SettingsStore& s = session->store();
     EXPECT_EQ(s.readText(Setting::NaKurz, 1), QStringLiteral("SH"));
     EXPECT_EQ(s.readText(Setting::NaLang, 1), QStringLiteral("Schälholz       "));
@@ -206,7 +215,8 @@ TEST_F(ConfigImportTest, CodeListsSpeciesSortenAndCompanyHeader)
 // CR LF, LF only, a missing last line end, and lines longer than the limit read alike.
 TEST_F(ConfigImportTest, LineEndsAndLongLines)
 {
-    const QStringList lines{kHeader, QStringLiteral("30E08 09  8"), QStringLiteral("a15FI ") + QString(1200, u'x'),
+    const QStringList lines{kHeader, QStringLiteral("30E08 09  8"),
+                            QStringLiteral("a15FI ") + QString(1200, u'x'),
                             QStringLiteral("40FFI01 08  0.450")};
     ASSERT_EQ(import(file(lines, "\r\n")), ConfigImport::Result::Loaded);
     const QStringList crlf = rows();
@@ -219,7 +229,8 @@ TEST_F(ConfigImportTest, LineEndsAndLongLines)
     EXPECT_EQ(rows(), crlf);
     EXPECT_EQ(crlf.size(), 2);
     EXPECT_EQ(species, QStringLiteral("FI "));
-    EXPECT_FALSE(session->profile().hasValue(QStringLiteral("HOLZART"), QStringLiteral("Holzart02")));
+    EXPECT_FALSE(
+        session->profile().hasValue(QStringLiteral("HOLZART"), QStringLiteral("Holzart02")));
 }
 
 // A new import replaces the old master data completely.
@@ -254,8 +265,10 @@ TEST_F(ConfigImportTest, ProgressEveryThirtyLinesAndKeepAwakeRestored)
     const double line = lines.last().size() + 2;
     EXPECT_NEAR(progress[3], 100.0 * (90 * line) / (17 + 95 * line), 0.01);
     EXPECT_EQ(progress.back(), 0);
-    EXPECT_EQ(dialogs.messages().front().lines.front(), QStringLiteral("Konfiguration wird eingelesen..."));
-    EXPECT_EQ(session->registry().dword(Hive::LocalMachine, QString::fromUtf16(KeepAwake::kTimeoutsKey),
+    EXPECT_EQ(dialogs.messages().front().lines.front(),
+              QStringLiteral("Konfiguration wird eingelesen..."));
+    EXPECT_EQ(session->registry().dword(Hive::LocalMachine,
+                                        QString::fromUtf16(KeepAwake::kTimeoutsKey),
                                         QString::fromUtf16(KeepAwake::kValue)),
               180u);
 }

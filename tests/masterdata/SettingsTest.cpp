@@ -75,9 +75,11 @@ TEST_F(SettingsTest, EmptyRegistryGivesTheDefaults)
                     && t.kalShort[i].isEmpty());
     EXPECT_TRUE(t.tariffs.isEmpty());
     // Reading writes nothing.
-    EXPECT_FALSE(session->registry().keyExists(Hive::CurrentUser, QString::fromUtf16(Profile::kAppKey)));
+    EXPECT_FALSE(
+        session->registry().keyExists(Hive::CurrentUser, QString::fromUtf16(Profile::kAppKey)));
     ASSERT_FALSE(dialogs.messages().empty());
-    EXPECT_EQ(dialogs.messages().front().lines.front(), QStringLiteral("Konfiguration wird initialisiert..."));
+    EXPECT_EQ(dialogs.messages().front().lines.front(),
+              QStringLiteral("Konfiguration wird initialisiert..."));
     EXPECT_EQ(dialogs.progressValues(), (std::vector<double>{10, 20}));
 }
 
@@ -114,11 +116,12 @@ TEST_F(SettingsTest, StoredValuesReplaceDefaults)
 // The tariff table takes each volume row's tariff when it differs from the previous volume row's.
 TEST_F(SettingsTest, TariffTableFromVolumeRows)
 {
-    ASSERT_EQ(import(file({QStringLiteral("TD0STAMM300.DAT"), QStringLiteral("40FFI01 08  0.450"),
-                           QStringLiteral("40FFI01 10  0.550"), QStringLiteral("712WR01    FI KI01 "),
-                           QStringLiteral("40FKI01 08  0.400"), QStringLiteral("40FFI01 12  0.700"),
-                           QStringLiteral("40FFI01 14  0.800")})),
-              ConfigImport::Result::Loaded);
+    ASSERT_EQ(
+        import(file({QStringLiteral("TD0STAMM300.DAT"), QStringLiteral("40FFI01 08  0.450"),
+                     QStringLiteral("40FFI01 10  0.550"), QStringLiteral("712WR01    FI KI01 "),
+                     QStringLiteral("40FKI01 08  0.400"), QStringLiteral("40FFI01 12  0.700"),
+                     QStringLiteral("40FFI01 14  0.800")})),
+        ConfigImport::Result::Loaded);
     const MasterTables t = loadSettings(session->store(), session->database(), nullptr, nullptr);
     EXPECT_EQ(t.tariffs, (QStringList{"FI01 ", "KI01 ", "FI01 "}));
     EXPECT_TRUE(t.hasTariff(QStringLiteral("KI01 ")));

@@ -98,9 +98,9 @@ TEST(DeviceRootWildcard, MatchesLikeTheDeviceFindFile)
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(std::string(row.pattern) + " vs " + row.name);
-        EXPECT_EQ(DeviceRoot::wildcardMatch(QString::fromUtf8(row.pattern),
-                                            QString::fromUtf8(row.name)),
-                  row.matches);
+        EXPECT_EQ(
+            DeviceRoot::wildcardMatch(QString::fromUtf8(row.pattern), QString::fromUtf8(row.name)),
+            row.matches);
     }
 }
 
@@ -122,14 +122,13 @@ TEST(DeviceRoot, HostPathResolvesCaseAndStaysInsideTheRoot)
     ASSERT_TRUE(card.isValid());
     ASSERT_TRUE(QDir().mkpath(card.path() + "/Brovant_Save"));
     ASSERT_TRUE(QFile(card.path() + "/Brovant_Save/x.cdb").open(QIODevice::WriteOnly));
-    makeTree(root,
-             {{"Brovant/Brovant.cdb", "cdb"},
-              {"Import/12345678.DAT", "d"},
-              {QStringLiteral("Import/Ä.DAT"), "u"},
-              {"Case/ABC", "1"},
-              {"Case/Abc", "2"},
-              {"Case/abc", "3"},
-              {"Mixed/Sub Dir/File.txt", "t"}});
+    makeTree(root, {{"Brovant/Brovant.cdb", "cdb"},
+                    {"Import/12345678.DAT", "d"},
+                    {QStringLiteral("Import/Ä.DAT"), "u"},
+                    {"Case/ABC", "1"},
+                    {"Case/Abc", "2"},
+                    {"Case/abc", "3"},
+                    {"Mixed/Sub Dir/File.txt", "t"}});
     ASSERT_TRUE(QFile::link(card.path(), root.host("Storage Card")));
     const DeviceRoot device(root.path());
 
@@ -228,12 +227,15 @@ TEST(DeviceRoot, FindFiltersByKindAndSortsByName)
         QStringList names;
     };
     const std::vector<Row> rows = {
-        {"\\Import\\*.dat", Kind::Files,
+        {"\\Import\\*.dat",
+         Kind::Files,
          {".x.dat", "A.DAT", "a.dat", "b.dat", "c.DAT", "linkfile.dat"}},
         {"\\import\\*.DAT", Kind::Folders, {"Sub.dat"}},
-        {"/IMPORT/*.dat", Kind::Any,
+        {"/IMPORT/*.dat",
+         Kind::Any,
          {".x.dat", "A.DAT", "a.dat", "b.dat", "c.DAT", "linkfile.dat", "Sub.dat"}},
-        {"\\Import\\*.*", Kind::Files,
+        {"\\Import\\*.*",
+         Kind::Files,
          {".x.dat", "A.DAT", "a.dat", "b.dat", "c.DAT", "linkfile.dat", "note.txt", "README"}},
         {"\\Import\\?.dat", Kind::Any, {"A.DAT", "a.dat", "b.dat", "c.DAT"}},
         {"\\Import\\B.DAT", Kind::Files, {"b.dat"}},
@@ -271,9 +273,11 @@ TEST(DeviceRoot, RemoveMatchingRemovesFilesOnly)
     for (const Row& row : rows) {
         SCOPED_TRACE(row.pattern);
         TempRoot root;
-        makeTree(root,
-                 {{"Import/a.dat", ""}, {"Import/B.DAT", ""}, {"Import/long.dat", ""},
-                  {"Import/keep.txt", ""}, {"Import/Folder.dat/inner.dat", ""}});
+        makeTree(root, {{"Import/a.dat", ""},
+                        {"Import/B.DAT", ""},
+                        {"Import/long.dat", ""},
+                        {"Import/keep.txt", ""},
+                        {"Import/Folder.dat/inner.dat", ""}});
         EXPECT_EQ(DeviceRoot(root.path()).removeMatching(row.pattern), row.removed);
         QStringList expected = row.left;
         expected.append("Import/Folder.dat/inner.dat");
@@ -317,12 +321,21 @@ TEST(DeviceRoot, CopyFileReplacesAtomicallyOrLeavesNothing)
 {
     const Files unchanged = transferTree;
     const std::vector<TransferRow> rows = {
-        {"new target", "\\Import\\a.dat", "\\Export\\a.dat", false, true,
-         {{"Import/a.dat", "AAA"}, {"Export/a.dat", "AAA"}, {"Export/old.dat", "OLD"},
+        {"new target",
+         "\\Import\\a.dat",
+         "\\Export\\a.dat",
+         false,
+         true,
+         {{"Import/a.dat", "AAA"},
+          {"Export/a.dat", "AAA"},
+          {"Export/old.dat", "OLD"},
           {"Export/Folder/inner", "I"}}},
         {"existing target kept", "\\Import\\a.dat", "\\Export\\old.dat", false, false, unchanged},
-        {"existing target replaced, on-disk spelling", "\\import\\A.DAT", "\\EXPORT\\Old.DAT",
-         true, true,
+        {"existing target replaced, on-disk spelling",
+         "\\import\\A.DAT",
+         "\\EXPORT\\Old.DAT",
+         true,
+         true,
          {{"Import/a.dat", "AAA"}, {"Export/old.dat", "AAA"}, {"Export/Folder/inner", "I"}}},
         {"missing source", "\\Import\\none.dat", "\\Export\\none.dat", true, false, unchanged},
         {"missing target folder", "\\Import\\a.dat", "\\Nowhere\\a.dat", true, false, unchanged},
@@ -347,9 +360,10 @@ TEST(DeviceRoot, CopyFileCopiesLargeAndEmptyFilesExactly)
     ASSERT_TRUE(device.copyFile("\\big.bin", "\\Export\\big.bin", false));
     ASSERT_TRUE(device.copyFile("\\empty.bin", "\\Export\\empty.bin", true));
     EXPECT_EQ(root.readFile("Export/big.bin"), big);
-    EXPECT_EQ(filesBelow(root.path()),
-              (Files{{"big.bin", big}, {"empty.bin", ""}, {"Export/big.bin", big},
-                     {"Export/empty.bin", ""}}));
+    EXPECT_EQ(filesBelow(root.path()), (Files{{"big.bin", big},
+                                              {"empty.bin", ""},
+                                              {"Export/big.bin", big},
+                                              {"Export/empty.bin", ""}}));
 }
 
 TEST(DeviceRoot, CopyFileWithFailingReadsLeavesNothing)
@@ -364,9 +378,9 @@ TEST(DeviceRoot, CopyFileWithFailingReadsLeavesNothing)
     const DeviceRoot device(root.path());
     EXPECT_FALSE(device.copyFile("\\broken.dat", "\\Export\\new.dat", false));
     EXPECT_FALSE(device.copyFile("\\broken.dat", "\\Export\\old.dat", true));
-    EXPECT_EQ(QDir(root.host("Export")).entryList(QDir::AllEntries | QDir::Hidden
-                                                  | QDir::NoDotAndDotDot),
-              QStringList{"old.dat"});
+    EXPECT_EQ(
+        QDir(root.host("Export")).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+        QStringList{"old.dat"});
     EXPECT_EQ(root.readFile("Export/old.dat"), "OLD");
 }
 
@@ -374,9 +388,17 @@ TEST(DeviceRoot, MoveFileRenamesAndReplaces)
 {
     const Files unchanged = transferTree;
     const std::vector<TransferRow> rows = {
-        {"into another folder", "\\Import\\a.dat", "\\Export\\new.dat", false, true,
+        {"into another folder",
+         "\\Import\\a.dat",
+         "\\Export\\new.dat",
+         false,
+         true,
          {{"Export/new.dat", "AAA"}, {"Export/old.dat", "OLD"}, {"Export/Folder/inner", "I"}}},
-        {"replaces target", "\\IMPORT\\A.DAT", "\\export\\OLD.dat", false, true,
+        {"replaces target",
+         "\\IMPORT\\A.DAT",
+         "\\export\\OLD.dat",
+         false,
+         true,
          {{"Export/old.dat", "AAA"}, {"Export/Folder/inner", "I"}}},
         {"missing source", "\\Import\\none.dat", "\\Export\\x.dat", false, false, unchanged},
         {"missing target folder", "\\Import\\a.dat", "\\Nowhere\\a.dat", false, false, unchanged},

@@ -27,10 +27,17 @@ TEST(Cp1252, KnownCharacters)
         QByteArray bytes;
     };
     const Case cases[] = {
-        {"LÄ", "L\xC4"},        {"Schälholz", "Sch\xE4lholz"}, {"ß", "\xDF"},
-        {"€", "\x80"},          {"„Zoll“", "\x84Zoll\x93"},     {"Š", "\x8A"},
-        {"Ÿ", "\x9F"},          {"–", "\x96"},                  {"ő", "?"},
-        {"日本", "??"},         {"", ""},
+        {"LÄ", "L\xC4"},
+        {"Schälholz", "Sch\xE4lholz"},
+        {"ß", "\xDF"},
+        {"€", "\x80"},
+        {"„Zoll“", "\x84Zoll\x93"},
+        {"Š", "\x8A"},
+        {"Ÿ", "\x9F"},
+        {"–", "\x96"},
+        {"ő", "?"},
+        {"日本", "??"},
+        {"", ""},
     };
     for (const Case& c : cases) {
         EXPECT_EQ(cp1252::encode(QString::fromUtf8(c.utf8)), c.bytes) << c.utf8;
@@ -54,14 +61,17 @@ TEST_F(ProfileTest, AbsentOrMistypedValuesReadAsDefault)
     EXPECT_EQ(profile.readInt(QStringLiteral("KONFIG"), QStringLiteral("Loaded"), 7), 7);
     profile.writeInt(QStringLiteral("KONFIG"), QStringLiteral("Loaded"), 1);
     EXPECT_EQ(profile.readInt(QStringLiteral("konfig"), QStringLiteral("LOADED"), 0), 1);
-    EXPECT_EQ(profile.readString(QStringLiteral("KONFIG"), QStringLiteral("Loaded"), QStringLiteral("d")),
-              QStringLiteral("d"));
-    EXPECT_TRUE(registry.keyExists(Hive::CurrentUser, QStringLiteral("Software\\NORVA\\Brovant\\KONFIG")));
+    EXPECT_EQ(
+        profile.readString(QStringLiteral("KONFIG"), QStringLiteral("Loaded"), QStringLiteral("d")),
+        QStringLiteral("d"));
+    EXPECT_TRUE(
+        registry.keyExists(Hive::CurrentUser, QStringLiteral("Software\\NORVA\\Brovant\\KONFIG")));
 }
 
 TEST_F(ProfileTest, DeletingSectionsAndTheWholeKey)
 {
-    profile.writeString(QStringLiteral("HOLZART"), QStringLiteral("Holzart01"), QStringLiteral("FI "));
+    profile.writeString(QStringLiteral("HOLZART"), QStringLiteral("Holzart01"),
+                        QStringLiteral("FI "));
     profile.writeInt(QStringLiteral("Printer"), QStringLiteral("Type"), 3);
     profile.deleteSection(QStringLiteral("HOLZART"));
     profile.deleteSection(QStringLiteral("NOTHERE"));
@@ -79,7 +89,9 @@ TEST_F(ProfileTest, KeepAwakeOnlyTouchesAnExistingPowerKey)
     const QString value = QString::fromUtf16(KeepAwake::kValue);
     KeepAwake keepAwake(registry);
     keepAwake.readSaved();
-    { KeepAwake::Scope scope(keepAwake); }
+    {
+        KeepAwake::Scope scope(keepAwake);
+    }
     EXPECT_FALSE(registry.keyExists(Hive::LocalMachine, key));
 
     registry.setDword(Hive::LocalMachine, key, value, 300);

@@ -47,20 +47,19 @@ TEST_P(RegistryStringRoundTrip, SurvivesSaveAndReload)
 
 INSTANTIATE_TEST_SUITE_P(
     AwkwardStrings, RegistryStringRoundTrip,
-    ::testing::Values(
-        StringCase{"quotes", "Q", "say \"hi\" \""},
-        StringCase{"backslashes", "Pfad", "C:\\Brovant\\Daten\\\\"},
-        StringCase{"umlauts", "Baumart", QString::fromUtf8("äöüß ÄÖÜ")},
-        StringCase{"trailingBlanks", "KOPF00", "Zusatz:             "},
-        StringCase{"newline", "Text", "erste\nzweite\n"},
-        StringCase{"crlfAndTab", "Text", "a\r\nb\tc"},
-        StringCase{"emptyString", "Leer", ""},
-        StringCase{"defaultValue", "", "default value"},
-        StringCase{"quotedValueName", "na\\\"me", "x"},
-        StringCase{"atSignName", "@", "not the default"},
-        StringCase{"bracketsAndSemicolon", "; [x]", "[HKEY_CURRENT_USER\\X]"},
-        StringCase{"loneSurrogate", "S", QString(QChar(0xd800)) + "x"},
-        StringCase{"nonBmp", "Emoji", QString::fromUtf8("Fichte \xF0\x9F\x8C\xB2")}),
+    ::testing::Values(StringCase{"quotes", "Q", "say \"hi\" \""},
+                      StringCase{"backslashes", "Pfad", "C:\\Brovant\\Daten\\\\"},
+                      StringCase{"umlauts", "Baumart", QString::fromUtf8("äöüß ÄÖÜ")},
+                      StringCase{"trailingBlanks", "KOPF00", "Zusatz:             "},
+                      StringCase{"newline", "Text", "erste\nzweite\n"},
+                      StringCase{"crlfAndTab", "Text", "a\r\nb\tc"},
+                      StringCase{"emptyString", "Leer", ""},
+                      StringCase{"defaultValue", "", "default value"},
+                      StringCase{"quotedValueName", "na\\\"me", "x"},
+                      StringCase{"atSignName", "@", "not the default"},
+                      StringCase{"bracketsAndSemicolon", "; [x]", "[HKEY_CURRENT_USER\\X]"},
+                      StringCase{"loneSurrogate", "S", QString(QChar(0xd800)) + "x"},
+                      StringCase{"nonBmp", "Emoji", QString::fromUtf8("Fichte \xF0\x9F\x8C\xB2")}),
     [](const auto& info) { return std::string(info.param.label); });
 
 TEST(Registry, DwordsRoundTrip)
@@ -136,8 +135,7 @@ TEST(Registry, NamesCompareCaseInsensitivelyAndKeepFirstSpelling)
     Registry reg(root.path());
     EXPECT_EQ(reg.string(HKCU, "software\\Norva\\brovant", "baumART"), "Kiefer");
     EXPECT_EQ(reg.valueNames(HKCU, "Software\\NORVA\\Brovant"), QStringList{"Baumart"});
-    EXPECT_EQ(reg.subkeys(HKCU, "SOFTWARE"),
-              (QStringList{"NORVA", QString::fromUtf8("Äpfel")}));
+    EXPECT_EQ(reg.subkeys(HKCU, "SOFTWARE"), (QStringList{"NORVA", QString::fromUtf8("Äpfel")}));
     EXPECT_EQ(reg.dword(HKCU, QString::fromUtf8("SOFTWARE\\äPFEL"), "N"), 3u);
     EXPECT_FALSE(reg.keyExists(HKLM, "Software"));
 }
@@ -332,8 +330,7 @@ TEST_P(RegistryCorruptHive, IsSetAsideAndStartsEmpty)
 INSTANTIATE_TEST_SUITE_P(
     Kinds, RegistryCorruptHive,
     ::testing::Values(
-        CorruptCase{"emptyFile", ""},
-        CorruptCase{"missingHeader", "[HKEY_CURRENT_USER\\Good]\n"},
+        CorruptCase{"emptyFile", ""}, CorruptCase{"missingHeader", "[HKEY_CURRENT_USER\\Good]\n"},
         CorruptCase{"otherHeader", "REGEDIT4\n\n[HKEY_CURRENT_USER\\Good]\n"},
         CorruptCase{"unknownLine", hiveText("hello\n")},
         CorruptCase{"valueBeforeSection", kHeader + "\"v\"=dword:00000001\n"},
@@ -370,14 +367,14 @@ TEST(Registry, AcceptsHarmlessVariants)
         QString expected;
     };
     const Case cases[] = {
-        {"utf8 bom", "\xEF\xBB\xBF" + kHeader + "\n[HKEY_CURRENT_USER\\A]\n\"v\"=\"x\"\n",
-         "A", "v", "x"},
+        {"utf8 bom", "\xEF\xBB\xBF" + kHeader + "\n[HKEY_CURRENT_USER\\A]\n\"v\"=\"x\"\n", "A", "v",
+         "x"},
         {"crlf line ends",
          "Windows Registry Editor Version 5.00\r\n\r\n[HKEY_CURRENT_USER\\A]\r\n\"v\"=\"x\"\r\n",
          "A", "v", "x"},
         {"comments and blank lines",
-         kHeader + "; made by hand\n\n\n[HKEY_CURRENT_USER\\A]\n  ; note\n\"v\"=\"x\"\n\n",
-         "A", "v", "x"},
+         kHeader + "; made by hand\n\n\n[HKEY_CURRENT_USER\\A]\n  ; note\n\"v\"=\"x\"\n\n", "A",
+         "v", "x"},
         {"hex continuation",
          kHeader + "[HKEY_CURRENT_USER\\A]\n\"v\"=hex(1):41,00,\\\n  42,00,00,00\n", "A", "v",
          "AB"},

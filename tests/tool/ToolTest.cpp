@@ -25,7 +25,8 @@ ToolRun tool(const QStringList& args)
     p.start();
     p.waitForFinished(60000);
     return {p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1,
-            QString::fromUtf8(p.readAllStandardOutput()), QString::fromUtf8(p.readAllStandardError())};
+            QString::fromUtf8(p.readAllStandardOutput()),
+            QString::fromUtf8(p.readAllStandardError())};
 }
 
 const QString kSample = QStringLiteral(BROVANT_SOURCE_DIR "/demo/passive.dtr");
@@ -34,9 +35,11 @@ QStringList structureRecords(const QString& file)
 {
     sqlite3* db = nullptr;
     QStringList out;
-    if (sqlite3_open_v2(QFile::encodeName(file).constData(), &db, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK) {
+    if (sqlite3_open_v2(QFile::encodeName(file).constData(), &db, SQLITE_OPEN_READONLY, nullptr)
+        == SQLITE_OK) {
         sqlite3_stmt* st = nullptr;
-        if (sqlite3_prepare_v2(db, "SELECT STRUKTUR FROM Struktur", -1, &st, nullptr) == SQLITE_OK) {
+        if (sqlite3_prepare_v2(db, "SELECT STRUKTUR FROM Struktur", -1, &st, nullptr)
+            == SQLITE_OK) {
             while (sqlite3_step(st) == SQLITE_ROW)
                 out << QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(st, 0)));
         }
@@ -53,10 +56,12 @@ TEST(Tool, InitCreatesFoldersAndDatabase)
     EXPECT_EQ(r.status, 0) << r.err.toStdString();
     for (const char* folder : {"Brovant", "Import", "Export"})
         EXPECT_TRUE(QDir(root.host(QLatin1StringView(folder))).exists()) << folder;
-    EXPECT_EQ(structureRecords(root.host(QStringLiteral("Brovant/Brovant.cdb"))), QStringList{"T00300"});
+    EXPECT_EQ(structureRecords(root.host(QStringLiteral("Brovant/Brovant.cdb"))),
+              QStringList{"T00300"});
     // A second init keeps the database as it is.
     EXPECT_EQ(tool({QStringLiteral("--root"), root.path(), QStringLiteral("init")}).status, 0);
-    EXPECT_EQ(structureRecords(root.host(QStringLiteral("Brovant/Brovant.cdb"))), QStringList{"T00300"});
+    EXPECT_EQ(structureRecords(root.host(QStringLiteral("Brovant/Brovant.cdb"))),
+              QStringList{"T00300"});
     EXPECT_FALSE(QFile::exists(root.host(QStringLiteral("Brovant/Brovant.cdb-journal"))));
 }
 
@@ -68,13 +73,15 @@ TEST(Tool, InitReplacesAForeignDatabaseAndKeepsItAside)
     EXPECT_EQ(r.status, 0);
     EXPECT_TRUE(r.err.contains(QStringLiteral("Datenbank und Stammdaten")));
     EXPECT_EQ(root.readFile(QStringLiteral("brovant/Brovant.cdb.alt")), "not a database at all");
-    EXPECT_EQ(structureRecords(root.host(QStringLiteral("brovant/brovant.cdb"))), QStringList{"T00300"});
+    EXPECT_EQ(structureRecords(root.host(QStringLiteral("brovant/brovant.cdb"))),
+              QStringList{"T00300"});
 }
 
 TEST(Tool, ImportConfigAndPrintRegistry)
 {
     TempRoot root;
-    const ToolRun import = tool({QStringLiteral("--root"), root.path(), QStringLiteral("import-config"), kSample});
+    const ToolRun import =
+        tool({QStringLiteral("--root"), root.path(), QStringLiteral("import-config"), kSample});
     ASSERT_EQ(import.status, 0) << import.err.toStdString();
     EXPECT_EQ(root.readFile(QStringLiteral("Brovant/passive.dtr")), [] {
         QFile f(kSample);
@@ -93,7 +100,8 @@ TEST(Tool, ImportConfigAndPrintRegistry)
          })
         EXPECT_TRUE(reg.out.contains(QString::fromUtf8(line))) << line;
 
-    const ToolRun settings = tool({QStringLiteral("--root"), root.path(), QStringLiteral("settings")});
+    const ToolRun settings =
+        tool({QStringLiteral("--root"), root.path(), QStringLiteral("settings")});
     EXPECT_EQ(settings.status, 0);
     EXPECT_TRUE(settings.out.contains(QStringLiteral("KONFIG/Loaded: 1")));
     EXPECT_TRUE(settings.out.contains(QStringLiteral("05 \"LÄ \"")));
@@ -104,15 +112,16 @@ TEST(Tool, ImportConfigWithWrongStructureFails)
     TempRoot root;
     root.writeFile(QStringLiteral("bad.dtr"), "TD0STAMM299.DAT\r\na15FI \r\n");
     const ToolRun r = tool({QStringLiteral("--root"), root.path(), QStringLiteral("import-config"),
-                        root.host(QStringLiteral("bad.dtr"))});
+                            root.host(QStringLiteral("bad.dtr"))});
     EXPECT_NE(r.status, 0);
     EXPECT_TRUE(r.err.contains(QStringLiteral("Falsche Struktur der Konfigura-\ntion!")))
         << r.err.toStdString();
     const ToolRun reg = tool({QStringLiteral("--root"), root.path(), QStringLiteral("registry")});
     EXPECT_TRUE(reg.out.contains(QStringLiteral("\"Loaded\"=dword:00000000")));
 
-    const ToolRun missing = tool({QStringLiteral("--root"), root.path(), QStringLiteral("import-config"),
-                              root.host(QStringLiteral("nowhere.dtr"))});
+    const ToolRun missing =
+        tool({QStringLiteral("--root"), root.path(), QStringLiteral("import-config"),
+              root.host(QStringLiteral("nowhere.dtr"))});
     EXPECT_NE(missing.status, 0);
 }
 
@@ -128,8 +137,14 @@ TEST(Tool, UsageForms)
     const Case cases[] = {
         {{QStringLiteral("--help")}, 0, "import-config FILE", ""},
         {{QStringLiteral("--version")}, 0, "brovant-tool ", ""},
-        {{QStringLiteral("--root"), root.path(), QStringLiteral("frobnicate")}, 2, "", "Unbekannter Befehl"},
-        {{QStringLiteral("--root"), root.path(), QStringLiteral("import-config")}, 2, "", "Unbekannter Befehl"},
+        {{QStringLiteral("--root"), root.path(), QStringLiteral("frobnicate")},
+         2,
+         "",
+         "Unbekannter Befehl"},
+        {{QStringLiteral("--root"), root.path(), QStringLiteral("import-config")},
+         2,
+         "",
+         "Unbekannter Befehl"},
         {{QStringLiteral("--bogus")}, 2, "", "bogus"},
     };
     for (const Case& c : cases) {
