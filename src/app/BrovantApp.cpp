@@ -1,0 +1,112 @@
+#include "app/BrovantApp.h"
+
+#include "app/MainMenuDlg.h"
+#include "app/QtMessageDialogs.h"
+#include "masterdata/DeviceSession.h"
+
+#include <QApplication>
+
+void brovantInitIconResources();
+
+namespace brovant {
+
+BrovantApp::BrovantApp(DeviceSession& session, AppState& state, Clock& clock)
+    : CNorvMFCApp(session, state, clock)
+    , m_qtDialogs(std::make_unique<QtMessageDialogs>(mainWindow(), session.root(),
+                                                     [this] {
+                                                         if (CNorvBaseDlg* active = GetActiveDlg())
+                                                             active->ShowFullScreen();
+                                                     }))
+    , m_lifecycle(std::make_unique<AppLifecycle>(session, state, clock, *m_qtDialogs, *this))
+{
+    brovantInitIconResources();
+    setMessages(m_qtDialogs.get());
+}
+
+BrovantApp::~BrovantApp()
+{
+    shutdown();
+    CNorvMFCApp::destroyScreens();
+}
+
+void BrovantApp::replaceMessages(MessageDialogs* dialogs)
+{
+    setMessages(dialogs);
+    m_lifecycle = std::make_unique<AppLifecycle>(session(), state(), clock(), *dialogs, *this);
+}
+
+bool BrovantApp::start()
+{
+    m_shutDown = false;
+    return m_lifecycle->start();
+}
+
+void BrovantApp::shutdown()
+{
+    if (m_shutDown)
+        return;
+    m_shutDown = true;
+    if (m_mainMenu || !screens().empty())
+        m_lifecycle->shutdown();
+}
+
+void BrovantApp::secondStart()
+{
+    mainWindow()->show();
+    mainWindow()->raise();
+    mainWindow()->activateWindow();
+    if (CNorvBaseDlg* active = GetActiveDlg())
+        active->ShowFullScreen();
+}
+
+void BrovantApp::showMainMenu()
+{
+    if (!m_mainMenu)
+        m_mainMenu = addScreen(std::make_unique<MainMenuDlg>(*this));
+    showMainWindow();
+    m_mainMenu->ShowFullScreen();
+    m_mainMenu->updateClock();
+}
+
+void BrovantApp::setMainMenuActive(bool active)
+{
+    if (!active) {
+        SetActiveDlg(nullptr);
+        return;
+    }
+    if (GetActiveDlg() == m_mainMenu)
+        return;
+    SwitchToDialog(m_mainMenu, 0);
+}
+
+void BrovantApp::createScreens()
+{
+    // Later screens join here, in the device's order of creation.
+}
+
+void BrovantApp::destroyScreens()
+{
+    m_mainMenu = nullptr;
+    CNorvMFCApp::destroyScreens();
+}
+
+void BrovantApp::setWaitCursor(bool wait)
+{
+    if (wait == m_waitCursor)
+        return;
+    m_waitCursor = wait;
+    if (wait)
+        QApplication::setOverrideCursor(Qt::WaitCursor);
+    else
+        QApplication::restoreOverrideCursor();
+}
+
+void BrovantApp::repaint()
+{
+    if (CNorvBaseDlg* active = GetActiveDlg())
+        active->repaint();
+    else if (m_mainMenu)
+        m_mainMenu->repaint();
+}
+
+} // namespace brovant

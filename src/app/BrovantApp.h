@@ -1,0 +1,48 @@
+// Program: the application object. Creates the screens in the device's order, runs start-up and
+// shutdown through AppLifecycle and answers a second start by bringing the active screen back.
+#pragma once
+
+#include "app/CNorvMFCApp.h"
+#include "app/logic/AppLifecycle.h"
+
+#include <memory>
+
+namespace brovant {
+
+class MainMenuDlg;
+class QtMessageDialogs;
+
+class BrovantApp : public CNorvMFCApp, public ScreenHost {
+    Q_OBJECT
+public:
+    BrovantApp(DeviceSession& session, AppState& state, Clock& clock);
+    ~BrovantApp() override;
+
+    // Uses `dialogs` instead of the real message dialogs (tests, the demo tour).
+    void replaceMessages(MessageDialogs* dialogs);
+    QtMessageDialogs* qtMessages() const { return m_qtDialogs.get(); }
+
+    bool start();
+    void shutdown();
+    // A second start or a wake-up: the active screen comes to the front.
+    void secondStart();
+
+    MainMenuDlg* mainMenu() const { return m_mainMenu; }
+    AppLifecycle& lifecycle() { return *m_lifecycle; }
+
+    void showMainMenu() override;
+    void setMainMenuActive(bool active) override;
+    void createScreens() override;
+    void destroyScreens() override;
+    void setWaitCursor(bool wait) override;
+    void repaint() override;
+
+private:
+    std::unique_ptr<QtMessageDialogs> m_qtDialogs;
+    std::unique_ptr<AppLifecycle> m_lifecycle;
+    MainMenuDlg* m_mainMenu = nullptr;
+    bool m_waitCursor = false;
+    bool m_shutDown = false;
+};
+
+} // namespace brovant

@@ -1,0 +1,54 @@
+// Screen framework: one on-screen key. A key sends its command id to its screen when released,
+// exactly like the dialog button it stands for; a character key types its text into the focused
+// field. Keys never take the focus, so the field being edited keeps it.
+#pragma once
+
+#include <QAbstractButton>
+#include <QString>
+
+namespace brovant {
+
+// A row of a key table.
+struct KeyDef {
+    int x = 0;
+    int y = 0;
+    int width = 0;
+    int height = 0;
+    QString caption;
+    int commandId = 0;
+    int secondId = 0; // group id: a heading (command 0) belongs to the keys sending this id
+    int style = 0;
+    int bitmap = 0;
+
+    // Command id of keys that type their caption.
+    static constexpr int kCharacter = -1;
+    // Command id of a key that switches letters to upper or lower case.
+    static constexpr int kShift = -2;
+
+    bool isHeading() const { return commandId == 0 && secondId != 0; }
+};
+
+class CNorvKey : public QAbstractButton {
+    Q_OBJECT
+public:
+    CNorvKey(const KeyDef& def, int index, QWidget* parent);
+
+    const KeyDef& def() const { return m_def; }
+    int index() const { return m_index; }
+    void setCaption(const QString& caption);
+    QString caption() const { return m_def.caption; }
+
+    // The picture of a bitmap id (":/icons/....svg"), empty when there is none.
+    static QString iconPath(int bitmap);
+
+    QSize sizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    KeyDef m_def;
+    int m_index;
+};
+
+} // namespace brovant

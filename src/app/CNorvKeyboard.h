@@ -1,0 +1,57 @@
+// Screen framework: a keyboard, a set of keys in one area of the screen built from a key table.
+// The list form fills its keys from a table of codes (species, tariffs, regions) and reports the
+// chosen entry. What a key does is its screen's business.
+#pragma once
+
+#include "app/CNorvKey.h"
+
+#include <QRect>
+#include <QStringList>
+#include <QWidget>
+
+#include <vector>
+
+namespace brovant {
+
+class CNorvKeyboard : public QWidget {
+    Q_OBJECT
+public:
+    CNorvKeyboard(const QRect& area, std::vector<KeyDef> keys, QWidget* parent = nullptr);
+
+    // The list form: keys whose command id equals `commandId` take their captions from
+    // `primary` in order (entries past the table stay blank); `secondary` is kept for screens
+    // that show a second text (long names) for the same entries.
+    void setCodeTable(const QStringList& primary, const QStringList& secondary, int commandId);
+
+    const QRect& area() const { return m_area; }
+    int keyCount() const { return int(m_keys.size()); }
+    CNorvKey* key(int index) const { return m_keys[size_t(index)]; }
+    // First key sending this command id, or null.
+    CNorvKey* keyFor(int commandId) const;
+    void setCaption(int index, const QString& caption);
+
+    // Which key of a group was pressed last: its index among the keys with the same command
+    // id, and its caption.
+    int lastGroupIndex() const { return m_lastGroupIndex; }
+    QString lastCaption() const { return m_lastCaption; }
+
+    // Letter keys show upper or lower case.
+    void setUpperCase(bool upper);
+    bool upperCase() const { return m_upper; }
+
+signals:
+    // A key was released over itself: its command id (or KeyDef::kCharacter / kShift).
+    void command(int commandId);
+    void character(const QString& text);
+
+private:
+    void released(CNorvKey* key);
+
+    QRect m_area;
+    std::vector<CNorvKey*> m_keys;
+    int m_lastGroupIndex = -1;
+    QString m_lastCaption;
+    bool m_upper = true;
+};
+
+} // namespace brovant

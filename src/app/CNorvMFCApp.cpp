@@ -1,0 +1,70 @@
+#include "app/CNorvMFCApp.h"
+
+#include "app/CNorvBaseDlg.h"
+
+#include <QGuiApplication>
+
+namespace brovant {
+
+CNorvMFCApp::CNorvMFCApp(DeviceSession& session, AppState& state, Clock& clock)
+    : m_session(session)
+    , m_state(state)
+    , m_clock(clock)
+    , m_window(std::make_unique<QWidget>())
+{
+    m_window->setObjectName(QStringLiteral("Brovant"));
+    m_window->setWindowTitle(QStringLiteral("Brovant"));
+    m_window->setFixedSize(kScreenWidth, kScreenHeight);
+}
+
+CNorvMFCApp::~CNorvMFCApp()
+{
+    destroyScreens();
+}
+
+void CNorvMFCApp::showMainWindow()
+{
+    const QString platform = QGuiApplication::platformName();
+    if (platform == QLatin1StringView("linuxfb") || platform.startsWith(QLatin1StringView("eglfs")))
+        m_window->showFullScreen();
+    else
+        m_window->show();
+}
+
+void CNorvMFCApp::SwitchToDialog(CNorvBaseDlg* screen, int)
+{
+    CNorvBaseDlg* previous = m_active;
+    if (previous && previous != screen) {
+        previous->OnLeave();
+        previous->Hide(0);
+    }
+    m_active = screen;
+    if (!screen) {
+        emit activeChanged(nullptr);
+        emit finished();
+        return;
+    }
+    if (previous != screen)
+        screen->setPrevDlg(previous);
+    screen->InitDialog();
+    screen->ShowFullScreen();
+    emit activeChanged(screen);
+}
+
+CNorvBaseDlg* CNorvMFCApp::findScreen(const QString& objectName) const
+{
+    for (const auto& screen : m_screens) {
+        if (screen->objectName() == objectName)
+            return screen.get();
+    }
+    return nullptr;
+}
+
+void CNorvMFCApp::destroyScreens()
+{
+    m_active = nullptr;
+    while (!m_screens.empty())
+        m_screens.pop_back();
+}
+
+} // namespace brovant

@@ -1,0 +1,72 @@
+// Screen framework: the application object's screen side. Owns the main window (240 x 320), the
+// screens in creation order and the single active-screen slot; switching hides the active screen
+// and shows the next one full screen. Start-up, shutdown and what each screen does live elsewhere.
+#pragma once
+
+#include <QObject>
+#include <QWidget>
+
+#include <memory>
+#include <vector>
+
+namespace brovant {
+
+class AppState;
+class CNorvBaseDlg;
+class Clock;
+class DeviceSession;
+class MessageDialogs;
+
+class CNorvMFCApp : public QObject {
+    Q_OBJECT
+public:
+    static constexpr int kScreenWidth = 240;
+    static constexpr int kScreenHeight = 320;
+
+    CNorvMFCApp(DeviceSession& session, AppState& state, Clock& clock);
+    ~CNorvMFCApp() override;
+
+    QWidget* mainWindow() const { return m_window.get(); }
+    // Full screen on a device display (linuxfb, eglfs), a fixed-size window elsewhere.
+    void showMainWindow();
+
+    // Hides the active screen, runs the next one's per-activation set-up and shows it full
+    // screen. Switching to no screen ends the program (finished()).
+    void SwitchToDialog(CNorvBaseDlg* screen, int flag = 0);
+    CNorvBaseDlg* GetActiveDlg() const { return m_active; }
+    void SetActiveDlg(CNorvBaseDlg* screen) { m_active = screen; }
+
+    // Takes a created screen over; screens are destroyed in reverse order of adding.
+    template <class Screen> Screen* addScreen(std::unique_ptr<Screen> screen)
+    {
+        Screen* raw = screen.get();
+        raw->Create();
+        m_screens.push_back(std::move(screen));
+        return raw;
+    }
+    void destroyScreens();
+    // A created screen by its object name, or null while that screen does not exist.
+    CNorvBaseDlg* findScreen(const QString& objectName) const;
+    const std::vector<std::unique_ptr<CNorvBaseDlg>>& screens() const { return m_screens; }
+
+    void setMessages(MessageDialogs* messages) { m_messages = messages; }
+    MessageDialogs& messages() const { return *m_messages; }
+    DeviceSession& session() const { return m_session; }
+    AppState& state() const { return m_state; }
+    Clock& clock() const { return m_clock; }
+
+signals:
+    void activeChanged(CNorvBaseDlg* screen);
+    void finished();
+
+private:
+    DeviceSession& m_session;
+    AppState& m_state;
+    Clock& m_clock;
+    MessageDialogs* m_messages = nullptr;
+    std::unique_ptr<QWidget> m_window;
+    std::vector<std::unique_ptr<CNorvBaseDlg>> m_screens;
+    CNorvBaseDlg* m_active = nullptr;
+};
+
+} // namespace brovant

@@ -1,0 +1,183 @@
+#include "app/DemoTour.h"
+
+#include "app/BrovantApp.h"
+#include "app/CNorvKeyboard.h"
+#include "app/MainMenuDlg.h"
+#include "app/QtMessageDialogs.h"
+#include "app/logic/AppState.h"
+#include "masterdata/DeviceSession.h"
+#include "platform/Clock.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QPainter>
+#include <QTemporaryDir>
+#include <QTextStream>
+
+#include <deque>
+
+namespace brovant {
+namespace {
+
+bool copyTree(const QString& from, const QString& to)
+{
+    QDir().mkpath(to);
+    QDirIterator it(from, QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot,
+                    QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QString path = it.next();
+        const QString target = to + path.mid(from.size());
+        if (it.fileInfo().isDir()) {
+            QDir().mkpath(target);
+        } else if (!path.endsWith(QStringLiteral(".brovant.lock")) && !QFile::copy(path, target)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+QString slug(const QString& text)
+{
+    QString out;
+    for (const QChar c : text.toLower()) {
+        if (c.isLetterOrNumber() && c.unicode() < 128)
+            out += c;
+        else if (c == u'ä')
+            out += QStringLiteral("ae");
+        else if (c == u'ö')
+            out += QStringLiteral("oe");
+        else if (c == u'ü')
+            out += QStringLiteral("ue");
+        else if (c == u'ß')
+            out += QStringLiteral("ss");
+        else if (!out.endsWith(u'-'))
+            out += u'-';
+    }
+    while (out.endsWith(u'-'))
+        out.chop(1);
+    return out.left(40);
+}
+
+// The pictures, numbered in the order they were taken.
+class Camera {
+public:
+    Camera(QWidget* window, QString outDir)
+        : m_window(window)
+        , m_outDir(std::move(outDir))
+    {
+    }
+
+    void take(const QString& name, QWidget* overlay = nullptr, QPoint at = {})
+    {
+        QApplication::processEvents();
+        QPixmap picture = m_window->grab();
+        if (overlay) {
+            QPainter p(&picture);
+            p.drawPixmap(at, overlay->grab());
+        }
+        const QString file = QStringLiteral("%1/%2-%3.png")
+                                 .arg(m_outDir)
+                                 .arg(++m_count, 2, 10, QChar(u'0'))
+                                 .arg(slug(name));
+        if (picture.save(file))
+            m_files << file;
+    }
+    const QStringList& files() const { return m_files; }
+
+private:
+    QWidget* m_window;
+    QString m_outDir;
+    int m_count = 0;
+    QStringList m_files;
+};
+
+// The real dialogs, answered from a script, each photographed over the screen behind it.
+class TourDialogs : public QtMessageDialogs {
+public:
+    TourDialogs(QWidget* window, const DeviceRoot& root, std::function<void()> afterModal,
+                Camera& camera)
+        : QtMessageDialogs(window, root, std::move(afterModal))
+        , m_camera(camera)
+    {
+    }
+    void answerNext(int answer) { m_answers.push_back(answer); }
+
+protected:
+    int run(MessageDialog& dialog) override
+    {
+        dialog.show();
+        m_camera.take(QStringLiteral("%1-%2").arg(
+                          dialog.title(), dialog.findChild<QWidget*>(QStringLiteral("line1049"))
+                                              ->property("text")
+                                              .toString()),
+                      &dialog, QPoint(5, 90));
+        dialog.hide();
+        if (m_answers.empty())
+            return dialog.findChild<QWidget*>(QStringLiteral("button1055")) ? 1 : No;
+        const int answer = m_answers.front();
+        m_answers.pop_front();
+        return answer;
+    }
+    void infoShown() override
+    {
+        const QString text = infoWindow()->lines().join(u' ');
+        if (text == m_lastInfo)
+            return;
+        m_lastInfo = text;
+        m_camera.take(QStringLiteral("Info-") + text);
+    }
+
+private:
+    Camera& m_camera;
+    std::deque<int> m_answers;
+    QString m_lastInfo;
+};
+
+} // namespace
+
+int runDemoTour(const QString& rootDir, const QString& outDir)
+{
+    QTextStream out(stdout);
+    QTemporaryDir work;
+    const QString root = work.path() + QStringLiteral("/device");
+    if (QDir(rootDir).exists() && !copyTree(rootDir, root)) {
+        QTextStream(stderr) << "Gerät kann nicht kopiert werden: " << rootDir << '\n';
+        return 1;
+    }
+    QDir().mkpath(outDir);
+    for (const QString& old : QDir(outDir).entryList({QStringLiteral("*.png")}, QDir::Files))
+        QFile::remove(outDir + u'/' + old);
+
+    DeviceSession session(root);
+    AppState state;
+    // A fixed morning in May, so the pictures do not change from run to run.
+    ManualClock clock(QDateTime(QDate(2026, 5, 4), QTime(7, 30, 0)));
+    BrovantApp app(session, state, clock);
+    Camera camera(app.mainWindow(), outDir);
+    TourDialogs dialogs(
+        app.mainWindow(), session.root(),
+        [&app] {
+            if (CNorvBaseDlg* active = app.GetActiveDlg())
+                active->ShowFullScreen();
+        },
+        camera);
+    app.replaceMessages(&dialogs);
+    if (!app.start())
+        return 1;
+
+    MainMenuDlg* menu = app.mainMenu();
+    camera.take(QStringLiteral("Hauptmenue"));
+    if (!session.configurationLoaded())
+        menu->OnCommand(MainMenuDlg::kNewList);
+    dialogs.answerNext(MessageDialogs::No);
+    menu->OnCommand(CNorvBaseDlg::IDCANCEL);
+
+    app.shutdown();
+    out << "Demo tour: " << camera.files().size() << " pictures in " << QDir(outDir).absolutePath()
+        << '\n';
+    return 0;
+}
+
+} // namespace brovant

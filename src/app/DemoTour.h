@@ -1,0 +1,12 @@
+// Program: the demo tour. Drives the real program, on a copy of a device root, through what a
+// forester does and writes a PNG of every screen and every message it meets.
+#pragma once
+
+#include <QString>
+
+namespace brovant {
+
+// Returns the exit status; prints where the pictures are.
+int runDemoTour(const QString& rootDir, const QString& outDir);
+
+} // namespace brovant

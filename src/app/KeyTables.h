@@ -1,0 +1,31 @@
+// Screens: the static key tables, built once: the shared bottom bar, the main menu's picture
+// keys and the full soft keyboards (letters with umlauts, digits). Coordinates are relative to
+// the keyboard's area.
+#pragma once
+
+#include "app/CNorvKey.h"
+
+#include <QRect>
+
+#include <vector>
+
+namespace brovant::keys {
+
+// Areas of the usual keyboards.
+inline constexpr QRect kBottomBarArea(0, 299, 240, 20);
+inline constexpr QRect kFullArea(0, 133, 240, 187);
+inline constexpr QRect kTallArea(0, 70, 240, 250);
+
+// The six keys along the bottom edge at `y`: back (2), "Ziff" (1009, or 0 without a soft
+// keyboard), previous field, backspace, next field, enter.
+std::vector<KeyDef> bottomBar(int y, bool withZiff);
+
+// The main menu's four picture keys and its bar.
+std::vector<KeyDef> mainMenu();
+
+// Full keyboards for the area kFullArea: letters (A-Z, Ä, Ö, Ü, ß and punctuation, with a
+// shift key) and digits; both end with the bottom bar.
+std::vector<KeyDef> letters();
+std::vector<KeyDef> digits();
+
+} // namespace brovant::keys

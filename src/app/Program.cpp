@@ -1,0 +1,87 @@
+#include "app/Program.h"
+
+#include "app/BrovantApp.h"
+#include "app/DemoTour.h"
+#include "app/SingleInstance.h"
+#include "app/logic/AppState.h"
+#include "masterdata/DeviceSession.h"
+#include "platform/Clock.h"
+#include "platform/RootLocation.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QTextStream>
+
+#ifndef BROVANT_VERSION
+#define BROVANT_VERSION "0"
+#endif
+
+namespace brovant {
+namespace {
+
+bool wantsDemoTour(int argc, char** argv)
+{
+    for (int i = 1; i < argc; ++i) {
+        if (QByteArray(argv[i]).startsWith("--demo-tour"))
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
+int runProgram(int argc, char** argv)
+{
+    // The demo tour takes its pictures without a display.
+    if (wantsDemoTour(argc, argv) && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")
+        && qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication qapp(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("Brovant"));
+    QApplication::setApplicationVersion(QStringLiteral(BROVANT_VERSION));
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral("Brovanterfassung"));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    const QCommandLineOption rootOption(QStringLiteral("root"),
+                                        QStringLiteral("Device root folder (else BROVANT_ROOT)."),
+                                        QStringLiteral("DIR"));
+    const QCommandLineOption tourOption(
+        QStringLiteral("demo-tour"),
+        QStringLiteral("Drive the program through a forester's work on a copy of the device root "
+                       "and write a picture of every screen and message into DIR."),
+        QStringLiteral("DIR"));
+    parser.addOption(rootOption);
+    parser.addOption(tourOption);
+    parser.process(qapp);
+
+    const QString root = resolveRootDir(parser.value(rootOption));
+    if (parser.isSet(tourOption))
+        return runDemoTour(root, parser.value(tourOption));
+
+    SingleInstance instance(root);
+    if (!instance.acquire()) {
+        // Another instance runs on this root: it comes to the front, this one ends.
+        instance.notifyRunning();
+        return 0;
+    }
+
+    DeviceSession session(root);
+    AppState state;
+    SystemClock clock;
+    BrovantApp app(session, state, clock);
+    QObject::connect(&instance, &SingleInstance::messageReceived, &app, [&app](int parameter) {
+        if (parameter == SingleInstance::kSecondStart)
+            app.secondStart();
+    });
+    QObject::connect(&app, &CNorvMFCApp::finished, &qapp, &QApplication::quit,
+                     Qt::QueuedConnection);
+    if (!app.start())
+        return 1;
+    const int status = qapp.exec();
+    app.shutdown();
+    return status;
+}
+
+} // namespace brovant
