@@ -1,5 +1,6 @@
 #include "app/BrovantApp.h"
 
+#include "app/ConfigurationDlg.h"
 #include "app/MainMenuDlg.h"
 #include "app/QtMessageDialogs.h"
 #include "masterdata/DeviceSession.h"
@@ -82,6 +83,7 @@ void BrovantApp::setMainMenuActive(bool active)
 void BrovantApp::createScreens()
 {
     // Later screens join here, in the device's order of creation.
+    addScreen(std::make_unique<ConfigurationDlg>(*this));
 }
 
 void BrovantApp::destroyScreens()

@@ -45,8 +45,12 @@ void CNorvKeyboard::setUpperCase(bool upper)
 {
     m_upper = upper;
     for (CNorvKey* key : m_keys) {
-        if (key->def().commandId == KeyDef::kCharacter && key->caption().size() == 1)
-            key->setCaption(upper ? key->caption().toUpper() : key->caption().toLower());
+        if (key->def().commandId != KeyDef::kCharacter || key->caption().size() != 1)
+            continue;
+        // "ß" has no one-letter capital; it stays as it is.
+        const QString changed = upper ? key->caption().toUpper() : key->caption().toLower();
+        if (changed.size() == 1)
+            key->setCaption(changed);
     }
 }
 

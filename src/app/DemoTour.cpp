@@ -2,6 +2,7 @@
 
 #include "app/BrovantApp.h"
 #include "app/CNorvKeyboard.h"
+#include "app/ConfigurationDlg.h"
 #include "app/MainMenuDlg.h"
 #include "app/QtMessageDialogs.h"
 #include "app/logic/AppState.h"
@@ -135,6 +136,40 @@ private:
     QString m_lastInfo;
 };
 
+// Clicks the key of that object name on the screen's shown keyboard, as a finger would.
+void press(CNorvKeybDlg* screen, const QString& key)
+{
+    if (auto* found = screen->keyboard()->findChild<CNorvKey*>(key))
+        found->click();
+}
+
+void type(CNorvKeybDlg* screen, const QString& text)
+{
+    for (const QChar c : text)
+        press(screen, QStringLiteral("char_") + c);
+}
+
+// The three configuration pages, then a modem entry typed on the soft keys and confirmed.
+void tourConfiguration(CNorvMFCApp& app, Camera& camera)
+{
+    auto* config = qobject_cast<ConfigurationDlg*>(app.findScreen(QStringLiteral("configuration")));
+    if (!config)
+        return;
+    config->openPage(int(ConfigPage::CompanyHeader));
+    camera.take(QStringLiteral("Konfiguration Firmenkopf"));
+    for (const char* page : {"pageModem", "pageFTP"}) {
+        config->findChild<QAbstractButton*>(QString::fromLatin1(page))->click();
+        camera.take(QStringLiteral("Konfiguration ") + QString::fromLatin1(page + 4));
+    }
+    config->findChild<QAbstractButton*>(QStringLiteral("pageModem"))->click();
+    type(config, QStringLiteral("BÜRO"));
+    press(config, QStringLiteral("key%1").arg(CNorvKeybDlg::kNextField));
+    press(config, QStringLiteral("key%1").arg(CNorvKeybDlg::kZiff));
+    type(config, QStringLiteral("07612345"));
+    camera.take(QStringLiteral("Konfiguration Modem Ziffern"));
+    press(config, QStringLiteral("key%1").arg(CNorvKeybDlg::kEnter));
+}
+
 } // namespace
 
 int runDemoTour(const QString& rootDir, const QString& outDir)
@@ -171,6 +206,7 @@ int runDemoTour(const QString& rootDir, const QString& outDir)
     camera.take(QStringLiteral("Hauptmenue"));
     if (!session.configurationLoaded())
         menu->OnCommand(MainMenuDlg::kNewList);
+    tourConfiguration(app, camera);
     dialogs.answerNext(MessageDialogs::No);
     menu->OnCommand(CNorvBaseDlg::IDCANCEL);
 
