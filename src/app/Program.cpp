@@ -3,6 +3,7 @@
 #include "app/BrovantApp.h"
 #include "app/DemoTour.h"
 #include "app/SingleInstance.h"
+#include "app/WakeUpWatcher.h"
 #include "app/logic/AppState.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
@@ -75,6 +76,8 @@ int runProgram(int argc, char** argv)
         if (parameter == SingleInstance::kSecondStart)
             app.secondStart();
     });
+    WakeUpWatcher wakeUp;
+    QObject::connect(&wakeUp, &WakeUpWatcher::wokeUp, &app, &BrovantApp::secondStart);
     QObject::connect(&app, &CNorvMFCApp::finished, &qapp, &QApplication::quit,
                      Qt::QueuedConnection);
     if (!app.start())
