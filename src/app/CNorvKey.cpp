@@ -19,6 +19,12 @@ CNorvKey::CNorvKey(const KeyDef& def, int index, QWidget* parent)
         setObjectName(QStringLiteral("key%1").arg(def.commandId));
     else if (def.commandId == KeyDef::kCharacter)
         setObjectName(QStringLiteral("char_") + def.caption);
+    else if (def.commandId == KeyDef::kShift)
+        setObjectName(QStringLiteral("keyShift"));
+    else if (def.commandId == KeyDef::kPreviousPage)
+        setObjectName(QStringLiteral("pagePrevious"));
+    else if (def.commandId == KeyDef::kNextPage)
+        setObjectName(QStringLiteral("pageNext"));
 }
 
 void CNorvKey::setCaption(const QString& caption)

@@ -24,6 +24,9 @@ struct KeyDef {
     static constexpr int kCharacter = -1;
     // Command id of a key that switches letters to upper or lower case.
     static constexpr int kShift = -2;
+    // Command ids of the keys that turn the pages of a list keyboard.
+    static constexpr int kPreviousPage = -3;
+    static constexpr int kNextPage = -4;
 
     bool isHeading() const { return commandId == 0 && secondId != 0; }
 };

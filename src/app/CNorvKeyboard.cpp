@@ -15,13 +15,48 @@ CNorvKeyboard::CNorvKeyboard(const QRect& area, std::vector<KeyDef> keys, QWidge
     }
 }
 
-void CNorvKeyboard::setCodeTable(const QStringList& primary, const QStringList&, int commandId)
+void CNorvKeyboard::setCodeTable(const QStringList& primary, const QStringList& secondary,
+                                 int commandId)
 {
-    int entry = 0;
+    m_primary = primary;
+    m_secondary = secondary;
+    m_codeCommand = commandId;
+    showPage(0);
+}
+
+int CNorvKeyboard::codeKeyCount() const
+{
+    int count = 0;
+    for (CNorvKey* key : m_keys)
+        count += key->def().commandId == m_codeCommand ? 1 : 0;
+    return count;
+}
+
+int CNorvKeyboard::pageCount() const
+{
+    const int perPage = codeKeyCount();
+    if (perPage == 0)
+        return 1;
+    // Trailing blank entries need no page of their own.
+    int used = int(m_primary.size());
+    while (used > 0 && m_primary[used - 1].trimmed().isEmpty())
+        --used;
+    return std::max(1, (used + perPage - 1) / perPage);
+}
+
+void CNorvKeyboard::showPage(int page)
+{
+    m_page = std::clamp(page, 0, pageCount() - 1);
+    int entry = m_page * codeKeyCount();
     for (CNorvKey* key : m_keys) {
-        if (key->def().commandId != commandId)
+        const int id = key->def().commandId;
+        if (id == KeyDef::kPreviousPage)
+            key->setEnabled(m_page > 0);
+        else if (id == KeyDef::kNextPage)
+            key->setEnabled(m_page + 1 < pageCount());
+        if (m_codeCommand == 0 || id != m_codeCommand)
             continue;
-        key->setCaption(entry < primary.size() ? primary[entry].trimmed() : QString());
+        key->setCaption(entry < m_primary.size() ? m_primary[entry].trimmed() : QString());
         ++entry;
     }
 }
@@ -73,6 +108,17 @@ void CNorvKeyboard::released(CNorvKey* key)
     if (def.commandId == KeyDef::kShift) {
         setUpperCase(!m_upper);
         return;
+    }
+    if (def.commandId == KeyDef::kPreviousPage || def.commandId == KeyDef::kNextPage) {
+        showPage(m_page + (def.commandId == KeyDef::kNextPage ? 1 : -1));
+        return;
+    }
+    if (m_codeCommand != 0 && def.commandId == m_codeCommand) {
+        const int entry = m_page * codeKeyCount() + m_lastGroupIndex;
+        if (key->caption().isEmpty())
+            return;
+        m_lastEntry = entry;
+        emit entryChosen(def.commandId, entry, m_primary.value(entry));
     }
     if (def.commandId != 0)
         emit command(def.commandId);

@@ -19,9 +19,16 @@ public:
     CNorvKeyboard(const QRect& area, std::vector<KeyDef> keys, QWidget* parent = nullptr);
 
     // The list form: keys whose command id equals `commandId` take their captions from
-    // `primary` in order (entries past the table stay blank); `secondary` is kept for screens
-    // that show a second text (long names) for the same entries.
+    // `primary` in order (entries past the table stay blank); `secondary` holds a second text
+    // (long names) for the same entries. A table longer than its keys is shown a page at a time,
+    // turned by the keys kPreviousPage and kNextPage.
     void setCodeTable(const QStringList& primary, const QStringList& secondary, int commandId);
+    int page() const { return m_page; }
+    int pageCount() const;
+    void showPage(int page);
+    // The table entry of the code key pressed last, or -1.
+    int lastEntry() const { return m_lastEntry; }
+    QString secondaryText(int entry) const { return m_secondary.value(entry); }
 
     const QRect& area() const { return m_area; }
     int keyCount() const { return int(m_keys.size()); }
@@ -43,13 +50,22 @@ signals:
     // A key was released over itself: its command id (or KeyDef::kCharacter / kShift).
     void command(int commandId);
     void character(const QString& text);
+    // A code key of the list form: the table's command id and the entry chosen. Blank keys
+    // send nothing.
+    void entryChosen(int commandId, int entry, const QString& code);
 
 private:
     void released(CNorvKey* key);
 
     QRect m_area;
     std::vector<CNorvKey*> m_keys;
+    int codeKeyCount() const;
     int m_lastGroupIndex = -1;
+    int m_lastEntry = -1;
+    int m_codeCommand = 0;
+    int m_page = 0;
+    QStringList m_primary;
+    QStringList m_secondary;
     QString m_lastCaption;
     bool m_upper = true;
 };

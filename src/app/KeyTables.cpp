@@ -83,4 +83,24 @@ std::vector<KeyDef> digits()
     return keys;
 }
 
+std::vector<KeyDef> codeList(int commandId, int columns, int rows)
+{
+    std::vector<KeyDef> keys;
+    const int pageKeyHeight = 24;
+    const int height = (166 - pageKeyHeight) / rows;
+    const int width = 240 / columns;
+    for (int r = 0; r < rows; ++r) {
+        for (int c = 0; c < columns; ++c)
+            keys.push_back({c * width, r * height, width - 1, height - 1, {}, commandId, 0, 0, 0});
+    }
+    const int y = rows * height;
+    keys.push_back(
+        {0, y, 119, pageKeyHeight - 1, QStringLiteral("◀"), KeyDef::kPreviousPage, 0, 1, 0});
+    keys.push_back(
+        {120, y, 120, pageKeyHeight - 1, QStringLiteral("▶"), KeyDef::kNextPage, 0, 1, 0});
+    for (const KeyDef& k : bottomBar(166, false))
+        keys.push_back(k);
+    return keys;
+}
+
 } // namespace brovant::keys

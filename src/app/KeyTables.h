@@ -28,4 +28,8 @@ std::vector<KeyDef> mainMenu();
 std::vector<KeyDef> letters();
 std::vector<KeyDef> digits();
 
+// A list keyboard for the area kFullArea: `columns` x `rows` code keys sending `commandId`,
+// the two page keys and the bottom bar.
+std::vector<KeyDef> codeList(int commandId, int columns, int rows);
+
 } // namespace brovant::keys

@@ -4,7 +4,8 @@
 
 namespace brovant {
 
-WakeUpWatcher::WakeUpWatcher(QObject* parent) : QObject(parent)
+WakeUpWatcher::WakeUpWatcher(QObject* parent)
+    : QObject(parent)
 {
     QDBusConnection bus = QDBusConnection::systemBus();
     if (!bus.isConnected())

@@ -1,0 +1,136 @@
+#include "app/CNorvKeybDlg.h"
+#include "app/CNorvMFCApp.h"
+#include "app/KeyTables.h"
+#include "app/logic/AppState.h"
+#include "masterdata/DeviceSession.h"
+#include "platform/Clock.h"
+#include "support/TempRoot.h"
+
+#include <QLineEdit>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+namespace brovant {
+namespace {
+
+// Every layout stays inside its area, keys never overlap, and the bar sits on the bottom edge.
+TEST(KeyTables, LayoutsFitTheirAreas)
+{
+    struct Case {
+        const char* name;
+        std::vector<KeyDef> keys;
+        QRect area;
+    };
+    const Case cases[] = {
+        {"mainMenu", keys::mainMenu(), keys::kTallArea},
+        {"letters", keys::letters(), keys::kFullArea},
+        {"digits", keys::digits(), keys::kFullArea},
+        {"codeList", keys::codeList(1159, 4, 5), keys::kFullArea},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const QRect inside(QPoint(0, 0), c.area.size());
+        for (size_t i = 0; i < c.keys.size(); ++i) {
+            const QRect a(c.keys[i].x, c.keys[i].y, c.keys[i].width, c.keys[i].height);
+            EXPECT_TRUE(inside.contains(a)) << i;
+            // A gloved finger needs room.
+            EXPECT_GE(a.width(), 28) << i;
+            EXPECT_GE(a.height(), 20) << i;
+            for (size_t j = i + 1; j < c.keys.size(); ++j) {
+                const QRect b(c.keys[j].x, c.keys[j].y, c.keys[j].width, c.keys[j].height);
+                EXPECT_FALSE(a.intersects(b)) << i << " and " << j;
+            }
+        }
+        const KeyDef& back = c.keys[c.keys.size() - 6];
+        EXPECT_EQ(back.commandId, 2);
+        EXPECT_EQ(c.area.top() + back.y + back.height, 319);
+    }
+}
+
+class Screen : public ::testing::Test {
+protected:
+    Screen()
+        : session(root.path())
+        , app(session, state, clock)
+        , dlg(app, QStringLiteral("test"))
+    {
+        dlg.SetKeyboard(new CNorvKeyboard(keys::kFullArea, keys::letters()));
+        dlg.SetKeyboard(new CNorvKeyboard(keys::kFullArea, keys::digits()));
+        edit = new QLineEdit(&dlg);
+        edit->setGeometry(10, 10, 100, 20);
+        app.mainWindow()->show();
+        app.mainWindow()->activateWindow();
+        EXPECT_TRUE(QTest::qWaitForWindowActive(app.mainWindow()));
+        dlg.ShowFullScreen();
+        edit->setFocus();
+    }
+    void press(const QString& name)
+    {
+        auto* key = dlg.keyboard()->findChild<CNorvKey*>(name);
+        ASSERT_NE(key, nullptr) << name.toStdString();
+        QTest::mouseClick(key, Qt::LeftButton);
+    }
+
+    test::TempRoot root;
+    DeviceSession session;
+    AppState state;
+    ManualClock clock;
+    CNorvMFCApp app;
+    CNorvKeybDlg dlg;
+    QLineEdit* edit = nullptr;
+};
+
+TEST_F(Screen, TypingSwitchingAndDeleting)
+{
+    press(QStringLiteral("char_L"));
+    press(QStringLiteral("char_Ä"));
+    press(QStringLiteral("keyShift"));
+    press(QStringLiteral("char_ß"));
+    press(QStringLiteral("char_A"));
+    press(QStringLiteral("char_␣"));
+    press(QStringLiteral("key1009"));
+    EXPECT_EQ(dlg.keyboardIndex(), 1);
+    press(QStringLiteral("char_4"));
+    press(QStringLiteral("char_2"));
+    press(QStringLiteral("key6003"));
+    EXPECT_EQ(edit->text(), QStringLiteral("LÄßa 4"));
+    press(QStringLiteral("key1009"));
+    EXPECT_EQ(dlg.keyboardIndex(), 0);
+    // The keys never take the focus from the field.
+    EXPECT_TRUE(edit->hasFocus());
+}
+
+TEST_F(Screen, ListKeyboardPagesThroughItsTable)
+{
+    auto* list = new CNorvKeyboard(keys::kFullArea, keys::codeList(1159, 4, 5));
+    dlg.SetKeyboard(list);
+    dlg.showKeyboard(2);
+    QStringList species;
+    for (int i = 1; i <= 45; ++i)
+        species << QStringLiteral("S%1").arg(i, 2, 10, QChar(u'0'));
+    species << QStringList(15, QStringLiteral("     ")); // 60 entries, the last blank
+    list->setCodeTable(species, {}, 1159);
+    QSignalSpy chosen(list, &CNorvKeyboard::entryChosen);
+
+    EXPECT_EQ(list->pageCount(), 3);
+    EXPECT_FALSE(list->findChild<CNorvKey*>(QStringLiteral("pagePrevious"))->isEnabled());
+    QTest::mouseClick(list->key(3), Qt::LeftButton);
+    press(QStringLiteral("pageNext"));
+    press(QStringLiteral("pageNext"));
+    EXPECT_EQ(list->page(), 2);
+    EXPECT_FALSE(list->findChild<CNorvKey*>(QStringLiteral("pageNext"))->isEnabled());
+    EXPECT_EQ(list->key(4)->caption(), QStringLiteral("S45"));
+    QTest::mouseClick(list->key(4), Qt::LeftButton);
+    QTest::mouseClick(list->key(5), Qt::LeftButton); // blank: nothing
+    ASSERT_EQ(chosen.count(), 2);
+    EXPECT_EQ(chosen[0][1].toInt(), 3);
+    EXPECT_EQ(chosen[0][2].toString(), QStringLiteral("S04"));
+    EXPECT_EQ(chosen[1][0].toInt(), 1159);
+    EXPECT_EQ(chosen[1][1].toInt(), 44);
+    EXPECT_EQ(list->lastEntry(), 44);
+}
+
+} // namespace
+} // namespace brovant
