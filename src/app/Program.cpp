@@ -53,8 +53,13 @@ int runProgram(int argc, char** argv)
         QStringLiteral("Drive the program through a forester's work on a copy of the device root "
                        "and write a picture of every screen and message into DIR."),
         QStringLiteral("DIR"));
+    // For measurements: end as soon as the main menu is shown.
+    QCommandLineOption exitOption(QStringLiteral("exit-after-start"),
+                                  QStringLiteral("End once the main menu is shown."));
+    exitOption.setFlags(QCommandLineOption::HiddenFromHelp);
     parser.addOption(rootOption);
     parser.addOption(tourOption);
+    parser.addOption(exitOption);
     parser.process(qapp);
 
     const QString root = resolveRootDir(parser.value(rootOption));
@@ -82,6 +87,11 @@ int runProgram(int argc, char** argv)
                      Qt::QueuedConnection);
     if (!app.start())
         return 1;
+    if (parser.isSet(exitOption)) {
+        QApplication::processEvents();
+        app.shutdown();
+        return 0;
+    }
     const int status = qapp.exec();
     app.shutdown();
     return status;
