@@ -1,7 +1,6 @@
 #include "masterdata/MasterTables.h"
 
 #include "data/Database.h"
-#include "data/Dataset.h"
 #include "data/Schema.h"
 #include "platform/KeepAwake.h"
 #include "platform/MessageDialogs.h"
@@ -85,19 +84,19 @@ MasterTables loadSettings(const SettingsStore& store, Database& db, MessageDialo
     t.duePort = store.readInt(Setting::DuePort);
     t.dueMode = store.readInt(Setting::DueMode);
 
-    // The master rows in ID order give the tariff table.
-    Dataset rows(db, schema::Einstellungen);
-    rows.reset(Filter::ordered(QStringLiteral("ID")));
+    // The volume rows in ID order give the tariff table; one query, not a walk row by row.
+    auto volumeRows = db.query(QStringLiteral(
+        "SELECT TARIF FROM Brov_Einstellungen WHERE ID_TYPE = ? ORDER BY ID, rowid"));
+    volumeRows.bind(1, std::int64_t(schema::TariffVolumeRow));
     if (dialogs)
         dialogs->progress(10);
+    const FieldDescriptor& tariffField =
+        schema::Einstellungen.fields[size_t(schema::Einstellungen.indexOf(u"TARIF"))];
     QString previousTariff;
     bool haveVolumeRow = false;
-    for (rows.moveFirst(); !rows.eof(); rows.moveNext()) {
-        if (rows.loadInt(u"ID_TYPE") != schema::TariffVolumeRow)
-            continue;
-        const QString tariff = rows.loadFormatted(u"TARIF");
-        if ((!haveVolumeRow || tariff != previousTariff)
-            && t.tariffs.size() < MasterTables::kMaxTariffs)
+    while (volumeRows.next() && t.tariffs.size() < MasterTables::kMaxTariffs) {
+        const QString tariff = formatValue(tariffField, volumeRows.value(0));
+        if (!haveVolumeRow || tariff != previousTariff)
             t.tariffs << tariff;
         previousTariff = tariff;
         haveVolumeRow = true;
