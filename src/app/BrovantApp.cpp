@@ -4,6 +4,7 @@
 #include "app/MainMenuDlg.h"
 #include "app/QtMessageDialogs.h"
 #include "masterdata/DeviceSession.h"
+#include "transfer/TransferChannels.h"
 
 #include <QApplication>
 
@@ -22,6 +23,9 @@ BrovantApp::BrovantApp(DeviceSession& session, AppState& state, Clock& clock)
 {
     brovantInitIconResources();
     setMessages(m_qtDialogs.get());
+    // The transfer channels land later; until then what lies in "\Import" counts as received.
+    m_channels = std::make_unique<NoChannel>();
+    setChannels(m_channels.get());
 }
 
 BrovantApp::~BrovantApp()

@@ -11,6 +11,7 @@ namespace brovant {
 
 class MainMenuDlg;
 class QtMessageDialogs;
+class TransferChannels;
 
 class BrovantApp : public CNorvMFCApp, public ScreenHost {
     Q_OBJECT
@@ -28,6 +29,7 @@ public:
     void secondStart();
 
     MainMenuDlg* mainMenu() const { return m_mainMenu; }
+    ScreenHost& host() override { return *this; }
     AppLifecycle& lifecycle() { return *m_lifecycle; }
 
     void showMainMenu() override;
@@ -39,6 +41,7 @@ public:
 
 private:
     std::unique_ptr<QtMessageDialogs> m_qtDialogs;
+    std::unique_ptr<TransferChannels> m_channels;
     std::unique_ptr<AppLifecycle> m_lifecycle;
     MainMenuDlg* m_mainMenu = nullptr;
     bool m_waitCursor = false;

@@ -1,6 +1,7 @@
 #include "app/CNorvMFCApp.h"
 
 #include "app/CNorvBaseDlg.h"
+#include "app/logic/AppLifecycle.h"
 
 #include <QGuiApplication>
 
@@ -20,6 +21,21 @@ CNorvMFCApp::CNorvMFCApp(DeviceSession& session, AppState& state, Clock& clock)
 CNorvMFCApp::~CNorvMFCApp()
 {
     destroyScreens();
+}
+
+ScreenHost& CNorvMFCApp::host()
+{
+    // A bare framework (tests of single screens) has no start-up to serve.
+    struct Quiet final : ScreenHost {
+        void showMainMenu() override {}
+        void setMainMenuActive(bool) override {}
+        void createScreens() override {}
+        void destroyScreens() override {}
+        void setWaitCursor(bool) override {}
+        void repaint() override {}
+    };
+    static Quiet quiet;
+    return quiet;
 }
 
 void CNorvMFCApp::showMainWindow()

@@ -16,6 +16,8 @@ class CNorvBaseDlg;
 class Clock;
 class DeviceSession;
 class MessageDialogs;
+class ScreenHost;
+class TransferChannels;
 
 class CNorvMFCApp : public QObject {
     Q_OBJECT
@@ -52,6 +54,11 @@ public:
     void setMessages(MessageDialogs* messages) { m_messages = messages; }
     MessageDialogs& messages() const { return *m_messages; }
     DeviceSession& session() const { return m_session; }
+    // The transfer channels the settings in force choose.
+    void setChannels(TransferChannels* channels) { m_channels = channels; }
+    TransferChannels& channels() const { return *m_channels; }
+    // What start-up and the screens' long jobs need of the program (cursor, repaint).
+    virtual ScreenHost& host();
     AppState& state() const { return m_state; }
     Clock& clock() const { return m_clock; }
 
@@ -64,6 +71,7 @@ private:
     AppState& m_state;
     Clock& m_clock;
     MessageDialogs* m_messages = nullptr;
+    TransferChannels* m_channels = nullptr;
     std::unique_ptr<QWidget> m_window;
     std::vector<std::unique_ptr<CNorvBaseDlg>> m_screens;
     CNorvBaseDlg* m_active = nullptr;
