@@ -3,6 +3,10 @@
 #include "app/ConfigurationDlg.h"
 #include "app/MainMenuDlg.h"
 #include "app/QtMessageDialogs.h"
+#include "app/SettingsDlg.h"
+#include "app/SystemInfoDlg.h"
+#include "app/TariffAssignmentDlg.h"
+#include "device/DeviceControls.h"
 #include "masterdata/DeviceSession.h"
 #include "transfer/TransferChannels.h"
 
@@ -26,6 +30,8 @@ BrovantApp::BrovantApp(DeviceSession& session, AppState& state, Clock& clock)
     // The transfer channels land later; until then what lies in "\Import" counts as received.
     m_channels = std::make_unique<NoChannel>();
     setChannels(m_channels.get());
+    m_device = makeDeviceControls(session, clock);
+    setDevice(m_device.get());
 }
 
 BrovantApp::~BrovantApp()
@@ -87,7 +93,10 @@ void BrovantApp::setMainMenuActive(bool active)
 void BrovantApp::createScreens()
 {
     // Later screens join here, in the device's order of creation.
+    addScreen(std::make_unique<SystemInfoDlg>(*this));
+    addScreen(std::make_unique<SettingsDlg>(*this));
     addScreen(std::make_unique<ConfigurationDlg>(*this));
+    addScreen(std::make_unique<TariffAssignmentDlg>(*this));
 }
 
 void BrovantApp::destroyScreens()

@@ -9,6 +9,7 @@
 
 namespace brovant {
 
+class DeviceControls;
 class MainMenuDlg;
 class QtMessageDialogs;
 class TransferChannels;
@@ -42,6 +43,7 @@ public:
 private:
     std::unique_ptr<QtMessageDialogs> m_qtDialogs;
     std::unique_ptr<TransferChannels> m_channels;
+    std::unique_ptr<DeviceControls> m_device;
     std::unique_ptr<AppLifecycle> m_lifecycle;
     MainMenuDlg* m_mainMenu = nullptr;
     bool m_waitCursor = false;

@@ -14,6 +14,7 @@ namespace brovant {
 class AppState;
 class CNorvBaseDlg;
 class Clock;
+class DeviceControls;
 class DeviceSession;
 class MessageDialogs;
 class ScreenHost;
@@ -61,6 +62,9 @@ public:
     virtual ScreenHost& host();
     AppState& state() const { return m_state; }
     Clock& clock() const { return m_clock; }
+    // Backlight, volume, battery and the rest of the handheld; the program object owns them.
+    void setDevice(DeviceControls* device) { m_device = device; }
+    DeviceControls& device() const { return *m_device; }
 
 signals:
     void activeChanged(CNorvBaseDlg* screen);
@@ -71,6 +75,7 @@ private:
     AppState& m_state;
     Clock& m_clock;
     MessageDialogs* m_messages = nullptr;
+    DeviceControls* m_device = nullptr;
     TransferChannels* m_channels = nullptr;
     std::unique_ptr<QWidget> m_window;
     std::vector<std::unique_ptr<CNorvBaseDlg>> m_screens;

@@ -5,6 +5,8 @@
 #include "app/ConfigurationDlg.h"
 #include "app/MainMenuDlg.h"
 #include "app/QtMessageDialogs.h"
+#include "app/SettingsDlg.h"
+#include "app/TariffAssignmentDlg.h"
 #include "app/logic/AppState.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
@@ -170,7 +172,72 @@ void tourConfiguration(CNorvMFCApp& app, Camera& camera)
     press(config, QStringLiteral("key%1").arg(CNorvKeybDlg::kEnter));
 }
 
+// The system information, reached with the main menu's key, and back.
+void tourSystemInfo(BrovantApp& app, Camera& camera)
+{
+    press(app.mainMenu(), QStringLiteral("key%1").arg(MainMenuDlg::kSystemInfo));
+    auto* info = qobject_cast<CNorvKeybDlg*>(app.findScreen(QStringLiteral("systemInfo")));
+    if (!info || app.GetActiveDlg() != info)
+        return;
+    camera.take(QStringLiteral("Systeminfo"));
+    press(info, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
+}
+
+// The assignments of all regions; region, species and tariff picked from the list keyboards make a
+// combination that exists already, so saving is refused. Then back.
+void tourTariffAssignment(CNorvMFCApp& app, Camera& camera)
+{
+    auto* screen =
+        qobject_cast<TariffAssignmentDlg*>(app.findScreen(QStringLiteral("tariffAssignment")));
+    if (!screen)
+        return;
+    const auto pick = [screen](const QString& code) {
+        CNorvKeyboard* list = screen->keyboard();
+        for (int page = 0; page < list->pageCount(); ++page) {
+            list->showPage(page);
+            for (int i = 0; i < list->keyCount(); ++i) {
+                if (list->key(i)->def().commandId > 0 && list->key(i)->caption() == code) {
+                    list->key(i)->click();
+                    return;
+                }
+            }
+        }
+    };
+    screen->openAll();
+    camera.take(QStringLiteral("Tarif-Zuordnung"));
+    screen->findChild<CNorvKey*>(QStringLiteral("key%1").arg(TariffAssignmentDlg::kRegionKeys))
+        ->click();
+    pick(QStringLiteral("WR01"));
+    pick(QStringLiteral("FI"));
+    camera.take(QStringLiteral("Tarif-Zuordnung Tarifliste"));
+    pick(QStringLiteral("FI01"));
+    screen->findChild<CNorvKey*>(QStringLiteral("key%1").arg(TariffAssignmentDlg::kSave))->click();
+    press(screen, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
+}
+
 } // namespace
+
+// The functions screen: each tab, the two questions of "Delete all" (both answered so that
+// nothing is deleted) and the reset question.
+void tourSettings(BrovantApp& app, Camera& camera, TourDialogs& dialogs)
+{
+    app.mainMenu()->OnCommand(MainMenuDlg::kSettings);
+    auto* settings = qobject_cast<SettingsDlg*>(app.GetActiveDlg());
+    if (!settings)
+        return;
+    const char* tabs[] = {"Funktionen", "Konfiguration", "Einstellungen"};
+    for (int tab = 0; tab < 3; ++tab) {
+        settings->showTab(tab);
+        camera.take(QStringLiteral("Einstellungen-") + QLatin1StringView(tabs[tab]));
+    }
+    settings->showTab(0);
+    dialogs.answerNext(MessageDialogs::Yes);
+    dialogs.answerNext(MessageDialogs::Yes); // the left "NEIN"
+    settings->OnCommand(SettingsDlg::kDeleteAll);
+    dialogs.answerNext(MessageDialogs::No);
+    settings->OnCommand(SettingsDlg::kReset);
+    settings->OnCommand(CNorvBaseDlg::IDCANCEL);
+}
 
 int runDemoTour(const QString& rootDir, const QString& outDir)
 {
@@ -209,6 +276,9 @@ int runDemoTour(const QString& rootDir, const QString& outDir)
     tourConfiguration(app, camera);
     dialogs.answerNext(MessageDialogs::No);
     menu->OnCommand(CNorvBaseDlg::IDCANCEL);
+    tourSystemInfo(app, camera);
+    tourTariffAssignment(app, camera);
+    tourSettings(app, camera, dialogs);
 
     app.shutdown();
     out << "Demo tour: " << camera.files().size() << " pictures in " << QDir(outDir).absolutePath()

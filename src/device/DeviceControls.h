@@ -52,7 +52,8 @@ public:
     virtual void reset() = 0;
     virtual BatteryStatus battery() const = 0;
 
-    // Named events signalled so far ("BackLightChangeEvent", "PowerManager/ReloadActivityTimeouts").
+    // Named events signalled so far ("BackLightChangeEvent",
+    // "PowerManager/ReloadActivityTimeouts").
     virtual QStringList signalledEvents() const = 0;
 };
 

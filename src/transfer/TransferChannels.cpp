@@ -2,10 +2,19 @@
 
 namespace brovant {
 
-bool NoChannel::receive() { return true; }
+bool NoChannel::receive()
+{
+    return true;
+}
 
-bool NoChannel::fetchConfiguration() { return true; }
+bool NoChannel::fetchConfiguration()
+{
+    return true;
+}
 
-bool NoChannel::send() { return false; }
+bool NoChannel::send()
+{
+    return false;
+}
 
 } // namespace brovant

@@ -1,0 +1,270 @@
+#include "app/logic/TariffAssignmentLogic.h"
+
+#include "data/Schema.h"
+#include "platform/MessageDialogs.h"
+
+#include <algorithm>
+
+namespace brovant {
+namespace {
+
+constexpr char16_t kRegion[] = u"REGION_A";
+constexpr char16_t kSpecies[] = u"BAUMART";
+constexpr char16_t kTariff[] = u"TARIF";
+
+const FieldDescriptor& fieldOf(QStringView name)
+{
+    return schema::Einstellungen.fields[size_t(schema::Einstellungen.indexOf(name))];
+}
+
+// Only blanks: the way SQLite's rtrim() compares, so both sides agree.
+QString trimRight(const QString& text)
+{
+    qsizetype end = text.size();
+    while (end > 0 && text[end - 1] == u' ')
+        --end;
+    return text.left(end);
+}
+
+// Stored values are blank-padded to the field's length, as the configuration import stores them,
+// so typed and imported rows look alike to every lookup.
+QString padded(QStringView field, const QString& value)
+{
+    return formatValue(fieldOf(field), FieldValue(value));
+}
+
+FieldValue assignmentType()
+{
+    return FieldValue(std::int64_t(schema::TariffAssignmentRow));
+}
+
+} // namespace
+
+TariffAssignmentLogic::TariffAssignmentLogic(Dataset& rows, const MasterTables& tables,
+                                             MessageDialogs& dialogs)
+    : m_rows(rows)
+    , m_tables(tables)
+    , m_dialogs(dialogs)
+{
+}
+
+bool TariffAssignmentLogic::openAll()
+{
+    m_regionOnly = false;
+    m_region.clear();
+    return open(
+        {QStringLiteral("ID_TYPE = ?"), {assignmentType()}, QStringLiteral("REGION_A, ID")});
+}
+
+bool TariffAssignmentLogic::openRegion(const QString& region)
+{
+    m_regionOnly = true;
+    m_region = trimRight(region);
+    return open({QStringLiteral("ID_TYPE = ? AND rtrim(REGION_A) = ?"),
+                 {assignmentType(), FieldValue(m_region)},
+                 QStringLiteral("ID")});
+}
+
+bool TariffAssignmentLogic::open(const Filter& filter)
+{
+    const bool opened = m_rows.reset(filter);
+    goTo(m_rows.count());
+    if (!opened)
+        m_dialogs.notice(QStringLiteral("Datenbank nicht lesbar!"));
+    return opened;
+}
+
+TariffRow TariffAssignmentLogic::editLine() const
+{
+    return {trimRight(m_rows.loadText(kRegion)), trimRight(m_rows.loadText(kSpecies)),
+            trimRight(m_rows.loadText(kTariff))};
+}
+
+void TariffAssignmentLogic::setEditLine(const TariffRow& row)
+{
+    m_rows.setText(kRegion, row.region);
+    m_rows.setText(kSpecies, row.species);
+    m_rows.setText(kTariff, row.tariff);
+}
+
+void TariffAssignmentLogic::trimBuffers()
+{
+    setEditLine(editLine());
+}
+
+void TariffAssignmentLogic::goTo(int index)
+{
+    for (int line = 0; line < kHistoryLines; ++line) {
+        const int at = index - (kHistoryLines - line);
+        m_history[size_t(line)] =
+            at >= 0 && m_rows.moveTo(at)
+                ? QStringLiteral("%1    %2   %3")
+                      .arg(m_rows.loadFormatted(kRegion), m_rows.loadFormatted(kSpecies),
+                           m_rows.loadFormatted(kTariff))
+                : QString();
+    }
+    m_rows.moveTo(index);
+    trimBuffers();
+    m_loaded = editLine();
+}
+
+bool TariffAssignmentLogic::check(const TariffRow& row) const
+{
+    if (row.region.isEmpty()) {
+        m_dialogs.notice(QStringLiteral("Eingabe fehlt !!!"));
+        return false;
+    }
+    // A table entry may carry the import's trailing blank or not.
+    const bool knownSpecies = m_tables.speciesIndex(padded(kSpecies, row.species)) >= 0
+                              || m_tables.speciesIndex(row.species) >= 0;
+    if (row.species.isEmpty() || !knownSpecies) {
+        m_dialogs.notice(QStringLiteral("Baumart fehlt !!!"));
+        return false;
+    }
+    if (row.tariff.isEmpty()) {
+        m_dialogs.notice(QStringLiteral("Eingabe fehlt !!!"));
+        return false;
+    }
+    if (!m_tables.hasTariff(padded(kTariff, row.tariff)) && !m_tables.hasTariff(row.tariff)) {
+        m_dialogs.notice(QStringLiteral("Tarif nicht in Stammdaten"),
+                         QStringLiteral("vorhanden !!!"));
+        return false;
+    }
+    auto same = m_rows.database().query(
+        QStringLiteral("SELECT ID FROM %1 WHERE ID_TYPE = ? AND rtrim(REGION_A) = ? AND "
+                       "rtrim(BAUMART) = ?")
+            .arg(QLatin1StringView(schema::Einstellungen.name)));
+    same.bind(1, assignmentType()).bind(2, row.region).bind(3, row.species);
+    const std::int64_t ownId = m_rows.loadInt(u"ID");
+    while (same.next()) {
+        if (onNewRow() || same.integer(0) != ownId) {
+            m_dialogs.notice(QStringLiteral("Kombination WR/HA"),
+                             QStringLiteral("existiert bereits!"));
+            return false;
+        }
+    }
+    return true;
+}
+
+std::int64_t TariffAssignmentLogic::nextId() const
+{
+    auto q = m_rows.database().query(QStringLiteral("SELECT MAX(ID) FROM %1")
+                                         .arg(QLatin1StringView(schema::Einstellungen.name)));
+    if (!q.next() || isEmptyValue(q.value(0)))
+        return 0;
+    return q.integer(0) + 1;
+}
+
+bool TariffAssignmentLogic::insertRow(const TariffRow& row)
+{
+    // The other fields as the configuration import leaves them for a "712" record.
+    m_rows.clearFields();
+    m_rows.setInt(u"ID", nextId());
+    m_rows.setInt(u"ID_TYPE", schema::TariffAssignmentRow);
+    m_rows.setText(u"DMSTUFE", QString());
+    m_rows.setInt(u"BHDBIS", 0);
+    m_rows.setInt(u"BHD", 0);
+    m_rows.setInt(u"KUBATUR", 0);
+    m_rows.setText(kRegion, padded(kRegion, row.region));
+    m_rows.setText(kSpecies, padded(kSpecies, row.species));
+    m_rows.setText(kTariff, padded(kTariff, row.tariff));
+    return m_rows.insert();
+}
+
+bool TariffAssignmentLogic::write()
+{
+    const TariffRow row = editLine();
+    if (!check(row))
+        return false;
+    const bool isNew = onNewRow();
+    const int index = position();
+    bool written = false;
+    {
+        Database::Transaction transaction(m_rows.database());
+        if (transaction.active()) {
+            if (isNew) {
+                written = insertRow(row);
+            } else {
+                m_rows.setText(kRegion, padded(kRegion, row.region));
+                m_rows.setText(kSpecies, padded(kSpecies, row.species));
+                m_rows.setText(kTariff, padded(kTariff, row.tariff));
+                written = m_rows.save();
+            }
+            written = written && transaction.commit();
+        }
+    }
+    if (!written) {
+        // The cursor may hold a row the rollback took back; read it again, keeping what was typed.
+        m_rows.reset(m_rows.filter());
+        goTo(std::min(index, m_rows.count()));
+        setEditLine(row);
+        m_dialogs.notice(QStringLiteral("Satz nicht gespeichert!"));
+    }
+    return written;
+}
+
+bool TariffAssignmentLogic::save()
+{
+    const bool wasNew = onNewRow();
+    if (!write())
+        return false;
+    goTo(wasNew ? m_rows.count() : position());
+    return true;
+}
+
+bool TariffAssignmentLogic::move(int step)
+{
+    const int target = position() + step;
+    if (target < 0 || target > rowCount())
+        return false;
+    if (changed() && m_dialogs.yesNo(QStringLiteral("Abspeichern?")) == MessageDialogs::Yes
+        && !write())
+        return false;
+    goTo(target);
+    return true;
+}
+
+bool TariffAssignmentLogic::deleteCurrent()
+{
+    if (onNewRow()) {
+        setEditLine({});
+        return false;
+    }
+    if (m_dialogs.yesNo(QStringLiteral("Aktuellen Satz wirklich löschen?")) != MessageDialogs::Yes)
+        return false;
+    const int index = position();
+    bool deleted = false;
+    {
+        Database::Transaction transaction(m_rows.database());
+        deleted = transaction.active() && m_rows.deleteCurrent() && transaction.commit();
+    }
+    if (!deleted) {
+        m_rows.reset(m_rows.filter());
+        m_dialogs.notice(QStringLiteral("Satz nicht gelöscht!"));
+    }
+    goTo(std::min(index, m_rows.count()));
+    return deleted;
+}
+
+QStringList TariffAssignmentLogic::regions() const
+{
+    QStringList found;
+    auto q = m_rows.database().query(QStringLiteral("SELECT REGION_A FROM %1 WHERE ID_TYPE = ? "
+                                                    "ORDER BY ID, rowid")
+                                         .arg(QLatin1StringView(schema::Einstellungen.name)));
+    q.bind(1, assignmentType());
+    while (found.size() < kMaxRegions && q.next()) {
+        const QString region = trimRight(q.text(0));
+        if (!region.isEmpty() && !found.contains(padded(kRegion, region)))
+            found << padded(kRegion, region);
+    }
+    std::sort(found.begin(), found.end());
+    return found;
+}
+
+QStringList TariffAssignmentLogic::speciesCodes() const
+{
+    return QStringList(m_tables.species.begin(), m_tables.species.end());
+}
+
+} // namespace brovant

@@ -1,0 +1,192 @@
+// The system information screen as a user meets it from the main menu: what it shows on devices
+// with different battery routes, the clock that runs only while it is shown, and the way back.
+#include "app/SystemInfoDlg.h"
+#include "app/BrovantApp.h"
+#include "app/CNorvKey.h"
+#include "app/MainMenuDlg.h"
+#include "app/logic/AppState.h"
+#include "masterdata/DeviceSession.h"
+#include "platform/Clock.h"
+#include "platform/MessageDialogs.h"
+#include "support/TempRoot.h"
+
+#include <QFontMetrics>
+#include <QLabel>
+#include <QProgressBar>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace brovant {
+namespace {
+
+std::string str(const QString& text)
+{
+    return text.toStdString();
+}
+
+// The program on a root staged beforehand, started on the main menu.
+class Program {
+public:
+    explicit Program(const QString& root)
+        : session(root)
+        , clock(QDateTime(QDate(2026, 5, 4), QTime(7, 5, 9)))
+        , app(session, state, clock)
+    {
+        app.replaceMessages(&dialogs);
+        EXPECT_TRUE(app.start());
+        screen = qobject_cast<SystemInfoDlg*>(app.findScreen(QStringLiteral("systemInfo")));
+        EXPECT_NE(screen, nullptr);
+    }
+    ~Program() { app.shutdown(); }
+
+    void press(CNorvBaseDlg* on, int command)
+    {
+        auto* key = on->findChild<CNorvKey*>(QStringLiteral("key%1").arg(command));
+        ASSERT_NE(key, nullptr) << command;
+        ASSERT_TRUE(key->isVisible()) << command;
+        QTest::mouseClick(key, Qt::LeftButton);
+    }
+    void openFromMenu() { press(app.mainMenu(), MainMenuDlg::kSystemInfo); }
+    QString text(const char* name) const
+    {
+        auto* label = screen->findChild<QLabel*>(QLatin1StringView(name));
+        return label ? label->text() : QStringLiteral("<none>");
+    }
+    QProgressBar* bar() const { return screen->findChild<QProgressBar*>("batteryBar"); }
+    QLabel* stateWord() const { return screen->findChild<QLabel*>("batteryState"); }
+
+    DeviceSession session;
+    AppState state;
+    ManualClock clock;
+    ScriptedDialogs dialogs;
+    BrovantApp app;
+    SystemInfoDlg* screen = nullptr;
+};
+
+struct ProfileCase {
+    const char* what;
+    const char* hardwareConf; // nullptr: an emulated device without hardware profile
+    const char* stateWord;
+    const char* capacity;
+    bool getac;
+    const char* shownWord; // nullptr: the bar shows
+    int percent;
+};
+
+TEST(SystemInfoDlg, ShowsTheBatteryRouteOfTheDevice)
+{
+    const ProfileCase cases[] = {
+        {"emulated", nullptr, nullptr, nullptr, false, "unbekannt", -1},
+        {"getac", nullptr, nullptr, nullptr, true, "unbekannt", -1},
+        {"state word", "uni1=\\Windows\\uni1.state\n", "20", nullptr, false, "gut", -1},
+        {"charging", "uni1=\\Windows\\uni1.state\n", "10", nullptr, false, "Ladevorgang", -1},
+        {"odd word", "uni1=\\Windows\\uni1.state\n", "77", nullptr, false, "unidentifiziert", -1},
+        {"word before capacity", "uni1=\\Windows\\uni1.state\npower_supply=\\sys\\BAT0\n", "100",
+         "64", false, "fehlt", -1},
+        {"capacity", "power_supply=\\sys\\BAT0\n", nullptr, "64", false, nullptr, 64},
+        {"no capacity", "power_supply=\\sys\\BAT0\n", nullptr, nullptr, false, "unbekannt", -1},
+    };
+    for (const ProfileCase& c : cases) {
+        SCOPED_TRACE(c.what);
+        test::TempRoot root;
+        if (c.hardwareConf)
+            root.writeFile("Windows/hardware.conf", c.hardwareConf);
+        if (c.stateWord)
+            root.writeFile("Windows/uni1.state", c.stateWord);
+        if (c.capacity)
+            root.writeFile("sys/BAT0/capacity", c.capacity);
+        if (c.getac)
+            root.writeFile("Windows/externapi.dll", "MZ");
+        Program program(root.path());
+        ASSERT_NE(program.screen, nullptr);
+
+        program.openFromMenu();
+        ASSERT_EQ(program.app.GetActiveDlg(), program.screen);
+        EXPECT_TRUE(program.screen->isVisible());
+        EXPECT_FALSE(program.app.mainMenu()->isVisible());
+        EXPECT_EQ(program.text("title"), QStringLiteral("Systeminfo"));
+        EXPECT_EQ(program.text("version"), QStringLiteral("Brovanterfassung V3.03t"));
+        EXPECT_EQ(program.text("hardware") == QStringLiteral("Getac"), c.getac);
+        EXPECT_FALSE(program.text("hardware").isEmpty());
+
+        EXPECT_EQ(program.stateWord()->isVisible(), c.shownWord != nullptr);
+        EXPECT_EQ(program.bar()->isVisible(), c.shownWord == nullptr);
+        if (c.shownWord)
+            EXPECT_EQ(program.stateWord()->text(), QString::fromUtf8(c.shownWord));
+        else
+            EXPECT_EQ(program.bar()->value(), c.percent);
+
+        // Every line fits the 240 pixels of the screen.
+        for (const QLabel* label : program.screen->findChildren<QLabel*>()) {
+            if (!label->isVisible() || label->wordWrap())
+                continue;
+            EXPECT_LE(QFontMetrics(label->font()).horizontalAdvance(label->text()), label->width())
+                << str(label->objectName()) << ": " << str(label->text());
+            EXPECT_LE(label->geometry().right(), 239) << str(label->objectName());
+        }
+    }
+}
+
+TEST(SystemInfoDlg, ClockAndBatteryRunOnlyWhileShown)
+{
+    test::TempRoot root;
+    root.writeFile("Windows/hardware.conf", "uni1=\\Windows\\uni1.state\n");
+    root.writeFile("Windows/uni1.state", "20");
+    Program program(root.path());
+    ASSERT_NE(program.screen, nullptr);
+    EXPECT_FALSE(program.screen->refreshRunning());
+
+    program.clock.advanceMs(60000);
+    program.openFromMenu();
+    EXPECT_TRUE(program.screen->refreshRunning());
+    EXPECT_FALSE(program.app.mainMenu()->clockRunning());
+    EXPECT_EQ(program.text("time"), QStringLiteral("07:06:09"));
+    EXPECT_EQ(program.text("date"), QStringLiteral("04.05.2026"));
+    EXPECT_EQ(program.stateWord()->text(), QStringLiteral("gut"));
+
+    // The next tick shows the new second and asks the battery again.
+    program.clock.advanceMs(2000);
+    root.writeFile("Windows/uni1.state", "30");
+    EXPECT_TRUE(QTest::qWaitFor([&] { return program.text("time") == u"07:06:11"; }, 3000));
+    EXPECT_EQ(program.stateWord()->text(), QStringLiteral("niedrig"));
+
+    program.press(program.screen, CNorvBaseDlg::IDCANCEL);
+    EXPECT_EQ(program.app.GetActiveDlg(), program.app.mainMenu());
+    EXPECT_TRUE(program.app.mainMenu()->isVisible());
+    EXPECT_TRUE(program.app.mainMenu()->clockRunning());
+    EXPECT_FALSE(program.screen->isVisible());
+    EXPECT_FALSE(program.screen->refreshRunning());
+
+    // Hidden, the screen is left alone.
+    program.clock.advanceMs(5000);
+    root.writeFile("Windows/uni1.state", "40");
+    QTest::qWait(int(SystemInfoDlg::kRefreshMs * 1.5));
+    EXPECT_EQ(program.text("time"), QStringLiteral("07:06:11"));
+    EXPECT_EQ(program.stateWord()->text(), QStringLiteral("niedrig"));
+
+    // Shown again, it is up to date at once.
+    program.openFromMenu();
+    EXPECT_EQ(program.text("time"), QStringLiteral("07:06:16"));
+    EXPECT_EQ(program.stateWord()->text(), QStringLiteral("sehr niedrig"));
+    EXPECT_TRUE(program.screen->refreshRunning());
+}
+
+TEST(SystemInfoDlg, BuildLineShowsTheCompileDateTheGermanWay)
+{
+    const std::pair<const char*, const char*> table[] = {
+        {"May  4 2026", "Version 3.3.0 vom 04.05.2026"},
+        {"Dec 31 1999", "Version 3.3.0 vom 31.12.1999"},
+        {"Jan 10 2030", "Version 3.3.0 vom 10.01.2030"},
+        {"??? ?? ????", "Version 3.3.0 vom ??? ?? ????"},
+    };
+    for (const auto& [compiled, line] : table)
+        EXPECT_EQ(SystemInfoDlg::buildLine(QStringLiteral("3.3.0"), compiled),
+                  QString::fromLatin1(line))
+            << compiled;
+}
+
+} // namespace
+} // namespace brovant

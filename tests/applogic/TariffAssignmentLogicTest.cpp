@@ -1,0 +1,585 @@
+#include "app/logic/TariffAssignmentLogic.h"
+
+#include "data/Dataset.h"
+#include "data/Schema.h"
+#include "masterdata/ConfigImport.h"
+#include "masterdata/DeviceSession.h"
+#include "platform/MessageDialogs.h"
+#include "support/TempRoot.h"
+
+#include <QFile>
+
+#include <gtest/gtest.h>
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace brovant {
+namespace {
+
+std::string str(const QString& text)
+{
+    return text.toStdString();
+}
+
+QString text(const char* utf8)
+{
+    return QString::fromUtf8(utf8);
+}
+
+TariffRow row(const char* region, const char* species, const char* tariff)
+{
+    return {text(region), text(species), text(tariff)};
+}
+
+std::string str(const TariffRow& r)
+{
+    return str(r.region + u'/' + r.species + u'/' + r.tariff);
+}
+
+// An assignment row as the configuration import stores it.
+struct Stored {
+    std::int64_t id;
+    const char* region;
+    const char* species;
+    const char* tariff;
+};
+
+// A device with assignment rows, master tables set by hand and messages answered by script.
+class Device {
+public:
+    Device()
+    {
+        session.openDatabase();
+        // The import keeps the blank of two-letter species; "KI" stands for a table without it.
+        const char* const species[] = {"FI ", "TA ", "BU ", "KI", "DGL"};
+        for (size_t i = 0; i < std::size(species); ++i)
+            tables.species[i] = text(species[i]);
+        tables.tariffs = {QStringLiteral("FI01 "), QStringLiteral("FI02 "), QStringLiteral("BU01 "),
+                          QStringLiteral("ALH01"), QStringLiteral("KI01 ")};
+    }
+
+    void add(const Stored& s, int type = schema::TariffAssignmentRow)
+    {
+        Dataset extra(session.database(), schema::Einstellungen);
+        extra.clearFields();
+        extra.setInt(u"ID", s.id);
+        extra.setInt(u"ID_TYPE", type);
+        extra.setText(u"REGION_A", text(s.region).leftJustified(8));
+        extra.setText(u"BAUMART", text(s.species).leftJustified(3));
+        extra.setText(u"TARIF", text(s.tariff).leftJustified(5));
+        ASSERT_TRUE(extra.insert());
+    }
+    void add(std::initializer_list<Stored> rows)
+    {
+        for (const Stored& s : rows)
+            add(s);
+    }
+
+    // Assignment rows as "ID|REGION_A|BAUMART|TARIF", read through a connection of its own, so
+    // only committed rows show.
+    QStringList stored()
+    {
+        Database other(session.database().file(), Database::Durability::Relaxed);
+        EXPECT_TRUE(other.open());
+        QStringList out;
+        auto q = other.query(QStringLiteral("SELECT ID, REGION_A, BAUMART, TARIF FROM "
+                                            "Brov_Einstellungen WHERE ID_TYPE = 3 ORDER BY ID"));
+        while (q.next())
+            out << QStringLiteral("%1|%2|%3|%4").arg(q.text(0), q.text(1), q.text(2), q.text(3));
+        return out;
+    }
+
+    // A fresh program run on the same database: a new cursor and a new logic.
+    void restart()
+    {
+        logic.reset();
+        rows.reset();
+        rows = std::make_unique<Dataset>(session.database(), schema::Einstellungen);
+        logic = std::make_unique<TariffAssignmentLogic>(*rows, tables, dialogs);
+    }
+
+    QStringList history() const { return {logic->history().begin(), logic->history().end()}; }
+
+    test::TempRoot root;
+    DeviceSession session{root.path(), Database::Durability::Relaxed};
+    MasterTables tables;
+    ScriptedDialogs dialogs;
+    std::unique_ptr<Dataset> rows =
+        std::make_unique<Dataset>(session.database(), schema::Einstellungen);
+    std::unique_ptr<TariffAssignmentLogic> logic =
+        std::make_unique<TariffAssignmentLogic>(*rows, tables, dialogs);
+};
+
+// Rows every validation case starts from; the tariff volume row holds the table's largest ID.
+const std::vector<Stored> kExisting = {
+    {3, "WR01", "FI", "FI01"},
+    {5, "WR01", "BU", "BU01"},
+};
+
+struct SaveCase {
+    const char* name;
+    TariffRow typed;
+    const char* notice; // "line1|line2|line3", empty when the row is saved
+};
+
+void PrintTo(const SaveCase& c, std::ostream* os)
+{
+    *os << c.name;
+}
+
+class TariffSaveTest : public ::testing::TestWithParam<SaveCase> {};
+
+TEST_P(TariffSaveTest, ChecksRunInOrderAndOnlyAValidRowIsWritten)
+{
+    const SaveCase& c = GetParam();
+    Device d;
+    for (const Stored& s : kExisting)
+        d.add(s);
+    d.add({41, "", "", "FI01"}, schema::TariffVolumeRow);
+    ASSERT_TRUE(d.logic->openAll());
+    const QStringList before = d.stored();
+
+    d.logic->setEditLine(c.typed);
+    const bool saved = d.logic->save();
+
+    const bool valid = std::string(c.notice).empty();
+    EXPECT_EQ(saved, valid);
+    if (valid) {
+        EXPECT_TRUE(d.dialogs.asked().isEmpty()) << str(d.dialogs.asked().join(u'\n'));
+        const QString expected =
+            QStringLiteral("42|%1|%2|%3")
+                .arg(c.typed.region.leftJustified(8), c.typed.species.leftJustified(3),
+                     c.typed.tariff.leftJustified(5));
+        EXPECT_EQ(d.stored(), before + QStringList{expected});
+        // The saved row moves up next to a new empty edit line.
+        EXPECT_TRUE(d.logic->onNewRow());
+        EXPECT_EQ(d.logic->editLine(), TariffRow{});
+        EXPECT_EQ(str(d.history().last()),
+                  str(c.typed.region.leftJustified(8) + QStringLiteral("    ")
+                      + c.typed.species.leftJustified(3) + QStringLiteral("   ")
+                      + c.typed.tariff.leftJustified(5)));
+    } else {
+        EXPECT_EQ(d.dialogs.asked(), QStringList{text(c.notice)});
+        EXPECT_EQ(d.stored(), before);
+        // The line stays as typed (without trailing blanks), to be corrected.
+        EXPECT_EQ(str(d.logic->editLine()),
+                  str(TariffRow{c.typed.region.trimmed(), c.typed.species, c.typed.tariff}));
+    }
+}
+
+const SaveCase kSaveCases[] = {
+    {"AllEmpty", row("", "", ""), "Eingabe fehlt !!!||"},
+    {"RegionBlankFirstThoughAllIsWrong", row("   ", "XX", "ZZ99"), "Eingabe fehlt !!!||"},
+    {"SpeciesEmpty", row("WR02", "", ""), "Baumart fehlt !!!||"},
+    {"SpeciesUnknownBeforeTariff", row("WR02", "XX", ""), "Baumart fehlt !!!||"},
+    {"TariffEmpty", row("WR02", "FI", ""), "Eingabe fehlt !!!||"},
+    {"TariffUnknown", row("WR02", "FI", "ZZ99"), "Tarif nicht in Stammdaten|vorhanden !!!|"},
+    {"TariffCheckedBeforeTheCombination", row("WR01", "FI", "ZZ99"),
+     "Tarif nicht in Stammdaten|vorhanden !!!|"},
+    {"SameRegionAndSpecies", row("WR01", "FI", "FI02"), "Kombination WR/HA|existiert bereits!|"},
+    {"SameSpeciesOtherRegion", row("WR02", "FI", "FI02"), ""},
+    {"OtherSpeciesSameRegion", row("WR01", "TA", "FI01"), ""},
+    {"SpeciesTableWithoutBlank", row("WR01", "KI", "KI01"), ""},
+    {"ThreeLetterSpeciesAndTariff", row("WR01", "DGL", "ALH01"), ""},
+    {"RegionWithAQuote", row("O'WALD", "FI", "FI01"), ""},
+    {"RegionsDifferInCase", row("wr01", "FI", "FI01"), ""},
+};
+
+INSTANTIATE_TEST_SUITE_P(Checks, TariffSaveTest, ::testing::ValuesIn(kSaveCases),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+TEST(TariffAssignment, ARowChangedInPlaceIsNoDuplicateOfItselfButOfAnother)
+{
+    struct Case {
+        const char* name;
+        TariffRow typed;
+        bool saved;
+    } const cases[] = {
+        {"own combination, new tariff", row("WR01", "FI", "FI02"), true},
+        {"combination of another row", row("WR01", "BU", "FI01"), false},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        Device d;
+        for (const Stored& s : kExisting)
+            d.add(s);
+        ASSERT_TRUE(d.logic->openAll());
+        ASSERT_TRUE(d.logic->moveUp());
+        ASSERT_TRUE(d.logic->moveUp()); // WR01 FI comes first by region, ID
+        ASSERT_EQ(str(d.logic->editLine()), "WR01/FI/FI01");
+        d.logic->setEditLine(c.typed);
+        EXPECT_EQ(d.logic->save(), c.saved);
+        EXPECT_EQ(d.stored().size(), 2);
+        EXPECT_EQ(d.stored().contains(QStringLiteral("3|WR01    |FI |FI02 ")), c.saved);
+        EXPECT_EQ(d.logic->position(), 0);
+    }
+}
+
+TEST(TariffAssignment, NewRowIsStoredLikeAnImportedOne)
+{
+    // The demo configuration, imported by the program's own import.
+    test::TempRoot root;
+    QFile demo(QStringLiteral(BROVANT_SOURCE_DIR "/demo/passive.dtr"));
+    ASSERT_TRUE(demo.open(QIODevice::ReadOnly));
+    root.writeFile(QStringLiteral("Brovant/passive.dtr"), demo.readAll());
+    DeviceSession session(root.path(), Database::Durability::Relaxed);
+    session.openDatabase();
+    ScriptedDialogs dialogs;
+    ASSERT_EQ(
+        ConfigImport(session.root(), session.database(), session.store(), dialogs, nullptr).run(),
+        ConfigImport::Result::Loaded);
+    const MasterTables tables = loadSettings(session.store(), session.database(), nullptr, nullptr);
+    Dataset rows(session.database(), schema::Einstellungen);
+    TariffAssignmentLogic logic(rows, tables, dialogs);
+    dialogs.clear();
+
+    ASSERT_TRUE(logic.openRegion(QStringLiteral("WR02")));
+    logic.setEditLine(row("WR02", "FI", "FI01")); // imported as WR02 FI FI02
+    EXPECT_FALSE(logic.save());
+    logic.setEditLine(row("WR03", "FI", "FI02"));
+    ASSERT_TRUE(logic.save()) << str(dialogs.asked().join(u'\n'));
+    EXPECT_EQ(dialogs.asked(),
+              QStringList{QStringLiteral("Kombination WR/HA|existiert bereits!|")});
+
+    // Everything but ID, REGION_A and TARIF must match the imported row.
+    const QString columns = QStringLiteral(
+        "ID_TYPE, DMSTUFE, typeof(DMSTUFE), BHDBIS, BHD, KUBATUR, HS1, typeof(HS1), HS6, "
+        "typeof(HS6), BAUMART, REGION_A, TARIF, ID");
+    auto imported = session.database().query(
+        QStringLiteral("SELECT %1 FROM Brov_Einstellungen WHERE REGION_A = 'WR02    ' AND "
+                       "BAUMART = 'FI '")
+            .arg(columns));
+    auto typed = session.database().query(
+        QStringLiteral("SELECT %1 FROM Brov_Einstellungen WHERE REGION_A LIKE 'WR03%'")
+            .arg(columns));
+    ASSERT_TRUE(imported.next());
+    ASSERT_TRUE(typed.next());
+    QStringList a, b;
+    for (int i = 0; i < 11; ++i) {
+        a << imported.text(i);
+        b << typed.text(i);
+    }
+    EXPECT_EQ(a, b);
+    EXPECT_EQ(str(typed.text(11)), "WR03    ");
+    EXPECT_EQ(str(typed.text(12)), "FI02 ");
+    auto maxId = session.database().query(QStringLiteral("SELECT MAX(ID) FROM Brov_Einstellungen "
+                                                         "WHERE REGION_A NOT LIKE 'WR03%'"));
+    ASSERT_TRUE(maxId.next());
+    EXPECT_EQ(typed.integer(13), maxId.integer(0) + 1);
+}
+
+TEST(TariffAssignment, FirstIdOfAnEmptyTableIsTheImportsFirst)
+{
+    Device d;
+    ASSERT_TRUE(d.logic->openAll());
+    d.logic->setEditLine(row("WR01", "FI", "FI01"));
+    ASSERT_TRUE(d.logic->save());
+    EXPECT_EQ(d.stored(), QStringList{QStringLiteral("0|WR01    |FI |FI01 ")});
+}
+
+struct OpenCase {
+    const char* name;
+    const char* region; // nullptr: all regions
+    QStringList history;
+    int rows;
+};
+
+void PrintTo(const OpenCase& c, std::ostream* os)
+{
+    *os << c.name;
+}
+
+class TariffOpenTest : public ::testing::TestWithParam<OpenCase> {};
+
+TEST_P(TariffOpenTest, CursorStandsOnAnEmptyRowAfterTheLast)
+{
+    const OpenCase& c = GetParam();
+    Device d;
+    d.add({
+        {0, "WR02", "FI", "FI02"},
+        {1, "WR01", "BU", "BU01"},
+        {2, "WR01", "FI", "FI01"},
+        {3, "O'W", "TA", "FI01"},
+        {4, "WR01", "TA", "FI02"},
+        {5, "WR03", "KI", "KI01"},
+    });
+    // Other record kinds with a region of the same name stay out.
+    d.add({6, "WR02", "TA", "FI01"}, schema::SpeciesVolumeRow);
+
+    ASSERT_TRUE(c.region ? d.logic->openRegion(text(c.region)) : d.logic->openAll());
+    EXPECT_EQ(d.logic->regionOnly(), c.region != nullptr);
+    EXPECT_EQ(d.logic->rowCount(), c.rows);
+    EXPECT_TRUE(d.logic->onNewRow());
+    EXPECT_EQ(d.logic->position(), c.rows);
+    EXPECT_EQ(d.logic->editLine(), TariffRow{});
+    EXPECT_FALSE(d.logic->changed());
+    EXPECT_EQ(d.history(), c.history);
+    EXPECT_TRUE(d.dialogs.asked().isEmpty());
+}
+
+const OpenCase kOpenCases[] = {
+    {"AllByRegionThenId",
+     nullptr,
+     {"WR01        TA    FI02 ", "WR02        FI    FI02 ", "WR03        KI    KI01 "},
+     6},
+    {"OneRegionById",
+     "WR01",
+     {"WR01        BU    BU01 ", "WR01        FI    FI01 ", "WR01        TA    FI02 "},
+     3},
+    {"OneRowLeavesUpperLinesEmpty", "WR02", {"", "", "WR02        FI    FI02 "}, 1},
+    {"RegionAsTypedWithBlanks", "WR02  ", {"", "", "WR02        FI    FI02 "}, 1},
+    {"RegionWithAQuoteIsBound", "O'W", {"", "", "O'W         TA    FI01 "}, 1},
+    {"RegionWithoutRows", "WR09", {"", "", ""}, 0},
+    {"QuoteThatWouldEndTheText", "' OR '1'='1", {"", "", ""}, 0},
+};
+
+INSTANTIATE_TEST_SUITE_P(Opening, TariffOpenTest, ::testing::ValuesIn(kOpenCases),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+TEST(TariffAssignment, RegionListHoldsTheFirstFiftyFoundSorted)
+{
+    struct Case {
+        const char* name;
+        std::vector<QString> regions; // in ID order
+        QStringList expected;
+    };
+    std::vector<QString> descending;
+    QStringList lastFifty;
+    for (int i = 55; i >= 1; --i)
+        descending.push_back(QStringLiteral("R%1").arg(i, 2, 10, QChar(u'0')));
+    for (int i = 6; i <= 55; ++i)
+        lastFifty << QStringLiteral("R%1").arg(i, 2, 10, QChar(u'0')).leftJustified(8);
+    const Case cases[] = {
+        {"distinct and sorted by character",
+         {"WR02", "b", "WR01", "WR02", "", "A", "WR01", "WR 1", "Ä"},
+         {"A       ", "WR 1    ", "WR01    ", "WR02    ", "b       ", "Ä       "}},
+        {"only the first fifty found", descending, lastFifty},
+        {"none", {}, {}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        Device d;
+        std::int64_t id = 0;
+        for (const QString& region : c.regions) {
+            const QByteArray utf8 = region.toUtf8();
+            d.add({id++, utf8.constData(), "FI", "FI01"});
+            // Repeats of a region and other record kinds do not use up places.
+            d.add({id++, utf8.constData(), "BU", "BU01"});
+            d.add({id++, "ZZZ", "", "FI01"}, schema::TariffVolumeRow);
+        }
+        EXPECT_EQ(d.logic->regions(), c.expected);
+    }
+}
+
+// Five rows shown by region: A1 FI, A1 TA, A2 FI, A2 TA, A3 FI (positions 0 to 4, 5 = new).
+const std::vector<Stored> kFive = {
+    {10, "A2", "FI", "FI01"}, {11, "A1", "FI", "FI01"}, {12, "A3", "FI", "FI02"},
+    {13, "A1", "TA", "FI02"}, {14, "A2", "TA", "BU01"},
+};
+
+struct BrowseCase {
+    const char* name;
+    int startUps;    // up moves before the case, none of them on a changed row
+    TariffRow typed; // typed on the current row; empty: nothing typed
+    int step;        // -1 up, +1 down
+    int answer;      // to "Abspeichern?"; 0: no question expected
+    bool moved;
+    int position;
+    const char* shown; // edit line afterwards
+    QStringList history;
+    QStringList changedRows; // assignment rows that differ from kFive afterwards
+};
+
+void PrintTo(const BrowseCase& c, std::ostream* os)
+{
+    *os << c.name;
+}
+
+class TariffBrowseTest : public ::testing::TestWithParam<BrowseCase> {};
+
+TEST_P(TariffBrowseTest, MovesOfferAChangedRowForSaving)
+{
+    const BrowseCase& c = GetParam();
+    Device d;
+    for (const Stored& s : kFive)
+        d.add(s);
+    ASSERT_TRUE(d.logic->openAll());
+    for (int i = 0; i < c.startUps; ++i)
+        ASSERT_TRUE(d.logic->moveUp());
+    if (c.typed != TariffRow{})
+        d.logic->setEditLine(c.typed);
+    const QStringList before = d.stored();
+    d.dialogs.clear();
+    if (c.answer)
+        d.dialogs.answerNext(c.answer);
+
+    EXPECT_EQ(c.step < 0 ? d.logic->moveUp() : d.logic->moveDown(), c.moved);
+
+    QStringList questions;
+    for (const QString& m : d.dialogs.asked()) {
+        if (m.startsWith(QStringLiteral("Abspeichern?")))
+            questions << m;
+    }
+    EXPECT_EQ(questions.size(), c.answer ? 1 : 0);
+    EXPECT_EQ(d.dialogs.pendingAnswers(), 0u);
+    EXPECT_EQ(d.logic->position(), c.position);
+    EXPECT_EQ(str(d.logic->editLine()), c.shown);
+    EXPECT_EQ(d.history(), c.history);
+    QStringList changed;
+    for (const QString& s : d.stored()) {
+        if (!before.contains(s))
+            changed << s;
+    }
+    EXPECT_EQ(changed, c.changedRows);
+}
+
+const QString kA1Fi = QStringLiteral("A1          FI    FI01 ");
+const QString kA1Ta = QStringLiteral("A1          TA    FI02 ");
+const QString kA2Fi = QStringLiteral("A2          FI    FI01 ");
+const QString kA2Ta = QStringLiteral("A2          TA    BU01 ");
+const QString kA3Fi = QStringLiteral("A3          FI    FI02 ");
+
+const BrowseCase kBrowseCases[] = {
+    {"UpFromTheNewRowShowsTheLast", 0, {}, -1, 0, true, 4, "A3/FI/FI02", {kA1Ta, kA2Fi, kA2Ta}, {}},
+    {"UpAgainShiftsTheHistory", 1, {}, -1, 0, true, 3, "A2/TA/BU01", {kA1Fi, kA1Ta, kA2Fi}, {}},
+    {"NearTheTopLinesStayEmpty", 3, {}, -1, 0, true, 1, "A1/TA/FI02", {"", "", kA1Fi}, {}},
+    {"FirstRowHasNoPrevious", 5, {}, -1, 0, false, 0, "A1/FI/FI01", {"", "", ""}, {}},
+    {"DownFromTheLastIsTheNewRow", 1, {}, +1, 0, true, 5, "//", {kA2Fi, kA2Ta, kA3Fi}, {}},
+    {"NothingAfterTheNewRow", 0, {}, +1, 0, false, 5, "//", {kA2Fi, kA2Ta, kA3Fi}, {}},
+    {"ChangedRowAnsweredNoIsDropped",
+     2,
+     row("A2", "TA", "FI01"),
+     -1,
+     MessageDialogs::No,
+     true,
+     2,
+     "A2/FI/FI01",
+     {"", kA1Fi, kA1Ta},
+     {}},
+    {"ChangedRowAnsweredYesIsSaved",
+     2,
+     row("A2", "TA", "FI01"),
+     -1,
+     MessageDialogs::Yes,
+     true,
+     2,
+     "A2/FI/FI01",
+     {"", kA1Fi, kA1Ta},
+     {"14|A2      |TA |FI01 "}},
+    {"FailedSaveKeepsThePlace",
+     2,
+     row("A2", "FI", "FI02"),
+     +1,
+     MessageDialogs::Yes,
+     false,
+     3,
+     "A2/FI/FI02",
+     {kA1Fi, kA1Ta, kA2Fi},
+     {}},
+    {"NewRowSavedOnTheWayUp",
+     0,
+     row("A4", "BU", "BU01"),
+     -1,
+     MessageDialogs::Yes,
+     true,
+     4,
+     "A3/FI/FI02",
+     {kA1Ta, kA2Fi, kA2Ta},
+     {"15|A4      |BU |BU01 "}},
+    {"NewRowDroppedOnTheWayUp",
+     0,
+     row("A4", "BU", "BU01"),
+     -1,
+     MessageDialogs::No,
+     true,
+     4,
+     "A3/FI/FI02",
+     {kA1Ta, kA2Fi, kA2Ta},
+     {}},
+};
+
+INSTANTIATE_TEST_SUITE_P(Moves, TariffBrowseTest, ::testing::ValuesIn(kBrowseCases),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+TEST(TariffAssignment, DeleteAsksAndRemovesOnlyOnYes)
+{
+    struct Case {
+        const char* name;
+        int ups;
+        int answer; // 0: no question expected
+        bool deleted;
+        const char* shown;
+        int rows;
+    } const cases[] = {
+        {"yes deletes, the next row follows", 3, MessageDialogs::Yes, true, "A2/TA/BU01", 4},
+        // "No" keeps the typed line too, to be saved or dropped later.
+        {"no keeps", 3, MessageDialogs::No, false, "B9/KI/KI01", 5},
+        {"yes on the last row leaves the new row", 1, MessageDialogs::Yes, true, "//", 4},
+        {"the new row is only emptied", 0, 0, false, "//", 5},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        Device d;
+        for (const Stored& s : kFive)
+            d.add(s);
+        ASSERT_TRUE(d.logic->openAll());
+        for (int i = 0; i < c.ups; ++i)
+            ASSERT_TRUE(d.logic->moveUp());
+        const TariffRow current = d.logic->editLine();
+        d.logic->setEditLine(row("B9", "KI", "KI01"));
+        if (c.answer)
+            d.dialogs.answerNext(c.answer);
+
+        EXPECT_EQ(d.logic->deleteCurrent(), c.deleted);
+
+        const QStringList asked = d.dialogs.asked();
+        EXPECT_EQ(asked.size(), c.answer ? 1 : 0);
+        if (c.answer) {
+            EXPECT_EQ(str(asked.value(0)), "Aktuellen Satz wirklich löschen?||");
+        }
+        EXPECT_EQ(d.stored().size(), c.rows);
+        EXPECT_EQ(d.logic->rowCount(), c.rows);
+        if (c.deleted) {
+            const QString gone =
+                QStringLiteral("|%1|%2|%3")
+                    .arg(current.region.leftJustified(8), current.species.leftJustified(3),
+                         current.tariff.leftJustified(5));
+            for (const QString& s : d.stored())
+                EXPECT_FALSE(s.endsWith(gone)) << str(s);
+        }
+        EXPECT_EQ(str(d.logic->editLine()), c.shown);
+    }
+}
+
+TEST(TariffAssignment, SavedRowsOutliveTheProgram)
+{
+    Device d;
+    d.add({{1, "WR01", "FI", "FI01"}});
+    ASSERT_TRUE(d.logic->openRegion(QStringLiteral("WR02")));
+    d.logic->setEditLine(row("WR02", "TA", "FI02"));
+    ASSERT_TRUE(d.logic->save());
+    ASSERT_TRUE(d.logic->moveUp());
+    d.logic->setEditLine(row("WR02", "TA", "BU01"));
+    ASSERT_TRUE(d.logic->save());
+
+    d.restart();
+    ASSERT_TRUE(d.logic->openRegion(QStringLiteral("WR02")));
+    EXPECT_EQ(d.history(), (QStringList{"", "", "WR02        TA    BU01 "}));
+    EXPECT_EQ(d.stored(), (QStringList{"1|WR01    |FI |FI01 ", "2|WR02    |TA |BU01 "}));
+}
+
+TEST(TariffAssignment, BrokenDatabaseSaysSoAndKeepsTheLine)
+{
+    Device d;
+    ASSERT_TRUE(d.logic->openAll());
+    d.logic->setEditLine(row("WR01", "FI", "FI01"));
+    d.session.database().close();
+    EXPECT_FALSE(d.logic->save());
+    EXPECT_EQ(d.dialogs.asked(), QStringList{QStringLiteral("Satz nicht gespeichert!||")});
+    EXPECT_EQ(str(d.logic->editLine()), "WR01/FI/FI01");
+}
+
+} // namespace
+} // namespace brovant
