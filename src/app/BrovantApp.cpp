@@ -1,11 +1,15 @@
 #include "app/BrovantApp.h"
 
 #include "app/ConfigurationDlg.h"
+#include "app/ListHeaderDlg.h"
+#include "app/ListInfoDlg.h"
+#include "app/ListSelectionDlg.h"
 #include "app/MainMenuDlg.h"
 #include "app/QtMessageDialogs.h"
 #include "app/SettingsDlg.h"
 #include "app/SystemInfoDlg.h"
 #include "app/TariffAssignmentDlg.h"
+#include "device/BackupService.h"
 #include "device/DeviceControls.h"
 #include "masterdata/DeviceSession.h"
 #include "transfer/TransferChannels.h"
@@ -32,6 +36,9 @@ BrovantApp::BrovantApp(DeviceSession& session, AppState& state, Clock& clock)
     setChannels(m_channels.get());
     m_device = makeDeviceControls(session, clock);
     setDevice(m_device.get());
+    // The device flag is only known once start-up has run; backup() reads it then.
+    m_backup = std::make_unique<BackupService>(session, *m_qtDialogs, state.getac);
+    setBackup(m_backup.get());
 }
 
 BrovantApp::~BrovantApp()
@@ -96,7 +103,10 @@ void BrovantApp::createScreens()
     addScreen(std::make_unique<SystemInfoDlg>(*this));
     addScreen(std::make_unique<SettingsDlg>(*this));
     addScreen(std::make_unique<ConfigurationDlg>(*this));
+    addScreen(std::make_unique<ListHeaderDlg>(*this));
+    addScreen(std::make_unique<ListSelectionDlg>(*this));
     addScreen(std::make_unique<TariffAssignmentDlg>(*this));
+    addScreen(std::make_unique<ListInfoDlg>(*this));
 }
 
 void BrovantApp::destroyScreens()

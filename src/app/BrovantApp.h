@@ -9,6 +9,7 @@
 
 namespace brovant {
 
+class BackupService;
 class DeviceControls;
 class MainMenuDlg;
 class QtMessageDialogs;
@@ -44,6 +45,7 @@ private:
     std::unique_ptr<QtMessageDialogs> m_qtDialogs;
     std::unique_ptr<TransferChannels> m_channels;
     std::unique_ptr<DeviceControls> m_device;
+    std::unique_ptr<BackupService> m_backup;
     std::unique_ptr<AppLifecycle> m_lifecycle;
     MainMenuDlg* m_mainMenu = nullptr;
     bool m_waitCursor = false;

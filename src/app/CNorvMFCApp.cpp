@@ -2,6 +2,8 @@
 
 #include "app/CNorvBaseDlg.h"
 #include "app/logic/AppLifecycle.h"
+#include "app/logic/AppState.h"
+#include "device/BackupService.h"
 
 #include <QGuiApplication>
 
@@ -65,6 +67,15 @@ void CNorvMFCApp::SwitchToDialog(CNorvBaseDlg* screen, int)
     screen->InitDialog();
     screen->ShowFullScreen();
     emit activeChanged(screen);
+}
+
+BackupService& CNorvMFCApp::backup() const
+{
+    // Start-up sets the device flag, and tests and the demo tour replace the messages.
+    m_backup->setDialogs(messages());
+    m_backup->setGetac(m_state.getac);
+    m_backup->setClock(&m_clock);
+    return *m_backup;
 }
 
 CNorvBaseDlg* CNorvMFCApp::findScreen(const QString& objectName) const

@@ -12,6 +12,7 @@
 namespace brovant {
 
 class AppState;
+class BackupService;
 class CNorvBaseDlg;
 class Clock;
 class DeviceControls;
@@ -65,6 +66,10 @@ public:
     // Backlight, volume, battery and the rest of the handheld; the program object owns them.
     void setDevice(DeviceControls* device) { m_device = device; }
     DeviceControls& device() const { return *m_device; }
+    // Backups and restores; the program object owns the service. It always works with the
+    // messages and the device flag in force.
+    void setBackup(BackupService* backup) { m_backup = backup; }
+    BackupService& backup() const;
 
 signals:
     void activeChanged(CNorvBaseDlg* screen);
@@ -76,6 +81,7 @@ private:
     Clock& m_clock;
     MessageDialogs* m_messages = nullptr;
     DeviceControls* m_device = nullptr;
+    BackupService* m_backup = nullptr;
     TransferChannels* m_channels = nullptr;
     std::unique_ptr<QWidget> m_window;
     std::vector<std::unique_ptr<CNorvBaseDlg>> m_screens;

@@ -3,11 +3,17 @@
 #include "app/BrovantApp.h"
 #include "app/CNorvKeyboard.h"
 #include "app/ConfigurationDlg.h"
+#include "app/ListHeaderDlg.h"
+#include "app/ListSelectionDlg.h"
 #include "app/MainMenuDlg.h"
 #include "app/QtMessageDialogs.h"
+#include "app/RestoreDlg.h"
 #include "app/SettingsDlg.h"
 #include "app/TariffAssignmentDlg.h"
 #include "app/logic/AppState.h"
+#include "app/logic/ListSelectionLogic.h"
+#include "data/Dataset.h"
+#include "data/Schema.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
 
@@ -15,9 +21,12 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
+#include <QLineEdit>
 #include <QPainter>
+#include <QPushButton>
 #include <QTemporaryDir>
 #include <QTextStream>
+#include <QTreeWidget>
 
 #include <deque>
 
@@ -117,6 +126,11 @@ protected:
                                               .toString()),
                       &dialog, QPoint(5, 90));
         dialog.hide();
+        // As when a modal dialog closes, the program's window takes the keys back.
+        if (QWidget* window = dialog.parentWidget()) {
+            window->activateWindow();
+            QApplication::processEvents();
+        }
         if (m_answers.empty())
             return dialog.findChild<QWidget*>(QStringLiteral("button1055")) ? 1 : No;
         const int answer = m_answers.front();
@@ -215,10 +229,153 @@ void tourTariffAssignment(CNorvMFCApp& app, Camera& camera)
     press(screen, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
 }
 
+// Characters from the letter or digit keyboard, switching with "Ziff" until the key is shown.
+void typeAny(CNorvKeybDlg* screen, const QString& text)
+{
+    for (const QChar c : text) {
+        const QString key = QStringLiteral("char_") + c;
+        for (int tries = 0; tries < 3 && !screen->keyboard()->findChild<CNorvKey*>(key); ++tries)
+            press(screen, QStringLiteral("key%1").arg(CNorvKeybDlg::kZiff));
+        press(screen, key);
+    }
+}
+
+// The entry of the list keyboard shown now, turning its pages.
+void pickEntry(CNorvKeybDlg* screen, const QString& text)
+{
+    CNorvKeyboard* list = screen->keyboard();
+    for (int page = 0; page < list->pageCount(); ++page) {
+        list->showPage(page);
+        for (int i = 0; i < list->keyCount(); ++i) {
+            if (list->key(i)->def().commandId == ListHeaderDlg::kChoiceEntry
+                && list->key(i)->caption() == text) {
+                list->key(i)->click();
+                return;
+            }
+        }
+    }
+}
+
+// A new list from the main menu: page 1 with an unknown region (the question, answered
+// "Abbruch"), the region picked from its list, the free pages with their choice lists, then the
+// list information of the new list.
+void tourNewList(BrovantApp& app, Camera& camera, TourDialogs& dialogs)
+{
+    press(app.mainMenu(), QStringLiteral("key%1").arg(MainMenuDlg::kNewList));
+    auto* header = qobject_cast<ListHeaderDlg*>(app.findScreen(QStringLiteral("listHeader")));
+    if (!header || app.GetActiveDlg() != header)
+        return;
+    const QString next = QStringLiteral("key%1").arg(CNorvKeybDlg::kNextField);
+    const QString enter = QStringLiteral("key%1").arg(CNorvKeybDlg::kEnter);
+    camera.take(QStringLiteral("Liste anlegen Seite 1"));
+    typeAny(header, QStringLiteral("HIEB01"));
+    press(header, next);
+    typeAny(header, QStringLiteral("NORDHANG"));
+    for (int field = 0; field < 3; ++field)
+        press(header, next);
+    press(header, QStringLiteral("key%1").arg(CNorvKeybDlg::kZiff));
+    typeAny(header, QStringLiteral("WR9"));
+    dialogs.answerNext(2); // "Abbruch"
+    press(header, enter);
+    header->findChild<QLineEdit*>(QStringLiteral("REGION_A"))->clear();
+    press(header, QStringLiteral("key%1").arg(CNorvKeybDlg::kZiff));
+    camera.take(QStringLiteral("Liste anlegen Wuchsregionen"));
+    pickEntry(header, QStringLiteral("WR01"));
+    press(header, enter);
+
+    camera.take(QStringLiteral("Liste anlegen Seite 2"));
+    pickEntry(header, QStringLiteral("Forstamt Musterwald"));
+    pickEntry(header, QStringLiteral("Revier Hirschberg"));
+    press(header, enter);
+    press(header, enter); // Abteilung is mandatory: "Eingabe fehlt !!!"
+    typeAny(header, QStringLiteral("12"));
+    press(header, enter);
+    press(header, enter);
+    camera.take(QStringLiteral("Liste anlegen Seite 5 Auswahl"));
+    pickEntry(header, QStringLiteral("Durchforstung"));
+    pickEntry(header, QStringLiteral("Stammholz lang"));
+    press(header, enter);
+    press(header, enter);
+    press(header, next); // the cursor key passes page 7 by, so its mandatory field stays empty
+    press(header, next);
+    camera.take(QStringLiteral("Liste anlegen Seite 9"));
+    press(header, enter); // "Es wurden nicht alle Pflicht-Kopfdaten eingegeben!"
+    press(header, QStringLiteral("key%1").arg(CNorvKeybDlg::kPreviousField));
+    press(header, QStringLiteral("key%1").arg(CNorvKeybDlg::kPreviousField));
+    header->findChild<QLineEdit*>(QStringLiteral("KOPF12_A"))->setFocus(Qt::MouseFocusReason);
+    pickEntry(header, QStringLiteral("Max Mustermann"));
+    camera.take(QStringLiteral("Liste anlegen Seite 7"));
+    for (int page = 7; page <= 9; ++page)
+        press(header, enter);
+
+    auto* info = qobject_cast<CNorvKeybDlg*>(app.findScreen(QStringLiteral("listInfo")));
+    if (!info)
+        return;
+    app.SwitchToDialog(info, 0);
+    camera.take(QStringLiteral("Listeninformation"));
+    press(info, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
+    if (app.GetActiveDlg() != app.mainMenu())
+        app.SwitchToDialog(app.mainMenu(), 0);
+}
+
+// Two more lists beside whatever the device holds, written the way a finished header is stored.
+void addTourLists(DeviceSession& session)
+{
+    const auto rows = ListSelectionLogic::readRows(session.database());
+    std::int64_t id = rows.empty() ? 0 : rows.back().idFile;
+    const char* lists[][3] = {{"SUED02", "Südhang Buche", "WR01"},
+                              {"EICHE03", "Eichenwertholz Abt. 7", "WR01"}};
+    Dataset heads(session.database(), schema::Kopfdaten);
+    for (const auto& list : lists) {
+        heads.clearFields();
+        heads.setInt(u"ID_FILE", ++id);
+        heads.setText(u"LISTE_NR", QString::fromUtf8(list[0]));
+        heads.setText(u"ZUSATZ_A", QString::fromUtf8(list[1]));
+        heads.setText(u"DATUM_A", QStringLiteral("04.05.2026"));
+        heads.setInt(u"KOR_FAKTOR_N", 100);
+        heads.setText(u"REGION_A", QString::fromUtf8(list[2]));
+        heads.setInt(u"DUE_MARK", 0);
+        heads.setInt(u"EXPORTED_N_NI", 0);
+        heads.setText(u"STRUKTUR", QString::fromLatin1(schema::kStructureVersion));
+        heads.insert();
+    }
+}
+
+// The list selection from the main menu: each tab, a list marked for transfer, the delete
+// question (answered "NEIN") and the model list question (answered "Ja"), then back.
+void tourListSelection(BrovantApp& app, Camera& camera, TourDialogs& dialogs)
+{
+    if (app.GetActiveDlg() != app.mainMenu())
+        app.SwitchToDialog(app.mainMenu(), 0);
+    addTourLists(app.session());
+    press(app.mainMenu(), QStringLiteral("key%1").arg(MainMenuDlg::kSelectList));
+    auto* screen = qobject_cast<ListSelectionDlg*>(app.findScreen(QStringLiteral("listSelection")));
+    if (!screen || app.GetActiveDlg() != screen)
+        return;
+    const char* tabs[] = {"Holzaufnahme", "Auswertung", "DÜ"};
+    for (int tab = 0; tab < 3; ++tab) {
+        screen->showTab(tab);
+        camera.take(QStringLiteral("Listenauswahl ") + QString::fromUtf8(tabs[tab]));
+    }
+    QTreeWidget* view = screen->listView();
+    view->setCurrentItem(view->topLevelItem(view->topLevelItemCount() - 1));
+    press(screen, QStringLiteral("key%1").arg(ListSelectionDlg::kMark));
+    camera.take(QStringLiteral("Listenauswahl markiert"));
+
+    screen->showTab(ListSelectionDlg::TallyTab);
+    dialogs.answerNext(MessageDialogs::No);
+    press(screen, QStringLiteral("key%1").arg(ListSelectionDlg::kDelete));
+    dialogs.answerNext(1); // "Ja"
+    press(screen, QStringLiteral("key%1").arg(ListSelectionDlg::kModel));
+    camera.take(QStringLiteral("Listenauswahl Modell-Liste"));
+    press(screen, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
+}
+
 } // namespace
 
 // The functions screen: each tab, the two questions of "Delete all" (both answered so that
-// nothing is deleted) and the reset question.
+// nothing is deleted), the reset question, a manual backup and the restore screen that lists it
+// (left with "Abbruch").
 void tourSettings(BrovantApp& app, Camera& camera, TourDialogs& dialogs)
 {
     app.mainMenu()->OnCommand(MainMenuDlg::kSettings);
@@ -236,6 +393,16 @@ void tourSettings(BrovantApp& app, Camera& camera, TourDialogs& dialogs)
     settings->OnCommand(SettingsDlg::kDeleteAll);
     dialogs.answerNext(MessageDialogs::No);
     settings->OnCommand(SettingsDlg::kReset);
+    dialogs.answerNext(MessageDialogs::Yes);
+    settings->OnCommand(SettingsDlg::kBackup);
+    RestoreDlg::setRunner([&camera](RestoreDlg& dialog) {
+        dialog.show();
+        camera.take(dialog.windowTitle(), &dialog, QPoint(0, 0));
+        dialog.findChild<QPushButton*>(QStringLiteral("button%1").arg(RestoreDlg::kCancel))
+            ->click();
+    });
+    settings->OnCommand(SettingsDlg::kRestore);
+    RestoreDlg::setRunner({});
     settings->OnCommand(CNorvBaseDlg::IDCANCEL);
 }
 
@@ -278,6 +445,8 @@ int runDemoTour(const QString& rootDir, const QString& outDir)
     menu->OnCommand(CNorvBaseDlg::IDCANCEL);
     tourSystemInfo(app, camera);
     tourTariffAssignment(app, camera);
+    tourNewList(app, camera, dialogs);
+    tourListSelection(app, camera, dialogs);
     tourSettings(app, camera, dialogs);
 
     app.shutdown();

@@ -3,10 +3,12 @@
 #include "app/CNorvMFCApp.h"
 #include "app/ConfigurationDlg.h"
 #include "app/KeyTables.h"
+#include "app/RestoreDlg.h"
 #include "app/TariffAssignmentDlg.h"
 #include "app/logic/AppLifecycle.h"
 #include "app/logic/AppState.h"
 #include "app/logic/SettingsLogic.h"
+#include "device/BackupService.h"
 #include "device/DeviceControls.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
@@ -100,9 +102,8 @@ void SettingsDlg::OnInitDialog()
     auto* functions = new QWidget;
     addButton(functions, kDeleteAll, QStringLiteral("Delete all"), 4, 4, 114);
     addButton(functions, kReloadConfiguration, QStringLiteral("RecKonfig"), 122, 4, 114);
-    // Backup and restore arrive with their own work; until then the buttons cannot be used.
-    addButton(functions, kBackup, QStringLiteral("Sichern"), 4, 50, 114)->setEnabled(false);
-    addButton(functions, kRestore, QStringLiteral("Wiederh"), 122, 50, 114)->setEnabled(false);
+    addButton(functions, kBackup, QStringLiteral("Sichern"), 4, 50, 114);
+    addButton(functions, kRestore, QStringLiteral("Wiederh"), 122, 50, 114);
     m_autoBackup = new QCheckBox(QStringLiteral("Automatische Sicherung"), functions);
     m_autoBackup->setObjectName(QStringLiteral("check1194"));
     m_autoBackup->setGeometry(6, 98, 230, 28);
@@ -213,6 +214,18 @@ void SettingsDlg::OnCommand(int id)
         return;
     case kReloadConfiguration:
         m_logic->reloadConfiguration(app().channels(), app().host());
+        return;
+    case kBackup: {
+        const QStringList question = BackupService::question();
+        if (app().messages().yesNo(question[0], question[1], question[2]) != MessageDialogs::Yes)
+            return;
+        app().host().setWaitCursor(true);
+        app().backup().backup(BackupService::Kind::Manual);
+        app().host().setWaitCursor(false);
+        return;
+    }
+    case kRestore:
+        RestoreDlg::open(app());
         return;
     case kAutomaticBackup:
         m_autoBackup->setChecked(m_logic->setAutomaticBackup(m_autoBackup->isChecked()));

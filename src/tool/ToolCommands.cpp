@@ -7,6 +7,9 @@
 #include "masterdata/MasterTables.h"
 #include "platform/RootLocation.h"
 #include "tool/ConsoleDialogs.h"
+#include "tool/ToolBackup.h"
+#include "tool/ToolLists.h"
+#include "tool/ToolNewList.h"
 
 #include <QCommandLineParser>
 #include <QDir>
@@ -118,7 +121,8 @@ int runTool(const QStringList& arguments, QTextStream& out, QTextStream& err)
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Brovant admin tool\n\n")
-                                     + QLatin1StringView(kCommands));
+                                     + QLatin1StringView(kCommands) + backupCommandsHelp()
+                                     + newListCommandHelp() + listsCommandHelp());
     const QCommandLineOption rootOption(QStringLiteral("root"),
                                         QStringLiteral("Device root folder (else BROVANT_ROOT)."),
                                         QStringLiteral("DIR"));
@@ -129,6 +133,8 @@ int runTool(const QStringList& arguments, QTextStream& out, QTextStream& err)
     parser.addOption(rootOption);
     parser.addOption(helpOption);
     parser.addOption(versionOption);
+    addBackupOptions(parser);
+    addNewListOptions(parser);
     parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("What to do."));
 
     if (!parser.parse(QStringList{QStringLiteral("brovant-tool")} + arguments)) {
@@ -157,6 +163,12 @@ int runTool(const QStringList& arguments, QTextStream& out, QTextStream& err)
         return openOrReport(session, err) ? 0 : 1;
     if (command == QLatin1StringView("import-config") && args.size() == 2)
         return importConfig(session, args[1], err);
+    if (const int status = runBackupCommand(session, parser, out, err); status >= 0)
+        return status;
+    if (const int status = runNewListCommand(session, parser, out, err); status >= 0)
+        return status;
+    if (const int status = runListsCommand(session, parser, out, err); status >= 0)
+        return status;
     if (command == QLatin1StringView("registry") && args.size() == 1) {
         out << session.registry().exportText();
         return 0;

@@ -1,20 +1,25 @@
-// A device root with the program's start-up and shutdown around it. The screen host and the
-// dialogs write into one event list, so tests see what happened in which order.
+// A device root with the program's start-up and shutdown around it.
 #pragma once
 
 #include "app/logic/AppLifecycle.h"
+#include "data/Dataset.h"
+#include "data/Schema.h"
+#include "data/StructureCheck.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
 #include "platform/MessageDialogs.h"
 #include "support/TempRoot.h"
 
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QStringList>
+#include <gtest/gtest.h>
 
 #include <memory>
 #include <ostream>
 #include <string>
 
-// Readable QString values in failure messages.
 inline void PrintTo(const QString& text, std::ostream* os)
 {
     *os << '"' << text.toStdString() << '"';
@@ -22,97 +27,110 @@ inline void PrintTo(const QString& text, std::ostream* os)
 
 namespace brovant::test {
 
-// Events look like "host showMainMenu", "host active 1", "host cursor 0", "notice <line1>",
-// "yesNo <line1>", "info 5 <line1>", "progress 30".
-class FakeHost : public ScreenHost {
+// Screen host and dialogs logging into one list ("host active 1", "yesNo <line1>", "info 5
+// <line1>").
+class Recorder : public ScreenHost, public ScriptedDialogs {
 public:
-    explicit FakeHost(QStringList& log)
-        : m_log(log)
-    {
-    }
-    void showMainMenu() override { m_log << QStringLiteral("host showMainMenu"); }
-    void setMainMenuActive(bool active) override
-    {
-        m_log << QStringLiteral("host active %1").arg(int(active));
-    }
-    void createScreens() override { m_log << QStringLiteral("host createScreens"); }
-    void destroyScreens() override { m_log << QStringLiteral("host destroyScreens"); }
-    void setWaitCursor(bool wait) override
-    {
-        m_log << QStringLiteral("host cursor %1").arg(int(wait));
-    }
-    void repaint() override { m_log << QStringLiteral("host repaint"); }
+    QStringList events;
 
-private:
-    QStringList& m_log;
-};
-
-class LoggingDialogs : public ScriptedDialogs {
-public:
-    explicit LoggingDialogs(QStringList& log)
-        : m_log(log)
+    void showMainMenu() override { events << "host showMainMenu"; }
+    void setMainMenuActive(bool on) override { events << QStringLiteral("host active %1").arg(on); }
+    void createScreens() override { events << "host createScreens"; }
+    void destroyScreens() override { events << "host destroyScreens"; }
+    void setWaitCursor(bool on) override { events << QStringLiteral("host cursor %1").arg(on); }
+    void repaint() override { events << "host repaint"; }
+    void notice(const QString& l1, const QString& l2, const QString& l3, const QString& caption,
+                bool sound) override
     {
+        events << "notice " + l1;
+        ScriptedDialogs::notice(l1, l2, l3, caption, sound);
     }
-    void notice(const QString& line1, const QString& line2, const QString& line3,
-                const QString& caption, bool sound) override
+    int yesNo(const QString& l1, const QString& l2, const QString& l3, const QString& yes,
+              const QString& no) override
     {
-        m_log << QStringLiteral("notice ") + line1;
-        ScriptedDialogs::notice(line1, line2, line3, caption, sound);
+        events << "yesNo " + l1;
+        return ScriptedDialogs::yesNo(l1, l2, l3, yes, no);
     }
-    int yesNo(const QString& line1, const QString& line2, const QString& line3,
-              const QString& yesCaption, const QString& noCaption) override
+    void info(int show, const QString& l1, const QString& l2, const QString& l3) override
     {
-        m_log << QStringLiteral("yesNo ") + line1;
-        return ScriptedDialogs::yesNo(line1, line2, line3, yesCaption, noCaption);
-    }
-    void info(int showCommand, const QString& line1, const QString& line2,
-              const QString& line3) override
-    {
-        m_log << QStringLiteral("info %1 %2").arg(showCommand).arg(line1);
-        ScriptedDialogs::info(showCommand, line1, line2, line3);
+        events << QStringLiteral("info %1 %2").arg(show).arg(l1);
+        ScriptedDialogs::info(show, l1, l2, l3);
     }
     void progress(double percent) override
     {
-        m_log << QStringLiteral("progress %1").arg(percent);
+        events << QStringLiteral("progress %1").arg(percent);
         ScriptedDialogs::progress(percent);
     }
-
-private:
-    QStringList& m_log;
 };
 
-// One device root with a program on it; tests that need a fresh device per case make one each.
-class TestDevice {
-public:
-    TestDevice() { openSession(); }
-
-    // A new process on the same root: what a crash followed by a new start looks like.
-    void restartAfterCrash();
-
-    Registry& registry() { return session->registry(); }
-    Profile& profile() { return session->profile(); }
-    // Copies the demo configuration to "\Brovant\passive.dtr".
-    void stageConfig() const;
-    // A database of the current structure at `relative` (host path below the root) whose one
-    // master row carries `marker` in REGION_A.
-    void makeDatabase(const QString& relative, const QString& marker) const;
-    // REGION_A of the first master row of the database file at `relative`, or "-".
-    QString markerOf(const QString& relative) const;
-    // Position of the first event starting with `prefix` at or after `from`, or -1.
-    qsizetype eventIndex(const QString& prefix, qsizetype from = 0) const;
-    std::string eventText() const { return events.join(u'\n').toStdString(); }
-
+// One device root with a program on it.
+struct TestDevice {
     TempRoot root;
-    QStringList events;
-    FakeHost host{events};
-    LoggingDialogs dialogs{events};
+    Recorder dialogs;
+    QStringList& events = dialogs.events;
     ManualClock clock;
     AppState state;
     std::unique_ptr<DeviceSession> session;
     std::unique_ptr<AppLifecycle> app;
 
-private:
-    void openSession();
+    TestDevice() { restartAfterCrash(); }
+    // A new process on the same root: what a crash followed by a new start looks like.
+    void restartAfterCrash()
+    {
+        app.reset();
+        session.reset();
+        session = std::make_unique<DeviceSession>(root.path(), Database::Durability::Relaxed);
+        state = AppState{};
+        app = std::make_unique<AppLifecycle>(*session, state, clock, dialogs, dialogs);
+    }
+    Registry& registry() { return session->registry(); }
+    Profile& profile() { return session->profile(); }
+
+    void stageConfig() const
+    {
+        QFile demo(QStringLiteral(BROVANT_SOURCE_DIR "/demo/passive.dtr"));
+        ASSERT_TRUE(demo.open(QIODevice::ReadOnly));
+        root.writeFile("Brovant/passive.dtr", demo.readAll());
+    }
+    // A current database at `relative` whose one master row carries `marker` in REGION_A.
+    void makeDatabase(const QString& relative, const QString& marker) const
+    {
+        ASSERT_TRUE(QDir().mkpath(QFileInfo(root.host(relative)).path()));
+        Database db(root.host(relative), Database::Durability::Relaxed);
+        ASSERT_TRUE(db.open() && StructureCheck::ensureStructureRecord(db));
+        Dataset rows(db, schema::Einstellungen);
+        rows.setInt(u"ID", 1);
+        rows.setInt(u"ID_TYPE", schema::DiameterClassRow);
+        rows.setText(u"REGION_A", marker);
+        ASSERT_TRUE(rows.insert());
+    }
+    // REGION_A of the first master row of the database file at `relative`, or "-".
+    QString markerOf(const QString& relative) const
+    {
+        Database db(root.host(relative), Database::Durability::Relaxed);
+        if (!QFileInfo(root.host(relative)).isFile() || !db.open())
+            return "-";
+        auto q = db.query("SELECT REGION_A FROM Brov_Einstellungen ORDER BY ID");
+        return q.next() ? q.text(0) : "-";
+    }
+    qsizetype eventIndex(const QString& prefix, qsizetype from = 0) const
+    {
+        while (from < events.size() && !events[from].startsWith(prefix))
+            ++from;
+        return from < events.size() ? from : -1;
+    }
+    // Whether events starting with these prefixes happened in this order.
+    bool inOrder(const QStringList& prefixes) const
+    {
+        qsizetype at = 0;
+        for (const QString& prefix : prefixes) {
+            if ((at = eventIndex(prefix, at)) < 0)
+                return false;
+            ++at;
+        }
+        return true;
+    }
+    std::string eventText() const { return events.join(u'\n').toStdString(); }
 };
 
 } // namespace brovant::test

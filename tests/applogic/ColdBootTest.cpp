@@ -1,10 +1,5 @@
 #include "AppLogicFixture.h"
 
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
-
-#include <gtest/gtest.h>
 #include <sqlite3.h>
 
 namespace brovant::test {
@@ -12,122 +7,107 @@ namespace {
 
 constexpr int Yes = MessageDialogs::Yes;
 constexpr int No = MessageDialogs::No;
-
-const QString kWorking = QStringLiteral("Brovant/Brovant.cdb");
+const QString kWorking = "Brovant/Brovant.cdb";
 const QString kQuestion =
-    QStringLiteral("Kam es zum Programmverlust|und wollen sie letzte Daten|wieder herstellen?");
-
-void setYear(TestDevice& d, int year)
-{
-    d.clock.setNow(QDateTime(QDate(year, 12, 31), QTime(23, 59, 59)));
-}
+    "Kam es zum Programmverlust|und wollen sie letzte Daten|wieder herstellen?";
+const QString kFlash = "Built-in Storage";
+const QString kCard = "Speicherkarte";
 
 QString backupIn(const QString& folder)
 {
-    return folder + QStringLiteral("/Brovant.cdb");
+    return folder + "/Brovant.cdb";
 }
 
 QString asideIn(const QString& folder)
 {
-    return folder + QStringLiteral("/Brovant.bak.cdb");
+    return folder + "/Brovant.bak.cdb";
 }
 
 // REGION_A holds eight characters: a short tag per backup folder.
 QString tagOf(const QString& folder)
 {
-    static const QStringList folders = {
-        QStringLiteral("Speicherkarte"),    QStringLiteral("Speicherkarte2"),
-        QStringLiteral("Storage Card"),     QStringLiteral("Storage Card2"),
-        QStringLiteral("Built-in Storage"),
-    };
+    static const QStringList folders = {"Speicherkarte", "Speicherkarte2", "Storage Card",
+                                        "Storage Card2", "Built-in Storage"};
     return QStringLiteral("BACKUP%1").arg(folders.indexOf(folder));
+}
+
+// A device whose clock shows the last second of `year`, with the flash folder or without.
+void setUp(TestDevice& d, int year, bool flashFolder = true)
+{
+    d.clock.setNow(QDateTime(QDate(year, 12, 31), QTime(23, 59, 59)));
+    if (flashFolder) {
+        ASSERT_TRUE(QDir().mkpath(d.root.host(kFlash)));
+    }
 }
 
 TEST(ColdBoot, RecoveryFollowsClockMediumAndAnswer)
 {
-    const QString card = QStringLiteral("Speicherkarte");
-    const QString flash = QStringLiteral("Built-in Storage");
-    const QString card2 = QStringLiteral("Storage Card2");
-    const QString sk2 = QStringLiteral("Speicherkarte2");
-    const QString sc = QStringLiteral("Storage Card");
-    struct Case {
+    const QString card2 = "Storage Card2", sk2 = "Speicherkarte2", sc = "Storage Card";
+    const QString work = "WORK";
+    // Answer 0: no question may be asked; `aside`: the folder that must get "Brovant.bak.cdb".
+    const struct {
         const char* name;
-        int year;
-        bool flashFolder;
-        int karte;
-        QStringList backups; // folders holding a backup whose marker is the folder's name
-        bool working;        // a working database with marker "WORK" exists
-        int answer;
-        bool asked;
-        QString workingAfter; // marker of the working database after start-up
-        QString aside;        // folder that must get "Brovant.bak.cdb", or empty
-    };
-    const Case cases[] = {
-        {"card, yes", 2004, true, 1, {card}, true, Yes, true, tagOf(card), {}},
-        {"card, no", 2004, true, 1, {card}, true, No, true, "WORK", card},
-        {"clock already set", 2005, true, 1, {card}, true, Yes, false, "WORK", {}},
-        {"long after the reset year", 2026, true, 0, {flash}, true, Yes, false, "WORK", {}},
-        {"no flash folder", 2004, false, 1, {card}, true, Yes, false, "WORK", {}},
-        {"no backup anywhere", 2004, true, 1, {}, true, Yes, false, "WORK", {}},
-        {"flash, yes", 2004, true, 0, {flash}, true, Yes, true, tagOf(flash), {}},
-        {"flash, no", 2004, true, 0, {flash}, true, No, true, "WORK", flash},
-        {"Karte 0 ignores the card", 2004, true, 0, {card}, true, Yes, false, "WORK", {}},
-        {"Karte 1 ignores the flash", 2004, true, 1, {flash}, true, Yes, false, "WORK", {}},
-        {"last card path, yes", 2004, true, 1, {card2}, true, Yes, true, tagOf(card2), {}},
-        {"last card path, no", 2004, true, 1, {card2}, true, No, true, "WORK", card2},
-        {"first card in table order", 2004, true, 1, {sc, sk2}, true, Yes, true, tagOf(sk2), {}},
-        {"no working database yet", 2004, true, 1, {card}, false, Yes, true, tagOf(card), {}},
-    };
-    for (const Case& c : cases) {
+        int year, karte, answer;
+        bool flashFolder, working;
+        QStringList backups;
+        QString workingAfter, aside;
+    } cases[] = {{"card, yes", 2004, 1, Yes, true, true, {kCard}, tagOf(kCard), {}},
+                 {"card, no", 2004, 1, No, true, true, {kCard}, work, kCard},
+                 {"clock already set", 2005, 1, 0, true, true, {kCard}, work, {}},
+                 {"long after the reset year", 2026, 0, 0, true, true, {kFlash}, work, {}},
+                 {"no flash folder", 2004, 1, 0, false, true, {kCard}, work, {}},
+                 {"no backup anywhere", 2004, 1, 0, true, true, {}, work, {}},
+                 {"flash, yes", 2004, 0, Yes, true, true, {kFlash}, tagOf(kFlash), {}},
+                 {"flash, no", 2004, 0, No, true, true, {kFlash}, work, kFlash},
+                 {"Karte 0 ignores the card", 2004, 0, 0, true, true, {kCard}, work, {}},
+                 {"Karte 1 ignores the flash", 2004, 1, 0, true, true, {kFlash}, work, {}},
+                 {"last card path, yes", 2004, 1, Yes, true, true, {card2}, tagOf(card2), {}},
+                 {"last card path, no", 2004, 1, No, true, true, {card2}, work, card2},
+                 {"first card in table order", 2004, 1, Yes, true, true, {sc, sk2}, tagOf(sk2), {}},
+                 {"no working database yet", 2004, 1, Yes, true, false, {kCard}, tagOf(kCard), {}}};
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         TestDevice d;
-        setYear(d, c.year);
-        if (c.flashFolder) {
-            ASSERT_TRUE(QDir().mkpath(d.root.host(flash)));
-        }
-        d.profile().writeInt(QStringLiteral("Backup"), QStringLiteral("Karte"), c.karte);
-        for (const QString& folder : c.backups)
-            d.makeDatabase(backupIn(folder), tagOf(folder));
-        if (c.working)
-            d.makeDatabase(kWorking, QStringLiteral("WORK"));
+        setUp(d, c.year, c.flashFolder);
+        d.profile().writeInt("Backup", "Karte", c.karte);
         QList<QByteArray> backupBytes;
-        for (const QString& folder : c.backups)
+        for (const QString& folder : c.backups) {
+            d.makeDatabase(backupIn(folder), tagOf(folder));
             backupBytes << d.root.readFile(backupIn(folder));
-        d.dialogs.answerNext(c.answer);
+        }
+        if (c.working)
+            d.makeDatabase(kWorking, work);
+        d.dialogs.answerNext(c.answer ? c.answer : Yes);
 
         ASSERT_TRUE(d.app->start());
-
-        EXPECT_EQ(d.dialogs.asked(), c.asked ? QStringList{kQuestion} : QStringList{});
+        EXPECT_EQ(d.dialogs.asked(), c.answer ? QStringList{kQuestion} : QStringList{});
         EXPECT_EQ(d.markerOf(kWorking), c.workingAfter);
         for (qsizetype i = 0; i < c.backups.size(); ++i) {
             const QString& folder = c.backups[i];
             EXPECT_EQ(d.root.readFile(backupIn(folder)), backupBytes[i]) << "backup untouched";
-            const QByteArray aside = folder == c.aside ? backupBytes[i] : QByteArray();
-            EXPECT_EQ(d.root.readFile(asideIn(folder)), aside) << folder.toStdString();
+            EXPECT_EQ(d.root.readFile(asideIn(folder)),
+                      folder == c.aside ? backupBytes[i] : QByteArray())
+                << folder.toStdString();
         }
-        EXPECT_FALSE(QFileInfo::exists(d.root.host(QStringLiteral("Brovant/Brovant.bak.cdb"))));
-
-        if (c.asked) {
-            // The question is asked over the active main menu, before the structure check.
-            const qsizetype active = d.eventIndex(QStringLiteral("host active 1"));
-            const qsizetype question = d.eventIndex(QStringLiteral("yesNo "), active + 1);
-            const qsizetype cleared = d.eventIndex(QStringLiteral("host active 0"), question + 1);
-            const qsizetype info = d.eventIndex(QStringLiteral("info 5 Datenbank"), cleared + 1);
-            EXPECT_TRUE(active >= 0 && question > active && cleared > question && info > cleared)
-                << d.eventText();
-        } else {
-            EXPECT_EQ(d.eventIndex(QStringLiteral("host active 0")), -1);
-        }
+        EXPECT_FALSE(QFileInfo::exists(d.root.host(asideIn("Brovant"))));
+        // The question is asked over the active main menu, before the structure check.
+        EXPECT_EQ(d.inOrder({"host active 1", "yesNo ", "host active 0", "info 5 Datenbank"}),
+                  c.answer != 0)
+            << d.eventText();
+        EXPECT_EQ(d.eventIndex("host active 0") >= 0, c.answer != 0);
     }
 }
 
-// What a crash in the middle of a write leaves: the database file with a hot rollback journal
-// beside it, holding the pages from before the write.
-void leaveHotJournal(const QString& hostFile)
+TEST(ColdBoot, RestoredDatabaseIsNotRolledBackByTheCrashedRunsJournal)
 {
+    TestDevice d;
+    setUp(d, 2003);
+    d.makeDatabase(backupIn(kFlash), "BACKUP");
+    d.makeDatabase(kWorking, "WORK");
+    // A crash mid-write leaves a hot journal; a tiny cache makes the write spill into the file.
+    const QString file = d.root.host(kWorking), journal = file + "-journal";
     sqlite3* db = nullptr;
-    ASSERT_EQ(sqlite3_open(QFile::encodeName(hostFile).constData(), &db), SQLITE_OK);
-    // A tiny cache makes the transaction spill pages into the file before it commits.
+    ASSERT_EQ(sqlite3_open(QFile::encodeName(file).constData(), &db), SQLITE_OK);
     ASSERT_EQ(sqlite3_exec(db,
                            "PRAGMA journal_mode=DELETE; PRAGMA cache_size=2; BEGIN;"
                            "UPDATE Brov_Einstellungen SET REGION_A = 'CRASHED';"
@@ -136,49 +116,35 @@ void leaveHotJournal(const QString& hostFile)
                            "WHERE i < 400) INSERT INTO filler SELECT printf('%0500d', i) FROM n;",
                            nullptr, nullptr, nullptr),
               SQLITE_OK);
-    const QString journal = hostFile + QStringLiteral("-journal");
-    ASSERT_TRUE(QFile::copy(journal, journal + QStringLiteral(".kept")));
+    ASSERT_TRUE(QFile::copy(journal, journal + ".kept"));
     sqlite3_exec(db, "ROLLBACK;", nullptr, nullptr, nullptr);
     sqlite3_close(db);
-    ASSERT_TRUE(QFile::rename(journal + QStringLiteral(".kept"), journal));
-}
-
-TEST(ColdBoot, RestoredDatabaseIsNotRolledBackByTheCrashedRunsJournal)
-{
-    TestDevice d;
-    setYear(d, 2003);
-    ASSERT_TRUE(QDir().mkpath(d.root.host(QStringLiteral("Built-in Storage"))));
-    d.makeDatabase(backupIn(QStringLiteral("Built-in Storage")), QStringLiteral("BACKUP"));
-    d.makeDatabase(kWorking, QStringLiteral("WORK"));
-    leaveHotJournal(d.root.host(kWorking));
+    ASSERT_TRUE(QFile::rename(journal + ".kept", journal));
     d.dialogs.answerNext(Yes);
 
     ASSERT_TRUE(d.app->start());
-
     EXPECT_EQ(d.dialogs.asked(), QStringList{kQuestion});
-    EXPECT_EQ(d.markerOf(kWorking), QStringLiteral("BACKUP"));
-    EXPECT_FALSE(QFileInfo::exists(d.root.host(kWorking + QStringLiteral("-journal"))));
+    EXPECT_EQ(d.markerOf(kWorking), "BACKUP");
+    EXPECT_FALSE(QFileInfo::exists(journal));
 }
 
 TEST(ColdBoot, DeclinedCopyMovesOnToTheNextCardWhenOneFails)
 {
     TestDevice d;
-    setYear(d, 2004);
-    ASSERT_TRUE(QDir().mkpath(d.root.host(QStringLiteral("Built-in Storage"))));
-    d.profile().writeInt(QStringLiteral("Backup"), QStringLiteral("Karte"), 1);
-    d.makeDatabase(backupIn(QStringLiteral("Speicherkarte")), QStringLiteral("ONE"));
-    d.makeDatabase(backupIn(QStringLiteral("Storage Card")), QStringLiteral("TWO"));
+    setUp(d, 2004);
+    d.profile().writeInt("Backup", "Karte", 1);
+    d.makeDatabase(backupIn(kCard), "ONE");
+    d.makeDatabase(backupIn("Storage Card"), "TWO");
     // The first card's aside name is taken by a folder: that copy fails without a word.
-    ASSERT_TRUE(QDir().mkpath(d.root.host(asideIn(QStringLiteral("Speicherkarte")))));
-    d.makeDatabase(kWorking, QStringLiteral("WORK"));
+    ASSERT_TRUE(QDir().mkpath(d.root.host(asideIn(kCard))));
+    d.makeDatabase(kWorking, "WORK");
     d.dialogs.answerNext(No);
 
     ASSERT_TRUE(d.app->start());
-
     EXPECT_EQ(d.dialogs.asked(), QStringList{kQuestion});
-    EXPECT_EQ(d.markerOf(asideIn(QStringLiteral("Storage Card"))), QStringLiteral("TWO"));
-    EXPECT_TRUE(QFileInfo(d.root.host(asideIn(QStringLiteral("Speicherkarte")))).isDir());
-    EXPECT_EQ(d.markerOf(kWorking), QStringLiteral("WORK"));
+    EXPECT_EQ(d.markerOf(asideIn("Storage Card")), "TWO");
+    EXPECT_TRUE(QFileInfo(d.root.host(asideIn(kCard))).isDir());
+    EXPECT_EQ(d.markerOf(kWorking), "WORK");
 }
 
 } // namespace

@@ -1,9 +1,5 @@
 #include "AppLogicFixture.h"
 
-#include <QDir>
-
-#include <gtest/gtest.h>
-
 #include <optional>
 
 namespace brovant::test {
@@ -17,198 +13,155 @@ QString buttonKey(int n)
     return QString::fromUtf16(AppLifecycle::kButtonKeyPrefix) + QString::number(n);
 }
 
+// A DWORD value as text, "-" when it is missing.
+QString dword(Registry& reg, Hive hive, const QString& key, const QString& name)
+{
+    const auto v = reg.dword(hive, key, name);
+    return v ? QString::number(*v) : "-";
+}
+
 TEST(HardwareButtons, StartRoutesExistingKeysAndShutdownGivesThemBack)
 {
+    // Found: default value, "Old", Flags; then "Old" after start-up, Flags after shutdown.
     struct Key {
         bool exists;
-        QString routed;                // the default value while the program runs
-        std::optional<QString> before; // default value found
-        std::optional<quint32> flags;  // Flags found
-        std::optional<QString> old;    // "Old" left by an earlier run
+        QString routed;
+        std::optional<QString> before, old;
+        std::optional<quint32> flags;
         QString oldAfterStart;
         std::optional<quint32> flagsAfterShutdown;
     };
-    const QString calc = QStringLiteral("\\Windows\\calc.exe");
-    const QString first = QStringLiteral("\\Windows\\first.exe");
-    const QString notes = QStringLiteral("\\Windows\\notes.exe");
-    const QString cam = QStringLiteral("\\Windows\\cam.exe");
-    const QString up = QStringLiteral("\\Brovant\\Messenger.exe U");
-    const QString down = QStringLiteral("\\Brovant\\Messenger.exe D");
-    const QString plain = QStringLiteral("\\Brovant\\Messenger.exe");
+    const QString calc = "\\Windows\\calc.exe", first = "\\Windows\\first.exe",
+                  notes = "\\Windows\\notes.exe", cam = "\\Windows\\cam.exe",
+                  plain = "\\Brovant\\Messenger.exe", up = plain + " U", down = plain + " D";
     const Key keys[AppLifecycle::kButtonKeys] = {
-        {true, up, calc, 8u, {}, calc, 8u},
+        {true, up, calc, {}, 8u, calc, 8u},
         {false, down, {}, {}, {}, {}, {}},
         // Left by a crashed run: our command in place, the original in "Old", Flags already 0.
-        {true, up, up, 0u, first, first, 0u},
+        {true, up, up, first, 0u, first, 0u},
         // No Flags: Flags is set to 0 and nothing is written back.
         {true, down, notes, {}, {}, notes, 0u},
-        {true, plain, cam, 3u, QStringLiteral("stale"), cam, 3u},
+        {true, plain, cam, "stale", 3u, cam, 3u},
         // A key without values: its empty default value is kept as "Old".
-        {true, plain, {}, {}, {}, QString(), 0u},
-    };
+        {true, plain, {}, {}, {}, QString(), 0u}};
     TestDevice d;
     Registry& reg = d.registry();
     for (int n = 1; n <= AppLifecycle::kButtonKeys; ++n) {
         const Key& k = keys[n - 1];
-        if (!k.exists)
-            continue;
-        reg.createKey(HKLM, buttonKey(n));
+        if (k.exists)
+            reg.setString(HKLM, buttonKey(n), "WndCls", "Wnd");
         if (k.before)
             reg.setString(HKLM, buttonKey(n), QString(), *k.before);
         if (k.flags)
-            reg.setDword(HKLM, buttonKey(n), QStringLiteral("Flags"), *k.flags);
+            reg.setDword(HKLM, buttonKey(n), "Flags", *k.flags);
         if (k.old)
-            reg.setString(HKLM, buttonKey(n), QStringLiteral("Old"), *k.old);
-        reg.setString(HKLM, buttonKey(n), QStringLiteral("WndCls"), QStringLiteral("Wnd"));
+            reg.setString(HKLM, buttonKey(n), "Old", *k.old);
     }
-
     ASSERT_TRUE(d.app->start());
-
     for (int n = 1; n <= AppLifecycle::kButtonKeys; ++n) {
         SCOPED_TRACE(n);
         const Key& k = keys[n - 1];
-        const QString key = buttonKey(n);
-        ASSERT_EQ(reg.keyExists(HKLM, key), k.exists);
         EXPECT_EQ(d.app->savedButtonFlags()[size_t(n - 1)], k.flags);
-        if (!k.exists)
-            continue;
-        EXPECT_EQ(reg.string(HKLM, key, QString()), k.routed);
         EXPECT_EQ(AppLifecycle::buttonCommand(n), k.routed);
-        EXPECT_EQ(reg.string(HKLM, key, QStringLiteral("Old")), k.oldAfterStart);
-        EXPECT_EQ(reg.string(HKLM, key, QStringLiteral("WndCls")), QString());
-        EXPECT_EQ(reg.dword(HKLM, key, QStringLiteral("Flags")), 0u);
+        ASSERT_EQ(reg.keyExists(HKLM, buttonKey(n)), k.exists);
+        if (k.exists) {
+            EXPECT_EQ(reg.string(HKLM, buttonKey(n), QString()), k.routed);
+            EXPECT_EQ(reg.string(HKLM, buttonKey(n), "Old"), k.oldAfterStart);
+            EXPECT_EQ(reg.string(HKLM, buttonKey(n), "WndCls"), QString());
+            EXPECT_EQ(reg.dword(HKLM, buttonKey(n), "Flags"), 0u);
+        }
     }
-
     d.app->shutdown();
-
     for (int n = 1; n <= AppLifecycle::kButtonKeys; ++n) {
         SCOPED_TRACE(n);
         const Key& k = keys[n - 1];
-        const QString key = buttonKey(n);
-        ASSERT_EQ(reg.keyExists(HKLM, key), k.exists) << "a missing key is never created";
-        if (!k.exists)
-            continue;
-        EXPECT_EQ(reg.string(HKLM, key, QString()), k.oldAfterStart);
-        EXPECT_EQ(reg.dword(HKLM, key, QStringLiteral("Flags")), k.flagsAfterShutdown);
+        ASSERT_EQ(reg.keyExists(HKLM, buttonKey(n)), k.exists) << "a missing key is never created";
+        if (k.exists) {
+            EXPECT_EQ(reg.string(HKLM, buttonKey(n), QString()), k.oldAfterStart);
+            EXPECT_EQ(reg.dword(HKLM, buttonKey(n), "Flags"), k.flagsAfterShutdown);
+        }
     }
-}
-
-TEST(HardwareButtons, StartingTwiceAfterACrashKeepsTheFirstOldValue)
-{
-    TestDevice d;
-    const QString key = buttonKey(2);
-    const QString original = QStringLiteral("\\Windows\\voice.exe");
-    d.registry().setString(HKLM, key, QString(), original);
-    ASSERT_TRUE(d.app->start());
-
-    d.restartAfterCrash();
-    ASSERT_TRUE(d.app->start());
-    EXPECT_EQ(d.registry().string(HKLM, key, QStringLiteral("Old")), original);
-    EXPECT_EQ(d.registry().string(HKLM, key, QString()), AppLifecycle::buttonCommand(2));
-
-    d.app->shutdown();
-    EXPECT_EQ(d.registry().string(HKLM, key, QString()), original);
 }
 
 TEST(GetacDevice, ValuesAreSwitchedOnlyInKeysThatExist)
 {
-    struct Value {
-        Hive hive;
-        const char* key;
-        const char* name;
-    };
-    const Value values[] = {
+    const std::tuple<Hive, QString, QString> values[] = {
         {HKCU, "Security\\Software\\Getac\\CamFunc", "CameraEnabled"},
         {HKLM, "Security\\Policies\\Policies", "0000101a"},
-        {HKCU, "ControlPanel\\Sip", "SuggWords"},
-    };
-    using Triple = std::array<std::optional<quint32>, 3>;
-    constexpr quint32 k = 7; // found before start-up
-    constexpr std::nullopt_t none = std::nullopt;
-    struct Case {
+        {HKCU, "ControlPanel\\Sip", "SuggWords"}};
+    // The probe: 0 none, 1 the library as a file, 2 a folder of that name. Which of the three
+    // keys exist, each holding 7 before start-up; then the values after start-up and shutdown.
+    const struct {
         const char* name;
-        int probe; // 0: none, 1: the library as a file, 2: a folder of that name
-        std::array<bool, 3> keys;
+        int probe;
         bool getac;
-        Triple afterStart;
-        Triple afterShutdown;
-    };
-    const Case cases[] = {
-        {"Getac, all keys", 1, {true, true, true}, true, {0u, 1u, 0u}, {1u, 0u, 4u}},
-        {"Getac, input panel", 1, {false, false, true}, true, {none, none, 0u}, {none, none, 4u}},
-        {"Getac, camera", 1, {true, false, false}, true, {0u, none, none}, {1u, none, none}},
-        {"other device", 0, {true, true, true}, false, {k, k, k}, {k, k, k}},
-        {"a folder is no library", 2, {true, true, true}, false, {k, k, k}, {k, k, k}},
-    };
-    for (const Case& c : cases) {
+        const char *keys, *afterStart, *afterShutdown;
+    } cases[] = {{"Getac, all keys", 1, true, "111", "0 1 0", "1 0 4"},
+                 {"Getac, input panel", 1, true, "001", "- - 0", "- - 4"},
+                 {"Getac, camera", 1, true, "100", "0 - -", "1 - -"},
+                 {"other device", 0, false, "111", "7 7 7", "7 7 7"},
+                 {"a folder is no library", 2, false, "111", "7 7 7", "7 7 7"}};
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         TestDevice d;
         if (c.probe == 1)
-            d.root.writeFile(QStringLiteral("Windows/externapi.dll"), "MZ");
+            d.root.writeFile("Windows/externapi.dll", "MZ");
         if (c.probe == 2) {
-            ASSERT_TRUE(QDir().mkpath(d.root.host(QStringLiteral("Windows/externapi.dll"))));
+            ASSERT_TRUE(QDir().mkpath(d.root.host("Windows/externapi.dll")));
         }
         for (size_t i = 0; i < 3; ++i) {
-            if (c.keys[i])
-                d.registry().setDword(values[i].hive, QLatin1StringView(values[i].key),
-                                      QLatin1StringView(values[i].name), k);
+            const auto& [hive, key, name] = values[i];
+            if (c.keys[i] == '1')
+                d.registry().setDword(hive, key, name, 7);
         }
-        auto read = [&d, &values, &c] {
-            Triple out;
-            for (size_t i = 0; i < 3; ++i) {
-                const QString key = QLatin1StringView(values[i].key);
-                EXPECT_EQ(d.registry().keyExists(values[i].hive, key), c.keys[i])
-                    << key.toStdString();
-                out[i] = d.registry().dword(values[i].hive, key, QLatin1StringView(values[i].name));
+        // Which keys exist, then the values: "110 0 1 -".
+        const auto state = [&] {
+            QStringList keys, dwords;
+            for (const auto& [hive, key, name] : values) {
+                keys << (d.registry().keyExists(hive, key) ? "1" : "0");
+                dwords << dword(d.registry(), hive, key, name);
             }
-            return out;
+            return keys.join(QString()) + u' ' + dwords.join(u' ');
         };
-
         ASSERT_TRUE(d.app->start());
         EXPECT_EQ(d.state.getac, c.getac);
-        EXPECT_EQ(read(), c.afterStart);
+        EXPECT_EQ(state(), c.keys + QString(" ") + c.afterStart);
         d.app->shutdown();
-        EXPECT_EQ(read(), c.afterShutdown);
+        EXPECT_EQ(state(), c.keys + QString(" ") + c.afterShutdown);
     }
 }
 
 TEST(ActiveSync, AutoConnectIsSwitchedOffUnlessTheCableUsesPortTen)
 {
     const QString comm = QString::fromUtf16(AppLifecycle::kCommKey);
-    const QString value = QStringLiteral("AutoCnct");
-    struct Case {
+    // DUE/Port (0: unset, which reads as 10), whether the key exists, whether start-up saw
+    // auto-connect on; the value found ("-": none), after start-up and after shutdown.
+    const struct {
         const char* name;
-        std::optional<int> port; // DUE/Port; unset reads as 10
-        bool key;
-        std::optional<quint32> found;
-        std::optional<quint32> afterStart;
-        bool wasOn;
-        std::optional<quint32> afterShutdown;
-    };
-    const Case cases[] = {
-        {"port unset", {}, true, 1u, 1u, false, 1u},
-        {"port 10", 10, true, 1u, 1u, false, 1u},
-        {"port 3, on", 3, true, 1u, 0u, true, 1u},
-        {"port 3, off", 3, true, 0u, 0u, false, 1u},
-        {"port 10, off: exit switches it on", 10, true, 0u, 0u, false, 1u},
-        {"port 3, no value", 3, true, {}, {}, false, 1u},
-        {"port 3, no key", 3, false, {}, {}, false, {}},
-    };
-    for (const Case& c : cases) {
+        int port;
+        bool key, wasOn;
+        const char *found, *afterStart, *afterShutdown;
+    } cases[] = {{"port unset", 0, true, false, "1", "1", "1"},
+                 {"port 10", 10, true, false, "1", "1", "1"},
+                 {"port 3, on", 3, true, true, "1", "0", "1"},
+                 {"port 3, off", 3, true, false, "0", "0", "1"},
+                 {"port 10, off: exit switches it on", 10, true, false, "0", "0", "1"},
+                 {"port 3, no value", 3, true, false, "-", "-", "1"},
+                 {"port 3, no key", 3, false, false, "-", "-", "-"}};
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         TestDevice d;
         if (c.port)
-            d.profile().writeInt(QStringLiteral("DUE"), QStringLiteral("Port"), *c.port);
+            d.profile().writeInt("DUE", "Port", c.port);
         if (c.key)
             d.registry().createKey(HKCU, comm);
-        if (c.found)
-            d.registry().setDword(HKCU, comm, value, *c.found);
-
+        if (*c.found != '-')
+            d.registry().setDword(HKCU, comm, "AutoCnct", *c.found - '0');
         ASSERT_TRUE(d.app->start());
-        EXPECT_EQ(d.registry().dword(HKCU, comm, value), c.afterStart);
+        EXPECT_EQ(dword(d.registry(), HKCU, comm, "AutoCnct"), c.afterStart);
         EXPECT_EQ(d.app->autoConnectWasOn(), c.wasOn);
         d.app->shutdown();
-        EXPECT_EQ(d.registry().dword(HKCU, comm, value), c.afterShutdown);
+        EXPECT_EQ(dword(d.registry(), HKCU, comm, "AutoCnct"), c.afterShutdown);
         EXPECT_EQ(d.registry().keyExists(HKCU, comm), c.key);
     }
 }

@@ -1,5 +1,4 @@
-// Helpers shared by the data-layer tests: a device root with the Brovant folder, and a reader
-// that looks at a database file through SQLite directly, independent of the code under test.
+// Data-layer test helpers: a device root, and SQLite read directly, not through the code tested.
 #pragma once
 
 #include "support/TempRoot.h"
@@ -13,7 +12,6 @@
 #include <ostream>
 #include <vector>
 
-// Readable failure messages for Qt strings.
 inline void PrintTo(const QString& s, std::ostream* os)
 {
     *os << '"' << s.toStdString() << '"';
@@ -27,7 +25,6 @@ struct DatabaseRoot {
     QString file = folder + QStringLiteral("/Brovant.cdb");
 
     DatabaseRoot() { QDir().mkpath(folder); }
-
     // Everything in the Brovant folder, so a journal or WAL left beside the file shows up.
     QStringList entries() const
     {
@@ -38,38 +35,30 @@ struct DatabaseRoot {
 
 using Rows = std::vector<QStringList>;
 
-// Rows of `sql` as text ("<null>" for NULL), read with a private read-only connection. An error
-// comes back as one row "<error>", message.
+// Rows of `sql` as text ("<null>" for NULL); an error comes back as one row "<error>", message.
 inline Rows rawRows(const QString& file, const QString& sql)
 {
     sqlite3* db = nullptr;
+    sqlite3_stmt* stmt = nullptr;
     Rows rows;
     if (sqlite3_open_v2(QFile::encodeName(file).constData(), &db, SQLITE_OPEN_READONLY, nullptr)
-        != SQLITE_OK) {
+            != SQLITE_OK
+        || sqlite3_prepare_v2(db, sql.toUtf8().constData(), -1, &stmt, nullptr) != SQLITE_OK)
         rows.push_back({QStringLiteral("<error>"), QString::fromUtf8(sqlite3_errmsg(db))});
-        sqlite3_close_v2(db);
-        return rows;
-    }
-    sqlite3_stmt* stmt = nullptr;
-    if (sqlite3_prepare_v2(db, sql.toUtf8().constData(), -1, &stmt, nullptr) != SQLITE_OK) {
-        rows.push_back({QStringLiteral("<error>"), QString::fromUtf8(sqlite3_errmsg(db))});
-    } else {
-        while (sqlite3_step(stmt) == SQLITE_ROW) {
-            QStringList row;
-            for (int i = 0; i < sqlite3_column_count(stmt); ++i) {
-                const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(stmt, i));
-                row << (text ? QString::fromUtf8(text, sqlite3_column_bytes(stmt, i))
-                             : QStringLiteral("<null>"));
-            }
-            rows.push_back(row);
+    while (stmt && sqlite3_step(stmt) == SQLITE_ROW) {
+        QStringList row;
+        for (int i = 0; i < sqlite3_column_count(stmt); ++i) {
+            const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(stmt, i));
+            row << (text ? QString::fromUtf8(text, sqlite3_column_bytes(stmt, i))
+                         : QStringLiteral("<null>"));
         }
+        rows.push_back(row);
     }
     sqlite3_finalize(stmt);
     sqlite3_close_v2(db);
     return rows;
 }
 
-// A database file written without the code under test (foreign versions, broken layouts).
 inline bool rawExec(const QString& file, const QString& sql)
 {
     sqlite3* db = nullptr;

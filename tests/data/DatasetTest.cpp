@@ -10,268 +10,183 @@ namespace brovant {
 namespace {
 
 using namespace Qt::StringLiterals;
-using test::DatabaseRoot;
-using test::rawRows;
-using test::Rows;
 using Ids = std::vector<std::int64_t>;
-
-struct Tree {
-    std::int64_t id;
-    std::int64_t list;
-    const char16_t* species;
-    std::int64_t bhd;
-};
-
-// Stored order differs from ID order, so "stored order" and "ordered by ID" are told apart.
-const Tree kTrees[] = {
-    {3, 1, u"FI", 30}, {1, 1, u"KI", 45}, {5, 2, u"FI", 22},
-    {2, 1, u"FI", 45}, {4, 2, u"BU", 60}, {6, 1, u"FI", 12},
-};
 
 class DatasetTest : public ::testing::Test {
 protected:
     void SetUp() override { ASSERT_TRUE(db.open()) << db.lastError().toStdString(); }
 
+    using Values = std::initializer_list<std::pair<const char16_t*, FieldValue>>;
+    // Sets the named buffers; `fresh` empties all others first.
+    static void put(Dataset& d, Values values, bool fresh = true)
+    {
+        if (fresh)
+            d.clearFields();
+        for (const auto& [field, value] : values)
+            d.setValue(field, value);
+    }
+
+    // ID, list, species, BHD; stored order differs from ID order, so the two are told apart.
     void addTrees()
     {
+        const std::tuple<int, int, QString, int> trees[] = {{3, 1, "FI", 30}, {1, 1, "KI", 45},
+                                                            {5, 2, "FI", 22}, {2, 1, "FI", 45},
+                                                            {4, 2, "BU", 60}, {6, 1, "FI", 12}};
         Dataset rows(db, schema::Holzdaten);
-        for (const Tree& t : kTrees) {
-            rows.clearFields();
-            rows.setInt(u"ID", t.id);
-            rows.setInt(u"ID_FILE", t.list);
-            rows.setText(u"BAUMART", QString::fromUtf16(t.species));
-            rows.setInt(u"BHD", t.bhd);
+        for (const auto& [id, list, species, bhd] : trees) {
+            put(rows, {{u"ID", id}, {u"ID_FILE", list}, {u"BAUMART", species}, {u"BHD", bhd}});
             ASSERT_TRUE(rows.insert()) << db.lastError().toStdString();
         }
     }
 
-    // The IDs from the first record to the last, and back; a cursor that never reaches an end
-    // shows up as one record too many instead of a hang.
-    static Ids forward(Dataset& rows)
+    // The IDs from the first record to the last (or back); bounded, so a loop cannot hang.
+    static Ids walk(Dataset& rows, bool back = false)
     {
         Ids ids;
-        for (bool ok = rows.moveFirst(); ok && !rows.eof() && ids.size() <= size_t(rows.count());
-             ok = rows.moveNext())
-            ids.push_back(rows.loadInt(u"ID"));
-        return ids;
-    }
-    static Ids backward(Dataset& rows)
-    {
-        Ids ids;
-        for (bool ok = rows.moveLast(); ok && !rows.eof() && ids.size() <= size_t(rows.count());
-             ok = rows.movePrevious())
+        for (bool ok = back ? rows.moveLast() : rows.moveFirst();
+             ok && !rows.eof() && ids.size() <= size_t(rows.count());
+             ok = back ? rows.movePrevious() : rows.moveNext())
             ids.push_back(rows.loadInt(u"ID"));
         return ids;
     }
 
-    Rows stored(const QString& sql)
+    // Rows as read by SQLite itself: cells joined by blanks, rows by '|'.
+    QString stored(const QString& sql)
     {
         db.close();
-        Rows rows = rawRows(dir.file, sql);
+        QStringList rows;
+        for (const QStringList& row : test::rawRows(dir.file, sql))
+            rows << row.join(u' ');
         EXPECT_TRUE(db.open());
-        return rows;
+        return rows.join(u'|');
     }
 
-    DatabaseRoot dir;
+    test::DatabaseRoot dir;
     Database db{dir.file};
 };
 
-TEST_F(DatasetTest, FiltersSelectAndOrderTheRecords)
+TEST_F(DatasetTest, FiltersSelectAndOrderTheRecordsAndTheCursorStopsAtBothEnds)
 {
     addTrees();
-    struct Row {
-        const char* label;
-        Filter filter;
-        Ids ids;
-    };
-    const Row rows[] = {
-        {"all_in_stored_order", Filter::all(), {3, 1, 5, 2, 4, 6}},
+    const std::tuple<const char*, Filter, Ids> rows[] = {
+        {"all in stored order", Filter::all(), {3, 1, 5, 2, 4, 6}},
         {"ordered", Filter::ordered(u"ID"_s), {1, 2, 3, 4, 5, 6}},
-        {"ties_keep_stored_order", Filter::ordered(u"BHD DESC"_s), {4, 1, 2, 3, 5, 6}},
-        {"one_list", Filter::byList(2), {5, 4}},
-        {"bound_values",
-         {u"BAUMART = ? AND BHD >= ?"_s,
-          {FieldValue(u"FI"_s), FieldValue(std::int64_t(22))},
-          u"BHD"_s},
+        {"ties keep stored order", Filter::ordered(u"BHD DESC"_s), {4, 1, 2, 3, 5, 6}},
+        {"one list", Filter::byList(2), {5, 4}},
+        {"bound values",
+         {u"BAUMART = ? AND BHD >= ?"_s, {FieldValue(u"FI"_s), FieldValue(22)}, u"BHD"_s},
          {5, 3, 2}},
-        {"value_looking_like_sql", {u"BAUMART = ?"_s, {FieldValue(u"FI' OR '1'='1"_s)}, {}}, {}},
-        {"no_match", Filter::byList(99), {}},
-    };
+        {"value looking like sql", {u"BAUMART = ?"_s, {FieldValue(u"FI' OR '1'='1"_s)}, {}}, {}},
+        {"no match", Filter::byList(99), {}}};
     Dataset trees(db, schema::Holzdaten);
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.label);
-        ASSERT_TRUE(trees.reset(row.filter)) << db.lastError().toStdString();
-        EXPECT_EQ(trees.count(), int(row.ids.size()));
-        EXPECT_EQ(trees.eof(), row.ids.empty()) << "after reset";
-        if (!row.ids.empty()) {
-            EXPECT_EQ(trees.loadInt(u"ID"), row.ids.front()) << "reset stands on the first";
-        }
-        EXPECT_EQ(forward(trees), row.ids);
+    for (const auto& [label, filter, ids] : rows) {
+        SCOPED_TRACE(label);
+        ASSERT_TRUE(trees.reset(filter)) << db.lastError().toStdString();
+        EXPECT_EQ(trees.count(), int(ids.size()));
+        EXPECT_EQ(trees.eof(), ids.empty()) << "after reset";
+        EXPECT_EQ(trees.loadInt(u"ID"), ids.empty() ? 0 : ids.front()) << "stands on the first";
+        EXPECT_EQ(walk(trees), ids);
         EXPECT_TRUE(trees.eof()) << "past the last record";
-        EXPECT_EQ(backward(trees), Ids(row.ids.rbegin(), row.ids.rend()));
+        EXPECT_EQ(walk(trees, true), Ids(ids.rbegin(), ids.rend()));
+        EXPECT_EQ(trees.moveFirst(), !ids.empty());
+        EXPECT_EQ(trees.moveLast(), !ids.empty());
+    }
+    EXPECT_FALSE(trees.reset({u"NO_SUCH_FIELD = ?"_s, {FieldValue(1)}, {}}));
+    EXPECT_TRUE(trees.eof());
+    EXPECT_TRUE(trees.loadIsEmpty(u"ID")) << "a failed reset leaves no record";
+
+    ASSERT_TRUE(trees.reset(Filter::byList(2))); // IDs 5, 4
+    // Each move with the ID it lands on; 0: off either end, where no values are left.
+    const std::pair<char, int> steps[] = {{'N', 4}, {'N', 0}, {'N', 0}, {'P', 4},
+                                          {'F', 5}, {'P', 0}, {'L', 4}, {'P', 5}};
+    for (const auto& [move, id] : steps) {
+        SCOPED_TRACE(move);
+        const bool ok = move == 'N'   ? trees.moveNext()
+                        : move == 'P' ? trees.movePrevious()
+                        : move == 'F' ? trees.moveFirst()
+                                      : trees.moveLast();
+        EXPECT_EQ(std::tuple(ok, trees.eof(), trees.loadInt(u"ID"), trees.loadIsEmpty(u"BAUMART")),
+                  std::tuple(id != 0, id == 0, id, id == 0));
     }
 }
 
-TEST_F(DatasetTest, BadConditionFailsAndLeavesNoRecord)
-{
-    addTrees();
-    Dataset trees(db, schema::Holzdaten);
-    EXPECT_FALSE(trees.reset({u"NO_SUCH_FIELD = ?"_s, {FieldValue(std::int64_t(1))}, {}}));
-    EXPECT_TRUE(trees.eof());
-    EXPECT_TRUE(trees.loadIsEmpty(u"ID"));
-}
-
-TEST_F(DatasetTest, CursorStopsAtBothEnds)
-{
-    addTrees();
-    Dataset trees(db, schema::Holzdaten);
-    ASSERT_TRUE(trees.reset(Filter::byList(2))); // IDs 5, 4
-    EXPECT_TRUE(trees.moveNext());
-    EXPECT_EQ(trees.loadInt(u"ID"), 4);
-    EXPECT_FALSE(trees.moveNext());
-    EXPECT_TRUE(trees.eof());
-    EXPECT_FALSE(trees.moveNext()) << "stays past the end";
-    EXPECT_TRUE(trees.eof());
-    EXPECT_TRUE(trees.loadIsEmpty(u"BAUMART")) << "no record, no values";
-    EXPECT_EQ(trees.loadInt(u"BHD"), 0);
-    EXPECT_TRUE(trees.movePrevious());
-    EXPECT_EQ(trees.loadInt(u"ID"), 4);
-    EXPECT_TRUE(trees.moveFirst());
-    EXPECT_FALSE(trees.movePrevious());
-    EXPECT_TRUE(trees.eof()) << "before the first";
-
-    Dataset empty(db, schema::Region);
-    ASSERT_TRUE(empty.reset());
-    EXPECT_TRUE(empty.eof());
-    EXPECT_FALSE(empty.moveFirst());
-    EXPECT_FALSE(empty.moveLast());
-    EXPECT_TRUE(empty.eof());
-}
-
-TEST_F(DatasetTest, InsertAppendsAndBecomesCurrent)
+TEST_F(DatasetTest, InsertSaveAndDeleteWorkOnTheCurrentRecord)
 {
     addTrees();
     Dataset trees(db, schema::Holzdaten);
     ASSERT_TRUE(trees.reset(Filter::ordered(u"ID"_s)));
     trees.moveTo(2);
-    trees.clearFields();
-    trees.setInt(u"ID", 7);
-    trees.setInt(u"ID_FILE", 2);
-    trees.setText(u"BAUMART", u"TA"_s);
-    trees.setInt(u"KUBATUR", 135);
+    put(trees, {{u"ID", 7}, {u"ID_FILE", 2}, {u"BAUMART", u"TA"_s}, {u"KUBATUR", 135}});
     ASSERT_TRUE(trees.insert());
-    EXPECT_EQ(trees.count(), 7);
-    EXPECT_EQ(trees.position(), 6);
-    EXPECT_FALSE(trees.eof());
-    EXPECT_EQ(trees.loadInt(u"ID"), 7);
+    // Appended, and the new record is the current one.
+    EXPECT_EQ(std::tuple(trees.count(), trees.position(), trees.eof(), trees.loadInt(u"ID")),
+              std::tuple(7, 6, false, 7));
     EXPECT_EQ(trees.loadFormatted(u"KUBATUR"), u"   1.35"_s);
     EXPECT_TRUE(trees.loadIsEmpty(u"PARZ")) << "cleared fields stay empty";
     EXPECT_TRUE(trees.movePrevious());
     EXPECT_EQ(trees.loadInt(u"ID"), 6);
 
-    EXPECT_EQ(stored(u"SELECT ID, ID_FILE, BAUMART, KUBATUR, PARZ FROM Brov_Holzdaten "
-                     "WHERE rowid = (SELECT MAX(rowid) FROM Brov_Holzdaten)"_s),
-              Rows({{u"7"_s, u"2"_s, u"TA"_s, u"135"_s, u"<null>"_s}}));
-}
-
-TEST_F(DatasetTest, SaveChangesOnlyTheCurrentRecord)
-{
-    addTrees();
-    Dataset trees(db, schema::Holzdaten);
     ASSERT_TRUE(trees.reset(Filter::byList(1))); // IDs 3, 1, 2, 6
     ASSERT_TRUE(trees.moveNext());
-    trees.setInt(u"BHD", 99);
-    trees.setText(u"BAUMART", u"DOU"_s);
+    put(trees, {{u"BHD", 99}, {u"BAUMART", u"DOU"_s}}, false);
     ASSERT_TRUE(trees.save());
     EXPECT_EQ(trees.loadInt(u"ID"), 1) << "the cursor stays";
     ASSERT_TRUE(trees.moveLast());
     trees.setInt(u"BHD", 13);
     ASSERT_TRUE(trees.save());
+    EXPECT_EQ(stored(u"SELECT ID, ID_FILE, BAUMART, BHD, KUBATUR, PARZ FROM Brov_Holzdaten "
+                     "ORDER BY rowid"_s),
+              u"3 1 FI 30 <null> <null>|1 1 DOU 99 <null> <null>|5 2 FI 22 <null> <null>|"
+              "2 1 FI 45 <null> <null>|4 2 BU 60 <null> <null>|6 1 FI 13 <null> <null>|"
+              "7 2 TA <null> 135 <null>"_s);
 
-    EXPECT_EQ(stored(u"SELECT ID, BAUMART, BHD FROM Brov_Holzdaten ORDER BY ID"_s),
-              Rows({{u"1"_s, u"DOU"_s, u"99"_s},
-                    {u"2"_s, u"FI"_s, u"45"_s},
-                    {u"3"_s, u"FI"_s, u"30"_s},
-                    {u"4"_s, u"BU"_s, u"60"_s},
-                    {u"5"_s, u"FI"_s, u"22"_s},
-                    {u"6"_s, u"FI"_s, u"13"_s}}));
-    Dataset none(db, schema::Holzdaten);
-    ASSERT_TRUE(none.reset(Filter::byList(99)));
-    none.setInt(u"BHD", 1);
-    EXPECT_FALSE(none.save()) << "no current record";
-}
-
-TEST_F(DatasetTest, DeleteMovesToTheFollowingRecord)
-{
-    struct Row {
-        const char* label;
-        int position;
-        Ids remaining;        // in cursor order
-        std::int64_t current; // 0: past the end
-    };
-    const Row rows[] = {
-        {"first", 0, {2, 3, 4, 5, 6}, 2},
-        {"middle", 2, {1, 2, 4, 5, 6}, 4},
-        {"last", 5, {1, 2, 3, 4, 5}, 0},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.label);
-        ASSERT_TRUE(db.deleteAll(schema::Holzdaten));
-        addTrees();
-        Dataset trees(db, schema::Holzdaten);
-        ASSERT_TRUE(trees.reset(Filter::ordered(u"ID"_s)));
-        ASSERT_TRUE(trees.moveTo(row.position));
+    // Deleting moves to the record that followed: the last, the first, one in the middle.
+    ASSERT_TRUE(trees.reset(Filter::ordered(u"ID"_s)));
+    const std::tuple<int, std::int64_t, Ids> deletes[] = {
+        {6, 0, {1, 2, 3, 4, 5, 6}}, {0, 2, {2, 3, 4, 5, 6}}, {2, 5, {2, 3, 5, 6}}};
+    for (const auto& [position, current, remaining] : deletes) {
+        SCOPED_TRACE(position);
+        ASSERT_TRUE(trees.moveTo(position));
         ASSERT_TRUE(trees.deleteCurrent());
-        EXPECT_EQ(trees.count(), 5);
-        EXPECT_EQ(trees.eof(), row.current == 0);
-        EXPECT_EQ(trees.loadInt(u"ID"), row.current);
-        EXPECT_EQ(forward(trees), row.remaining);
-        ASSERT_TRUE(trees.reset(Filter::ordered(u"ID"_s)));
-        EXPECT_EQ(forward(trees), row.remaining) << "as stored";
+        EXPECT_EQ(std::tuple(trees.count(), trees.eof(), trees.loadInt(u"ID")),
+                  std::tuple(int(remaining.size()), current == 0, current));
+        EXPECT_EQ(walk(trees), remaining);
     }
-    Dataset none(db, schema::Holzdaten);
-    ASSERT_TRUE(none.reset(Filter::byList(99)));
-    EXPECT_FALSE(none.deleteCurrent());
+    ASSERT_TRUE(trees.reset(Filter::ordered(u"ID"_s)));
+    EXPECT_EQ(walk(trees), Ids({2, 3, 5, 6})) << "as stored";
+
+    // Without a current record nothing is written.
+    ASSERT_TRUE(trees.reset(Filter::byList(99)));
+    trees.setInt(u"BHD", 1);
+    EXPECT_FALSE(trees.save());
+    EXPECT_FALSE(trees.deleteCurrent());
 }
 
-TEST_F(DatasetTest, TextLongerThanItsFieldIsCut)
+TEST_F(DatasetTest, TextLongerThanItsFieldIsCutToItsCharacters)
 {
-    struct Row {
-        const TableDescriptor* table;
-        const char* field;
-        QString text;
-        QString kept;
-    };
     const QString hundred = QString(99, u'x') + u'ö';
-    const Row rows[] = {
-        {&schema::Holzdaten, "BAUMART", u"FICHTE"_s, u"FIC"_s},
-        {&schema::Holzdaten, "BAUMART", u"ÄÖÜß"_s, u"ÄÖÜ"_s},
-        {&schema::Holzdaten, "PARZ", u"12345"_s, u"12345"_s},
-        {&schema::Kopfdaten, "LISTE_NR", u"1234567890"_s, u"12345678"_s},
-        {&schema::Kopfdaten, "STRUKTUR", u"T00300x"_s, u"T00300"_s},
-        {&schema::Konfiguration, "FTP_SERVER", hundred + u"yz"_s, hundred},
-        {&schema::LastRegion, "REGION_A", u"Süd-Östlich"_s, u"Süd-Östl"_s},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.field);
-        const QString field = QString::fromLatin1(row.field);
-        Dataset records(db, *row.table);
-        ASSERT_TRUE(db.deleteAll(*row.table));
+    const std::tuple<const TableDescriptor*, const char16_t*, QString, QString> rows[] = {
+        {&schema::Holzdaten, u"BAUMART", u"FICHTE"_s, u"FIC"_s},
+        {&schema::Holzdaten, u"BAUMART", u"ÄÖÜß"_s, u"ÄÖÜ"_s},
+        {&schema::Holzdaten, u"PARZ", u"12345"_s, u"12345"_s},
+        {&schema::Kopfdaten, u"LISTE_NR", u"1234567890"_s, u"12345678"_s},
+        {&schema::Kopfdaten, u"STRUKTUR", u"T00300x"_s, u"T00300"_s},
+        {&schema::Konfiguration, u"FTP_SERVER", hundred + u"yz"_s, hundred},
+        {&schema::LastRegion, u"REGION_A", u"Süd-Östlich"_s, u"Süd-Östl"_s}};
+    for (const auto& [table, field, text, kept] : rows) {
+        SCOPED_TRACE(kept.toStdString());
+        Dataset records(db, *table);
+        ASSERT_TRUE(db.deleteAll(*table));
         ASSERT_TRUE(records.reset());
-        records.setText(field, row.text);
+        records.setText(field, text);
         ASSERT_TRUE(records.insert());
-        EXPECT_EQ(records.loadText(field), row.kept);
+        EXPECT_EQ(records.loadText(field), kept);
         ASSERT_TRUE(records.reset());
-        EXPECT_EQ(records.loadText(field), row.kept) << "as stored";
-        // Through save as well: the field takes the long text again on the stored record.
-        records.setText(field, u"-"_s + row.text);
+        EXPECT_EQ(records.loadText(field), kept) << "as stored";
+        records.setText(field, u"-"_s + text);
         ASSERT_TRUE(records.save());
         ASSERT_TRUE(records.reset());
-        EXPECT_EQ(records.loadText(field), (u"-"_s + row.text).left(row.kept.size()));
-        auto length =
-            db.query(u"SELECT length(%1) FROM %2"_s.arg(field, QLatin1StringView(row.table->name)));
-        ASSERT_TRUE(length.next());
-        EXPECT_EQ(length.integer(0), row.kept.size()) << "characters, not bytes";
+        EXPECT_EQ(records.loadText(field), (u"-"_s + text).left(kept.size())) << "saved";
     }
 }
 
@@ -280,9 +195,7 @@ TEST_F(DatasetTest, TablesWithoutKeyUpdateTheCurrentRecord)
     // Three identical records: only the cursor tells them apart.
     Dataset last(db, schema::LastRegion);
     for (int i = 0; i < 3; ++i) {
-        last.clearFields();
-        last.setText(u"REGION_A", u"WR 1"_s);
-        last.setText(u"BAUMART", u"FI"_s);
+        put(last, {{u"REGION_A", u"WR 1"_s}, {u"BAUMART", u"FI"_s}});
         ASSERT_TRUE(last.insert());
     }
     ASSERT_TRUE(last.reset());
@@ -292,79 +205,46 @@ TEST_F(DatasetTest, TablesWithoutKeyUpdateTheCurrentRecord)
     ASSERT_TRUE(last.moveNext());
     ASSERT_TRUE(last.deleteCurrent());
 
-    Dataset config(db, schema::Konfiguration);
-    ASSERT_TRUE(config.reset());
-    config.setText(u"INIT_A", u"ATZ"_s);
-    ASSERT_TRUE(config.insert());
-    ASSERT_TRUE(config.reset());
-    config.setText(u"FTP_NAME", u"förster"_s);
-    ASSERT_TRUE(config.save());
-
     EXPECT_EQ(stored(u"SELECT REGION_A, BAUMART, TARIF FROM Brov_LastRegion ORDER BY rowid"_s),
-              Rows({{u"WR 1"_s, u"FI"_s, u"<null>"_s}, {u"WR 1"_s, u"FI"_s, u"T2"_s}}));
-    EXPECT_EQ(stored(u"SELECT INIT_A, FTP_NAME FROM Brov_Konfiguration"_s),
-              Rows({{u"ATZ"_s, u"förster"_s}}));
+              u"WR 1 FI <null>|WR 1 FI T2"_s);
 }
 
-TEST_F(DatasetTest, EmptyFieldsDifferFromBlankTextAndZero)
+TEST_F(DatasetTest, FieldBuffersFormatAndTellEmptyFromBlankAndZero)
 {
     Dataset rows(db, schema::Einstellungen);
-    rows.setInt(u"ID", 1);
-    rows.setText(u"DMSTUFE", u"  "_s);
-    rows.setInt(u"BHD", 0);
+    put(rows, {{u"ID", 12},
+               {u"KUBATUR", -45},
+               {u"HS3", 250},
+               {u"BHDBIS", 7},
+               {u"region_a", u"Süd"_s},
+               {u"TARIF", u" 42"_s},
+               {u"DMSTUFE", u"  "_s},
+               {u"BHD", 0},
+               {u"NO_SUCH_FIELD", u"x"_s}});
     ASSERT_TRUE(rows.insert());
-    rows.clearFields();
-    rows.setInt(u"ID", 2);
+    put(rows, {{u"ID", 13}});
     ASSERT_TRUE(rows.insert());
     ASSERT_TRUE(rows.reset(Filter::ordered(u"ID"_s)));
-
-    EXPECT_FALSE(rows.loadIsEmpty(u"DMSTUFE")) << "blank text is a value";
+    const auto empties = [&rows] {
+        QStringList out;
+        for (const char16_t* f : {u"DMSTUFE", u"BHD", u"HS4", u"BAUMART", u"NO_SUCH_FIELD"})
+            out << (rows.loadIsEmpty(f) ? QString::fromUtf16(f) : QString());
+        return out.join(u' ').simplified();
+    };
+    QStringList formatted;
+    for (const char16_t* f : {u"ID", u"KUBATUR", u"HS3", u"BHDBIS", u"REGION_A", u"TARIF", u"HS4",
+                              u"DMSTUFE", u"BHD", u"BAUMART"})
+        formatted << rows.loadFormatted(f);
+    EXPECT_EQ(formatted.join(u'|'),
+              u"    12|  -0.45|  2.50|  7|Süd     | 42  |  0.00|  |  0|   "_s);
+    EXPECT_TRUE(rows.loadFormatted(u"NO_SUCH_FIELD").isNull());
     EXPECT_EQ(rows.loadText(u"DMSTUFE"), u"  "_s);
-    EXPECT_FALSE(rows.loadIsEmpty(u"BHD")) << "zero is a value";
-    EXPECT_TRUE(rows.loadIsEmpty(u"TARIF"));
-    EXPECT_TRUE(rows.loadIsEmpty(u"KUBATUR"));
-    EXPECT_EQ(rows.loadFormatted(u"KUBATUR"), u"   0.00"_s);
-    EXPECT_EQ(rows.loadFormatted(u"TARIF"), u"     "_s);
+    EXPECT_EQ(empties(), u"HS4 BAUMART NO_SUCH_FIELD"_s) << "blank text and zero are values";
     ASSERT_TRUE(rows.moveNext());
-    EXPECT_TRUE(rows.loadIsEmpty(u"DMSTUFE"));
-    EXPECT_TRUE(rows.loadIsEmpty(u"BHD"));
-    EXPECT_EQ(rows.loadInt(u"ID"), 2);
-}
-
-TEST_F(DatasetTest, LoadFormattedUsesTheFieldDescriptor)
-{
-    Dataset rows(db, schema::Einstellungen);
-    rows.setInt(u"ID", 12);
-    rows.setInt(u"KUBATUR", -45);
-    rows.setInt(u"HS3", 250);
-    rows.setInt(u"BHDBIS", 7);
-    rows.setText(u"REGION_A", u"Süd"_s);
-    rows.setText(u"TARIF", u" 42"_s);
-    ASSERT_TRUE(rows.insert());
-    ASSERT_TRUE(rows.reset());
-    struct Row {
-        const char16_t* field;
-        QString formatted;
-    };
-    const Row expected[] = {
-        {u"ID", u"    12"_s},  {u"KUBATUR", u"  -0.45"_s},    {u"HS3", u"  2.50"_s},
-        {u"BHDBIS", u"  7"_s}, {u"REGION_A", u"Süd     "_s},  {u"TARIF", u" 42  "_s},
-        {u"HS4", u"  0.00"_s}, {u"NO_SUCH_FIELD", QString()},
-    };
-    for (const Row& row : expected)
-        EXPECT_EQ(rows.loadFormatted(row.field), row.formatted)
-            << QString::fromUtf16(row.field).toStdString();
-}
-
-TEST_F(DatasetTest, UnknownFieldsAreNeitherReadNorWritten)
-{
-    Dataset rows(db, schema::Region);
-    rows.setInt(u"ID", 1);
-    rows.setText(u"NO_SUCH_FIELD", u"x"_s);
-    rows.setText(u"baumart", u"KI"_s);
-    ASSERT_TRUE(rows.insert());
-    EXPECT_TRUE(rows.loadIsEmpty(u"NO_SUCH_FIELD"));
-    EXPECT_EQ(stored(u"SELECT ID, BAUMART FROM Brov_Region"_s), Rows({{u"1"_s, u"KI"_s}}));
+    EXPECT_EQ(rows.loadInt(u"ID"), 13);
+    EXPECT_EQ(empties(), u"DMSTUFE BHD HS4 BAUMART NO_SUCH_FIELD"_s);
+    EXPECT_EQ(stored(u"SELECT ID, REGION_A, BHD, TARIF FROM Brov_Einstellungen ORDER BY ID"_s),
+              u"12 Süd 0  42|13 <null> <null> <null>"_s);
 }
 
 } // namespace

@@ -1,126 +1,120 @@
 #include "data/Schema.h"
+#include "data/DataTestSupport.h"
 
 #include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
+#include <cstdint>
+#include <limits>
+#include <span>
+#include <stdexcept>
 
 namespace brovant {
 namespace {
 
-// One field of the database layout: "T" text with length, "N" numeric with digits and decimals.
-struct Field {
-    std::string name;
-    char kind;
-    int length;
-    int decimals;
-    bool key;
-};
+using namespace Qt::StringLiterals;
 
-Field T(std::string name, int length)
+// A table as "NAME:T<length>" or "NAME:N<digits>.<decimals>" per field, "*" marking the key.
+QString layoutOf(const TableDescriptor& table)
 {
-    return {std::move(name), 'T', length, 0, false};
-}
-Field N(std::string name, int digits, int decimals, bool key = false)
-{
-    return {std::move(name), 'N', digits, decimals, key};
-}
-
-struct TableCase {
-    std::string name;
-    std::vector<Field> fields;
-};
-
-std::ostream& operator<<(std::ostream& os, const TableCase& c)
-{
-    return os << c.name;
+    QString out = QString::fromLatin1(table.name);
+    for (const FieldDescriptor& f : table.fields) {
+        const bool text = f.type == FieldType::Text;
+        out += QStringLiteral(" %1:%2%3")
+                   .arg(QString::fromLatin1(f.name), text ? "T" : "N")
+                   .arg(f.length);
+        out += (text ? QString() : QStringLiteral(".%1").arg(f.decimals)) + (f.key ? "*" : "");
+    }
+    const FieldDescriptor* key = table.keyField();
+    return key ? out + " key=" + QString::fromLatin1(key->name) : out;
 }
 
-std::vector<Field> headerFields()
+TEST(Schema, TablesMatchTheFileLayout)
 {
-    std::vector<Field> f = {N("ID_FILE", 6, 0, true), T("LISTE_NR", 8),        T("ZUSATZ_A", 40),
-                            T("DATUM_A", 10),         N("KOR_FAKTOR_N", 1, 2), T("REGION_A", 8)};
+    QString kopf;
     for (int i = 1; i <= 16; ++i)
-        f.push_back(T("KOPF" + std::to_string(i) + "_A", 40));
-    f.insert(f.end(), {N("DUE_MARK", 1, 0), N("EXPORTED_N_NI", 1, 0), T("STRUKTUR", 6)});
-    return f;
-}
-
-std::vector<TableCase> expectedTables()
-{
-    return {
-        {"Brov_Kopfdaten", headerFields()},
-        {"Brov_Holzdaten",
-         {N("ID", 6, 0, true), N("ID_FILE", 6, 0), N("ID_TYPE", 1, 0), T("PARZ", 5), N("STK", 2, 0),
-          T("BAUMART", 3), N("BHD", 3, 0), T("DMSTUFE", 2), N("KUBATUR", 4, 2), T("NA", 2),
-          T("KA", 2), T("TARIF", 5)}},
-        {"Brov_Region",
-         {N("ID", 6, 0, true), N("ID_FILE", 6, 0), T("REGION_A", 8), T("BAUMART", 3),
-          T("TARIF", 5)}},
-        {"Brov_LastRegion", {T("REGION_A", 8), T("BAUMART", 3), T("TARIF", 5)}},
-        {"Brov_Konfiguration",
-         {T("FIRMENKOPF1_A", 40), T("FIRMENKOPF2_A", 40), T("FIRMENKOPF3_A", 80),
-          T("FIRMENKOPF4_A", 80), T("FIRMENKOPF5_A", 80), T("NAME1_A", 18), T("NUMBER1_A", 18),
-          T("NAME2_A", 18), T("NUMBER2_A", 18), T("NAME3_A", 18), T("NUMBER3_A", 18),
-          T("NAME4_A", 18), T("NUMBER4_A", 18), T("INIT_A", 20), T("FTP_SERVER", 100),
-          T("FTP_NAME", 50), T("FTP_PASSWORD", 50), T("FTP_DIRECTORY", 100),
-          T("FTP_DIRECTORY2", 100)}},
-        {"Brov_Einstellungen",
-         {N("ID", 6, 0, true), N("ID_TYPE", 1, 0), T("DMSTUFE", 2), N("BHDBIS", 3, 0),
-          N("BHD", 3, 0), T("TARIF", 5), N("KUBATUR", 4, 2), T("REGION_A", 8), T("BAUMART", 3),
-          N("HS1", 3, 2), N("HS2", 3, 2), N("HS3", 3, 2), N("HS4", 3, 2), N("HS5", 3, 2),
-          N("HS6", 3, 2)}},
-        {"Struktur", {T("STRUKTUR", 6)}},
-    };
-}
-
-const TableDescriptor* findTable(const std::string& name)
-{
-    for (const TableDescriptor* table : schema::allTables()) {
-        if (name == table->name)
-            return table;
-    }
-    return nullptr;
-}
-
-class SchemaTable : public ::testing::TestWithParam<TableCase> {};
-
-TEST_P(SchemaTable, MatchesTheFileLayout)
-{
-    const TableCase& expected = GetParam();
-    const TableDescriptor* table = findTable(expected.name);
-    ASSERT_NE(table, nullptr);
-    ASSERT_EQ(table->fields.size(), expected.fields.size());
-    std::string keyName;
-    for (size_t i = 0; i < expected.fields.size(); ++i) {
-        const Field& want = expected.fields[i];
-        const FieldDescriptor& got = table->fields[i];
-        SCOPED_TRACE(want.name);
-        EXPECT_EQ(std::string(got.name), want.name) << "field #" << i + 1;
-        EXPECT_EQ(got.type, want.kind == 'T' ? FieldType::Text : FieldType::Numeric);
-        EXPECT_EQ(got.length, want.length);
-        EXPECT_EQ(got.decimals, want.decimals);
-        EXPECT_EQ(got.key, want.key);
-        const int width =
-            want.kind == 'T' ? want.length : want.length + (want.decimals ? want.decimals + 1 : 0);
-        EXPECT_EQ(got.width(), width);
-        if (want.key)
-            keyName = want.name;
-    }
-    const FieldDescriptor* key = table->keyField();
-    EXPECT_EQ(key ? std::string(key->name) : std::string(), keyName);
-}
-
-INSTANTIATE_TEST_SUITE_P(All, SchemaTable, ::testing::ValuesIn(expectedTables()),
-                         [](const auto& info) { return info.param.name; });
-
-TEST(Schema, HasExactlyTheSevenTablesAndTheCurrentVersion)
-{
-    const auto expected = expectedTables();
-    ASSERT_EQ(schema::allTables().size(), expected.size());
-    for (size_t i = 0; i < expected.size(); ++i)
-        EXPECT_EQ(std::string(schema::allTables()[i]->name), expected[i].name);
+        kopf += QStringLiteral(" KOPF%1_A:T40").arg(i);
+    const QString hs = QStringLiteral(" HS%1:N3.2");
+    const QStringList expected = {
+        "Brov_Kopfdaten ID_FILE:N6.0* LISTE_NR:T8 ZUSATZ_A:T40 DATUM_A:T10 KOR_FAKTOR_N:N1.2 "
+        "REGION_A:T8"
+            + kopf + " DUE_MARK:N1.0 EXPORTED_N_NI:N1.0 STRUKTUR:T6 key=ID_FILE",
+        "Brov_Holzdaten ID:N6.0* ID_FILE:N6.0 ID_TYPE:N1.0 PARZ:T5 STK:N2.0 BAUMART:T3 BHD:N3.0 "
+        "DMSTUFE:T2 KUBATUR:N4.2 NA:T2 KA:T2 TARIF:T5 key=ID",
+        "Brov_Region ID:N6.0* ID_FILE:N6.0 REGION_A:T8 BAUMART:T3 TARIF:T5 key=ID",
+        "Brov_LastRegion REGION_A:T8 BAUMART:T3 TARIF:T5",
+        "Brov_Konfiguration FIRMENKOPF1_A:T40 FIRMENKOPF2_A:T40 FIRMENKOPF3_A:T80 "
+        "FIRMENKOPF4_A:T80 FIRMENKOPF5_A:T80 NAME1_A:T18 NUMBER1_A:T18 NAME2_A:T18 NUMBER2_A:T18 "
+        "NAME3_A:T18 NUMBER3_A:T18 NAME4_A:T18 NUMBER4_A:T18 INIT_A:T20 FTP_SERVER:T100 "
+        "FTP_NAME:T50 FTP_PASSWORD:T50 FTP_DIRECTORY:T100 FTP_DIRECTORY2:T100",
+        "Brov_Einstellungen ID:N6.0* ID_TYPE:N1.0 DMSTUFE:T2 BHDBIS:N3.0 BHD:N3.0 TARIF:T5 "
+        "KUBATUR:N4.2 REGION_A:T8 BAUMART:T3"
+            + hs.arg(1) + hs.arg(2) + hs.arg(3) + hs.arg(4) + hs.arg(5) + hs.arg(6) + " key=ID",
+        "Struktur STRUKTUR:T6"};
+    ASSERT_EQ(schema::allTables().size(), size_t(expected.size()));
+    for (qsizetype i = 0; i < expected.size(); ++i)
+        EXPECT_EQ(layoutOf(*schema::allTables()[size_t(i)]), expected[i]);
     EXPECT_STREQ(schema::kStructureVersion, "T00300");
+}
+
+TEST(FieldFormat, FillsTheFieldWidth)
+{
+    using namespace schema;
+    const auto field = [](const TableDescriptor& table,
+                          const char* name) -> const FieldDescriptor& {
+        const int i = table.indexOf(QString::fromLatin1(name));
+        return i < 0 ? throw std::logic_error(name) : table.fields[size_t(i)];
+    };
+    const auto &kub = field(Holzdaten, "KUBATUR"), &kor = field(Kopfdaten, "KOR_FAKTOR_N"),
+               &bhd = field(Holzdaten, "BHD"), &list = field(Kopfdaten, "ID_FILE"),
+               &hs1 = field(Einstellungen, "HS1"), &hs6 = field(Einstellungen, "HS6"),
+               &flag = field(Kopfdaten, "EXPORTED_N_NI"), &art = field(Holzdaten, "BAUMART"),
+               &region = field(Region, "REGION_A"), &parz = field(Holzdaten, "PARZ"),
+               &stufe = field(Holzdaten, "DMSTUFE"), &version = field(Struktur, "STRUKTUR");
+    const FieldValue e{};
+    struct Row {
+        const FieldDescriptor& field;
+        FieldValue value;
+        QString expected;
+    };
+    // Right-aligned, point placed, fraction zero-padded, sign before the digits.
+    const Row numbers[] = {
+        {kub, 135, "   1.35"},    {kub, 45, "   0.45"},   {kub, 5, "   0.05"},
+        {kub, 0, "   0.00"},      {kub, -135, "  -1.35"}, {kub, -5, "  -0.05"},
+        {kub, 999999, "9999.99"}, {kub, e, "   0.00"},    {kub, u" 135"_s, "   1.35"},
+        {kor, 100, "1.00"},       {kor, 95, "0.95"},      {bhd, 7, "  7"},
+        {bhd, 123, "123"},        {bhd, e, "  0"},        {list, 42, "    42"},
+        {hs1, 1234, " 12.34"},    {hs6, 7, "  0.07"},     {flag, 1, "1"}};
+    // Blank-padded or cut to the length, counted in characters.
+    const Row texts[] = {{art, u"FI"_s, "FI "},           {art, u"BUE"_s, "BUE"},
+                         {art, u"FICHTE"_s, "FIC"},       {region, e, "        "},
+                         {region, u""_s, "        "},     {art, u"Ä"_s, "Ä  "},
+                         {art, u"ÄÖÜß"_s, "ÄÖÜ"},         {region, u"Süd-Öst"_s, "Süd-Öst "},
+                         {parz, u"  7"_s, "  7  "},       {stufe, 3, "3 "},
+                         {version, u"T00300"_s, "T00300"}};
+    for (const auto& rows : {std::span<const Row>(numbers), std::span<const Row>(texts)}) {
+        for (const auto& [f, value, expected] : rows) {
+            EXPECT_EQ(formatValue(f, value), expected) << f.name;
+            EXPECT_EQ(f.width(), expected.size()) << f.name;
+        }
+    }
+}
+
+TEST(FormatScaled, PlacesThePointWithoutPadding)
+{
+    using L = std::numeric_limits<std::int64_t>;
+    const struct {
+        std::int64_t value;
+        int decimals;
+        const char* expected;
+    } rows[] = {{7, 0, "7"},
+                {-7, 0, "-7"},
+                {1000, 3, "1.000"},
+                {-5, 2, "-0.05"},
+                {L::max(), 2, "92233720368547758.07"},
+                {L::min(), 2, "-92233720368547758.08"}};
+    for (const auto& row : rows)
+        EXPECT_EQ(formatScaled(row.value, row.decimals), QLatin1StringView(row.expected))
+            << row.value << " with " << row.decimals << " decimals";
 }
 
 } // namespace

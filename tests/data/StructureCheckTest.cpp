@@ -7,29 +7,20 @@
 #include <QMap>
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <random>
-
 namespace brovant {
-
-// Found by argument lookup next to the verdict, so failures name it.
-static void PrintTo(StructureCheck::Verdict v, std::ostream* os)
-{
-    using V = StructureCheck::Verdict;
-    *os << (v == V::Missing ? "Missing" : v == V::Accepted ? "Accepted" : "Foreign");
-}
-
 namespace {
 
 using namespace Qt::StringLiterals;
 using test::DatabaseRoot;
-using test::rawExec;
-using test::rawRows;
-using test::Rows;
 using Verdict = StructureCheck::Verdict;
-using Setup = std::function<bool(const DatabaseRoot&)>;
 
 const QString kFile = u"Brovant/Brovant.cdb"_s;
+const QByteArray kJunk = [] {
+    QByteArray bytes(8192, '\0');
+    for (qsizetype i = 0; i < bytes.size(); ++i)
+        bytes[i] = char(i * 131 % 251);
+    return bytes;
+}();
 
 // Every entry below the root with its bytes (folders as "<dir>"), to see that nothing changed.
 QMap<QString, QByteArray> snapshot(const DatabaseRoot& dir)
@@ -38,205 +29,98 @@ QMap<QString, QByteArray> snapshot(const DatabaseRoot& dir)
     QDirIterator it(dir.root.path(), QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot,
                     QDirIterator::Subdirectories);
     while (it.hasNext()) {
-        const QString path = it.next();
-        QFile f(path);
-        entries.insert(QDir(dir.root.path()).relativeFilePath(path),
-                       it.fileInfo().isDir()         ? QByteArray("<dir>")
+        QFile f(it.next());
+        entries.insert(QDir(dir.root.path()).relativeFilePath(f.fileName()),
+                       it.fileInfo().isDir()         ? "<dir>"
                        : f.open(QIODevice::ReadOnly) ? f.readAll()
-                                                     : QByteArray("<unreadable>"));
+                                                     : "?");
     }
     return entries;
 }
 
-bool databaseWith(const DatabaseRoot& dir, const QStringList& versions)
+// At the database's place: "db:" with these versions, "sql:", "bytes:", "junk", "folder",
+// "missing".
+bool prepare(const DatabaseRoot& dir, const QString& what)
 {
-    Database db(dir.file);
-    if (!db.open())
-        return false;
-    for (const QString& version : versions) {
-        if (!db.query(u"INSERT INTO Struktur (STRUKTUR) VALUES (?)"_s).bind(1, version).run())
-            return false;
+    const QString arg = what.section(u':', 1);
+    if (what.startsWith(u"db:")) {
+        Database db(dir.file);
+        bool ok = db.open();
+        for (const QString& version : arg.split(u',', Qt::SkipEmptyParts))
+            ok =
+                ok
+                && db.query(u"INSERT INTO Struktur (STRUKTUR) VALUES (?)"_s).bind(1, version).run();
+        return ok;
     }
-    return true;
+    if (what.startsWith(u"sql:"))
+        return test::rawExec(dir.file, arg);
+    if (what.startsWith(u"bytes:") || what == u"junk")
+        dir.root.writeFile(kFile, what == u"junk" ? kJunk : arg.toUtf8());
+    return what != u"folder" || QDir().mkpath(dir.file);
 }
 
-QByteArray randomBytes(int size)
+TEST(StructureCheck, VerdictLeavesTheFileAloneAndRecreateStartsAnEmptyDatabase)
 {
-    std::mt19937 generator(4711);
-    QByteArray bytes(size, '\0');
-    for (char& c : bytes)
-        c = char(generator() & 0xff);
-    return bytes;
-}
+    const std::pair<const char*, Verdict> cases[] = {
+        {"missing", Verdict::Missing},
+        {"db:T00300", Verdict::Accepted},
+        {"db:T00200,T00300", Verdict::Accepted},
+        {"db:T00200", Verdict::Foreign},
+        {"db:t00300", Verdict::Foreign},
+        {"db:", Verdict::Foreign},
+        {"sql:CREATE TABLE Brov_Kopfdaten (ID_FILE INTEGER)", Verdict::Foreign},
+        {"sql:CREATE TABLE Struktur (VERSION TEXT); INSERT INTO Struktur VALUES ('T00300')",
+         Verdict::Foreign},
+        {"bytes:", Verdict::Foreign},
+        {"bytes:STRUKTUR\r\nT00300\r\n", Verdict::Foreign},
+        {"junk", Verdict::Foreign},
+        {"folder", Verdict::Foreign}};
+    for (const auto& [what, verdict] : cases) {
+        SCOPED_TRACE(what);
+        DatabaseRoot dir;
+        ASSERT_TRUE(prepare(dir, QString::fromUtf8(what)));
+        const auto before = snapshot(dir);
+        EXPECT_EQ(int(StructureCheck::inspect(dir.file)), int(verdict));
+        EXPECT_EQ(snapshot(dir), before);
 
-Setup fileWith(QByteArray bytes)
-{
-    return [bytes](const DatabaseRoot& dir) {
-        dir.root.writeFile(kFile, bytes);
-        return true;
-    };
-}
-
-struct InspectCase {
-    const char* label;
-    Setup setup;
-    Verdict verdict;
-};
-
-std::ostream& operator<<(std::ostream& os, const InspectCase& c)
-{
-    return os << c.label;
-}
-
-class StructureInspect : public ::testing::TestWithParam<InspectCase> {};
-
-TEST_P(StructureInspect, GivesTheVerdictWithoutTouchingTheFile)
-{
-    const InspectCase& c = GetParam();
-    DatabaseRoot dir;
-    ASSERT_TRUE(c.setup(dir));
-    const auto before = snapshot(dir);
-    EXPECT_EQ(StructureCheck::inspect(dir.file), c.verdict);
-    EXPECT_EQ(snapshot(dir), before);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Verdicts, StructureInspect,
-    ::testing::Values(
-        InspectCase{"missing", [](const DatabaseRoot&) { return true; }, Verdict::Missing},
-        InspectCase{"current_version",
-                    [](const DatabaseRoot& dir) { return databaseWith(dir, {u"T00300"_s}); },
-                    Verdict::Accepted},
-        InspectCase{"current_among_others",
-                    [](const DatabaseRoot& dir) {
-                        return databaseWith(dir, {u"T00200"_s, u"T00300"_s});
-                    },
-                    Verdict::Accepted},
-        InspectCase{"older_version",
-                    [](const DatabaseRoot& dir) { return databaseWith(dir, {u"T00200"_s}); },
-                    Verdict::Foreign},
-        InspectCase{"version_differs_in_case",
-                    [](const DatabaseRoot& dir) { return databaseWith(dir, {u"t00300"_s}); },
-                    Verdict::Foreign},
-        InspectCase{"empty_structure_table",
-                    [](const DatabaseRoot& dir) { return databaseWith(dir, {}); },
-                    Verdict::Foreign},
-        InspectCase{"no_structure_table",
-                    [](const DatabaseRoot& dir) {
-                        return rawExec(dir.file,
-                                       u"CREATE TABLE Brov_Kopfdaten (ID_FILE INTEGER)"_s);
-                    },
-                    Verdict::Foreign},
-        InspectCase{"structure_table_of_another_layout",
-                    [](const DatabaseRoot& dir) {
-                        return rawExec(dir.file, u"CREATE TABLE Struktur (VERSION TEXT); "
-                                                 "INSERT INTO Struktur VALUES ('T00300')"_s);
-                    },
-                    Verdict::Foreign},
-        InspectCase{"zero_bytes", fileWith({}), Verdict::Foreign},
-        InspectCase{"text_file", fileWith("STRUKTUR\r\nT00300\r\n"), Verdict::Foreign},
-        InspectCase{"random_bytes", fileWith(randomBytes(8192)), Verdict::Foreign},
-        InspectCase{"folder_in_its_place",
-                    [](const DatabaseRoot& dir) { return QDir().mkpath(dir.file); },
-                    Verdict::Foreign}),
-    [](const auto& info) { return std::string(info.param.label); });
-
-struct RecreateCase {
-    const char* label;
-    Setup setup;
-    bool asideExpected; // the failing file was there and is kept as Brovant.cdb.alt
-};
-
-std::ostream& operator<<(std::ostream& os, const RecreateCase& c)
-{
-    return os << c.label;
-}
-
-class StructureRecreate : public ::testing::TestWithParam<RecreateCase> {};
-
-TEST_P(StructureRecreate, MovesTheFileAsideAndStartsAnEmptyDatabase)
-{
-    const RecreateCase& c = GetParam();
-    DatabaseRoot dir;
-    ASSERT_TRUE(c.setup(dir));
-    const auto failing = snapshot(dir).value(kFile);
-    // An older generation and leftovers of a crash beside the failing file.
-    dir.root.writeFile(kFile + u".alt"_s, "previous generation");
-    dir.root.writeFile(kFile + u"-journal"_s, randomBytes(512));
-    dir.root.writeFile(kFile + u"-wal"_s, randomBytes(512));
-
-    Database db(dir.file);
-    ASSERT_TRUE(StructureCheck::recreate(db, DeviceRoot(dir.root.path())))
-        << db.lastError().toStdString();
-    ASSERT_TRUE(db.isOpen());
-
-    auto tables = db.query(u"SELECT COUNT(*) FROM sqlite_master WHERE type = 'table'"_s);
-    ASSERT_TRUE(tables.next());
-    EXPECT_EQ(tables.integer(0), int(schema::allTables().size()));
-    for (const TableDescriptor* table : schema::allTables()) {
-        if (table == &schema::Struktur)
-            continue;
-        auto rows = db.query(u"SELECT COUNT(*) FROM "_s + QLatin1StringView(table->name));
-        ASSERT_TRUE(rows.next()) << table->name;
-        EXPECT_EQ(rows.integer(0), 0) << table->name;
+        // An older generation and leftovers of a crash beside the file.
+        dir.root.writeFile(kFile + u".alt"_s, "previous generation");
+        dir.root.writeFile(kFile + u"-journal"_s, kJunk.left(512));
+        dir.root.writeFile(kFile + u"-wal"_s, kJunk.left(512));
+        Database db(dir.file);
+        ASSERT_TRUE(StructureCheck::recreate(db, DeviceRoot(dir.root.path())))
+            << db.lastError().toStdString();
+        ASSERT_TRUE(db.isOpen());
+        for (const TableDescriptor* table : schema::allTables()) {
+            auto rows = db.query(u"SELECT COUNT(*) FROM "_s + QLatin1StringView(table->name));
+            ASSERT_TRUE(rows.next()) << table->name;
+            EXPECT_EQ(rows.integer(0), table == &schema::Struktur ? 1 : 0) << table->name;
+        }
+        db.close();
+        EXPECT_EQ(test::rawRows(dir.file, u"SELECT STRUKTUR FROM Struktur"_s),
+                  test::Rows{{"T00300"}});
+        EXPECT_TRUE(QFileInfo(dir.file).isFile());
+        // One generation kept aside: the file that was there, else the older one.
+        EXPECT_EQ(snapshot(dir).value(kFile + u".alt"_s),
+                  verdict == Verdict::Missing ? "previous generation" : before.value(kFile));
+        EXPECT_EQ(dir.entries(), QStringList({u"Brovant.cdb"_s, u"Brovant.cdb.alt"_s}))
+            << "no journal or WAL of the old file is left to spoil the new one";
     }
-    db.close();
-
-    EXPECT_EQ(rawRows(dir.file, u"SELECT STRUKTUR FROM Struktur"_s), Rows{{u"T00300"_s}});
-    EXPECT_EQ(StructureCheck::inspect(dir.file), Verdict::Accepted);
-    const auto after = snapshot(dir);
-    EXPECT_EQ(after.value(kFile + u".alt"_s),
-              c.asideExpected ? failing : QByteArray("previous generation"));
-    // One generation kept aside; no journal or WAL of the old file is left to spoil the new one.
-    EXPECT_EQ(dir.entries(), QStringList({u"Brovant.cdb"_s, u"Brovant.cdb.alt"_s}));
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Files, StructureRecreate,
-    ::testing::Values(
-        RecreateCase{"older_version",
-                     [](const DatabaseRoot& dir) { return databaseWith(dir, {u"T00200"_s}); },
-                     true},
-        RecreateCase{"empty_structure_table",
-                     [](const DatabaseRoot& dir) { return databaseWith(dir, {}); }, true},
-        RecreateCase{"random_bytes", fileWith(randomBytes(8192)), true},
-        RecreateCase{"zero_bytes", fileWith({}), true},
-        RecreateCase{"missing", [](const DatabaseRoot&) { return true; }, false}),
-    [](const auto& info) { return std::string(info.param.label); });
-
-TEST(StructureCheck, RecreateReplacesAFolderInThePlaceOfTheFile)
-{
-    DatabaseRoot dir;
-    ASSERT_TRUE(QDir().mkpath(dir.file));
-    Database db(dir.file);
-    ASSERT_TRUE(StructureCheck::recreate(db, DeviceRoot(dir.root.path())));
-    db.close();
-    EXPECT_TRUE(QFileInfo(dir.file).isFile());
-    EXPECT_EQ(StructureCheck::inspect(dir.file), Verdict::Accepted);
 }
 
 TEST(StructureCheck, StructureRecordIsInsertedOnlyIntoAnEmptyTable)
 {
-    struct Row {
-        const char* label;
-        QStringList before;
-        Rows after;
-    };
-    const Row rows[] = {
-        {"empty", {}, {{u"T00300"_s}}},
-        {"current", {u"T00300"_s}, {{u"T00300"_s}}},
-        {"other_version_is_left_to_the_check", {u"T00200"_s}, {{u"T00200"_s}}},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.label);
+    for (const auto& [what, after] : {std::pair("db:", "T00300"), std::pair("db:T00300", "T00300"),
+                                      std::pair("db:T00200", "T00200")}) {
         DatabaseRoot dir;
-        ASSERT_TRUE(databaseWith(dir, row.before));
+        ASSERT_TRUE(prepare(dir, QString::fromUtf8(what)));
         Database db(dir.file);
         ASSERT_TRUE(db.open());
         EXPECT_TRUE(StructureCheck::ensureStructureRecord(db));
         EXPECT_TRUE(StructureCheck::ensureStructureRecord(db));
         db.close();
-        EXPECT_EQ(rawRows(dir.file, u"SELECT STRUKTUR FROM Struktur"_s), row.after);
+        EXPECT_EQ(test::rawRows(dir.file, u"SELECT STRUKTUR FROM Struktur"_s), test::Rows{{after}})
+            << what;
     }
     Database closed(u"/nonexistent/Brovant.cdb"_s);
     EXPECT_FALSE(StructureCheck::ensureStructureRecord(closed));

@@ -1,285 +1,198 @@
 #include "ImportFixture.h"
 
-#include "data/Dataset.h"
-#include "data/Schema.h"
-
 #include <QFile>
 
 namespace brovant::test {
 namespace {
 
-const QString kHeader = QStringLiteral("TD0STAMM300.DAT");
+using namespace Qt::StringLiterals;
+using Result = ConfigImport::Result;
+const QString kHeader = u"TD0STAMM300.DAT"_s;
+const QStringList kWrongStructure = {u"Falsche Struktur der Konfigura-|tion!|"_s};
 
 using ConfigImportTest = ImportFixture;
 
-TEST_F(ConfigImportTest, HeaderOnlyLoadsEmptyMasterData)
+TEST_F(ConfigImportTest, HeaderOnlyLoadsEmptyMasterDataAndAMissingFileChangesNothing)
 {
-    EXPECT_EQ(import(file({kHeader})), ConfigImport::Result::Loaded);
-    EXPECT_EQ(loaded(), 1);
-    EXPECT_EQ(session->store().readInt(Setting::Stufenanzahl), 0);
+    EXPECT_EQ(import(QStringList{kHeader}), Result::Loaded);
+    EXPECT_EQ(store().readInt(Setting::KonfigLoaded), 1);
+    EXPECT_EQ(store().readInt(Setting::Stufenanzahl), 0);
     EXPECT_TRUE(rows().isEmpty());
     EXPECT_TRUE(dialogs.asked().isEmpty());
-}
 
-TEST_F(ConfigImportTest, MissingFileChangesNothingAndSaysNothing)
-{
-    session->store().writeInt(Setting::KonfigLoaded, 0, 1);
-    session->store().writeText(Setting::Holzart, 1, QStringLiteral("FI "));
-    ConfigImport importer(session->root(), session->database(), session->store(), dialogs, nullptr);
-    EXPECT_EQ(importer.run(), ConfigImport::Result::NoFile);
-    EXPECT_EQ(loaded(), 1);
-    EXPECT_EQ(session->store().readText(Setting::Holzart, 1), QStringLiteral("FI "));
+    store().writeText(Setting::Holzart, 1, u"FI "_s);
+    dialogs.clear();
+    ASSERT_TRUE(QFile::remove(root.host(u"Brovant/passive.dtr"_s)));
+    ConfigImport importer(session->root(), session->database(), store(), dialogs, nullptr);
+    EXPECT_EQ(importer.run(), Result::NoFile);
+    EXPECT_EQ(store().readInt(Setting::KonfigLoaded), 1);
+    EXPECT_EQ(store().readText(Setting::Holzart, 1), u"FI "_s);
     EXPECT_TRUE(dialogs.messages().empty());
 }
 
-// Any first line other than the exact identification deletes the master data and says so;
-// settings the user made survive.
+// Any other first line deletes the master data and says so; the user's settings survive.
 TEST_F(ConfigImportTest, WrongFirstLineDeletesMasterDataOnly)
 {
-    const QByteArray bad[] = {
-        QByteArray(),
-        "\r\n",
-        "TD0STAMM300.DA\r\n",
-        "TD0STAMM301.DAT\r\n",
-        "td0STAMM300.DAT\r\n",
-        "XD0STAMM300.DAT\r\n",
-        "TD0STAMM300XDAT\r\n",
-        " TD0STAMM300.DAT\r\n",
-        "a15FI \r\nTD0STAMM300.DAT\r\n",
-        QByteArray("TD0STAMM300.DA\0T\r\n", 18),
-    };
-    for (const QByteArray& bytes : bad) {
+    QByteArrayList files{QByteArray()};
+    for (const char* line :
+         {"", "TD0STAMM300.DA", "TD0STAMM301.DAT", "td0STAMM300.DAT", "XD0STAMM300.DAT",
+          "TD0STAMM300XDAT", " TD0STAMM300.DAT", "a15FI \r\nTD0STAMM300.DAT"})
+        files << QByteArray(line) + "\r\n";
+    files << QByteArray("TD0STAMM300.DA\0T\r\n", 18);
+    for (const QByteArray& bytes : files) {
         SCOPED_TRACE(bytes.toStdString());
-        ASSERT_EQ(import(file({kHeader, QStringLiteral("a15FI "), QStringLiteral("30E08 09  8")})),
-                  ConfigImport::Result::Loaded);
-        session->store().writeInt(Setting::PrinterType, 0, 2);
+        ASSERT_EQ(import(QStringList{kHeader, "a15FI ", "30E08 09  8"}), Result::Loaded);
+        store().writeInt(Setting::PrinterType, 0, 2);
         dialogs.clear();
-
-        EXPECT_EQ(import(bytes), ConfigImport::Result::WrongStructure);
-        EXPECT_EQ(loaded(), 0);
+        EXPECT_EQ(import(bytes), Result::WrongStructure);
+        EXPECT_EQ(store().readInt(Setting::KonfigLoaded), 0);
         EXPECT_TRUE(rows().isEmpty());
-        EXPECT_FALSE(
-            session->profile().hasValue(QStringLiteral("HOLZART"), QStringLiteral("Holzart01")));
-        EXPECT_EQ(session->store().readInt(Setting::PrinterType), 2);
-        EXPECT_EQ(dialogs.asked(),
-                  QStringList{QStringLiteral("Falsche Struktur der Konfigura-|tion!|")});
+        EXPECT_FALSE(hasValue("HOLZART", "Holzart01"));
+        EXPECT_EQ(store().readInt(Setting::PrinterType), 2);
+        EXPECT_EQ(dialogs.asked(), kWrongStructure);
     }
+    // A wrong identification further down keeps what was read before it.
+    dialogs.clear();
+    EXPECT_EQ(import(QStringList{kHeader, "30E08 09  8", "TD0STAMM300.DAT", "30E10 11 10",
+                                 "TD0STAMM200.DAT", "30E12 13 12", "a15FI "}),
+              Result::WrongStructure);
+    EXPECT_EQ(store().readInt(Setting::KonfigLoaded), 0);
+    EXPECT_EQ(rows(), (QStringList{"0|1|08|9|8||0||", "1|1|10|11|10||0||"}));
+    EXPECT_FALSE(hasValue("HOLZART", "Holzart01"));
+    EXPECT_EQ(dialogs.asked(), kWrongStructure);
 }
 
-TEST_F(ConfigImportTest, LaterBadHeaderKeepsWhatWasRead)
-{
-    const auto result =
-        import(file({kHeader, QStringLiteral("30E08 09  8"), QStringLiteral("TD0STAMM300.DAT"),
-                     QStringLiteral("30E10 11 10"), QStringLiteral("TD0STAMM200.DAT"),
-                     QStringLiteral("30E12 13 12"), QStringLiteral("a15FI ")}));
-    EXPECT_EQ(result, ConfigImport::Result::WrongStructure);
-    EXPECT_EQ(loaded(), 0);
-    EXPECT_EQ(rows(), (QStringList{QStringLiteral("0|1|08|9|8||0||"),
-                                   QStringLiteral("1|1|10|11|10||0||")}));
-    EXPECT_FALSE(
-        session->profile().hasValue(QStringLiteral("HOLZART"), QStringLiteral("Holzart01")));
-    EXPECT_EQ(dialogs.asked(),
-              QStringList{QStringLiteral("Falsche Struktur der Konfigura-|tion!|")});
-}
-
-// Rows of all four kinds share one running number in file order and fill exactly their fields.
+// All kinds share one running number; a number that does not parse keeps the last value.
 TEST_F(ConfigImportTest, RowsOfEveryKind)
 {
-    ASSERT_EQ(import(file({
-                  kHeader,
-                  QStringLiteral("30E08 09  8"),
-                  QStringLiteral("40FFI01 08  0.450"),
-                  QStringLiteral("712WR01    FI FI01 "),
-                  QStringLiteral("611FI 08  0.10  0.20  0.30  0.40  0.50  0.60"),
-                  QStringLiteral("30E1a 12 11"),
-              })),
-              ConfigImport::Result::Loaded);
-    EXPECT_EQ(rows(), (QStringList{
-                          QStringLiteral("0|1|08|9|8||0||"),
-                          QStringLiteral("1|2|08|0|0|FI01 |45||"),
-                          QStringLiteral("2|3||0|0|FI01 |0|WR01    |FI "),
-                          QStringLiteral("3|4|08|0|0||0||FI "),
-                          QStringLiteral("4|1|1a|12|11||0||"),
-                      }));
-    EXPECT_EQ(hsOf(3), (QStringList{"10", "20", "30", "40", "50", "60"}));
-    EXPECT_EQ(hsOf(0), (QStringList{"-", "-", "-", "-", "-", "-"}));
-    EXPECT_EQ(session->store().readInt(Setting::Stufenanzahl), 2);
-    EXPECT_EQ(loaded(), 1);
+    ASSERT_EQ(
+        import(QStringList{kHeader, "30E08 09  8", "40FFI01 08  0.450", "712WR01    FI FI01 ",
+                           "611FI 08  0.10  0.20  0.30  0.40  0.50  0.60", "30E1a 12 11",
+                           "30E10      ", "30E12 xx 12", "611FI 10  0.70                    0.80"}),
+        Result::Loaded);
+    EXPECT_EQ(rows(true),
+              (QStringList{"0|1|08|9|8||0|||-|-|-|-|-|-", "1|2|08|0|0|FI01 |45|||-|-|-|-|-|-",
+                           "2|3||0|0|FI01 |0|WR01    |FI |-|-|-|-|-|-",
+                           "3|4|08|0|0||0||FI |10|20|30|40|50|60", "4|1|1a|12|11||0|||-|-|-|-|-|-",
+                           "5|1|10|12|11||0|||-|-|-|-|-|-", "6|1|12|12|12||0|||-|-|-|-|-|-",
+                           "7|4|10|0|0||0||FI |70|20|30|40|80|60"}));
+    EXPECT_EQ(store().readInt(Setting::Stufenanzahl), 4);
+    EXPECT_EQ(store().readInt(Setting::KonfigLoaded), 1);
 }
 
-struct VolumeCase {
-    const char* column; // the 7 characters at column 10
-    int expected;
-};
-
-// Volumes are single precision times 100, widened, plus 0.5, truncated; a column that does not
-// parse gives 0 because each "40F" record starts its volume afresh.
+// Single precision times 100, widened, plus 0.5, truncated; each "40F" record starts afresh.
 TEST_F(ConfigImportTest, TariffVolumes)
 {
-    const VolumeCase cases[] = {
-        {"  1.005", 101}, {"  12.34", 1234},  {"  0.125", 13},  {"      1", 100},
-        {"0.00499", 0},   {"  0.005", 1},     {"  -0.45", -44}, {"9999.99", 999999},
-        {"       ", 0},   {"  abc  ", 0},     {"  1,5  ", 100}, {"  2.5x ", 250},
-        {"    nan", 0},   {" 1e2   ", 10000},
-    };
+    const std::pair<const char*, int> cases[] = {
+        {"  1.005", 101}, {"  12.34", 1234}, {"  0.125", 13},     {"      1", 100},  {"0.00499", 0},
+        {"  0.005", 1},   {"  -0.45", -44},  {"9999.99", 999999}, {"       ", 0},    {"  abc  ", 0},
+        {"  1,5  ", 100}, {"  2.5x ", 250},  {"    nan", 0},      {" 1e2   ", 10000}};
     QStringList lines{kHeader};
-    for (const VolumeCase& c : cases)
-        lines << QStringLiteral("40FT0001%1%2")
-                     .arg(QStringLiteral("08"), QLatin1StringView(c.column));
-    ASSERT_EQ(import(file(lines)), ConfigImport::Result::Loaded);
+    for (const auto& [column, volume] : cases)
+        lines << u"40FT000108"_s + QLatin1StringView(column);
+    ASSERT_EQ(import(lines), Result::Loaded);
     const QStringList stored = rows();
-    ASSERT_EQ(stored.size(), int(std::size(cases)));
+    ASSERT_EQ(stored.size(), qsizetype(std::size(cases)));
     for (size_t i = 0; i < std::size(cases); ++i)
-        EXPECT_EQ(stored[int(i)].section(u'|', 6, 6).toInt(), cases[i].expected) << cases[i].column;
+        EXPECT_EQ(stored[qsizetype(i)].section(u'|', 6, 6).toInt(), cases[i].second)
+            << cases[i].first;
 }
 
-// A numeric column that does not parse keeps the value last parsed into it.
-TEST_F(ConfigImportTest, UnparsedNumbersKeepTheLastValue)
-{
-    ASSERT_EQ(import(file({kHeader, QStringLiteral("30E08 09  8"), QStringLiteral("30E10      "),
-                           QStringLiteral("30E12 xx 12"),
-                           QStringLiteral("611FI 08  0.10  0.20  0.30  0.40  0.50  0.60"),
-                           QStringLiteral("611FI 10  0.70                    0.80")})),
-              ConfigImport::Result::Loaded);
-    EXPECT_EQ(rows().mid(0, 3),
-              (QStringList{QStringLiteral("0|1|08|9|8||0||"), QStringLiteral("1|1|10|9|8||0||"),
-                           QStringLiteral("2|1|12|9|12||0||")}));
-    EXPECT_EQ(hsOf(4), (QStringList{"70", "20", "30", "40", "80", "60"}));
-}
-
-TEST_F(ConfigImportTest, HeaderLabelsAndMandatoryFlags)
+TEST_F(ConfigImportTest, SettingsRecordsFillTheirNumberedEntries)
 {
     QStringList lines{kHeader};
     for (int i = 0; i < 6; ++i)
-        lines << QStringLiteral("20C%1%2").arg(QStringLiteral("Feld %1:").arg(i).leftJustified(20),
-                                               i == 0 || i == 4 ? "1" : "0");
-    lines << QStringLiteral("20CGenau zwanzig Zeich1");
-    ASSERT_EQ(import(file(lines)), ConfigImport::Result::Loaded);
-    const SettingsStore& s = session->store();
-    EXPECT_EQ(s.readText(Setting::KopfLabel, 0), QStringLiteral("Feld 0:             "));
-    EXPECT_EQ(s.readText(Setting::KopfLabel, 6), QStringLiteral("Genau zwanzig Zeich1").left(20));
-    EXPECT_EQ(s.readInt(Setting::Plausi, 1), 1); // fifth label
-    EXPECT_EQ(s.readInt(Setting::Plausi, 2), 0);
-    EXPECT_EQ(s.readInt(Setting::Plausi, 3), 0);
-    // The flag of the first four labels belongs to no free field.
-    EXPECT_FALSE(
-        session->profile().hasValue(QStringLiteral("HDL_KOPF"), QStringLiteral("PLAUSI00")));
-    EXPECT_FALSE(
-        session->profile().hasValue(QStringLiteral("HDL_KOPF"), QStringLiteral("PLAUSI-3")));
-}
-
-// Entries of one field count up; another field restarts at 1, so a field coming back overwrites.
-TEST_F(ConfigImportTest, ChoiceListsCountPerRun)
-{
-    ASSERT_EQ(import(file({kHeader, QStringLiteral("51003Erste"), QStringLiteral("510 3Zweite"),
-                           QStringLiteral("51005Dritte"), QStringLiteral("51003Vierte")})),
-              ConfigImport::Result::Loaded);
-    const SettingsStore& s = session->store();
-    EXPECT_EQ(s.choice(3, 1), QStringLiteral("Vierte").leftJustified(40));
-    EXPECT_EQ(s.choice(3, 2), QStringLiteral("Zweite").leftJustified(40));
-    EXPECT_EQ(s.choice(5, 1), QStringLiteral("Dritte").leftJustified(40));
-    EXPECT_TRUE(s.choice(5, 2).isEmpty());
-}
-
-TEST_F(ConfigImportTest, CodeListsSpeciesSortenAndCompanyHeader)
-{
-    ASSERT_EQ(
-        import(file({
-            kHeader,
-            QStringLiteral("813SHSchälholz"),
-            QStringLiteral("813LALangholz        zu lang"),
-            QStringLiteral("914W Windwurf"),
-            QStringLiteral("a15FI "),
-            QStringLiteral("a15LÄ "),
-            QStringLiteral("20DST"),
-            QStringLiteral("20DAB"),
-            QStringLiteral("b16") + QStringLiteral("Forstbetrieb").leftJustified(40)
-                + QStringLiteral("Waldweg 1").leftJustified(40)
-                + QStringLiteral("Tel.").leftJustified(40)
-                + QStringLiteral("Zeile vier").leftJustified(80) + QStringLiteral("Zeile fünf"),
-        })),
-        ConfigImport::Result::Loaded);
-    const SettingsStore& s = session->store();
-    EXPECT_EQ(s.readText(Setting::NaKurz, 1), QStringLiteral("SH"));
-    EXPECT_EQ(s.readText(Setting::NaLang, 1), QStringLiteral("Schälholz       "));
-    EXPECT_EQ(s.readText(Setting::NaLang, 2), QStringLiteral("Langholz        "));
-    EXPECT_EQ(s.readText(Setting::KalKurz, 1), QStringLiteral("W "));
-    EXPECT_EQ(s.readText(Setting::Holzart, 2), QStringLiteral("LÄ "));
-    EXPECT_EQ(s.readText(Setting::Sorte, 0), QStringLiteral("ST"));
-    EXPECT_EQ(s.readText(Setting::Sorte, 1), QStringLiteral("AB"));
-    EXPECT_EQ(s.readText(Setting::Firmenkopf, 1), QStringLiteral("Forstbetrieb").leftJustified(40));
-    EXPECT_EQ(s.readText(Setting::Firmenkopf, 3), QStringLiteral("Tel.").leftJustified(40));
-    EXPECT_EQ(s.readText(Setting::Firmenkopf, 5), QStringLiteral("Zeile fünf").leftJustified(80));
+        lines << u"20C%1%2"_s.arg(u"Feld %1:"_s.arg(i).leftJustified(20),
+                                  i == 0 || i == 4 ? "1" : "0");
+    lines.append({"20CGenau zwanzig Zeich1", "51003Erste", "510 3Zweite", "51005Dritte",
+                  "51003Vierte", "813SHSchälholz", "813LALangholz        zu lang", "914W Windwurf",
+                  "a15FI ", "a15LÄ ", "20DST", "20DAB",
+                  "b16" + u"Forstbetrieb"_s.leftJustified(40) + u"Waldweg 1"_s.leftJustified(40)
+                      + u"Tel."_s.leftJustified(40) + u"Zeile vier"_s.leftJustified(80)
+                      + "Zeile fünf"});
+    ASSERT_EQ(import(lines), Result::Loaded);
+    const std::tuple<Setting, int, QString> expected[] = {
+        {Setting::KopfLabel, 0, "Feld 0:             "},
+        {Setting::KopfLabel, 6, "Genau zwanzig Zeich1"},
+        {Setting::NaKurz, 1, "SH"},
+        {Setting::NaLang, 1, "Schälholz       "},
+        {Setting::NaLang, 2, "Langholz        "},
+        {Setting::KalKurz, 1, "W "},
+        {Setting::Holzart, 2, "LÄ "},
+        {Setting::Sorte, 0, "ST"},
+        {Setting::Sorte, 1, "AB"},
+        {Setting::Firmenkopf, 1, u"Forstbetrieb"_s.leftJustified(40)},
+        {Setting::Firmenkopf, 3, u"Tel."_s.leftJustified(40)},
+        {Setting::Firmenkopf, 5, u"Zeile fünf"_s.leftJustified(80)}};
+    for (const auto& [setting, index, text] : expected)
+        EXPECT_EQ(store().readText(setting, index), text) << int(setting) << "/" << index;
+    // The fifth label's flag is the first free field's; the first four belong to none.
+    EXPECT_EQ(std::tuple(store().readInt(Setting::Plausi, 1), store().readInt(Setting::Plausi, 2),
+                         store().readInt(Setting::Plausi, 3)),
+              std::tuple(1, 0, 0));
+    EXPECT_FALSE(hasValue("HDL_KOPF", "PLAUSI00"));
+    EXPECT_FALSE(hasValue("HDL_KOPF", "PLAUSI-3"));
+    // Entries count up per field and restart at 1 on another, so a field coming back overwrites.
+    EXPECT_EQ(QStringList({store().choice(3, 1), store().choice(3, 2), store().choice(5, 1)}),
+              QStringList({u"Vierte"_s.leftJustified(40), u"Zweite"_s.leftJustified(40),
+                           u"Dritte"_s.leftJustified(40)}));
+    EXPECT_TRUE(store().choice(5, 2).isEmpty());
 }
 
 // CR LF, LF only, a missing last line end, and lines longer than the limit read alike.
 TEST_F(ConfigImportTest, LineEndsAndLongLines)
 {
-    const QStringList lines{kHeader, QStringLiteral("30E08 09  8"),
-                            QStringLiteral("a15FI ") + QString(1200, u'x'),
-                            QStringLiteral("40FFI01 08  0.450")};
-    ASSERT_EQ(import(file(lines, "\r\n")), ConfigImport::Result::Loaded);
-    const QStringList crlf = rows();
-    const QString species = session->store().readText(Setting::Holzart, 1);
-    ASSERT_EQ(import(file(lines, "\n")), ConfigImport::Result::Loaded);
-    EXPECT_EQ(rows(), crlf);
+    const QStringList lines{kHeader, "30E08 09  8", "a15FI " + QString(1200, u'x'),
+                            "40FFI01 08  0.450"};
     QByteArray noFinalEnd = file(lines, "\n");
     noFinalEnd.chop(1);
-    ASSERT_EQ(import(noFinalEnd), ConfigImport::Result::Loaded);
-    EXPECT_EQ(rows(), crlf);
-    EXPECT_EQ(crlf.size(), 2);
-    EXPECT_EQ(species, QStringLiteral("FI "));
-    EXPECT_FALSE(
-        session->profile().hasValue(QStringLiteral("HOLZART"), QStringLiteral("Holzart02")));
+    for (const QByteArray& bytes : {file(lines, "\r\n"), file(lines, "\n"), noFinalEnd}) {
+        ASSERT_EQ(import(bytes), Result::Loaded);
+        EXPECT_EQ(rows(), (QStringList{"0|1|08|9|8||0||", "1|2|08|0|0|FI01 |45||"}));
+        EXPECT_EQ(store().readText(Setting::Holzart, 1), u"FI "_s);
+        EXPECT_FALSE(hasValue("HOLZART", "Holzart02"));
+    }
 }
 
-// A new import replaces the old master data completely.
-TEST_F(ConfigImportTest, ReimportReplaces)
+TEST_F(ConfigImportTest, ReimportReplacesTheOldMasterDataCompletely)
 {
-    ASSERT_EQ(import(file({kHeader, QStringLiteral("a15FI "), QStringLiteral("a15TA "),
-                           QStringLiteral("51001Alt"), QStringLiteral("30E08 09  8")})),
-              ConfigImport::Result::Loaded);
-    ASSERT_EQ(import(file({kHeader, QStringLiteral("a15KI "), QStringLiteral("30E10 11 10")})),
-              ConfigImport::Result::Loaded);
-    EXPECT_EQ(session->store().readText(Setting::Holzart, 1), QStringLiteral("KI "));
-    EXPECT_TRUE(session->store().readText(Setting::Holzart, 2).isEmpty());
-    EXPECT_TRUE(session->store().choice(1, 1).isEmpty());
-    EXPECT_EQ(rows(), QStringList{QStringLiteral("0|1|10|11|10||0||")});
+    ASSERT_EQ(import(QStringList{kHeader, "a15FI ", "a15TA ", "51001Alt", "30E08 09  8"}),
+              Result::Loaded);
+    ASSERT_EQ(import(QStringList{kHeader, "a15KI ", "30E10 11 10"}), Result::Loaded);
+    EXPECT_EQ(store().readText(Setting::Holzart, 1), u"KI "_s);
+    EXPECT_TRUE(store().readText(Setting::Holzart, 2).isEmpty());
+    EXPECT_TRUE(store().choice(1, 1).isEmpty());
+    EXPECT_EQ(rows(), QStringList{"0|1|10|11|10||0||"});
 }
 
 TEST_F(ConfigImportTest, ProgressEveryThirtyLinesAndKeepAwakeRestored)
 {
-    session->registry().setDword(Hive::LocalMachine, QString::fromUtf16(KeepAwake::kTimeoutsKey),
-                                 QString::fromUtf16(KeepAwake::kValue), 180);
+    const QString key = QString::fromUtf16(KeepAwake::kTimeoutsKey);
+    const QString value = QString::fromUtf16(KeepAwake::kValue);
+    session->registry().setDword(Hive::LocalMachine, key, value, 180);
     session->keepAwake().readSaved();
     QStringList lines{kHeader};
     for (int i = 0; i < 95; ++i)
-        lines << QStringLiteral("40FT%108  0.450").arg(i, 4, 10, QChar(u'0'));
-    ASSERT_EQ(import(file(lines)), ConfigImport::Result::Loaded);
-    const std::vector<double> progress = dialogs.progressValues();
+        lines << u"40FT%108  0.450"_s.arg(i, 4, 10, QChar(u'0'));
+    ASSERT_EQ(import(lines), Result::Loaded);
     // 0 at the start, after lines 30, 60 and 90, and the reset at the end.
+    const std::vector<double> progress = dialogs.progressValues();
     ASSERT_EQ(progress.size(), 5u);
-    EXPECT_EQ(progress.front(), 0);
-    EXPECT_LT(progress[1], progress[2]);
-    EXPECT_LT(progress[2], progress[3]);
+    EXPECT_TRUE(progress[0] == 0 && progress[1] < progress[2] && progress[2] < progress[3]);
     const double line = lines.last().size() + 2;
     EXPECT_NEAR(progress[3], 100.0 * (90 * line) / (17 + 95 * line), 0.01);
     EXPECT_EQ(progress.back(), 0);
-    EXPECT_EQ(dialogs.messages().front().lines.front(),
-              QStringLiteral("Konfiguration wird eingelesen..."));
-    EXPECT_EQ(session->registry().dword(Hive::LocalMachine,
-                                        QString::fromUtf16(KeepAwake::kTimeoutsKey),
-                                        QString::fromUtf16(KeepAwake::kValue)),
-              180u);
+    EXPECT_EQ(dialogs.messages().front().lines.front(), u"Konfiguration wird eingelesen..."_s);
+    EXPECT_EQ(session->registry().dword(Hive::LocalMachine, key, value), 180u);
 }
 
 TEST_F(ConfigImportTest, SampleConfigurationImportsCleanly)
 {
     QFile sample(QStringLiteral(BROVANT_SOURCE_DIR "/demo/passive.dtr"));
     ASSERT_TRUE(sample.open(QIODevice::ReadOnly));
-    ASSERT_EQ(import(sample.readAll()), ConfigImport::Result::Loaded);
-    EXPECT_GE(session->store().readInt(Setting::Stufenanzahl), 20);
-    EXPECT_EQ(session->store().readText(Setting::KopfLabel, 0).size(), 20);
+    ASSERT_EQ(import(sample.readAll()), Result::Loaded);
+    EXPECT_GE(store().readInt(Setting::Stufenanzahl), 20);
+    EXPECT_EQ(store().readText(Setting::KopfLabel, 0).size(), 20);
     EXPECT_TRUE(dialogs.asked().isEmpty());
 }
 

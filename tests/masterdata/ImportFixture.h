@@ -1,8 +1,11 @@
 // A temporary device with an open database, for driving the import and the settings load.
 #pragma once
 
+#include "data/Dataset.h"
+#include "data/Schema.h"
 #include "masterdata/ConfigImport.h"
 #include "masterdata/DeviceSession.h"
+#include "platform/Cp1252.h"
 #include "platform/MessageDialogs.h"
 #include "support/TempRoot.h"
 
@@ -22,21 +25,47 @@ protected:
         ASSERT_NE(session->openDatabase(), DeviceSession::DatabaseState::Failed);
     }
 
-    // Lines joined with CR LF, each line's text given in UTF-8 and written as Windows-1252.
-    static QByteArray file(const QStringList& lines, const char* end = "\r\n");
-
+    // Lines joined with `end`, each written as Windows-1252.
+    static QByteArray file(const QStringList& lines, const char* end = "\r\n")
+    {
+        QByteArray out;
+        for (const QString& line : lines)
+            out += cp1252::encode(line) + end;
+        return out;
+    }
     ConfigImport::Result import(const QByteArray& bytes)
     {
-        root.writeFile(QStringLiteral("Brovant/passive.dtr"), bytes);
-        ConfigImport importer(session->root(), session->database(), session->store(), dialogs,
-                              &session->keepAwake());
-        return importer.run();
+        root.writeFile("Brovant/passive.dtr", bytes);
+        return ConfigImport(session->root(), session->database(), store(), dialogs,
+                            &session->keepAwake())
+            .run();
+    }
+    ConfigImport::Result import(const QStringList& lines) { return import(file(lines)); }
+    SettingsStore& store() const { return session->store(); }
+    bool hasValue(const char* section, const char* entry) const
+    {
+        return session->profile().hasValue(section, entry);
     }
 
-    int loaded() const { return session->store().readInt(Setting::KonfigLoaded); }
-    // Master rows as "ID|ID_TYPE|DMSTUFE|BHDBIS|BHD|TARIF|KUBATUR|REGION_A|BAUMART" in ID order.
-    QStringList rows() const;
-    QStringList hsOf(int id) const;
+    // Master rows "ID|ID_TYPE|DMSTUFE|BHDBIS|BHD|TARIF|KUBATUR|REGION_A|BAUMART[|HS1..HS6 or -]".
+    QStringList rows(bool hs = false) const
+    {
+        Dataset ds(session->database(), schema::Einstellungen);
+        ds.reset(Filter::ordered("ID"));
+        QStringList out;
+        for (; !ds.eof(); ds.moveNext()) {
+            QStringList cells;
+            for (const char16_t* f : {u"ID", u"ID_TYPE", u"DMSTUFE", u"BHDBIS", u"BHD", u"TARIF",
+                                      u"KUBATUR", u"REGION_A", u"BAUMART"})
+                cells << ds.loadText(f);
+            for (const char16_t* f : {u"HS1", u"HS2", u"HS3", u"HS4", u"HS5", u"HS6"}) {
+                if (hs)
+                    cells << (ds.loadIsEmpty(f) ? "-" : ds.loadText(f));
+            }
+            out << cells.join(u'|');
+        }
+        return out;
+    }
 
     TempRoot root;
     std::unique_ptr<DeviceSession> session;

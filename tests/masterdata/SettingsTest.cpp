@@ -2,9 +2,12 @@
 
 #include "masterdata/MasterTables.h"
 
+#include <span>
+
 namespace brovant::test {
 namespace {
 
+using namespace Qt::StringLiterals;
 using SettingsTest = ImportFixture;
 
 TEST(SettingsLayout, TableFollowsTheEnumAndNamesExpand)
@@ -13,14 +16,7 @@ TEST(SettingsLayout, TableFollowsTheEnumAndNamesExpand)
     for (size_t i = 0; i < layout.size(); ++i)
         EXPECT_EQ(static_cast<size_t>(layout[i].id), i) << layout[i].entry;
 
-    struct Case {
-        Setting id;
-        int sectionIndex;
-        int index;
-        const char* section;
-        const char* entry;
-    };
-    const Case cases[] = {
+    const std::tuple<Setting, int, int, const char*, const char*> cases[] = {
         {Setting::KopfLabel, 0, 0, "HDL_KOPF", "KOPF00"},
         {Setting::KopfLabel, 0, 19, "HDL_KOPF", "KOPF19"},
         {Setting::Plausi, 0, 16, "HDL_KOPF", "PLAUSI16"},
@@ -33,110 +29,92 @@ TEST(SettingsLayout, TableFollowsTheEnumAndNamesExpand)
         {Setting::ModemNumber, 0, 4, "MODEM", "Number4"},
         {Setting::PrinterSeitenlaenge, 0, 3, "Printer", "Seitenlaenge3"},
         {Setting::PrinterFrage, 0, 0, "Printer", "Frage0"},
-        {Setting::FieldSoftwareFrage, 0, 0, "Printer", "m_bFieldSoftwarePrinterFrage"},
-    };
-    for (const Case& c : cases) {
-        EXPECT_EQ(SettingsStore::sectionName(c.id, c.sectionIndex), QLatin1StringView(c.section));
-        EXPECT_EQ(SettingsStore::entryName(c.id, c.index), QLatin1StringView(c.entry));
+        {Setting::FieldSoftwareFrage, 0, 0, "Printer", "m_bFieldSoftwarePrinterFrage"}};
+    for (const auto& [id, sectionIndex, index, section, entry] : cases) {
+        EXPECT_EQ(SettingsStore::sectionName(id, sectionIndex), QLatin1StringView(section));
+        EXPECT_EQ(SettingsStore::entryName(id, index), QLatin1StringView(entry));
     }
-}
 
-TEST(SettingsLayout, MasterDataSections)
-{
     const QStringList sections = SettingsStore::masterDataSections(true);
     EXPECT_EQ(sections.size(), 22);
     for (const char* s : {"ALLG", "HDL_KOPF", "HOLZART", "KAL", "KOPF01", "KOPF16", "NA", "KONFIG"})
         EXPECT_TRUE(sections.contains(QLatin1StringView(s))) << s;
-    EXPECT_FALSE(SettingsStore::masterDataSections(false).contains(QStringLiteral("KONFIG")));
-    EXPECT_FALSE(sections.contains(QStringLiteral("HA_HAUPT")));
+    EXPECT_FALSE(SettingsStore::masterDataSections(false).contains(u"KONFIG"_s));
+    EXPECT_FALSE(sections.contains(u"HA_HAUPT"_s));
 }
 
-TEST_F(SettingsTest, EmptyRegistryGivesTheDefaults)
+TEST_F(SettingsTest, EmptyRegistryGivesTheDefaultsAndWritesNothing)
 {
-    const MasterTables t = loadSettings(session->store(), session->database(), &dialogs, nullptr);
-    EXPECT_EQ(t.printerType, 5);
-    EXPECT_EQ(t.printerPort, 7);
-    EXPECT_EQ(t.printerBaudrate, 19200);
-    EXPECT_EQ(t.printerPath, QStringLiteral("\\My Documents"));
-    EXPECT_EQ(t.caliperActive, 0);
-    EXPECT_EQ(t.caliperPort, 1);
-    EXPECT_EQ(t.duePort, 10);
-    EXPECT_EQ(t.dueMode, 1);
+    const MasterTables t = loadSettings(store(), session->database(), &dialogs, nullptr);
+    EXPECT_EQ(std::tuple(t.printerType, t.printerPort, t.printerBaudrate, t.caliperActive,
+                         t.caliperPort, t.duePort, t.dueMode),
+              std::tuple(5, 7, 19200, 0, 1, 10, 1));
+    EXPECT_EQ(t.printerPath, u"\\My Documents"_s);
     EXPECT_EQ(t.pageLength, (std::array<int, 6>{68, 72, 68, 67, 68, 65}));
-    EXPECT_EQ(t.fieldSoftwarePrinterType, 22);
-    EXPECT_EQ(t.fieldSoftwareComPort, 3);
-    EXPECT_EQ(t.fieldSoftwarePageLength, 72);
-    for (const QString& s : t.species)
-        EXPECT_TRUE(s.isEmpty());
-    for (const QString& s : t.mainSpecies)
-        EXPECT_TRUE(s.isEmpty());
-    for (size_t i = 0; i < MasterTables::kCodes; ++i)
-        EXPECT_TRUE(t.naLong[i].isEmpty() && t.naShort[i].isEmpty() && t.kalLong[i].isEmpty()
-                    && t.kalShort[i].isEmpty());
+    EXPECT_EQ(
+        std::tuple(t.fieldSoftwarePrinterType, t.fieldSoftwareComPort, t.fieldSoftwarePageLength),
+        std::tuple(22, 3, 72));
+    QString texts;
+    for (const auto& list :
+         {std::span<const QString>(t.species), std::span<const QString>(t.mainSpecies),
+          std::span<const QString>(t.naLong), std::span<const QString>(t.naShort),
+          std::span<const QString>(t.kalLong), std::span<const QString>(t.kalShort)})
+        texts += QStringList(list.begin(), list.end()).join(QString());
+    EXPECT_EQ(texts, QString()) << "no species or code without a registry";
     EXPECT_TRUE(t.tariffs.isEmpty());
-    // Reading writes nothing.
     EXPECT_FALSE(
         session->registry().keyExists(Hive::CurrentUser, QString::fromUtf16(Profile::kAppKey)));
     ASSERT_FALSE(dialogs.messages().empty());
-    EXPECT_EQ(dialogs.messages().front().lines.front(),
-              QStringLiteral("Konfiguration wird initialisiert..."));
+    EXPECT_EQ(dialogs.messages().front().lines.front(), u"Konfiguration wird initialisiert..."_s);
     EXPECT_EQ(dialogs.progressValues(), (std::vector<double>{10, 20}));
 }
 
 TEST_F(SettingsTest, StoredValuesReplaceDefaults)
 {
-    SettingsStore& s = session->store();
+    SettingsStore& s = store();
     s.writeInt(Setting::PrinterType, 0, 2);
     s.writeInt(Setting::PrinterSeitenlaenge, 2, 80);
     s.writeInt(Setting::PrinterFrage, 2, 1);
     s.writeInt(Setting::PrinterFrage, 3, 1);
     s.writeInt(Setting::PrinterPort, 0, 0x1FF);
-    s.writeText(Setting::Holzart, 1, QStringLiteral("FI "));
-    s.writeText(Setting::Holzart, 2, QStringLiteral("TA "));
-    s.writeText(Setting::HauptHolzart, 2, QStringLiteral("KI "));
-    s.writeText(Setting::Holzart, 13, QStringLiteral("ES "));
-    s.writeText(Setting::NaKurz, 12, QStringLiteral("XY"));
-    s.writeText(Setting::Sorte, 5, QStringLiteral("BR"));
+    const std::tuple<Setting, int, const char*> texts[] = {
+        {Setting::Holzart, 1, "FI "},      {Setting::Holzart, 2, "TA "},
+        {Setting::HauptHolzart, 2, "KI "}, {Setting::Holzart, 13, "ES "},
+        {Setting::NaKurz, 12, "XY"},       {Setting::Sorte, 5, "BR"}};
+    for (const auto& [id, index, text] : texts)
+        s.writeText(id, index, text);
     const MasterTables t = loadSettings(s, session->database(), nullptr, nullptr);
-    EXPECT_EQ(t.pageLength[2], 80);
-    EXPECT_EQ(t.pageLength[1], 72);
-    EXPECT_EQ(t.activeAskBeforePrinting, 1);
-    EXPECT_EQ(t.askBeforePrinting[3], 1);
+    EXPECT_EQ(std::tuple(t.pageLength[2], t.pageLength[1], t.activeAskBeforePrinting,
+                         t.askBeforePrinting[3]),
+              std::tuple(80, 72, 1, 1));
     EXPECT_EQ(t.printerPort, 0xFF); // kept as one byte
     // A main species never set shows the species of the same number.
-    EXPECT_EQ(t.mainSpecies[0], QStringLiteral("FI "));
-    EXPECT_EQ(t.mainSpecies[1], QStringLiteral("KI "));
-    EXPECT_EQ(t.species[12], QStringLiteral("ES "));
-    EXPECT_EQ(t.naShort[11], QStringLiteral("XY"));
-    EXPECT_EQ(t.sorten[5], QStringLiteral("BR"));
-    EXPECT_EQ(t.speciesIndex(QStringLiteral("TA 12")), 1);
-    EXPECT_EQ(t.speciesIndex(QStringLiteral("BU ")), -1);
+    EXPECT_EQ(QStringList(
+                  {t.mainSpecies[0], t.mainSpecies[1], t.species[12], t.naShort[11], t.sorten[5]}),
+              QStringList({"FI ", "KI ", "ES ", "XY", "BR"}));
+    EXPECT_EQ(t.speciesIndex(u"TA 12"_s), 1);
+    EXPECT_EQ(t.speciesIndex(u"BU "_s), -1);
 }
 
-// The tariff table takes each volume row's tariff when it differs from the previous volume row's.
+// A volume row's tariff enters the table when it differs from the previous volume row's.
 TEST_F(SettingsTest, TariffTableFromVolumeRows)
 {
-    ASSERT_EQ(
-        import(file({QStringLiteral("TD0STAMM300.DAT"), QStringLiteral("40FFI01 08  0.450"),
-                     QStringLiteral("40FFI01 10  0.550"), QStringLiteral("712WR01    FI KI01 "),
-                     QStringLiteral("40FKI01 08  0.400"), QStringLiteral("40FFI01 12  0.700"),
-                     QStringLiteral("40FFI01 14  0.800")})),
-        ConfigImport::Result::Loaded);
-    const MasterTables t = loadSettings(session->store(), session->database(), nullptr, nullptr);
+    ASSERT_EQ(import(QStringList{"TD0STAMM300.DAT", "40FFI01 08  0.450", "40FFI01 10  0.550",
+                                 "712WR01    FI KI01 ", "40FKI01 08  0.400", "40FFI01 12  0.700",
+                                 "40FFI01 14  0.800"}),
+              ConfigImport::Result::Loaded);
+    MasterTables t = loadSettings(store(), session->database(), nullptr, nullptr);
     EXPECT_EQ(t.tariffs, (QStringList{"FI01 ", "KI01 ", "FI01 "}));
-    EXPECT_TRUE(t.hasTariff(QStringLiteral("KI01 ")));
-    EXPECT_FALSE(t.hasTariff(QStringLiteral("KI01")));
-}
+    EXPECT_TRUE(t.hasTariff(u"KI01 "_s));
+    EXPECT_FALSE(t.hasTariff(u"KI01"_s));
 
-TEST_F(SettingsTest, TariffTableStopsAtTwoHundred)
-{
-    QStringList lines{QStringLiteral("TD0STAMM300.DAT")};
+    QStringList lines{"TD0STAMM300.DAT"};
     for (int i = 0; i < 250; ++i)
-        lines << QStringLiteral("40FT%108  0.450").arg(i, 4, 10, QChar(u'0'));
-    ASSERT_EQ(import(file(lines)), ConfigImport::Result::Loaded);
-    const MasterTables t = loadSettings(session->store(), session->database(), nullptr, nullptr);
+        lines << u"40FT%108  0.450"_s.arg(i, 4, 10, QChar(u'0'));
+    ASSERT_EQ(import(lines), ConfigImport::Result::Loaded);
+    t = loadSettings(store(), session->database(), nullptr, nullptr);
     ASSERT_EQ(t.tariffs.size(), MasterTables::kMaxTariffs);
-    EXPECT_EQ(t.tariffs.last(), QStringLiteral("T0199"));
+    EXPECT_EQ(t.tariffs.last(), u"T0199"_s);
 }
 
 } // namespace

@@ -1,0 +1,174 @@
+// The list selection screen built on a device with 1,000 lists (each with a few trees): the rows
+// read from the table and the list view filled, as every showing of the screen does.
+#include "app/BrovantApp.h"
+#include "app/ListSelectionDlg.h"
+#include "app/logic/AppState.h"
+#include "app/logic/ListSelectionLogic.h"
+#include "data/Database.h"
+#include "data/Dataset.h"
+#include "data/Schema.h"
+#include "masterdata/ConfigImport.h"
+#include "masterdata/DeviceSession.h"
+#include "platform/Clock.h"
+#include "platform/MessageDialogs.h"
+
+#include <QApplication>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTreeWidget>
+
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+
+namespace {
+
+using namespace brovant;
+
+constexpr int kLists = 1000;
+
+bool makeDevice(const QString& root, int lists, int treesPerList)
+{
+    DeviceSession session(root);
+    if (session.openDatabase() == DeviceSession::DatabaseState::Failed)
+        return false;
+    QFile sample(QStringLiteral(BROVANT_SOURCE_DIR "/demo/passive.dtr"));
+    QFile staged(session.root().hostPath(QString::fromUtf16(ConfigImport::kStagedPath)));
+    if (!sample.open(QIODevice::ReadOnly) || !staged.open(QIODevice::WriteOnly))
+        return false;
+    staged.write(sample.readAll());
+    staged.close();
+    ScriptedDialogs quiet;
+    ConfigImport(session.root(), session.database(), session.store(), quiet, nullptr).run();
+
+    Database& db = session.database();
+    Database::Transaction tx(db);
+    Dataset heads(db, schema::Kopfdaten);
+    Dataset trees(db, schema::Holzdaten);
+    for (int list = 1; list <= lists; ++list) {
+        heads.clearFields();
+        heads.setInt(u"ID_FILE", list);
+        heads.setText(u"LISTE_NR", QStringLiteral("%1").arg(list, 8, 10, QChar(u'0')));
+        heads.setText(u"ZUSATZ_A", QStringLiteral("Abteilung %1, Hang nach Norden").arg(list));
+        heads.setText(u"DATUM_A", QStringLiteral("04.05.2026"));
+        heads.setInt(u"KOR_FAKTOR_N", 100);
+        heads.setText(u"REGION_A", QStringLiteral("WR01    "));
+        heads.setInt(u"DUE_MARK", list % 3 == 0 ? 1 : 0);
+        heads.setInt(u"EXPORTED_N_NI", list % 4);
+        heads.setText(u"STRUKTUR", QStringLiteral("T00300"));
+        heads.insert();
+        for (int t = 1; t <= treesPerList; ++t) {
+            trees.clearFields();
+            trees.setInt(u"ID", (list - 1) * treesPerList + t);
+            trees.setInt(u"ID_FILE", list);
+            trees.setInt(u"ID_TYPE", 1);
+            trees.setInt(u"STK", 1);
+            trees.setText(u"BAUMART", QStringLiteral("FI "));
+            trees.setInt(u"BHD", 20 + t % 40);
+            trees.setInt(u"KUBATUR", 30 + t % 300);
+            trees.insert();
+        }
+    }
+    return tx.commit();
+}
+
+QString& benchRoot()
+{
+    static QString root;
+    return root;
+}
+
+// The program started on the device, showing the list selection screen.
+struct Program {
+    DeviceSession session{benchRoot()};
+    AppState state;
+    SystemClock clock;
+    ScriptedDialogs dialogs;
+    BrovantApp app{session, state, clock};
+    ListSelectionDlg* screen = nullptr;
+
+    bool start()
+    {
+        app.replaceMessages(&dialogs);
+        if (!app.start())
+            return false;
+        screen = qobject_cast<ListSelectionDlg*>(app.findScreen(QStringLiteral("listSelection")));
+        if (!screen)
+            return false;
+        // The last list is the current one: its row is selected and scrolled into view.
+        state.currentList = kLists;
+        app.SwitchToDialog(screen);
+        QApplication::processEvents();
+        return screen->listView()->topLevelItemCount() == kLists;
+    }
+    ~Program() { app.shutdown(); }
+};
+
+void BM_ListSelectionInitDialog(benchmark::State& state)
+{
+    Program program;
+    if (!program.start()) {
+        state.SkipWithError("the screen did not show 1,000 lists");
+        return;
+    }
+    for (auto _ : state) {
+        program.screen->InitDialog();
+        QApplication::processEvents();
+    }
+}
+BENCHMARK(BM_ListSelectionInitDialog)
+    ->Unit(benchmark::kMillisecond)
+    ->Repetitions(10)
+    ->ReportAggregatesOnly(true);
+
+// The same with the screen drawn at once, as the user sees it.
+void BM_ListSelectionInitDialogAndPaint(benchmark::State& state)
+{
+    Program program;
+    if (!program.start()) {
+        state.SkipWithError("the screen did not show 1,000 lists");
+        return;
+    }
+    for (auto _ : state) {
+        program.screen->InitDialog();
+        program.screen->repaint();
+    }
+}
+BENCHMARK(BM_ListSelectionInitDialogAndPaint)
+    ->Unit(benchmark::kMillisecond)
+    ->Repetitions(10)
+    ->ReportAggregatesOnly(true);
+
+// The rows alone, as the screen and "brovant-tool lists" read them.
+void BM_ListSelectionRows(benchmark::State& state)
+{
+    DeviceSession session(benchRoot());
+    if (session.openDatabase() == DeviceSession::DatabaseState::Failed) {
+        state.SkipWithError("no database");
+        return;
+    }
+    for (auto _ : state)
+        benchmark::DoNotOptimize(ListSelectionLogic::readRows(session.database()));
+}
+BENCHMARK(BM_ListSelectionRows)
+    ->Unit(benchmark::kMillisecond)
+    ->Repetitions(10)
+    ->ReportAggregatesOnly(true);
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication app(argc, argv);
+    QTemporaryDir dir;
+    benchRoot() = dir.path();
+    if (!makeDevice(dir.path(), kLists, 20)) {
+        std::fprintf(stderr, "cannot build the device\n");
+        return 1;
+    }
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}

@@ -1,0 +1,112 @@
+#include "app/ListInfoDlg.h"
+
+#include "app/CNorvMFCApp.h"
+#include "app/KeyTables.h"
+#include "app/logic/AppState.h"
+#include "data/Dataset.h"
+#include "data/Schema.h"
+#include "masterdata/DeviceSession.h"
+
+#include <QFontMetrics>
+#include <QLabel>
+
+#include <algorithm>
+
+namespace brovant {
+namespace {
+
+// Sixteen rows between the title and the bar (which starts at y 299).
+constexpr int kTitleHeight = 17;
+constexpr int kRowsTop = 20;
+constexpr int kRowPitch = 17;
+constexpr int kRowHeight = 16;
+constexpr int kMargin = 3;
+constexpr int kMaxLabelWidth = 112;
+
+// Back, and Enter doing the same; the other bar keys have nothing to do here.
+std::vector<KeyDef> barKeys()
+{
+    std::vector<KeyDef> keys = keys::bottomBar(0, false);
+    std::erase_if(keys, [](const KeyDef& key) {
+        return key.commandId != CNorvBaseDlg::IDCANCEL && key.commandId != CNorvKeybDlg::kEnter;
+    });
+    return keys;
+}
+
+} // namespace
+
+ListInfoDlg::ListInfoDlg(CNorvMFCApp& app)
+    : CNorvKeybDlg(app, QStringLiteral("listInfo"))
+{
+}
+
+void ListInfoDlg::OnInitDialog()
+{
+    SetKeyboard(new CNorvKeyboard(keys::kBottomBarArea, barKeys()));
+
+    m_title = new QLabel(this);
+    m_title->setObjectName(QStringLiteral("title"));
+    m_title->setAlignment(Qt::AlignCenter);
+    QFont titleFont = GetDefaultFont();
+    titleFont.setBold(true);
+    titleFont.setPixelSize(13);
+    m_title->setFont(titleFont);
+    m_title->setGeometry(0, 1, CNorvMFCApp::kScreenWidth, kTitleHeight);
+
+    QFont font = GetDefaultFont();
+    font.setPixelSize(11);
+    for (int field = 1; field <= ListHeaderLogic::kFreeFields; ++field) {
+        const QString name = ListHeaderLogic::freeFieldName(field);
+        const int top = kRowsTop + (field - 1) * kRowPitch;
+        auto* label = new QLabel(this);
+        label->setObjectName(QStringLiteral("label_") + name);
+        label->setFont(font);
+        label->setGeometry(kMargin, top, kMaxLabelWidth, kRowHeight);
+        auto* value = new QLabel(this);
+        value->setObjectName(name);
+        value->setFont(font);
+        value->setAutoFillBackground(true);
+        QPalette shaded = value->palette();
+        shaded.setColor(QPalette::Window, QColor(0xe8, 0xe8, 0xe2));
+        value->setPalette(shaded);
+        value->setGeometry(kMargin + kMaxLabelWidth, top, 0, kRowHeight);
+        m_labels[size_t(field - 1)] = label;
+        m_values[size_t(field - 1)] = value;
+    }
+}
+
+void ListInfoDlg::InitDialog()
+{
+    const SettingsStore& store = app().session().store();
+    Dataset row(app().session().database(), schema::Kopfdaten);
+    const bool found = app().state().currentList >= 0
+                       && row.reset(Filter::byList(app().state().currentList)) && !row.eof();
+    QString name = found ? row.loadText(u"LISTE_NR") : QString();
+    while (name.endsWith(u' '))
+        name.chop(1);
+    m_title->setText(QStringLiteral("Liste: %1").arg(name));
+
+    const QFontMetrics metrics(m_labels[0]->font());
+    int labelWidth = 0;
+    for (int field = 1; field <= ListHeaderLogic::kFreeFields; ++field) {
+        const QString label = ListHeaderLogic::freeLabel(store, field);
+        m_labels[size_t(field - 1)]->setText(label);
+        labelWidth = std::max(labelWidth, metrics.horizontalAdvance(label));
+    }
+    labelWidth = std::min(labelWidth + kMargin, kMaxLabelWidth);
+    const int valueWidth = CNorvMFCApp::kScreenWidth - 2 * kMargin - labelWidth;
+    for (int field = 1; field <= ListHeaderLogic::kFreeFields; ++field) {
+        QLabel* label = m_labels[size_t(field - 1)];
+        QLabel* value = m_values[size_t(field - 1)];
+        label->resize(labelWidth, kRowHeight);
+        value->setGeometry(kMargin + labelWidth, value->y(), valueWidth, kRowHeight);
+        const QString text =
+            found ? row.loadText(ListHeaderLogic::freeFieldName(field)).trimmed() : QString();
+        // What does not fit ends in an ellipsis; the whole text is the tooltip.
+        value->setText(metrics.elidedText(text, Qt::ElideRight, valueWidth - 4));
+        value->setToolTip(text);
+        value->setIndent(2);
+    }
+}
+
+} // namespace brovant

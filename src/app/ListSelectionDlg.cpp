@@ -1,0 +1,398 @@
+#include "app/ListSelectionDlg.h"
+
+#include "app/CNorvMFCApp.h"
+#include "app/KeyTables.h"
+#include "app/logic/AppLifecycle.h"
+#include "app/logic/AppState.h"
+#include "device/BackupService.h"
+#include "masterdata/DeviceSession.h"
+#include "platform/MessageDialogs.h"
+#include "transfer/TransferChannels.h"
+
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QTabBar>
+#include <QTreeWidget>
+
+#include <utility>
+
+namespace brovant {
+namespace {
+
+constexpr int kTitleHeight = 16;
+constexpr QRect kListArea(0, 16, 240, 180);
+constexpr QRect kTabArea(0, 197, 240, 22);
+// The tab's keys and, at its foot, the bottom bar (which lands at y 299 like everywhere).
+constexpr QRect kKeyArea(0, 221, 240, 99);
+constexpr int kKeysHeight = 76;
+constexpr int kBottomBarTop = 78;
+
+constexpr int kListWidth = 80;
+constexpr int kMarkWidth = 30;
+constexpr int kAdditionWidth = 80;
+
+struct KeySpec {
+    const char* caption;
+    int command;
+};
+
+// Three keys a row; a single row takes the whole height.
+std::vector<KeyDef> keyBar(std::initializer_list<KeySpec> specs)
+{
+    std::vector<KeyDef> keys;
+    const int rows = int(specs.size() + 2) / 3;
+    const int height = kKeysHeight / rows;
+    int i = 0;
+    for (const KeySpec& s : specs) {
+        keys.push_back({(i % 3) * 80, (i / 3) * (height + 1), 79, height - 1,
+                        QString::fromUtf8(s.caption), s.command});
+        ++i;
+    }
+    for (const KeyDef& k : keys::bottomBar(kBottomBarTop, false))
+        keys.push_back(k);
+    return keys;
+}
+
+std::vector<KeyDef> tallyKeys()
+{
+    return keyBar({{"Holz", ListSelectionDlg::kTally},
+                   {"Neu", ListSelectionDlg::kNew},
+                   {"Info", ListSelectionDlg::kInfo},
+                   {"Del", ListSelectionDlg::kDelete},
+                   {"Modell", ListSelectionDlg::kModel},
+                   {"Region", ListSelectionDlg::kRegion}});
+}
+
+std::vector<KeyDef> evaluationKeys()
+{
+    return keyBar({{"Eval", ListSelectionDlg::kEval},
+                   {"Ausdruck", ListSelectionDlg::kPrint},
+                   {"Sortiment", ListSelectionDlg::kAssortment}});
+}
+
+std::vector<KeyDef> transferKeys()
+{
+    return keyBar({{"DÜ", ListSelectionDlg::kMark},
+                   {"Send", ListSelectionDlg::kSend},
+                   {"Receive", ListSelectionDlg::kReceive}});
+}
+
+} // namespace
+
+ListSelectionDlg::ListSelectionDlg(CNorvMFCApp& app)
+    : CNorvKeybDlg(app, QStringLiteral("listSelection"))
+{
+    setWindowTitle(QStringLiteral("Listenauswahl"));
+}
+
+ListSelectionDlg::~ListSelectionDlg() = default;
+
+void ListSelectionDlg::OnInitDialog()
+{
+    DeviceSession& session = app().session();
+    m_logic =
+        std::make_unique<ListSelectionLogic>(session.database(), session.store(), app().state(),
+                                             app().messages(), app().clock(), &app().host());
+
+    auto* title = new QLabel(windowTitle(), this);
+    title->setObjectName(QStringLiteral("title"));
+    title->setAlignment(Qt::AlignCenter);
+    QFont titleFont = GetDefaultFont();
+    titleFont.setBold(true);
+    titleFont.setPixelSize(13);
+    title->setFont(titleFont);
+    title->setGeometry(0, 0, CNorvMFCApp::kScreenWidth, kTitleHeight);
+
+    m_list = new QTreeWidget(this);
+    m_list->setObjectName(QStringLiteral("listView"));
+    m_list->setGeometry(kListArea);
+    m_list->setRootIsDecorated(false);
+    m_list->setUniformRowHeights(true);
+    m_list->setAllColumnsShowFocus(true);
+    m_list->setSelectionMode(QAbstractItemView::SingleSelection);
+    m_list->setSelectionBehavior(QAbstractItemView::SelectRows);
+    m_list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    m_list->header()->setSectionsMovable(false);
+    m_list->header()->setStretchLastSection(false);
+    m_list->installEventFilter(this);
+    connect(m_list, &QTreeWidget::currentItemChanged, this, [this](QTreeWidgetItem* item) {
+        if (!m_busy)
+            m_logic->setSelectedRow(item ? m_list->indexOfTopLevelItem(item) : -1);
+    });
+    connect(m_list, &QTreeWidget::itemDoubleClicked, this, [this] {
+        if (!m_busy)
+            OnCommand(IDOK);
+    });
+
+    m_tabs = new QTabBar(this);
+    m_tabs->setObjectName(QStringLiteral("tabs"));
+    for (const char* tab : {"Holzaufnahme", "Auswert.", "  DÜ   "})
+        m_tabs->addTab(QString::fromUtf8(tab));
+    m_tabs->setExpanding(true);
+    m_tabs->setUsesScrollButtons(false);
+    m_tabs->setElideMode(Qt::ElideNone);
+    m_tabs->setFocusPolicy(Qt::NoFocus);
+    QFont tabFont = GetDefaultFont();
+    tabFont.setPixelSize(11);
+    m_tabs->setFont(tabFont);
+    // The long first caption gets the room the two short ones do not need; the chosen tab is
+    // shown in the headings' green so it reads at a glance.
+    m_tabs->setStyleSheet(
+        QStringLiteral("QTabBar::tab { width: 75px; height: 20px; padding: 0px; margin: 0px;"
+                       " border: 1px solid #808080; border-bottom: none; background: #e4e4dc; }"
+                       "QTabBar::tab:first { width: 88px; }"
+                       "QTabBar::tab:selected { background: #2e5e3a; color: white; }"));
+    m_tabs->setGeometry(kTabArea);
+
+    SetKeyboard(new CNorvKeyboard(kKeyArea, tallyKeys()));
+    SetKeyboard(new CNorvKeyboard(kKeyArea, evaluationKeys()));
+    SetKeyboard(new CNorvKeyboard(kKeyArea, transferKeys()));
+    connect(m_tabs, &QTabBar::currentChanged, this, &ListSelectionDlg::showTab);
+    showTab(TallyTab);
+}
+
+void ListSelectionDlg::showTab(int index)
+{
+    if (m_tabs->currentIndex() != index)
+        m_tabs->setCurrentIndex(index);
+    showKeyboard(index);
+}
+
+void ListSelectionDlg::InitDialog()
+{
+    // Coming back from editing a header or from tallying saves the database first.
+    if (const CNorvBaseDlg* previous = GetPrevDlg();
+        previous
+        && (previous->objectName() == QLatin1StringView("listHeader")
+            || previous->objectName() == QLatin1StringView("tally")))
+        app().backup().automaticIfEnabled();
+    rebuild();
+}
+
+void ListSelectionDlg::rebuild()
+{
+    const bool wasBusy = std::exchange(m_busy, true);
+    m_logic->build();
+    m_list->clear();
+    m_list->setHeaderLabels({QStringLiteral("Liste"), QStringLiteral("DÜ"), m_logic->heading()});
+    m_list->headerItem()->setTextAlignment(1, Qt::AlignRight | Qt::AlignVCenter);
+    m_list->setColumnWidth(0, kListWidth);
+    m_list->setColumnWidth(1, kMarkWidth);
+    m_list->setColumnWidth(2, kAdditionWidth);
+    showKeyboard(m_tabs->currentIndex());
+
+    const auto& rows = m_logic->rows();
+    QList<QTreeWidgetItem*> items;
+    items.reserve(qsizetype(rows.size()));
+    for (const auto& row : rows) {
+        auto* item = new QTreeWidgetItem({row.listNo, row.mark, row.addition});
+        item->setTextAlignment(1, Qt::AlignRight | Qt::AlignVCenter);
+        items << item;
+    }
+    m_list->addTopLevelItems(items);
+    showSelection();
+    m_busy = wasBusy;
+    m_list->setFocus(Qt::OtherFocusReason);
+}
+
+void ListSelectionDlg::showSelection()
+{
+    const bool wasBusy = std::exchange(m_busy, true);
+    const int row = m_logic->selectedRow();
+    QTreeWidgetItem* item = row >= 0 ? m_list->topLevelItem(row) : nullptr;
+    m_list->setCurrentItem(item);
+    if (item)
+        m_list->scrollToItem(item);
+    else
+        m_list->clearSelection();
+    m_busy = wasBusy;
+}
+
+void ListSelectionDlg::backToList()
+{
+    m_list->setFocus(Qt::OtherFocusReason);
+}
+
+void ListSelectionDlg::switchTo(const char* screen)
+{
+    // Screens that are not there yet (tally, totals, region, printouts) leave the user here.
+    if (CNorvBaseDlg* target = app().findScreen(QString::fromLatin1(screen)))
+        app().SwitchToDialog(target, 0);
+    else
+        backToList();
+}
+
+void ListSelectionDlg::go(ListSelectionLogic::Target target)
+{
+    using Target = ListSelectionLogic::Target;
+    switch (target) {
+    case Target::None:
+        backToList();
+        return;
+    case Target::ListHeader:
+        switchTo("listHeader");
+        return;
+    case Target::ListInfo:
+        switchTo("listInfo");
+        return;
+    case Target::Tally:
+        switchTo("tally");
+        return;
+    case Target::Totals:
+        switchTo("totals");
+        return;
+    case Target::Region:
+        // The region screen is told by a property that it was opened for one list.
+        if (CNorvBaseDlg* region = app().findScreen(QStringLiteral("region"))) {
+            region->setProperty("regionMode", 1);
+            app().SwitchToDialog(region, 0);
+        } else {
+            backToList();
+        }
+        return;
+    case Target::TallyPrintout:
+        switchTo("tallyPrintout");
+        return;
+    case Target::AssortmentPrintout:
+        switchTo("assortmentPrintout");
+        return;
+    }
+}
+
+void ListSelectionDlg::moveSelection(int step)
+{
+    const int count = m_list->topLevelItemCount();
+    if (count == 0)
+        return;
+    const int row =
+        std::clamp(m_list->indexOfTopLevelItem(m_list->currentItem()) + step, 0, count - 1);
+    m_list->setCurrentItem(m_list->topLevelItem(row));
+    m_list->scrollToItem(m_list->currentItem());
+}
+
+void ListSelectionDlg::OnCommand(int id)
+{
+    switch (id) {
+    case kMark: {
+        const int row = m_logic->selectedRow();
+        if (const auto text = m_logic->toggleMark()) {
+            if (QTreeWidgetItem* item = m_list->topLevelItem(std::max(row, 0)))
+                item->setText(1, *text);
+        }
+        backToList();
+        return;
+    }
+    case kNew:
+        go(m_logic->newList());
+        return;
+    case kTally:
+        go(m_logic->openTally());
+        return;
+    case kDelete: {
+        const int row = m_logic->selectedRow();
+        if (m_logic->deleteSelected()) {
+            const bool wasBusy = std::exchange(m_busy, true);
+            delete m_list->takeTopLevelItem(row);
+            m_busy = wasBusy;
+            showSelection();
+        }
+        backToList();
+        return;
+    }
+    case kEval:
+        go(m_logic->openTotals());
+        return;
+    case kPrint:
+        go(m_logic->printTally());
+        return;
+    case kAssortment:
+        go(m_logic->printAssortment());
+        return;
+    case kInfo:
+        go(m_logic->openInfo());
+        return;
+    case kRegion:
+        go(m_logic->openRegion());
+        return;
+    case kModel:
+        m_logic->buildModel();
+        rebuild();
+        return;
+    case kSend:
+        send();
+        return;
+    case kReceive:
+        receive();
+        return;
+    case kPreviousField:
+    case kNextField:
+        moveSelection(id == kPreviousField ? -1 : 1);
+        return;
+    case kBackspace:
+        return;
+    default:
+        CNorvKeybDlg::OnCommand(id);
+    }
+}
+
+void ListSelectionDlg::send()
+{
+    if (!m_logic->readyToSend()) {
+        backToList();
+        return;
+    }
+    const bool wasBusy = std::exchange(m_busy, true);
+    // EXPORT ISSUE: the export writer belongs here. It writes every marked list as its list file
+    // into "\Export" before the transfer, and only when it wrote one may the channel send.
+    const bool sent = app().channels().send();
+    if (sent) {
+        m_logic->markExported();
+        rebuild();
+    }
+    m_busy = wasBusy;
+    ShowFullScreen();
+    backToList();
+}
+
+void ListSelectionDlg::receive()
+{
+    const bool wasBusy = std::exchange(m_busy, true);
+    if (app().channels().receive()) {
+        // IMPORT ISSUE: the received list files of "\Import" are imported here, behind the wait
+        // cursor, before the rows are read again.
+    }
+    m_busy = wasBusy;
+    rebuild();
+    ShowFullScreen();
+    backToList();
+}
+
+void ListSelectionDlg::OnOK()
+{
+    // Confirm (Enter, a double tap on a row) opens the list for tallying, as "Holz" does.
+    OnCommand(kTally);
+}
+
+void ListSelectionDlg::OnCancel()
+{
+    switchTo("mainMenu");
+}
+
+bool ListSelectionDlg::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == m_list && event->type() == QEvent::KeyPress) {
+        const int key = static_cast<QKeyEvent*>(event)->key();
+        if (key == Qt::Key_Delete) {
+            OnCommand(kDelete);
+            return true;
+        }
+        if (key == Qt::Key_Return || key == Qt::Key_Enter) {
+            OnCommand(IDOK);
+            return true;
+        }
+    }
+    return CNorvKeybDlg::eventFilter(watched, event);
+}
+
+} // namespace brovant

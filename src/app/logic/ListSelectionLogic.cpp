@@ -1,0 +1,390 @@
+#include "app/logic/ListSelectionLogic.h"
+
+#include "app/logic/AppLifecycle.h"
+#include "app/logic/AppState.h"
+#include "data/Dataset.h"
+#include "data/Schema.h"
+#include "masterdata/SettingsStore.h"
+#include "platform/Clock.h"
+#include "platform/MessageDialogs.h"
+
+namespace brovant {
+namespace {
+
+QLatin1StringView tableName(const TableDescriptor& table)
+{
+    return QLatin1StringView(table.name);
+}
+
+const FieldDescriptor& listNoField()
+{
+    return schema::Kopfdaten.fields[size_t(schema::Kopfdaten.indexOf(u"LISTE_NR"))];
+}
+
+QString formattedListNo(const FieldValue& value)
+{
+    return formatValue(listNoField(), value);
+}
+
+// Integer of a stored number; an empty field counts as 0, as the device's fields do.
+std::int64_t numberOf(const FieldValue& value)
+{
+    if (const auto* n = std::get_if<std::int64_t>(&value))
+        return *n;
+    if (const auto* s = std::get_if<QString>(&value))
+        return s->trimmed().toLongLong();
+    return 0;
+}
+
+QString textOf(const FieldValue& value)
+{
+    if (const auto* s = std::get_if<QString>(&value))
+        return *s;
+    if (const auto* n = std::get_if<std::int64_t>(&value))
+        return QString::number(*n);
+    return {};
+}
+
+} // namespace
+
+ListSelectionLogic::ListSelectionLogic(Database& db, const SettingsStore& store, AppState& state,
+                                       MessageDialogs& dialogs, Clock& clock, ScreenHost* host)
+    : m_db(db)
+    , m_store(store)
+    , m_state(state)
+    , m_dialogs(dialogs)
+    , m_clock(clock)
+    , m_host(host)
+{
+}
+
+std::vector<ListSelectionLogic::Row> ListSelectionLogic::readRows(Database& db)
+{
+    std::vector<Row> rows;
+    auto q = db.query(QStringLiteral("SELECT ID_FILE, LISTE_NR, ZUSATZ_A, DUE_MARK, EXPORTED_N_NI "
+                                     "FROM %1 ORDER BY rowid")
+                          .arg(tableName(schema::Kopfdaten)));
+    while (q.next()) {
+        rows.push_back({numberOf(q.value(0)), formattedListNo(q.value(1)),
+                        markText(numberOf(q.value(3)), numberOf(q.value(4))),
+                        textOf(q.value(2)).left(kAdditionWidth)});
+    }
+    return rows;
+}
+
+QString ListSelectionLogic::markText(std::int64_t dueMark, std::int64_t exported)
+{
+    return (dueMark == 1 ? QStringLiteral("A") : QStringLiteral("   ")) + QString::number(exported);
+}
+
+QString ListSelectionLogic::headingFromLabel(const QString& label)
+{
+    QString heading = label.left(label.indexOf(u' '));
+    if (heading.endsWith(u':'))
+        heading.chop(1);
+    return heading;
+}
+
+bool ListSelectionLogic::isModelName(const QString& listNo)
+{
+    return formattedListNo(FieldValue(listNo)) == QStringView(kModelName);
+}
+
+void ListSelectionLogic::build()
+{
+    m_rows = readRows(m_db);
+    m_heading = headingFromLabel(m_store.readText(Setting::KopfLabel, 0));
+    m_selected = -1;
+    for (size_t i = 0; i < m_rows.size(); ++i) {
+        if (m_rows[i].idFile == m_state.currentList)
+            m_selected = int(i);
+    }
+    // Without a current list the first row is chosen, even in an empty view.
+    if (m_state.currentList == -1)
+        m_selected = 0;
+}
+
+std::optional<ListSelectionLogic::Selected> ListSelectionLogic::recordAt(int index) const
+{
+    auto q = m_db.query(QStringLiteral("SELECT rowid, ID_FILE, LISTE_NR FROM %1 ORDER BY rowid "
+                                       "LIMIT 1 OFFSET ?")
+                            .arg(tableName(schema::Kopfdaten)));
+    q.bind(1, std::int64_t(index));
+    if (!q.next())
+        return std::nullopt;
+    return Selected{q.integer(0), numberOf(q.value(1)), formattedListNo(q.value(2))};
+}
+
+bool ListSelectionLogic::tableEmpty() const
+{
+    return !recordAt(0).has_value();
+}
+
+bool ListSelectionLogic::selectRow()
+{
+    // With no row highlighted the walk takes no step and stays on the first record.
+    const auto record = recordAt(std::max(m_selected, 0));
+    if (!record)
+        return false;
+    m_current = record;
+    m_state.currentList = int(record->idFile);
+    return true;
+}
+
+std::optional<QString> ListSelectionLogic::toggleMark()
+{
+    if (!selectRow())
+        return std::nullopt;
+    auto read = m_db.query(QStringLiteral("SELECT DUE_MARK, EXPORTED_N_NI FROM %1 WHERE rowid = ?")
+                               .arg(tableName(schema::Kopfdaten)));
+    read.bind(1, m_current->rowId);
+    if (!read.next())
+        return std::nullopt;
+    const std::int64_t mark = numberOf(read.value(0)) == 0 ? 1 : 0;
+    const std::int64_t exported = numberOf(read.value(1));
+    bool saved = false;
+    {
+        Database::Transaction transaction(m_db);
+        auto write = m_db.query(QStringLiteral("UPDATE %1 SET DUE_MARK = ? WHERE rowid = ?")
+                                    .arg(tableName(schema::Kopfdaten)));
+        write.bind(1, mark).bind(2, m_current->rowId);
+        saved = transaction.active() && write.run() && transaction.commit();
+    }
+    if (!saved) {
+        m_dialogs.notice(QStringLiteral("Satz nicht gespeichert!"));
+        return std::nullopt;
+    }
+    const QString text = markText(mark, exported);
+    if (m_selected >= 0 && size_t(m_selected) < m_rows.size())
+        m_rows[size_t(m_selected)].mark = text;
+    return text;
+}
+
+bool ListSelectionLogic::deleteList(std::int64_t headerRowId, std::int64_t childListId)
+{
+    Database::Transaction transaction(m_db);
+    if (!transaction.active())
+        return false;
+    auto header = m_db.query(
+        QStringLiteral("DELETE FROM %1 WHERE rowid = ?").arg(tableName(schema::Kopfdaten)));
+    if (!header.bind(1, headerRowId).run())
+        return false;
+    for (const TableDescriptor* table : {&schema::Holzdaten, &schema::Region}) {
+        auto children =
+            m_db.query(QStringLiteral("DELETE FROM %1 WHERE ID_FILE = ?").arg(tableName(*table)));
+        if (!children.bind(1, childListId).run())
+            return false;
+    }
+    return transaction.commit();
+}
+
+bool ListSelectionLogic::deleteSelected()
+{
+    if (m_selected < 0 || tableEmpty())
+        return false;
+    if (m_dialogs.yesNo(QStringLiteral("Soll die angewählte Liste"),
+                        QStringLiteral("wirklich gelöscht werden?"))
+        != MessageDialogs::Yes)
+        return false;
+    if (m_dialogs.yesNo(QStringLiteral("Alle Daten der Liste"), QStringLiteral("gehen verloren!"),
+                        QStringLiteral("Liste wirklich löschen?"))
+        != MessageDialogs::Yes)
+        return false;
+    if (!selectRow())
+        return false;
+    setWaitCursor(true);
+    const bool deleted = deleteList(m_current->rowId, m_state.currentList);
+    if (deleted && size_t(m_selected) < m_rows.size())
+        m_rows.erase(m_rows.begin() + m_selected);
+    setWaitCursor(false);
+    if (!deleted) {
+        m_dialogs.notice(QStringLiteral("Liste nicht gelöscht!"));
+        return false;
+    }
+    m_selected = 0;
+    return true;
+}
+
+ListSelectionLogic::Target ListSelectionLogic::newList()
+{
+    m_state.currentList = -1;
+    return Target::ListHeader;
+}
+
+ListSelectionLogic::Target ListSelectionLogic::openTally()
+{
+    if (!selectRow())
+        return Target::None;
+    // A warning only: the model list opens all the same.
+    if (isModelName(m_current->listNo))
+        m_dialogs.notice(QStringLiteral("Holzaufnahme in Modell-Liste "),
+                         QStringLiteral("nicht möglich!"));
+    return Target::Tally;
+}
+
+ListSelectionLogic::Target ListSelectionLogic::openInfo()
+{
+    return selectRow() ? Target::ListInfo : Target::None;
+}
+
+ListSelectionLogic::Target ListSelectionLogic::openRegion()
+{
+    return selectRow() ? Target::Region : Target::None;
+}
+
+ListSelectionLogic::Target ListSelectionLogic::withTrees(Target target)
+{
+    if (!selectRow())
+        return Target::None;
+    if (!hasTrees(m_state.currentList)) {
+        m_dialogs.notice(QStringLiteral("Keine Daten vorhanden!"));
+        return Target::None;
+    }
+    return target;
+}
+
+bool ListSelectionLogic::hasTrees(std::int64_t listId) const
+{
+    auto q = m_db.query(QStringLiteral("SELECT 1 FROM %1 WHERE ID_FILE = ? LIMIT 1")
+                            .arg(tableName(schema::Holzdaten)));
+    q.bind(1, listId);
+    return q.next();
+}
+
+std::int64_t ListSelectionLogic::lastIdFile() const
+{
+    auto q = m_db.query(QStringLiteral("SELECT ID_FILE FROM %1 ORDER BY rowid DESC LIMIT 1")
+                            .arg(tableName(schema::Kopfdaten)));
+    return q.next() ? numberOf(q.value(0)) : 0;
+}
+
+bool ListSelectionLogic::insertModel(std::optional<std::int64_t> fromRowId)
+{
+    Database::Transaction transaction(m_db);
+    if (!transaction.active())
+        return false;
+    const std::int64_t modelId = lastIdFile() + 1;
+    Dataset heads(m_db, schema::Kopfdaten);
+    if (fromRowId) {
+        // The selected list's header, its other fields kept.
+        if (!heads.reset({QStringLiteral("rowid = ?"), {FieldValue(*fromRowId)}, {}})
+            || heads.eof())
+            return false;
+        const QDate today = m_clock.now().date();
+        heads.setText(u"DATUM_A",
+                      QString::asprintf("%02d.%02d.%4d", today.day(), today.month(), today.year()));
+    } else {
+        heads.clearFields();
+    }
+    // A new model list has never been marked or sent.
+    heads.setInt(u"DUE_MARK", 0);
+    heads.setInt(u"EXPORTED_N_NI", 0);
+    heads.setInt(u"ID_FILE", modelId);
+    heads.setText(u"LISTE_NR", QString::fromUtf16(kModelName));
+    heads.setInt(u"KOR_FAKTOR_N", 100);
+    heads.setText(u"STRUKTUR", QString::fromLatin1(schema::kStructureVersion));
+    if (!heads.insert())
+        return false;
+
+    if (fromRowId) {
+        Dataset regions(m_db, schema::Region);
+        Dataset copies(m_db, schema::Region);
+        auto maxId = m_db.query(
+            QStringLiteral("SELECT COALESCE(MAX(ID), 0) FROM %1").arg(tableName(schema::Region)));
+        std::int64_t nextId = maxId.next() ? maxId.integer(0) + 1 : 1;
+        if (!regions.reset(Filter::byList(m_state.currentList)))
+            return false;
+        const int count = regions.count();
+        for (int i = 0; i < count; ++i) {
+            if (!regions.moveTo(i))
+                return false;
+            copies.clearFields();
+            for (const FieldDescriptor& field : schema::Region.fields) {
+                const QString name = QString::fromLatin1(field.name);
+                copies.setValue(name, regions.value(name));
+            }
+            copies.setInt(u"ID", nextId++);
+            copies.setInt(u"ID_FILE", modelId);
+            if (!copies.insert())
+                return false;
+        }
+    }
+    if (!transaction.commit())
+        return false;
+    if (fromRowId)
+        m_state.currentList = int(modelId);
+    return true;
+}
+
+bool ListSelectionLogic::buildModel()
+{
+    if (!selectRow() || isModelName(m_current->listNo))
+        return false;
+    const std::int64_t selectedRowId = m_current->rowId;
+
+    setWaitCursor(true);
+    std::optional<std::int64_t> oldModel;
+    auto walk = m_db.query(QStringLiteral("SELECT rowid, LISTE_NR FROM %1 ORDER BY rowid")
+                               .arg(tableName(schema::Kopfdaten)));
+    while (!oldModel && walk.next()) {
+        if (formattedListNo(walk.value(1)) == QStringView(kModelName))
+            oldModel = walk.integer(0);
+    }
+    // The old model's header goes, but its child rows are chosen by the current list number,
+    // that is the list selected here: the device deletes them that way.
+    const bool deleted = !oldModel || deleteList(*oldModel, m_state.currentList);
+    setWaitCursor(false);
+    if (!deleted) {
+        m_dialogs.notice(QStringLiteral("Liste nicht gelöscht!"));
+        build();
+        return false;
+    }
+
+    // Only "Ja" copies; "Leer", and a dialog closed without a button, make an empty model list,
+    // since the old one is gone either way.
+    const bool copy = m_dialogs.question(QStringLiteral("Soll die Modell-Liste mit"),
+                                         QStringLiteral("den Angaben aus der Liste"),
+                                         QStringLiteral("vorbelegt werden?"), QStringLiteral("Ja"),
+                                         QStringLiteral("Leer"), QString())
+                      == 1;
+    setWaitCursor(true);
+    const bool made = insertModel(copy ? std::optional(selectedRowId) : std::nullopt);
+    setWaitCursor(false);
+    if (!made)
+        m_dialogs.notice(QStringLiteral("Satz nicht gespeichert!"));
+    build();
+    return made;
+}
+
+int ListSelectionLogic::markedCount() const
+{
+    auto q = m_db.query(QStringLiteral("SELECT COUNT(*) FROM %1 WHERE DUE_MARK = 1")
+                            .arg(tableName(schema::Kopfdaten)));
+    return q.next() ? int(q.integer(0)) : 0;
+}
+
+bool ListSelectionLogic::readyToSend()
+{
+    if (markedCount() > 0)
+        return true;
+    m_dialogs.notice(QStringLiteral("Keine Liste für DÜ markiert!"));
+    return false;
+}
+
+bool ListSelectionLogic::markExported()
+{
+    Database::Transaction transaction(m_db);
+    auto q = m_db.query(QStringLiteral("UPDATE %1 SET DUE_MARK = 0, "
+                                       "EXPORTED_N_NI = COALESCE(EXPORTED_N_NI, 0) + 1 "
+                                       "WHERE DUE_MARK <> 0")
+                            .arg(tableName(schema::Kopfdaten)));
+    return transaction.active() && q.run() && transaction.commit();
+}
+
+void ListSelectionLogic::setWaitCursor(bool wait)
+{
+    if (m_host)
+        m_host->setWaitCursor(wait);
+}
+
+} // namespace brovant

@@ -1,0 +1,442 @@
+// The list header and list information screens driven like a user drives them, on the demo
+// configuration: keys clicked by object name, choices picked from the list keyboard, questions
+// answered by script.
+#include "app/ListHeaderDlg.h"
+#include "app/BrovantApp.h"
+#include "app/CNorvKey.h"
+#include "app/MainMenuDlg.h"
+#include "app/TariffAssignmentDlg.h"
+#include "app/logic/AppState.h"
+#include "data/Dataset.h"
+#include "data/Schema.h"
+#include "masterdata/DeviceSession.h"
+#include "platform/Clock.h"
+#include "platform/MessageDialogs.h"
+#include "support/TempRoot.h"
+
+#include <QApplication>
+#include <QFile>
+#include <QLabel>
+#include <QLineEdit>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace brovant {
+namespace {
+
+using Dlg = ListHeaderDlg;
+
+std::string str(const QString& text)
+{
+    return text.toStdString();
+}
+
+QString text(const char* utf8)
+{
+    return QString::fromUtf8(utf8);
+}
+
+const QString kMissing = QStringLiteral("Eingabe fehlt !!!||");
+
+class Program {
+public:
+    Program()
+    {
+        QFile demo(QStringLiteral(BROVANT_SOURCE_DIR "/demo/passive.dtr"));
+        EXPECT_TRUE(demo.open(QIODevice::ReadOnly));
+        root.writeFile(QStringLiteral("Brovant/passive.dtr"), demo.readAll());
+        app.replaceMessages(&dialogs);
+        EXPECT_TRUE(app.start());
+        app.mainWindow()->activateWindow();
+        EXPECT_TRUE(QTest::qWaitForWindowActive(app.mainWindow()));
+        screen = qobject_cast<Dlg*>(app.findScreen(QStringLiteral("listHeader")));
+        EXPECT_NE(screen, nullptr);
+        dialogs.clear();
+    }
+    ~Program() { app.shutdown(); }
+
+    // The shown key of that name on the active screen: bar keys exist once per keyboard.
+    void press(const QString& objectName)
+    {
+        for (CNorvKey* key : active()->findChildren<CNorvKey*>(objectName)) {
+            if (key->isVisible()) {
+                QTest::mouseClick(key, Qt::LeftButton);
+                return;
+            }
+        }
+        FAIL() << "no visible key " << str(objectName) << " on " << str(active()->objectName());
+    }
+    void press(int command) { press(QStringLiteral("key%1").arg(command)); }
+    void newList() { press(MainMenuDlg::kNewList); }
+    void enter() { press(CNorvKeybDlg::kEnter); }
+    // Characters from the letter or digit keyboard, switching with "Ziff" where needed.
+    void type(const QString& characters)
+    {
+        for (const QChar c : characters) {
+            const QString name = QStringLiteral("char_") + c;
+            for (int i = 0; i < 3 && !screen->keyboard()->findChild<CNorvKey*>(name); ++i)
+                press(CNorvKeybDlg::kZiff);
+            press(name);
+        }
+    }
+    // The key showing `choice` on the list keyboard shown now, turning its pages.
+    void pick(const char* choice)
+    {
+        CNorvKeyboard* list = screen->keyboard();
+        for (int page = 0; page < list->pageCount(); ++page) {
+            list->showPage(page);
+            for (int i = 0; i < list->keyCount(); ++i) {
+                if (list->key(i)->def().commandId == Dlg::kChoiceEntry
+                    && list->key(i)->caption() == text(choice)) {
+                    QTest::mouseClick(list->key(i), Qt::LeftButton);
+                    return;
+                }
+            }
+        }
+        FAIL() << "no choice " << choice;
+    }
+    // The captions of the list keyboard's first page.
+    QStringList choices()
+    {
+        QStringList out;
+        for (int i = 0; i < screen->keyboard()->keyCount(); ++i) {
+            CNorvKey* key = screen->keyboard()->key(i);
+            if (key->def().commandId == Dlg::kChoiceEntry && !key->caption().isEmpty())
+                out << key->caption();
+        }
+        return out;
+    }
+    QLineEdit* edit(const QString& field) { return screen->findChild<QLineEdit*>(field); }
+    QString label(const QString& name) { return active()->findChild<QLabel*>(name)->text(); }
+    QString focused() const
+    {
+        QWidget* w = QApplication::focusWidget();
+        return w ? w->objectName() : QString();
+    }
+    QString page() { return label(QStringLiteral("pageNumber")); }
+    CNorvBaseDlg* active() const { return app.GetActiveDlg(); }
+    // Where the screen goes when a list is done or given up.
+    CNorvBaseDlg* listSelection() const
+    {
+        CNorvBaseDlg* selection = app.findScreen(QStringLiteral("listSelection"));
+        return selection ? selection : app.findScreen(QStringLiteral("mainMenu"));
+    }
+    QStringList stored(const char* columns)
+    {
+        QStringList out;
+        auto q = session.database().query(
+            QStringLiteral("SELECT %1 FROM Brov_Kopfdaten").arg(text(columns)));
+        while (q.next()) {
+            QStringList values;
+            for (int i = 0; i < q.columnCount(); ++i)
+                values << q.text(i);
+            out << values.join(u'|');
+        }
+        return out;
+    }
+    void addList(std::int64_t id, const char* name, const char* kopf1 = "")
+    {
+        Dataset rows(session.database(), schema::Kopfdaten);
+        rows.setInt(u"ID_FILE", id);
+        rows.setText(u"LISTE_NR", text(name));
+        rows.setText(u"ZUSATZ_A", QStringLiteral("Zusatz %1").arg(id));
+        rows.setText(u"DATUM_A", QStringLiteral("01.04.2026"));
+        rows.setInt(u"KOR_FAKTOR_N", 95);
+        rows.setText(u"REGION_A", QStringLiteral("WR02    "));
+        rows.setText(u"KOPF1_A", text(kopf1));
+        rows.setText(u"KOPF12_A", QStringLiteral("Anna Probe"));
+        ASSERT_TRUE(rows.insert());
+    }
+    // Page 1 filled as a forester fills it: the name typed, the region picked from its list.
+    void fillFirstPage(const char* name, const char* region)
+    {
+        type(text(name));
+        for (int field = 0; field < 4; ++field)
+            press(CNorvKeybDlg::kNextField);
+        ASSERT_EQ(str(focused()), "REGION_A");
+        if (screen->keyboardIndex() != Dlg::Letters)
+            press(CNorvKeybDlg::kZiff); // from the region list to the letters
+        type(text(region));
+    }
+
+    test::TempRoot root;
+    DeviceSession session{root.path(), Database::Durability::Relaxed};
+    AppState state;
+    ManualClock clock;
+    ScriptedDialogs dialogs;
+    BrovantApp app{session, state, clock};
+    Dlg* screen = nullptr;
+};
+
+TEST(ListHeaderDlg, ANewListIsMadePageByPageFromTheMainMenu)
+{
+    Program p;
+    p.newList();
+    ASSERT_EQ(p.active(), p.screen);
+    EXPECT_EQ(str(p.label("title")), "Liste: ");
+    EXPECT_EQ(str(p.page()), "1/9");
+    const struct {
+        const char* field;
+        const char* label;
+        const char* value;
+    } firstPage[] = {
+        {"LISTE_NR", "Liste:", ""},          {"ZUSATZ_A", "Zusatz:", ""},
+        {"DATUM_A", "Datum:", "04.05.2026"}, {"KOR_FAKTOR_N", "Korr.-Faktor:", "100"},
+        {"REGION_A", "Wuchsreg:", ""},
+    };
+    for (const auto& f : firstPage) {
+        EXPECT_EQ(str(p.label(QStringLiteral("label_") + text(f.field))), f.label);
+        EXPECT_EQ(str(p.edit(text(f.field))->text()), f.value);
+    }
+    EXPECT_EQ(str(p.focused()), "LISTE_NR");
+    EXPECT_EQ(p.screen->keyboardIndex(), Dlg::Letters);
+
+    p.type(QStringLiteral("HIEB01"));
+    p.press(CNorvKeybDlg::kNextField);
+    EXPECT_EQ(str(p.focused()), "ZUSATZ_A");
+    p.type(QStringLiteral("NORDHANG"));
+    p.press(CNorvKeybDlg::kNextField);
+    EXPECT_EQ(p.screen->keyboardIndex(), Dlg::Digits); // the date
+    p.press(CNorvKeybDlg::kNextField);
+    p.press(CNorvKeybDlg::kNextField);
+    EXPECT_EQ(str(p.focused()), "REGION_A");
+    EXPECT_EQ(p.choices(), (QStringList{"OSTALB", "RHEINEB", "SCHWARZW", "WR01", "WR02"}));
+    p.pick("WR01");
+    EXPECT_EQ(str(p.edit("REGION_A")->text()), "WR01");
+    p.enter();
+
+    EXPECT_TRUE(p.dialogs.asked().isEmpty()) << str(p.dialogs.asked().join(u'\n'));
+    EXPECT_EQ(str(p.page()), "2/9");
+    EXPECT_EQ(str(p.label("title")), "Liste: HIEB01");
+    EXPECT_EQ(p.state.currentList, 1);
+    EXPECT_EQ(p.stored("ID_FILE, LISTE_NR, ZUSATZ_A, DATUM_A, KOR_FAKTOR_N, REGION_A, STRUKTUR"),
+              QStringList{"1|HIEB01|NORDHANG|04.05.2026|100|WR01|T00300"});
+
+    // Page 2: both fields mandatory, both with choice lists; a choice leads to the next field.
+    EXPECT_EQ(str(p.label("label_KOPF1_A")), "Forstamt:");
+    EXPECT_EQ(str(p.label("label_KOPF2_A")), "Revier:");
+    EXPECT_TRUE(p.screen->findChild<QLabel*>("label_KOPF1_A")->font().bold());
+    EXPECT_EQ(str(p.focused()), "KOPF1_A");
+    EXPECT_EQ(p.choices(), (QStringList{"Forstamt Musterwald", "Forstamt Beispielstadt",
+                                        "Forstamt Tannenhöhe", "Forstamt Eichengrund"}));
+    p.pick("Forstamt Musterwald");
+    EXPECT_EQ(str(p.focused()), "KOPF2_A");
+    p.pick("Revier Hirschberg");
+    p.enter();
+    // Page 3: Abteilung is mandatory and has no choices.
+    EXPECT_EQ(str(p.page()), "3/9");
+    EXPECT_EQ(p.screen->keyboardIndex(), Dlg::Letters);
+    p.enter();
+    EXPECT_EQ(p.dialogs.asked(), QStringList{kMissing});
+    EXPECT_EQ(str(p.page()), "3/9");
+    p.type(QStringLiteral("12"));
+    for (int page = 3; page < 7; ++page)
+        p.enter();
+    // Page 7: the Aufnehmer, a choice typed over on the letters.
+    EXPECT_EQ(str(p.page()), "7/9");
+    QTest::mouseClick(p.edit("KOPF12_A"), Qt::LeftButton);
+    EXPECT_EQ(str(p.focused()), "KOPF12_A");
+    p.pick("Anna Probe");
+    p.press(CNorvKeybDlg::kZiff);
+    EXPECT_EQ(p.screen->keyboardIndex(), Dlg::Letters);
+    p.type(QStringLiteral("-ß"));
+    for (int page = 7; page <= 9; ++page)
+        p.enter();
+
+    EXPECT_EQ(p.active(), p.listSelection());
+    EXPECT_EQ(p.dialogs.asked(), QStringList{kMissing});
+    EXPECT_EQ(p.stored("KOPF1_A, KOPF2_A, KOPF3_A, KOPF4_A, KOPF12_A"),
+              QStringList{"Forstamt Musterwald|Revier Hirschberg|12||Anna Probe-ß"});
+}
+
+TEST(ListHeaderDlg, LeavingTheFirstPageAnswersEachCheck)
+{
+    struct Case {
+        const char* name;
+        const char* listName;
+        const char* region;
+        int answer;
+        const char* goesTo; // screen shown afterwards
+        const char* asked;
+        int lists;
+    } const cases[] = {
+        {"no name, given up", "", "WR01", MessageDialogs::Yes, "",
+         "Kein Listenname angegeben!|Soll die Listenanlage|abgebrochen werden?", 0},
+        {"no name, kept on", "", "WR01", MessageDialogs::No, "listHeader",
+         "Kein Listenname angegeben!|Soll die Listenanlage|abgebrochen werden?", 0},
+        {"unknown region, Abbruch", "L1", "WR77", 2, "listHeader",
+         "Wuchsregion nicht vorhanden!|Wollen Sie die Tarife selbst|zuordnen?", 0},
+        {"unknown region, Zuordnen", "L1", "WR77", 1, "tariffAssignment",
+         "Wuchsregion nicht vorhanden!|Wollen Sie die Tarife selbst|zuordnen?", 1},
+        {"region empty", "L1", "", 0, "listHeader", "Eingabe fehlt !!!||", 0},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        Program p;
+        p.newList();
+        p.fillFirstPage(c.listName, c.region);
+        if (c.answer)
+            p.dialogs.answerNext(c.answer);
+        p.enter();
+        EXPECT_EQ(p.dialogs.asked(), QStringList{text(c.asked)});
+        CNorvBaseDlg* expected = *c.goesTo ? p.app.findScreen(text(c.goesTo)) : p.listSelection();
+        EXPECT_EQ(p.active(), expected);
+        EXPECT_EQ(p.stored("LISTE_NR").size(), c.lists);
+        if (p.active() == p.screen) {
+            EXPECT_EQ(str(p.page()), "1/9");
+        }
+    }
+}
+
+TEST(ListHeaderDlg, ZuordnenOpensTheRegionsTariffsAndBackReturnsToTheList)
+{
+    Program p;
+    p.newList();
+    p.fillFirstPage("L1", "WR77");
+    p.dialogs.answerNext(1);
+    p.enter();
+    ASSERT_EQ(p.active(), p.app.findScreen(QStringLiteral("tariffAssignment")));
+    EXPECT_EQ(str(p.label("title")), "Tarif-Zuordnung: WR77");
+    p.press(CNorvBaseDlg::IDCANCEL);
+
+    ASSERT_EQ(p.active(), p.screen);
+    EXPECT_EQ(str(p.page()), "1/9");
+    EXPECT_EQ(str(p.edit("LISTE_NR")->text()), "L1");
+    EXPECT_EQ(str(p.edit("REGION_A")->text()), "WR77");
+    // Now with a known region the list goes on; it is not made a second time.
+    p.edit("REGION_A")->setText(QStringLiteral("WR02"));
+    p.enter();
+    EXPECT_EQ(str(p.page()), "2/9");
+    EXPECT_EQ(p.stored("ID_FILE, LISTE_NR, REGION_A"), QStringList{"1|L1|WR02"});
+}
+
+TEST(ListHeaderDlg, CursorKeysTurnTheFreePagesOnly)
+{
+    Program p;
+    p.newList();
+    p.fillFirstPage("L1", "WR01");
+    p.press(CNorvKeybDlg::kPreviousField); // page 1: back to the previous field
+    EXPECT_EQ(str(p.focused()), "KOR_FAKTOR_N");
+    EXPECT_EQ(str(p.page()), "1/9");
+    p.enter();
+    ASSERT_EQ(str(p.page()), "2/9");
+
+    const struct {
+        int command;
+        const char* page;
+    } steps[] = {
+        {CNorvKeybDlg::kPreviousField, "2/9"}, // never back to page 1
+        {CNorvKeybDlg::kNextField, "3/9"},     // page 2's mandatory fields are not checked
+        {CNorvKeybDlg::kNextField, "4/9"},
+        {CNorvKeybDlg::kPreviousField, "3/9"},
+    };
+    for (const auto& s : steps) {
+        p.press(s.command);
+        EXPECT_EQ(str(p.page()), s.page);
+    }
+    // The device's own cursor keys do the same; what was typed is written first.
+    p.type(QStringLiteral("ABT"));
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Down);
+    EXPECT_EQ(str(p.page()), "4/9");
+    EXPECT_EQ(p.stored("KOPF3_A"), QStringList{"ABT"});
+    while (p.page() != QStringLiteral("9/9"))
+        p.press(CNorvKeybDlg::kNextField);
+    p.press(CNorvKeybDlg::kNextField);
+    EXPECT_EQ(str(p.page()), "9/9");
+    EXPECT_TRUE(p.dialogs.asked().isEmpty());
+
+    // Enter on page 9 commits the whole list: the skipped mandatory fields are missing.
+    p.enter();
+    EXPECT_EQ(p.dialogs.asked(),
+              QStringList{"Es wurden nicht alle|Pflicht-Kopfdaten eingegeben!|"});
+    EXPECT_EQ(p.active(), p.screen);
+}
+
+TEST(ListHeaderDlg, TheModelList)
+{
+    struct Case {
+        const char* name;
+        int answer;
+        const char* kopf1;
+        const char* addition;
+    } const cases[] = {
+        {"taken over", MessageDialogs::Yes, "Forstamt Tannenhöhe", "Zusatz 4"},
+        {"declined", MessageDialogs::No, "", ""},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        Program p;
+        p.addList(4, "MODELL", "Forstamt Tannenhöhe");
+        p.dialogs.answerNext(c.answer);
+        p.newList();
+        EXPECT_EQ(
+            p.dialogs.asked(),
+            QStringList{"Soll neue Liste mit Angaben|aus der Modell-Liste|vorbelegt werden?"});
+        EXPECT_EQ(str(p.edit("ZUSATZ_A")->text()), c.addition);
+        EXPECT_EQ(str(p.edit("KOPF1_A")->text()), c.kopf1);
+        EXPECT_EQ(str(p.edit("DATUM_A")->text()), "04.05.2026");
+        EXPECT_FALSE(p.edit("LISTE_NR")->isReadOnly());
+    }
+
+    // The model list itself keeps its name; the page starts at the next field.
+    Program p;
+    p.addList(4, "MODELL");
+    p.state.currentList = 4;
+    p.screen->openExisting();
+    ASSERT_EQ(p.active(), p.screen);
+    EXPECT_TRUE(p.dialogs.asked().isEmpty());
+    EXPECT_TRUE(p.edit("LISTE_NR")->isReadOnly());
+    EXPECT_EQ(str(p.focused()), "ZUSATZ_A");
+    EXPECT_EQ(str(p.label("title")), "Liste: MODELL");
+    // Exempt from the mandatory fields: Enter runs through every page.
+    for (int page = 1; page <= 9; ++page)
+        p.enter();
+    EXPECT_EQ(p.active(), p.listSelection());
+    EXPECT_TRUE(p.dialogs.asked().isEmpty()) << str(p.dialogs.asked().join(u'\n'));
+}
+
+TEST(ListHeaderDlg, ListInformationShowsTheFreeFieldsOfTheCurrentList)
+{
+    Program p;
+    p.addList(1, "EINS", "Forstamt Eichengrund");
+    p.addList(2, "ZWEI", QString(40, u'W').toLatin1().constData());
+    CNorvBaseDlg* info = p.app.findScreen(QStringLiteral("listInfo"));
+    ASSERT_NE(info, nullptr);
+
+    const struct {
+        int list;
+        const char* title;
+        const char* kopf1;
+    } cases[] = {
+        {1, "Liste: EINS", "Forstamt Eichengrund"},
+        {2, "Liste: ZWEI", ""}, // too long: cut with an ellipsis, whole in the tooltip
+        {7, "Liste: ", ""},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.list);
+        p.state.currentList = c.list;
+        p.app.SwitchToDialog(p.app.mainMenu(), 0);
+        p.app.SwitchToDialog(info, 0);
+        EXPECT_EQ(str(p.label("title")), c.title);
+        EXPECT_EQ(str(p.label("label_KOPF1_A")), "Forstamt:");
+        EXPECT_EQ(str(p.label("label_KOPF16_A")), "Bemerkung:");
+        auto* kopf1 = info->findChild<QLabel*>("KOPF1_A");
+        if (c.list == 2) {
+            EXPECT_TRUE(kopf1->text().endsWith(QChar(0x2026))) << str(kopf1->text());
+            EXPECT_EQ(kopf1->toolTip(), QString(40, u'W'));
+        } else {
+            EXPECT_EQ(str(kopf1->text()), c.kopf1);
+        }
+        EXPECT_EQ(str(p.label("KOPF12_A")), c.list == 7 ? "" : "Anna Probe");
+        // Nothing can be typed; back returns to the screen that opened it.
+        EXPECT_TRUE(info->findChildren<QLineEdit*>().isEmpty());
+        p.press(CNorvBaseDlg::IDCANCEL);
+        EXPECT_EQ(p.active(), p.app.mainMenu());
+    }
+}
+
+} // namespace
+} // namespace brovant

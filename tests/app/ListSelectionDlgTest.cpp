@@ -1,0 +1,423 @@
+// The list selection screen driven like a user drives it: opened from the main menu, rows tapped
+// in the list view, keys clicked by object name on the tab that shows them, questions answered by
+// script; afterwards the view and the database are checked.
+#include "app/ListSelectionDlg.h"
+#include "app/BrovantApp.h"
+#include "app/CNorvKey.h"
+#include "app/MainMenuDlg.h"
+#include "app/logic/AppState.h"
+#include "data/Dataset.h"
+#include "data/Schema.h"
+#include "device/BackupService.h"
+#include "masterdata/DeviceSession.h"
+#include "platform/Clock.h"
+#include "platform/MessageDialogs.h"
+#include "support/TempRoot.h"
+#include "transfer/TransferChannels.h"
+
+#include <QFile>
+#include <QHeaderView>
+#include <QLabel>
+#include <QTabBar>
+#include <QTest>
+#include <QTreeWidget>
+
+#include <gtest/gtest.h>
+
+inline void PrintTo(const QString& text, std::ostream* os)
+{
+    *os << '"' << text.toStdString() << '"';
+}
+
+namespace brovant {
+namespace {
+
+using Dlg = ListSelectionDlg;
+
+// A channel that reports what the test wants and counts its uses.
+struct ScriptedChannels final : TransferChannels {
+    bool sendResult = true;
+    int sends = 0;
+    int receives = 0;
+    bool receive() override
+    {
+        ++receives;
+        return true;
+    }
+    bool fetchConfiguration() override { return false; }
+    bool send() override
+    {
+        ++sends;
+        return sendResult;
+    }
+};
+
+class ListScreen : public ::testing::Test {
+protected:
+    ListScreen()
+        : session(root.path())
+        , app(session, state, clock)
+    {
+        QFile demo(QStringLiteral(BROVANT_SOURCE_DIR "/demo/passive.dtr"));
+        EXPECT_TRUE(demo.open(QIODevice::ReadOnly));
+        root.writeFile(QStringLiteral("Brovant/passive.dtr"), demo.readAll());
+        app.replaceMessages(&dialogs);
+        EXPECT_TRUE(app.start());
+        app.mainWindow()->activateWindow();
+        EXPECT_TRUE(QTest::qWaitForWindowActive(app.mainWindow()));
+        app.setChannels(&channels);
+        screen = qobject_cast<Dlg*>(app.findScreen(QStringLiteral("listSelection")));
+        EXPECT_NE(screen, nullptr);
+        dialogs.clear();
+    }
+    ~ListScreen() override { app.shutdown(); }
+
+    void addList(int id, const QString& name, int mark = 0, int trees = 0)
+    {
+        Dataset heads(session.database(), schema::Kopfdaten);
+        heads.clearFields();
+        heads.setInt(u"ID_FILE", id);
+        heads.setText(u"LISTE_NR", name);
+        heads.setText(u"ZUSATZ_A", QStringLiteral("Zusatz von %1").arg(name));
+        heads.setInt(u"DUE_MARK", mark);
+        heads.setInt(u"EXPORTED_N_NI", 0);
+        ASSERT_TRUE(heads.insert());
+        Dataset rows(session.database(), schema::Holzdaten);
+        for (int t = 0; t < trees; ++t) {
+            rows.clearFields();
+            rows.setInt(u"ID", id * 100 + t);
+            rows.setInt(u"ID_FILE", id);
+            ASSERT_TRUE(rows.insert());
+        }
+    }
+    // The main menu's "Liste auswählen".
+    void open()
+    {
+        if (app.GetActiveDlg() != app.mainMenu())
+            app.SwitchToDialog(app.mainMenu());
+        QTest::mouseClick(app.mainMenu()->findChild<CNorvKey*>(
+                              QStringLiteral("key%1").arg(MainMenuDlg::kSelectList)),
+                          Qt::LeftButton);
+        ASSERT_EQ(app.GetActiveDlg(), screen);
+    }
+    QTreeWidget* view() { return screen->listView(); }
+    QTabBar* tabs() { return screen->findChild<QTabBar*>(QStringLiteral("tabs")); }
+    void tab(int index)
+    {
+        QTest::mouseClick(tabs(), Qt::LeftButton, {}, tabs()->tabRect(index).center());
+    }
+    // The shown key of that command; the bottom bar's keys exist once per key bar.
+    CNorvKey* shownKey(int command)
+    {
+        for (CNorvKey* key : screen->findChildren<CNorvKey*>(QStringLiteral("key%1").arg(command)))
+            if (key->isVisible())
+                return key;
+        return nullptr;
+    }
+    void press(int command)
+    {
+        CNorvKey* key = shownKey(command);
+        ASSERT_NE(key, nullptr) << "no visible key " << command;
+        QTest::mouseClick(key, Qt::LeftButton);
+    }
+    void tapRow(int row, bool twice = false)
+    {
+        QTreeWidgetItem* item = view()->topLevelItem(row);
+        ASSERT_NE(item, nullptr) << row;
+        const QPoint at = view()->visualItemRect(item).center();
+        // A double tap arrives as a press and release followed by the double click.
+        QTest::mouseClick(view()->viewport(), Qt::LeftButton, {}, at);
+        if (twice)
+            QTest::mouseDClick(view()->viewport(), Qt::LeftButton, {}, at);
+    }
+    // Every row as "column0|column1|column2".
+    QStringList shown()
+    {
+        QStringList out;
+        for (int i = 0; i < view()->topLevelItemCount(); ++i) {
+            const QTreeWidgetItem* item = view()->topLevelItem(i);
+            out << item->text(0) + u'|' + item->text(1) + u'|' + item->text(2);
+        }
+        return out;
+    }
+    int selectedRow() { return view()->indexOfTopLevelItem(view()->currentItem()); }
+    int count(const char* sql)
+    {
+        auto q = session.database().query(QString::fromLatin1(sql));
+        return q.next() ? int(q.integer(0)) : -1;
+    }
+    QString active() { return app.GetActiveDlg() ? app.GetActiveDlg()->objectName() : QString(); }
+
+    test::TempRoot root;
+    DeviceSession session;
+    AppState state;
+    ManualClock clock;
+    ScriptedDialogs dialogs;
+    ScriptedChannels channels;
+    BrovantApp app;
+    Dlg* screen = nullptr;
+};
+
+TEST_F(ListScreen, ColumnsTabsAndKeyBars)
+{
+    addList(1, QStringLiteral("WALD"));
+    addList(2, QStringLiteral("FELD"), 1);
+    open();
+    EXPECT_EQ(screen->windowTitle(), QStringLiteral("Listenauswahl"));
+    QTreeWidgetItem* heading = view()->headerItem();
+    EXPECT_EQ(heading->text(0), QStringLiteral("Liste"));
+    EXPECT_EQ(heading->text(1), QStringLiteral("DÜ"));
+    EXPECT_EQ(heading->text(2), QStringLiteral("Zusatz")); // KOPF00 "Zusatz:" of the demo
+    EXPECT_EQ(view()->columnWidth(0), 80);
+    EXPECT_EQ(view()->columnWidth(1), 30);
+    EXPECT_EQ(view()->columnWidth(2), 80);
+    EXPECT_EQ(view()->topLevelItem(0)->textAlignment(1) & Qt::AlignHorizontal_Mask,
+              int(Qt::AlignRight));
+    EXPECT_EQ(view()->topLevelItem(0)->textAlignment(0) & Qt::AlignHorizontal_Mask, 0);
+    EXPECT_EQ(view()->selectionBehavior(), QAbstractItemView::SelectRows);
+    EXPECT_EQ(shown(),
+              (QStringList{"WALD    |   0|Zusatz von WALD", "FELD    |A0|Zusatz von FELD"}));
+    EXPECT_EQ(selectedRow(), 0);
+    EXPECT_TRUE(view()->hasFocus());
+
+    ASSERT_EQ(tabs()->count(), 3);
+    const struct {
+        const char* caption;
+        std::vector<int> keys;
+    } bars[] = {
+        {"Holzaufnahme",
+         {Dlg::kTally, Dlg::kNew, Dlg::kInfo, Dlg::kDelete, Dlg::kModel, Dlg::kRegion}},
+        {"Auswert.", {Dlg::kEval, Dlg::kPrint, Dlg::kAssortment}},
+        {"  DÜ   ", {Dlg::kMark, Dlg::kSend, Dlg::kReceive}},
+    };
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(tabs()->tabText(i), QString::fromUtf8(bars[i].caption));
+        tab(i);
+        for (const auto& bar : bars) {
+            for (int key : bar.keys)
+                EXPECT_EQ(shownKey(key) != nullptr, &bar == &bars[i]) << i << " " << key;
+        }
+        EXPECT_NE(shownKey(CNorvBaseDlg::IDCANCEL), nullptr);
+    }
+    EXPECT_EQ(shownKey(Dlg::kMark)->text(), QStringLiteral("DÜ"));
+}
+
+TEST_F(ListScreen, MarkTheTappedRowInPlace)
+{
+    addList(1, QStringLiteral("WALD"));
+    addList(2, QStringLiteral("FELD"));
+    open();
+    tab(Dlg::TransferTab);
+    const struct {
+        int row;
+        const char* first;
+        const char* second;
+    } steps[] = {
+        {1, "   0", "A0"},
+        {0, "A0", "A0"},
+        {1, "A0", "   0"},
+    };
+    for (const auto& s : steps) {
+        tapRow(s.row);
+        EXPECT_EQ(selectedRow(), s.row);
+        press(Dlg::kMark);
+        EXPECT_EQ(view()->topLevelItem(0)->text(1), QString::fromUtf8(s.first));
+        EXPECT_EQ(view()->topLevelItem(1)->text(1), QString::fromUtf8(s.second));
+        EXPECT_EQ(state.currentList, s.row + 1);
+    }
+    EXPECT_EQ(count("SELECT SUM(DUE_MARK) FROM Brov_Kopfdaten"), 1);
+    EXPECT_TRUE(dialogs.asked().isEmpty());
+}
+
+TEST_F(ListScreen, DeleteByKeyAndByTheDeleteKey)
+{
+    addList(1, QStringLiteral("EINS"), 0, 3);
+    addList(2, QStringLiteral("ZWEI"), 0, 2);
+    open();
+    tapRow(1);
+    dialogs.answerNext(MessageDialogs::Yes);
+    dialogs.answerNext(MessageDialogs::No);
+    press(Dlg::kDelete);
+    EXPECT_EQ(view()->topLevelItemCount(), 2);
+    EXPECT_EQ(dialogs.asked().size(), 2);
+
+    dialogs.answerNext(MessageDialogs::Yes);
+    dialogs.answerNext(MessageDialogs::Yes);
+    press(Dlg::kDelete);
+    EXPECT_EQ(shown(), QStringList{"EINS    |   0|Zusatz von EINS"});
+    EXPECT_EQ(selectedRow(), 0);
+    EXPECT_EQ(count("SELECT COUNT(*) FROM Brov_Holzdaten"), 3);
+
+    // The last row, with the device's Delete key on the list.
+    dialogs.clear();
+    dialogs.answerNext(MessageDialogs::Yes);
+    dialogs.answerNext(MessageDialogs::Yes);
+    QTest::keyClick(view(), Qt::Key_Delete);
+    EXPECT_EQ(view()->topLevelItemCount(), 0);
+    EXPECT_EQ(count("SELECT COUNT(*) FROM Brov_Kopfdaten"), 0);
+    EXPECT_EQ(count("SELECT COUNT(*) FROM Brov_Holzdaten"), 0);
+    EXPECT_EQ(dialogs.asked(),
+              (QStringList{"Soll die angewählte Liste|wirklich gelöscht werden?|",
+                           "Alle Daten der Liste|gehen verloren!|Liste wirklich löschen?"}));
+
+    // Now every key that works on one list does nothing, silently.
+    dialogs.clear();
+    dialogs.setFallback(MessageDialogs::Yes, 1);
+    const int perList[3][6] = {
+        {Dlg::kTally, Dlg::kInfo, Dlg::kDelete, Dlg::kModel, Dlg::kRegion, 0},
+        {Dlg::kEval, Dlg::kPrint, Dlg::kAssortment, 0, 0, 0},
+        {Dlg::kMark, 0, 0, 0, 0, 0},
+    };
+    for (int t = 0; t < 3; ++t) {
+        tab(t);
+        for (int key : perList[t]) {
+            if (key)
+                press(key);
+            EXPECT_EQ(active(), QStringLiteral("listSelection")) << key;
+        }
+    }
+    EXPECT_TRUE(dialogs.messages().empty());
+    EXPECT_EQ(count("SELECT COUNT(*) FROM Brov_Kopfdaten"), 0);
+}
+
+TEST_F(ListScreen, WaysToOtherScreens)
+{
+    addList(1, QStringLiteral("WALD"), 0, 2);
+    addList(2, QStringLiteral("MODELL"));
+    addList(3, QStringLiteral("LEER"));
+    open();
+    // Info for the tapped list, then back.
+    tapRow(2);
+    press(Dlg::kInfo);
+    EXPECT_EQ(active(), QStringLiteral("listInfo"));
+    EXPECT_EQ(state.currentList, 3);
+    app.SwitchToDialog(screen);
+    EXPECT_EQ(selectedRow(), 2);
+
+    // A double tap on the model list warns, and would open the tally.
+    tapRow(1, true);
+    EXPECT_EQ(dialogs.asked(), QStringList{"Holzaufnahme in Modell-Liste |nicht möglich!|"});
+    EXPECT_EQ(state.currentList, 2);
+    EXPECT_EQ(active(), QStringLiteral("listSelection"));
+
+    // Evaluation of a list without trees.
+    dialogs.clear();
+    tab(Dlg::EvaluationTab);
+    tapRow(2);
+    press(Dlg::kEval);
+    EXPECT_EQ(dialogs.asked(), QStringList{"Keine Daten vorhanden!||"});
+    dialogs.clear();
+    tapRow(0);
+    press(Dlg::kEval);
+    EXPECT_TRUE(dialogs.asked().isEmpty());
+    EXPECT_EQ(state.currentList, 1);
+
+    // "Neu" opens the header screen for a new list.
+    tab(Dlg::TallyTab);
+    press(Dlg::kNew);
+    EXPECT_EQ(state.currentList, -1);
+    EXPECT_EQ(active(), QStringLiteral("listHeader"));
+    app.SwitchToDialog(screen);
+    press(CNorvBaseDlg::IDCANCEL);
+    EXPECT_EQ(app.GetActiveDlg(), app.mainMenu());
+}
+
+TEST_F(ListScreen, EachShowingReadsTheRowsAgain)
+{
+    addList(1, QStringLiteral("EINS"));
+    open();
+    EXPECT_EQ(view()->topLevelItemCount(), 1);
+    addList(7, QStringLiteral("SIEBEN"));
+    addList(8, QStringLiteral("ACHT"));
+    state.currentList = 8;
+    open();
+    EXPECT_EQ(view()->topLevelItemCount(), 3);
+    EXPECT_EQ(selectedRow(), 2);
+}
+
+TEST_F(ListScreen, ModelListFromTheSelectedList)
+{
+    addList(1, QStringLiteral("WALD"));
+    addList(2, QStringLiteral("FELD"));
+    open();
+    tapRow(1);
+    dialogs.answerNext(1);
+    press(Dlg::kModel);
+    EXPECT_EQ(shown().last(), QStringLiteral("MODELL  |   0|Zusatz von FELD"));
+    EXPECT_EQ(selectedRow(), 2);
+    EXPECT_EQ(state.currentList, 3);
+    ASSERT_EQ(dialogs.messages().size(), 1u);
+    EXPECT_EQ(dialogs.messages()[0].captions, (QStringList{"Ja", "Leer", ""}));
+
+    // Again, from the first list, empty this time: still one model list.
+    tapRow(0);
+    dialogs.answerNext(2);
+    press(Dlg::kModel);
+    EXPECT_EQ(shown(), (QStringList{"WALD    |   0|Zusatz von WALD",
+                                    "FELD    |   0|Zusatz von FELD", "MODELL  |   0|"}));
+}
+
+TEST_F(ListScreen, SendMarksOnlyAfterASuccessfulTransfer)
+{
+    addList(1, QStringLiteral("WALD"));
+    addList(2, QStringLiteral("FELD"), 1);
+    open();
+    tab(Dlg::TransferTab);
+    tapRow(1);
+    press(Dlg::kMark); // unmarked: nothing left to send
+    press(Dlg::kSend);
+    EXPECT_EQ(dialogs.asked(), QStringList{"Keine Liste für DÜ markiert!||"});
+    EXPECT_EQ(channels.sends, 0);
+
+    const struct {
+        bool result;
+        const char* shown;
+    } cases[] = {{false, "A0"}, {true, "   1"}};
+    for (const auto& c : cases) {
+        tapRow(0);
+        if (view()->topLevelItem(0)->text(1) != QStringLiteral("A0"))
+            press(Dlg::kMark);
+        channels.sendResult = c.result;
+        press(Dlg::kSend);
+        EXPECT_EQ(view()->topLevelItem(0)->text(1), QString::fromUtf8(c.shown)) << c.result;
+        EXPECT_EQ(view()->topLevelItem(1)->text(1), QStringLiteral("   0"));
+    }
+    EXPECT_EQ(channels.sends, 2);
+}
+
+TEST_F(ListScreen, ReceiveShowsWhatArrived)
+{
+    open();
+    EXPECT_EQ(view()->topLevelItemCount(), 0);
+    addList(4, QStringLiteral("EMPF"));
+    tab(Dlg::TransferTab);
+    press(Dlg::kReceive);
+    EXPECT_EQ(channels.receives, 1);
+    EXPECT_EQ(shown(), QStringList{"EMPF    |   0|Zusatz von EMPF"});
+    EXPECT_EQ(active(), QStringLiteral("listSelection"));
+}
+
+// With automatic backup on, coming back from the header screen saves the database; coming back
+// from any other screen does not.
+TEST_F(ListScreen, AutomaticBackupOnReturnFromTheHeader)
+{
+    addList(1, QStringLiteral("WALD"));
+    const struct {
+        int automatic;
+        const char* from;
+        size_t backups;
+    } cases[] = {
+        {1, "settings", 0}, {0, "listHeader", 0}, {1, "listHeader", 1},
+        {1, "listInfo", 1}, {1, "listHeader", 2},
+    };
+    for (const auto& c : cases) {
+        session.store().writeInt(Setting::BackupAuto, 0, c.automatic);
+        app.SwitchToDialog(app.findScreen(QString::fromLatin1(c.from)));
+        app.SwitchToDialog(screen);
+        EXPECT_EQ(app.backup().entries().size(), c.backups) << c.from << " " << c.automatic;
+        EXPECT_EQ(shown().size(), 1);
+    }
+}
+
+} // namespace
+} // namespace brovant

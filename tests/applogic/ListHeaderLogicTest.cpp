@@ -1,0 +1,642 @@
+#include "app/logic/ListHeaderLogic.h"
+
+#include "app/logic/AppState.h"
+#include "data/Dataset.h"
+#include "data/Schema.h"
+#include "masterdata/DeviceSession.h"
+#include "platform/Clock.h"
+#include "platform/MessageDialogs.h"
+#include "support/TempRoot.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace brovant {
+
+void PrintTo(PageExit exit, std::ostream* os)
+{
+    static const char* const names[] = {"Stay", "NextPage", "Abandon", "AssignTariffs", "Finished"};
+    *os << names[int(exit)];
+}
+
+namespace {
+
+std::string str(const QString& text)
+{
+    return text.toStdString();
+}
+
+QString text(const char* utf8)
+{
+    return QString::fromUtf8(utf8);
+}
+
+const QString kMissing = QStringLiteral("Eingabe fehlt !!!||");
+const QString kNameQuestion =
+    QStringLiteral("Kein Listenname angegeben!|Soll die Listenanlage|abgebrochen werden?");
+const QString kDuplicate =
+    QStringLiteral("Listenname existiert bereits!|Bitte verwenden Sie einen|anderen Listennamen.");
+const QString kFactor = QStringLiteral("K-Faktor falsch !!!||");
+const QString kRegionQuestion =
+    QStringLiteral("Wuchsregion nicht vorhanden!|Wollen Sie die Tarife selbst|zuordnen?");
+const QString kNotAll = QStringLiteral("Es wurden nicht alle|Pflicht-Kopfdaten eingegeben!|");
+
+// Mandatory free fields of every device here: both of page 2 and the second of page 7.
+constexpr int kMandatory[] = {1, 2, 12};
+
+// A device with master data (regions WR01 assigned, WR09 and WR08 only in other row kinds),
+// header settings, messages answered by script and a clock at 4 May 2026.
+class Device {
+public:
+    Device()
+    {
+        session.openDatabase();
+        addMasterRow(1, schema::TariffAssignmentRow, "WR01    ");
+        addMasterRow(2, schema::TariffVolumeRow, "WR09    ");
+        addMasterRow(3, schema::DiameterClassRow, "WR08");
+        for (const int field : kMandatory)
+            session.store().writeInt(Setting::Plausi, field, 1);
+    }
+
+    void addMasterRow(std::int64_t id, int type, const char* region)
+    {
+        Dataset rows(session.database(), schema::Einstellungen);
+        rows.setInt(u"ID", id);
+        rows.setInt(u"ID_TYPE", type);
+        rows.setText(u"REGION_A", text(region));
+        ASSERT_TRUE(rows.insert());
+    }
+    // A list as the list selection screen would have left it.
+    void addList(std::int64_t id, const char* name, const char* region = "WR01    ",
+                 std::function<void(Dataset&)> more = {})
+    {
+        Dataset rows(session.database(), schema::Kopfdaten);
+        rows.setInt(u"ID_FILE", id);
+        rows.setText(u"LISTE_NR", text(name));
+        rows.setText(u"DATUM_A", QStringLiteral("01.04.2026"));
+        rows.setInt(u"KOR_FAKTOR_N", 100);
+        rows.setText(u"REGION_A", text(region));
+        if (more)
+            more(rows);
+        ASSERT_TRUE(rows.insert());
+    }
+    void addTree(std::int64_t list, std::int64_t id, const char* species, std::int64_t diameter)
+    {
+        Dataset rows(session.database(), schema::Holzdaten);
+        rows.setInt(u"ID", id);
+        rows.setInt(u"ID_FILE", list);
+        rows.setInt(u"ID_TYPE", 1);
+        rows.setInt(u"STK", 1);
+        rows.setText(u"BAUMART", text(species));
+        rows.setInt(u"BHD", diameter);
+        rows.setInt(u"KUBATUR", diameter * 3);
+        ASSERT_TRUE(rows.insert());
+    }
+
+    // Committed rows only: read through a connection of its own.
+    QStringList committed(const QString& sql)
+    {
+        Database other(session.database().file(), Database::Durability::Relaxed);
+        EXPECT_TRUE(other.open());
+        QStringList out;
+        auto q = other.query(sql);
+        while (q.next()) {
+            QStringList columns;
+            for (int i = 0; i < q.columnCount(); ++i)
+                columns << q.text(i);
+            out << columns.join(u'|');
+        }
+        return out;
+    }
+    QStringList lists()
+    {
+        return committed(QStringLiteral("SELECT ID_FILE, LISTE_NR FROM Brov_Kopfdaten"));
+    }
+    QStringList trees()
+    {
+        return committed(
+            QStringLiteral("SELECT ID_FILE, ID, BAUMART, BHD, KUBATUR FROM Brov_Holzdaten"));
+    }
+
+    void set(const char16_t* field, const char* value) { rows.setText(field, text(value)); }
+    // Fills the mandatory fields of the page shown and leaves it.
+    PageExit fillAndLeave()
+    {
+        const int first = ListHeaderLogic::firstFieldOf(logic.page());
+        for (int field = first; field <= first + 1; ++field)
+            rows.setText(ListHeaderLogic::freeFieldName(field), QStringLiteral("X%1").arg(field));
+        return logic.leavePage();
+    }
+
+    test::TempRoot root;
+    DeviceSession session{root.path(), Database::Durability::Relaxed};
+    ManualClock clock{QDateTime(QDate(2026, 5, 4), QTime(7, 30))};
+    ScriptedDialogs dialogs;
+    AppState state;
+    Dataset rows{session.database(), schema::Kopfdaten};
+    ListHeaderLogic logic{rows, session.store(), state, clock, dialogs};
+};
+
+// Leaving page 1 of a new list named "NEU" (region WR01, today, factor 100) with one change.
+struct FirstPageCase {
+    const char* name;
+    std::function<void(Device&)> change;
+    std::vector<int> answers;
+    PageExit exit;
+    QStringList asked;
+};
+
+void PrintTo(const FirstPageCase& c, std::ostream* os)
+{
+    *os << c.name;
+}
+
+class FirstPageTest : public ::testing::TestWithParam<FirstPageCase> {};
+
+TEST_P(FirstPageTest, ChecksRunInOrderAndOnlyAPassingPageIsWritten)
+{
+    const FirstPageCase& c = GetParam();
+    Device d;
+    d.addList(1, "ALT");
+    d.addList(2, "MODELL  ", "");
+    ASSERT_TRUE(d.logic.startNew(QStringLiteral("NEU"), false));
+    d.set(u"REGION_A", "WR01");
+    c.change(d);
+    for (const int answer : c.answers)
+        d.dialogs.answerNext(answer);
+
+    const PageExit exit = d.logic.leavePage();
+
+    EXPECT_EQ(exit, c.exit);
+    EXPECT_EQ(d.dialogs.asked(), c.asked);
+    const bool written = exit == PageExit::NextPage || exit == PageExit::AssignTariffs;
+    EXPECT_EQ(d.lists().size(), written ? 3 : 2);
+    EXPECT_EQ(d.state.currentList, written ? 3 : -1);
+    EXPECT_EQ(d.logic.page(), exit == PageExit::NextPage ? 2 : 1);
+    EXPECT_EQ(d.logic.isNew(), !written);
+}
+
+const FirstPageCase kFirstPageCases[] = {
+    {"AllPass", [](Device&) {}, {}, PageExit::NextPage, {}},
+    {"NameEmptyAbandonedOnYes",
+     [](Device& d) {
+         d.set(u"LISTE_NR", "");
+         d.set(u"DATUM_A", "");
+     },
+     {MessageDialogs::Yes},
+     PageExit::Abandon,
+     {kNameQuestion}},
+    {"NameBlankStaysOnNo",
+     [](Device& d) { d.set(u"LISTE_NR", "   "); },
+     {MessageDialogs::No},
+     PageExit::Stay,
+     {kNameQuestion}},
+    {"NameTakenBeforeDate",
+     [](Device& d) {
+         d.set(u"LISTE_NR", "ALT");
+         d.set(u"DATUM_A", "");
+     },
+     {},
+     PageExit::Stay,
+     {kDuplicate}},
+    {"NameTakenWithTrailingBlanks",
+     [](Device& d) { d.set(u"LISTE_NR", "ALT   "); },
+     {},
+     PageExit::Stay,
+     {kDuplicate}},
+    {"NameDiffersInCase", [](Device& d) { d.set(u"LISTE_NR", "alt"); }, {}, PageExit::NextPage, {}},
+    {"DateEmptyBeforeFactor",
+     [](Device& d) {
+         d.set(u"DATUM_A", "");
+         d.rows.setInt(u"KOR_FAKTOR_N", 49);
+     },
+     {},
+     PageExit::Stay,
+     {kMissing}},
+    {"Factor49",
+     [](Device& d) { d.rows.setInt(u"KOR_FAKTOR_N", 49); },
+     {},
+     PageExit::Stay,
+     {kFactor}},
+    {"Factor50", [](Device& d) { d.rows.setInt(u"KOR_FAKTOR_N", 50); }, {}, PageExit::NextPage, {}},
+    {"Factor150",
+     [](Device& d) { d.rows.setInt(u"KOR_FAKTOR_N", 150); },
+     {},
+     PageExit::NextPage,
+     {}},
+    {"Factor151BeforeRegion",
+     [](Device& d) {
+         d.rows.setInt(u"KOR_FAKTOR_N", 151);
+         d.set(u"REGION_A", "");
+     },
+     {},
+     PageExit::Stay,
+     {kFactor}},
+    {"FactorNotANumber",
+     [](Device& d) { d.set(u"KOR_FAKTOR_N", "1.00"); },
+     {},
+     PageExit::Stay,
+     {kFactor}},
+    {"RegionEmpty", [](Device& d) { d.set(u"REGION_A", ""); }, {}, PageExit::Stay, {kMissing}},
+    {"RegionOnlyInVolumeRowsAbandoned",
+     [](Device& d) { d.set(u"REGION_A", "WR09"); },
+     {2},
+     PageExit::Stay,
+     {kRegionQuestion}},
+    {"RegionOnlyInClassRowsClosed",
+     [](Device& d) { d.set(u"REGION_A", "WR08"); },
+     {MessageDialogs::NoChoice},
+     PageExit::Stay,
+     {kRegionQuestion}},
+    {"RegionUnknownAssignedAnyway",
+     [](Device& d) { d.set(u"REGION_A", "WR77"); },
+     {1},
+     PageExit::AssignTariffs,
+     {kRegionQuestion}},
+    {"RegionWithTrailingBlanks",
+     [](Device& d) { d.set(u"REGION_A", "WR01  "); },
+     {},
+     PageExit::NextPage,
+     {}},
+    {"RegionWithLeadingBlank",
+     [](Device& d) { d.set(u"REGION_A", " WR01"); },
+     {},
+     PageExit::Stay,
+     {kRegionQuestion}},
+    {"ModelWithoutDateAndRegion",
+     [](Device& d) {
+         d.set(u"LISTE_NR", "MODELL");
+         d.set(u"DATUM_A", "");
+         d.set(u"REGION_A", "");
+     },
+     {},
+     PageExit::Stay,
+     {kDuplicate}}, // a model list exists already
+};
+
+INSTANTIATE_TEST_SUITE_P(Checks, FirstPageTest, ::testing::ValuesIn(kFirstPageCases),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+TEST(ListHeader, TheModelListIsExemptFromDateRegionAndMandatoryFields)
+{
+    struct Case {
+        const char* name;
+        const char* region;
+        std::vector<int> answers;
+        PageExit exit;
+        QStringList asked;
+    } const cases[] = {
+        {"MODELL", "", {}, PageExit::NextPage, {}},
+        {"MODELL  ", "", {}, PageExit::NextPage, {}},
+        // A region the model names is checked all the same.
+        {"MODELL", "WR09", {2}, PageExit::Stay, {kRegionQuestion}},
+        {"modell", "", {}, PageExit::Stay, {kMissing}},
+        {"MODELL2", "", {}, PageExit::Stay, {kMissing}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        Device d;
+        ASSERT_TRUE(d.logic.startNew(text(c.name), false));
+        d.set(u"DATUM_A", "");
+        d.set(u"REGION_A", c.region);
+        for (const int answer : c.answers)
+            d.dialogs.answerNext(answer);
+        EXPECT_EQ(d.logic.leavePage(), c.exit);
+        EXPECT_EQ(d.dialogs.asked(), c.asked);
+        if (c.exit != PageExit::NextPage)
+            continue;
+        // Every free page, mandatory or not, is left empty, and the list is complete.
+        for (int page = 2; page <= ListHeaderLogic::kPages; ++page)
+            EXPECT_EQ(d.logic.leavePage(),
+                      page < ListHeaderLogic::kPages ? PageExit::NextPage : PageExit::Finished);
+        EXPECT_TRUE(d.logic.missingMandatory().isEmpty());
+        EXPECT_TRUE(d.dialogs.asked().isEmpty());
+    }
+}
+
+TEST(ListHeader, ThreeButtonQuestionOffersZuordnenAndAbbruch)
+{
+    Device d;
+    ASSERT_TRUE(d.logic.startNew(QStringLiteral("NEU"), false));
+    d.set(u"REGION_A", "WR77");
+    d.dialogs.answerNext(1);
+    EXPECT_EQ(d.logic.leavePage(), PageExit::AssignTariffs);
+    ASSERT_EQ(d.dialogs.messages().size(), 1u);
+    const ScriptedDialogs::Message& m = d.dialogs.messages().front();
+    EXPECT_EQ(m.kind, ScriptedDialogs::Kind::Question);
+    EXPECT_EQ(m.captions, (QStringList{"Zuordnen", "Abbruch", ""}));
+    EXPECT_EQ(str(d.logic.region()), "WR77");
+    // The list is written and current, so coming back reopens it on page 1.
+    EXPECT_EQ(d.lists(), QStringList{"1|NEU"});
+    EXPECT_TRUE(d.logic.openExisting(d.state.currentList));
+    EXPECT_EQ(str(d.rows.loadText(u"REGION_A")), "WR77");
+}
+
+TEST(ListHeader, RenamingIsCheckedAgainstTheOtherListsOnly)
+{
+    struct Case {
+        const char* newName;
+        bool accepted;
+    } const cases[] = {
+        {"ZWEI", true},     // its own name
+        {"ZWEI    ", true}, // the same, as the field pads it
+        {"EINS", false},    // another list's name
+        {"DREI", true},     // a free name
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.newName);
+        Device d;
+        d.addList(1, "EINS");
+        d.addList(2, "ZWEI");
+        ASSERT_TRUE(d.logic.openExisting(2));
+        EXPECT_FALSE(d.logic.nameReadOnly());
+        d.set(u"LISTE_NR", c.newName);
+        EXPECT_EQ(d.logic.leavePage(), c.accepted ? PageExit::NextPage : PageExit::Stay);
+        EXPECT_EQ(d.dialogs.asked(), c.accepted ? QStringList{} : QStringList{kDuplicate});
+        EXPECT_EQ(d.lists(),
+                  (QStringList{"1|EINS", c.accepted ? QStringLiteral("2|%1").arg(text(c.newName))
+                                                    : QStringLiteral("2|ZWEI")}));
+    }
+}
+
+TEST(ListHeader, NewRowDefaults)
+{
+    struct Case {
+        const char* name;
+        std::vector<std::int64_t> existing; // ID_FILE in table order
+        QDate today;
+        const char* preset;
+        std::int64_t id;
+        const char* date;
+    } const cases[] = {
+        {"empty table", {}, QDate(2026, 5, 4), "", 1, "04.05.2026"},
+        {"after the last row", {1, 2, 3}, QDate(2026, 1, 9), "P1", 4, "09.01.2026"},
+        {"last in table order, not the largest", {5, 2}, QDate(2030, 12, 31), "", 3, "31.12.2030"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        Device d;
+        for (const std::int64_t id : c.existing)
+            d.addList(id, QStringLiteral("L%1").arg(id).toLatin1().constData());
+        d.clock.setNow(QDateTime(c.today, QTime(12, 0)));
+        ASSERT_TRUE(d.logic.openNew(text(c.preset)));
+        EXPECT_TRUE(d.dialogs.asked().isEmpty()); // no model list, no question
+        EXPECT_TRUE(d.logic.isNew());
+        EXPECT_EQ(d.logic.listId(), c.id);
+        EXPECT_EQ(str(d.rows.loadText(u"DATUM_A")), c.date);
+        EXPECT_EQ(str(d.rows.loadText(u"LISTE_NR")), c.preset);
+        EXPECT_EQ(d.rows.loadInt(u"KOR_FAKTOR_N"), 100);
+        EXPECT_EQ(str(d.rows.loadText(u"STRUKTUR")), "T00300");
+        EXPECT_EQ(str(d.rows.loadText(u"REGION_A")), "");
+        EXPECT_EQ(str(d.logic.title()), str(QStringLiteral("Liste: ") + text(c.preset)));
+    }
+}
+
+TEST(ListHeader, ANewListFromTheModelTakesItsValuesAndACopyOfItsTrees)
+{
+    struct Case {
+        const char* name;
+        bool model;
+        int answer;
+        const char* region; // of the model
+        std::vector<int> regionAnswers;
+        PageExit exit;
+    } const cases[] = {
+        {"seeded", true, MessageDialogs::Yes, "WR01", {}, PageExit::NextPage},
+        {"declined", true, MessageDialogs::No, "WR01", {}, PageExit::Stay},
+        {"no model, no question", false, 0, "WR01", {}, PageExit::Stay},
+        // "Zuordnen" writes the list, and the trees come along.
+        {"seeded, region unknown", true, MessageDialogs::Yes, "WR77", {1}, PageExit::AssignTariffs},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        Device d;
+        d.addList(1, "ALT");
+        d.addTree(1, 1, "BU ", 30);
+        if (c.model) {
+            d.addList(7, "MODELL  ", c.region, [](Dataset& rows) {
+                rows.setText(u"ZUSATZ_A", QStringLiteral("Vorlage"));
+                rows.setText(u"DATUM_A", QString());
+                rows.setInt(u"KOR_FAKTOR_N", 90);
+                rows.setText(u"KOPF1_A", QStringLiteral("Forstamt Nord"));
+                rows.setText(u"KOPF2_A", QStringLiteral("Revier Ost"));
+                rows.setText(u"KOPF16_A", QStringLiteral("Bemerkung"));
+                rows.setInt(u"DUE_MARK", 1);
+            });
+            d.addTree(7, 1, "FI ", 24);
+            d.addTree(7, 2, "TA ", 36);
+        }
+        if (c.answer)
+            d.dialogs.answerNext(c.answer);
+        ASSERT_TRUE(d.logic.openNew(QStringLiteral("NEU")));
+        EXPECT_EQ(d.dialogs.asked(),
+                  c.model ? QStringList{QStringLiteral(
+                      "Soll neue Liste mit Angaben|aus der Modell-Liste|vorbelegt "
+                      "werden?")}
+                          : QStringList{});
+        const bool seeded = c.answer == MessageDialogs::Yes;
+        EXPECT_EQ(d.logic.seededFromModel(), seeded);
+        EXPECT_EQ(d.logic.listId(), c.model ? 8 : 2);
+        EXPECT_EQ(str(d.rows.loadText(u"LISTE_NR")), "NEU");
+        EXPECT_EQ(str(d.rows.loadText(u"DATUM_A")), "04.05.2026");
+        EXPECT_EQ(d.rows.loadInt(u"DUE_MARK"), 0);
+        EXPECT_EQ(str(d.rows.loadText(u"ZUSATZ_A")), seeded ? "Vorlage" : "");
+        EXPECT_EQ(d.rows.loadInt(u"KOR_FAKTOR_N"), seeded ? 90 : 100);
+        EXPECT_EQ(str(d.rows.loadText(u"KOPF2_A")), seeded ? "Revier Ost" : "");
+        EXPECT_EQ(str(d.rows.loadText(u"KOPF16_A")), seeded ? "Bemerkung" : "");
+
+        d.dialogs.clear();
+        for (const int answer : c.regionAnswers)
+            d.dialogs.answerNext(answer);
+        EXPECT_EQ(d.logic.leavePage(), c.exit) << str(d.dialogs.asked().join(u'\n'));
+        QStringList expected = {"1|1|BU |30|90"};
+        if (c.model)
+            expected << "7|1|FI |24|72"
+                     << "7|2|TA |36|108";
+        if (seeded)
+            expected << "8|1|FI |24|72"
+                     << "8|2|TA |36|108";
+        EXPECT_EQ(d.trees(), expected);
+        // Written once: leaving page 1 again copies nothing more.
+        if (c.exit == PageExit::AssignTariffs) {
+            ASSERT_TRUE(d.logic.openExisting(8));
+            d.set(u"REGION_A", "WR01");
+            EXPECT_EQ(d.logic.leavePage(), PageExit::NextPage);
+            EXPECT_EQ(d.trees(), expected);
+        }
+    }
+}
+
+TEST(ListHeader, AFailedCopyWritesNothingAndKeepsTheNewRow)
+{
+    Device d;
+    d.addList(3, "MODELL", "");
+    d.addTree(3, 1, "FI ", 24);
+    d.dialogs.answerNext(MessageDialogs::Yes);
+    ASSERT_TRUE(d.logic.openNew(QStringLiteral("NEU")));
+    d.set(u"REGION_A", "WR01");
+    // The tree table is gone: the copy fails after the header row went in.
+    ASSERT_TRUE(d.session.database().exec(QStringLiteral("DROP TABLE Brov_Holzdaten")));
+    d.dialogs.clear();
+
+    EXPECT_EQ(d.logic.leavePage(), PageExit::Stay);
+    EXPECT_EQ(d.dialogs.asked(), QStringList{"Satz nicht gespeichert!||"});
+    EXPECT_EQ(d.lists(), QStringList{"3|MODELL"});
+    EXPECT_TRUE(d.logic.isNew());
+    EXPECT_EQ(d.logic.listId(), 4);
+    EXPECT_EQ(str(d.rows.loadText(u"REGION_A")), "WR01");
+    EXPECT_EQ(d.state.currentList, -1);
+}
+
+TEST(ListHeader, FreePagesCheckTheirMandatoryFieldsAndTheLastPageAllOfThem)
+{
+    struct Case {
+        const char* name;
+        int page;
+        const char* first;  // the page's first free field
+        const char* second; // and its second
+        PageExit exit;
+        QStringList asked;
+    } const cases[] = {
+        {"page 2 complete", 2, "A", "B", PageExit::NextPage, {}},
+        {"page 2 first missing", 2, "", "B", PageExit::Stay, {kMissing}},
+        {"page 2 second missing", 2, "A", "", PageExit::Stay, {kMissing}},
+        {"page 2 both missing: one notice", 2, "", "", PageExit::Stay, {kMissing}},
+        {"page 3 has no mandatory field", 3, "", "", PageExit::NextPage, {}},
+        {"page 7 second only blanks", 7, "", "   ", PageExit::Stay, {kMissing}},
+        {"page 7 second filled", 7, "", "Aufnehmer", PageExit::NextPage, {}},
+        {"page 9 last", 9, "", "", PageExit::Finished, {}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        Device d;
+        ASSERT_TRUE(d.logic.startNew(QStringLiteral("NEU"), false));
+        d.set(u"REGION_A", "WR01");
+        ASSERT_EQ(d.logic.leavePage(), PageExit::NextPage);
+        while (d.logic.page() < c.page)
+            ASSERT_EQ(d.fillAndLeave(), PageExit::NextPage);
+        const int field = ListHeaderLogic::firstFieldOf(c.page);
+        d.rows.setText(ListHeaderLogic::freeFieldName(field), text(c.first));
+        d.rows.setText(ListHeaderLogic::freeFieldName(field + 1), text(c.second));
+
+        EXPECT_EQ(d.logic.leavePage(), c.exit);
+        EXPECT_EQ(d.dialogs.asked(), c.asked);
+        EXPECT_EQ(d.logic.page(), c.exit == PageExit::NextPage ? c.page + 1 : c.page);
+        // What a page that was left holds is committed.
+        const QStringList stored = d.committed(QStringLiteral("SELECT %1, %2 FROM Brov_Kopfdaten")
+                                                   .arg(ListHeaderLogic::freeFieldName(field),
+                                                        ListHeaderLogic::freeFieldName(field + 1)));
+        EXPECT_EQ(stored,
+                  QStringList{c.exit == PageExit::Stay ? QStringLiteral("|")
+                                                       : text(c.first) + u'|' + text(c.second)});
+    }
+}
+
+TEST(ListHeader, CursorKeysTurnFreePagesWithoutChecksAndTheLastPageChecksAll)
+{
+    Device d;
+    ASSERT_TRUE(d.logic.startNew(QStringLiteral("NEU"), false));
+    d.set(u"REGION_A", "WR01");
+    // Page 1 is left only by Enter.
+    EXPECT_FALSE(d.logic.pageDown());
+    EXPECT_FALSE(d.logic.pageUp());
+    EXPECT_EQ(d.logic.page(), 1);
+    EXPECT_TRUE(d.lists().isEmpty());
+    ASSERT_EQ(d.logic.leavePage(), PageExit::NextPage);
+
+    EXPECT_FALSE(d.logic.pageUp()); // not back to page 1
+    d.set(u"KOPF2_A", "Revier");
+    for (int page = 3; page <= ListHeaderLogic::kPages; ++page) {
+        EXPECT_TRUE(d.logic.pageDown());
+        EXPECT_EQ(d.logic.page(), page);
+    }
+    EXPECT_FALSE(d.logic.pageDown());
+    EXPECT_TRUE(d.dialogs.asked().isEmpty());
+    // Turning the page wrote what was typed.
+    EXPECT_EQ(d.committed(QStringLiteral("SELECT KOPF2_A FROM Brov_Kopfdaten")),
+              QStringList{"Revier"});
+
+    EXPECT_EQ(d.logic.missingMandatory(), (QList<int>{1, 12}));
+    EXPECT_EQ(d.logic.leavePage(), PageExit::Stay);
+    EXPECT_EQ(d.dialogs.asked(), QStringList{kNotAll});
+    EXPECT_EQ(d.logic.page(), 9);
+
+    d.dialogs.clear();
+    while (d.logic.page() > 2)
+        EXPECT_TRUE(d.logic.pageUp());
+    d.set(u"KOPF1_A", "Forstamt");
+    d.set(u"KOPF12_A", "Aufnehmer");
+    while (d.logic.page() < ListHeaderLogic::kPages)
+        EXPECT_EQ(d.logic.leavePage(), PageExit::NextPage);
+    EXPECT_EQ(d.logic.leavePage(), PageExit::Finished);
+    EXPECT_TRUE(d.dialogs.asked().isEmpty());
+}
+
+TEST(ListHeader, OpeningAnExistingListFindsItsRow)
+{
+    struct Case {
+        std::int64_t id;
+        bool found;
+        const char* name;
+        bool readOnly;
+    } const cases[] = {
+        {4, true, "VIER", false},
+        {9, true, "MODELL", true},
+        {5, false, "", false},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.id);
+        Device d;
+        d.addList(4, "VIER");
+        d.addList(9, "MODELL", "");
+        EXPECT_EQ(d.logic.openExisting(c.id), c.found);
+        if (!c.found)
+            continue;
+        EXPECT_EQ(d.logic.listId(), c.id);
+        EXPECT_EQ(str(d.rows.loadText(u"LISTE_NR")), c.name);
+        EXPECT_EQ(d.logic.nameReadOnly(), c.readOnly);
+        EXPECT_EQ(d.logic.page(), 1);
+        EXPECT_FALSE(d.logic.seededFromModel());
+    }
+}
+
+TEST(ListHeader, LabelsFlagsChoicesAndRegionsComeFromTheConfiguration)
+{
+    Device d;
+    SettingsStore& store = d.session.store();
+    store.writeText(Setting::KopfLabel, 1, QStringLiteral("Aufnahme am:        "));
+    store.writeText(Setting::KopfLabel, 4, QStringLiteral("Forstamt:           "));
+    store.writeChoice(1, 1, QStringLiteral("Nord").leftJustified(40));
+    store.writeChoice(1, 2, QString(40, u' '));
+    store.writeChoice(1, 3, QStringLiteral(" Süd"));
+    store.writeChoice(1, 30, QStringLiteral("Letzter"));
+    d.addMasterRow(10, schema::TariffAssignmentRow, "AA      ");
+    d.addMasterRow(11, schema::TariffAssignmentRow, "WR01");
+
+    const struct {
+        QString got;
+        const char* expected;
+    } cases[] = {
+        {ListHeaderLogic::fixedLabel(store, 0), "Zusatz:"},
+        {ListHeaderLogic::fixedLabel(store, 1), "Aufnahme am:"},
+        {ListHeaderLogic::fixedLabel(store, 2), "Korr.-Faktor:"},
+        {ListHeaderLogic::fixedLabel(store, 3), "Wuchsreg:"},
+        {ListHeaderLogic::freeLabel(store, 1), "Forstamt:"},
+        {ListHeaderLogic::freeLabel(store, 16), "Feld 16:"},
+        {ListHeaderLogic::choices(store, 1).join(u'/'), "Nord/ Süd/Letzter"},
+        {ListHeaderLogic::choices(store, 2).join(u'/'), ""},
+        {d.logic.regions().join(u'/'), "AA/WR01"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(str(c.got), c.expected);
+    for (int field = 1; field <= ListHeaderLogic::kFreeFields; ++field)
+        EXPECT_EQ(ListHeaderLogic::mandatory(store, field), field == 1 || field == 2 || field == 12)
+            << field;
+}
+
+} // namespace
+} // namespace brovant

@@ -1,0 +1,493 @@
+// The list selection screen's logic on a real database: the rows and their texts, marking,
+// deleting with its two questions, the model list in both forms, the checks before tally, totals,
+// printouts and sending, and an empty table on which every per-list button does nothing.
+#include "app/logic/ListSelectionLogic.h"
+
+#include "app/logic/AppLifecycle.h"
+#include "app/logic/AppState.h"
+#include "data/Dataset.h"
+#include "data/Schema.h"
+#include "masterdata/DeviceSession.h"
+#include "platform/Clock.h"
+#include "platform/MessageDialogs.h"
+#include "support/TempRoot.h"
+
+#include <gtest/gtest.h>
+
+namespace brovant {
+namespace {
+
+using Target = ListSelectionLogic::Target;
+
+struct CursorHost : ScreenHost {
+    QStringList events;
+    void showMainMenu() override {}
+    void setMainMenuActive(bool) override {}
+    void createScreens() override {}
+    void destroyScreens() override {}
+    void setWaitCursor(bool wait) override { events << QStringLiteral("cursor %1").arg(wait); }
+    void repaint() override {}
+};
+
+struct ListSpec {
+    int id;
+    const char* name;
+    int mark = 0;
+    int exported = 0;
+    int trees = 0;
+    int regions = 0;
+};
+
+class ListSelection : public ::testing::Test {
+protected:
+    ListSelection()
+        : session(root.path(), Database::Durability::Relaxed)
+        , clock(QDateTime(QDate(2026, 5, 4), QTime(7, 30, 0)))
+        , logic(session.database(), session.store(), state, dialogs, clock, &host)
+    {
+        EXPECT_NE(session.openDatabase(), DeviceSession::DatabaseState::Failed);
+        session.store().writeText(Setting::KopfLabel, 0, QStringLiteral("Zusatz:             "));
+    }
+
+    Database& db() { return session.database(); }
+
+    void addList(const ListSpec& list)
+    {
+        Dataset heads(db(), schema::Kopfdaten);
+        heads.clearFields();
+        heads.setInt(u"ID_FILE", list.id);
+        heads.setText(u"LISTE_NR", QString::fromUtf8(list.name));
+        heads.setText(u"ZUSATZ_A", QStringLiteral("Zusatz %1").arg(list.id));
+        heads.setText(u"DATUM_A", QStringLiteral("01.04.2026"));
+        heads.setInt(u"KOR_FAKTOR_N", 95);
+        heads.setText(u"REGION_A", QStringLiteral("WR%1").arg(list.id));
+        for (int k = 1; k <= 16; ++k)
+            heads.setText(QStringLiteral("KOPF%1_A").arg(k),
+                          QStringLiteral("K%1-%2").arg(k).arg(list.id));
+        heads.setInt(u"DUE_MARK", list.mark);
+        heads.setInt(u"EXPORTED_N_NI", list.exported);
+        heads.setText(u"STRUKTUR", QStringLiteral("T00300"));
+        ASSERT_TRUE(heads.insert());
+        Dataset trees(db(), schema::Holzdaten);
+        for (int t = 0; t < list.trees; ++t) {
+            trees.clearFields();
+            trees.setInt(u"ID", list.id * 100 + t);
+            trees.setInt(u"ID_FILE", list.id);
+            trees.setText(u"BAUMART", QStringLiteral("FI "));
+            ASSERT_TRUE(trees.insert());
+        }
+        Dataset regions(db(), schema::Region);
+        for (int r = 0; r < list.regions; ++r) {
+            regions.clearFields();
+            regions.setInt(u"ID", list.id * 100 + r);
+            regions.setInt(u"ID_FILE", list.id);
+            regions.setText(u"REGION_A", QStringLiteral("WR%1").arg(list.id));
+            regions.setText(u"BAUMART", QStringLiteral("B%1").arg(r));
+            regions.setText(u"TARIF", QStringLiteral("T%1").arg(r));
+            ASSERT_TRUE(regions.insert());
+        }
+    }
+    int count(const QString& sql, std::int64_t value = 0)
+    {
+        auto q = db().query(sql);
+        if (sql.contains(u'?'))
+            q.bind(1, value);
+        return q.next() ? int(q.integer(0)) : -1;
+    }
+    int treesOf(int id)
+    {
+        return count("SELECT COUNT(*) FROM Brov_Holzdaten WHERE ID_FILE = ?", id);
+    }
+    int regionsOf(int id)
+    {
+        return count("SELECT COUNT(*) FROM Brov_Region WHERE ID_FILE = ?", id);
+    }
+    int headers() { return count("SELECT COUNT(*) FROM Brov_Kopfdaten"); }
+    QStringList names()
+    {
+        QStringList out;
+        for (const auto& row : ListSelectionLogic::readRows(db()))
+            out << row.listNo;
+        return out;
+    }
+    // The header of a list as "FIELD=value" for the fields given.
+    QStringList header(int id, const QStringList& fields)
+    {
+        Dataset heads(db(), schema::Kopfdaten);
+        heads.reset(Filter::byList(id));
+        QStringList out;
+        for (const QString& f : fields)
+            out << f + u'=' + heads.loadText(f);
+        return out;
+    }
+    void select(int row)
+    {
+        logic.build();
+        logic.setSelectedRow(row);
+    }
+
+    test::TempRoot root;
+    DeviceSession session;
+    AppState state;
+    ScriptedDialogs dialogs;
+    ManualClock clock;
+    CursorHost host;
+    ListSelectionLogic logic;
+};
+
+TEST_F(ListSelection, RowsInTableOrderWithTheirColumnTexts)
+{
+    const struct {
+        ListSpec list;
+        const char* listNo;
+        const char* mark;
+    } cases[] = {
+        {{7, "NEU", 0, 0}, "NEU     ", "   0"},
+        {{3, "MARKED", 1, 0}, "MARKED  ", "A0"},
+        {{9, "TWICE", 1, 2}, "TWICE   ", "A2"},
+        {{1, "SENT", 0, 3}, "SENT    ", "   3"},
+    };
+    for (const auto& c : cases)
+        addList(c.list);
+    // A list written by another program, with empty numbers and an over-long addition.
+    auto raw =
+        db().query("INSERT INTO Brov_Kopfdaten (ID_FILE, LISTE_NR, ZUSATZ_A) VALUES (?, ?, ?)");
+    raw.bind(1, std::int64_t(4)).bind(2, QStringLiteral("RAW")).bind(3, QString(50, u'x'));
+    ASSERT_TRUE(raw.run());
+
+    const auto rows = ListSelectionLogic::readRows(db());
+    ASSERT_EQ(rows.size(), 5u);
+    for (size_t i = 0; i < std::size(cases); ++i) {
+        SCOPED_TRACE(cases[i].listNo);
+        EXPECT_EQ(rows[i].idFile, cases[i].list.id);
+        EXPECT_EQ(rows[i].listNo, QString::fromUtf8(cases[i].listNo));
+        EXPECT_EQ(rows[i].mark, QString::fromUtf8(cases[i].mark));
+        EXPECT_EQ(rows[i].addition, QStringLiteral("Zusatz %1").arg(cases[i].list.id));
+    }
+    EXPECT_EQ(rows[4].mark, QStringLiteral("   0"));
+    EXPECT_EQ(rows[4].addition, QString(40, u'x'));
+}
+
+TEST_F(ListSelection, HeadingFromTheFirstHeaderLabel)
+{
+    const struct {
+        const char* label;
+        const char* heading;
+    } cases[] = {
+        {"Zusatz:", "Zusatz"},
+        {"Zusatz: xy", "Zusatz"},
+        {"Bem", "Bem"},
+        {"Zusatz:             ", "Zusatz"},
+        {"Nr.::", "Nr.:"},
+        {" Zusatz", ""},
+        {"", ""},
+    };
+    for (const auto& c : cases) {
+        session.store().writeText(Setting::KopfLabel, 0, QString::fromUtf8(c.label));
+        logic.build();
+        EXPECT_EQ(logic.heading(), QString::fromUtf8(c.heading)) << c.label;
+    }
+}
+
+TEST_F(ListSelection, TheCurrentListsRowIsSelected)
+{
+    for (int id : {5, 3, 9})
+        addList({id, "L"});
+    const struct {
+        int current;
+        int selected;
+    } cases[] = {{-1, 0}, {5, 0}, {3, 1}, {9, 2}, {42, -1}};
+    for (const auto& c : cases) {
+        state.currentList = c.current;
+        logic.build();
+        EXPECT_EQ(logic.selectedRow(), c.selected) << c.current;
+    }
+    // Selecting follows the table's order, not the list numbers; no highlight means record 0.
+    for (const auto& [row, id] : {std::pair(1, 3), std::pair(2, 9), std::pair(-1, 5)}) {
+        logic.setSelectedRow(row);
+        ASSERT_TRUE(logic.selectRow());
+        EXPECT_EQ(state.currentList, id) << row;
+    }
+    logic.setSelectedRow(3);
+    EXPECT_FALSE(logic.selectRow());
+    EXPECT_EQ(state.currentList, 5);
+}
+
+TEST_F(ListSelection, MarkAndUnmarkRewriteTheColumn)
+{
+    addList({1, "A"});
+    addList({2, "B", 0, 2});
+    const struct {
+        int row;
+        const char* text;
+        int stored;
+    } steps[] = {
+        {0, "A0", 1}, {0, "   0", 0}, {1, "A2", 1}, {0, "A0", 1}, {1, "   2", 0},
+    };
+    logic.build();
+    for (const auto& s : steps) {
+        logic.setSelectedRow(s.row);
+        EXPECT_EQ(logic.toggleMark(), QString::fromUtf8(s.text));
+        EXPECT_EQ(logic.rows()[size_t(s.row)].mark, QString::fromUtf8(s.text));
+        EXPECT_EQ(state.currentList, s.row + 1);
+        EXPECT_EQ(count("SELECT DUE_MARK FROM Brov_Kopfdaten WHERE ID_FILE = ?", s.row + 1),
+                  s.stored);
+    }
+    // What was stored is what a rebuild shows.
+    logic.build();
+    EXPECT_EQ(logic.rows()[0].mark, QStringLiteral("A0"));
+    EXPECT_EQ(logic.rows()[1].mark, QStringLiteral("   2"));
+    EXPECT_TRUE(dialogs.asked().isEmpty());
+}
+
+TEST_F(ListSelection, DeleteOnlyAfterBothQuestions)
+{
+    const QString first = QStringLiteral("Soll die angewählte Liste|wirklich gelöscht werden?|");
+    const QString second =
+        QStringLiteral("Alle Daten der Liste|gehen verloren!|Liste wirklich löschen?");
+    const struct {
+        std::vector<int> answers;
+        QStringList asked;
+        bool deleted;
+    } cases[] = {
+        {{MessageDialogs::No}, {first}, false},
+        {{MessageDialogs::Yes, MessageDialogs::No}, {first, second}, false},
+        {{MessageDialogs::Yes, MessageDialogs::Yes}, {first, second}, true},
+    };
+    addList({1, "EINS", 0, 0, 2, 1});
+    addList({2, "ZWEI", 0, 0, 3, 2});
+    addList({3, "DREI", 0, 0, 1, 1});
+    for (const auto& c : cases) {
+        dialogs.clear();
+        host.events.clear();
+        for (int a : c.answers)
+            dialogs.answerNext(a);
+        select(1);
+        EXPECT_EQ(logic.deleteSelected(), c.deleted);
+        EXPECT_EQ(dialogs.asked(), c.asked);
+        EXPECT_EQ(headers(), c.deleted ? 2 : 3);
+        EXPECT_EQ(treesOf(2), c.deleted ? 0 : 3);
+        EXPECT_EQ(regionsOf(2), c.deleted ? 0 : 2);
+    }
+    EXPECT_EQ(names(), (QStringList{"EINS    ", "DREI    "}));
+    EXPECT_EQ(treesOf(1) + treesOf(3), 3);
+    EXPECT_EQ(regionsOf(1) + regionsOf(3), 2);
+    EXPECT_EQ(logic.rows().size(), 2u);
+    EXPECT_EQ(logic.selectedRow(), 0);
+    EXPECT_EQ(host.events, (QStringList{"cursor 1", "cursor 0"}));
+}
+
+// A statement that fails halfway leaves the whole list as it was.
+TEST_F(ListSelection, AFailedDeletionKeepsTheList)
+{
+    addList({1, "EINS", 0, 0, 2, 1});
+    ASSERT_TRUE(db().exec(QStringLiteral("DROP TABLE Brov_Region")));
+    dialogs.answerNext(MessageDialogs::Yes);
+    dialogs.answerNext(MessageDialogs::Yes);
+    select(0);
+    EXPECT_FALSE(logic.deleteSelected());
+    EXPECT_EQ(headers(), 1);
+    EXPECT_EQ(treesOf(1), 2);
+    EXPECT_EQ(dialogs.asked().last(), QStringLiteral("Liste nicht gelöscht!||"));
+}
+
+TEST_F(ListSelection, AnEmptyTableMakesEveryListButtonDoNothing)
+{
+    addList({1, "LETZTE", 1, 0, 1, 1});
+    dialogs.answerNext(MessageDialogs::Yes);
+    dialogs.answerNext(MessageDialogs::Yes);
+    select(0);
+    ASSERT_TRUE(logic.deleteSelected());
+    EXPECT_TRUE(logic.rows().empty());
+    EXPECT_EQ(logic.selectedRow(), 0);
+
+    using Open = Target (ListSelectionLogic::*)();
+    const Open opens[] = {&ListSelectionLogic::openTally,  &ListSelectionLogic::openInfo,
+                          &ListSelectionLogic::openRegion, &ListSelectionLogic::openTotals,
+                          &ListSelectionLogic::printTally, &ListSelectionLogic::printAssortment};
+    for (int rebuilt = 0; rebuilt < 2; ++rebuilt) {
+        // Straight after the deletion, and on a fresh showing without a current list.
+        if (rebuilt) {
+            state.currentList = -1;
+            logic.build();
+        }
+        dialogs.clear();
+        dialogs.setFallback(MessageDialogs::Yes, 1);
+        const int before = state.currentList;
+        for (const Open open : opens)
+            EXPECT_EQ((logic.*open)(), Target::None);
+        EXPECT_FALSE(logic.toggleMark().has_value());
+        EXPECT_FALSE(logic.deleteSelected());
+        EXPECT_FALSE(logic.buildModel());
+        EXPECT_TRUE(dialogs.messages().empty()) << rebuilt;
+        EXPECT_EQ(state.currentList, before);
+        EXPECT_EQ(headers(), 0);
+    }
+    // "Neu" works on no list and still opens the header screen.
+    state.currentList = 1;
+    EXPECT_EQ(logic.newList(), Target::ListHeader);
+    EXPECT_EQ(state.currentList, -1);
+}
+
+TEST_F(ListSelection, TallyWarnsOnTheModelListAndOpensAllTheSame)
+{
+    addList({1, "WALD"});
+    addList({2, "MODELL"});
+    const struct {
+        int row;
+        QStringList asked;
+    } cases[] = {
+        {0, {}},
+        {1, {QStringLiteral("Holzaufnahme in Modell-Liste |nicht möglich!|")}},
+    };
+    for (const auto& c : cases) {
+        dialogs.clear();
+        select(c.row);
+        EXPECT_EQ(logic.openTally(), Target::Tally);
+        EXPECT_EQ(dialogs.asked(), c.asked);
+        EXPECT_EQ(state.currentList, c.row + 1);
+    }
+}
+
+TEST_F(ListSelection, EvaluationAndPrintoutsNeedTrees)
+{
+    addList({1, "LEER"});
+    addList({2, "VOLL", 0, 0, 3});
+    using Action = Target (ListSelectionLogic::*)();
+    const std::pair<Action, Target> actions[] = {
+        {&ListSelectionLogic::openTotals, Target::Totals},
+        {&ListSelectionLogic::printTally, Target::TallyPrintout},
+        {&ListSelectionLogic::printAssortment, Target::AssortmentPrintout},
+    };
+    for (const auto& [action, target] : actions) {
+        dialogs.clear();
+        select(0);
+        EXPECT_EQ((logic.*action)(), Target::None);
+        EXPECT_EQ(dialogs.asked(), QStringList{"Keine Daten vorhanden!||"});
+        dialogs.clear();
+        select(1);
+        EXPECT_EQ((logic.*action)(), target);
+        EXPECT_TRUE(dialogs.asked().isEmpty());
+        EXPECT_EQ(state.currentList, 2);
+    }
+    select(1);
+    EXPECT_EQ(logic.openInfo(), Target::ListInfo);
+    select(0);
+    EXPECT_EQ(logic.openRegion(), Target::Region);
+    EXPECT_EQ(state.currentList, 1);
+}
+
+TEST_F(ListSelection, ModelListWithTheSelectedListsData)
+{
+    addList({1, "WALD", 1, 2, 4, 3});
+    addList({6, "FELD", 0, 0, 1, 1});
+    dialogs.answerNext(1); // "Ja"
+    select(0);
+    ASSERT_TRUE(logic.buildModel());
+
+    ASSERT_EQ(dialogs.messages().size(), 1u);
+    const auto& asked = dialogs.messages()[0];
+    EXPECT_EQ(asked.kind, ScriptedDialogs::Kind::Question);
+    EXPECT_EQ(asked.lines, (QStringList{"Soll die Modell-Liste mit", "den Angaben aus der Liste",
+                                        "vorbelegt werden?"}));
+    EXPECT_EQ(asked.captions, (QStringList{"Ja", "Leer", ""}));
+
+    // The new number follows the last header's; the header is the selected list's.
+    EXPECT_EQ(names(), (QStringList{"WALD    ", "FELD    ", "MODELL  "}));
+    EXPECT_EQ(state.currentList, 7);
+    const QStringList copied = {"ZUSATZ_A", "REGION_A", "KOPF1_A", "KOPF16_A"};
+    EXPECT_EQ(header(7, copied),
+              (QStringList{"ZUSATZ_A=Zusatz 1", "REGION_A=WR1", "KOPF1_A=K1-1", "KOPF16_A=K16-1"}));
+    EXPECT_EQ(
+        header(7, {"LISTE_NR", "DATUM_A", "KOR_FAKTOR_N", "DUE_MARK", "EXPORTED_N_NI", "STRUKTUR"}),
+        (QStringList{"LISTE_NR=MODELL  ", "DATUM_A=04.05.2026", "KOR_FAKTOR_N=100", "DUE_MARK=0",
+                     "EXPORTED_N_NI=0", "STRUKTUR=T00300"}));
+    // Regions are copied with numbers of their own; trees are not.
+    EXPECT_EQ(regionsOf(7), 3);
+    EXPECT_EQ(regionsOf(1), 3);
+    EXPECT_EQ(treesOf(7), 0);
+    EXPECT_EQ(count("SELECT COUNT(DISTINCT ID) FROM Brov_Region"), 7);
+    auto copy = db().query("SELECT BAUMART, TARIF, REGION_A FROM Brov_Region WHERE ID_FILE = 7 "
+                           "ORDER BY rowid");
+    QStringList regions;
+    while (copy.next())
+        regions << copy.text(0) + copy.text(1) + copy.text(2);
+    EXPECT_EQ(regions, (QStringList{"B0T0WR1", "B1T1WR1", "B2T2WR1"}));
+    // The rebuilt rows select the model list.
+    EXPECT_EQ(logic.selectedRow(), 2);
+    EXPECT_EQ(host.events, (QStringList{"cursor 1", "cursor 0", "cursor 1", "cursor 0"}));
+}
+
+TEST_F(ListSelection, EmptyModelList)
+{
+    addList({4, "WALD", 1, 2, 4, 3});
+    state.currentList = 4;
+    for (int answer : {2, MessageDialogs::NoChoice}) {
+        dialogs.answerNext(answer);
+        select(0);
+        ASSERT_TRUE(logic.buildModel()) << answer;
+        EXPECT_EQ(headers(), 2);
+        const int model = int(ListSelectionLogic::readRows(db()).back().idFile);
+        EXPECT_EQ(model, 5);
+        EXPECT_EQ(header(model, {"LISTE_NR", "ZUSATZ_A", "DATUM_A", "REGION_A", "KOR_FAKTOR_N",
+                                 "KOPF1_A", "STRUKTUR", "DUE_MARK"}),
+                  (QStringList{"LISTE_NR=MODELL  ", "ZUSATZ_A=", "DATUM_A=", "REGION_A=",
+                               "KOR_FAKTOR_N=100", "KOPF1_A=", "STRUKTUR=T00300", "DUE_MARK=0"}));
+        EXPECT_EQ(regionsOf(model), 0);
+        EXPECT_EQ(state.currentList, 4);
+    }
+}
+
+// The second "Modell" deletes the old model's header and, by the current list number, the
+// selected list's own trees and regions; so only one model list remains, with no regions.
+TEST_F(ListSelection, ModelTwiceLeavesOneModelList)
+{
+    addList({1, "WALD", 0, 0, 4, 3});
+    addList({2, "FELD", 0, 0, 2, 2});
+    dialogs.answerNext(1);
+    select(0);
+    ASSERT_TRUE(logic.buildModel());
+    EXPECT_EQ(regionsOf(3), 3);
+
+    dialogs.answerNext(1);
+    select(1);
+    ASSERT_TRUE(logic.buildModel());
+    EXPECT_EQ(names(), (QStringList{"WALD    ", "FELD    ", "MODELL  "}));
+    EXPECT_EQ(count("SELECT COUNT(*) FROM Brov_Kopfdaten WHERE LISTE_NR = 'MODELL  '"), 1);
+    EXPECT_EQ(state.currentList, 3);
+    EXPECT_EQ(treesOf(2), 0);
+    EXPECT_EQ(regionsOf(2), 0);
+    EXPECT_EQ(regionsOf(3), 3); // the old model's regions stay under the number reused
+    EXPECT_EQ(treesOf(1), 4);
+    EXPECT_EQ(header(3, {"ZUSATZ_A"}), QStringList{"ZUSATZ_A=Zusatz 2"});
+
+    // "Modell" on the model list itself does nothing.
+    dialogs.clear();
+    select(2);
+    EXPECT_FALSE(logic.buildModel());
+    EXPECT_TRUE(dialogs.asked().isEmpty());
+    EXPECT_EQ(headers(), 3);
+}
+
+TEST_F(ListSelection, SendNeedsAMarkedListAndTheMarkingFollowsSuccess)
+{
+    addList({1, "A", 0, 0});
+    addList({2, "B", 0, 1});
+    EXPECT_FALSE(logic.readyToSend());
+    EXPECT_EQ(dialogs.asked(), QStringList{"Keine Liste für DÜ markiert!||"});
+
+    dialogs.clear();
+    select(1);
+    ASSERT_TRUE(logic.toggleMark());
+    EXPECT_TRUE(logic.readyToSend());
+    EXPECT_TRUE(dialogs.asked().isEmpty());
+    ASSERT_TRUE(logic.markExported());
+    logic.build();
+    EXPECT_EQ(logic.rows()[0].mark, QStringLiteral("   0"));
+    EXPECT_EQ(logic.rows()[1].mark, QStringLiteral("   2"));
+    EXPECT_EQ(logic.markedCount(), 0);
+    EXPECT_FALSE(logic.readyToSend());
+}
+
+} // namespace
+} // namespace brovant

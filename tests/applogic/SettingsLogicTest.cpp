@@ -1,0 +1,204 @@
+#include "app/logic/SettingsLogic.h"
+#include "app/logic/AppLifecycle.h"
+#include "app/logic/AppState.h"
+#include "data/Dataset.h"
+#include "data/Schema.h"
+#include "masterdata/ConfigImport.h"
+#include "masterdata/DeviceSession.h"
+#include "platform/MessageDialogs.h"
+#include "support/TempRoot.h"
+#include "transfer/TransferChannels.h"
+
+#include <QFile>
+
+#include <gtest/gtest.h>
+
+namespace brovant {
+namespace {
+
+struct QuietHost final : ScreenHost {
+    void showMainMenu() override {}
+    void setMainMenuActive(bool) override {}
+    void createScreens() override {}
+    void destroyScreens() override {}
+    void setWaitCursor(bool wait) override { waits += wait ? 1 : 0; }
+    void repaint() override {}
+    int waits = 0;
+};
+
+struct Channel final : TransferChannels {
+    bool receive() override
+    {
+        ++received;
+        return ok;
+    }
+    bool fetchConfiguration() override
+    {
+        ++fetched;
+        return ok;
+    }
+    bool send() override { return false; }
+    bool ok = true;
+    int received = 0;
+    int fetched = 0;
+};
+
+class SettingsLogicTest : public ::testing::Test {
+protected:
+    SettingsLogicTest()
+        : session(root.path(), Database::Durability::Relaxed)
+        , logic(session, state, dialogs)
+    {
+        EXPECT_NE(session.openDatabase(), DeviceSession::DatabaseState::Failed);
+        QFile sample(QStringLiteral(BROVANT_SOURCE_DIR "/demo/passive.dtr"));
+        EXPECT_TRUE(sample.open(QIODevice::ReadOnly));
+        config = sample.readAll();
+        root.writeFile(QStringLiteral("Brovant/passive.dtr"), config);
+        ConfigImport(session.root(), session.database(), session.store(), dialogs, nullptr).run();
+        Dataset lists(session.database(), schema::Kopfdaten);
+        lists.clearFields();
+        lists.setInt(u"ID_FILE", 1);
+        lists.setText(u"LISTE_NR", QStringLiteral("12345678"));
+        lists.insert();
+        session.store().writeInt(Setting::PrinterType, 0, 2);
+        dialogs.clear();
+    }
+    int rows(const TableDescriptor& table)
+    {
+        auto q = session.database().query(
+            QStringLiteral("SELECT COUNT(*) FROM %1").arg(QLatin1StringView(table.name)));
+        return q.next() ? int(q.integer(0)) : -1;
+    }
+
+    test::TempRoot root;
+    DeviceSession session;
+    AppState state;
+    ScriptedDialogs dialogs;
+    QuietHost host;
+    SettingsLogic logic;
+    QByteArray config;
+};
+
+// Only "Fortsetzen" and then the right-hand "JA" (answer 7) delete anything.
+TEST_F(SettingsLogicTest, DeleteAllNeedsBothAnswersExactly)
+{
+    struct Case {
+        int first;
+        int second;
+        bool deletes;
+    };
+    const Case cases[] = {{7, 7, false}, {6, 6, false}, {4, 7, false}, {6, 7, true}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.first * 10 + c.second);
+        dialogs.clear();
+        dialogs.answerNext(c.first);
+        dialogs.answerNext(c.second);
+        EXPECT_EQ(logic.deleteAll(host), c.deletes);
+        EXPECT_EQ(rows(schema::Kopfdaten), c.deletes ? 0 : 1);
+        EXPECT_EQ(session.store().readInt(Setting::PrinterType), c.deletes ? 5 : 2);
+    }
+    const auto& asked = dialogs.messages();
+    ASSERT_GE(asked.size(), 2u);
+    EXPECT_EQ(asked[0].lines,
+              (QStringList{"Beim Initialisieren der Daten-", "bank werden alle gespeicher-",
+                           "ten Holzdaten gelöscht!"}));
+    EXPECT_EQ(asked[0].captions, (QStringList{"Fortsetzen", "Abbrechen"}));
+    EXPECT_EQ(asked[1].lines,
+              (QStringList{"Wollen Sie wirklich alle Holz-", "daten löschen?", ""}));
+    EXPECT_EQ(asked[1].captions, (QStringList{"NEIN", "JA"}));
+    // The staged configuration was imported again, the structure record kept.
+    EXPECT_TRUE(session.configurationLoaded());
+    EXPECT_GT(rows(schema::Einstellungen), 0);
+    EXPECT_EQ(rows(schema::Struktur), 1);
+    EXPECT_EQ(state.tables.species[0], QStringLiteral("FI "));
+}
+
+TEST_F(SettingsLogicTest, ReloadTakesTheFirstReceivedFile)
+{
+    Channel channel;
+    const QByteArray newer = "TD0STAMM300.DAT\r\na15XYZ\r\n";
+    root.writeFile(QStringLiteral("Import/b.dat"), "junk");
+    root.writeFile(QStringLiteral("Import/A.DAT"), newer);
+    dialogs.answerNext(MessageDialogs::Yes);
+    EXPECT_TRUE(logic.reloadConfiguration(channel, host));
+    EXPECT_EQ(channel.received, 1);
+    EXPECT_EQ(channel.fetched, 0);
+    EXPECT_EQ(root.readFile(QStringLiteral("Brovant/passive.dtr")), newer);
+    EXPECT_TRUE(session.root().find(QStringLiteral("\\Import\\*.*")).isEmpty());
+    EXPECT_EQ(state.tables.species[0], QStringLiteral("XYZ"));
+    EXPECT_EQ(dialogs.asked().first(), QStringLiteral("Wollen Sie die neue|Konfiguration laden?|"));
+}
+
+TEST_F(SettingsLogicTest, ReloadStopsWithoutYesTransferOrFile)
+{
+    Channel channel;
+    // No: nothing is fetched.
+    dialogs.answerNext(MessageDialogs::No);
+    EXPECT_FALSE(logic.reloadConfiguration(channel, host));
+    EXPECT_EQ(channel.received, 0);
+    // FTP mode fetches; a failed transfer changes nothing.
+    session.store().writeInt(Setting::DueMode, 0, 3);
+    channel.ok = false;
+    root.writeFile(QStringLiteral("Import/x.dat"), "TD0STAMM300.DAT\r\n");
+    dialogs.answerNext(MessageDialogs::Yes);
+    EXPECT_FALSE(logic.reloadConfiguration(channel, host));
+    EXPECT_EQ(channel.fetched, 1);
+    EXPECT_EQ(root.readFile(QStringLiteral("Brovant/passive.dtr")), config);
+    // Nothing received: the staged file stays.
+    channel.ok = true;
+    session.root().removeFile(QStringLiteral("\\Import\\x.dat"));
+    dialogs.answerNext(MessageDialogs::Yes);
+    EXPECT_FALSE(logic.reloadConfiguration(channel, host));
+    EXPECT_EQ(root.readFile(QStringLiteral("Brovant/passive.dtr")), config);
+    EXPECT_TRUE(session.configurationLoaded());
+}
+
+TEST_F(SettingsLogicTest, BackupOptions)
+{
+    dialogs.answerNext(MessageDialogs::No);
+    EXPECT_FALSE(logic.setAutomaticBackup(true));
+    EXPECT_EQ(session.store().readInt(Setting::BackupAuto), 0);
+    dialogs.answerNext(MessageDialogs::Yes);
+    EXPECT_TRUE(logic.setAutomaticBackup(true));
+    EXPECT_EQ(session.store().readInt(Setting::BackupAuto), 1);
+    EXPECT_EQ(dialogs.asked().first(),
+              QStringLiteral("Hiermit werden nur Holzlisten gesichert, für|"
+                             "die Konfiguration muss ein Backup gemacht|"
+                             "werden. Wollen Sie die Listen sichern?"));
+    EXPECT_FALSE(logic.setAutomaticBackup(false));
+    EXPECT_EQ(session.store().readInt(Setting::BackupAuto), 0);
+
+    // A card folder by device kind: Getac devices look at other names.
+    struct Case {
+        bool getac;
+        const char* folder;
+        bool extended;
+        const char* found;
+    };
+    const Case cases[] = {
+        {false, "", false, ""},
+        {false, "Storage Card", false, "\\Storage Card"},
+        {true, "Storage Card", true, "\\Storage Card"},
+        {true, "Storage Card", false, ""},
+        {true, "Speicherkarte2", false, "\\Speicherkarte2"},
+    };
+    for (const Case& c : cases) {
+        test::TempRoot other;
+        DeviceSession s(other.path(), Database::Durability::Relaxed);
+        AppState st;
+        st.getac = c.getac;
+        SettingsLogic l(s, st, dialogs);
+        if (*c.folder)
+            other.writeFile(QLatin1StringView(c.folder) + QStringLiteral("/x"), "");
+        if (c.extended)
+            other.writeFile(QStringLiteral("Extended Storage/x"), "");
+        dialogs.clear();
+        EXPECT_EQ(l.cardFolder(), QLatin1StringView(c.found)) << c.folder;
+        EXPECT_EQ(l.setCardBackup(true), *c.found != 0);
+        EXPECT_EQ(s.store().readInt(Setting::BackupKarte), *c.found ? 1 : 0);
+        EXPECT_EQ(dialogs.asked().isEmpty(), *c.found != 0);
+    }
+}
+
+} // namespace
+} // namespace brovant

@@ -1,0 +1,589 @@
+// Backups and restores on emulated device roots: the folder each device family and Karte value
+// takes, the numbering over both kinds with its limits and the restart after 9999, cards that are
+// links, missing or unwritable, copies that fail halfway, and restores of good, cut-off and
+// foreign files. The database connection must be open after every outcome.
+#include "device/BackupService.h"
+#include "data/StructureCheck.h"
+#include "masterdata/DeviceSession.h"
+#include "platform/Clock.h"
+#include "platform/MessageDialogs.h"
+#include "support/TempRoot.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+#include <sqlite3.h>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <ostream>
+
+inline void PrintTo(const QString& text, std::ostream* os)
+{
+    *os << '"' << text.toStdString() << '"';
+}
+
+inline void PrintTo(const QStringList& list, std::ostream* os)
+{
+    *os << '[' << list.join(QStringLiteral(", ")).toStdString() << ']';
+}
+
+namespace brovant {
+namespace {
+
+using Kind = BackupService::Kind;
+
+const QString kNoCard = QStringLiteral("Kein Zugriff auf externe|Speicherkarte möglich!|");
+const QString kBackupFailed = QStringLiteral("Fehler bei der Datensicherung!||");
+const QString kRestoreFailed = QStringLiteral("Fehler beim Wiederherstellen!||");
+const QString kNotADatabase = QStringLiteral("Datensicherung ist keine|gültige Datenbank!|");
+
+// Trees in the database file, read on a connection of its own; -1 when it cannot be read.
+int treesIn(const QString& file)
+{
+    sqlite3* db = nullptr;
+    int count = -1;
+    if (sqlite3_open_v2(QFile::encodeName(file).constData(), &db, SQLITE_OPEN_READONLY, nullptr)
+        == SQLITE_OK) {
+        sqlite3_stmt* stmt = nullptr;
+        if (sqlite3_prepare_v2(db, "SELECT COUNT(*) FROM Brov_Holzdaten", -1, &stmt, nullptr)
+                == SQLITE_OK
+            && sqlite3_step(stmt) == SQLITE_ROW)
+            count = sqlite3_column_int(stmt, 0);
+        sqlite3_finalize(stmt);
+    }
+    sqlite3_close_v2(db);
+    return count;
+}
+
+class Device {
+public:
+    Device() { reopen(); }
+
+    void reopen()
+    {
+        service.reset();
+        session = std::make_unique<DeviceSession>(root.path());
+        EXPECT_NE(session->openDatabase(), DeviceSession::DatabaseState::Failed);
+    }
+
+    BackupService& backups(bool getac = false)
+    {
+        service = std::make_unique<BackupService>(*session, dialogs, getac);
+        return *service;
+    }
+
+    void setCard(bool card) { session->store().writeInt(Setting::BackupKarte, 0, card ? 1 : 0); }
+
+    void addTrees(int count, int textLength = 0)
+    {
+        Database& db = session->database();
+        Database::Transaction tx(db);
+        const QString text(textLength, QChar(u'x'));
+        for (int i = 0; i < count; ++i) {
+            auto insert = db.query(QStringLiteral(
+                "INSERT INTO Brov_Holzdaten (ID, ID_FILE, BAUMART) VALUES (?, 1, ?)"));
+            insert.bind(1, std::int64_t(i + 1)).bind(2, text);
+            EXPECT_TRUE(insert.run());
+        }
+        EXPECT_TRUE(tx.commit());
+    }
+
+    int trees()
+    {
+        auto q = session->database().query(QStringLiteral("SELECT COUNT(*) FROM Brov_Holzdaten"));
+        return q.next() ? int(q.integer(0)) : -1;
+    }
+
+    // The folder's entries, sorted; folders end in "/".
+    QStringList listing(const QString& relative) const
+    {
+        QStringList out;
+        const QDir dir(root.host(relative));
+        for (const QFileInfo& info :
+             dir.entryInfoList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Name))
+            out << info.fileName() + (info.isDir() ? QStringLiteral("/") : QString());
+        return out;
+    }
+
+    void touch(const QString& relative) const { root.writeFile(relative, "old backup"); }
+
+    test::TempRoot root;
+    ScriptedDialogs dialogs;
+    std::unique_ptr<DeviceSession> session;
+    std::unique_ptr<BackupService> service;
+};
+
+QStringList numbered(const char* kind, int first, int last)
+{
+    QStringList out;
+    for (int n = first; n <= last; ++n)
+        out << QStringLiteral("%1_%2.cdb").arg(n, 4, 10, QChar(u'0')).arg(QLatin1StringView(kind));
+    return out;
+}
+
+// The numbering runs over both kinds; each kind's limit is tested for equality only; 9999 clears.
+TEST(BackupNumbering, NextNameLimitsAndRestart)
+{
+    struct Case {
+        const char* name;
+        QStringList before;
+        Kind kind;
+        QStringList after;
+    };
+    const Case cases[] = {
+        {"first", {}, Kind::Automatic, {"0001_Auto.cdb"}},
+        {"after a manual", {"0009_Manu.cdb"}, Kind::Automatic, {"0009_Manu.cdb", "0010_Auto.cdb"}},
+        {"after an automatic", {"0004_Auto.cdb"}, Kind::Manual, {"0004_Auto.cdb", "0005_Manu.cdb"}},
+        {"30 automatic drop the oldest", numbered("Auto", 1, 30), Kind::Automatic,
+         numbered("Auto", 2, 31)},
+        {"31 automatic are all kept", numbered("Auto", 1, 31), Kind::Automatic,
+         numbered("Auto", 1, 32)},
+        {"30 automatic and a manual", numbered("Auto", 1, 30), Kind::Manual,
+         numbered("Auto", 1, 30) + QStringList{"0031_Manu.cdb"}},
+        {"20 manual drop the oldest", numbered("Manu", 5, 24), Kind::Manual,
+         numbered("Manu", 6, 25)},
+        {"20 manual and an automatic", numbered("Manu", 1, 20), Kind::Automatic,
+         numbered("Manu", 1, 20) + QStringList{"0021_Auto.cdb"}},
+        {"oldest by number, not by name", numbered("Auto", 101, 130) + QStringList{"0200_Manu.cdb"},
+         Kind::Automatic,
+         numbered("Auto", 102, 130) + QStringList{"0200_Manu.cdb", "0201_Auto.cdb"}},
+        {"9999 clears and restarts",
+         {"0005_Manu.cdb", "9999_Auto.cdb"},
+         Kind::Manual,
+         {"0001_Manu.cdb"}},
+        {"9999 of the other kind",
+         {"9998_Auto.cdb", "9999_Manu.cdb"},
+         Kind::Automatic,
+         {"0001_Auto.cdb"}},
+        {"other files stay",
+         {"0001_Auto.cdb.bak", "notes.txt", "0002_Auto.cdb"},
+         Kind::Manual,
+         {"0001_Auto.cdb.bak", "0002_Auto.cdb", "0003_Manu.cdb", "notes.txt"}},
+        {"a crashed copy is cleared",
+         {"0002_Auto.cdb.tmp", "0001_Auto.cdb"},
+         Kind::Automatic,
+         {"0001_Auto.cdb", "0002_Auto.cdb"}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        Device device;
+        device.addTrees(3);
+        for (const QString& name : c.before)
+            device.touch(QStringLiteral("Brovant/Save/") + name);
+        EXPECT_TRUE(device.backups().backup(c.kind));
+        EXPECT_EQ(device.listing(QStringLiteral("Brovant/Save")), c.after);
+        EXPECT_TRUE(device.dialogs.asked().isEmpty());
+        // The new backup is a copy of the database, not one of the old files.
+        const QString made = device.service->lastBackup();
+        EXPECT_EQ(treesIn(device.root.host(QStringLiteral("Brovant/Save/") + made)), 3)
+            << made.toStdString();
+        EXPECT_TRUE(device.session->database().isOpen());
+    }
+}
+
+// Which folder each device family takes for each Karte value, and what the card's absence does.
+TEST(BackupFolder, TableForBothFamiliesAndBothKarteValues)
+{
+    struct Case {
+        bool getac;
+        bool card;
+        QStringList present; // folders in the root
+        const char* folder;  // "" when a card is wanted and none is there
+        const char* written; // where the backup lands, relative to the root
+    };
+    const Case cases[] = {
+        {false, false, {}, "\\Brovant\\Save", "Brovant/Save"},
+        {false, false, {"Storage Card"}, "\\Brovant\\Save", "Brovant/Save"},
+        {false, true, {}, "", nullptr},
+        {false,
+         true,
+         {"Storage Card"},
+         "\\Storage Card\\Brovant_Save",
+         "Storage Card/Brovant_Save"},
+        {false,
+         true,
+         {"Storage Card", "Storage Card2"},
+         "\\Storage Card2\\Brovant_Save",
+         "Storage Card2/Brovant_Save"},
+        {false,
+         true,
+         {"Storage Card", "Speicherkarte"},
+         "\\Speicherkarte\\Brovant_Save",
+         "Speicherkarte/Brovant_Save"},
+        {false,
+         true,
+         {"Speicherkarte", "Speicherkarte2"},
+         "\\Speicherkarte2\\Brovant_Save",
+         "Speicherkarte2/Brovant_Save"},
+        {false,
+         true,
+         {"storage card"},
+         "\\Storage Card\\Brovant_Save",
+         "storage card/Brovant_Save"},
+        {false, true, {"Extended Storage"}, "", nullptr},
+        {true,
+         true,
+         {"Extended Storage", "Speicherkarte2", "Storage Card"},
+         "\\Storage Card\\Brovant_Save",
+         "Storage Card/Brovant_Save"},
+        {true,
+         true,
+         {"Extended Storage", "Speicherkarte", "Storage Card"},
+         "\\Speicherkarte\\Brovant_Save",
+         "Speicherkarte/Brovant_Save"},
+        {true, true, {"Extended Storage", "Speicherkarte2", "Storage Card2"}, "", nullptr},
+        {true,
+         true,
+         {"Speicherkarte", "Storage Card2"},
+         "\\Storage Card2\\Brovant_Save",
+         "Storage Card2/Brovant_Save"},
+        {true,
+         true,
+         {"Speicherkarte2", "Storage Card2"},
+         "\\Speicherkarte2\\Brovant_Save",
+         "Speicherkarte2/Brovant_Save"},
+        {true, true, {"Speicherkarte", "Storage Card"}, "", nullptr},
+        {true,
+         false,
+         {"Extended Storage", "Storage Card"},
+         "\\Extended Storage\\Brovant_Save",
+         "Extended Storage/Brovant_Save"},
+        {true,
+         false,
+         {"Storage Card"},
+         "\\Storage Card\\Brovant_Save",
+         "Storage Card/Brovant_Save"},
+        {true,
+         false,
+         {"Speicherkarte", "Storage Card"},
+         "\\Speicherkarte\\Brovant_Save",
+         "Speicherkarte/Brovant_Save"},
+        {true, false, {"Speicherkarte2", "Storage Card2"}, "\\Brovant\\Save", "Brovant/Save"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(QStringLiteral("getac %1 card %2 present %3")
+                         .arg(c.getac)
+                         .arg(c.card)
+                         .arg(c.present.join(u','))
+                         .toStdString());
+        Device device;
+        for (const QString& folder : c.present)
+            QDir().mkpath(device.root.host(folder));
+        device.setCard(c.card);
+        BackupService& service = device.backups(c.getac);
+        EXPECT_EQ(service.folder(), QString::fromLatin1(c.folder));
+        const bool made = service.backup(Kind::Manual);
+        EXPECT_TRUE(device.session->database().isOpen());
+        if (!c.written) {
+            EXPECT_FALSE(made);
+            EXPECT_EQ(device.dialogs.asked(), QStringList{kNoCard});
+            EXPECT_FALSE(QDir(device.root.host(QStringLiteral("Brovant/Save"))).exists());
+            EXPECT_TRUE(service.entries().empty());
+            continue;
+        }
+        EXPECT_TRUE(made);
+        EXPECT_TRUE(device.dialogs.asked().isEmpty());
+        EXPECT_EQ(device.listing(QString::fromLatin1(c.written)), QStringList{"0001_Manu.cdb"});
+        ASSERT_EQ(service.entries().size(), 1u);
+        EXPECT_EQ(service.entries().front().name, QStringLiteral("0001_Manu.cdb"));
+    }
+}
+
+// A card is usually a link to where the system mounts it; a link whose card is gone is no card.
+TEST(BackupFolder, CardBehindASymbolicLink)
+{
+    for (const bool mounted : {true, false}) {
+        SCOPED_TRACE(mounted ? "mounted" : "removed");
+        Device device;
+        QTemporaryDir media;
+        const QString mountPoint = media.path() + QStringLiteral("/sdcard");
+        if (mounted)
+            QDir().mkpath(mountPoint);
+        ASSERT_TRUE(QFile::link(mountPoint, device.root.host(QStringLiteral("Storage Card"))));
+        device.setCard(true);
+        device.addTrees(2);
+        const bool made = device.backups().backup(Kind::Automatic);
+        EXPECT_EQ(made, mounted);
+        EXPECT_TRUE(device.session->database().isOpen());
+        if (mounted) {
+            EXPECT_EQ(treesIn(mountPoint + QStringLiteral("/Brovant_Save/0001_Auto.cdb")), 2);
+            EXPECT_TRUE(device.dialogs.asked().isEmpty());
+        } else {
+            EXPECT_EQ(device.dialogs.asked(), QStringList{kNoCard});
+            EXPECT_FALSE(QFileInfo::exists(mountPoint));
+        }
+    }
+}
+
+// Faults on the way: a card that cannot be written, a backup folder that is a file, a target name
+// taken by a folder, a copy broken off halfway. None leaves a file with a backup's name.
+TEST(BackupFaults, NothingHalfWrittenLooksLikeABackup)
+{
+    enum class Fault { CardIsAFile, SaveIsAFile, TargetIsAFolder, BrokenOffHalfway };
+    struct Case {
+        const char* name;
+        Fault fault;
+        const char* folder;    // relative to the root
+        QStringList afterward; // what the folder holds after the failed backup
+    };
+    const Case cases[] = {
+        {"card not writable", Fault::CardIsAFile, "Storage Card", {}},
+        {"save folder is a file", Fault::SaveIsAFile, "Brovant", {"Brovant.cdb", "Save"}},
+        {"target is a folder",
+         Fault::TargetIsAFolder,
+         "Brovant/Save",
+         {"0001_Auto.cdb", "0002_Auto.cdb/"}},
+        {"broken off halfway", Fault::BrokenOffHalfway, "Brovant/Save", {"0001_Auto.cdb"}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        Device device;
+        int calls = 0;
+        bool brokeOffEarly = false;
+        QStringList duringCopy; // what a crash at that moment would leave
+        switch (c.fault) {
+        case Fault::CardIsAFile:
+            device.root.writeFile(QStringLiteral("Storage Card"), "a card mounted read-only");
+            device.setCard(true);
+            break;
+        case Fault::SaveIsAFile:
+            device.root.writeFile(QStringLiteral("Brovant/Save"), "in the way");
+            break;
+        case Fault::TargetIsAFolder:
+            device.touch(QStringLiteral("Brovant/Save/0001_Auto.cdb"));
+            QDir().mkpath(device.root.host(QStringLiteral("Brovant/Save/0002_Auto.cdb")));
+            break;
+        case Fault::BrokenOffHalfway:
+            device.touch(QStringLiteral("Brovant/Save/0001_Auto.cdb"));
+            // Long enough for several steps of the copy.
+            device.addTrees(1500, 2000);
+            break;
+        }
+        BackupService& service = device.backups();
+        if (c.fault == Fault::BrokenOffHalfway) {
+            service.setCopyProgress([&](int done, int total) {
+                ++calls;
+                brokeOffEarly = done < total;
+                duringCopy = device.listing(QString::fromLatin1(c.folder));
+                return false;
+            });
+        }
+        EXPECT_FALSE(service.backup(Kind::Automatic));
+        EXPECT_EQ(device.dialogs.asked(), QStringList{kBackupFailed});
+        EXPECT_EQ(device.listing(QString::fromLatin1(c.folder)), c.afterward);
+        EXPECT_TRUE(device.session->database().isOpen());
+        EXPECT_GE(device.trees(), 0);
+        if (c.fault == Fault::BrokenOffHalfway) {
+            EXPECT_EQ(calls, 1);
+            EXPECT_TRUE(brokeOffEarly);
+            EXPECT_EQ(duringCopy, (QStringList{"0001_Auto.cdb", "0002_Auto.cdb.tmp"}));
+            // Without the fault the same backup goes through.
+            service.setCopyProgress({});
+            EXPECT_TRUE(service.backup(Kind::Automatic));
+            EXPECT_EQ(treesIn(device.root.host(QStringLiteral("Brovant/Save/0002_Auto.cdb"))),
+                      1500);
+        }
+    }
+}
+
+// A backup taken while a transaction is open holds what was committed, nothing of the rest.
+TEST(BackupSnapshot, HoldsOnlyWhatWasCommitted)
+{
+    Device device;
+    device.addTrees(4);
+    Database& db = device.session->database();
+    {
+        Database::Transaction open(db);
+        auto insert =
+            db.query(QStringLiteral("INSERT INTO Brov_Holzdaten (ID, ID_FILE) VALUES (99, 1)"));
+        ASSERT_TRUE(insert.run());
+        EXPECT_TRUE(device.backups().backup(Kind::Manual));
+        EXPECT_TRUE(open.commit());
+    }
+    EXPECT_EQ(treesIn(device.root.host(QStringLiteral("Brovant/Save/0001_Manu.cdb"))), 4);
+    EXPECT_EQ(device.trees(), 5);
+    EXPECT_FALSE(QFile::exists(device.root.host(QStringLiteral("Brovant/Brovant.cdb-journal"))));
+}
+
+TEST(BackupService, AutomaticOnlyWhenSwitchedOn)
+{
+    for (const int autoOn : {0, 1}) {
+        Device device;
+        device.session->store().writeInt(Setting::BackupAuto, 0, autoOn);
+        EXPECT_EQ(device.backups().automaticIfEnabled(), autoOn == 1);
+        EXPECT_EQ(device.listing(QStringLiteral("Brovant/Save")),
+                  autoOn ? QStringList{"0001_Auto.cdb"} : QStringList{});
+    }
+}
+
+// Only files of the backups' shape are listed, sorted, each with the program's time when it was
+// made: that clock may run apart from the system's.
+TEST(BackupService, EntriesAreSortedBackupsWithTheProgramsTime)
+{
+    Device device;
+    ManualClock clock(QDateTime(QDate(2026, 5, 4), QTime(18, 0, 59)));
+    BackupService& service = device.backups();
+    service.setClock(&clock);
+    device.touch(QStringLiteral("Brovant/Save/0007_Manu.cdb"));
+    ASSERT_TRUE(service.backup(Kind::Manual));
+    clock.setNow(QDateTime(QDate(2004, 1, 1), QTime(0, 1, 30)));
+    ASSERT_TRUE(service.backup(Kind::Automatic));
+    device.touch(QStringLiteral("Brovant/Save/Brovant.cdb"));
+    device.touch(QStringLiteral("Brovant/Save/0004_Auto.cdb.tmp"));
+    QDir().mkpath(device.root.host(QStringLiteral("Brovant/Save/0005_Auto.cdb")));
+    QStringList shown;
+    for (const BackupService::Entry& entry : service.entries())
+        shown << (entry.name == u"0007_Manu.cdb" ? entry.name : entry.display());
+    EXPECT_EQ(shown, (QStringList{"0007_Manu.cdb", "0008_Manu.cdb 04.05.2026, 18:00",
+                                  "0009_Auto.cdb 01.01.2004, 00:01"}));
+}
+
+// Backup 0001_Manu.cdb holds 3 trees; 5 more have been tallied since.
+struct RestoreDevice : Device {
+    RestoreDevice()
+    {
+        addTrees(3);
+        EXPECT_TRUE(backups().backup(Kind::Manual));
+        addTrees(5);
+        dialogs.clear();
+    }
+    QByteArray backupBytes() const
+    {
+        return root.readFile(QStringLiteral("Brovant/Save/0001_Manu.cdb"));
+    }
+};
+
+TEST(Restore, GoodBackupComesBackAfterAnAutomaticBackup)
+{
+    RestoreDevice device;
+    EXPECT_TRUE(device.service->restore(QStringLiteral("0001_Manu.cdb")));
+    EXPECT_TRUE(device.dialogs.asked().isEmpty());
+    EXPECT_TRUE(device.session->database().isOpen());
+    EXPECT_EQ(device.trees(), 3);
+    // The state just before the restore is kept, whatever Auto says.
+    EXPECT_EQ(device.listing(QStringLiteral("Brovant/Save")),
+              (QStringList{"0001_Manu.cdb", "0002_Auto.cdb"}));
+    EXPECT_EQ(treesIn(device.root.host(QStringLiteral("Brovant/Save/0002_Auto.cdb"))), 8);
+    EXPECT_EQ(device.listing(QStringLiteral("Brovant")), (QStringList{"Brovant.cdb", "Save/"}));
+    // Start-up accepts what was restored.
+    device.session->database().close();
+    EXPECT_EQ(StructureCheck::inspect(device.root.host(QStringLiteral("Brovant/Brovant.cdb"))),
+              StructureCheck::Verdict::Accepted);
+}
+
+// The chosen backup is the oldest of 30, which the automatic backup before the restore deletes.
+TEST(Restore, OldestOfThirtyIsRestoredThoughItsFileGoes)
+{
+    RestoreDevice device;
+    for (int n = 2; n <= 30; ++n)
+        EXPECT_TRUE(device.service->backup(Kind::Automatic));
+    QFile::rename(device.root.host(QStringLiteral("Brovant/Save/0001_Manu.cdb")),
+                  device.root.host(QStringLiteral("Brovant/Save/0001_Auto.cdb")));
+    EXPECT_TRUE(device.service->restore(QStringLiteral("0001_Auto.cdb")));
+    EXPECT_TRUE(device.dialogs.asked().isEmpty());
+    EXPECT_EQ(device.trees(), 3);
+    EXPECT_EQ(device.listing(QStringLiteral("Brovant/Save")), numbered("Auto", 2, 31));
+}
+
+TEST(Restore, RefusedFilesLeaveTheDatabaseAlone)
+{
+    enum class Content {
+        CutInHalf,
+        LastPagesCut,
+        PageDamaged,
+        OtherStructure,
+        NotADatabase,
+        Empty,
+        None
+    };
+    struct Case {
+        const char* name;
+        const char* file; // what restore is asked for
+        Content content;  // what is put there first
+        QString message;
+    };
+    const Case cases[] = {
+        {"cut in half", "0002_Manu.cdb", Content::CutInHalf, kNotADatabase},
+        // The structure record is still there; only the trees at the end are missing.
+        {"last pages cut", "0002_Manu.cdb", Content::LastPagesCut, kNotADatabase},
+        {"a page damaged", "0002_Manu.cdb", Content::PageDamaged, kNotADatabase},
+        {"other structure", "0002_Auto.cdb", Content::OtherStructure, kNotADatabase},
+        {"not a database", "0002_Auto.cdb", Content::NotADatabase, kNotADatabase},
+        {"empty", "0002_Auto.cdb", Content::Empty, kNotADatabase},
+        {"missing", "0042_Auto.cdb", Content::None, kRestoreFailed},
+        {"path outside", "../Brovant.cdb", Content::None, kRestoreFailed},
+        {"no backup name", "Brovant.cdb", Content::None, kRestoreFailed},
+        {"a crashed copy", "0001_Manu.cdb.tmp", Content::None, kRestoreFailed},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        RestoreDevice device;
+        const QString target = QStringLiteral("Brovant/Save/") + QLatin1StringView(c.file);
+        switch (c.content) {
+        case Content::CutInHalf:
+            device.root.writeFile(target,
+                                  device.backupBytes().left(device.backupBytes().size() / 2));
+            break;
+        case Content::LastPagesCut: {
+            device.addTrees(2000, 100);
+            ASSERT_TRUE(device.service->backup(Kind::Manual));
+            const QByteArray whole = device.root.readFile(target);
+            device.root.writeFile(target, whole.left(whole.size() - 3 * 4096));
+            break;
+        }
+        case Content::PageDamaged: {
+            device.addTrees(2000, 100);
+            ASSERT_TRUE(device.service->backup(Kind::Manual));
+            QByteArray whole = device.root.readFile(target);
+            const qsizetype page = whole.size() / 4096 / 2 * 4096;
+            whole.replace(page, 4096, QByteArray(4096, '\x5a'));
+            device.root.writeFile(target, whole);
+            break;
+        }
+        case Content::OtherStructure: {
+            Database other(device.root.host(target));
+            ASSERT_TRUE(other.open());
+            auto insert =
+                other.query(QStringLiteral("INSERT INTO Struktur (STRUKTUR) VALUES ('T00200')"));
+            ASSERT_TRUE(insert.run());
+            break;
+        }
+        case Content::NotADatabase:
+            device.root.writeFile(target, QByteArray(8192, 'x'));
+            break;
+        case Content::Empty:
+            device.root.writeFile(target, {});
+            break;
+        case Content::None:
+            break;
+        }
+        const QStringList before = device.listing(QStringLiteral("Brovant/Save"));
+        const QByteArray database = device.root.readFile(QStringLiteral("Brovant/Brovant.cdb"));
+        const int trees = device.trees();
+        EXPECT_FALSE(device.service->restore(QString::fromLatin1(c.file)));
+        EXPECT_EQ(device.dialogs.asked(), QStringList{c.message});
+        EXPECT_TRUE(device.session->database().isOpen());
+        EXPECT_EQ(device.trees(), trees);
+        EXPECT_EQ(device.root.readFile(QStringLiteral("Brovant/Brovant.cdb")), database);
+        // No automatic backup for a refused restore, and nothing staged is left.
+        EXPECT_EQ(device.listing(QStringLiteral("Brovant/Save")), before);
+        EXPECT_EQ(device.listing(QStringLiteral("Brovant")), (QStringList{"Brovant.cdb", "Save/"}));
+    }
+}
+
+// When the backup before the restore cannot be made, the restore does not go ahead either.
+TEST(Restore, NotWithoutTheBackupBeforeIt)
+{
+    RestoreDevice device;
+    QDir().mkpath(device.root.host(QStringLiteral("Brovant/Save/0002_Auto.cdb")));
+    EXPECT_FALSE(device.service->restore(QStringLiteral("0001_Manu.cdb")));
+    EXPECT_EQ(device.dialogs.asked(), QStringList{kBackupFailed});
+    EXPECT_TRUE(device.session->database().isOpen());
+    EXPECT_EQ(device.trees(), 8);
+}
+
+} // namespace
+} // namespace brovant

@@ -1,0 +1,184 @@
+// The admin tool's backup commands, run as a process like any outside caller runs them: a day of
+// backups, listing and restoring on one device root, and the device family told by its files.
+#include "masterdata/DeviceSession.h"
+#include "support/TempRoot.h"
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <sqlite3.h>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+namespace brovant::test {
+namespace {
+
+struct ToolRun {
+    int status = -1;
+    QString out;
+    QString err;
+};
+
+ToolRun tool(const QString& root, const QStringList& args)
+{
+    QProcess p;
+    p.setProgram(QStringLiteral(BROVANT_TOOL_PATH));
+    p.setArguments(QStringList{QStringLiteral("--root"), root} + args);
+    p.start();
+    p.waitForFinished(60000);
+    return {p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1,
+            QString::fromUtf8(p.readAllStandardOutput()),
+            QString::fromUtf8(p.readAllStandardError())};
+}
+
+int sql(const QString& file, const char* statement)
+{
+    sqlite3* db = nullptr;
+    int result = -1;
+    if (sqlite3_open_v2(QFile::encodeName(file).constData(), &db, SQLITE_OPEN_READWRITE, nullptr)
+        == SQLITE_OK) {
+        sqlite3_stmt* stmt = nullptr;
+        if (sqlite3_prepare_v2(db, statement, -1, &stmt, nullptr) == SQLITE_OK) {
+            const int rc = sqlite3_step(stmt);
+            result = rc == SQLITE_ROW ? sqlite3_column_int(stmt, 0) : rc == SQLITE_DONE ? 0 : -1;
+        }
+        sqlite3_finalize(stmt);
+    }
+    sqlite3_close_v2(db);
+    return result;
+}
+
+void setTime(const QString& file, const QDateTime& time)
+{
+    QFile f(file);
+    ASSERT_TRUE(f.open(QIODevice::ReadWrite));
+    ASSERT_TRUE(f.setFileTime(time, QFileDevice::FileModificationTime));
+}
+
+// One device root through a sequence of commands; each step may change the root first.
+TEST(ToolBackup, BackupListRestore)
+{
+    TempRoot root;
+    const QString database = root.host(QStringLiteral("Brovant/Brovant.cdb"));
+    const QString save = root.host(QStringLiteral("Brovant/Save/"));
+    const auto addTree = [&] {
+        EXPECT_EQ(sql(database, "INSERT INTO Brov_Holzdaten (ID, ID_FILE) VALUES (1, 1)"), 0);
+    };
+    const auto foreign = [&] {
+        root.writeFile(QStringLiteral("Brovant/Save/0009_Manu.cdb"), "no database");
+    };
+    const auto stamp = [&] {
+        setTime(save + QStringLiteral("0001_Manu.cdb"), QDateTime(QDate(2026, 5, 4), QTime(9, 7)));
+        setTime(save + QStringLiteral("0002_Auto.cdb"),
+                QDateTime(QDate(2026, 5, 4), QTime(12, 30)));
+    };
+    struct Step {
+        const char* name;
+        std::function<void()> before;
+        QStringList args;
+        int status;
+        QString out;
+        QString err; // contained in standard error
+        int trees;   // in the database afterwards
+    };
+    const Step steps[] = {
+        {"first backup is manual",
+         [&] {
+             EXPECT_EQ(tool(root.path(), {"init"}).status, 0);
+             addTree();
+         },
+         {"backup"},
+         0,
+         "\\Brovant\\Save\\0001_Manu.cdb\n",
+         "",
+         1},
+        {"automatic", addTree, {"backup", "--auto"}, 0, "\\Brovant\\Save\\0002_Auto.cdb\n", "", 2},
+        {"both kinds at once", {}, {"backup", "--auto", "--manual"}, 2, "", "nicht beides", 2},
+        {"listed as on the screen",
+         stamp,
+         {"backups"},
+         0,
+         "0001_Manu.cdb 04.05.2026, 09:07\n0002_Auto.cdb 04.05.2026, 12:30\n",
+         "",
+         2},
+        {"options only for backup", {}, {"backups", "--manual"}, 2, "", "nur für backup", 2},
+        {"restore the first", {}, {"restore", "0001_Manu.cdb"}, 0, "", "", 1},
+        {"a name that is no backup",
+         {},
+         {"restore", "../Brovant.cdb"},
+         1,
+         "",
+         "Fehler beim Wiederherstellen!\n",
+         1},
+        {"a file that is no database",
+         foreign,
+         {"restore", "0009_Manu.cdb"},
+         1,
+         "",
+         "Datensicherung ist keine\ngültige Datenbank!\n",
+         1},
+    };
+    for (const Step& step : steps) {
+        SCOPED_TRACE(step.name);
+        if (step.before)
+            step.before();
+        const ToolRun r = tool(root.path(), step.args);
+        EXPECT_EQ(r.status, step.status) << r.err.toStdString();
+        EXPECT_EQ(r.out, step.out);
+        if (step.err.isEmpty())
+            EXPECT_EQ(r.err, QString());
+        else
+            EXPECT_TRUE(r.err.contains(step.err)) << r.err.toStdString();
+        EXPECT_EQ(sql(database, "SELECT COUNT(*) FROM Brov_Holzdaten"), step.trees);
+    }
+    // The restore kept the state before it as the next automatic backup.
+    EXPECT_EQ(QDir(save).entryList(QDir::Files, QDir::Name),
+              (QStringList{"0001_Manu.cdb", "0002_Auto.cdb", "0003_Auto.cdb", "0009_Manu.cdb"}));
+    EXPECT_EQ(sql(save + QStringLiteral("0003_Auto.cdb"), "SELECT COUNT(*) FROM Brov_Holzdaten"),
+              2);
+}
+
+// The device family comes from "\Windows\externapi.dll", as at start-up; the card from Karte.
+TEST(ToolBackup, FolderByDeviceFamilyAndCard)
+{
+    const struct {
+        const char* name;
+        bool getac;
+        bool card;
+        const char* folder; // created in the root
+        int status;
+        QString out;
+        QString err;
+    } cases[] = {
+        {"other family", false, false, "Extended Storage", 0, "\\Brovant\\Save\\0001_Manu.cdb\n",
+         ""},
+        {"getac", true, false, "Extended Storage", 0,
+         "\\Extended Storage\\Brovant_Save\\0001_Manu.cdb\n", ""},
+        {"card missing", false, true, "Extended Storage", 1, "",
+         "Kein Zugriff auf externe\nSpeicherkarte möglich!\n"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        TempRoot root;
+        if (c.getac)
+            root.writeFile(QStringLiteral("Windows/externapi.dll"), "MZ");
+        QDir().mkpath(root.host(QLatin1StringView(c.folder)));
+        DeviceSession(root.path()).store().writeInt(Setting::BackupKarte, 0, c.card ? 1 : 0);
+        for (const char* command : {"backup", "backups"}) {
+            const ToolRun r = tool(root.path(), {QLatin1StringView(command)});
+            if (QLatin1StringView(command) == "backups") {
+                EXPECT_EQ(r.status, c.status);
+                EXPECT_EQ(r.out.size() > 0, c.status == 0);
+                continue;
+            }
+            EXPECT_EQ(r.status, c.status);
+            EXPECT_EQ(r.out, c.out);
+            EXPECT_TRUE(r.err.contains(c.err)) << r.err.toStdString();
+        }
+    }
+}
+
+} // namespace
+} // namespace brovant::test

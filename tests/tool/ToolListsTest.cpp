@@ -1,0 +1,105 @@
+// "brovant-tool lists", run as a process like every outside check runs it: one line per list in
+// table order, with the "DÜ" column as the list selection screen shows it.
+#include "app/logic/ListSelectionLogic.h"
+#include "data/Database.h"
+#include "data/Dataset.h"
+#include "data/Schema.h"
+#include "support/TempRoot.h"
+
+#include <QProcess>
+
+#include <gtest/gtest.h>
+
+namespace brovant::test {
+namespace {
+
+struct ToolOutput {
+    int status = -1;
+    QString out;
+    QString err;
+};
+
+ToolOutput listsOf(const QStringList& args)
+{
+    QProcess p;
+    p.setProgram(QStringLiteral(BROVANT_TOOL_PATH));
+    p.setArguments(args);
+    p.start();
+    p.waitForFinished(60000);
+    return {p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1,
+            QString::fromUtf8(p.readAllStandardOutput()),
+            QString::fromUtf8(p.readAllStandardError())};
+}
+
+struct Head {
+    int id;
+    QString name;
+    QString addition;
+    int mark;
+    int exported;
+};
+
+void addHeads(const QString& file, const std::vector<Head>& heads)
+{
+    Database db(file, Database::Durability::Relaxed);
+    ASSERT_TRUE(db.open());
+    Dataset rows(db, schema::Kopfdaten);
+    for (const Head& h : heads) {
+        rows.clearFields();
+        rows.setInt(u"ID_FILE", h.id);
+        rows.setText(u"LISTE_NR", h.name);
+        rows.setText(u"ZUSATZ_A", h.addition);
+        rows.setInt(u"DUE_MARK", h.mark);
+        rows.setInt(u"EXPORTED_N_NI", h.exported);
+        ASSERT_TRUE(rows.insert());
+    }
+}
+
+TEST(ToolLists, OneLinePerListInTableOrder)
+{
+    TempRoot root;
+    const QStringList lists = {QStringLiteral("--root"), root.path(), QStringLiteral("lists")};
+    // A fresh device: the database is made, and there is nothing to list.
+    ToolOutput r = listsOf(lists);
+    EXPECT_EQ(r.status, 0) << r.err.toStdString();
+    EXPECT_EQ(r.out, QString());
+
+    const QString file = root.host(QStringLiteral("Brovant/Brovant.cdb"));
+    addHeads(file, {
+                       {5, QStringLiteral("WALD"), QStringLiteral("Am Hang"), 0, 0},
+                       {2, QStringLiteral("MODELL  "), QString(), 1, 0},
+                       {9, QStringLiteral("ALT"), QStringLiteral("zweimal   "), 1, 2},
+                       {3, QStringLiteral("B 7"), QStringLiteral("Tab\tim Text"), 0, 4},
+                   });
+    r = listsOf(lists);
+    EXPECT_EQ(r.status, 0) << r.err.toStdString();
+    EXPECT_EQ(r.out, QStringLiteral("5\tWALD\t   0\tAm Hang\n"
+                                    "2\tMODELL\tA0\t\n"
+                                    "9\tALT\tA2\tzweimal\n"
+                                    "3\tB 7\t   4\tTab im Text\n"));
+
+    // The column is the screen's own text.
+    Database db(file, Database::Durability::Relaxed);
+    ASSERT_TRUE(db.open());
+    QStringList marks;
+    for (const auto& row : ListSelectionLogic::readRows(db))
+        marks << row.mark;
+    QStringList printed;
+    for (const QString& line : r.out.split(u'\n', Qt::SkipEmptyParts))
+        printed << line.section(u'\t', 2, 2);
+    EXPECT_EQ(printed, marks);
+}
+
+TEST(ToolLists, OtherFormsAreNotThisCommand)
+{
+    TempRoot root;
+    const ToolOutput r = listsOf(
+        {QStringLiteral("--root"), root.path(), QStringLiteral("lists"), QStringLiteral("extra")});
+    EXPECT_EQ(r.status, 2);
+    EXPECT_TRUE(r.err.contains(QStringLiteral("Unbekannter Befehl"))) << r.err.toStdString();
+    const ToolOutput help = listsOf({QStringLiteral("--help")});
+    EXPECT_TRUE(help.out.contains(QStringLiteral("lists"))) << help.out.toStdString();
+}
+
+} // namespace
+} // namespace brovant::test
