@@ -4,6 +4,7 @@
 
 #include <QApplication>
 #include <QHBoxLayout>
+#include <QFontMetrics>
 #include <QLabel>
 #include <QPainter>
 #include <QProcess>
@@ -25,6 +26,10 @@ QLabel* makeLine(QWidget* parent, int controlId, const QString& text)
     QFont f = label->font();
     f.setBold(true);
     f.setPixelSize(12);
+    // A long line is drawn smaller rather than cut off at the dialog's edge.
+    constexpr int kLineWidth = 230 - 14;
+    while (f.pixelSize() > 8 && QFontMetrics(f).horizontalAdvance(text) > kLineWidth)
+        f.setPixelSize(f.pixelSize() - 1);
     label->setFont(f);
     label->setAlignment(Qt::AlignHCenter | Qt::AlignVCenter);
     return label;

@@ -76,6 +76,8 @@ public:
     void progress(double percent) override;
 
     InfoWindow* infoWindow() const { return m_info; }
+    // The question sound on its own, for screens that open a dialog of their own.
+    void playQuestion() { play(u"\\Windows\\question.wav"); }
     QWidget* window() const { return m_window; }
 
 protected:

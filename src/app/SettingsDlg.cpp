@@ -3,6 +3,7 @@
 #include "app/CNorvMFCApp.h"
 #include "app/ConfigurationDlg.h"
 #include "app/KeyTables.h"
+#include "app/QtMessageDialogs.h"
 #include "app/RestoreDlg.h"
 #include "app/TariffAssignmentDlg.h"
 #include "app/logic/AppLifecycle.h"
@@ -225,6 +226,8 @@ void SettingsDlg::OnCommand(int id)
         return;
     }
     case kRestore:
+        if (auto* dialogs = dynamic_cast<QtMessageDialogs*>(&app().messages()))
+            dialogs->playQuestion();
         RestoreDlg::open(app());
         return;
     case kAutomaticBackup:
