@@ -3,6 +3,7 @@
 #include "app/logic/ColdBootRecovery.h"
 #include "data/Dataset.h"
 #include "data/Schema.h"
+#include "device/BackupService.h"
 #include "masterdata/ConfigImport.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
@@ -186,7 +187,15 @@ void AppLifecycle::recoverAfterColdBoot()
     const DeviceRoot& root = m_session.root();
     if (!ColdBootRecovery::applies(root, m_clock.now()))
         return;
-    const ColdBootRecovery recovery(root, m_session.store().readInt(Setting::BackupKarte) == 1);
+    ColdBootRecovery recovery(root, m_session.store().readInt(Setting::BackupKarte) == 1);
+    // The numbered backups live in their own folder; the newest one is the last data there is.
+    const QString folder = BackupService(m_session, m_dialogs, m_state.getac).folder();
+    if (!folder.isEmpty()) {
+        const QStringList backups = root.find(
+            DeviceRoot::join(folder, QStringLiteral("????_????.cdb")), DeviceRoot::Kind::Files);
+        if (!backups.isEmpty())
+            recovery.addCandidate(DeviceRoot::join(folder, backups.last()));
+    }
     if (recovery.locate().isEmpty())
         return;
 

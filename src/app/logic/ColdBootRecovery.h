@@ -24,6 +24,9 @@ public:
     // Only a device with flash storage whose clock has been reset gets the offer.
     static bool applies(const DeviceRoot& root, const QDateTime& now);
 
+    // Tried after the device's own paths: the newest numbered backup the program wrote.
+    void addCandidate(const QString& devicePath) { m_candidates << devicePath; }
+
     // The backup paths in the order they are tried.
     const QStringList& candidates() const { return m_candidates; }
     // The first candidate that exists, or empty when there is none.
