@@ -343,8 +343,8 @@ void ListSelectionDlg::send()
         return;
     }
     const bool wasBusy = std::exchange(m_busy, true);
-    // EXPORT ISSUE: the export writer belongs here. It writes every marked list as its list file
-    // into "\Export" before the transfer, and only when it wrote one may the channel send.
+    // Still to come: the list file writer, which puts every marked list into "\Export" before the
+    // channel sends; only when it wrote one may the channel send.
     const bool sent = app().channels().send();
     if (sent) {
         m_logic->markExported();
@@ -358,10 +358,9 @@ void ListSelectionDlg::send()
 void ListSelectionDlg::receive()
 {
     const bool wasBusy = std::exchange(m_busy, true);
-    if (app().channels().receive()) {
-        // IMPORT ISSUE: the received list files of "\Import" are imported here, behind the wait
-        // cursor, before the rows are read again.
-    }
+    // Still to come: the received list files of "\Import" become lists here, behind the wait
+    // cursor, before the rows are read again.
+    app().channels().receive();
     m_busy = wasBusy;
     rebuild();
     ShowFullScreen();
