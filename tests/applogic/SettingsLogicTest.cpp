@@ -1,30 +1,12 @@
-#include "app/logic/SettingsLogic.h"
-#include "app/logic/AppLifecycle.h"
+#include "AppLogicFixture.h"
+
 #include "app/logic/AppState.h"
-#include "data/Dataset.h"
-#include "data/Schema.h"
+#include "app/logic/SettingsLogic.h"
 #include "masterdata/ConfigImport.h"
-#include "masterdata/DeviceSession.h"
-#include "platform/MessageDialogs.h"
-#include "support/TempRoot.h"
 #include "transfer/TransferChannels.h"
-
-#include <QFile>
-
-#include <gtest/gtest.h>
 
 namespace brovant {
 namespace {
-
-struct QuietHost final : ScreenHost {
-    void showMainMenu() override {}
-    void setMainMenuActive(bool) override {}
-    void createScreens() override {}
-    void destroyScreens() override {}
-    void setWaitCursor(bool wait) override { waits += wait ? 1 : 0; }
-    void repaint() override {}
-    int waits = 0;
-};
 
 struct Channel final : TransferChannels {
     bool receive() override
@@ -74,7 +56,7 @@ protected:
     DeviceSession session;
     AppState state;
     ScriptedDialogs dialogs;
-    QuietHost host;
+    test::Recorder host;
     SettingsLogic logic;
     QByteArray config;
 };

@@ -156,10 +156,9 @@ TEST_P(TariffSaveTest, ChecksRunInOrderAndOnlyAValidRowIsWritten)
         // The saved row moves up next to a new empty edit line.
         EXPECT_TRUE(d.logic->onNewRow());
         EXPECT_EQ(d.logic->editLine(), TariffRow{});
-        EXPECT_EQ(str(d.history().last()),
-                  str(c.typed.region.leftJustified(8) + QStringLiteral("    ")
-                      + c.typed.species.leftJustified(3) + QStringLiteral("   ")
-                      + c.typed.tariff.leftJustified(5)));
+        EXPECT_EQ(d.history().last(), c.typed.region.leftJustified(12)
+                                          + c.typed.species.leftJustified(6)
+                                          + c.typed.tariff.leftJustified(5));
     } else {
         EXPECT_EQ(d.dialogs.asked(), QStringList{text(c.notice)});
         EXPECT_EQ(d.stored(), before);
@@ -441,6 +440,7 @@ const QString kA2Fi = QStringLiteral("A2          FI    FI01 ");
 const QString kA2Ta = QStringLiteral("A2          TA    BU01 ");
 const QString kA3Fi = QStringLiteral("A3          FI    FI02 ");
 
+// clang-format off
 const BrowseCase kBrowseCases[] = {
     {"UpFromTheNewRowShowsTheLast", 0, {}, -1, 0, true, 4, "A3/FI/FI02", {kA1Ta, kA2Fi, kA2Ta}, {}},
     {"UpAgainShiftsTheHistory", 1, {}, -1, 0, true, 3, "A2/TA/BU01", {kA1Fi, kA1Ta, kA2Fi}, {}},
@@ -448,57 +448,18 @@ const BrowseCase kBrowseCases[] = {
     {"FirstRowHasNoPrevious", 5, {}, -1, 0, false, 0, "A1/FI/FI01", {"", "", ""}, {}},
     {"DownFromTheLastIsTheNewRow", 1, {}, +1, 0, true, 5, "//", {kA2Fi, kA2Ta, kA3Fi}, {}},
     {"NothingAfterTheNewRow", 0, {}, +1, 0, false, 5, "//", {kA2Fi, kA2Ta, kA3Fi}, {}},
-    {"ChangedRowAnsweredNoIsDropped",
-     2,
-     row("A2", "TA", "FI01"),
-     -1,
-     MessageDialogs::No,
-     true,
-     2,
-     "A2/FI/FI01",
-     {"", kA1Fi, kA1Ta},
-     {}},
-    {"ChangedRowAnsweredYesIsSaved",
-     2,
-     row("A2", "TA", "FI01"),
-     -1,
-     MessageDialogs::Yes,
-     true,
-     2,
-     "A2/FI/FI01",
-     {"", kA1Fi, kA1Ta},
-     {"14|A2      |TA |FI01 "}},
-    {"FailedSaveKeepsThePlace",
-     2,
-     row("A2", "FI", "FI02"),
-     +1,
-     MessageDialogs::Yes,
-     false,
-     3,
-     "A2/FI/FI02",
-     {kA1Fi, kA1Ta, kA2Fi},
-     {}},
-    {"NewRowSavedOnTheWayUp",
-     0,
-     row("A4", "BU", "BU01"),
-     -1,
-     MessageDialogs::Yes,
-     true,
-     4,
-     "A3/FI/FI02",
-     {kA1Ta, kA2Fi, kA2Ta},
-     {"15|A4      |BU |BU01 "}},
-    {"NewRowDroppedOnTheWayUp",
-     0,
-     row("A4", "BU", "BU01"),
-     -1,
-     MessageDialogs::No,
-     true,
-     4,
-     "A3/FI/FI02",
-     {kA1Ta, kA2Fi, kA2Ta},
-     {}},
+    {"ChangedRowAnsweredNoIsDropped", 2, row("A2", "TA", "FI01"), -1, MessageDialogs::No, true, 2,
+     "A2/FI/FI01", {"", kA1Fi, kA1Ta}, {}},
+    {"ChangedRowAnsweredYesIsSaved", 2, row("A2", "TA", "FI01"), -1, MessageDialogs::Yes, true, 2,
+     "A2/FI/FI01", {"", kA1Fi, kA1Ta}, {"14|A2      |TA |FI01 "}},
+    {"FailedSaveKeepsThePlace", 2, row("A2", "FI", "FI02"), +1, MessageDialogs::Yes, false, 3,
+     "A2/FI/FI02", {kA1Fi, kA1Ta, kA2Fi}, {}},
+    {"NewRowSavedOnTheWayUp", 0, row("A4", "BU", "BU01"), -1, MessageDialogs::Yes, true, 4,
+     "A3/FI/FI02", {kA1Ta, kA2Fi, kA2Ta}, {"15|A4      |BU |BU01 "}},
+    {"NewRowDroppedOnTheWayUp", 0, row("A4", "BU", "BU01"), -1, MessageDialogs::No, true, 4,
+     "A3/FI/FI02", {kA1Ta, kA2Fi, kA2Ta}, {}},
 };
+// clang-format on
 
 INSTANTIATE_TEST_SUITE_P(Moves, TariffBrowseTest, ::testing::ValuesIn(kBrowseCases),
                          [](const auto& info) { return std::string(info.param.name); });

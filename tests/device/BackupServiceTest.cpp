@@ -1,7 +1,3 @@
-// Backups and restores on emulated device roots: the folder each device family and Karte value
-// takes, the numbering over both kinds with its limits and the restart after 9999, cards that are
-// links, missing or unwritable, copies that fail halfway, and restores of good, cut-off and
-// foreign files. The database connection must be open after every outcome.
 #include "device/BackupService.h"
 #include "data/StructureCheck.h"
 #include "masterdata/DeviceSession.h"
@@ -133,6 +129,7 @@ TEST(BackupNumbering, NextNameLimitsAndRestart)
         Kind kind;
         QStringList after;
     };
+    // clang-format off
     const Case cases[] = {
         {"first", {}, Kind::Automatic, {"0001_Auto.cdb"}},
         {"after a manual", {"0009_Manu.cdb"}, Kind::Automatic, {"0009_Manu.cdb", "0010_Auto.cdb"}},
@@ -150,23 +147,16 @@ TEST(BackupNumbering, NextNameLimitsAndRestart)
         {"oldest by number, not by name", numbered("Auto", 101, 130) + QStringList{"0200_Manu.cdb"},
          Kind::Automatic,
          numbered("Auto", 102, 130) + QStringList{"0200_Manu.cdb", "0201_Auto.cdb"}},
-        {"9999 clears and restarts",
-         {"0005_Manu.cdb", "9999_Auto.cdb"},
-         Kind::Manual,
+        {"9999 clears and restarts", {"0005_Manu.cdb", "9999_Auto.cdb"}, Kind::Manual,
          {"0001_Manu.cdb"}},
-        {"9999 of the other kind",
-         {"9998_Auto.cdb", "9999_Manu.cdb"},
-         Kind::Automatic,
+        {"9999 of the other kind", {"9998_Auto.cdb", "9999_Manu.cdb"}, Kind::Automatic,
          {"0001_Auto.cdb"}},
-        {"other files stay",
-         {"0001_Auto.cdb.bak", "notes.txt", "0002_Auto.cdb"},
-         Kind::Manual,
+        {"other files stay", {"0001_Auto.cdb.bak", "notes.txt", "0002_Auto.cdb"}, Kind::Manual,
          {"0001_Auto.cdb.bak", "0002_Auto.cdb", "0003_Manu.cdb", "notes.txt"}},
-        {"a crashed copy is cleared",
-         {"0002_Auto.cdb.tmp", "0001_Auto.cdb"},
-         Kind::Automatic,
+        {"a crashed copy is cleared", {"0002_Auto.cdb.tmp", "0001_Auto.cdb"}, Kind::Automatic,
          {"0001_Auto.cdb", "0002_Auto.cdb"}},
     };
+    // clang-format on
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         Device device;
@@ -191,78 +181,32 @@ TEST(BackupFolder, TableForBothFamiliesAndBothKarteValues)
         bool getac;
         bool card;
         QStringList present; // folders in the root
-        const char* folder;  // "" when a card is wanted and none is there
-        const char* written; // where the backup lands, relative to the root
+        const char* target;  // the card taken, "" the program's folder, nullptr no card found
+        const char* onDisk = nullptr; // the card's spelling on disk when it differs
     };
+    // clang-format off
     const Case cases[] = {
-        {false, false, {}, "\\Brovant\\Save", "Brovant/Save"},
-        {false, false, {"Storage Card"}, "\\Brovant\\Save", "Brovant/Save"},
-        {false, true, {}, "", nullptr},
-        {false,
-         true,
-         {"Storage Card"},
-         "\\Storage Card\\Brovant_Save",
-         "Storage Card/Brovant_Save"},
-        {false,
-         true,
-         {"Storage Card", "Storage Card2"},
-         "\\Storage Card2\\Brovant_Save",
-         "Storage Card2/Brovant_Save"},
-        {false,
-         true,
-         {"Storage Card", "Speicherkarte"},
-         "\\Speicherkarte\\Brovant_Save",
-         "Speicherkarte/Brovant_Save"},
-        {false,
-         true,
-         {"Speicherkarte", "Speicherkarte2"},
-         "\\Speicherkarte2\\Brovant_Save",
-         "Speicherkarte2/Brovant_Save"},
-        {false,
-         true,
-         {"storage card"},
-         "\\Storage Card\\Brovant_Save",
-         "storage card/Brovant_Save"},
-        {false, true, {"Extended Storage"}, "", nullptr},
-        {true,
-         true,
-         {"Extended Storage", "Speicherkarte2", "Storage Card"},
-         "\\Storage Card\\Brovant_Save",
-         "Storage Card/Brovant_Save"},
-        {true,
-         true,
-         {"Extended Storage", "Speicherkarte", "Storage Card"},
-         "\\Speicherkarte\\Brovant_Save",
-         "Speicherkarte/Brovant_Save"},
-        {true, true, {"Extended Storage", "Speicherkarte2", "Storage Card2"}, "", nullptr},
-        {true,
-         true,
-         {"Speicherkarte", "Storage Card2"},
-         "\\Storage Card2\\Brovant_Save",
-         "Storage Card2/Brovant_Save"},
-        {true,
-         true,
-         {"Speicherkarte2", "Storage Card2"},
-         "\\Speicherkarte2\\Brovant_Save",
-         "Speicherkarte2/Brovant_Save"},
-        {true, true, {"Speicherkarte", "Storage Card"}, "", nullptr},
-        {true,
-         false,
-         {"Extended Storage", "Storage Card"},
-         "\\Extended Storage\\Brovant_Save",
-         "Extended Storage/Brovant_Save"},
-        {true,
-         false,
-         {"Storage Card"},
-         "\\Storage Card\\Brovant_Save",
-         "Storage Card/Brovant_Save"},
-        {true,
-         false,
-         {"Speicherkarte", "Storage Card"},
-         "\\Speicherkarte\\Brovant_Save",
-         "Speicherkarte/Brovant_Save"},
-        {true, false, {"Speicherkarte2", "Storage Card2"}, "\\Brovant\\Save", "Brovant/Save"},
+        {false, false, {}, ""},
+        {false, false, {"Storage Card"}, ""},
+        {false, true, {}, nullptr},
+        {false, true, {"Storage Card"}, "Storage Card"},
+        {false, true, {"Storage Card", "Storage Card2"}, "Storage Card2"},
+        {false, true, {"Storage Card", "Speicherkarte"}, "Speicherkarte"},
+        {false, true, {"Speicherkarte", "Speicherkarte2"}, "Speicherkarte2"},
+        {false, true, {"storage card"}, "Storage Card", "storage card"},
+        {false, true, {"Extended Storage"}, nullptr},
+        {true, true, {"Extended Storage", "Speicherkarte2", "Storage Card"}, "Storage Card"},
+        {true, true, {"Extended Storage", "Speicherkarte", "Storage Card"}, "Speicherkarte"},
+        {true, true, {"Extended Storage", "Speicherkarte2", "Storage Card2"}, nullptr},
+        {true, true, {"Speicherkarte", "Storage Card2"}, "Storage Card2"},
+        {true, true, {"Speicherkarte2", "Storage Card2"}, "Speicherkarte2"},
+        {true, true, {"Speicherkarte", "Storage Card"}, nullptr},
+        {true, false, {"Extended Storage", "Storage Card"}, "Extended Storage"},
+        {true, false, {"Storage Card"}, "Storage Card"},
+        {true, false, {"Speicherkarte", "Storage Card"}, "Speicherkarte"},
+        {true, false, {"Speicherkarte2", "Storage Card2"}, ""},
     };
+    // clang-format on
     for (const Case& c : cases) {
         SCOPED_TRACE(QStringLiteral("getac %1 card %2 present %3")
                          .arg(c.getac)
@@ -274,19 +218,26 @@ TEST(BackupFolder, TableForBothFamiliesAndBothKarteValues)
             QDir().mkpath(device.root.host(folder));
         device.setCard(c.card);
         BackupService& service = device.backups(c.getac);
-        EXPECT_EQ(service.folder(), QString::fromLatin1(c.folder));
+        const QString target = QString::fromLatin1(c.target);
+        QString folder = u'\\' + target + QStringLiteral("\\Brovant_Save");
+        if (!c.target || target.isEmpty())
+            folder = c.target ? QStringLiteral("\\Brovant\\Save") : QString();
+        EXPECT_EQ(service.folder(), folder);
         const bool made = service.backup(Kind::Manual);
         EXPECT_TRUE(device.session->database().isOpen());
-        if (!c.written) {
+        if (!c.target) {
             EXPECT_FALSE(made);
             EXPECT_EQ(device.dialogs.asked(), QStringList{kNoCard});
             EXPECT_FALSE(QDir(device.root.host(QStringLiteral("Brovant/Save"))).exists());
             EXPECT_TRUE(service.entries().empty());
             continue;
         }
+        const QString onDisk = c.onDisk ? QString::fromLatin1(c.onDisk) : target;
+        const QString written = target.isEmpty() ? QStringLiteral("Brovant/Save")
+                                                 : onDisk + QStringLiteral("/Brovant_Save");
         EXPECT_TRUE(made);
         EXPECT_TRUE(device.dialogs.asked().isEmpty());
-        EXPECT_EQ(device.listing(QString::fromLatin1(c.written)), QStringList{"0001_Manu.cdb"});
+        EXPECT_EQ(device.listing(written), QStringList{"0001_Manu.cdb"});
         ASSERT_EQ(service.entries().size(), 1u);
         EXPECT_EQ(service.entries().front().name, QStringLiteral("0001_Manu.cdb"));
     }
@@ -490,15 +441,10 @@ TEST(Restore, OldestOfThirtyIsRestoredThoughItsFileGoes)
 
 TEST(Restore, RefusedFilesLeaveTheDatabaseAlone)
 {
-    enum class Content {
-        CutInHalf,
-        LastPagesCut,
-        PageDamaged,
-        OtherStructure,
-        NotADatabase,
-        Empty,
-        None
-    };
+    // clang-format off
+    enum class Content { CutInHalf, LastPagesCut, PageDamaged, OtherStructure, NotADatabase, Empty,
+                         None };
+    // clang-format on
     struct Case {
         const char* name;
         const char* file; // what restore is asked for

@@ -1,12 +1,10 @@
-// The admin tool's backup commands, run as a process like any outside caller runs them: a day of
-// backups, listing and restoring on one device root, and the device family told by its files.
+// The backup commands: a day of backups, listing and restoring on one device root, and the
+// device family told by its files.
 #include "masterdata/DeviceSession.h"
 #include "support/TempRoot.h"
+#include "tool/ToolRun.h"
 
 #include <QDir>
-#include <QFile>
-#include <QProcess>
-#include <sqlite3.h>
 
 #include <gtest/gtest.h>
 
@@ -15,39 +13,9 @@
 namespace brovant::test {
 namespace {
 
-struct ToolRun {
-    int status = -1;
-    QString out;
-    QString err;
-};
-
-ToolRun tool(const QString& root, const QStringList& args)
+QString trees(const QString& file)
 {
-    QProcess p;
-    p.setProgram(QStringLiteral(BROVANT_TOOL_PATH));
-    p.setArguments(QStringList{QStringLiteral("--root"), root} + args);
-    p.start();
-    p.waitForFinished(60000);
-    return {p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1,
-            QString::fromUtf8(p.readAllStandardOutput()),
-            QString::fromUtf8(p.readAllStandardError())};
-}
-
-int sql(const QString& file, const char* statement)
-{
-    sqlite3* db = nullptr;
-    int result = -1;
-    if (sqlite3_open_v2(QFile::encodeName(file).constData(), &db, SQLITE_OPEN_READWRITE, nullptr)
-        == SQLITE_OK) {
-        sqlite3_stmt* stmt = nullptr;
-        if (sqlite3_prepare_v2(db, statement, -1, &stmt, nullptr) == SQLITE_OK) {
-            const int rc = sqlite3_step(stmt);
-            result = rc == SQLITE_ROW ? sqlite3_column_int(stmt, 0) : rc == SQLITE_DONE ? 0 : -1;
-        }
-        sqlite3_finalize(stmt);
-    }
-    sqlite3_close_v2(db);
-    return result;
+    return sqlRows(file, "SELECT COUNT(*) FROM Brov_Holzdaten").join(u',');
 }
 
 void setTime(const QString& file, const QDateTime& time)
@@ -64,7 +32,8 @@ TEST(ToolBackup, BackupListRestore)
     const QString database = root.host(QStringLiteral("Brovant/Brovant.cdb"));
     const QString save = root.host(QStringLiteral("Brovant/Save/"));
     const auto addTree = [&] {
-        EXPECT_EQ(sql(database, "INSERT INTO Brov_Holzdaten (ID, ID_FILE) VALUES (1, 1)"), 0);
+        EXPECT_EQ(sqlRows(database, "INSERT INTO Brov_Holzdaten (ID, ID_FILE) VALUES (1, 1)"),
+                  QStringList());
     };
     const auto foreign = [&] {
         root.writeFile(QStringLiteral("Brovant/Save/0009_Manu.cdb"), "no database");
@@ -83,17 +52,13 @@ TEST(ToolBackup, BackupListRestore)
         QString err; // contained in standard error
         int trees;   // in the database afterwards
     };
+    const auto init = [&] {
+        EXPECT_EQ(tool(root.path(), {"init"}).status, 0);
+        addTree();
+    };
+    const QString noDatabase = QStringLiteral("Datensicherung ist keine\ngültige Datenbank!\n");
     const Step steps[] = {
-        {"first backup is manual",
-         [&] {
-             EXPECT_EQ(tool(root.path(), {"init"}).status, 0);
-             addTree();
-         },
-         {"backup"},
-         0,
-         "\\Brovant\\Save\\0001_Manu.cdb\n",
-         "",
-         1},
+        {"first backup is manual", init, {"backup"}, 0, "\\Brovant\\Save\\0001_Manu.cdb\n", "", 1},
         {"automatic", addTree, {"backup", "--auto"}, 0, "\\Brovant\\Save\\0002_Auto.cdb\n", "", 2},
         {"both kinds at once", {}, {"backup", "--auto", "--manual"}, 2, "", "nicht beides", 2},
         {"listed as on the screen",
@@ -112,13 +77,7 @@ TEST(ToolBackup, BackupListRestore)
          "",
          "Fehler beim Wiederherstellen!\n",
          1},
-        {"a file that is no database",
-         foreign,
-         {"restore", "0009_Manu.cdb"},
-         1,
-         "",
-         "Datensicherung ist keine\ngültige Datenbank!\n",
-         1},
+        {"a file that is no database", foreign, {"restore", "0009_Manu.cdb"}, 1, "", noDatabase, 1},
     };
     for (const Step& step : steps) {
         SCOPED_TRACE(step.name);
@@ -131,13 +90,12 @@ TEST(ToolBackup, BackupListRestore)
             EXPECT_EQ(r.err, QString());
         else
             EXPECT_TRUE(r.err.contains(step.err)) << r.err.toStdString();
-        EXPECT_EQ(sql(database, "SELECT COUNT(*) FROM Brov_Holzdaten"), step.trees);
+        EXPECT_EQ(trees(database), QString::number(step.trees));
     }
     // The restore kept the state before it as the next automatic backup.
     EXPECT_EQ(QDir(save).entryList(QDir::Files, QDir::Name),
               (QStringList{"0001_Manu.cdb", "0002_Auto.cdb", "0003_Auto.cdb", "0009_Manu.cdb"}));
-    EXPECT_EQ(sql(save + QStringLiteral("0003_Auto.cdb"), "SELECT COUNT(*) FROM Brov_Holzdaten"),
-              2);
+    EXPECT_EQ(trees(save + QStringLiteral("0003_Auto.cdb")), QStringLiteral("2"));
 }
 
 // The device family comes from "\Windows\externapi.dll", as at start-up; the card from Karte.

@@ -1,35 +1,16 @@
-// "brovant-tool lists", run as a process like every outside check runs it: one line per list in
-// table order, with the "DÜ" column as the list selection screen shows it.
+// "brovant-tool lists": one line per list in table order, with the "DÜ" column as the list
+// selection screen shows it.
 #include "app/logic/ListSelectionLogic.h"
 #include "data/Database.h"
 #include "data/Dataset.h"
 #include "data/Schema.h"
 #include "support/TempRoot.h"
-
-#include <QProcess>
+#include "tool/ToolRun.h"
 
 #include <gtest/gtest.h>
 
 namespace brovant::test {
 namespace {
-
-struct ToolOutput {
-    int status = -1;
-    QString out;
-    QString err;
-};
-
-ToolOutput listsOf(const QStringList& args)
-{
-    QProcess p;
-    p.setProgram(QStringLiteral(BROVANT_TOOL_PATH));
-    p.setArguments(args);
-    p.start();
-    p.waitForFinished(60000);
-    return {p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1,
-            QString::fromUtf8(p.readAllStandardOutput()),
-            QString::fromUtf8(p.readAllStandardError())};
-}
 
 struct Head {
     int id;
@@ -58,9 +39,9 @@ void addHeads(const QString& file, const std::vector<Head>& heads)
 TEST(ToolLists, OneLinePerListInTableOrder)
 {
     TempRoot root;
-    const QStringList lists = {QStringLiteral("--root"), root.path(), QStringLiteral("lists")};
+    const QStringList lists = {QStringLiteral("lists")};
     // A fresh device: the database is made, and there is nothing to list.
-    ToolOutput r = listsOf(lists);
+    ToolRun r = tool(root.path(), lists);
     EXPECT_EQ(r.status, 0) << r.err.toStdString();
     EXPECT_EQ(r.out, QString());
 
@@ -71,7 +52,7 @@ TEST(ToolLists, OneLinePerListInTableOrder)
                        {9, QStringLiteral("ALT"), QStringLiteral("zweimal   "), 1, 2},
                        {3, QStringLiteral("B 7"), QStringLiteral("Tab\tim Text"), 0, 4},
                    });
-    r = listsOf(lists);
+    r = tool(root.path(), lists);
     EXPECT_EQ(r.status, 0) << r.err.toStdString();
     EXPECT_EQ(r.out, QStringLiteral("5\tWALD\t   0\tAm Hang\n"
                                     "2\tMODELL\tA0\t\n"
@@ -93,11 +74,10 @@ TEST(ToolLists, OneLinePerListInTableOrder)
 TEST(ToolLists, OtherFormsAreNotThisCommand)
 {
     TempRoot root;
-    const ToolOutput r = listsOf(
-        {QStringLiteral("--root"), root.path(), QStringLiteral("lists"), QStringLiteral("extra")});
+    const ToolRun r = tool(root.path(), {QStringLiteral("lists"), QStringLiteral("extra")});
     EXPECT_EQ(r.status, 2);
     EXPECT_TRUE(r.err.contains(QStringLiteral("Unbekannter Befehl"))) << r.err.toStdString();
-    const ToolOutput help = listsOf({QStringLiteral("--help")});
+    const ToolRun help = runTool({QStringLiteral("--help")});
     EXPECT_TRUE(help.out.contains(QStringLiteral("lists"))) << help.out.toStdString();
 }
 

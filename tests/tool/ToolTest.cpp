@@ -1,65 +1,32 @@
-// The admin tool's command forms are relied on from outside, so they are run as a process.
+// The tool's command forms are relied on from outside.
 #include "support/TempRoot.h"
+#include "tool/ToolRun.h"
 
 #include <QDir>
-#include <QFile>
-#include <QProcess>
-#include <sqlite3.h>
 
 #include <gtest/gtest.h>
 
 namespace brovant::test {
 namespace {
 
-struct ToolRun {
-    int status = -1;
-    QString out;
-    QString err;
-};
-
-ToolRun tool(const QStringList& args)
-{
-    QProcess p;
-    p.setProgram(QStringLiteral(BROVANT_TOOL_PATH));
-    p.setArguments(args);
-    p.start();
-    p.waitForFinished(60000);
-    return {p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1,
-            QString::fromUtf8(p.readAllStandardOutput()),
-            QString::fromUtf8(p.readAllStandardError())};
-}
-
 const QString kSample = QStringLiteral(BROVANT_SOURCE_DIR "/demo/passive.dtr");
 
 QStringList structureRecords(const QString& file)
 {
-    sqlite3* db = nullptr;
-    QStringList out;
-    if (sqlite3_open_v2(QFile::encodeName(file).constData(), &db, SQLITE_OPEN_READONLY, nullptr)
-        == SQLITE_OK) {
-        sqlite3_stmt* st = nullptr;
-        if (sqlite3_prepare_v2(db, "SELECT STRUKTUR FROM Struktur", -1, &st, nullptr)
-            == SQLITE_OK) {
-            while (sqlite3_step(st) == SQLITE_ROW)
-                out << QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(st, 0)));
-        }
-        sqlite3_finalize(st);
-    }
-    sqlite3_close_v2(db);
-    return out;
+    return sqlRows(file, "SELECT STRUKTUR FROM Struktur");
 }
 
 TEST(Tool, InitCreatesFoldersAndDatabase)
 {
     TempRoot root;
-    const ToolRun r = tool({QStringLiteral("--root"), root.path(), QStringLiteral("init")});
+    const ToolRun r = tool(root.path(), {QStringLiteral("init")});
     EXPECT_EQ(r.status, 0) << r.err.toStdString();
     for (const char* folder : {"Brovant", "Import", "Export"})
         EXPECT_TRUE(QDir(root.host(QLatin1StringView(folder))).exists()) << folder;
     EXPECT_EQ(structureRecords(root.host(QStringLiteral("Brovant/Brovant.cdb"))),
               QStringList{"T00300"});
     // A second init keeps the database as it is.
-    EXPECT_EQ(tool({QStringLiteral("--root"), root.path(), QStringLiteral("init")}).status, 0);
+    EXPECT_EQ(tool(root.path(), {QStringLiteral("init")}).status, 0);
     EXPECT_EQ(structureRecords(root.host(QStringLiteral("Brovant/Brovant.cdb"))),
               QStringList{"T00300"});
     EXPECT_FALSE(QFile::exists(root.host(QStringLiteral("Brovant/Brovant.cdb-journal"))));
@@ -69,7 +36,7 @@ TEST(Tool, InitReplacesAForeignDatabaseAndKeepsItAside)
 {
     TempRoot root;
     root.writeFile(QStringLiteral("brovant/brovant.cdb"), "not a database at all");
-    const ToolRun r = tool({QStringLiteral("--root"), root.path(), QStringLiteral("init")});
+    const ToolRun r = tool(root.path(), {QStringLiteral("init")});
     EXPECT_EQ(r.status, 0);
     EXPECT_TRUE(r.err.contains(QStringLiteral("Datenbank und Stammdaten")));
     EXPECT_EQ(root.readFile(QStringLiteral("brovant/Brovant.cdb.alt")), "not a database at all");
@@ -80,8 +47,7 @@ TEST(Tool, InitReplacesAForeignDatabaseAndKeepsItAside)
 TEST(Tool, ImportConfigAndPrintRegistry)
 {
     TempRoot root;
-    const ToolRun import =
-        tool({QStringLiteral("--root"), root.path(), QStringLiteral("import-config"), kSample});
+    const ToolRun import = tool(root.path(), {QStringLiteral("import-config"), kSample});
     ASSERT_EQ(import.status, 0) << import.err.toStdString();
     EXPECT_EQ(root.readFile(QStringLiteral("Brovant/passive.dtr")), [] {
         QFile f(kSample);
@@ -89,7 +55,7 @@ TEST(Tool, ImportConfigAndPrintRegistry)
         return f.readAll();
     }());
 
-    const ToolRun reg = tool({QStringLiteral("--root"), root.path(), QStringLiteral("registry")});
+    const ToolRun reg = tool(root.path(), {QStringLiteral("registry")});
     EXPECT_EQ(reg.status, 0);
     EXPECT_TRUE(reg.out.startsWith(QStringLiteral("Windows Registry Editor Version 5.00\n")));
     for (const char* line : {
@@ -100,8 +66,7 @@ TEST(Tool, ImportConfigAndPrintRegistry)
          })
         EXPECT_TRUE(reg.out.contains(QString::fromUtf8(line))) << line;
 
-    const ToolRun settings =
-        tool({QStringLiteral("--root"), root.path(), QStringLiteral("settings")});
+    const ToolRun settings = tool(root.path(), {QStringLiteral("settings")});
     EXPECT_EQ(settings.status, 0);
     EXPECT_TRUE(settings.out.contains(QStringLiteral("KONFIG/Loaded: 1")));
     EXPECT_TRUE(settings.out.contains(QStringLiteral("05 \"LÄ \"")));
@@ -111,17 +76,16 @@ TEST(Tool, ImportConfigWithWrongStructureFails)
 {
     TempRoot root;
     root.writeFile(QStringLiteral("bad.dtr"), "TD0STAMM299.DAT\r\na15FI \r\n");
-    const ToolRun r = tool({QStringLiteral("--root"), root.path(), QStringLiteral("import-config"),
-                            root.host(QStringLiteral("bad.dtr"))});
+    const ToolRun r =
+        tool(root.path(), {QStringLiteral("import-config"), root.host(QStringLiteral("bad.dtr"))});
     EXPECT_NE(r.status, 0);
     EXPECT_TRUE(r.err.contains(QStringLiteral("Falsche Struktur der Konfigura-\ntion!")))
         << r.err.toStdString();
-    const ToolRun reg = tool({QStringLiteral("--root"), root.path(), QStringLiteral("registry")});
+    const ToolRun reg = tool(root.path(), {QStringLiteral("registry")});
     EXPECT_TRUE(reg.out.contains(QStringLiteral("\"Loaded\"=dword:00000000")));
 
-    const ToolRun missing =
-        tool({QStringLiteral("--root"), root.path(), QStringLiteral("import-config"),
-              root.host(QStringLiteral("nowhere.dtr"))});
+    const ToolRun missing = tool(
+        root.path(), {QStringLiteral("import-config"), root.host(QStringLiteral("nowhere.dtr"))});
     EXPECT_NE(missing.status, 0);
 }
 
@@ -148,7 +112,7 @@ TEST(Tool, UsageForms)
         {{QStringLiteral("--bogus")}, 2, "", "bogus"},
     };
     for (const Case& c : cases) {
-        const ToolRun r = tool(c.args);
+        const ToolRun r = runTool(c.args);
         EXPECT_EQ(r.status, c.status) << c.args.join(u' ').toStdString();
         EXPECT_TRUE(r.out.contains(QLatin1StringView(c.inOut))) << r.out.toStdString();
         EXPECT_TRUE(r.err.contains(QLatin1StringView(c.inErr))) << r.err.toStdString();
