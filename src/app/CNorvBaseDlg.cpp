@@ -39,6 +39,14 @@ void CNorvBaseDlg::OnCancel()
         m_app.SwitchToDialog(m_prev, 0);
 }
 
+void CNorvBaseDlg::Activate()
+{
+    if (m_app.GetActiveDlg() == this)
+        InitDialog();
+    else
+        m_app.SwitchToDialog(this, 0);
+}
+
 void CNorvBaseDlg::ShowFullScreen()
 {
     setGeometry(0, 0, CNorvMFCApp::kScreenWidth, CNorvMFCApp::kScreenHeight);

@@ -34,6 +34,10 @@ public:
     virtual void OnCancel();
     virtual void OnOK() {}
 
+    // Switches to this screen, or runs its per-activation set-up again when it already is the
+    // active one.
+    void Activate();
+
     void ShowFullScreen();
     void Hide(int flag = 0);
     CNorvBaseDlg* GetPrevDlg() const { return m_prev; }

@@ -179,20 +179,12 @@ void ListHeaderDlg::openNew(const QString& presetName)
 {
     m_preset = presetName;
     app().state().currentList = -1;
-    open();
+    Activate();
 }
 
 void ListHeaderDlg::openExisting()
 {
-    open();
-}
-
-void ListHeaderDlg::open()
-{
-    if (app().GetActiveDlg() == this)
-        InitDialog();
-    else
-        app().SwitchToDialog(this, 0);
+    Activate();
 }
 
 void ListHeaderDlg::InitDialog()

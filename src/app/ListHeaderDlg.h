@@ -51,7 +51,6 @@ private:
     void cycleKeyboards();
     void turnPage(bool down);
     void toListSelection();
-    void open();
 
     ListHeaderLogic m_logic;
     QString m_preset;

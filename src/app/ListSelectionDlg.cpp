@@ -32,19 +32,19 @@ constexpr int kListWidth = 80;
 constexpr int kMarkWidth = 30;
 constexpr int kAdditionWidth = 80;
 
-struct KeySpec {
+struct BarKey {
     const char* caption;
     int command;
 };
 
 // Three keys a row; a single row takes the whole height.
-std::vector<KeyDef> keyBar(std::initializer_list<KeySpec> specs)
+std::vector<KeyDef> keyBar(std::initializer_list<BarKey> barKeys)
 {
     std::vector<KeyDef> keys;
-    const int rows = int(specs.size() + 2) / 3;
+    const int rows = int(barKeys.size() + 2) / 3;
     const int height = kKeysHeight / rows;
     int i = 0;
-    for (const KeySpec& s : specs) {
+    for (const BarKey& s : barKeys) {
         keys.push_back({(i % 3) * 80, (i / 3) * (height + 1), 79, height - 1,
                         QString::fromUtf8(s.caption), s.command});
         ++i;

@@ -192,22 +192,14 @@ void TariffAssignmentDlg::openAll()
 {
     m_regionOnly = false;
     m_region.clear();
-    open();
+    Activate();
 }
 
 void TariffAssignmentDlg::openRegion(const QString& region)
 {
     m_regionOnly = true;
     m_region = region;
-    open();
-}
-
-void TariffAssignmentDlg::open()
-{
-    if (app().GetActiveDlg() == this)
-        InitDialog();
-    else
-        app().SwitchToDialog(this, 0);
+    Activate();
 }
 
 void TariffAssignmentDlg::InitDialog()

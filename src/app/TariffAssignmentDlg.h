@@ -53,7 +53,6 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
-    void open();
     void refresh();
     void showList(KeyboardIndex list, QLineEdit* target);
     void entryChosen(KeyboardIndex list, const QString& code);
