@@ -3,6 +3,7 @@
 #include "app/CNorvMFCApp.h"
 
 #include <QKeyEvent>
+#include <QLabel>
 
 namespace brovant {
 
@@ -64,6 +65,19 @@ QFont CNorvBaseDlg::GetDefaultFont()
     QFont f(QStringLiteral("DejaVu Sans"));
     f.setPixelSize(12);
     return f;
+}
+
+QLabel* CNorvBaseDlg::addTitle(const QString& text, int y, int height, int pixelSize)
+{
+    auto* title = new QLabel(text, this);
+    title->setObjectName(QStringLiteral("title"));
+    title->setAlignment(Qt::AlignCenter);
+    QFont font = GetDefaultFont();
+    font.setBold(true);
+    font.setPixelSize(pixelSize);
+    title->setFont(font);
+    title->setGeometry(0, y, CNorvMFCApp::kScreenWidth, height);
+    return title;
 }
 
 int CNorvBaseDlg::TextOffset(const QString& text, const QStringList& table, int count)

@@ -7,6 +7,8 @@
 #include <QStringList>
 #include <QWidget>
 
+class QLabel;
+
 namespace brovant {
 
 class CNorvMFCApp;
@@ -44,6 +46,8 @@ public:
     void setPrevDlg(CNorvBaseDlg* prev) { m_prev = prev; }
 
     static QFont GetDefaultFont();
+    // The screen's centred bold title line across the full width, named "title".
+    QLabel* addTitle(const QString& text, int y, int height, int pixelSize = 13);
     // Index of `text` among the first `count` entries of `table`, or -1.
     static int TextOffset(const QString& text, const QStringList& table, int count);
 

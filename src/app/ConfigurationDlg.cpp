@@ -52,14 +52,7 @@ void ConfigurationDlg::OnInitDialog()
             edit->setSelection(int(edit->text().size()), -int(edit->text().size()));
     });
 
-    auto* title = new QLabel(QStringLiteral("Konfiguration"), this);
-    title->setObjectName(QStringLiteral("title"));
-    title->setAlignment(Qt::AlignCenter);
-    QFont titleFont = GetDefaultFont();
-    titleFont.setBold(true);
-    titleFont.setPixelSize(13);
-    title->setFont(titleFont);
-    title->setGeometry(0, 0, CNorvMFCApp::kScreenWidth, kTitleHeight);
+    addTitle(QStringLiteral("Konfiguration"), 0, kTitleHeight);
 
     // Key look: the current page stands out like a heading key.
     setStyleSheet(QStringLiteral(

@@ -78,14 +78,7 @@ void ListHeaderDlg::OnInitDialog()
 
     setStyleSheet(QStringLiteral("QLineEdit { padding: 0px 1px; }"));
 
-    m_title = new QLabel(this);
-    m_title->setObjectName(QStringLiteral("title"));
-    m_title->setAlignment(Qt::AlignCenter);
-    QFont titleFont = GetDefaultFont();
-    titleFont.setBold(true);
-    titleFont.setPixelSize(13);
-    m_title->setFont(titleFont);
-    m_title->setGeometry(0, 1, CNorvMFCApp::kScreenWidth, kTitleHeight);
+    m_title = addTitle(QString(), 1, kTitleHeight);
 
     m_pageNumber = new QLabel(this);
     m_pageNumber->setObjectName(QStringLiteral("pageNumber"));

@@ -44,14 +44,7 @@ void ListInfoDlg::OnInitDialog()
 {
     SetKeyboard(new CNorvKeyboard(keys::kBottomBarArea, barKeys()));
 
-    m_title = new QLabel(this);
-    m_title->setObjectName(QStringLiteral("title"));
-    m_title->setAlignment(Qt::AlignCenter);
-    QFont titleFont = GetDefaultFont();
-    titleFont.setBold(true);
-    titleFont.setPixelSize(13);
-    m_title->setFont(titleFont);
-    m_title->setGeometry(0, 1, CNorvMFCApp::kScreenWidth, kTitleHeight);
+    m_title = addTitle(QString(), 1, kTitleHeight);
 
     QFont font = GetDefaultFont();
     font.setPixelSize(11);

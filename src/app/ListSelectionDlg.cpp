@@ -95,14 +95,7 @@ void ListSelectionDlg::OnInitDialog()
         std::make_unique<ListSelectionLogic>(session.database(), session.store(), app().state(),
                                              app().messages(), app().clock(), &app().host());
 
-    auto* title = new QLabel(windowTitle(), this);
-    title->setObjectName(QStringLiteral("title"));
-    title->setAlignment(Qt::AlignCenter);
-    QFont titleFont = GetDefaultFont();
-    titleFont.setBold(true);
-    titleFont.setPixelSize(13);
-    title->setFont(titleFont);
-    title->setGeometry(0, 0, CNorvMFCApp::kScreenWidth, kTitleHeight);
+    addTitle(windowTitle(), 0, kTitleHeight);
 
     m_list = new QTreeWidget(this);
     m_list->setObjectName(QStringLiteral("listView"));

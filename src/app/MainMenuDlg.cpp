@@ -35,14 +35,7 @@ void MainMenuDlg::OnInitDialog()
 {
     SetKeyboard(new CNorvKeyboard(keys::kTallArea, keys::mainMenu()));
 
-    auto* title = new QLabel(QString::fromUtf8(kTitle), this);
-    title->setObjectName(QStringLiteral("title"));
-    title->setAlignment(Qt::AlignCenter);
-    QFont titleFont = GetDefaultFont();
-    titleFont.setBold(true);
-    titleFont.setPixelSize(14);
-    title->setFont(titleFont);
-    title->setGeometry(0, 2, 240, 20);
+    addTitle(QString::fromUtf8(kTitle), 2, 20, 14);
 
     auto* forest = new QSvgWidget(QStringLiteral(":/icons/picture_forest.svg"), this);
     forest->setObjectName(QStringLiteral("picture1003"));

@@ -3,8 +3,8 @@
 #include "platform/DeviceRoot.h"
 
 #include <QApplication>
-#include <QHBoxLayout>
 #include <QFontMetrics>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QPainter>
 #include <QProcess>

@@ -123,14 +123,7 @@ void TariffAssignmentDlg::OnInitDialog()
         connect(bar, &CNorvKeyboard::command, this, [this](int id) { OnCommand(id); });
     }
 
-    m_title = new QLabel(this);
-    m_title->setObjectName(QStringLiteral("title"));
-    m_title->setAlignment(Qt::AlignCenter);
-    QFont titleFont = GetDefaultFont();
-    titleFont.setBold(true);
-    titleFont.setPixelSize(13);
-    m_title->setFont(titleFont);
-    m_title->setGeometry(0, 0, CNorvMFCApp::kScreenWidth, kTitleHeight);
+    m_title = addTitle(QString(), 0, kTitleHeight);
 
     const QFont fixed = fixedFont();
     // Pixel offset of a character column; glyphs are not a whole number of pixels wide.

@@ -1,4 +1,5 @@
 #include "tool/ToolBackup.h"
+#include "tool/ToolCommands.h"
 
 #include "device/BackupService.h"
 #include "device/DeviceRoutes.h"
@@ -13,18 +14,6 @@ namespace {
 
 const QString kAuto = QStringLiteral("auto");
 const QString kManual = QStringLiteral("manual");
-
-// The database as start-up leaves it, so a backup copies what the program would work on.
-bool openDatabase(DeviceSession& session, QTextStream& err)
-{
-    const auto state =
-        session.openDatabase([&] { err << "Datenbank und Stammdaten\nwerden gelöscht!\n"; });
-    if (state == DeviceSession::DatabaseState::Failed) {
-        err << "Datenbank kann nicht geöffnet werden: " << session.database().lastError() << '\n';
-        return false;
-    }
-    return true;
-}
 
 } // namespace
 
@@ -72,7 +61,7 @@ int runBackupCommand(DeviceSession& session, const QCommandLineParser& parser, Q
             out << entry.display() << '\n';
         return 0;
     }
-    if (!openDatabase(session, err))
+    if (!openDatabaseOrReport(session, err))
         return 1;
     if (backup) {
         const auto kind =

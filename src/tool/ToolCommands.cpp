@@ -31,17 +31,6 @@ constexpr const char* kCommands = R"(Commands:
   registry             print both registry hives in .reg format
   settings             print the loaded settings and master tables)";
 
-bool openOrReport(DeviceSession& session, QTextStream& err)
-{
-    const auto state =
-        session.openDatabase([&] { err << "Datenbank und Stammdaten\nwerden gelöscht!\n"; });
-    if (state == DeviceSession::DatabaseState::Failed) {
-        err << "Datenbank kann nicht geöffnet werden: " << session.database().lastError() << '\n';
-        return false;
-    }
-    return true;
-}
-
 bool stage(DeviceSession& session, const QString& source, QTextStream& err)
 {
     QFile in(source);
@@ -68,7 +57,7 @@ bool stage(DeviceSession& session, const QString& source, QTextStream& err)
 
 int importConfig(DeviceSession& session, const QString& file, QTextStream& err)
 {
-    if (!openOrReport(session, err) || !stage(session, file, err))
+    if (!openDatabaseOrReport(session, err) || !stage(session, file, err))
         return 1;
     ConsoleDialogs dialogs(err, isatty(STDERR_FILENO));
     session.keepAwake().readSaved();
@@ -117,6 +106,17 @@ void printSettings(DeviceSession& session, QTextStream& out)
 
 } // namespace
 
+bool openDatabaseOrReport(DeviceSession& session, QTextStream& err)
+{
+    const auto state =
+        session.openDatabase([&] { err << "Datenbank und Stammdaten\nwerden gelöscht!\n"; });
+    if (state == DeviceSession::DatabaseState::Failed) {
+        err << "Datenbank kann nicht geöffnet werden: " << session.database().lastError() << '\n';
+        return false;
+    }
+    return true;
+}
+
 int runTool(const QStringList& arguments, QTextStream& out, QTextStream& err)
 {
     QCommandLineParser parser;
@@ -160,7 +160,7 @@ int runTool(const QStringList& arguments, QTextStream& out, QTextStream& err)
         err << "Registry-Datei beschädigt, beiseitegelegt: " << aside << '\n';
 
     if (command == QLatin1StringView("init") && args.size() == 1)
-        return openOrReport(session, err) ? 0 : 1;
+        return openDatabaseOrReport(session, err) ? 0 : 1;
     if (command == QLatin1StringView("import-config") && args.size() == 2)
         return importConfig(session, args[1], err);
     if (const int status = runBackupCommand(session, parser, out, err); status >= 0)
@@ -174,7 +174,7 @@ int runTool(const QStringList& arguments, QTextStream& out, QTextStream& err)
         return 0;
     }
     if (command == QLatin1StringView("settings") && args.size() == 1) {
-        if (!openOrReport(session, err))
+        if (!openDatabaseOrReport(session, err))
             return 1;
         printSettings(session, out);
         return 0;

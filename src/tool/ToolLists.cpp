@@ -1,4 +1,5 @@
 #include "tool/ToolLists.h"
+#include "tool/ToolCommands.h"
 
 #include "app/logic/ListSelectionLogic.h"
 #include "masterdata/DeviceSession.h"
@@ -38,12 +39,8 @@ int runListsCommand(DeviceSession& session, const QCommandLineParser& parser, QT
     const QStringList args = parser.positionalArguments();
     if (args.size() != 1 || args.first() != QLatin1StringView("lists"))
         return -1;
-    const auto state =
-        session.openDatabase([&] { err << "Datenbank und Stammdaten\nwerden gelöscht!\n"; });
-    if (state == DeviceSession::DatabaseState::Failed) {
-        err << "Datenbank kann nicht geöffnet werden: " << session.database().lastError() << '\n';
+    if (!openDatabaseOrReport(session, err))
         return 1;
-    }
     // The "DÜ" text keeps its leading blanks: it is the column exactly as the screen shows it.
     for (const auto& row : ListSelectionLogic::readRows(session.database())) {
         out << row.idFile << '\t' << cell(row.listNo) << '\t' << row.mark << '\t'
