@@ -162,6 +162,15 @@ void QtMessageDialogs::play(const char16_t* devicePath)
         QProcess::startDetached(player, {QStringLiteral("-q"), m_root.hostPath(path)});
 }
 
+void QtMessageDialogs::beep()
+{
+    // The device's own default sound when it has one, else the desktop's bell.
+    if (m_root.isFile(QStringLiteral("\\Windows\\default.wav")))
+        play(u"\\Windows\\default.wav");
+    else
+        QApplication::beep();
+}
+
 int QtMessageDialogs::run(MessageDialog& dialog)
 {
     return dialog.exec();

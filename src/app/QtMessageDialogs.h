@@ -74,6 +74,7 @@ public:
     void info(int showCommand, const QString& line1, const QString& line2,
               const QString& line3) override;
     void progress(double percent) override;
+    void beep() override;
 
     InfoWindow* infoWindow() const { return m_info; }
     // The question sound on its own, for screens that open a dialog of their own.

@@ -5,21 +5,83 @@
 #include "platform/KeepAwake.h"
 #include "platform/MessageDialogs.h"
 
+#include <algorithm>
+#include <limits>
 #include <optional>
 
 namespace brovant {
 
 int MasterTables::speciesIndex(const QString& code) const
 {
-    const QString key = code.left(3);
+    // Codes come padded from the database and unpadded from the registry.
+    const QStringView key = QStringView(code).left(3).trimmed();
+    if (key.isEmpty())
+        return -1;
     for (int i = 0; i < kSpecies; ++i) {
-        if (species[size_t(i)] == key)
+        if (QStringView(species[size_t(i)]).left(3).trimmed() == key)
             return i;
     }
     return -1;
 }
 
 namespace {
+
+const FieldDescriptor& einstellungenField(QStringView name)
+{
+    return schema::Einstellungen.fields[size_t(schema::Einstellungen.indexOf(name))];
+}
+
+// The class, volume and species-tariff rows in table order, one query for all three kinds.
+void loadLookupRows(Database& db, MasterTables& t)
+{
+    auto rows = db.query(QStringLiteral(
+        "SELECT ID_TYPE, BHDBIS, DMSTUFE, BHD, TARIF, KUBATUR, BAUMART FROM Brov_Einstellungen "
+        "WHERE ID_TYPE IN (?, ?, ?) ORDER BY rowid"));
+    rows.bind(1, std::int64_t(schema::DiameterClassRow))
+        .bind(2, std::int64_t(schema::TariffVolumeRow))
+        .bind(3, std::int64_t(schema::TariffAssignmentRow));
+    const FieldDescriptor& classField = einstellungenField(u"DMSTUFE");
+    const FieldDescriptor& tariffField = einstellungenField(u"TARIF");
+    const FieldDescriptor& speciesField = einstellungenField(u"BAUMART");
+    int reach = std::numeric_limits<int>::min();
+    while (rows.next()) {
+        switch (rows.integer(0)) {
+        case schema::DiameterClassRow: {
+            MasterTables::DiameterClass c;
+            c.upperBound = int(rows.integer(1));
+            c.code = formatValue(classField, rows.value(2));
+            c.diameter = int(rows.integer(3));
+            reach = std::max(reach, c.upperBound);
+            t.classes.push_back(std::move(c));
+            t.classReach.push_back(reach);
+            break;
+        }
+        case schema::TariffVolumeRow: {
+            ++t.volumeRows;
+            // The first row of a pair wins, as a walk from the top would find it.
+            const QString key = MasterTables::volumeKey(formatValue(tariffField, rows.value(4)),
+                                                        formatValue(classField, rows.value(2)));
+            if (!t.volumes.contains(key))
+                t.volumes.insert(key, int(rows.integer(5)));
+            break;
+        }
+        case schema::TariffAssignmentRow: {
+            QStringList& choices =
+                t.speciesTariffChoices[formatValue(speciesField, rows.value(6))];
+            if (choices.size() < MasterTables::kMaxTariffs) {
+                // Offered on keys and typed into the edit as they read, without padding.
+                QString tariff = rows.text(4);
+                while (tariff.endsWith(u' '))
+                    tariff.chop(1);
+                choices << tariff;
+            }
+            break;
+        }
+        default:
+            break;
+        }
+    }
+}
 
 template <size_t N>
 void appendList(QString& out, const char* title, const std::array<QString, N>& values)
@@ -102,6 +164,8 @@ MasterTables loadSettings(const SettingsStore& store, Database& db, MessageDialo
         haveVolumeRow = true;
     }
 
+    loadLookupRows(db, t);
+
     t.printerType = store.readInt(Setting::PrinterType);
     t.printerPort = static_cast<quint8>(store.readInt(Setting::PrinterPort));
     for (int type = 0; type < SettingsStore::kPrinterTypes; ++type) {
@@ -118,6 +182,7 @@ MasterTables loadSettings(const SettingsStore& store, Database& db, MessageDialo
     t.printerPath = store.readText(Setting::PrinterPath);
     t.caliperActive = store.readInt(Setting::KluppeAktiv);
     t.caliperPort = store.readInt(Setting::KluppePort);
+    t.caliperSpecies = store.readText(Setting::KluppeHolzart);
     if (dialogs)
         dialogs->progress(20);
 

@@ -8,7 +8,10 @@
 #include <QString>
 #include <QStringList>
 
+#include <QHash>
+
 #include <array>
+#include <vector>
 
 namespace brovant {
 
@@ -41,6 +44,8 @@ struct MasterTables {
 
     int caliperActive = 0;
     int caliperPort = 1;
+    // The species the caliper's key "8" stands for; empty keeps the species entered.
+    QString caliperSpecies;
 
     std::array<QString, kSpecies> species;
     std::array<QString, kMainSpecies> mainSpecies;
@@ -53,6 +58,29 @@ struct MasterTables {
     // Distinct tariffs of the volume rows in row order (a new entry whenever the tariff differs
     // from the previous volume row's), at most kMaxTariffs.
     QStringList tariffs;
+
+    // The master rows the tally looks things up in, read once per settings load. Text values are
+    // held formatted (blank-padded to their field's width), as the lookups compare them.
+    struct DiameterClass {
+        int upperBound = 0; // BHDBIS
+        QString code;       // DMSTUFE
+        int diameter = 0;   // BHD: the diameter the class stands for
+    };
+    // ID_TYPE 1 rows in table order, and the running maximum of their bounds: the first class
+    // whose bound reaches a diameter is found by a binary search over it.
+    std::vector<DiameterClass> classes;
+    std::vector<int> classReach;
+    // Volume of one tree (hundredths of m3) by tariff and class code; the first ID_TYPE 2 row of a
+    // pair in table order wins. Key: volumeKey(tariff, class).
+    QHash<QString, int> volumes;
+    int volumeRows = 0;
+    // TARIF of the ID_TYPE 3 rows in table order, by formatted BAUMART.
+    QHash<QString, QStringList> speciesTariffChoices;
+
+    static QString volumeKey(const QString& tariff, const QString& diameterClass)
+    {
+        return tariff + QChar(0x1f) + diameterClass;
+    }
 
     // Index of a species by its first three characters, or -1.
     int speciesIndex(const QString& code) const;

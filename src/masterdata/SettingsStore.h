@@ -52,6 +52,7 @@ enum class Setting {
     FieldSoftwareFrage,
     KluppeAktiv,
     KluppePort,
+    KluppeHolzart, // the species of the caliper's key "8"
     BackupAuto,
     BackupKarte,
 };

@@ -79,6 +79,7 @@ void ScriptedDialogs::clear()
     m_messages.clear();
     m_answers.clear();
     m_unanswered = 0;
+    m_beeps = 0;
 }
 
 } // namespace brovant

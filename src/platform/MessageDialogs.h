@@ -39,6 +39,8 @@ public:
     virtual void info(int showCommand, const QString& line1, const QString& line2 = {},
                       const QString& line3 = {}) = 0;
     virtual void progress(double percent) = 0;
+    // The system's default sound: a refused key, nothing to show.
+    virtual void beep() {}
 };
 
 // Records every message and answers questions from a script set up before the action; used by
@@ -73,12 +75,14 @@ public:
     void info(int showCommand, const QString& line1, const QString& line2,
               const QString& line3) override;
     void progress(double percent) override;
+    void beep() override { ++m_beeps; }
 
     const std::vector<Message>& messages() const { return m_messages; }
     // Messages other than Info and Progress, as "line1|line2|line3".
     QStringList asked() const;
     std::vector<double> progressValues() const;
     int unansweredQuestions() const { return m_unanswered; }
+    int beeps() const { return m_beeps; }
     size_t pendingAnswers() const { return m_answers.size(); }
     void clear();
 
@@ -89,6 +93,7 @@ private:
     int m_fallbackYesNo = No;
     int m_fallbackQuestion = NoChoice;
     int m_unanswered = 0;
+    int m_beeps = 0;
 };
 
 } // namespace brovant

@@ -1,0 +1,319 @@
+#include "tally/TallyLogic.h"
+
+#include "TallyFixture.h"
+
+namespace brovant::test {
+namespace {
+
+class TallyLogicTest : public TallyFixture {
+protected:
+    void SetUp() override
+    {
+        TallyFixture::SetUp();
+        standardMaster();
+        list = addList(QStringLiteral("L1"));
+        logic = std::make_unique<TallyLogic>(db(), tables, speciesTariffs, dialogs);
+        ASSERT_TRUE(logic->open(list));
+    }
+
+    // Species, tariff (when given), count and diameter typed in, then confirmed.
+    bool tally(const char* species, int diameter, int count = 1, const char* tariff = nullptr)
+    {
+        logic->setField(Field::Species, QString::fromLatin1(species));
+        if (tariff)
+            logic->setField(Field::Tariff, QString::fromLatin1(tariff));
+        logic->setField(Field::Count, QString::number(count));
+        logic->setField(Field::Diameter, QString::number(diameter));
+        return logic->save();
+    }
+
+    std::int64_t list = 0;
+    std::unique_ptr<TallyLogic> logic;
+};
+
+TEST_F(TallyLogicTest, OpensOnNewRecordWithTitle)
+{
+    EXPECT_EQ(logic->title(), QStringLiteral("Liste: L1 - Abt. 12"));
+    EXPECT_TRUE(logic->isNew());
+    EXPECT_EQ(logic->tree().id, 1);
+    EXPECT_EQ(logic->tree().idType, 1);
+    EXPECT_EQ(logic->tree().count, 1);
+    EXPECT_EQ(logic->tree().diameterClass, QStringLiteral("  "));
+    EXPECT_FALSE(logic->open(999));
+}
+
+TEST_F(TallyLogicTest, SaveStoresAndStartsNextWithCarryOver)
+{
+    ASSERT_TRUE(tally("FI", 25, 3, "FI1"));
+    EXPECT_EQ(stored(list), QStringList{QStringLiteral("1 3 FI FI1 28 30 165")});
+    const TallyLogic::Tree& next = logic->tree();
+    EXPECT_EQ(next.id, 2);
+    EXPECT_EQ(next.species, QStringLiteral("FI"));
+    EXPECT_EQ(next.tariff, QStringLiteral("FI1"));
+    EXPECT_EQ(next.count, 1);
+    EXPECT_EQ(next.diameter, 0);
+    EXPECT_EQ(next.volume, 0);
+    EXPECT_EQ(logic->preview1(), QStringLiteral(" 3      28         1.65"));
+    EXPECT_TRUE(dialogs.asked().isEmpty());
+
+    // The tariff is remembered for the species: the next FI tree gets it without typing.
+    ASSERT_TRUE(tally("BU", 20, 1, "BU1"));
+    logic->setField(Field::Species, QStringLiteral("FI"));
+    EXPECT_EQ(logic->tree().tariff, QStringLiteral("FI1"));
+    EXPECT_EQ(speciesTariffs[0], QStringLiteral("FI1"));
+    EXPECT_EQ(logic->tariffChoices(), (QStringList{QStringLiteral("FI1"), QStringLiteral("FI2")}));
+    EXPECT_EQ(logic->preview2(), QStringLiteral(" 3      28         1.65"));
+}
+
+TEST_F(TallyLogicTest, SavedTreeIsCommitted)
+{
+    ASSERT_TRUE(tally("FI", 15, 1, "FI1"));
+    // A second connection sees it at once: nothing waits in an open transaction.
+    Database other(db().file());
+    ASSERT_TRUE(other.open());
+    auto q = other.query(QStringLiteral("SELECT COUNT(*) FROM Brov_Holzdaten WHERE ID_FILE = ?"));
+    q.bind(1, list);
+    ASSERT_TRUE(q.next());
+    EXPECT_EQ(q.integer(0), 1);
+}
+
+TEST_F(TallyLogicTest, ValidationOrderMessagesAndFocus)
+{
+    struct Case {
+        const char* species;
+        const char* tariff;
+        int diameter;
+        int count;
+        const char* message;
+        TallyLogic::Field focus;
+    };
+    const Case cases[] = {
+        {"", "FI1", 25, 1, "Holzart fehlt !!!||", Field::Species},
+        {"FI", "", 0, 0, "Tarif fehlt !!!||", Field::Tariff},
+        {"FI", "FI1", 0, 0, "Eingabe fehlt !!!||", Field::Diameter},
+        {"FI", "FI1", 25, 0, "Eingabe fehlt !!!||", Field::Count},
+        {"FI", "FI2", 25, 1, "Keine Kubatur vorhanden,|bitte Stammdaten korrigieren!|",
+         Field::Diameter},
+        {"BU", "BU1", 5, 1, "Keine Kubatur vorhanden,|bitte Stammdaten korrigieren!|",
+         Field::Diameter},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.message);
+        dialogs.clear();
+        logic->end();
+        logic->setField(Field::Species, QString::fromLatin1(c.species));
+        logic->setField(Field::Tariff, QString::fromLatin1(c.tariff));
+        logic->setField(Field::Count, QString::number(c.count));
+        logic->setField(Field::Diameter, QString::number(c.diameter));
+        EXPECT_FALSE(logic->save());
+        EXPECT_EQ(dialogs.asked(), QStringList{QString::fromUtf8(c.message)});
+        EXPECT_EQ(logic->focus(), c.focus);
+        EXPECT_TRUE(logic->isNew());
+    }
+    EXPECT_TRUE(stored(list).isEmpty());
+}
+
+TEST_F(TallyLogicTest, DiameterBecomesClassDiameter)
+{
+    logic->setField(Field::Species, QStringLiteral("FI"));
+    logic->setField(Field::Tariff, QStringLiteral("FI1"));
+    struct Case {
+        const char* typed;
+        std::int64_t diameter;
+        const char* diameterClass;
+        std::int64_t volume;
+    };
+    const Case cases[] = {{"20", 18, "20", 50}, {"21", 28, "30", 55}, {"35", 28, "30", 55},
+                          {"0", 0, "30", 0},    {"x", 0, "30", 0}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.typed);
+        logic->setField(Field::Diameter, QString::fromLatin1(c.typed));
+        EXPECT_EQ(logic->tree().diameter, c.diameter);
+        EXPECT_EQ(logic->tree().diameterClass, QString::fromLatin1(c.diameterClass));
+        EXPECT_EQ(logic->tree().volume, c.volume);
+        EXPECT_EQ(logic->tree().idType, 1);
+    }
+    // A class typed directly counts as well.
+    logic->setField(Field::Diameter, QStringLiteral("15"));
+    logic->setField(Field::DiameterClass, QStringLiteral("10"));
+    EXPECT_EQ(logic->tree().volume, 45);
+    logic->setField(Field::Count, QStringLiteral("3"));
+    EXPECT_EQ(logic->tree().volume, 135);
+}
+
+TEST_F(TallyLogicTest, UpAndDownAtTheEndsOnlyBeep)
+{
+    EXPECT_FALSE(logic->up());
+    EXPECT_FALSE(logic->down());
+    EXPECT_FALSE(logic->first());
+    EXPECT_FALSE(logic->removeCurrent());
+    EXPECT_EQ(dialogs.beeps(), 4);
+    ASSERT_TRUE(tally("FI", 15, 1, "FI1"));
+    EXPECT_FALSE(logic->down());
+    ASSERT_TRUE(logic->up());
+    EXPECT_FALSE(logic->up());
+    EXPECT_EQ(dialogs.beeps(), 6);
+    EXPECT_TRUE(dialogs.asked().isEmpty());
+}
+
+TEST_F(TallyLogicTest, BrowsingKeepsPreviewLines)
+{
+    for (int d : {5, 15, 25, 9})
+        ASSERT_TRUE(tally("FI", d, 1, "FI1"));
+    const QString line[] = {QStringLiteral(" 1       8         0.45"),
+                            QStringLiteral(" 1      18         0.50"),
+                            QStringLiteral(" 1      28         0.55"),
+                            QStringLiteral(" 1       8         0.45")};
+    EXPECT_EQ(logic->preview1(), line[3]);
+    EXPECT_EQ(logic->preview2(), line[2]);
+    ASSERT_TRUE(logic->up()); // on record 4
+    EXPECT_EQ(logic->tree().id, 4);
+    EXPECT_EQ(logic->preview1(), line[2]);
+    EXPECT_EQ(logic->preview2(), line[1]);
+    ASSERT_TRUE(logic->up());
+    ASSERT_TRUE(logic->up()); // on record 2
+    EXPECT_EQ(logic->preview1(), line[0]);
+    EXPECT_EQ(logic->preview2(), QString());
+    ASSERT_TRUE(logic->up()); // on record 1
+    EXPECT_EQ(logic->preview1(), QString());
+    ASSERT_TRUE(logic->down()); // on record 2
+    EXPECT_EQ(logic->tree().id, 2);
+    EXPECT_EQ(logic->preview1(), line[0]);
+    logic->end();
+    EXPECT_TRUE(logic->isNew());
+    EXPECT_EQ(logic->tree().id, 5);
+    EXPECT_EQ(logic->preview1(), line[3]);
+    EXPECT_EQ(logic->preview2(), line[2]);
+    ASSERT_TRUE(logic->first());
+    EXPECT_EQ(logic->tree().id, 1);
+    EXPECT_EQ(logic->preview1(), QString());
+}
+
+TEST_F(TallyLogicTest, CorrectingAnOlderRecord)
+{
+    for (int d : {5, 15, 25})
+        ASSERT_TRUE(tally("FI", d, 1, "FI1"));
+    ASSERT_TRUE(logic->up());
+    ASSERT_TRUE(logic->up()); // record 2
+    logic->setField(Field::Count, QStringLiteral("2"));
+    ASSERT_TRUE(logic->save());
+    // The save moves to the stored record after it, not to a new one.
+    EXPECT_EQ(logic->tree().id, 3);
+    EXPECT_FALSE(logic->isNew());
+    EXPECT_EQ(stored(list), (QStringList{QStringLiteral("1 1 FI FI1 8 10 45"),
+                                         QStringLiteral("2 2 FI FI1 18 20 100"),
+                                         QStringLiteral("3 1 FI FI1 28 30 55")}));
+}
+
+TEST_F(TallyLogicTest, LeavingAChangedRecordAsks)
+{
+    for (int d : {5, 15})
+        ASSERT_TRUE(tally("FI", d, 1, "FI1"));
+    struct Case {
+        int answer;
+        const char* count; // what record 2 holds afterwards
+    };
+    for (const Case c : {Case{MessageDialogs::No, "1"}, Case{MessageDialogs::Yes, "4"}}) {
+        SCOPED_TRACE(c.answer);
+        logic->end();
+        ASSERT_TRUE(logic->up()); // record 2
+        logic->setField(Field::Count, QStringLiteral("4"));
+        dialogs.clear();
+        dialogs.answerNext(c.answer);
+        ASSERT_TRUE(logic->up());
+        EXPECT_EQ(dialogs.asked(), QStringList{QStringLiteral("Abspeichern?||")});
+        EXPECT_EQ(logic->tree().id, 1);
+        EXPECT_EQ(stored(list).value(1).section(u' ', 1, 1), QString::fromLatin1(c.count));
+    }
+    // A new record typed and confirmed on the way up is stored and shown above.
+    logic->end();
+    logic->setField(Field::Diameter, QStringLiteral("25"));
+    dialogs.clear();
+    dialogs.answerNext(MessageDialogs::Yes);
+    ASSERT_TRUE(logic->up());
+    EXPECT_EQ(logic->tree().id, 3);
+    EXPECT_EQ(stored(list).size(), 3);
+    // A failed check keeps the record.
+    logic->setField(Field::Tariff, QString());
+    dialogs.answerNext(MessageDialogs::Yes);
+    EXPECT_FALSE(logic->down());
+    EXPECT_EQ(logic->tree().id, 3);
+    EXPECT_EQ(dialogs.asked().last(), QStringLiteral("Tarif fehlt !!!||"));
+}
+
+TEST_F(TallyLogicTest, DeleteAsksAndMovesOn)
+{
+    for (int d : {5, 15, 25})
+        ASSERT_TRUE(tally("FI", d, 1, "FI1"));
+    ASSERT_TRUE(logic->first());
+    dialogs.answerNext(MessageDialogs::No);
+    EXPECT_FALSE(logic->removeCurrent());
+    EXPECT_EQ(stored(list).size(), 3);
+    dialogs.answerNext(MessageDialogs::Yes);
+    ASSERT_TRUE(logic->removeCurrent());
+    EXPECT_EQ(logic->tree().id, 2);
+    logic->end();
+    ASSERT_TRUE(logic->up());
+    dialogs.answerNext(MessageDialogs::Yes);
+    ASSERT_TRUE(logic->removeCurrent());
+    // The last one gone: a new record behind the rest, numbered after it.
+    EXPECT_TRUE(logic->isNew());
+    EXPECT_EQ(logic->tree().id, 3);
+    EXPECT_EQ(dialogs.asked().first(), QStringLiteral("Aktuellen Satz wirklich löschen?||"));
+    EXPECT_EQ(stored(list), QStringList{QStringLiteral("2 1 FI FI1 18 20 50")});
+}
+
+TEST_F(TallyLogicTest, BackupHookEveryFiftiethTree)
+{
+    std::vector<std::int64_t> at;
+    logic->setBackupHook([&] { at.push_back(logic->count()); });
+    for (int i = 0; i < 101; ++i)
+        ASSERT_TRUE(tally("FI", 15, 1, "FI1"));
+    EXPECT_EQ(at, (std::vector<std::int64_t>{50, 100}));
+    EXPECT_EQ(logic->tree().id, 102);
+    EXPECT_TRUE(logic->isNew());
+}
+
+TEST_F(TallyLogicTest, CaliperMeasurement)
+{
+    setMainSpecies(3, QStringLiteral("EI"));
+    session->store().writeText(Setting::KluppeHolzart, 0, QStringLiteral("BU"));
+    addVolume(QStringLiteral("EI1"), QStringLiteral("30"), 80);
+    loadTables();
+    speciesTariffs[0] = QStringLiteral("FI1");
+    speciesTariffs[1] = QStringLiteral("BU1");
+    setSpecies(3, QStringLiteral("EI"));
+    loadTables();
+    speciesTariffs[2] = QStringLiteral("EI1");
+    struct Case {
+        int key;
+        int diameter;
+        const char* row;
+    };
+    const Case cases[] = {
+        {2, 25, "1 1 EI EI1 28 30 80"}, // "325": main species 3
+        {-1, 25, "2 1 EI EI1 28 30 80"}, // "925": species kept
+        {0, 12, "3 1 FI FI1 18 20 50"},
+        {7, 20, "4 1 BU BU1 18 20 70"}, // key "8": the caliper's own species
+    };
+    for (const Case& c : cases)
+        EXPECT_TRUE(logic->takeMeasurement(c.key, c.diameter)) << c.row;
+    QStringList expected;
+    for (const Case& c : cases)
+        expected << QString::fromLatin1(c.row);
+    EXPECT_EQ(stored(list), expected);
+    // Diameter 0 is refused like a typed one.
+    EXPECT_FALSE(logic->takeMeasurement(-1, 0));
+    EXPECT_EQ(dialogs.asked(), QStringList{QStringLiteral("Eingabe fehlt !!!||")});
+}
+
+TEST_F(TallyLogicTest, EvalNeedsTrees)
+{
+    EXPECT_FALSE(logic->checkHasTrees());
+    EXPECT_EQ(dialogs.asked(), QStringList{QStringLiteral("Keine Daten vorhanden!||")});
+    ASSERT_TRUE(tally("FI", 15, 1, "FI1"));
+    EXPECT_TRUE(logic->checkHasTrees());
+}
+
+} // namespace
+} // namespace brovant::test
