@@ -41,7 +41,7 @@ inline Rows rawRows(const QString& file, const QString& sql)
     sqlite3* db = nullptr;
     sqlite3_stmt* stmt = nullptr;
     Rows rows;
-    if (sqlite3_open_v2(QFile::encodeName(file).constData(), &db, SQLITE_OPEN_READONLY, nullptr)
+    if (sqlite3_open_v2(QFile::encodeName(file).constData(), &db, SQLITE_OPEN_READWRITE, nullptr)
             != SQLITE_OK
         || sqlite3_prepare_v2(db, sql.toUtf8().constData(), -1, &stmt, nullptr) != SQLITE_OK)
         rows.push_back({QStringLiteral("<error>"), QString::fromUtf8(sqlite3_errmsg(db))});
