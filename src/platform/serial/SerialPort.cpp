@@ -1,0 +1,68 @@
+#include "platform/serial/SerialPort.h"
+
+#include "platform/DeviceRoot.h"
+#include "platform/MessageDialogs.h"
+
+#include <QFileInfo>
+#include <QRegularExpression>
+
+namespace brovant {
+
+QString serialPortName(int number)
+{
+    return QStringLiteral("COM%1:").arg(number);
+}
+
+QString serialDeviceFile(const DeviceRoot& root, const QString& portName)
+{
+    static const QRegularExpression pattern(QStringLiteral("^COM(\\d{1,3}):?$"),
+                                            QRegularExpression::CaseInsensitiveOption);
+    const QRegularExpressionMatch match = pattern.match(portName);
+    if (!match.hasMatch())
+        return {};
+    const QFileInfo entry(root.hostPath(QStringLiteral("\\dev\\COM") + match.captured(1)));
+    if (entry.isSymLink())
+        return entry.symLinkTarget();
+    return entry.exists() ? entry.absoluteFilePath() : QString();
+}
+
+QStringList serialOpenFailureLines(const QString& portName)
+{
+    return {(QStringLiteral("Schnittstelle ") + portName + QStringLiteral(" kann nicht")).left(30),
+            QStringLiteral("geöffnet werden!")};
+}
+
+bool openSerialPort(QSerialPort& port, const DeviceRoot& root, const QString& portName,
+                    const SerialLine& line)
+{
+    port.close();
+    const QString device = serialDeviceFile(root, portName);
+    if (device.isEmpty())
+        return false;
+    port.setPortName(device);
+    if (!port.open(QIODevice::ReadWrite))
+        return false;
+    if (!port.setBaudRate(line.baudRate) || !port.setDataBits(line.dataBits)
+        || !port.setStopBits(line.stopBits) || !port.setParity(QSerialPort::NoParity)
+        || !port.setFlowControl(QSerialPort::NoFlowControl)) {
+        port.close();
+        return false;
+    }
+    // Bluetooth links and pseudo-terminals have no modem lines; the caliper works without them.
+    port.setDataTerminalReady(true);
+    port.setRequestToSend(true);
+    port.clearError();
+    return true;
+}
+
+bool openSerialPort(QSerialPort& port, const DeviceRoot& root, const QString& portName,
+                    const SerialLine& line, MessageDialogs& dialogs)
+{
+    if (openSerialPort(port, root, portName, line))
+        return true;
+    const QStringList lines = serialOpenFailureLines(portName);
+    dialogs.notice(lines[0], lines[1]);
+    return false;
+}
+
+} // namespace brovant

@@ -1,0 +1,42 @@
+// Platform layer: serial ports. Maps the device's port names ("COM3:") to the device files that
+// the root's dev/COMn links name, and opens them with the line settings a peer needs. What goes
+// over the line is the caller's.
+#pragma once
+
+#include <QSerialPort>
+#include <QString>
+#include <QStringList>
+
+namespace brovant {
+
+class DeviceRoot;
+class MessageDialogs;
+
+// No parity and no flow control are implied; DTR and RTS are held on.
+struct SerialLine {
+    qint32 baudRate;
+    QSerialPort::DataBits dataBits;
+    QSerialPort::StopBits stopBits;
+};
+
+inline constexpr SerialLine kCaliperLine{1200, QSerialPort::Data8, QSerialPort::OneStop};
+
+// "COM3:" for 3.
+QString serialPortName(int number);
+
+// The device file behind "COMn:" (or "COMn"): the target of the link dev/COMn in the root, or the
+// entry itself when it is no link. Empty when the name is no port name or the entry is missing.
+QString serialDeviceFile(const DeviceRoot& root, const QString& portName);
+
+// The two lines of the notice shown when a port does not open.
+QStringList serialOpenFailureLines(const QString& portName);
+
+// Opens the port read-write and exclusively, and applies the line settings. The second form shows
+// the failure notice.
+[[nodiscard]] bool openSerialPort(QSerialPort& port, const DeviceRoot& root,
+                                  const QString& portName, const SerialLine& line);
+[[nodiscard]] bool openSerialPort(QSerialPort& port, const DeviceRoot& root,
+                                  const QString& portName, const SerialLine& line,
+                                  MessageDialogs& dialogs);
+
+} // namespace brovant

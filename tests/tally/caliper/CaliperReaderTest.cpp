@@ -1,0 +1,407 @@
+#include "tally/caliper/CaliperReader.h"
+#include "platform/Clock.h"
+#include "platform/DeviceRoot.h"
+#include "platform/MessageDialogs.h"
+#include "platform/serial/SerialPort.h"
+#include "support/TempRoot.h"
+#include "tally/CaliperTelegram.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QThread>
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <ctime>
+#include <functional>
+#include <random>
+
+inline void PrintTo(const QString& s, std::ostream* os)
+{
+    *os << '"' << s.toStdString() << '"';
+}
+
+namespace brovant {
+namespace {
+
+using test::TempRoot;
+
+// The far end of a caliper's line: a pseudo-terminal whose slave the reader opens as its port.
+class PseudoTerminal {
+public:
+    PseudoTerminal()
+    {
+        m_master = posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK);
+        char name[128];
+        if (m_master >= 0 && grantpt(m_master) == 0 && unlockpt(m_master) == 0
+            && ptsname_r(m_master, name, sizeof name) == 0)
+            m_slave = QString::fromLocal8Bit(name);
+    }
+    ~PseudoTerminal() { hangUp(); }
+    PseudoTerminal(const PseudoTerminal&) = delete;
+    PseudoTerminal& operator=(const PseudoTerminal&) = delete;
+
+    const QString& slave() const { return m_slave; }
+
+    // Writes everything, waiting while the line is full; false when it stays full for seconds
+    // (nobody reads) or the write fails.
+    bool write(QByteArrayView bytes)
+    {
+        while (!bytes.isEmpty()) {
+            const ssize_t n = ::write(m_master, bytes.data(), size_t(bytes.size()));
+            if (n > 0) {
+                bytes = bytes.sliced(n);
+            } else if (n < 0 && errno == EAGAIN) {
+                pollfd p{m_master, POLLOUT, 0};
+                if (::poll(&p, 1, 5000) <= 0)
+                    return false;
+            } else if (!(n < 0 && errno == EINTR)) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    // The device goes away under the reader.
+    void hangUp()
+    {
+        if (m_master >= 0)
+            ::close(m_master);
+        m_master = -1;
+    }
+
+private:
+    int m_master = -1;
+    QString m_slave;
+};
+
+// Runs the event loop (the signals come queued from the reader's thread) until `done` or time out.
+bool waitUntil(const std::function<bool()>& done, int timeoutMs = 10000)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!done()) {
+        if (timer.elapsed() > timeoutMs)
+            return false;
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+        QThread::msleep(1);
+    }
+    return true;
+}
+
+void settle(int ms)
+{
+    waitUntil([] { return false; }, ms);
+}
+
+QString measurementText(int speciesKey, int diameter)
+{
+    return QStringLiteral("%1/%2").arg(speciesKey).arg(diameter);
+}
+
+// What the reader should make of the raw telegrams it reported.
+QStringList accepted(const QByteArrayList& telegrams)
+{
+    QStringList out;
+    for (const QByteArray& telegram : telegrams) {
+        if (const std::optional<Measurement> m = parseTelegram(telegram))
+            out << measurementText(m->speciesKey, m->diameter);
+    }
+    return out;
+}
+
+class CaliperReaderTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_FALSE(pty.slave().isEmpty()) << "no pseudo-terminal";
+        linkPort(3, pty.slave());
+        QObject::connect(&reader, &CaliperReader::measured, &sink, [this](int key, int diameter) {
+            measured << measurementText(key, diameter);
+        });
+        QObject::connect(&reader, &CaliperReader::received, &sink,
+                         [this](const QByteArray& telegram) { received << telegram; });
+    }
+
+    void linkPort(int number, const QString& target)
+    {
+        QDir().mkpath(root.host(QStringLiteral("dev")));
+        const QString link = root.host(QStringLiteral("dev/COM%1").arg(number));
+        QFile::remove(link);
+        ASSERT_TRUE(QFile::link(target, link));
+    }
+
+    TempRoot root;
+    DeviceRoot device{root.path()};
+    ScriptedDialogs dialogs;
+    ManualClock clock;
+    PseudoTerminal pty;
+    QObject sink; // lives in this thread, so the reader's signals arrive queued
+    QStringList measured;
+    QByteArrayList received;
+    CaliperReader reader{device, dialogs, clock};
+};
+
+TEST_F(CaliperReaderTest, ReplaysARecordedSession)
+{
+    QFile file(
+        QStringLiteral(BROVANT_SOURCE_DIR "/tests/tally/caliper/data/caliper-transcript.txt"));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QByteArray transcript = file.readAll();
+    QByteArrayList telegrams;
+    for (QByteArray line : transcript.split('\n')) {
+        line.chop(line.endsWith('\r') ? 1 : 0);
+        if (!line.isEmpty())
+            telegrams << line;
+    }
+    const QStringList expected = accepted(telegrams);
+    ASSERT_EQ(telegrams.size(), 58); // 60 lines, two of them empty
+    ASSERT_EQ(expected.size(), 53);  // five are noise
+    EXPECT_EQ(expected.first(), "2/36");
+    EXPECT_TRUE(expected.contains("-1/5"));
+
+    ASSERT_TRUE(reader.start(3));
+    EXPECT_TRUE(reader.running());
+    EXPECT_EQ(reader.port(), 3);
+    for (const QByteArray& line : transcript.split('\n'))
+        ASSERT_TRUE(pty.write(line + '\n'));
+    ASSERT_TRUE(waitUntil([&] { return received.size() >= telegrams.size(); }))
+        << received.size() << " of " << telegrams.size();
+    settle(100);
+    EXPECT_EQ(received, telegrams);
+    EXPECT_EQ(measured, expected);
+    EXPECT_TRUE(dialogs.asked().isEmpty());
+}
+
+TEST_F(CaliperReaderTest, ThousandTelegramsAtFullSpeedArriveOnceInOrder)
+{
+    QByteArray stream;
+    QStringList expected;
+    for (int i = 0; i < 1000; ++i) {
+        stream += QByteArray::number(1 + i % 8) + QByteArray::number(i % 100).rightJustified(2, '0')
+                  + "\r\n";
+        expected << measurementText(i % 8, i % 100);
+    }
+    ASSERT_TRUE(reader.start(3));
+    ASSERT_TRUE(pty.write(stream));
+    ASSERT_TRUE(waitUntil([&] { return measured.size() >= 1000; })) << measured.size();
+    settle(100);
+    EXPECT_EQ(measured, expected);
+    EXPECT_EQ(received.size(), 1000);
+}
+
+TEST_F(CaliperReaderTest, NoiseOnlyEverYieldsTelegramsThatParse)
+{
+    ASSERT_TRUE(reader.start(3));
+    std::mt19937 random(20260504);
+    std::uniform_int_distribution<int> byte(0, 255);
+    std::uniform_int_distribution<int> chunkSize(1, 700);
+    for (int written = 0; written < 64 * 1024;) {
+        QByteArray chunk(chunkSize(random), '\0');
+        for (char& c : chunk)
+            c = char(byte(random));
+        ASSERT_TRUE(pty.write(chunk));
+        written += int(chunk.size());
+    }
+    // A last, clean telegram tells when the reader has caught up.
+    ASSERT_TRUE(pty.write("\r\n777\r\n"));
+    ASSERT_TRUE(waitUntil([&] { return !received.isEmpty() && received.last() == "777"; }));
+    settle(100);
+
+    EXPECT_TRUE(reader.running());
+    EXPECT_GT(received.size(), 200);
+    for (const QByteArray& telegram : std::as_const(received)) {
+        EXPECT_FALSE(telegram.isEmpty());
+        EXPECT_LE(telegram.size(), TelegramSplitter::kMaxTelegram);
+        EXPECT_FALSE(telegram.contains('\r') || telegram.contains('\n'));
+    }
+    EXPECT_EQ(measured, accepted(received));
+    EXPECT_EQ(measured.last(), "6/77");
+}
+
+TEST_F(CaliperReaderTest, TelegramWithoutLineEndIsTakenWhenTheLineGoesQuiet)
+{
+    ASSERT_TRUE(reader.start(3));
+    ASSERT_TRUE(pty.write("512"));
+    ASSERT_TRUE(waitUntil([&] { return measured.size() == 1; }));
+    ASSERT_TRUE(pty.write("6"));
+    settle(CaliperReader::kQuietMs / 5);
+    ASSERT_TRUE(pty.write("23"));
+    ASSERT_TRUE(waitUntil([&] { return measured.size() == 2; }));
+    settle(100);
+    EXPECT_EQ(measured, (QStringList{"4/12", "5/23"}));
+    EXPECT_EQ(received, (QByteArrayList{"512", "623"}));
+}
+
+TEST_F(CaliperReaderTest, PortThatDoesNotOpenShowsTheNotice)
+{
+    linkPort(4, QStringLiteral("/nonexistent/ttyUSB7"));
+    root.writeFile(QStringLiteral("dev/COM5"), "not a terminal");
+    linkPort(6, root.host(QStringLiteral("dev/COM5")));
+    struct Row {
+        int port;
+        const char* notice;
+    };
+    const Row rows[] = {
+        {9, "Schnittstelle COM9: kann nicht|geöffnet werden!|"},  // no link
+        {4, "Schnittstelle COM4: kann nicht|geöffnet werden!|"},  // link to nothing
+        {5, "Schnittstelle COM5: kann nicht|geöffnet werden!|"},  // a plain file
+        {6, "Schnittstelle COM6: kann nicht|geöffnet werden!|"},  // a link to one
+        {10, "Schnittstelle COM10: kann nich|geöffnet werden!|"}, // cut to 30 characters
+        {123, "Schnittstelle COM123: kann nic|geöffnet werden!|"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.port);
+        dialogs.clear();
+        EXPECT_FALSE(reader.start(row.port));
+        EXPECT_FALSE(reader.running());
+        EXPECT_EQ(dialogs.asked(), QStringList{QString::fromUtf8(row.notice)});
+    }
+    EXPECT_EQ(dialogs.messages().back().sound, true);
+}
+
+TEST_F(CaliperReaderTest, RestartWaitsTwiceAndReadsAgain)
+{
+    ASSERT_TRUE(reader.start(3));
+    std::vector<bool> busy;
+    reader.restart([&](bool on) { busy.push_back(on); });
+    EXPECT_EQ(clock.sleptMs(), 4000);
+    EXPECT_EQ(busy, (std::vector<bool>{true, false}));
+    EXPECT_TRUE(reader.running());
+    EXPECT_EQ(reader.port(), 3);
+    ASSERT_TRUE(pty.write("325\r\n"));
+    ASSERT_TRUE(waitUntil([&] { return !measured.isEmpty(); }));
+    settle(50);
+    EXPECT_EQ(measured, QStringList{"2/25"});
+    EXPECT_TRUE(dialogs.asked().isEmpty());
+}
+
+TEST_F(CaliperReaderTest, RestartWithoutReaderDoesNothing)
+{
+    int busyCalls = 0;
+    const auto busy = [&](bool) {
+        ++busyCalls;
+    };
+    reader.restart(busy);
+    EXPECT_FALSE(reader.start(9)); // a failed start leaves no reader either
+    dialogs.clear();
+    reader.restart(busy);
+    ASSERT_TRUE(reader.start(3));
+    reader.stop();
+    reader.restart(busy);
+    EXPECT_EQ(clock.sleptMs(), 0);
+    EXPECT_EQ(busyCalls, 0);
+    EXPECT_FALSE(reader.running());
+    EXPECT_TRUE(dialogs.asked().isEmpty());
+}
+
+TEST_F(CaliperReaderTest, RestartReconnectsAfterTheDeviceWentAway)
+{
+    ASSERT_TRUE(reader.start(3));
+    pty.hangUp();
+    settle(20);
+    // The reader must not spin on the dead line (process time, this thread's included).
+    const std::clock_t before = std::clock();
+    settle(300);
+    EXPECT_LT(double(std::clock() - before) * 1000 / CLOCKS_PER_SEC, 100);
+    EXPECT_TRUE(reader.running());
+
+    PseudoTerminal again;
+    ASSERT_FALSE(again.slave().isEmpty());
+    linkPort(3, again.slave());
+    reader.restart();
+    ASSERT_TRUE(reader.running());
+    ASSERT_TRUE(again.write("868\r\n"));
+    ASSERT_TRUE(waitUntil([&] { return !measured.isEmpty(); }));
+    EXPECT_EQ(measured, QStringList{"7/68"});
+}
+
+TEST_F(CaliperReaderTest, StopIsQuickAndNothingArrivesAfterIt)
+{
+    ASSERT_TRUE(reader.start(3));
+    ASSERT_TRUE(pty.write("325\r\n"));
+    ASSERT_TRUE(waitUntil([&] { return measured.size() == 1; }));
+    QElapsedTimer timer;
+    timer.start();
+    reader.stop();
+    EXPECT_LT(timer.elapsed(), 500);
+    EXPECT_FALSE(reader.running());
+    pty.write("412\r\n");
+    settle(100);
+    EXPECT_EQ(measured, QStringList{"2/25"});
+
+    // Starting again on a running reader replaces it instead of opening the port twice.
+    ASSERT_TRUE(reader.start(3));
+    ASSERT_TRUE(reader.start(3));
+    EXPECT_TRUE(dialogs.asked().isEmpty());
+
+    // The port is held exclusively.
+    CaliperReader second(device, dialogs, clock);
+    EXPECT_FALSE(second.start(3));
+    EXPECT_EQ(dialogs.asked(), QStringList{"Schnittstelle COM3: kann nicht|geöffnet werden!|"});
+    reader.stop();
+    EXPECT_TRUE(second.start(3));
+}
+
+TEST(SerialPort, PortNamesLeadToTheLinkedDevice)
+{
+    TempRoot root;
+    QDir().mkpath(root.host(QStringLiteral("dev")));
+    ASSERT_TRUE(QFile::link(QStringLiteral("/dev/ttyUSB0"), root.host(QStringLiteral("dev/COM3"))));
+    ASSERT_TRUE(QFile::link(QStringLiteral("/dev/rfcomm0"), root.host(QStringLiteral("dev/com7"))));
+    const DeviceRoot device(root.path());
+    const char* rows[][2] = {
+        {"COM3:", "/dev/ttyUSB0"},
+        {"COM3", "/dev/ttyUSB0"},
+        {"com3:", "/dev/ttyUSB0"},
+        {"COM7:", "/dev/rfcomm0"},
+        {"COM4:", ""},
+        {"COM:", ""},
+        {"COM3::", ""},
+        {"LPT1:", ""},
+        {"COM3:x", ""},
+        {"\\dev\\COM3", ""},
+        {"", ""},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row[0]);
+        EXPECT_EQ(serialDeviceFile(device, QString::fromLatin1(row[0])), QLatin1String(row[1]));
+    }
+    EXPECT_EQ(serialPortName(3), "COM3:");
+}
+
+TEST(SerialPort, OpensAPseudoTerminalWithTheCaliperLine)
+{
+    TempRoot root;
+    PseudoTerminal pty;
+    ASSERT_FALSE(pty.slave().isEmpty());
+    QDir().mkpath(root.host(QStringLiteral("dev")));
+    ASSERT_TRUE(QFile::link(pty.slave(), root.host(QStringLiteral("dev/COM2"))));
+    const DeviceRoot device(root.path());
+    ScriptedDialogs dialogs;
+    QSerialPort port;
+    ASSERT_TRUE(openSerialPort(port, device, QStringLiteral("COM2:"), kCaliperLine, dialogs));
+    EXPECT_EQ(port.portName(), pty.slave().section(u'/', 2)); // Qt names it below /dev
+    EXPECT_EQ(port.baudRate(), 1200);
+    EXPECT_EQ(port.dataBits(), QSerialPort::Data8);
+    EXPECT_EQ(port.stopBits(), QSerialPort::OneStop);
+    EXPECT_EQ(port.parity(), QSerialPort::NoParity);
+    EXPECT_EQ(port.flowControl(), QSerialPort::NoFlowControl);
+    EXPECT_TRUE(dialogs.asked().isEmpty());
+
+    EXPECT_FALSE(openSerialPort(port, device, QStringLiteral("COM8:"), kCaliperLine, dialogs));
+    EXPECT_FALSE(port.isOpen());
+    EXPECT_EQ(dialogs.asked(), QStringList{"Schnittstelle COM8: kann nicht|geöffnet werden!|"});
+    EXPECT_EQ(serialOpenFailureLines(QStringLiteral("COM8:")),
+              (QStringList{"Schnittstelle COM8: kann nicht", "geöffnet werden!"}));
+}
+
+} // namespace
+} // namespace brovant
