@@ -8,6 +8,7 @@
 #include "platform/RootLocation.h"
 #include "tool/ConsoleDialogs.h"
 #include "tool/ToolBackup.h"
+#include "tool/ToolEvaluation.h"
 #include "tool/ToolLists.h"
 #include "tool/ToolNewList.h"
 
@@ -122,7 +123,8 @@ int runTool(const QStringList& arguments, QTextStream& out, QTextStream& err)
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Brovant admin tool\n\n")
                                      + QLatin1StringView(kCommands) + backupCommandsHelp()
-                                     + newListCommandHelp() + listsCommandHelp());
+                                     + newListCommandHelp() + listsCommandHelp()
+                                     + evaluationCommandsHelp());
     const QCommandLineOption rootOption(QStringLiteral("root"),
                                         QStringLiteral("Device root folder (else BROVANT_ROOT)."),
                                         QStringLiteral("DIR"));
@@ -135,6 +137,7 @@ int runTool(const QStringList& arguments, QTextStream& out, QTextStream& err)
     parser.addOption(versionOption);
     addBackupOptions(parser);
     addNewListOptions(parser);
+    addEvaluationOptions(parser);
     parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("What to do."));
 
     if (!parser.parse(QStringList{QStringLiteral("brovant-tool")} + arguments)) {
@@ -168,6 +171,8 @@ int runTool(const QStringList& arguments, QTextStream& out, QTextStream& err)
     if (const int status = runNewListCommand(session, parser, out, err); status >= 0)
         return status;
     if (const int status = runListsCommand(session, parser, out, err); status >= 0)
+        return status;
+    if (const int status = runEvaluationCommand(session, parser, out, err); status >= 0)
         return status;
     if (command == QLatin1StringView("registry") && args.size() == 1) {
         out << session.registry().exportText();

@@ -1,0 +1,137 @@
+// "brovant-tool tally" and "brovant-tool totals" on the demo configuration: trees saved through
+// the tally's checks, refused ones leaving the list as it was, and the totals screen's rows.
+#include "support/TempRoot.h"
+#include "tool/ToolRun.h"
+
+#include <gtest/gtest.h>
+
+namespace brovant::test {
+namespace {
+
+class ToolEvaluation : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        const ToolRun imported =
+            tool(root.path(), {QStringLiteral("import-config"),
+                               QStringLiteral(BROVANT_SOURCE_DIR "/demo/passive.dtr")});
+        ASSERT_EQ(imported.status, 0) << imported.err.toStdString();
+        // Correction factor 90, so the totals show each record truncated on its own.
+        newList("HIEB01", {"--factor", "90"});
+        newList("LEER", {});
+    }
+    void newList(const char* name, const QStringList& more)
+    {
+        const ToolRun r =
+            tool(root.path(),
+                 QStringList{"new-list", name, "--region", "WR01", "--field", "1=Forstamt",
+                             "--field", "2=Revier", "--field", "3=12", "--field", "12=Anna Probe"}
+                     + more);
+        ASSERT_EQ(r.status, 0) << r.err.toStdString();
+    }
+    ToolRun run(const QStringList& args) { return tool(root.path(), args); }
+    QStringList trees()
+    {
+        return sqlRows(root.host(QStringLiteral("Brovant/Brovant.cdb")),
+                       "SELECT ID_FILE, ID, BAUMART, TARIF, STK, BHD, DMSTUFE, KUBATUR"
+                       " FROM Brov_Holzdaten ORDER BY rowid");
+    }
+
+    TempRoot root;
+};
+
+TEST_F(ToolEvaluation, TalliedTreesShowInTheTotals)
+{
+    const struct {
+        QStringList args;
+        const char* out;
+    } saves[] = {
+        // 25 cm falls in class 26: FI01 gives 0.59 m3 a tree.
+        {{"tally", "HIEB01", "--bhd", "25", "--species", "FI", "--tarif", "FI01"},
+         "ID=1\nID_TYPE=1\nTARIF=FI01\nBAUMART=FI\nNA=\nKA=\nSTK=1\nBHD=26\nDMSTUFE=26\n"
+         "KUBATUR=0.59\n"},
+        {{"tally", "HIEB01", "--bhd", "31", "--stk", "2", "--species", "FI", "--tarif", "FI01"},
+         "ID=2\nID_TYPE=1\nTARIF=FI01\nBAUMART=FI\nNA=\nKA=\nSTK=2\nBHD=32\nDMSTUFE=32\n"
+         "KUBATUR=1.98\n"},
+        {{"tally", "HIEB01", "--bhd", "40", "--species", "BU", "--tarif", "BU01"},
+         "ID=3\nID_TYPE=1\nTARIF=BU01\nBAUMART=BU\nNA=\nKA=\nSTK=1\nBHD=40\nDMSTUFE=40\n"
+         "KUBATUR=1.75\n"},
+        // Without --tarif the species keeps the tariff of its latest tree in the list.
+        {{"tally", "HIEB01", "--bhd", "25", "--species", "FI"},
+         "ID=4\nID_TYPE=1\nTARIF=FI01\nBAUMART=FI\nNA=\nKA=\nSTK=1\nBHD=26\nDMSTUFE=26\n"
+         "KUBATUR=0.59\n"},
+    };
+    for (const auto& s : saves) {
+        const ToolRun r = run(s.args);
+        EXPECT_EQ(r.status, 0) << r.err.toStdString();
+        EXPECT_EQ(r.out, QString::fromLatin1(s.out));
+        EXPECT_EQ(r.err, QString());
+    }
+    EXPECT_EQ(trees(), (QStringList{"1|1|FI|FI01|1|26|26|59", "1|2|FI|FI01|2|32|32|198",
+                                    "1|3|BU|BU01|1|40|40|175", "1|4|FI|FI01|1|26|26|59"}));
+
+    // FI: 53 + 178 + 53 (59, 198, 59 at 90 %), BU: 157; the name matches without its padding.
+    const QString rows = QStringLiteral("BU|   1.57|   1| 1.57\n"
+                                        "FI|   2.84|   4| 0.71\n"
+                                        "|||\n"
+                                        "|   4.41|   5| 0.88\n");
+    for (const char* name : {"HIEB01", "HIEB01  "}) {
+        const ToolRun r = run({"totals", name});
+        EXPECT_EQ(r.status, 0) << r.err.toStdString();
+        EXPECT_EQ(r.out, rows) << name;
+    }
+    const ToolRun empty = run({"totals", "LEER"});
+    EXPECT_EQ(empty.status, 0);
+    EXPECT_EQ(empty.out, QStringLiteral("|||\n|   0.00|   0| 0.00\n"));
+}
+
+TEST_F(ToolEvaluation, RefusedTreesAndBadCalls)
+{
+    ASSERT_EQ(run({"tally", "HIEB01", "--bhd", "25", "--species", "FI", "--tarif", "FI01"}).status,
+              0);
+    const QStringList before = trees();
+    ASSERT_EQ(before.size(), 1);
+
+    const struct {
+        QStringList args;
+        int status;
+        const char* err; // nullptr: any message
+    } cases[] = {
+        {{"tally", "HIEB01", "--bhd", "0", "--species", "FI", "--tarif", "FI01"},
+         1,
+         "Eingabe fehlt !!!\n"},
+        {{"tally", "HIEB01", "--bhd", "25", "--species", "FI", "--tarif", "FI01", "--stk", "0"},
+         1,
+         "Eingabe fehlt !!!\n"},
+        {{"tally", "HIEB01", "--bhd", "25", "--species", "", "--tarif", "FI01"},
+         1,
+         "Holzart fehlt !!!\n"},
+        // A species without a tree in the list and no tariff remembered has none.
+        {{"tally", "HIEB01", "--bhd", "25", "--species", "TA"}, 1, "Tarif fehlt !!!\n"},
+        {{"tally", "HIEB01", "--bhd", "25", "--species", "FI", "--tarif", "XX01"},
+         1,
+         "Keine Kubatur vorhanden,\nbitte Stammdaten korrigieren!\n"},
+        {{"tally", "NOPE", "--bhd", "25", "--species", "FI", "--tarif", "FI01"},
+         1,
+         "Liste nicht gefunden: NOPE\n"},
+        {{"totals", "NOPE"}, 1, "Liste nicht gefunden: NOPE\n"},
+        {{"tally", "HIEB01", "--species", "FI"}, 2, "tally: --bhd fehlt\n"},
+        {{"tally", "HIEB01", "--bhd", "2x"}, 2, "Ungültige Zahl für --bhd: 2x\n"},
+        {{"tally", "HIEB01", "--bhd", "25", "--stk", ""}, 2, "Ungültige Zahl für --stk: \n"},
+        {{"totals"}, 2, nullptr},
+    };
+    for (const auto& c : cases) {
+        const ToolRun r = run(c.args);
+        const std::string call = c.args.join(u' ').toStdString();
+        EXPECT_EQ(r.status, c.status) << call;
+        EXPECT_EQ(r.out, QString()) << call;
+        if (c.err)
+            EXPECT_EQ(r.err, QString::fromUtf8(c.err)) << call;
+        else
+            EXPECT_FALSE(r.err.isEmpty()) << call;
+    }
+    EXPECT_EQ(trees(), before);
+}
+
+} // namespace
+} // namespace brovant::test
