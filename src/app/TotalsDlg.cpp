@@ -1,0 +1,146 @@
+#include "app/TotalsDlg.h"
+
+#include "app/CNorvMFCApp.h"
+#include "app/KeyTables.h"
+#include "app/logic/AppState.h"
+#include "evaluation/Totals.h"
+#include "masterdata/DeviceSession.h"
+
+#include <QHeaderView>
+#include <QTreeWidget>
+
+#include <algorithm>
+
+namespace brovant {
+namespace {
+
+constexpr int kTitleHeight = 16;
+constexpr QRect kViewArea(0, 17, 240, 238);
+// The two printout keys and, at their foot, the bottom bar (which lands at y 299 like
+// everywhere).
+constexpr QRect kKeyArea(0, 257, 240, 63);
+constexpr int kKeyHeight = 40;
+constexpr int kBottomBarTop = 42;
+
+// The cells are fixed-width texts ("%7.2f" and so on): in a fixed-pitch font the columns hold them
+// whole and leave room for the scroll bar of a long list.
+constexpr int kColumnWidths[Totals::kColumns] = {44, 64, 46, 60};
+
+std::vector<KeyDef> keyBar()
+{
+    std::vector<KeyDef> keys = {
+        {0, 0, 119, kKeyHeight, QStringLiteral("Ausdruck"), TotalsDlg::kPrint},
+        {120, 0, 120, kKeyHeight, QStringLiteral("Sortiment"), TotalsDlg::kAssortment},
+    };
+    // Back, and the two keys that step through the rows; nothing here is typed or confirmed.
+    for (const KeyDef& key : keys::bottomBar(kBottomBarTop, false)) {
+        if (key.commandId == CNorvBaseDlg::IDCANCEL || key.commandId == CNorvKeybDlg::kPreviousField
+            || key.commandId == CNorvKeybDlg::kNextField)
+            keys.push_back(key);
+    }
+    return keys;
+}
+
+} // namespace
+
+TotalsDlg::TotalsDlg(CNorvMFCApp& app)
+    : CNorvKeybDlg(app, QStringLiteral("totals"))
+{
+    setWindowTitle(QStringLiteral("Gesamtsumme"));
+}
+
+void TotalsDlg::OnInitDialog()
+{
+    addTitle(windowTitle(), 0, kTitleHeight);
+
+    m_view = new QTreeWidget(this);
+    m_view->setObjectName(QStringLiteral("totalsView"));
+    m_view->setGeometry(kViewArea);
+    m_view->setRootIsDecorated(false);
+    m_view->setUniformRowHeights(true);
+    m_view->setAllColumnsShowFocus(true);
+    m_view->setSelectionMode(QAbstractItemView::SingleSelection);
+    m_view->setSelectionBehavior(QAbstractItemView::SelectRows);
+    m_view->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    m_view->header()->setSectionsMovable(false);
+    m_view->header()->setStretchLastSection(false);
+    QFont font(QStringLiteral("DejaVu Sans Mono"));
+    font.setStyleHint(QFont::Monospace);
+    font.setFixedPitch(true);
+    font.setPixelSize(12);
+    m_view->setFont(font);
+
+    m_view->setColumnCount(Totals::kColumns);
+    m_view->setHeaderLabels({QStringLiteral("HA"), QStringLiteral("Kub."), QStringLiteral("Stk"),
+                             QStringLiteral("d-Kub.")});
+    for (int column = 0; column < Totals::kColumns; ++column) {
+        m_view->setColumnWidth(column, kColumnWidths[column]);
+        if (column > 0)
+            m_view->headerItem()->setTextAlignment(column, Qt::AlignRight | Qt::AlignVCenter);
+    }
+
+    SetKeyboard(new CNorvKeyboard(kKeyArea, keyBar()));
+}
+
+void TotalsDlg::InitDialog()
+{
+    rebuild();
+}
+
+void TotalsDlg::rebuild()
+{
+    m_view->clear();
+    const auto totals = Totals::compute(app().session().database(), app().state().currentList);
+    if (totals) {
+        QList<QTreeWidgetItem*> items;
+        for (const Totals::Row& row : totals->rows()) {
+            auto* item = new QTreeWidgetItem(QStringList(row.begin(), row.end()));
+            for (int column = 1; column < Totals::kColumns; ++column)
+                item->setTextAlignment(column, Qt::AlignRight | Qt::AlignVCenter);
+            items << item;
+        }
+        m_view->addTopLevelItems(items);
+        m_view->setCurrentItem(m_view->topLevelItem(0));
+    }
+    m_view->setFocus(Qt::OtherFocusReason);
+}
+
+void TotalsDlg::switchTo(const char* screen)
+{
+    // The printout screens are not there yet; until they are, the user stays here.
+    if (CNorvBaseDlg* target = app().findScreen(QString::fromLatin1(screen)))
+        app().SwitchToDialog(target, 0);
+    else
+        m_view->setFocus(Qt::OtherFocusReason);
+}
+
+void TotalsDlg::moveSelection(int step)
+{
+    const int count = m_view->topLevelItemCount();
+    if (count == 0)
+        return;
+    const int row =
+        std::clamp(m_view->indexOfTopLevelItem(m_view->currentItem()) + step, 0, count - 1);
+    m_view->setCurrentItem(m_view->topLevelItem(row));
+    m_view->scrollToItem(m_view->currentItem());
+}
+
+void TotalsDlg::OnCommand(int id)
+{
+    switch (id) {
+    case kPrint:
+        switchTo("tallyPrintout");
+        return;
+    case kAssortment:
+        switchTo("assortmentPrintout");
+        return;
+    case kPreviousField:
+    case kNextField:
+        moveSelection(id == kPreviousField ? -1 : 1);
+        return;
+    default:
+        CNorvKeybDlg::OnCommand(id);
+    }
+}
+
+} // namespace brovant

@@ -1,0 +1,37 @@
+// Screens: the totals screen ("Gesamtsumme"): the current list's corrected volume, tree count and
+// mean volume per species, then the grand total, read afresh each time the screen opens. Its keys
+// start the two printouts; back returns to the screen that opened it. The sums are Totals'.
+#pragma once
+
+#include "app/CNorvKeybDlg.h"
+
+class QTreeWidget;
+
+namespace brovant {
+
+class TotalsDlg : public CNorvKeybDlg {
+    Q_OBJECT
+public:
+    // Key commands.
+    static constexpr int kPrint = 1201;      // "Ausdruck"
+    static constexpr int kAssortment = 1202; // "Sortiment"
+
+    explicit TotalsDlg(CNorvMFCApp& app);
+
+    QTreeWidget* totalsView() const { return m_view; }
+
+    void InitDialog() override;
+    void OnCommand(int id) override;
+
+protected:
+    void OnInitDialog() override;
+
+private:
+    void rebuild();
+    void switchTo(const char* screen);
+    void moveSelection(int step);
+
+    QTreeWidget* m_view = nullptr;
+};
+
+} // namespace brovant

@@ -1,0 +1,150 @@
+#include "app/TotalsDlg.h"
+#include "app/ListSelectionDlg.h"
+#include "app/ProgramFixture.h"
+#include "data/Dataset.h"
+#include "data/Schema.h"
+#include "evaluation/Totals.h"
+
+#include <QTreeWidget>
+
+namespace brovant {
+namespace {
+
+using namespace test;
+
+class TotalsScreen : public ::testing::Test, protected Program {
+protected:
+    TotalsScreen()
+    {
+        screen = find<TotalsDlg>("totals");
+        if (!screen)
+            screen = app.addScreen(std::make_unique<TotalsDlg>(app));
+    }
+
+    void addList(int id, const QString& name, int factor,
+                 std::initializer_list<std::tuple<const char*, int, int>> trees)
+    {
+        Dataset heads(session.database(), schema::Kopfdaten);
+        heads.clearFields();
+        heads.setInt(u"ID_FILE", id);
+        heads.setText(u"LISTE_NR", name);
+        heads.setInt(u"KOR_FAKTOR_N", factor);
+        ASSERT_TRUE(heads.insert());
+        Dataset rows(session.database(), schema::Holzdaten);
+        int n = 0;
+        for (const auto& [species, count, volume] : trees) {
+            rows.clearFields();
+            rows.setInt(u"ID", ++n);
+            rows.setInt(u"ID_FILE", id);
+            rows.setText(u"BAUMART", QString::fromLatin1(species));
+            rows.setInt(u"STK", count);
+            rows.setInt(u"KUBATUR", volume);
+            ASSERT_TRUE(rows.insert());
+        }
+    }
+    // "Eval" on the list selection screen for the list in `row`.
+    void evaluate(int row)
+    {
+        auto* lists = find<ListSelectionDlg>("listSelection");
+        ASSERT_NE(lists, nullptr);
+        app.SwitchToDialog(lists);
+        lists->showTab(ListSelectionDlg::EvaluationTab);
+        QTreeWidgetItem* item = lists->listView()->topLevelItem(row);
+        ASSERT_NE(item, nullptr);
+        QTest::mouseClick(lists->listView()->viewport(), Qt::LeftButton, {},
+                          lists->listView()->visualItemRect(item).center());
+        press(ListSelectionDlg::kEval);
+    }
+    QTreeWidget* view() const { return screen->findChild<QTreeWidget*>("totalsView"); }
+    // Every row as "HA|Kub.|Stk|d-Kub.".
+    QStringList shown() const
+    {
+        QStringList out;
+        for (int i = 0; i < view()->topLevelItemCount(); ++i) {
+            const QTreeWidgetItem* item = view()->topLevelItem(i);
+            QStringList cells;
+            for (int c = 0; c < Totals::kColumns; ++c)
+                cells << item->text(c);
+            out << cells.join(u'|');
+        }
+        return out;
+    }
+    QStringList computed(std::int64_t list)
+    {
+        QStringList out;
+        const auto totals = Totals::compute(session.database(), list);
+        EXPECT_TRUE(totals.has_value());
+        if (totals) {
+            for (const Totals::Row& row : totals->rows())
+                out << QStringList(row.begin(), row.end()).join(u'|');
+        }
+        return out;
+    }
+    QString activeName() const { return active() ? active()->objectName() : QString(); }
+
+    TotalsDlg* screen = nullptr;
+};
+
+TEST_F(TotalsScreen, ShowsTheCoreCellsOfTheChosenList)
+{
+    addList(1, QStringLiteral("WALD"), 90,
+            {{"KI", 2, 200}, {"FI", 1, 45}, {"FI", 1, 50}, {"FI", 1, 55}});
+    addList(2, QStringLiteral("FELD"), 100, {{"BU", 1, 300}});
+    evaluate(0);
+    ASSERT_EQ(activeName(), QStringLiteral("totals"));
+    EXPECT_EQ(screen->findChild<QLabel*>("title")->text(), QStringLiteral("Gesamtsumme"));
+    const QTreeWidgetItem* heading = view()->headerItem();
+    ASSERT_EQ(view()->columnCount(), 4);
+    const char* captions[] = {"HA", "Kub.", "Stk", "d-Kub."};
+    for (int c = 0; c < 4; ++c) {
+        EXPECT_EQ(heading->text(c), QString::fromLatin1(captions[c]));
+        EXPECT_EQ(view()->topLevelItem(0)->textAlignment(c) & Qt::AlignHorizontal_Mask,
+                  c == 0 ? 0 : int(Qt::AlignRight))
+            << c;
+    }
+    EXPECT_EQ(view()->selectionBehavior(), QAbstractItemView::SelectRows);
+    EXPECT_TRUE(view()->font().fixedPitch());
+    EXPECT_EQ(shown(), computed(1));
+    EXPECT_EQ(shown().first(), QStringLiteral("FI|   1.34|   3| 0.45"));
+    EXPECT_EQ(shown().size(), 4);
+
+    // Opened again for another list, the rows are that list's alone.
+    press(CNorvBaseDlg::IDCANCEL);
+    ASSERT_EQ(activeName(), QStringLiteral("listSelection"));
+    evaluate(1);
+    ASSERT_EQ(activeName(), QStringLiteral("totals"));
+    EXPECT_EQ(shown(), computed(2));
+    EXPECT_EQ(shown().first(), QStringLiteral("BU|   3.00|   1| 3.00"));
+}
+
+TEST_F(TotalsScreen, KeyBarAndWaysOut)
+{
+    addList(1, QStringLiteral("WALD"), 100, {{"FI", 1, 45}});
+    evaluate(0);
+    ASSERT_EQ(activeName(), QStringLiteral("totals"));
+    CNorvKeyboard* keys = keyboard();
+    ASSERT_NE(keys, nullptr);
+    ASSERT_NE(keys->keyFor(TotalsDlg::kPrint), nullptr);
+    ASSERT_NE(keys->keyFor(TotalsDlg::kAssortment), nullptr);
+    EXPECT_EQ(keys->keyFor(TotalsDlg::kPrint)->caption(), QStringLiteral("Ausdruck"));
+    EXPECT_EQ(keys->keyFor(TotalsDlg::kAssortment)->caption(), QStringLiteral("Sortiment"));
+    EXPECT_EQ(keys->keyFor(CNorvKeybDlg::kEnter), nullptr);
+
+    // The row keys step through the rows and stop at the ends.
+    for (int step : {1, 1, 1, -1})
+        press(step > 0 ? CNorvKeybDlg::kNextField : CNorvKeybDlg::kPreviousField);
+    EXPECT_EQ(view()->indexOfTopLevelItem(view()->currentItem()), 1);
+
+    // Without the printout screens both keys leave the user here.
+    press(TotalsDlg::kPrint);
+    EXPECT_EQ(activeName(), QStringLiteral("totals"));
+    press(TotalsDlg::kAssortment);
+    EXPECT_EQ(activeName(), QStringLiteral("totals"));
+    EXPECT_TRUE(dialogs.asked().isEmpty());
+
+    press(CNorvBaseDlg::IDCANCEL);
+    EXPECT_EQ(activeName(), QStringLiteral("listSelection"));
+}
+
+} // namespace
+} // namespace brovant
