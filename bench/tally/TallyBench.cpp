@@ -2,6 +2,7 @@
 // lookups with 50 classes and 200 tariffs. Save times are also reported as median and p99.
 #include "support/BenchDevice.h"
 
+#include "device/BackupService.h"
 #include "masterdata/MasterTables.h"
 #include "tally/Lookup.h"
 #include "tally/TallyLogic.h"
@@ -57,6 +58,27 @@ void BM_VolumeLookup(benchmark::State& state)
 }
 BENCHMARK(BM_VolumeLookup);
 
+// A species of the demo data with a tariff that has a volume for a 25 cm tree, typed in.
+bool chooseTree(TallyLogic& logic, const MasterTables& tables)
+{
+    for (const QString& species : tables.mainSpecies) {
+        logic.setField(TallyLogic::Field::Species, species);
+        for (const QString& tariff : logic.tariffChoices()) {
+            logic.setField(TallyLogic::Field::Tariff, tariff);
+            logic.setField(TallyLogic::Field::Diameter, QStringLiteral("25"));
+            if (logic.tree().volume > 0)
+                return true;
+        }
+    }
+    return false;
+}
+
+double percentile(std::vector<double> ms, int p)
+{
+    std::sort(ms.begin(), ms.end());
+    return ms[std::min(ms.size() - 1, ms.size() * size_t(p) / 100)];
+}
+
 // One tree per iteration through the tally logic, on the demo master data with 100 lists of
 // 1,000 trees already on the device.
 void BM_TreeSave(benchmark::State& state)
@@ -74,22 +96,7 @@ void BM_TreeSave(benchmark::State& state)
     ScriptedDialogs dialogs;
     TallyLogic logic(session.database(), tables, remembered, dialogs);
     logic.open(1);
-    // A species of the demo data with a tariff that has a volume for a 25 cm tree.
-    bool found = false;
-    for (const QString& species : tables.mainSpecies) {
-        logic.setField(TallyLogic::Field::Species, species);
-        for (const QString& tariff : logic.tariffChoices()) {
-            logic.setField(TallyLogic::Field::Tariff, tariff);
-            logic.setField(TallyLogic::Field::Diameter, QStringLiteral("25"));
-            if (logic.tree().volume > 0) {
-                found = true;
-                break;
-            }
-        }
-        if (found)
-            break;
-    }
-    if (!found) {
+    if (!chooseTree(logic, tables)) {
         state.SkipWithError("no species with a volume in the demo data");
         return;
     }
@@ -105,11 +112,57 @@ void BM_TreeSave(benchmark::State& state)
                                                                - start)
                          .count());
     }
-    std::sort(ms.begin(), ms.end());
-    state.counters["median_ms"] = ms[ms.size() / 2];
-    state.counters["p99_ms"] = ms[std::min(ms.size() - 1, ms.size() * 99 / 100)];
+    state.counters["median_ms"] = percentile(ms, 50);
+    state.counters["p99_ms"] = percentile(ms, 99);
 }
 BENCHMARK(BM_TreeSave)->Iterations(500)->Unit(benchmark::kMillisecond);
+
+// The save of every 50th tree with automatic backups on, on a device of 1,000 lists with 100
+// trees each: the save the forester waits for includes the backup.
+void BM_FiftiethTreeWithBackup(benchmark::State& state)
+{
+    QTemporaryDir dir;
+    if (!bench::makeDevice(dir.path(), 1000, 100)) {
+        state.SkipWithError("device");
+        return;
+    }
+    DeviceSession session(dir.path());
+    session.openDatabase();
+    session.store().writeInt(Setting::BackupAuto, 0, 1);
+    const MasterTables tables =
+        loadSettings(session.store(), session.database(), nullptr, nullptr);
+    std::array<QString, TallyLogic::kSpeciesSlots> remembered;
+    ScriptedDialogs dialogs;
+    BackupService backups(session, dialogs, false);
+    TallyLogic logic(session.database(), tables, remembered, dialogs);
+    logic.setBackupHook([&] { backups.automaticIfEnabled(); });
+    logic.open(1);
+    if (!chooseTree(logic, tables)) {
+        state.SkipWithError("no species with a volume in the demo data");
+        return;
+    }
+    std::vector<double> ms;
+    for (auto _ : state) {
+        state.PauseTiming();
+        while (logic.tree().id % TallyLogic::kBackupEvery != 0) {
+            logic.setField(TallyLogic::Field::Diameter, QStringLiteral("25"));
+            logic.save();
+        }
+        state.ResumeTiming();
+        const auto start = std::chrono::steady_clock::now();
+        logic.setField(TallyLogic::Field::Diameter, QStringLiteral("25"));
+        if (!logic.save()) {
+            state.SkipWithError("refused");
+            return;
+        }
+        ms.push_back(std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now()
+                                                               - start)
+                         .count());
+    }
+    state.counters["median_ms"] = percentile(ms, 50);
+    state.counters["backups"] = double(backups.entries().size());
+}
+BENCHMARK(BM_FiftiethTreeWithBackup)->Iterations(10)->Unit(benchmark::kMillisecond);
 
 } // namespace
 
