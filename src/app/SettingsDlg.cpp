@@ -228,7 +228,8 @@ void SettingsDlg::OnCommand(int id)
     case kRestore:
         if (auto* dialogs = dynamic_cast<QtMessageDialogs*>(&app().messages()))
             dialogs->playQuestion();
-        RestoreDlg::open(app());
+        if (RestoreDlg::open(app()))
+            m_logic->afterRestore(app().host());
         return;
     case kAutomaticBackup:
         m_autoBackup->setChecked(m_logic->setAutomaticBackup(m_autoBackup->isChecked()));

@@ -43,6 +43,19 @@ TallyLogic::TallyLogic(Database& db, const MasterTables& tables,
 {
 }
 
+void TallyLogic::recallSpeciesTariffs(Database& db, const MasterTables& tables,
+                                      std::array<QString, kSpeciesSlots>& speciesTariffs)
+{
+    auto rows = db.query(QStringLiteral("SELECT BAUMART, TARIF FROM Brov_Einstellungen "
+                                        "WHERE ID_TYPE = ? AND BHD = 1 ORDER BY ID, rowid"));
+    rows.bind(1, std::int64_t(schema::TariffAssignmentRow));
+    while (rows.next()) {
+        const int slot = tables.speciesIndex(rows.text(0));
+        if (slot >= 0 && speciesTariffs[size_t(slot)].isEmpty())
+            speciesTariffs[size_t(slot)] = withoutTrailingBlanks(rows.text(1)).left(5);
+    }
+}
+
 bool TallyLogic::open(std::int64_t listId)
 {
     auto head = m_db.query(QStringLiteral(

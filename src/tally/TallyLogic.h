@@ -48,6 +48,11 @@ public:
     TallyLogic(Database& db, const MasterTables& tables,
                std::array<QString, kSpeciesSlots>& speciesTariffs, MessageDialogs& dialogs);
 
+    // The tariffs the species used when the program last ended (the assignment rows flagged in
+    // BHD at shutdown) become the species' defaults again; slots already set stay.
+    static void recallSpeciesTariffs(Database& db, const MasterTables& tables,
+                                     std::array<QString, kSpeciesSlots>& speciesTariffs);
+
     // Called after a save whose record number is a multiple of 50; the application makes its
     // automatic backup there when that is turned on.
     void setBackupHook(std::function<void()> hook) { m_backupHook = std::move(hook); }

@@ -182,5 +182,20 @@ TEST_F(SettingsLogicTest, BackupOptions)
     }
 }
 
+// A restored backup brings its own master rows and lists: the tables follow it, and a current
+// list it does not hold is forgotten.
+TEST_F(SettingsLogicTest, AfterRestoreTheTablesAndTheCurrentListFollowTheDatabase)
+{
+    for (const int current : {1, 7, -1}) {
+        SCOPED_TRACE(current);
+        state.tables = MasterTables{};
+        state.currentList = current;
+        logic.afterRestore(host);
+        EXPECT_FALSE(state.tables.classes.empty());
+        EXPECT_FALSE(state.tables.tariffs.isEmpty());
+        EXPECT_EQ(state.currentList, current == 1 ? 1 : -1);
+    }
+}
+
 } // namespace
 } // namespace brovant

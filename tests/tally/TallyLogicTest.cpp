@@ -307,6 +307,30 @@ TEST_F(TallyLogicTest, CaliperMeasurement)
     EXPECT_EQ(dialogs.asked(), QStringList{QStringLiteral("Eingabe fehlt !!!||")});
 }
 
+TEST_F(TallyLogicTest, TariffsFlaggedAtShutdownComeBack)
+{
+    // Assignment rows flagged in BHD: BU's first flagged row wins, FI keeps what it has, EI is
+    // no species of the settings.
+    const struct {
+        const char* species;
+        const char* tariff;
+        int flag;
+    } rows[] = {{"BU ", "BU2  ", 0}, {"BU ", "BU1  ", 1}, {"BU ", "BU3", 1},
+                {"FI", "FI2", 1},    {"EI", "EI1", 1}};
+    for (const auto& r : rows) {
+        addAssignment(QString::fromLatin1(r.species), QString::fromLatin1(r.tariff));
+        auto q = db().query(QStringLiteral(
+            "UPDATE Brov_Einstellungen SET BHD = ? WHERE rowid = last_insert_rowid()"));
+        q.bind(1, std::int64_t(r.flag));
+        ASSERT_TRUE(q.run());
+    }
+    speciesTariffs[0] = QStringLiteral("FI1");
+    TallyLogic::recallSpeciesTariffs(db(), tables, speciesTariffs);
+    EXPECT_EQ(speciesTariffs[0], QStringLiteral("FI1"));
+    EXPECT_EQ(speciesTariffs[1], QStringLiteral("BU1"));
+    EXPECT_TRUE(speciesTariffs[2].isEmpty());
+}
+
 TEST_F(TallyLogicTest, EvalNeedsTrees)
 {
     EXPECT_FALSE(logic->checkHasTrees());

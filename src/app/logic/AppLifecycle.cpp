@@ -1,5 +1,7 @@
 #include "app/logic/AppLifecycle.h"
 
+#include "tally/TallyLogic.h"
+
 #include "app/logic/ColdBootRecovery.h"
 #include "data/Dataset.h"
 #include "data/Schema.h"
@@ -114,6 +116,8 @@ bool AppLifecycle::start()
     m_host.showMainMenu();
     m_state.tables =
         loadSettings(m_session.store(), m_session.database(), &m_dialogs, &m_session.keepAwake());
+    TallyLogic::recallSpeciesTariffs(m_session.database(), m_state.tables,
+                                     m_state.speciesTariffs);
 
     // The program owns the serial port while it runs; ActiveSync must not grab it on plug-in.
     if (m_session.store().readInt(Setting::DuePort) != kPortWithActiveSync) {

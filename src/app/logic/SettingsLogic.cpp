@@ -38,6 +38,19 @@ void SettingsLogic::importAndLoad(ScreenHost& host)
     host.repaint();
 }
 
+void SettingsLogic::afterRestore(ScreenHost& host)
+{
+    Database& db = m_session.database();
+    m_state.tables = loadSettings(m_session.store(), db, &m_dialogs, &m_session.keepAwake());
+    host.repaint();
+    if (m_state.currentList < 0)
+        return;
+    auto list = db.query(QStringLiteral("SELECT 1 FROM Brov_Kopfdaten WHERE ID_FILE = ?"));
+    list.bind(1, std::int64_t(m_state.currentList));
+    if (!list.next())
+        m_state.currentList = -1;
+}
+
 bool SettingsLogic::deleteAll(ScreenHost& host)
 {
     if (m_dialogs.yesNo(QStringLiteral("Beim Initialisieren der Daten-"),

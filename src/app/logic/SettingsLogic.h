@@ -27,6 +27,10 @@ public:
     // imported.
     bool reloadConfiguration(TransferChannels& channels, ScreenHost& host);
 
+    // After a backup came back: its master rows are loaded, and a current list it does not hold
+    // is forgotten.
+    void afterRestore(ScreenHost& host);
+
     // The check boxes; each returns whether the box stays checked.
     bool setAutomaticBackup(bool checked);
     bool setCardBackup(bool checked);
