@@ -7,11 +7,15 @@
 #include "app/MainMenuDlg.h"
 #include "app/QtMessageDialogs.h"
 #include "app/SettingsDlg.h"
+#include "app/SpeciesSelectionDlg.h"
 #include "app/SystemInfoDlg.h"
+#include "app/TallyDlg.h"
 #include "app/TariffAssignmentDlg.h"
+#include "app/TotalsDlg.h"
 #include "device/BackupService.h"
 #include "device/DeviceControls.h"
 #include "masterdata/DeviceSession.h"
+#include "tally/caliper/CaliperReader.h"
 #include "transfer/TransferChannels.h"
 
 #include <QApplication>
@@ -39,6 +43,8 @@ BrovantApp::BrovantApp(DeviceSession& session, AppState& state, Clock& clock)
     // The device flag is only known once start-up has run; backup() reads it then.
     m_backup = std::make_unique<BackupService>(session, *m_qtDialogs, state.getac);
     setBackup(m_backup.get());
+    m_caliper = std::make_unique<CaliperReader>(session.root(), *m_qtDialogs, clock);
+    setCaliper(m_caliper.get());
 }
 
 BrovantApp::~BrovantApp()
@@ -51,6 +57,9 @@ void BrovantApp::replaceMessages(MessageDialogs* dialogs)
 {
     setMessages(dialogs);
     m_lifecycle = std::make_unique<AppLifecycle>(session(), state(), clock(), *dialogs, *this);
+    // The reader keeps the dialogs it was made with; it is made again before anyone started it.
+    m_caliper = std::make_unique<CaliperReader>(session().root(), *dialogs, clock());
+    setCaliper(m_caliper.get());
 }
 
 bool BrovantApp::start()
@@ -75,6 +84,8 @@ void BrovantApp::secondStart()
     mainWindow()->activateWindow();
     if (CNorvBaseDlg* active = GetActiveDlg())
         active->ShowFullScreen();
+    // A link lost while the device slept comes back only when the port is opened again.
+    m_caliper->restart([this](bool busy) { setWaitCursor(busy); });
 }
 
 void BrovantApp::showMainMenu()
@@ -107,6 +118,9 @@ void BrovantApp::createScreens()
     addScreen(std::make_unique<ListSelectionDlg>(*this));
     addScreen(std::make_unique<TariffAssignmentDlg>(*this));
     addScreen(std::make_unique<ListInfoDlg>(*this));
+    addScreen(std::make_unique<TallyDlg>(*this));
+    addScreen(std::make_unique<SpeciesSelectionDlg>(*this));
+    addScreen(std::make_unique<TotalsDlg>(*this));
 }
 
 void BrovantApp::destroyScreens()

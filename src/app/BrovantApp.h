@@ -10,6 +10,7 @@
 namespace brovant {
 
 class BackupService;
+class CaliperReader;
 class DeviceControls;
 class MainMenuDlg;
 class QtMessageDialogs;
@@ -27,7 +28,8 @@ public:
 
     bool start();
     void shutdown();
-    // A second start or a wake-up: the active screen comes to the front.
+    // A second start or a wake-up: the active screen comes to the front and a running caliper
+    // connects again.
     void secondStart();
 
     MainMenuDlg* mainMenu() const { return m_mainMenu; }
@@ -46,6 +48,7 @@ private:
     std::unique_ptr<TransferChannels> m_channels;
     std::unique_ptr<DeviceControls> m_device;
     std::unique_ptr<BackupService> m_backup;
+    std::unique_ptr<CaliperReader> m_caliper;
     std::unique_ptr<AppLifecycle> m_lifecycle;
     MainMenuDlg* m_mainMenu = nullptr;
     bool m_waitCursor = false;

@@ -13,6 +13,7 @@ namespace brovant {
 
 class AppState;
 class BackupService;
+class CaliperReader;
 class CNorvBaseDlg;
 class Clock;
 class DeviceControls;
@@ -70,6 +71,10 @@ public:
     // messages and the device flag in force.
     void setBackup(BackupService* backup) { m_backup = backup; }
     BackupService& backup() const;
+    // The caliper on its serial port, one per process; the program object owns it. Null in a bare
+    // framework.
+    void setCaliper(CaliperReader* caliper) { m_caliper = caliper; }
+    CaliperReader* caliper() const { return m_caliper; }
 
 signals:
     void activeChanged(CNorvBaseDlg* screen);
@@ -82,6 +87,7 @@ private:
     MessageDialogs* m_messages = nullptr;
     DeviceControls* m_device = nullptr;
     BackupService* m_backup = nullptr;
+    CaliperReader* m_caliper = nullptr;
     TransferChannels* m_channels = nullptr;
     std::unique_ptr<QWidget> m_window;
     std::vector<std::unique_ptr<CNorvBaseDlg>> m_screens;

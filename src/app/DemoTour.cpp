@@ -9,6 +9,8 @@
 #include "app/QtMessageDialogs.h"
 #include "app/RestoreDlg.h"
 #include "app/SettingsDlg.h"
+#include "app/SpeciesSelectionDlg.h"
+#include "app/TallyDlg.h"
 #include "app/TariffAssignmentDlg.h"
 #include "app/logic/AppState.h"
 #include "app/logic/ListSelectionLogic.h"
@@ -371,6 +373,101 @@ void tourListSelection(BrovantApp& app, Camera& camera, TourDialogs& dialogs)
     press(screen, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
 }
 
+// The key showing `caption` on the keyboard shown now, turning its pages.
+void pickCaption(CNorvKeybDlg* screen, const QString& caption)
+{
+    CNorvKeyboard* keys = screen->keyboard();
+    for (int page = 0; page < keys->pageCount(); ++page) {
+        keys->showPage(page);
+        for (int i = 0; i < keys->keyCount(); ++i) {
+            if (keys->key(i)->def().commandId > 0 && keys->key(i)->caption() == caption) {
+                keys->key(i)->click();
+                return;
+            }
+        }
+    }
+}
+
+// A few trees of a fresh list by keypad: the species and tariff keys, one tree refused, three
+// saved; a step back with the arrow; the secondary keys; the species slots (a code typed for slot
+// 12, another for the caliper's key 8); the totals; then back to the list selection.
+void tourTally(BrovantApp& app, Camera& camera)
+{
+    if (app.GetActiveDlg() != app.mainMenu())
+        app.SwitchToDialog(app.mainMenu(), 0);
+    press(app.mainMenu(), QStringLiteral("key%1").arg(MainMenuDlg::kSelectList));
+    auto* lists = qobject_cast<ListSelectionDlg*>(app.findScreen(QStringLiteral("listSelection")));
+    auto* tally = qobject_cast<TallyDlg*>(app.findScreen(QStringLiteral("tally")));
+    if (!lists || !tally || app.GetActiveDlg() != lists)
+        return;
+    QTreeWidget* view = lists->listView();
+    const auto found = view->findItems(QStringLiteral("SUED02"), Qt::MatchStartsWith, 0);
+    if (found.isEmpty())
+        return;
+    view->setCurrentItem(found.first());
+    lists->showTab(ListSelectionDlg::TallyTab);
+    press(lists, QStringLiteral("key%1").arg(ListSelectionDlg::kTally));
+    if (app.GetActiveDlg() != tally)
+        return;
+    camera.take(QStringLiteral("Holzaufnahme"));
+
+    const QString enter = QStringLiteral("key%1").arg(CNorvKeybDlg::kEnter);
+    press(tally, enter); // nothing entered yet: "Holzart fehlt !!!"
+    camera.take(QStringLiteral("Holzaufnahme Holzarten"));
+    pickCaption(tally, QStringLiteral("BU"));
+    camera.take(QStringLiteral("Holzaufnahme Tarife"));
+    pickCaption(tally, QStringLiteral("BU01"));
+    for (const char* diameter : {"34", "28"}) {
+        type(tally, QString::fromLatin1(diameter));
+        press(tally, enter);
+    }
+    // Back over the class to the count; Enter leads on through the class to the diameter.
+    const QString previous = QStringLiteral("key%1").arg(CNorvKeybDlg::kPreviousField);
+    press(tally, previous);
+    press(tally, previous);
+    type(tally, QStringLiteral("3"));
+    press(tally, enter);
+    press(tally, enter);
+    type(tally, QStringLiteral("41"));
+    camera.take(QStringLiteral("Holzaufnahme Eingabe"));
+    press(tally, enter);
+    camera.take(QStringLiteral("Holzaufnahme drei Baeume"));
+    press(tally, QStringLiteral("key%1").arg(TallyDlg::kUp));
+    camera.take(QStringLiteral("Holzaufnahme zurueckgeblaettert"));
+    press(tally, QStringLiteral("key%1").arg(TallyDlg::kEtc));
+    press(tally, QStringLiteral("key%1").arg(TallyDlg::kEnd));
+    press(tally, QStringLiteral("key%1").arg(TallyDlg::kEtc));
+    camera.take(QStringLiteral("Holzaufnahme Funktionen"));
+
+    press(tally, QStringLiteral("key%1").arg(TallyDlg::kSpeciesSetup));
+    auto* species = qobject_cast<SpeciesSelectionDlg*>(app.findScreen(QStringLiteral("species")));
+    if (species && app.GetActiveDlg() == species) {
+        camera.take(QStringLiteral("Einstellung der Holzart"));
+        press(species, QStringLiteral("key%1").arg(SpeciesSelectionDlg::kLetters));
+        type(species, QStringLiteral("KIR"));
+        camera.take(QStringLiteral("Einstellung der Holzart getippt"));
+        press(species, enter);
+        press(species, QStringLiteral("key%1").arg(SpeciesSelectionDlg::kFirstSlot + 11));
+        press(species, QStringLiteral("key%1").arg(SpeciesSelectionDlg::kLetters));
+        type(species, QStringLiteral("WEI"));
+        press(species, enter);
+        press(species, QStringLiteral("key%1").arg(SpeciesSelectionDlg::kCaliperKey));
+        camera.take(QStringLiteral("Einstellung der Holzart HA12 und Kluppe"));
+        press(species, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
+    }
+    if (app.GetActiveDlg() != tally)
+        return;
+    press(tally, QStringLiteral("key%1").arg(TallyDlg::kEtc));
+    press(tally, QStringLiteral("key%1").arg(TallyDlg::kEval));
+    if (CNorvBaseDlg* totals = app.findScreen(QStringLiteral("totals"));
+        totals && app.GetActiveDlg() == totals) {
+        camera.take(QStringLiteral("Gesamtsumme"));
+        totals->OnCommand(CNorvBaseDlg::IDCANCEL);
+    }
+    if (app.GetActiveDlg() == tally)
+        press(tally, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
+}
+
 } // namespace
 
 // The functions screen: each tab, the two questions of "Delete all" (both answered so that
@@ -447,6 +544,7 @@ int runDemoTour(const QString& rootDir, const QString& outDir)
     tourTariffAssignment(app, camera);
     tourNewList(app, camera, dialogs);
     tourListSelection(app, camera, dialogs);
+    tourTally(app, camera);
     tourSettings(app, camera, dialogs);
 
     app.shutdown();
