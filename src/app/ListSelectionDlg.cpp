@@ -91,9 +91,9 @@ ListSelectionDlg::~ListSelectionDlg() = default;
 void ListSelectionDlg::OnInitDialog()
 {
     DeviceSession& session = app().session();
-    m_logic =
-        std::make_unique<ListSelectionLogic>(session.database(), session.store(), app().state(),
-                                             app().messages(), app().clock(), &app().host());
+    m_logic = std::make_unique<ListSelectionLogic>(session.root(), session.database(),
+                                                   session.store(), app().state(), app().messages(),
+                                                   app().clock(), &app().host());
 
     addTitle(windowTitle(), 0, kTitleHeight);
 
@@ -165,8 +165,13 @@ void ListSelectionDlg::InitDialog()
 
 void ListSelectionDlg::rebuild()
 {
-    const bool wasBusy = std::exchange(m_busy, true);
     m_logic->build();
+    showRows();
+}
+
+void ListSelectionDlg::showRows()
+{
+    const bool wasBusy = std::exchange(m_busy, true);
     m_list->clear();
     m_list->setHeaderLabels({QStringLiteral("Liste"), QStringLiteral("DÜ"), m_logic->heading()});
     m_list->headerItem()->setTextAlignment(1, Qt::AlignRight | Qt::AlignVCenter);
@@ -331,32 +336,26 @@ void ListSelectionDlg::OnCommand(int id)
 
 void ListSelectionDlg::send()
 {
-    if (!m_logic->readyToSend()) {
-        backToList();
-        return;
-    }
+    using Transfer = ListSelectionLogic::Transfer;
     const bool wasBusy = std::exchange(m_busy, true);
-    // Still to come: the list file writer, which puts every marked list into "\Export" before the
-    // channel sends; only when it wrote one may the channel send.
-    const bool sent = app().channels().send();
-    if (sent) {
-        m_logic->markExported();
-        rebuild();
-    }
+    const Transfer result = m_logic->send(app().channels());
+    if (result == Transfer::Done)
+        showRows();
     m_busy = wasBusy;
-    ShowFullScreen();
+    if (result != Transfer::NotStarted)
+        ShowFullScreen();
     backToList();
 }
 
 void ListSelectionDlg::receive()
 {
     const bool wasBusy = std::exchange(m_busy, true);
-    // Still to come: the received list files of "\Import" become lists here, behind the wait
-    // cursor, before the rows are read again.
-    app().channels().receive();
+    const bool received = m_logic->receive(app().channels()) == ListSelectionLogic::Transfer::Done;
+    if (received)
+        showRows();
     m_busy = wasBusy;
-    rebuild();
-    ShowFullScreen();
+    if (received)
+        ShowFullScreen();
     backToList();
 }
 

@@ -50,8 +50,10 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    // Clears the view and fills it from the table again, the selected row in view.
+    // Reads the rows again and shows them.
     void rebuild();
+    // Clears the view and fills it from the logic's rows, the selected row in view.
+    void showRows();
     void showSelection();
     void go(ListSelectionLogic::Target target);
     void switchTo(const char* screen);

@@ -3,10 +3,14 @@
 #include "data/Dataset.h"
 #include "data/Schema.h"
 #include "device/BackupService.h"
+#include "platform/DeviceRoot.h"
 #include "transfer/TransferChannels.h"
 
+#include <QFile>
 #include <QTabBar>
 #include <QTreeWidget>
+
+#include <map>
 
 namespace brovant {
 namespace {
@@ -14,14 +18,36 @@ namespace {
 using namespace test;
 using Dlg = ListSelectionDlg;
 
-// A channel that reports what the test wants and counts its uses.
+// A channel that reports what the test wants and counts its uses. A delivered send keeps the
+// files of "\Export"; a receive puts them into "\Import".
 struct ScriptedChannels final : TransferChannels {
+    const DeviceRoot* root = nullptr;
     bool sendResult = true;
+    bool receiveResult = true;
     int sends = 0;
     int receives = 0;
-    bool receive() override { return ++receives > 0; }
+    std::map<QString, QByteArray> held;
+
+    bool receive() override
+    {
+        ++receives;
+        for (const auto& [name, bytes] : held) {
+            QFile file(root->hostPath("\\Import\\" + name));
+            EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
+        }
+        return receiveResult;
+    }
     bool fetchConfiguration() override { return false; }
-    bool send() override { return ++sends > 0 && sendResult; }
+    bool send() override
+    {
+        ++sends;
+        for (const QString& name : root->find(QStringLiteral("\\Export\\*.*"))) {
+            QFile file(root->hostPath("\\Export\\" + name));
+            if (sendResult && file.open(QIODevice::ReadOnly))
+                held[name] = file.readAll();
+        }
+        return sendResult;
+    }
 };
 
 // Channels first: they outlive the program that uses them.
@@ -31,7 +57,11 @@ struct WithChannels {
 
 class ListScreen : public ::testing::Test, protected WithChannels, protected Program {
 protected:
-    ListScreen() { app.setChannels(&channels); }
+    ListScreen()
+    {
+        channels.root = &session.root();
+        app.setChannels(&channels);
+    }
 
     void addList(int id, const QString& name, int mark = 0, int trees = 0)
     {
@@ -230,11 +260,12 @@ TEST_F(ListScreen, WaysToOtherScreens)
     app.SwitchToDialog(screen);
     EXPECT_EQ(selectedRow(), 2);
 
-    // A double tap on the model list warns, and would open the tally.
+    // A double tap on the model list warns, and opens the tally all the same.
     tapRow(1, true);
     EXPECT_EQ(dialogs.asked(), QStringList{"Holzaufnahme in Modell-Liste |nicht möglich!|"});
     EXPECT_EQ(state.currentList, 2);
-    EXPECT_EQ(activeName(), QStringLiteral("listSelection"));
+    EXPECT_EQ(activeName(), QStringLiteral("tally"));
+    app.SwitchToDialog(screen);
 
     // Evaluation of a list without trees.
     dialogs.clear();
@@ -247,6 +278,8 @@ TEST_F(ListScreen, WaysToOtherScreens)
     press(Dlg::kEval);
     EXPECT_TRUE(dialogs.asked().isEmpty());
     EXPECT_EQ(state.currentList, 1);
+    EXPECT_EQ(activeName(), QStringLiteral("totals"));
+    app.SwitchToDialog(screen);
 
     // "Neu" opens the header screen for a new list.
     tab(Dlg::TallyTab);
@@ -301,16 +334,32 @@ TEST_F(ListScreen, SendShowsTheMarkingThatFollowsTheTransfer)
     EXPECT_EQ(channels.sends, 2);
 }
 
+// A delivered list file becomes a new row, selected; a failed receive leaves the rows alone.
 TEST_F(ListScreen, ReceiveShowsWhatArrived)
 {
+    addList(1, QStringLiteral("WALD"));
     open();
-    EXPECT_EQ(view()->topLevelItemCount(), 0);
-    addList(4, QStringLiteral("EMPF"));
     tab(Dlg::TransferTab);
+    const QByteArray label(20, ' ');
+    channels.held["NEU.DAT"] = "TD0NEU     .DAT\r\n001NEU     " + label + "01.05.2026" + label
+                               + "0.95" + label + "WR1     T00300\r\n10A00001 1FI  35\r\n";
+    addList(4, QStringLiteral("FELD"));
+
+    channels.receiveResult = false;
     press(Dlg::kReceive);
-    EXPECT_EQ(channels.receives, 1);
-    EXPECT_EQ(shown(), QStringList{"EMPF    |   0|Zusatz von EMPF"});
+    EXPECT_EQ(shown(), QStringList{"WALD    |   0|Zusatz von WALD"});
+
+    channels.receiveResult = true;
+    press(Dlg::kReceive);
+    EXPECT_EQ(channels.receives, 2);
+    EXPECT_EQ(shown().mid(0, 2),
+              (QStringList{"WALD    |   0|Zusatz von WALD", "FELD    |   0|Zusatz von FELD"}));
+    ASSERT_EQ(shown().size(), 3);
+    EXPECT_TRUE(shown()[2].startsWith(QStringLiteral("NEU     |"))) << str(shown()[2]);
+    EXPECT_EQ(selectedRow(), 2);
+    EXPECT_EQ(count("SELECT COUNT(*) FROM Brov_Holzdaten WHERE ID_FILE = 5"), 1);
     EXPECT_EQ(activeName(), QStringLiteral("listSelection"));
+    EXPECT_TRUE(view()->hasFocus());
 }
 
 // With automatic backup on, coming back from the header screen saves the database; coming back

@@ -1,6 +1,7 @@
 // The list selection screen's logic on a real database: the rows and their texts, marking,
 // deleting with its two questions, the model list in both forms, the checks before tally, totals,
-// printouts and sending, and an empty table on which every per-list button does nothing.
+// printouts and sending, an empty table on which every per-list button does nothing, and "Send"
+// and "Receive" over a channel that delivers or fails as told.
 #include "app/logic/ListSelectionLogic.h"
 
 #include "app/logic/AppLifecycle.h"
@@ -11,8 +12,13 @@
 #include "platform/Clock.h"
 #include "platform/MessageDialogs.h"
 #include "support/TempRoot.h"
+#include "transfer/ListFileExport.h"
+#include "transfer/TransferChannels.h"
 
+#include <QFileInfo>
 #include <gtest/gtest.h>
+
+#include <map>
 
 namespace brovant {
 namespace {
@@ -43,7 +49,7 @@ protected:
     ListSelection()
         : session(root.path(), Database::Durability::Relaxed)
         , clock(QDateTime(QDate(2026, 5, 4), QTime(7, 30, 0)))
-        , logic(session.database(), session.store(), state, dialogs, clock, &host)
+        , logic(session.root(), session.database(), session.store(), state, dialogs, clock, &host)
     {
         EXPECT_NE(session.openDatabase(), DeviceSession::DatabaseState::Failed);
         session.store().writeText(Setting::KopfLabel, 0, QStringLiteral("Zusatz:             "));
@@ -469,24 +475,147 @@ TEST_F(ListSelection, ModelTwiceLeavesOneModelList)
     EXPECT_EQ(headers(), 3);
 }
 
-TEST_F(ListSelection, SendNeedsAMarkedListAndTheMarkingFollowsSuccess)
-{
-    addList({1, "A", 0, 0});
-    addList({2, "B", 0, 1});
-    EXPECT_FALSE(logic.readyToSend());
-    EXPECT_EQ(dialogs.asked(), QStringList{"Keine Liste für DÜ markiert!||"});
+// The office as a channel: it takes the files of "\Export" when it delivers, and puts what it
+// holds into "\Import" when asked to.
+struct Office final : TransferChannels {
+    explicit Office(const DeviceRoot& root)
+        : root(root)
+    {
+    }
+    bool send() override
+    {
+        ++sends;
+        seen.clear();
+        for (const QString& name : root.find(QStringLiteral("\\Export\\*.*")))
+            seen << name;
+        if (delivers) {
+            for (const QString& name : seen) {
+                QFile file(root.hostPath("\\Export\\" + name));
+                if (file.open(QIODevice::ReadOnly))
+                    held[name] = file.readAll();
+            }
+        }
+        return delivers;
+    }
+    bool receive() override
+    {
+        ++receives;
+        for (const auto& [name, bytes] : held) {
+            QFile file(root.hostPath("\\Import\\" + name));
+            if (file.open(QIODevice::WriteOnly))
+                file.write(bytes);
+        }
+        return delivers;
+    }
+    bool fetchConfiguration() override { return false; }
 
-    dialogs.clear();
-    select(1);
-    ASSERT_TRUE(logic.toggleMark());
-    EXPECT_TRUE(logic.readyToSend());
-    EXPECT_TRUE(dialogs.asked().isEmpty());
-    ASSERT_TRUE(logic.markExported());
-    logic.build();
-    EXPECT_EQ(logic.rows()[0].mark, QStringLiteral("   0"));
-    EXPECT_EQ(logic.rows()[1].mark, QStringLiteral("   2"));
+    const DeviceRoot& root;
+    bool delivers = true;
+    int sends = 0;
+    int receives = 0;
+    QStringList seen;
+    std::map<QString, QByteArray> held;
+};
+
+using Transfer = ListSelectionLogic::Transfer;
+
+TEST_F(ListSelection, SendMarksTheListsOnlyAfterADelivery)
+{
+    addList({1, "WALD", 1, 0, 2, 1});
+    addList({2, "FELD", 0, 1});
+    addList({3, "MOOR", 1, 2, 1});
+    Office office(session.root());
+    ListFileExport files(session.root(), db(), session.store(), dialogs);
+    QStringList written;
+    for (int id : {3, 1})
+        written << QFileInfo(files.filePath(id).replace(u'\\', u'/')).fileName();
+
+    const struct {
+        bool delivers;
+        Transfer result;
+        QStringList marks;
+    } cases[] = {
+        {false, Transfer::Failed, {"A0", "   1", "A2"}},
+        {false, Transfer::Failed, {"A0", "   1", "A2"}},
+        {true, Transfer::Done, {"   1", "   1", "   3"}},
+        // Nothing is marked any more: the channel is not even asked.
+        {true, Transfer::NotStarted, {"   1", "   1", "   3"}},
+    };
+    int sends = 0;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(int(c.result));
+        dialogs.clear();
+        office.delivers = c.delivers;
+        select(1);
+        EXPECT_EQ(logic.send(office), c.result);
+        const bool started = c.result != Transfer::NotStarted;
+        EXPECT_EQ(office.sends, sends += started);
+        if (started) {
+            // Only the marked lists' files, written afresh for each try.
+            EXPECT_EQ(office.seen, written);
+        }
+        EXPECT_EQ(dialogs.asked(),
+                  started ? QStringList() : QStringList{"Keine Liste für DÜ markiert!||"});
+        QStringList marks;
+        for (const auto& row : ListSelectionLogic::readRows(db()))
+            marks << row.mark;
+        EXPECT_EQ(marks, c.marks);
+        if (c.result == Transfer::Done) {
+            EXPECT_EQ(logic.rows()[0].mark, QStringLiteral("   1"));
+        }
+    }
     EXPECT_EQ(logic.markedCount(), 0);
-    EXPECT_FALSE(logic.readyToSend());
+}
+
+// A list file as the office PC writes it: header line, "001" with its three labels, trees.
+QByteArray officeList(const QByteArray& listNo, int trees)
+{
+    const QByteArray label(20, ' ');
+    QByteArray file = "TD0" + listNo.leftJustified(8) + ".DAT\r\n";
+    file += "001" + listNo.leftJustified(8) + label + "01.05.2026" + label + "0.95" + label
+            + "WR1     T00300\r\n";
+    for (int t = 1; t <= trees; ++t)
+        file += "10A0000" + QByteArray::number(t) + " 1FI  35\r\n";
+    return file;
+}
+
+// What the office delivers becomes lists, only when the channel reports the transfer good.
+TEST_F(ListSelection, ReceiveImportsWhatArrivedAndShowsIt)
+{
+    addList({1, "WALD", 1, 0, 3, 2});
+    addList({2, "FELD", 0, 0, 1});
+    Office office(session.root());
+    office.held = {{"NEU.DAT", officeList("NEU", 3)}, {"ALT.DAT", officeList("ALT", 1)}};
+
+    // A failed transfer imports nothing, whatever lies in "\Import".
+    office.delivers = false;
+    state.currentList = 2;
+    EXPECT_EQ(logic.receive(office), Transfer::Failed);
+    EXPECT_EQ(headers(), 2);
+    EXPECT_TRUE(host.events.isEmpty());
+    EXPECT_EQ(state.currentList, 2);
+
+    office.delivers = true;
+    EXPECT_EQ(logic.receive(office), Transfer::Done);
+    EXPECT_EQ(office.receives, 2);
+    EXPECT_TRUE(dialogs.asked().isEmpty());
+    EXPECT_EQ(names(), (QStringList{"WALD    ", "FELD    ", "ALT     ", "NEU     "}));
+    ASSERT_EQ(logic.rows().size(), 4u);
+    // The last file read is the current list, and its row the selection.
+    EXPECT_EQ(state.currentList, 4);
+    EXPECT_EQ(logic.selectedRow(), 3);
+    EXPECT_EQ(treesOf(3), 1);
+    EXPECT_EQ(treesOf(4), 3);
+    EXPECT_EQ(host.events, (QStringList{"cursor 1", "cursor 0"}));
+    EXPECT_TRUE(session.root().find(QStringLiteral("\\Import\\*.*")).isEmpty());
+
+    // Nothing new in "\Import": the rows are read again, the current list stays.
+    office.held.clear();
+    state.currentList = 1;
+    EXPECT_EQ(logic.receive(office), Transfer::Done);
+    EXPECT_EQ(headers(), 4);
+    EXPECT_EQ(state.currentList, 1);
+    EXPECT_EQ(logic.selectedRow(), 0);
 }
 
 } // namespace

@@ -7,6 +7,9 @@
 #include "masterdata/SettingsStore.h"
 #include "platform/Clock.h"
 #include "platform/MessageDialogs.h"
+#include "transfer/ListFileExport.h"
+#include "transfer/ListFileImport.h"
+#include "transfer/TransferChannels.h"
 
 namespace brovant {
 namespace {
@@ -47,9 +50,11 @@ QString textOf(const FieldValue& value)
 
 } // namespace
 
-ListSelectionLogic::ListSelectionLogic(Database& db, const SettingsStore& store, AppState& state,
+ListSelectionLogic::ListSelectionLogic(const DeviceRoot& root, Database& db,
+                                       const SettingsStore& store, AppState& state,
                                        MessageDialogs& dialogs, Clock& clock, ScreenHost* host)
-    : m_db(db)
+    : m_root(root)
+    , m_db(db)
     , m_store(store)
     , m_state(state)
     , m_dialogs(dialogs)
@@ -371,14 +376,31 @@ bool ListSelectionLogic::readyToSend()
     return false;
 }
 
-bool ListSelectionLogic::markExported()
+ListSelectionLogic::Transfer ListSelectionLogic::send(TransferChannels& channels)
 {
-    Database::Transaction transaction(m_db);
-    auto q = m_db.query(QStringLiteral("UPDATE %1 SET DUE_MARK = 0, "
-                                       "EXPORTED_N_NI = COALESCE(EXPORTED_N_NI, 0) + 1 "
-                                       "WHERE DUE_MARK <> 0")
-                            .arg(tableName(schema::Kopfdaten)));
-    return transaction.active() && q.run() && transaction.commit();
+    if (!readyToSend())
+        return Transfer::NotStarted;
+    ListFileExport files(m_root, m_db, m_store, m_dialogs);
+    if (files.writeMarked() == 0 || !channels.send())
+        return Transfer::Failed;
+    // The lists stay marked until they have really gone, so a failed send is simply repeated.
+    if (!files.markExported())
+        m_dialogs.notice(QStringLiteral("Satz nicht gespeichert!"));
+    build();
+    return Transfer::Done;
+}
+
+ListSelectionLogic::Transfer ListSelectionLogic::receive(TransferChannels& channels)
+{
+    if (!channels.receive())
+        return Transfer::Failed;
+    setWaitCursor(true);
+    const ListFileImport::Outcome outcome = ListFileImport(m_root, m_db, m_dialogs).run();
+    setWaitCursor(false);
+    if (outcome.lastList != -1)
+        m_state.currentList = int(outcome.lastList);
+    build();
+    return Transfer::Done;
 }
 
 void ListSelectionLogic::setWaitCursor(bool wait)

@@ -1,8 +1,8 @@
 // Application shell: the list selection screen without its widgets. Reads the rows of
 // Brov_Kopfdaten in table order, keeps the selected row, and runs what the screen's buttons do to
-// one list (mark, delete, model list, the checks before tally, totals and printouts) and to all
-// marked lists after a transfer. Which screen opens, and the transfers themselves, are the
-// screen's.
+// one list (mark, delete, model list, the checks before tally, totals and printouts), and sends
+// and receives lists over the channels it is given. Which screen opens is the screen's; how the
+// files travel is the channels'.
 #pragma once
 
 #include <QString>
@@ -15,9 +15,11 @@ namespace brovant {
 
 class Clock;
 class Database;
+class DeviceRoot;
 class MessageDialogs;
 class ScreenHost;
 class SettingsStore;
+class TransferChannels;
 struct AppState;
 
 class ListSelectionLogic {
@@ -46,9 +48,17 @@ public:
         AssortmentPrintout,
     };
 
+    // How "Send" and "Receive" ended.
+    enum class Transfer {
+        NotStarted, // nothing marked to send
+        Failed,     // the channel did not deliver; marks and lists are unchanged
+        Done,       // delivered, and the rows read again
+    };
+
     // `host` (may be null) shows the wait cursor. Everything passed must outlive the logic.
-    ListSelectionLogic(Database& db, const SettingsStore& store, AppState& state,
-                       MessageDialogs& dialogs, Clock& clock, ScreenHost* host = nullptr);
+    ListSelectionLogic(const DeviceRoot& root, Database& db, const SettingsStore& store,
+                       AppState& state, MessageDialogs& dialogs, Clock& clock,
+                       ScreenHost* host = nullptr);
 
     // Every list in table order, in one query; the screen and the admin tool both show these.
     static std::vector<Row> readRows(Database& db);
@@ -92,8 +102,12 @@ public:
 
     // "Send", before the transfer: false (with the notice) when no list is marked.
     bool readyToSend();
-    // After a transfer that succeeded: every marked list unmarked and its export count raised.
-    bool markExported();
+    // "Send": the marked lists' files into "\Export", then over `channels`; only a delivery
+    // unmarks the lists and raises their export counts.
+    Transfer send(TransferChannels& channels);
+    // "Receive": over `channels` into "\Import", then, behind the wait cursor, every list file
+    // there becomes a list; the last one that came in is the current list.
+    Transfer receive(TransferChannels& channels);
 
     int markedCount() const;
     bool hasTrees(std::int64_t listId) const;
@@ -113,6 +127,7 @@ private:
     bool insertModel(std::optional<std::int64_t> fromRowId);
     void setWaitCursor(bool wait);
 
+    const DeviceRoot& m_root;
     Database& m_db;
     const SettingsStore& m_store;
     AppState& m_state;

@@ -1,0 +1,185 @@
+#include "tool/ToolTransfer.h"
+#include "tool/ToolCommands.h"
+
+#include "app/logic/AppState.h"
+#include "app/logic/ListSelectionLogic.h"
+#include "data/Database.h"
+#include "data/Schema.h"
+#include "masterdata/DeviceSession.h"
+#include "platform/Clock.h"
+#include "tool/ConsoleDialogs.h"
+#include "transfer/ListFileExport.h"
+#include "transfer/ListFileImport.h"
+
+#include <QCommandLineParser>
+
+#include <unistd.h>
+
+namespace brovant {
+namespace {
+
+QString withoutTrailingBlanks(QString text)
+{
+    while (text.endsWith(u' '))
+        text.chop(1);
+    return text;
+}
+
+// Console messages that also count the notices, so a list that could not be written shows in the
+// exit status.
+class CountingDialogs final : public MessageDialogs {
+public:
+    explicit CountingDialogs(QTextStream& err)
+        : m_console(err, isatty(STDERR_FILENO))
+    {
+    }
+    int notices() const { return m_notices; }
+
+    void notice(const QString& line1, const QString& line2, const QString& line3,
+                const QString& caption, bool sound) override
+    {
+        ++m_notices;
+        m_console.notice(line1, line2, line3, caption, sound);
+    }
+    int yesNo(const QString& line1, const QString& line2, const QString& line3,
+              const QString& yesCaption, const QString& noCaption) override
+    {
+        return m_console.yesNo(line1, line2, line3, yesCaption, noCaption);
+    }
+    int question(const QString& line1, const QString& line2, const QString& line3,
+                 const QString& caption1, const QString& caption2, const QString& caption3) override
+    {
+        return m_console.question(line1, line2, line3, caption1, caption2, caption3);
+    }
+    void info(int showCommand, const QString& line1, const QString& line2,
+              const QString& line3) override
+    {
+        m_console.info(showCommand, line1, line2, line3);
+    }
+    void progress(double percent) override { m_console.progress(percent); }
+
+private:
+    ConsoleDialogs m_console;
+    int m_notices = 0;
+};
+
+int exportLists(DeviceSession& session, QTextStream& out, QTextStream& err)
+{
+    Database& db = session.database();
+    CountingDialogs dialogs(err);
+    ListFileExport exporter(session.root(), db, session.store(), dialogs);
+    std::vector<std::int64_t> marked;
+    {
+        auto q =
+            db.query(QStringLiteral("SELECT ID_FILE FROM %1 WHERE DUE_MARK <> 0 ORDER BY rowid")
+                         .arg(QLatin1StringView(schema::Kopfdaten.name)));
+        while (q.next())
+            marked.push_back(q.integer(0));
+    }
+    if (marked.empty()) {
+        err << "Keine Liste für DÜ markiert!\n";
+        return 0;
+    }
+    exporter.writeMarked();
+    // In table order; two lists of the same number share one file.
+    QStringList printed;
+    for (const std::int64_t id : marked) {
+        const QString path = exporter.filePath(id);
+        if (path.isEmpty() || !session.root().isFile(path))
+            continue;
+        const QString name = path.section(u'\\', -1);
+        if (printed.contains(name, Qt::CaseInsensitive))
+            continue;
+        printed << name;
+        out << name << '\n';
+    }
+    return dialogs.notices() == 0 ? 0 : 1;
+}
+
+int importLists(DeviceSession& session, QTextStream& out, QTextStream& err)
+{
+    Database& db = session.database();
+    const QLatin1StringView table(schema::Kopfdaten.name);
+    std::int64_t lastRow = 0;
+    {
+        auto q = db.query(QStringLiteral("SELECT COALESCE(MAX(rowid), 0) FROM %1").arg(table));
+        if (q.next())
+            lastRow = q.integer(0);
+    }
+    CountingDialogs dialogs(err);
+    const ListFileImport::Outcome outcome = ListFileImport(session.root(), db, dialogs).run();
+    // The lists made before a file that failed stay, so they are named in every case.
+    auto q = db.query(
+        QStringLiteral("SELECT LISTE_NR FROM %1 WHERE rowid > ? ORDER BY rowid").arg(table));
+    q.bind(1, lastRow);
+    while (q.next())
+        out << withoutTrailingBlanks(q.text(0)) << '\n';
+    return outcome.result == ListFileImport::Result::Imported ? 0 : 1;
+}
+
+int toggleMark(DeviceSession& session, const QString& name, QTextStream& out, QTextStream& err)
+{
+    Database& db = session.database();
+    const QString wanted = withoutTrailingBlanks(name);
+    const auto rows = ListSelectionLogic::readRows(db);
+    int index = -1;
+    for (size_t i = 0; i < rows.size(); ++i) {
+        if (withoutTrailingBlanks(rows[i].listNo) == wanted) {
+            index = int(i);
+            break;
+        }
+    }
+    if (index < 0) {
+        err << "Liste nicht gefunden: " << name << '\n';
+        return 1;
+    }
+    AppState app;
+    SystemClock clock;
+    ConsoleDialogs dialogs(err, false);
+    ListSelectionLogic logic(session.root(), db, session.store(), app, dialogs, clock);
+    logic.build();
+    logic.setSelectedRow(index);
+    if (!logic.toggleMark())
+        return 1;
+    auto q = db.query(QStringLiteral("SELECT DUE_MARK FROM %1 ORDER BY rowid LIMIT 1 OFFSET ?")
+                          .arg(QLatin1StringView(schema::Kopfdaten.name)));
+    q.bind(1, std::int64_t(index));
+    if (!q.next()) {
+        err << "Datenbank nicht lesbar!\n";
+        return 1;
+    }
+    out << (q.integer(0) != 0 ? "1" : "0") << '\n';
+    return 0;
+}
+
+} // namespace
+
+QString transferCommandsHelp()
+{
+    return QStringLiteral(
+        "\n  export-lists         write the files of the marked lists into \\Export (no transfer,"
+        "\n                       marks kept); prints the file names"
+        "\n  import-lists         read the list files in \\Import as new lists; prints their names"
+        "\n  mark LISTE_NR        flip the list's transfer mark; prints the new mark (1 or 0)");
+}
+
+int runTransferCommand(DeviceSession& session, const QCommandLineParser& parser, QTextStream& out,
+                       QTextStream& err)
+{
+    const QStringList args = parser.positionalArguments();
+    const QString command = args.value(0);
+    const bool exporting = command == QLatin1StringView("export-lists") && args.size() == 1;
+    const bool importing = command == QLatin1StringView("import-lists") && args.size() == 1;
+    const bool marking = command == QLatin1StringView("mark") && args.size() == 2;
+    if (!exporting && !importing && !marking)
+        return -1;
+    if (!openDatabaseOrReport(session, err))
+        return 1;
+    if (exporting)
+        return exportLists(session, out, err);
+    if (importing)
+        return importLists(session, out, err);
+    return toggleMark(session, args[1], out, err);
+}
+
+} // namespace brovant

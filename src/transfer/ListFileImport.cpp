@@ -1,0 +1,380 @@
+#include "transfer/ListFileImport.h"
+
+#include "data/Database.h"
+#include "data/Schema.h"
+#include "platform/Cp1252.h"
+#include "platform/DeviceRoot.h"
+#include "platform/MessageDialogs.h"
+
+#include <QBuffer>
+#include <QFile>
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+namespace brovant {
+namespace {
+
+constexpr qint64 kChunk = 1 << 16;
+// The device's "%lu" reads into a 32-bit unsigned long and stops growing there.
+constexpr std::int64_t kNumberLimit = std::numeric_limits<std::uint32_t>::max();
+constexpr int kMaxDecimals = 18;
+
+QLatin1StringView tableName(const TableDescriptor& table)
+{
+    return QLatin1StringView(table.name);
+}
+
+int decimalsOf(const TableDescriptor& table, QStringView field)
+{
+    return table.fields[size_t(table.indexOf(field))].decimals;
+}
+
+// Lines as text mode hands them over: LF ends a line and a CR right before it goes with it; a NUL
+// ends the line's text as it ends a C string; past 500 characters the rest of the line is skipped.
+// Reads in chunks and keeps no more than one line, so a file that is one endless line costs no
+// memory.
+class LineReader {
+public:
+    explicit LineReader(QIODevice& in)
+        : m_in(in)
+        , m_buffer(kChunk, Qt::Uninitialized)
+    {
+    }
+
+    // False at the end of the input.
+    bool next(QByteArray& line)
+    {
+        line.clear();
+        bool any = false;
+        bool cut = false;
+        bool ended = false;
+        for (;;) {
+            if (m_pos >= m_end && !fill())
+                break;
+            any = true;
+            const char* begin = m_buffer.constData() + m_pos;
+            const auto available = size_t(m_end - m_pos);
+            const char* stop = static_cast<const char*>(std::memchr(begin, '\n', available));
+            const qint64 chunk = stop ? (stop - begin) : qint64(available);
+            if (!cut) {
+                const char* nul = static_cast<const char*>(std::memchr(begin, '\0', size_t(chunk)));
+                const qint64 text = nul ? (nul - begin) : chunk;
+                // One character more than a line holds, so a CR in the last place can still go.
+                const qint64 room = qint64(ListFileImport::kLineLength) + 1 - line.size();
+                line.append(begin, qsizetype(std::min(text, room)));
+                cut = nul != nullptr || text > room;
+            }
+            m_pos += chunk;
+            if (stop) {
+                ++m_pos;
+                ended = true;
+                break;
+            }
+        }
+        if (!any)
+            return false;
+        if (ended && !cut && line.endsWith('\r'))
+            line.chop(1);
+        if (line.size() > ListFileImport::kLineLength)
+            line.truncate(ListFileImport::kLineLength);
+        return true;
+    }
+
+private:
+    bool fill()
+    {
+        const qint64 n = m_in.read(m_buffer.data(), kChunk);
+        m_pos = 0;
+        m_end = n > 0 ? n : 0;
+        return m_end > 0;
+    }
+
+    QIODevice& m_in;
+    QByteArray m_buffer;
+    qint64 m_pos = 0;
+    qint64 m_end = 0;
+};
+
+// One line padded with blanks to 500 characters; columns count from 0.
+struct Line {
+    QByteArrayView bytes;
+
+    QByteArray raw(int start, int length) const
+    {
+        QByteArray out(length, ' ');
+        const qsizetype have = std::clamp<qsizetype>(bytes.size() - start, 0, length);
+        if (have > 0)
+            std::memcpy(out.data(), bytes.data() + start, size_t(have));
+        return out;
+    }
+    QString text(int start, int length) const { return cp1252::decode(raw(start, length)); }
+    std::int64_t number(int start, int length, int decimals) const
+    {
+        return ListFileImport::number(text(start, length), decimals);
+    }
+    bool tagIs(const char* tag) const { return raw(0, 3) == QByteArrayView(tag); }
+};
+
+// Writes the rows of one list file. The header row is made by the first header record and
+// updated by every later one.
+class ListWriter {
+public:
+    ListWriter(Database& db, std::int64_t listId)
+        : m_db(db)
+        , m_listId(listId)
+    {
+    }
+
+    enum class Step { Ok, WrongStructure, Failed };
+
+    Step line(const Line& line)
+    {
+        const QByteArray tag = line.raw(0, 3);
+        if (tag == "001")
+            return header(line);
+        if (tag.startsWith("00") && tag[2] >= '2' && tag[2] <= '9')
+            return texts(line, tag[2] - '0');
+        if (tag == "REG")
+            return region(line);
+        if (tag == "10A")
+            return tree(line, 1);
+        if (tag == "10B")
+            return tree(line, 2);
+        return Step::Ok;
+    }
+
+    bool headerMade() const { return m_headerRow >= 0; }
+
+private:
+    Step header(const Line& line)
+    {
+        // The check comes before anything of the record is kept.
+        if (line.raw(93, 6) != QByteArrayView(schema::kStructureVersion))
+            return Step::WrongStructure;
+        if (!ensureHeader())
+            return Step::Failed;
+        auto q = m_db.query(QStringLiteral("UPDATE %1 SET LISTE_NR = ?, DATUM_A = ?, "
+                                           "KOR_FAKTOR_N = ?, REGION_A = ?, STRUKTUR = ? "
+                                           "WHERE rowid = ?")
+                                .arg(tableName(schema::Kopfdaten)));
+        q.bind(1, line.text(3, 8))
+            .bind(2, line.text(31, 10))
+            .bind(3, line.number(61, 4, decimalsOf(schema::Kopfdaten, u"KOR_FAKTOR_N")))
+            .bind(4, line.text(85, 8))
+            .bind(5, line.text(93, 6))
+            .bind(6, m_headerRow);
+        return q.run() ? Step::Ok : Step::Failed;
+    }
+
+    // Record n carries the header texts 2n-3 and 2n-2.
+    Step texts(const Line& line, int record)
+    {
+        if (!ensureHeader())
+            return Step::Failed;
+        auto q =
+            m_db.query(QStringLiteral("UPDATE %1 SET KOPF%2_A = ?, KOPF%3_A = ? WHERE rowid = ?")
+                           .arg(tableName(schema::Kopfdaten))
+                           .arg(2 * record - 3)
+                           .arg(2 * record - 2));
+        q.bind(1, line.text(23, 40)).bind(2, line.text(83, 40)).bind(3, m_headerRow);
+        return q.run() ? Step::Ok : Step::Failed;
+    }
+
+    Step region(const Line& line)
+    {
+        auto q = m_db.query(QStringLiteral("INSERT INTO %1 (ID, ID_FILE, REGION_A, BAUMART, TARIF) "
+                                           "VALUES (?, ?, ?, ?, ?)")
+                                .arg(tableName(schema::Region)));
+        q.bind(1, m_regions++)
+            .bind(2, m_listId)
+            .bind(3, line.text(3, 8))
+            .bind(4, line.text(11, 3))
+            .bind(5, line.text(14, 5));
+        return q.run() ? Step::Ok : Step::Failed;
+    }
+
+    Step tree(const Line& line, std::int64_t type)
+    {
+        static const int stkDecimals = decimalsOf(schema::Holzdaten, u"STK");
+        static const int bhdDecimals = decimalsOf(schema::Holzdaten, u"BHD");
+        static const int volumeDecimals = decimalsOf(schema::Holzdaten, u"KUBATUR");
+        auto q = m_db.query(QStringLiteral("INSERT INTO %1 (ID, ID_FILE, ID_TYPE, PARZ, STK, "
+                                           "BAUMART, BHD, DMSTUFE, KUBATUR, NA, KA, TARIF) "
+                                           "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")
+                                .arg(tableName(schema::Holzdaten)));
+        q.bind(1, m_trees++)
+            .bind(2, m_listId)
+            .bind(3, type)
+            .bind(4, line.text(3, 5))
+            .bind(5, line.number(8, 2, stkDecimals))
+            .bind(6, line.text(10, 3))
+            .bind(7, line.number(13, 3, bhdDecimals))
+            .bind(8, line.text(16, 2))
+            .bind(9, line.number(18, 7, volumeDecimals))
+            .bind(10, line.text(25, 2))
+            .bind(11, line.text(27, 2))
+            .bind(12, line.text(29, 5));
+        return q.run() ? Step::Ok : Step::Failed;
+    }
+
+    // The new header starts cleared, with its number and nothing marked or exported.
+    bool ensureHeader()
+    {
+        if (m_headerRow >= 0)
+            return true;
+        auto q = m_db.query(QStringLiteral("INSERT INTO %1 (ID_FILE, DUE_MARK, EXPORTED_N_NI) "
+                                           "VALUES (?, 0, 0)")
+                                .arg(tableName(schema::Kopfdaten)));
+        q.bind(1, m_listId);
+        if (!q.run())
+            return false;
+        m_headerRow = m_db.lastInsertRowId();
+        return true;
+    }
+
+    Database& m_db;
+    std::int64_t m_listId;
+    std::int64_t m_headerRow = -1;
+    std::int64_t m_regions = 0;
+    std::int64_t m_trees = 0;
+};
+
+enum class FileResult { Imported, WrongStructure, Failed };
+
+// One list file in a transaction of its own (a savepoint inside the caller's): all of it or
+// nothing of it.
+FileResult importLines(Database& db, QIODevice& in, std::int64_t listId, bool* headerMade)
+{
+    Database::Transaction transaction(db);
+    if (!transaction.active())
+        return FileResult::Failed;
+    ListWriter writer(db, listId);
+    LineReader reader(in);
+    QByteArray bytes;
+    while (reader.next(bytes)) {
+        if (bytes.isEmpty())
+            continue;
+        switch (writer.line(Line{bytes})) {
+        case ListWriter::Step::Ok:
+            break;
+        case ListWriter::Step::WrongStructure:
+            return FileResult::WrongStructure;
+        case ListWriter::Step::Failed:
+            return FileResult::Failed;
+        }
+    }
+    if (!transaction.commit())
+        return FileResult::Failed;
+    if (headerMade)
+        *headerMade = writer.headerMade();
+    return FileResult::Imported;
+}
+
+bool isSpace(QChar c)
+{
+    return c == u' ' || (c >= u'\t' && c <= u'\r');
+}
+
+} // namespace
+
+ListFileImport::ListFileImport(const DeviceRoot& root, Database& db, MessageDialogs& dialogs)
+    : m_root(root)
+    , m_db(db)
+    , m_dialogs(dialogs)
+{
+}
+
+std::int64_t ListFileImport::number(QStringView text, int decimals)
+{
+    decimals = std::clamp(decimals, 0, kMaxDecimals);
+    QString digits;
+    digits.reserve(text.size() + decimals + 1);
+    for (const QChar c : text) {
+        if (c != u' ')
+            digits.append(c);
+    }
+    qsizetype point = digits.indexOf(u'.');
+    if (point < 0 && decimals != 0) {
+        digits.append(u'.');
+        point = digits.size() - 1;
+    }
+    if (point >= 0) {
+        // A longer fraction stays as it is; only the first point goes.
+        while (digits.size() - point - 1 < decimals)
+            digits.append(u'0');
+        digits.remove(point, 1);
+    }
+    // "%lu": white space, a sign, then digits up to the first other character. A minus negates,
+    // which is what the device's unsigned result amounts to once stored in a signed field.
+    qsizetype i = 0;
+    while (i < digits.size() && isSpace(digits[i]))
+        ++i;
+    bool negative = false;
+    if (i < digits.size() && (digits[i] == u'+' || digits[i] == u'-'))
+        negative = digits[i++] == u'-';
+    std::int64_t value = 0;
+    for (; i < digits.size() && digits[i] >= u'0' && digits[i] <= u'9'; ++i)
+        value = std::min(value * 10 + (digits[i].unicode() - u'0'), kNumberLimit);
+    return negative ? -value : value;
+}
+
+bool ListFileImport::importFile(const QByteArray& bytes, std::int64_t listId, bool* wrongStructure)
+{
+    QBuffer buffer;
+    buffer.setData(bytes);
+    buffer.open(QIODevice::ReadOnly);
+    const FileResult result = importLines(m_db, buffer, listId, nullptr);
+    if (wrongStructure)
+        *wrongStructure = result == FileResult::WrongStructure;
+    return result == FileResult::Imported;
+}
+
+ListFileImport::Outcome ListFileImport::run()
+{
+    Outcome outcome;
+    const QString folder = QString::fromUtf16(kFolder);
+    const QStringList names =
+        m_root.find(DeviceRoot::join(folder, QStringLiteral("*.dat")), DeviceRoot::Kind::Files);
+    for (const QString& name : names) {
+        const QString devicePath = DeviceRoot::join(folder, name);
+        QFile file(m_root.hostPath(devicePath));
+        // A file that cannot be read is passed over; the folder is emptied all the same.
+        if (!file.open(QIODevice::ReadOnly))
+            continue;
+        // The number follows the last header in table order, not the largest one.
+        std::int64_t listId = 0;
+        {
+            auto last = m_db.query(QStringLiteral("SELECT ID_FILE FROM %1 ORDER BY rowid DESC "
+                                                  "LIMIT 1")
+                                       .arg(tableName(schema::Kopfdaten)));
+            if (last.next())
+                listId = last.integer(0) + 1;
+        }
+        bool headerMade = false;
+        const FileResult result = importLines(m_db, file, listId, &headerMade);
+        file.close();
+        if (result == FileResult::WrongStructure) {
+            m_dialogs.notice(QStringLiteral("Falsche Struktur der Liste!"));
+            m_root.removeMatching(DeviceRoot::join(folder, QStringLiteral("*.*")));
+            outcome.result = Result::WrongStructure;
+            return outcome;
+        }
+        if (result == FileResult::Failed) {
+            // This file and the ones after it stay for another try; those already in are gone,
+            // so a second run cannot bring them in twice.
+            m_dialogs.notice(QStringLiteral("Satz nicht gespeichert!"));
+            outcome.result = Result::Failed;
+            return outcome;
+        }
+        ++outcome.files;
+        if (headerMade)
+            outcome.lastList = listId;
+        m_root.removeFile(devicePath);
+    }
+    m_root.removeMatching(DeviceRoot::join(folder, QStringLiteral("*.*")));
+    return outcome;
+}
+
+} // namespace brovant

@@ -1,0 +1,447 @@
+// The ActiveSync channel against a scripted office PC that acts while the handheld sleeps: both
+// directions, both time-outs on the clock the channel waited by (minutes of waiting run in
+// milliseconds), the progress texts and messages with the moment they came, and what the
+// handheld's folders hold afterwards. Also which channel the transfer settings choose.
+#include "transfer/ActiveSyncChannel.h"
+#include "transfer/SettingsChannels.h"
+
+#include "masterdata/DeviceSession.h"
+#include "platform/Clock.h"
+#include "platform/KeepAwake.h"
+#include "platform/MessageDialogs.h"
+#include "support/TempRoot.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <ostream>
+
+inline void PrintTo(const QString& text, std::ostream* os)
+{
+    *os << '"' << text.toStdString() << '"';
+}
+
+namespace brovant {
+namespace {
+
+// The handheld's clock; every sleep first moves time on, then lets the office PC do what its
+// script holds for that moment. Times are milliseconds waited since the start.
+class OfficeClock final : public Clock {
+public:
+    QDateTime now() const override { return m_start.addMSecs(m_waited); }
+    bool setNow(const QDateTime&) override { return false; }
+    void sleepMs(int milliseconds) override
+    {
+        m_longestSleep = std::max(m_longestSleep, milliseconds);
+        m_waited += milliseconds;
+        while (!m_script.empty() && m_script.begin()->first <= m_waited) {
+            auto action = std::move(m_script.begin()->second);
+            m_script.erase(m_script.begin());
+            action();
+        }
+    }
+    void at(qint64 waited, std::function<void()> action)
+    {
+        m_script.emplace(waited, std::move(action));
+    }
+    qint64 waited() const { return m_waited; }
+    int longestSleep() const { return m_longestSleep; }
+
+private:
+    QDateTime m_start = QDateTime(QDate(2026, 5, 4), QTime(7, 30, 0));
+    qint64 m_waited = 0;
+    int m_longestSleep = 0;
+    std::multimap<qint64, std::function<void()>> m_script;
+};
+
+// Messages as "<waited ms> info <show> l1|l2|l3" and "<waited ms> notice l1|l2|l3".
+class TimedDialogs final : public ScriptedDialogs {
+public:
+    explicit TimedDialogs(const OfficeClock& clock)
+        : m_clock(clock)
+    {
+    }
+    QStringList events;
+
+    void info(int show, const QString& l1, const QString& l2, const QString& l3) override
+    {
+        events << QStringLiteral("%1 info %2 %3|%4|%5")
+                      .arg(m_clock.waited())
+                      .arg(show)
+                      .arg(l1, l2, l3);
+        ScriptedDialogs::info(show, l1, l2, l3);
+    }
+    void notice(const QString& l1, const QString& l2, const QString& l3, const QString& caption,
+                bool sound) override
+    {
+        events << QStringLiteral("%1 notice %2|%3|%4").arg(m_clock.waited()).arg(l1, l2, l3);
+        ScriptedDialogs::notice(l1, l2, l3, caption, sound);
+    }
+
+private:
+    const OfficeClock& m_clock;
+};
+
+constexpr qint64 kNever = -1;
+const QByteArray kWald = "TD0WALD    .DAT\r\n001T00300\r\n";
+const QByteArray kFeld = "TD0FELD    .DAT\r\n001T00300\r\n";
+
+// One handheld with its office PC.
+struct Bench {
+    test::TempRoot root;
+    DeviceSession session{root.path()};
+    OfficeClock clock;
+    TimedDialogs dialogs{clock};
+    ActiveSyncChannel channel{session.root(), dialogs, clock};
+    // What the PC found in the handheld's folder when it began, and what it took home.
+    QStringList seenAtStart;
+    std::map<QString, QByteArray> taken;
+
+    Bench()
+    {
+        session.root().makeFolder(QStringLiteral("\\Export"));
+        session.root().makeFolder(QStringLiteral("\\Import"));
+    }
+
+    QStringList folder(const char* name) const
+    {
+        return QDir(root.host(QString::fromLatin1(name)))
+            .entryList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name);
+    }
+    void touch(const QString& relative) const { root.writeFile(relative, {}); }
+
+    // The PC's side of a send: it begins at `startAt`, copies the list files and confirms at
+    // `endAt`.
+    void officeTakes(qint64 startAt, qint64 endAt, const QString& start = "start.tmp",
+                     const QString& end = "end.tmp")
+    {
+        if (startAt != kNever)
+            clock.at(startAt, [this, start] {
+                seenAtStart = folder("Export");
+                touch("Export/" + start);
+            });
+        if (endAt != kNever)
+            clock.at(endAt, [this, end] {
+                for (const QString& name : folder("Export"))
+                    if (name.endsWith(".DAT"))
+                        taken[name] = root.readFile("Export/" + name);
+                touch("Export/" + end);
+            });
+    }
+    // The PC's side of a receive: it begins at `startAt`, copies two list files in soon after,
+    // and confirms at `endAt`.
+    void officeDelivers(qint64 startAt, qint64 endAt, const QString& start = "start.tmp",
+                        const QString& end = "end.tmp")
+    {
+        if (startAt == kNever)
+            return;
+        clock.at(startAt, [this, start] {
+            seenAtStart = folder("Import");
+            touch("Import/" + start);
+        });
+        clock.at(startAt + 500, [this] {
+            root.writeFile("Import/WALD.DAT", kWald);
+            root.writeFile("Import/FELD.DAT", kFeld);
+        });
+        if (endAt != kNever)
+            clock.at(endAt, [this, end] { touch("Import/" + end); });
+    }
+};
+
+const QString kWaitSend = QStringLiteral("0 info 5 ActiveSync|Warten auf Computeranfrage...|");
+const QString kWaitReceive = QStringLiteral("0 info 5 ActiveSync|Warten auf Datenempfang...|");
+
+QString at(qint64 waited, const char* event)
+{
+    return QString::number(waited) + u' ' + QString::fromUtf8(event);
+}
+
+QString sending(qint64 waited)
+{
+    return at(waited, "info 5 ActiveSync|Datenübertragung läuft...|");
+}
+
+QString receiving(qint64 waited)
+{
+    return at(waited, "info 5 Datenübertragung läuft...||");
+}
+
+QString hidden(qint64 waited)
+{
+    return at(waited, "info 0 ||");
+}
+
+QString failure(qint64 waited)
+{
+    return at(waited, "notice ActiveSync|Fehler bei der Übertragung!|");
+}
+
+TEST(ActiveSyncChannel, SendWaitsForThePcAndEmptiesTheExportFolder)
+{
+    const struct {
+        const char* name;
+        qint64 startAt;
+        qint64 endAt;
+        bool delivered;
+        qint64 waited;
+        QStringList events;
+    } cases[] = {
+        {"answered between two looks",
+         2530,
+         6530,
+         true,
+         6550,
+         {kWaitSend, sending(2550), hidden(6550)}},
+        {"answered at the last looks",
+         60000,
+         180000,
+         true,
+         180000,
+         {kWaitSend, sending(60000), hidden(180000)}},
+        {"never started", kNever, kNever, false, 60000, {kWaitSend, hidden(60000), failure(60000)}},
+        {"started too late",
+         60010,
+         60020,
+         false,
+         60000,
+         {kWaitSend, hidden(60000), failure(60000)}},
+        {"never finished",
+         60000,
+         kNever,
+         false,
+         180000,
+         {kWaitSend, sending(60000), hidden(180000), failure(180000)}},
+        {"finished too late",
+         1000,
+         121010,
+         false,
+         121000,
+         {kWaitSend, sending(1000), hidden(121000), failure(121000)}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        Bench bench;
+        bench.root.writeFile("Export/WALD.DAT", kWald);
+        bench.root.writeFile("Export/FELD.DAT", kFeld);
+        bench.officeTakes(c.startAt, c.endAt);
+
+        EXPECT_EQ(bench.channel.send(), c.delivered);
+        EXPECT_EQ(bench.clock.waited(), c.waited);
+        EXPECT_LE(bench.clock.longestSleep(), ActiveSyncChannel::kStepMs);
+        EXPECT_EQ(bench.dialogs.events, c.events);
+        // The files and markers are gone either way; a failed send leaves the lists marked.
+        EXPECT_EQ(bench.folder("Export"), QStringList());
+        if (c.startAt != kNever && c.startAt <= c.waited) {
+            EXPECT_EQ(bench.seenAtStart, (QStringList{"FELD.DAT", "WALD.DAT", "export.tmp"}));
+        }
+        if (c.delivered) {
+            EXPECT_EQ(bench.taken,
+                      (std::map<QString, QByteArray>{{"FELD.DAT", kFeld}, {"WALD.DAT", kWald}}));
+        }
+    }
+}
+
+TEST(ActiveSyncChannel, ReceiveKeepsTheListFilesOnlyWhenThePcConfirmed)
+{
+    const struct {
+        const char* name;
+        qint64 startAt;
+        qint64 endAt;
+        bool delivered;
+        qint64 waited;
+        QStringList events;
+        QStringList importAfter;
+    } cases[] = {
+        {"answered between two looks",
+         2530,
+         6530,
+         true,
+         6550,
+         {kWaitReceive, receiving(2550), hidden(6550)},
+         {"FELD.DAT", "WALD.DAT", "import.tmp"}},
+        {"answered at the last looks",
+         60000,
+         180000,
+         true,
+         180000,
+         {kWaitReceive, receiving(60000), hidden(180000)},
+         {"FELD.DAT", "WALD.DAT", "import.tmp"}},
+        {"never started",
+         kNever,
+         kNever,
+         false,
+         60000,
+         {kWaitReceive, hidden(60000), failure(60000)},
+         {}},
+        {"never finished",
+         30000,
+         kNever,
+         false,
+         150000,
+         {kWaitReceive, receiving(30000), hidden(150000), failure(150000)},
+         {}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        Bench bench;
+        // What an earlier transfer left, markers included, must not count for this one.
+        bench.root.writeFile("Import/ALT.DAT", kFeld);
+        bench.touch("Import/start.tmp");
+        bench.touch("Import/end.tmp");
+        bench.officeDelivers(c.startAt, c.endAt);
+
+        EXPECT_EQ(bench.channel.receive(), c.delivered);
+        EXPECT_EQ(bench.clock.waited(), c.waited);
+        EXPECT_LE(bench.clock.longestSleep(), ActiveSyncChannel::kStepMs);
+        EXPECT_EQ(bench.dialogs.events, c.events);
+        EXPECT_EQ(bench.folder("Import"), c.importAfter);
+        if (c.startAt != kNever) {
+            EXPECT_EQ(bench.seenAtStart, QStringList{"import.tmp"});
+        }
+        if (c.delivered) {
+            EXPECT_EQ(bench.root.readFile("Import/WALD.DAT"), kWald);
+        }
+    }
+}
+
+// A PC that writes its markers in capitals is understood, and its markers are cleared.
+TEST(ActiveSyncChannel, MarkersInAnyCase)
+{
+    Bench bench;
+    bench.officeDelivers(1000, 2000, "START.TMP", "End.Tmp");
+    EXPECT_TRUE(bench.channel.receive());
+    EXPECT_EQ(bench.folder("Import"), (QStringList{"FELD.DAT", "WALD.DAT", "import.tmp"}));
+
+    bench.root.writeFile("Export/WALD.DAT", kWald);
+    bench.officeTakes(3000, 4000, "START.TMP", "END.TMP");
+    EXPECT_TRUE(bench.channel.send());
+    EXPECT_EQ(bench.clock.waited(), 4000);
+    EXPECT_EQ(bench.folder("Export"), QStringList());
+}
+
+// A request marker that cannot be made is reported; the transfer still goes on, since the PC
+// may start all the same.
+TEST(ActiveSyncChannel, AMarkerThatCannotBeMadeIsReported)
+{
+    const QString notice = QStringLiteral("0 notice Datei kann nicht erzeugt werden!||");
+    for (const bool send : {true, false}) {
+        SCOPED_TRACE(send);
+        Bench bench;
+        // A folder in the marker's place.
+        ASSERT_TRUE(
+            QDir().mkpath(bench.root.host(send ? "Export/export.tmp" : "Import/import.tmp")));
+        if (send)
+            bench.officeTakes(2000, 3000);
+        else
+            bench.officeDelivers(2000, 3000);
+        EXPECT_TRUE(send ? bench.channel.send() : bench.channel.receive());
+        EXPECT_EQ(bench.dialogs.events,
+                  (QStringList{send ? kWaitSend : kWaitReceive, notice,
+                               send ? sending(2000) : receiving(2000), hidden(3000)}));
+    }
+}
+
+TEST(ActiveSyncChannel, TheHandheldStaysAwakeWhileItWaits)
+{
+    for (const bool send : {true, false}) {
+        SCOPED_TRACE(send);
+        Bench bench;
+        Registry& registry = bench.session.registry();
+        const QString key = QString::fromUtf16(KeepAwake::kTimeoutsKey);
+        const QString value = QString::fromUtf16(KeepAwake::kValue);
+        ASSERT_TRUE(registry.setDword(Hive::LocalMachine, key, value, 180));
+        KeepAwake& keepAwake = bench.session.keepAwake();
+        keepAwake.readSaved();
+        ActiveSyncChannel channel(bench.session.root(), bench.dialogs, bench.clock, &keepAwake);
+
+        std::optional<quint32> during;
+        bench.clock.at(500, [&] { during = registry.dword(Hive::LocalMachine, key, value); });
+        // The PC never answers: the time-out too gives the setting back.
+        EXPECT_FALSE(send ? channel.send() : channel.receive());
+        EXPECT_EQ(during, 0u);
+        EXPECT_EQ(registry.dword(Hive::LocalMachine, key, value), 180u);
+    }
+}
+
+using Route = SettingsChannels::Route;
+
+TEST(SettingsChannels, RouteByModeAndPort)
+{
+    const struct {
+        int mode;
+        int port;
+        Route send;
+        Route receive;
+    } cases[] = {
+        {1, 10, Route::ActiveSync, Route::ActiveSync},
+        {1, 1, Route::Cable, Route::Cable},
+        {1, 9, Route::Cable, Route::Cable},
+        {2, 10, Route::Modem, Route::ActiveSync},
+        {2, 4, Route::Modem, Route::Cable},
+        {3, 10, Route::Ftp, Route::ActiveSync},
+        {3, 2, Route::Ftp, Route::Cable},
+        {0, 10, Route::Cable, Route::ActiveSync},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(SettingsChannels::sendRoute(c.mode, c.port), c.send) << c.mode << " " << c.port;
+        EXPECT_EQ(SettingsChannels::receiveRoute(c.port), c.receive) << c.port;
+    }
+}
+
+// The settings are read at each transfer. Channels that are not there yet fail at once, with the
+// transfer's failure message and without waiting.
+TEST(SettingsChannels, TheSettingsInForceChooseTheChannel)
+{
+    Bench bench;
+    SettingsStore& store = bench.session.store();
+    SettingsChannels channels(bench.session.root(), store, bench.dialogs, bench.clock);
+    const QString unavailable = QStringLiteral("notice Fehler bei der Übertragung!||");
+    // FTP goes to a closed port on this machine: refused at once.
+    const QString ftp = QStringLiteral("info 5 Verbinden...||");
+    store.writeText(Setting::FtpServer, 0, QStringLiteral("127.0.0.1:1"));
+    const struct {
+        int mode; // 0: the defaults
+        int port;
+        QString sendFirst;
+        QString receiveFirst;
+    } cases[] = {
+        {0, 0, "info 5 ActiveSync|Warten auf Computeranfrage...|",
+         "info 5 ActiveSync|Warten auf Datenempfang...|"},
+        {1, 3, unavailable, unavailable},
+        {2, 10, unavailable, "info 5 ActiveSync|Warten auf Datenempfang...|"},
+        {3, 10, ftp, "info 5 ActiveSync|Warten auf Datenempfang...|"},
+        {1, 10, "info 5 ActiveSync|Warten auf Computeranfrage...|",
+         "info 5 ActiveSync|Warten auf Datenempfang...|"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.mode << " " << c.port);
+        if (c.mode) {
+            store.writeInt(Setting::DueMode, 0, c.mode);
+            store.writeInt(Setting::DuePort, 0, c.port);
+        }
+        for (const bool send : {true, false}) {
+            const qint64 begin = bench.clock.waited();
+            const QString& first = send ? c.sendFirst : c.receiveFirst;
+            const bool activeSync = first != unavailable && first != ftp;
+            if (activeSync && send)
+                bench.officeTakes(begin + 1000, begin + 2000);
+            else if (activeSync)
+                bench.officeDelivers(begin + 1000, begin + 2000);
+            bench.dialogs.events.clear();
+            EXPECT_EQ(send ? channels.send() : channels.receive(), activeSync) << send;
+            ASSERT_FALSE(bench.dialogs.events.isEmpty());
+            EXPECT_EQ(bench.dialogs.events[0].section(u' ', 1), first) << send;
+            if (first != ftp)
+                EXPECT_EQ(bench.dialogs.events.size(), activeSync ? 3 : 1) << send;
+            EXPECT_EQ(bench.clock.waited() - begin, activeSync ? 2000 : 0) << send;
+        }
+    }
+}
+
+} // namespace
+} // namespace brovant

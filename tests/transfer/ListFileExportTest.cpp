@@ -1,0 +1,537 @@
+// The list file as the office reads it: whole files compared byte for byte with the expected files
+// in data/, which make_golden.py builds field by field from the record layouts (never from this
+// program). What each one holds:
+//   export_all_pairs.dat     every header pair "002".."009", a label longer than 20 characters
+//                            (KOPF07) and an empty one (KOPF18), flag 7 written as "%d", two
+//                            regions, trees of ID_TYPE 1, 2 and 0 ("10A", "10B", "10B") with a
+//                            NULL PARZ/STK/NA/KA, tariffs of WR01 in ID order, one of them stored
+//                            longer than its field ("WR01    Z" counts as WR01, written "WR01    ")
+//   export_second_texts.dat  pairs with only their second text; "" and NULL both count as empty,
+//                            three blanks do not; ZUSATZ_A NULL
+//   export_no_trees.dat      no header texts, one region, no trees; NULL date, factor, structure
+//   export_umlauts.dat       umlauts in every text field and label, "€" and "³", and characters
+//                            outside Windows-1252 ("Łódź" -> "?ód?"); file name with umlauts
+//   export_region_blanks.dat region "AB" stored with trailing blanks: tariffs "AB", "AB   ",
+//                            "AB      " match; " AB", "ABC", "ab" do not
+//   export_region_lower.dat  region "ab": "ab" and "ab  " match, "AB" and "Ab" do not
+#include "transfer/ListFileFixture.h"
+
+#include "masterdata/SettingsStore.h"
+#include "transfer/ListFileExport.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <gtest/gtest.h>
+
+namespace brovant::test {
+namespace {
+
+QByteArray golden(const char* name)
+{
+    QFile f(QStringLiteral(BROVANT_SOURCE_DIR "/tests/transfer/data/") + QLatin1StringView(name));
+    if (!f.open(QIODevice::ReadOnly))
+        return "<missing golden file>";
+    return f.readAll();
+}
+
+class ListFileExportTest : public ListFileFixture {
+protected:
+    void SetUp() override
+    {
+        ListFileFixture::SetUp();
+        static const char* const labels[] = {
+            "Zusatz:",
+            "Datum:",
+            "Korr.-Faktor:",
+            "Wuchsgebiet:",
+            "Forstamt:",
+            "Revier:",
+            "Abteilung:",
+            "Unterabteilung/Fläche:",
+            "Bestand:",
+            "Hiebsart:",
+            "Sortiment:",
+            "Käufer:",
+            "Rücker:",
+            "Maß:",
+            "Polter:",
+            "Lagerort:",
+            "Bemerkung:",
+            "Aufnahme durch:",
+            "",
+            "Größe:",
+        };
+        for (int i = 0; i < 20; ++i)
+            store().writeText(Setting::KopfLabel, i, QString::fromUtf8(labels[i]));
+        const int flags[] = {1, 0, 1, 1, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 7, 0};
+        for (int i = 1; i <= 16; ++i)
+            store().writeInt(Setting::Plausi, i, flags[i - 1]);
+    }
+
+    SettingsStore& store() { return session->store(); }
+    ListFileExport exporter() { return ListFileExport(session->root(), db(), store(), dialogs); }
+
+    void tariff(std::int64_t id, const char* region, const char* species, const char* tariff,
+                std::int64_t type = schema::TariffAssignmentRow)
+    {
+        insert(schema::Einstellungen, {{"ID", num(id)},
+                                       {"ID_TYPE", num(type)},
+                                       {"REGION_A", txt(region)},
+                                       {"BAUMART", txt(species)},
+                                       {"TARIF", txt(tariff)}});
+    }
+    void tree(std::int64_t list, std::int64_t id, FieldValue type, Values more)
+    {
+        ASSERT_NO_FATAL_FAILURE(insert(
+            schema::Holzdaten, {{"ID", num(id)}, {"ID_FILE", num(list)}, {"ID_TYPE", type}}));
+        for (const auto& v : more) {
+            auto q = db().query(
+                QStringLiteral("UPDATE Brov_Holzdaten SET %1 = ? WHERE rowid = last_insert_rowid()")
+                    .arg(QLatin1StringView(v.first)));
+            q.bind(1, v.second);
+            ASSERT_TRUE(q.run());
+        }
+    }
+    // A marked list with nothing but its number, name and region.
+    void plainList(std::int64_t id, const char* name, std::int64_t mark = 1)
+    {
+        insert(schema::Kopfdaten, {{"ID_FILE", num(id)},
+                                   {"LISTE_NR", txt(name)},
+                                   {"REGION_A", txt("WR01")},
+                                   {"STRUKTUR", txt("T00300")},
+                                   {"DUE_MARK", num(mark)}});
+    }
+
+    // The device behind every golden file, in the same order as make_golden.py.
+    void buildGoldenDevice()
+    {
+        for (const auto& [id, region, species, tariffName] :
+             std::initializer_list<std::tuple<int, const char*, const char*, const char*>>{
+                 {7, "WR01", "BU ", "BU01 "},
+                 {2, "WR01    ", "FI ", "FI01 "},
+                 {4, "wr01", "TA ", "TA01 "},
+                 {3, "WR02", "FI ", "FI02 "},
+                 {1, "WR01    Z", "KI ", "KI01 "},
+                 {9, "Süd", "BÄ ", "BÄ01 "},
+                 {10, "SÜD", "EI ", "EI01 "},
+                 {11, "AB", "FI ", "T1"},
+                 {12, "AB   ", "TA ", "T2"},
+                 {13, "ab", "KI ", "T3"},
+                 {14, "AB      ", "BU ", "T4"},
+                 {15, " AB", "EI ", "T5"},
+                 {16, "ABC", "ES ", "T6"},
+                 {17, "ab  ", "LA ", "T7"},
+                 {18, "Ab", "DG ", "T8"}})
+            tariff(id, region, species, tariffName);
+        // Other kinds of master rows never become "712" lines.
+        tariff(5, "WR01", "FI ", "XX01 ", schema::TariffVolumeRow);
+        tariff(6, "AB", "FI ", "XX02 ", schema::SpeciesVolumeRow);
+
+        insert(schema::Kopfdaten, {{"ID_FILE", num(3)},
+                                   {"LISTE_NR", txt("HIEB01")},
+                                   {"ZUSATZ_A", txt("Abt. 12 Süd, Steilhang")},
+                                   {"DATUM_A", txt("04.05.2026")},
+                                   {"KOR_FAKTOR_N", num(95)},
+                                   {"REGION_A", txt("WR01")},
+                                   {"KOPF1_A", txt("Forstamt Grünwald")},
+                                   {"KOPF2_A", txt("Revier Nord")},
+                                   {"KOPF3_A", txt("12")},
+                                   {"KOPF4_A", txt("a")},
+                                   {"KOPF5_A", txt("Fichte Altholz")},
+                                   {"KOPF6_A", txt("Kahlschlag")},
+                                   {"KOPF7_A", txt("Stammholz")},
+                                   {"KOPF8_A", txt("Sägewerk Müller GmbH")},
+                                   {"KOPF9_A", txt("Rückebetrieb Öttl")},
+                                   {"KOPF10_A", txt("m³")},
+                                   {"KOPF11_A", txt("P-17")},
+                                   {"KOPF12_A", txt("Waldweg 3")},
+                                   {"KOPF13_A", txt("1234567890123456789012345678901234567890")},
+                                   {"KOPF14_A", txt("Anna Probe")},
+                                   {"KOPF15_A", txt("Preis 12 €")},
+                                   {"KOPF16_A", txt("x")},
+                                   {"DUE_MARK", num(1)},
+                                   {"EXPORTED_N_NI", num(2)},
+                                   {"STRUKTUR", txt("T00300")}});
+        // A list that is not marked writes nothing, and its rows stay out of the other files.
+        insert(schema::Kopfdaten, {{"ID_FILE", num(4)},
+                                   {"LISTE_NR", txt("NICHT")},
+                                   {"REGION_A", txt("WR01")},
+                                   {"DUE_MARK", num(0)}});
+        insert(schema::Region, {{"ID", num(0)},
+                                {"ID_FILE", num(3)},
+                                {"REGION_A", txt("WR01")},
+                                {"BAUMART", txt("FI ")},
+                                {"TARIF", txt("FI01 ")}});
+        insert(schema::Region, {{"ID", num(0)},
+                                {"ID_FILE", num(4)},
+                                {"REGION_A", txt("WR01")},
+                                {"BAUMART", txt("XX ")},
+                                {"TARIF", txt("XX01 ")}});
+        insert(schema::Region, {{"ID", num(1)},
+                                {"ID_FILE", num(3)},
+                                {"REGION_A", txt("WR01")},
+                                {"BAUMART", txt("BU ")},
+                                {"TARIF", txt("BU01 ")}});
+        // Record numbers out of order: the file follows the table's order.
+        tree(3, 5, num(1),
+             {{"PARZ", txt("1")},
+              {"STK", num(1)},
+              {"BAUMART", txt("FI")},
+              {"BHD", num(26)},
+              {"DMSTUFE", txt("26")},
+              {"KUBATUR", num(59)},
+              {"NA", txt("")},
+              {"KA", txt("")},
+              {"TARIF", txt("FI01")}});
+        tree(4, 0, num(1), {{"PARZ", txt("X")}, {"BAUMART", txt("XX")}});
+        tree(3, 1, num(2),
+             {{"PARZ", txt("12a")},
+              {"STK", num(12)},
+              {"BAUMART", txt("BU")},
+              {"BHD", num(140)},
+              {"DMSTUFE", txt("99")},
+              {"KUBATUR", num(123456)},
+              {"NA", txt("N1")},
+              {"KA", txt("K2")},
+              {"TARIF", txt("BU01")}});
+        tree(3, 3, num(0),
+             {{"BAUMART", txt("KI")},
+              {"BHD", num(5)},
+              {"DMSTUFE", txt("5")},
+              {"KUBATUR", num(7)},
+              {"TARIF", txt("KI01")}});
+
+        insert(schema::Kopfdaten, {{"ID_FILE", num(1)},
+                                   {"LISTE_NR", txt("L2")},
+                                   {"DATUM_A", txt("01.01.2026")},
+                                   {"KOR_FAKTOR_N", num(100)},
+                                   {"REGION_A", txt("WR02")},
+                                   {"KOPF2_A", txt("nur zweiter Text")},
+                                   {"KOPF3_A", txt("")},
+                                   {"KOPF6_A", txt("   ")},
+                                   {"KOPF16_A", txt("Ende")},
+                                   {"DUE_MARK", num(1)},
+                                   {"STRUKTUR", txt("T00300")}});
+        tree(1, 0, num(1),
+             {{"PARZ", txt("7")},
+              {"STK", num(3)},
+              {"BAUMART", txt("FI")},
+              {"BHD", num(31)},
+              {"DMSTUFE", txt("32")},
+              {"KUBATUR", num(198)},
+              {"TARIF", txt("FI02")}});
+
+        insert(schema::Kopfdaten, {{"ID_FILE", num(8)},
+                                   {"LISTE_NR", txt("LEER")},
+                                   {"REGION_A", txt("WR01")},
+                                   {"DUE_MARK", num(1)}});
+        insert(schema::Region, {{"ID", num(0)},
+                                {"ID_FILE", num(8)},
+                                {"REGION_A", txt("WR01")},
+                                {"BAUMART", txt("TA ")},
+                                {"TARIF", txt("TA01 ")}});
+
+        insert(schema::Kopfdaten, {{"ID_FILE", num(9)},
+                                   {"LISTE_NR", txt("ÄÖÜäöüß")},
+                                   {"ZUSATZ_A", txt("Überhälter äußerst groß, Łódź")},
+                                   {"DATUM_A", txt("1. März 26")},
+                                   {"KOR_FAKTOR_N", num(100)},
+                                   {"REGION_A", txt("Süd")},
+                                   {"KOPF1_A", txt("Förster Jürgen")},
+                                   {"KOPF2_A", txt("Größe Ä")},
+                                   {"KOPF3_A", txt("Öl")},
+                                   {"DUE_MARK", num(1)},
+                                   {"STRUKTUR", txt("Ö00300")}});
+        insert(schema::Region, {{"ID", num(0)},
+                                {"ID_FILE", num(9)},
+                                {"REGION_A", txt("Süd")},
+                                {"BAUMART", txt("BÄ")},
+                                {"TARIF", txt("BÄ01")}});
+        tree(9, 0, num(1),
+             {{"PARZ", txt("Ä1")},
+              {"STK", num(1)},
+              {"BAUMART", txt("BÄ")},
+              {"BHD", num(44)},
+              {"DMSTUFE", txt("Ö")},
+              {"KUBATUR", num(215)},
+              {"NA", txt("Ü")},
+              {"KA", txt("ß")},
+              {"TARIF", txt("BÄ01")}});
+
+        insert(schema::Kopfdaten, {{"ID_FILE", num(10)},
+                                   {"LISTE_NR", txt("BLANKS")},
+                                   {"REGION_A", txt("AB      ")},
+                                   {"DUE_MARK", num(1)},
+                                   {"STRUKTUR", txt("T00300")}});
+        insert(schema::Kopfdaten, {{"ID_FILE", num(11)},
+                                   {"LISTE_NR", txt("KLEIN")},
+                                   {"REGION_A", txt("ab")},
+                                   {"DUE_MARK", num(1)},
+                                   {"STRUKTUR", txt("T00300")}});
+    }
+};
+
+TEST_F(ListFileExportTest, MarkedListsMatchTheExpectedFilesByteForByte)
+{
+    ASSERT_NO_FATAL_FAILURE(buildGoldenDevice());
+    EXPECT_EQ(exporter().markedCount(), 6);
+    EXPECT_EQ(exporter().writeMarked(), 6);
+    EXPECT_EQ(dialogs.asked(), QStringList());
+
+    const struct {
+        const char* file;
+        const char* golden;
+    } cases[] = {
+        {"HIEB01  .DAT", "export_all_pairs.dat"},     {"L2      .DAT", "export_second_texts.dat"},
+        {"LEER    .DAT", "export_no_trees.dat"},      {"ÄÖÜäöüß .DAT", "export_umlauts.dat"},
+        {"BLANKS  .DAT", "export_region_blanks.dat"}, {"KLEIN   .DAT", "export_region_lower.dat"},
+    };
+    QStringList expectedNames;
+    for (const auto& c : cases) {
+        expectedNames << QString::fromUtf8(c.file);
+        const QByteArray written =
+            root.readFile(QStringLiteral("Export/") + QString::fromUtf8(c.file));
+        const QByteArray expected = golden(c.golden);
+        EXPECT_EQ(written.size(), expected.size()) << c.golden;
+        EXPECT_EQ(written.toStdString(), expected.toStdString()) << c.golden;
+    }
+    expectedNames.sort();
+    EXPECT_EQ(filesIn("Export"), expectedNames);
+}
+
+TEST_F(ListFileExportTest, ShowsTheProgressWindowPerFile)
+{
+    plainList(1, "A1");
+    plainList(2, "B2");
+    ASSERT_EQ(exporter().writeMarked(), 2);
+    QStringList seen;
+    for (const auto& m : dialogs.messages()) {
+        if (m.kind == ScriptedDialogs::Kind::Info)
+            seen << QStringLiteral("info %1 ").arg(m.showCommand) + m.lines.join(u'|');
+        else if (m.kind == ScriptedDialogs::Kind::Progress)
+            seen << QString::number(m.percent);
+        else
+            seen << QStringLiteral("other ") + m.lines.join(u'|');
+    }
+    const QStringList one = {QStringLiteral("0"),        QStringLiteral("10"), QStringLiteral("40"),
+                             QStringLiteral("60"),       QStringLiteral("70"), QStringLiteral("90"),
+                             QStringLiteral("info 0 ||")};
+    EXPECT_EQ(seen, QStringList{QString::fromUtf8("info 5 Datenübertragung wird|vorbereitet...|"
+                                                  "A1      .DAT")}
+                        + one
+                        + QStringList{QString::fromUtf8("info 5 Datenübertragung wird|"
+                                                        "vorbereitet...|B2      .DAT")}
+                        + one);
+}
+
+TEST_F(ListFileExportTest, EmptiesTheExportFolderFirst)
+{
+    root.writeFile(QStringLiteral("Export/OLD.DAT"), "old");
+    root.writeFile(QStringLiteral("Export/readme"), "x");
+    root.writeFile(QStringLiteral("Export/A1      .dat"), "earlier export");
+    QDir().mkpath(root.host(QStringLiteral("Export/keep")));
+    plainList(1, "A1");
+    ASSERT_EQ(exporter().writeMarked(), 1);
+    EXPECT_EQ(filesIn("Export"), QStringList{QStringLiteral("A1      .DAT")});
+    EXPECT_TRUE(QFileInfo(root.host(QStringLiteral("Export/keep"))).isDir());
+
+    // Nothing marked: the folder is still emptied and nothing is written.
+    db().exec(QStringLiteral("UPDATE Brov_Kopfdaten SET DUE_MARK = 0"));
+    EXPECT_EQ(exporter().writeMarked(), 0);
+    EXPECT_EQ(filesIn("Export"), QStringList());
+}
+
+TEST_F(ListFileExportTest, ListNumbersThatAreNoFileNameAreRefused)
+{
+    const char* const names[] = {"../x", "a/b", "a\\b", "C:x", "A\x01", "A\tB", "", "  ", " L1"};
+    std::int64_t id = 1;
+    for (const char* name : names)
+        plainList(id++, name);
+    plainList(id++, "GUT");
+    // Only a whole name of "." or ".." would climb; with its padding and ".DAT" it is a name.
+    plainList(id++, "..");
+    const int handled = exporter().writeMarked();
+    EXPECT_EQ(handled, int(std::size(names)) + 2);
+    QStringList notices;
+    for (size_t i = 0; i < std::size(names); ++i)
+        notices << QStringLiteral("Datei kann nicht erzeugt werden!||");
+    EXPECT_EQ(dialogs.asked(), notices);
+    EXPECT_EQ(filesIn("Export"), (QStringList{"..      .DAT", "GUT     .DAT"}));
+    // Nothing beside or above the export folder.
+    QStringList rootEntries = QDir(root.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
+    rootEntries.sort();
+    EXPECT_EQ(rootEntries, (QStringList{"Brovant", "Export", "Import", "Registry"}));
+    EXPECT_EQ(QDir(root.host(QStringLiteral("Export")))
+                  .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Name),
+              (QStringList{"..      .DAT", "GUT     .DAT"}));
+    EXPECT_EQ(exporter().filePath(1), QString());
+    EXPECT_EQ(exporter().filePath(id - 2), QStringLiteral("\\Export\\GUT     .DAT"));
+}
+
+struct CreateFailure {
+    const char* name;
+    void (*breakIt)(const TempRoot&);
+    bool folderBroken; // then neither list can be written
+};
+
+void PrintTo(const CreateFailure& c, std::ostream* os)
+{
+    *os << c.name;
+}
+
+class ListFileExportCreateTest : public ListFileExportTest,
+                                 public ::testing::WithParamInterface<CreateFailure> {};
+
+TEST_P(ListFileExportCreateTest, SkipsTheListAndWritesTheOthers)
+{
+    const CreateFailure& c = GetParam();
+    plainList(1, "A1");
+    plainList(2, "B2");
+    c.breakIt(root);
+    EXPECT_EQ(exporter().writeMarked(), 2);
+    EXPECT_EQ(dialogs.asked(), QStringList(c.folderBroken ? 2 : 1,
+                                           QStringLiteral("Datei kann nicht erzeugt werden!||")));
+    if (!c.folderBroken) {
+        // No half-written file and no temporary one is left behind.
+        EXPECT_EQ(filesIn("Export"), QStringList{QStringLiteral("B2      .DAT")});
+        EXPECT_TRUE(QFileInfo(root.host(QStringLiteral("Export/A1      .DAT"))).isDir());
+    }
+    EXPECT_EQ(exporter().writeList(2), !c.folderBroken);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Broken, ListFileExportCreateTest,
+    ::testing::Values(CreateFailure{"folder_in_the_way",
+                                    [](const TempRoot& r) {
+                                        QDir().mkpath(
+                                            r.host(QStringLiteral("Export/A1      .DAT/x")));
+                                    },
+                                    false},
+                      CreateFailure{"export_is_a_file",
+                                    [](const TempRoot& r) {
+                                        QDir(r.path()).rmdir(QStringLiteral("Export"));
+                                        r.writeFile(QStringLiteral("Export"), "not a folder");
+                                    },
+                                    true}),
+    [](const ::testing::TestParamInfo<CreateFailure>& info) {
+        return std::string(info.param.name);
+    });
+
+TEST_F(ListFileExportTest, SameListNumberTwiceKeepsTheSecondList)
+{
+    plainList(1, "DOPPELT");
+    plainList(2, "doppelt ");
+    insert(schema::Region, {{"ID", num(0)},
+                            {"ID_FILE", num(2)},
+                            {"REGION_A", txt("ZWEITE")},
+                            {"BAUMART", txt("FI ")},
+                            {"TARIF", txt("FI01 ")}});
+    ASSERT_EQ(exporter().writeMarked(), 2);
+    // Names differing only in case are one file on the device.
+    ASSERT_EQ(filesIn("Export").size(), 1);
+    const QByteArray file = root.readFile(QStringLiteral("Export/") + filesIn("Export").first());
+    EXPECT_TRUE(file.startsWith("TD0doppelt .DAT")) << file.toStdString();
+    EXPECT_TRUE(file.contains("REGZWEITE  FI FI01 \r\n")) << file.toStdString();
+}
+
+TEST_F(ListFileExportTest, LinesAreCutAt1000BytesAndKeepTheirLineEnd)
+{
+    const struct {
+        int labelLength;
+        int lineLength; // bytes of the "001" line with its CR LF
+    } cases[] = {
+        // 159 characters with labels of 20; the label adds what it has beyond 20.
+        {20, 161}, {858, 999}, {859, 1000}, {860, 1000}, {5000, 1000},
+    };
+    for (const auto& c : cases) {
+        store().writeText(Setting::KopfLabel, 0, QString(c.labelLength, u'L'));
+        db().exec(QStringLiteral("DELETE FROM Brov_Kopfdaten"));
+        db().exec(QStringLiteral("DELETE FROM Brov_Einstellungen"));
+        tariff(1, "WR01", "FI ", "FI01 ");
+        plainList(1, "LANG");
+        ASSERT_TRUE(exporter().writeList(1));
+        const QByteArray file = root.readFile(QStringLiteral("Export/LANG    .DAT"));
+        const QList<QByteArray> lines = file.split('\n');
+        ASSERT_GE(lines.size(), 3) << c.labelLength;
+        EXPECT_EQ(lines[1].size() + 1, c.lineLength) << c.labelLength;
+        EXPECT_TRUE(lines[1].endsWith('\r')) << c.labelLength;
+        EXPECT_TRUE(lines[1].startsWith("001LANG    LLLL")) << c.labelLength;
+        // The record after it is still a record of its own.
+        EXPECT_TRUE(lines[2].startsWith("712WR01")) << c.labelLength;
+    }
+}
+
+TEST_F(ListFileExportTest, OneListByNumber)
+{
+    plainList(4, "EINS", 0);
+    plainList(6, "ZWEI", 0);
+    const struct {
+        std::int64_t id;
+        bool written;
+        const char* path;
+    } cases[] = {
+        {4, true, "\\Export\\EINS    .DAT"},
+        {6, true, "\\Export\\ZWEI    .DAT"},
+        {5, false, ""},
+        {-1, false, ""},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(exporter().filePath(c.id), QString::fromLatin1(c.path)) << c.id;
+        EXPECT_EQ(exporter().writeList(c.id), c.written) << c.id;
+    }
+    EXPECT_EQ(filesIn("Export"), (QStringList{"EINS    .DAT", "ZWEI    .DAT"}));
+    EXPECT_EQ(dialogs.asked(), QStringList());
+    // Unmarked lists are written on request, but the marking is left alone.
+    EXPECT_EQ(rows(QStringLiteral("SELECT DUE_MARK FROM Brov_Kopfdaten")), (QStringList{"0", "0"}));
+}
+
+TEST_F(ListFileExportTest, MarkingAfterTheTransfer)
+{
+    const struct {
+        FieldValue mark;
+        FieldValue exported;
+        const char* after; // DUE_MARK|EXPORTED_N_NI
+    } cases[] = {
+        {num(1), num(0), "0|1"},          {num(1), num(4), "0|5"}, {num(1), FieldValue{}, "0|1"},
+        {num(2), num(1), "0|2"},          {num(0), num(3), "0|3"}, {FieldValue{}, num(3), "NULL|3"},
+        {num(0), FieldValue{}, "0|NULL"},
+    };
+    std::int64_t id = 0;
+    QStringList expected;
+    for (const auto& c : cases) {
+        insert(schema::Kopfdaten, {{"ID_FILE", num(id++)},
+                                   {"LISTE_NR", txt("L")},
+                                   {"DUE_MARK", c.mark},
+                                   {"EXPORTED_N_NI", c.exported}});
+        expected << QString::fromLatin1(c.after);
+    }
+    EXPECT_EQ(exporter().markedCount(), 4);
+    EXPECT_TRUE(exporter().markExported());
+    EXPECT_EQ(
+        rows(QStringLiteral("SELECT DUE_MARK, EXPORTED_N_NI FROM Brov_Kopfdaten ORDER BY rowid")),
+        expected);
+    EXPECT_EQ(exporter().markedCount(), 0);
+    // A second marking finds nothing to raise.
+    EXPECT_TRUE(exporter().markExported());
+    EXPECT_EQ(
+        rows(QStringLiteral("SELECT DUE_MARK, EXPORTED_N_NI FROM Brov_Kopfdaten ORDER BY rowid")),
+        expected);
+}
+
+TEST_F(ListFileExportTest, MarkingIsAllOrNothing)
+{
+    plainList(1, "A");
+    plainList(2, "B");
+    // The second row's update fails: the first must not stay changed.
+    ASSERT_TRUE(db().exec(
+        QStringLiteral("CREATE TRIGGER refuse BEFORE UPDATE ON Brov_Kopfdaten WHEN OLD.ID_FILE = 2 "
+                       "BEGIN SELECT RAISE(ABORT, 'refused'); END")));
+    EXPECT_FALSE(exporter().markExported());
+    EXPECT_EQ(
+        rows(QStringLiteral("SELECT DUE_MARK, EXPORTED_N_NI FROM Brov_Kopfdaten ORDER BY rowid")),
+        (QStringList{"1|NULL", "1|NULL"}));
+}
+
+} // namespace
+} // namespace brovant::test

@@ -1,0 +1,109 @@
+// A temporary device with an open database for the list file tests: rows written with bound
+// values, rows read back as text, the files of "\Export" and "\Import".
+#pragma once
+
+#include "data/Database.h"
+#include "data/Schema.h"
+#include "masterdata/DeviceSession.h"
+#include "platform/Cp1252.h"
+#include "platform/MessageDialogs.h"
+#include "support/TempRoot.h"
+
+#include <QDir>
+#include <QStringList>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <utility>
+
+namespace brovant::test {
+
+inline FieldValue txt(const char* utf8)
+{
+    return FieldValue(QString::fromUtf8(utf8));
+}
+inline FieldValue num(std::int64_t value)
+{
+    return FieldValue(value);
+}
+
+// Lines in Windows-1252, each ended with CR LF (or `end`).
+inline QByteArray listBytes(const QStringList& lines, const char* end = "\r\n")
+{
+    QByteArray out;
+    for (const QString& line : lines)
+        out += cp1252::encode(line) + end;
+    return out;
+}
+
+class ListFileFixture : public ::testing::Test {
+protected:
+    using Values = std::initializer_list<std::pair<const char*, FieldValue>>;
+
+    void SetUp() override
+    {
+        session = std::make_unique<DeviceSession>(root.path(), Database::Durability::Relaxed);
+        ASSERT_NE(session->openDatabase(), DeviceSession::DatabaseState::Failed);
+    }
+
+    Database& db() { return session->database(); }
+
+    // One row; the fields not named stay NULL.
+    void insert(const TableDescriptor& table, Values values)
+    {
+        QStringList names;
+        QStringList marks;
+        for (const auto& v : values) {
+            names << QString::fromLatin1(v.first);
+            marks << QStringLiteral("?");
+        }
+        auto q =
+            db().query(QStringLiteral("INSERT INTO %1 (%2) VALUES (%3)")
+                           .arg(QLatin1StringView(table.name), names.join(u','), marks.join(u',')));
+        int i = 1;
+        for (const auto& v : values)
+            q.bind(i++, v.second);
+        ASSERT_TRUE(q.run()) << db().lastError().toStdString();
+    }
+
+    // Rows of a statement, columns joined by '|', NULL as "NULL".
+    QStringList rows(const QString& sql)
+    {
+        QStringList out;
+        auto q = db().query(sql);
+        while (q.next()) {
+            QStringList cells;
+            for (int c = 0; c < q.columnCount(); ++c) {
+                const FieldValue v = q.value(c);
+                if (std::holds_alternative<std::monostate>(v))
+                    cells << QStringLiteral("NULL");
+                else if (const auto* n = std::get_if<std::int64_t>(&v))
+                    cells << QString::number(*n);
+                else
+                    cells << std::get<QString>(v);
+            }
+            out << cells.join(u'|');
+        }
+        return out;
+    }
+    int count(const char* table)
+    {
+        auto q =
+            db().query(QStringLiteral("SELECT COUNT(*) FROM %1").arg(QLatin1StringView(table)));
+        return q.next() ? int(q.integer(0)) : -1;
+    }
+
+    // Names of the files in a device folder ("Export", "Import"), sorted.
+    QStringList filesIn(const char* folder) const
+    {
+        return QDir(root.host(QString::fromLatin1(folder)))
+            .entryList(QDir::Files | QDir::Hidden | QDir::System, QDir::Name);
+    }
+
+    TempRoot root;
+    std::unique_ptr<DeviceSession> session;
+    ScriptedDialogs dialogs;
+};
+
+} // namespace brovant::test
