@@ -5,7 +5,7 @@ set -euo pipefail
 packages=(
     g++ cmake ninja-build pkg-config
     qt6-base-dev qt6-serialport-dev qt6-svg-dev libgl-dev
-    libsqlite3-dev sqlite3 libcurl4-openssl-dev
+    libsqlite3-dev sqlite3 libcurl4-openssl-dev python3-pyftpdlib
     libgtest-dev libgmock-dev libbenchmark-dev
     fonts-dejavu-core
 )

@@ -15,8 +15,9 @@
 #include "device/BackupService.h"
 #include "device/DeviceControls.h"
 #include "masterdata/DeviceSession.h"
+#include "platform/serial/QtSerialLine.h"
 #include "tally/caliper/CaliperReader.h"
-#include "transfer/TransferChannels.h"
+#include "transfer/SettingsChannels.h"
 
 #include <QApplication>
 
@@ -35,8 +36,10 @@ BrovantApp::BrovantApp(DeviceSession& session, AppState& state, Clock& clock)
 {
     brovantInitIconResources();
     setMessages(m_qtDialogs.get());
-    // The transfer channels land later; until then what lies in "\Import" counts as received.
-    m_channels = std::make_unique<NoChannel>();
+    // The channel is chosen by the transfer settings in force at each transfer.
+    m_channels = std::make_unique<SettingsChannels>(
+        session.root(), session.store(), *m_qtDialogs, clock, &session.keepAwake(),
+        qtSerialOpener(session.root(), session.store(), *m_qtDialogs));
     setChannels(m_channels.get());
     m_device = makeDeviceControls(session, clock);
     setDevice(m_device.get());
@@ -57,6 +60,10 @@ void BrovantApp::replaceMessages(MessageDialogs* dialogs)
 {
     setMessages(dialogs);
     m_lifecycle = std::make_unique<AppLifecycle>(session(), state(), clock(), *dialogs, *this);
+    m_channels = std::make_unique<SettingsChannels>(
+        session().root(), session().store(), *dialogs, clock(), &session().keepAwake(),
+        qtSerialOpener(session().root(), session().store(), *dialogs));
+    setChannels(m_channels.get());
     // The reader keeps the dialogs it was made with; it is made again before anyone started it.
     m_caliper = std::make_unique<CaliperReader>(session().root(), *dialogs, clock());
     setCaliper(m_caliper.get());

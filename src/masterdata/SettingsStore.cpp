@@ -25,6 +25,7 @@ constexpr SettingDef kLayout[] = {
     {Setting::ModemName, "MODEM", "Name%1d", true, 1, 4, 0, "", {}},
     {Setting::ModemNumber, "MODEM", "Number%1d", true, 1, 4, 0, "", {}},
     {Setting::ModemInit, "MODEM", "Init", true, 0, 0, 0, "AT", {}},
+    {Setting::ModemSelected, "MODEM", "Selected", false, 0, 0, 1, "", {}},
     {Setting::FtpServer, "FTP", "Server", true, 0, 0, 0, "ftp.example.com", {}},
     {Setting::FtpName, "FTP", "Name", true, 0, 0, 0, "qk730215", {}},
     {Setting::FtpPassword, "FTP", "Password", true, 0, 0, 0, "tebralik", {}},

@@ -29,6 +29,7 @@ enum class Setting {
     ModemName,
     ModemNumber,
     ModemInit,
+    ModemSelected, // the phone-book entry (1..4) the modem dials
     FtpServer,
     FtpName,
     FtpPassword,

@@ -628,6 +628,9 @@ bool Registry::save(Hive hive)
     QSaveFile file(hiveFile(hive));
     if (!file.open(QIODevice::WriteOnly))
         return false;
+    // The hives hold the FTP name and password: owner only, set before anything is written. A
+    // file system without modes (a FAT card) refuses, which must not stop the save.
+    file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
     const QByteArray bytes = exportHive(hive).toUtf8();
     if (file.write(bytes) != bytes.size() || !file.commit())
         return false;

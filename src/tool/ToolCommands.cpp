@@ -11,6 +11,8 @@
 #include "tool/ToolEvaluation.h"
 #include "tool/ToolLists.h"
 #include "tool/ToolNewList.h"
+#include "tool/ToolTransfer.h"
+#include "tool/ToolOffice.h"
 
 #include <QCommandLineParser>
 #include <QDir>
@@ -124,7 +126,8 @@ int runTool(const QStringList& arguments, QTextStream& out, QTextStream& err)
     parser.setApplicationDescription(QStringLiteral("Brovant admin tool\n\n")
                                      + QLatin1StringView(kCommands) + backupCommandsHelp()
                                      + newListCommandHelp() + listsCommandHelp()
-                                     + evaluationCommandsHelp());
+                                     + evaluationCommandsHelp() + officeCommandsHelp()
+                                     + transferCommandsHelp());
     const QCommandLineOption rootOption(QStringLiteral("root"),
                                         QStringLiteral("Device root folder (else BROVANT_ROOT)."),
                                         QStringLiteral("DIR"));
@@ -138,6 +141,7 @@ int runTool(const QStringList& arguments, QTextStream& out, QTextStream& err)
     addBackupOptions(parser);
     addNewListOptions(parser);
     addEvaluationOptions(parser);
+    addOfficeOptions(parser);
     parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("What to do."));
 
     if (!parser.parse(QStringList{QStringLiteral("brovant-tool")} + arguments)) {
@@ -158,6 +162,9 @@ int runTool(const QStringList& arguments, QTextStream& out, QTextStream& err)
         return 2;
     }
     const QString command = args.first();
+    // The office end has no device session of its own.
+    if (const int status = runOfficeCommand(parser, out, err); status >= 0)
+        return status;
     DeviceSession session(resolveRootDir(parser.value(rootOption)));
     for (const QString& aside : session.registry().setAside())
         err << "Registry-Datei beschädigt, beiseitegelegt: " << aside << '\n';
@@ -173,6 +180,8 @@ int runTool(const QStringList& arguments, QTextStream& out, QTextStream& err)
     if (const int status = runListsCommand(session, parser, out, err); status >= 0)
         return status;
     if (const int status = runEvaluationCommand(session, parser, out, err); status >= 0)
+        return status;
+    if (const int status = runTransferCommand(session, parser, out, err); status >= 0)
         return status;
     if (command == QLatin1StringView("registry") && args.size() == 1) {
         out << session.registry().exportText();

@@ -33,7 +33,7 @@ QStringList serialOpenFailureLines(const QString& portName)
 }
 
 bool openSerialPort(QSerialPort& port, const DeviceRoot& root, const QString& portName,
-                    const SerialLine& line)
+                    const SerialLineSettings& line)
 {
     port.close();
     const QString device = serialDeviceFile(root, portName);
@@ -56,13 +56,24 @@ bool openSerialPort(QSerialPort& port, const DeviceRoot& root, const QString& po
 }
 
 bool openSerialPort(QSerialPort& port, const DeviceRoot& root, const QString& portName,
-                    const SerialLine& line, MessageDialogs& dialogs)
+                    const SerialLineSettings& line, MessageDialogs& dialogs)
 {
     if (openSerialPort(port, root, portName, line))
         return true;
     const QStringList lines = serialOpenFailureLines(portName);
     dialogs.notice(lines[0], lines[1]);
     return false;
+}
+
+std::unique_ptr<QSerialPort> openTransferPort(const DeviceRoot& root, int port, qint32 baudRate,
+                                              int dataBits, int stopBits, MessageDialogs& dialogs)
+{
+    auto serial = std::make_unique<QSerialPort>();
+    const SerialLineSettings settings{baudRate, dataBits == 7 ? QSerialPort::Data7 : QSerialPort::Data8,
+                              stopBits == 2 ? QSerialPort::TwoStop : QSerialPort::OneStop};
+    if (!openSerialPort(*serial, root, serialPortName(port), settings, dialogs))
+        return nullptr;
+    return serial;
 }
 
 } // namespace brovant

@@ -7,19 +7,21 @@
 #include <QString>
 #include <QStringList>
 
+#include <memory>
+
 namespace brovant {
 
 class DeviceRoot;
 class MessageDialogs;
 
 // No parity and no flow control are implied; DTR and RTS are held on.
-struct SerialLine {
+struct SerialLineSettings {
     qint32 baudRate;
     QSerialPort::DataBits dataBits;
     QSerialPort::StopBits stopBits;
 };
 
-inline constexpr SerialLine kCaliperLine{1200, QSerialPort::Data8, QSerialPort::OneStop};
+inline constexpr SerialLineSettings kCaliperLine{1200, QSerialPort::Data8, QSerialPort::OneStop};
 
 // "COM3:" for 3.
 QString serialPortName(int number);
@@ -34,9 +36,14 @@ QStringList serialOpenFailureLines(const QString& portName);
 // Opens the port read-write and exclusively, and applies the line settings. The second form shows
 // the failure notice.
 [[nodiscard]] bool openSerialPort(QSerialPort& port, const DeviceRoot& root,
-                                  const QString& portName, const SerialLine& line);
+                                  const QString& portName, const SerialLineSettings& line);
 [[nodiscard]] bool openSerialPort(QSerialPort& port, const DeviceRoot& root,
-                                  const QString& portName, const SerialLine& line,
+                                  const QString& portName, const SerialLineSettings& line,
                                   MessageDialogs& dialogs);
+
+// The port behind "COMn:" opened read-write and exclusively, no parity, no flow control, DTR and
+// RTS on; null after the notice "Schnittstelle ... kann nicht" / "geöffnet werden!".
+std::unique_ptr<QSerialPort> openTransferPort(const DeviceRoot& root, int port, qint32 baudRate,
+                                              int dataBits, int stopBits, MessageDialogs& dialogs);
 
 } // namespace brovant

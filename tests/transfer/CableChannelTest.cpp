@@ -1,0 +1,564 @@
+// The device's cable and modem transfer against scripted peers: clean runs, noise, NAK storms,
+// silence, hostile file names, the modem dialogue and recorded transfers played back.
+#include "transfer/CableChannel.h"
+
+#include "platform/Clock.h"
+#include "platform/DeviceRoot.h"
+#include "platform/KeepAwake.h"
+#include "platform/MessageDialogs.h"
+#include "platform/Registry.h"
+#include "support/TempRoot.h"
+#include "transfer/PeerLine.h"
+#include "transfer/SerialFrames.h"
+#include "transfer/TranscriptLine.h"
+
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+
+#include <gtest/gtest.h>
+
+namespace brovant::test {
+namespace {
+
+using namespace frames;
+
+const QString kFailed = QStringLiteral("Fehler bei der Übertragung!||");
+
+QByteArray header(const QByteArray& name12)
+{
+    return "TD0" + name12 + "Quendrax     0Brovant_V300_D\r\n";
+}
+
+// Two list files, eleven lines between them, so the sequence digit wraps.
+const QByteArray kFileA = header("A       .DAT") + "001A       Liste\r\nREGREVIER1 FI 12\r\n";
+const QByteArray kFileB = header("B       .DAT")
+                          + "001B       Liste\r\n10A0001001FI 032\r\n10A0001002BU 045\r\n"
+                            "10B0002001\xC4I 051\r\n10A0002002FI 028\r\n10A0002003FI 030\r\n"
+                            "712REVIER1 FI 12\r\n";
+
+QStringList payloadsOf(const QList<QByteArray>& written)
+{
+    QStringList payloads;
+    for (const QByteArray& bytes : written) {
+        if (bytes.startsWith("\x16\x16\x01"))
+            payloads << QString::fromLatin1(takeApart(bytes).payload);
+    }
+    return payloads;
+}
+
+QByteArray digitsOf(const QList<QByteArray>& written)
+{
+    QByteArray digits;
+    for (const QByteArray& bytes : written) {
+        if (bytes.startsWith("\x16\x16\x01"))
+            digits += bytes[6];
+    }
+    return digits;
+}
+
+// Every file below the root with its bytes, to see that nothing was written where it must not.
+QMap<QString, QByteArray> filesBelow(const QString& dir)
+{
+    QMap<QString, QByteArray> files;
+    QDirIterator it(dir, QDir::Files | QDir::Hidden | QDir::System, QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QString path = it.next();
+        QFile f(path);
+        files[QDir(dir).relativeFilePath(path)] = f.open(QIODevice::ReadOnly) ? f.readAll() : "?";
+    }
+    return files;
+}
+
+class CableChannelTest : public ::testing::Test {
+protected:
+    CableChannelTest()
+        : device(root.path())
+    {
+        device.makeFolder(QStringLiteral("\\Export"));
+        device.makeFolder(QStringLiteral("\\Import"));
+    }
+
+    CableChannel channel(int port = 3)
+    {
+        return CableChannel(
+            device, dialogs, clock,
+            [this](int number) -> std::unique_ptr<SerialLine> {
+                openedPorts.append(number);
+                if (portMissing)
+                    return nullptr;
+                return std::make_unique<LineRef>(line);
+            },
+            port);
+    }
+
+    void exportFiles()
+    {
+        root.writeFile(QStringLiteral("Export/A.DAT"), kFileA);
+        root.writeFile(QStringLiteral("Export/b.dat"), kFileB);
+        root.writeFile(QStringLiteral("Export/notes.txt"), "not a list\r\n");
+    }
+
+    // The office receiving: ENQ at once, then `answer` for every frame the device sends.
+    void officeReceiving(std::function<QByteArray(int frame, int attempt)> answer)
+    {
+        line.send(QByteArray(1, kEnq));
+        line.onWrite = [this, answer](const QByteArray& bytes) {
+            if (!bytes.startsWith("\x16\x16\x01"))
+                return;
+            if (bytes != lastFrame) {
+                ++frameIndex;
+                attempt = 0;
+            } else {
+                ++attempt;
+            }
+            lastFrame = bytes;
+            line.send(answer(frameIndex, attempt));
+        };
+    }
+
+    QStringList infoLines() const
+    {
+        QStringList lines;
+        for (const auto& m : dialogs.messages()) {
+            if (m.kind == ScriptedDialogs::Kind::Info && m.showCommand == MessageDialogs::Show)
+                lines << m.lines.join(u'|');
+        }
+        return lines;
+    }
+
+    TempRoot root;
+    DeviceRoot device;
+    ScriptedDialogs dialogs;
+    ManualClock clock;
+    PeerLine line;
+    QList<int> openedPorts;
+    bool portMissing = false;
+    int frameIndex = -1;
+    int attempt = 0;
+    QByteArray lastFrame;
+};
+
+TEST_F(CableChannelTest, SendsEveryExportFileLineByLineThenEot)
+{
+    exportFiles();
+    line.send(QByteArray("\0\xFF\x16", 3)); // noise before the office's ENQ
+    officeReceiving([](int, int) { return QByteArray(1, kAck); });
+    CableChannel cable = channel(4);
+    ASSERT_TRUE(cable.send());
+
+    EXPECT_EQ(openedPorts, QList<int>{4});
+    const QStringList lines =
+        QString::fromLatin1(kFileA + kFileB).split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
+    EXPECT_EQ(payloadsOf(line.written()), lines);
+    EXPECT_EQ(digitsOf(line.written()), "12345678901");
+    EXPECT_EQ(line.written().last(), QByteArray(1, kEot));
+    EXPECT_EQ(cable.summary().lines, 11u);
+    EXPECT_TRUE(dialogs.asked().isEmpty());
+    EXPECT_EQ(infoLines().first(), QStringLiteral("Warten auf Computeranfrage...||"));
+    EXPECT_EQ(infoLines().last(), QStringLiteral("Datenübertragung läuft...|Zeile: 11|"));
+    EXPECT_EQ(dialogs.messages().back().showCommand, MessageDialogs::Hide);
+    // Waiting is the line's: nothing slept, every read waited the pause plus the read time-out.
+    EXPECT_EQ(clock.sleptMs(), 0);
+    for (const int wait : line.waits())
+        EXPECT_EQ(wait, 10 + 100 + 1000);
+}
+
+TEST_F(CableChannelTest, SendRepeatsRefusedLinesAtMostTenTimes)
+{
+    const struct {
+        const char* what;
+        std::vector<QByteArray> answers; // to the third line, attempt by attempt
+        bool ok;
+        int sends;
+    } cases[] = {
+        {"one NAK", {"\x15", "\x06"}, true, 2},
+        {"ACK amid noise", {QByteArray("\x16\x05\x00\x06", 4)}, true, 1},
+        {"ten NAKs", {10, "\x15"}, true, 11},
+        {"eleven NAKs", {11, "\x15"}, false, 11},
+        {"NAK, then silence", {"\x15", ""}, false, 2},
+        {"silence", {""}, false, 1},
+        {"noise only", {QByteArray("\x00\x16\x05", 3)}, false, 1},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        TempRoot fresh;
+        DeviceRoot freshDevice(fresh.path());
+        fresh.writeFile(QStringLiteral("Export/A.DAT"), kFileA);
+        PeerLine peer;
+        ScriptedDialogs notes;
+        int index = -1;
+        int sends = 0;
+        QByteArray previous;
+        peer.send(QByteArray(1, kEnq));
+        peer.onWrite = [&](const QByteArray& bytes) {
+            if (!bytes.startsWith("\x16\x16\x01"))
+                return;
+            index += bytes != previous;
+            previous = bytes;
+            if (index != 2) {
+                peer.send(QByteArray(1, kAck));
+                return;
+            }
+            const size_t at = size_t(sends++);
+            peer.send(at < c.answers.size() ? c.answers[at] : QByteArray(1, kAck));
+        };
+        CableChannel cable(
+            freshDevice, notes, clock, [&](int) { return std::make_unique<LineRef>(peer); }, 1);
+        EXPECT_EQ(cable.send(), c.ok);
+        EXPECT_EQ(sends, c.sends);
+        EXPECT_EQ(peer.written().last() == QByteArray(1, kEot), c.ok);
+        EXPECT_EQ(notes.asked(), c.ok ? QStringList() : QStringList{kFailed});
+    }
+}
+
+TEST_F(CableChannelTest, SendGivesUpWhenNobodyAsks)
+{
+    exportFiles();
+    line.send("\x06\x15"); // answers, but no ENQ
+    CableChannel cable = channel();
+    EXPECT_FALSE(cable.send());
+    EXPECT_EQ(line.waits().size(), 50u);
+    EXPECT_EQ(payloadsOf(line.written()), QStringList());
+    EXPECT_EQ(dialogs.asked(), QStringList{kFailed});
+}
+
+TEST_F(CableChannelTest, PortThatDoesNotOpenIsTheOpenersNotice)
+{
+    exportFiles();
+    root.writeFile(QStringLiteral("Import/OLD.DAT"), "old");
+    portMissing = true;
+    CableChannel cable = channel(7);
+    EXPECT_FALSE(cable.send());
+    EXPECT_FALSE(cable.receive());
+    EXPECT_EQ(openedPorts, (QList<int>{7, 7}));
+    EXPECT_TRUE(dialogs.asked().isEmpty());
+    EXPECT_FALSE(QFile::exists(root.host(QStringLiteral("Import/OLD.DAT"))));
+}
+
+TEST_F(CableChannelTest, SuspendStaysOffWhileSending)
+{
+    exportFiles();
+    Registry registry(root.host(QStringLiteral("Registry")));
+    const QString key = QString::fromUtf16(KeepAwake::kTimeoutsKey);
+    const QString value = QString::fromUtf16(KeepAwake::kValue);
+    registry.setDword(Hive::LocalMachine, key, value, 180);
+    KeepAwake keepAwake(registry);
+    keepAwake.readSaved();
+    std::vector<quint32> seen;
+    officeReceiving([&](int, int) {
+        seen.push_back(registry.dword(Hive::LocalMachine, key, value).value_or(99));
+        return QByteArray(1, kAck);
+    });
+    CableChannel cable = channel();
+    cable.setKeepAwake(&keepAwake);
+    ASSERT_TRUE(cable.send());
+    EXPECT_EQ(seen, std::vector<quint32>(11, 0u));
+    EXPECT_EQ(registry.dword(Hive::LocalMachine, key, value), 180u);
+}
+
+QList<QByteArray> twoFilesWithStrayLineFirst()
+{
+    QList<QByteArray> lines{"001stray line before any header\r\n"};
+    lines += fileLines(kFileA);
+    lines += fileLines(kFileB);
+    return lines;
+}
+
+TEST_F(CableChannelTest, ReceivesIntoImportChosenByHeaderLines)
+{
+    root.writeFile(QStringLiteral("Import/OLD.DAT"), "left from before");
+    root.writeFile(QStringLiteral("Import/b.dat"), "will be replaced");
+    SendingPeer office(line, twoFilesWithStrayLineFirst());
+    CableChannel cable = channel();
+    ASSERT_TRUE(cable.receive());
+
+    EXPECT_EQ(office.answers(), QByteArray(12, 'A'));
+    EXPECT_EQ(filesBelow(root.host(QStringLiteral("Import"))),
+              (QMap<QString, QByteArray>{{"A       .DAT", kFileA}, {"B       .DAT", kFileB}}));
+    EXPECT_EQ(cable.summary().files, (QStringList{"A       .DAT", "B       .DAT"}));
+    EXPECT_EQ(cable.summary().lines, 12u);
+    EXPECT_TRUE(dialogs.asked().isEmpty());
+    EXPECT_EQ(infoLines().first(), QStringLiteral("Warten auf Datenempfang...||"));
+    EXPECT_EQ(infoLines().last(), QStringLiteral("Datenempfang...|Zeile: 12|"));
+    // The poll: SYN, SYN, ENQ as three writes.
+    EXPECT_EQ(line.written().mid(0, 3),
+              (QList<QByteArray>{QByteArray(1, kSyn), QByteArray(1, kSyn), QByteArray(1, kEnq)}));
+}
+
+TEST_F(CableChannelTest, ReceiveOnANoisyLine)
+{
+    const auto at = [](int index, int times, std::function<QByteArray(QByteArray)> spoil) {
+        return [=](int i, int attempt, const QByteArray& frame) {
+            return i == index && attempt < times ? spoil(frame) : frame;
+        };
+    };
+    const auto A = [](int n) {
+        return QByteArray(n, 'A');
+    };
+    const auto N = [](int n) {
+        return QByteArray(n, 'N');
+    };
+    const auto wrongDigit = [](QByteArray f) {
+        return f.replace(6, 1, "7");
+    };
+    const auto dropSoh = [](QByteArray f) {
+        return f.remove(2, 1);
+    };
+    const auto dropEtx = [](QByteArray f) {
+        return f.remove(f.indexOf(kEtx), 1);
+    };
+    const auto noiseFirst = [](QByteArray f) {
+        return QByteArray("\xFF\x00\x7F", 3) + f;
+    };
+    const auto cutShort = [](QByteArray f) {
+        return f.first(9);
+    };
+    const struct {
+        const char* what;
+        std::function<QByteArray(int, int, const QByteArray&)> mangle;
+        int stopAfter;
+        int chunk;
+        bool ok;
+        QByteArray answers;
+    } cases[] = {
+        {"clean, in pieces of 7", nullptr, 100, 7, true, A(12)},
+        {"wrong digit once", at(3, 1, wrongDigit), 100, 1 << 20, true, A(3) + "N" + A(9)},
+        {"SOH lost", at(4, 1, dropSoh), 100, 1 << 20, true, A(4) + "N" + A(8)},
+        {"ETX lost", at(1, 2, dropEtx), 100, 1 << 20, true, A(1) + "NN" + A(11)},
+        {"frame cut short", at(0, 1, cutShort), 100, 1 << 20, true, "N" + A(12)},
+        {"noise in front", at(5, 13, noiseFirst), 100, 1 << 20, true, A(12)},
+        {"fifteen NAKs", at(2, 15, wrongDigit), 100, 1 << 20, true, A(2) + N(15) + A(10)},
+        {"NAK storm", at(2, 99, wrongDigit), 100, 1 << 20, false, A(2) + N(15)},
+        {"office goes silent", nullptr, 5, 1 << 20, false, A(5)},
+        {"EOT lost", nullptr, 12, 1 << 20, false, A(12)},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        TempRoot fresh;
+        DeviceRoot freshDevice(fresh.path());
+        PeerLine peer;
+        peer.chunk = c.chunk;
+        SendingPeer office(peer, twoFilesWithStrayLineFirst());
+        office.mangle = c.mangle;
+        office.stopAfter = c.stopAfter;
+        ScriptedDialogs notes;
+        ManualClock paused;
+        CableChannel cable(
+            freshDevice, notes, paused, [&](int) { return std::make_unique<LineRef>(peer); }, 2);
+        EXPECT_EQ(cable.receive(), c.ok);
+        EXPECT_EQ(office.answers(), c.answers);
+        EXPECT_EQ(notes.asked(), c.ok ? QStringList() : QStringList{kFailed});
+        // Each NAK sent waited 100 ms first; the bad frame that ends the transfer gets none.
+        EXPECT_EQ(paused.sleptMs(), 100 * c.answers.count('N'));
+        if (c.ok) {
+            EXPECT_EQ(fresh.readFile(QStringLiteral("Import/A       .DAT")), kFileA);
+            EXPECT_EQ(fresh.readFile(QStringLiteral("Import/B       .DAT")), kFileB);
+        }
+    }
+}
+
+TEST_F(CableChannelTest, HostileHeaderNamesNeverWriteOutsideImport)
+{
+    const QByteArray names[] = {
+        "..\\..\\x.DAT ",
+        "/etc/passwd ",
+        "../../../x  ",
+        "CON.DAT     ",
+        "com1        ",
+        "LPT1.TXT    ",
+        "NUL         ",
+        "A\x1B"
+        "B.DAT     ",
+        "A\tB.DAT     ",
+        "TOOLONGNAME.",
+        "            ",
+        "..          ",
+        "Import\\x.dat",
+        "C:X.DAT     ",
+    };
+    for (const QByteArray& name : names) {
+        SCOPED_TRACE(name.toStdString());
+        TempRoot fresh;
+        DeviceRoot freshDevice(fresh.path());
+        freshDevice.makeFolder(QStringLiteral("\\Import"));
+        const QMap<QString, QByteArray> before = filesBelow(fresh.path());
+        PeerLine peer;
+        SendingPeer office(peer, {"001ahead of any header\r\n", header(name), "001X\r\n",
+                                  "10A0001001FI 032\r\n", header("GOOD.DAT    "), "001G\r\n"});
+        ScriptedDialogs notes;
+        CableChannel cable(
+            freshDevice, notes, clock, [&](int) { return std::make_unique<LineRef>(peer); }, 2);
+        ASSERT_TRUE(cable.receive());
+        EXPECT_EQ(cable.summary().refusedNames.size(), 1);
+        QMap<QString, QByteArray> after = before;
+        after[QStringLiteral("Import/GOOD.DAT")] = header("GOOD.DAT    ") + "001G\r\n";
+        EXPECT_EQ(filesBelow(fresh.path()), after);
+    }
+}
+
+TEST_F(CableChannelTest, ALinkLeftInImportIsReplacedNotFollowed)
+{
+    const QString outside = root.host(QStringLiteral("outside.txt"));
+    ASSERT_TRUE(QFile::link(outside, root.host(QStringLiteral("Import/EVIL.DAT"))));
+    SendingPeer office(line, {header("EVIL.DAT    "), "001E\r\n"});
+    CableChannel cable = channel();
+    ASSERT_TRUE(cable.receive());
+    EXPECT_FALSE(QFile::exists(outside));
+    EXPECT_FALSE(QFileInfo(root.host(QStringLiteral("Import/EVIL.DAT"))).isSymLink());
+    EXPECT_EQ(root.readFile(QStringLiteral("Import/EVIL.DAT")),
+              header("EVIL.DAT    ") + "001E\r\n");
+}
+
+TEST_F(CableChannelTest, ModemDialogueBeforeSending)
+{
+    const auto silentThen = [](size_t silent, QByteArray reply) {
+        std::vector<QByteArray> replies(silent, QByteArray(""));
+        replies.push_back(std::move(reply));
+        return replies;
+    };
+    const struct {
+        const char* what;
+        QByteArray initReply;
+        std::vector<QByteArray> dialReplies; // one per read after ATDT
+        bool ok;
+        bool dialled;
+    } cases[] = {
+        {"connects", "ATZ\r\r\nOK\r\n", {"ATDT0815\r", "\r\nCONNECT 38400\r\n"}, true, true},
+        {"connects late", "OK", silentThen(29, "CONNECT"), true, true},
+        {"CO split over two reads", "OK", {"\r\nC", "ONNECT\r\n"}, true, true},
+        {"no OK", "ERROR\r\n", {"CONNECT"}, false, false},
+        {"silent modem", "", {"CONNECT"}, false, false},
+        {"no carrier", "OK", {"\r\nNO CARRIER\r\n"}, false, true},
+        {"no CO in 30 rounds", "OK", silentThen(30, "CONNECT"), false, true},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        TempRoot fresh;
+        DeviceRoot freshDevice(fresh.path());
+        fresh.writeFile(QStringLiteral("Export/A.DAT"), kFileA);
+        PeerLine modem;
+        ScriptedDialogs notes;
+        bool connected = false;
+        const std::vector<QByteArray>& replies = c.dialReplies;
+        modem.onWrite = [&](const QByteArray& bytes) {
+            if (bytes == "ATZ\r") {
+                modem.send(c.initReply);
+            } else if (bytes == "ATDT0815\r") {
+                connected = true;
+            } else if (bytes.startsWith("\x16\x16\x01")) {
+                modem.send(QByteArray(1, kAck));
+            }
+        };
+        size_t replyIndex = 0;
+        // After ATDT the modem's replies come one per read (an empty one is a silent read); after
+        // them the office asks.
+        struct DialLine final : SerialLine {
+            PeerLine& inner;
+            std::function<QByteArray()> nextReply;
+            DialLine(PeerLine& l, std::function<QByteArray()> next)
+                : inner(l)
+                , nextReply(std::move(next))
+            {
+            }
+            bool write(QByteArrayView b) override { return inner.write(b); }
+            QByteArray read(int max, int wait) override
+            {
+                inner.send(nextReply());
+                return inner.read(max, wait);
+            }
+        };
+        DialLine dialLine(modem, [&]() -> QByteArray {
+            if (!connected)
+                return {};
+            if (replyIndex < replies.size())
+                return replies[replyIndex++];
+            if (replyIndex++ == replies.size())
+                return QByteArray(1, kEnq);
+            return {};
+        });
+        CableChannel cable(
+            freshDevice, notes, clock, [&](int) { return std::make_unique<LineRef>(dialLine); }, 1);
+        cable.dialFirst({QStringLiteral("ATZ"), QStringLiteral("0815")});
+        EXPECT_EQ(cable.send(), c.ok);
+        EXPECT_EQ(modem.written().first(), "ATZ\r");
+        EXPECT_EQ(modem.written().contains("ATDT0815\r"), c.dialled);
+        EXPECT_EQ(notes.asked(), c.ok ? QStringList() : QStringList{kFailed});
+        EXPECT_EQ(modem.written().last() == QByteArray(1, kEot), c.ok);
+        QStringList shown;
+        for (const auto& m : notes.messages()) {
+            if (m.kind == ScriptedDialogs::Kind::Info && m.showCommand == MessageDialogs::Show)
+                shown << m.lines.first();
+        }
+        EXPECT_TRUE(shown.contains(QStringLiteral("Initialisiere Modem...")));
+        EXPECT_EQ(shown.contains(QStringLiteral("0815 ...")), c.dialled);
+    }
+}
+
+TEST_F(CableChannelTest, ReceiveNeverDials)
+{
+    SendingPeer office(line, {header("A.DAT       "), "001A\r\n"});
+    CableChannel cable = channel();
+    cable.dialFirst({QStringLiteral("ATZ"), QStringLiteral("0815")});
+    ASSERT_TRUE(cable.receive());
+    EXPECT_FALSE(line.allWritten().contains("AT"));
+}
+
+QList<TranscriptEntry> loadTranscript(const char* name)
+{
+    QFile file(QStringLiteral(BROVANT_SOURCE_DIR "/tests/transfer/data/")
+               + QLatin1StringView(name));
+    QList<TranscriptEntry> entries;
+    QString error;
+    if (!file.open(QIODevice::ReadOnly) || !transcript::parse(file.readAll(), entries, &error))
+        ADD_FAILURE() << name << ": " << error.toStdString();
+    return entries;
+}
+
+QByteArray dataFile(const char* name)
+{
+    QFile file(QStringLiteral(BROVANT_SOURCE_DIR "/tests/transfer/data/")
+               + QLatin1StringView(name));
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+TEST_F(CableChannelTest, ReplaysARecordedReceive)
+{
+    ReplayLine replay(loadTranscript("office-send.transcript"));
+    CableChannel cable(
+        device, dialogs, clock, [&](int) { return std::make_unique<LineRef>(replay); }, 3);
+    ASSERT_TRUE(cable.receive());
+    EXPECT_EQ(replay.strayedAt(), -1);
+    EXPECT_EQ(filesBelow(root.host(QStringLiteral("Import"))),
+              (QMap<QString, QByteArray>{{"4711    .DAT", dataFile("4711.DAT")},
+                                         {"MÜHLE   .DAT", dataFile("MUEHLE.DAT")}}));
+}
+
+TEST_F(CableChannelTest, ReplaysARecordedSend)
+{
+    root.writeFile(QStringLiteral("Export/4711    .DAT"), dataFile("4711.DAT"));
+    root.writeFile(QStringLiteral("Export/MÜHLE   .DAT"), dataFile("MUEHLE.DAT"));
+    ReplayLine replay(loadTranscript("office-receive.transcript"));
+    CableChannel cable(
+        device, dialogs, clock, [&](int) { return std::make_unique<LineRef>(replay); }, 3);
+    ASSERT_TRUE(cable.send());
+    EXPECT_EQ(replay.strayedAt(), -1);
+}
+
+TEST(Transcript, EscapesEveryByteAndReadsItBack)
+{
+    QByteArray all;
+    for (int b = 0; b < 256; ++b)
+        all += char(b);
+    all += "  <x> ";
+    const QList<TranscriptEntry> entries{{true, all}, {false, "\x16\x16\x01TD01\x02 a b \x03"}};
+    QList<TranscriptEntry> back;
+    ASSERT_TRUE(
+        transcript::parse(transcript::format(entries, QStringLiteral("c\nd")), back, nullptr));
+    EXPECT_EQ(back, entries);
+    EXPECT_FALSE(transcript::parse("X <SYN>\n", back, nullptr));
+    EXPECT_FALSE(transcript::parse("D <SYX>\n", back, nullptr));
+}
+
+} // namespace
+} // namespace brovant::test

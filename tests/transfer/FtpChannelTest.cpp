@@ -1,0 +1,518 @@
+#include "transfer/FtpChannel.h"
+
+#include "masterdata/SettingsStore.h"
+#include "platform/DeviceRoot.h"
+#include "platform/MessageDialogs.h"
+#include "platform/Profile.h"
+#include "platform/Registry.h"
+#include "support/TempRoot.h"
+#include "transfer/FtpTestServer.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QSaveFile>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <map>
+
+#include <sys/stat.h>
+
+using namespace brovant;
+using brovant::test::FtpTestServer;
+using brovant::test::TempRoot;
+
+namespace {
+
+const QString kScript = QStringLiteral(BROVANT_SOURCE_DIR "/tests/transfer/ftp_server.py");
+using Files = std::map<QString, QByteArray>;
+
+// Everything but the bytes 0..255 in a row and CR LF pairs would survive an ASCII transfer.
+QByteArray binaryBytes()
+{
+    QByteArray bytes = "Kopf;1;\r\nZeile;2;\r\n";
+    for (int i = 0; i < 256; ++i)
+        bytes += char(i);
+    return bytes;
+}
+
+class RecordingDialer final : public Dialer {
+public:
+    explicit RecordingDialer(QStringList& events)
+        : m_events(events)
+    {
+    }
+    void dial(const QString& entry) override { m_events << "dial " + entry; }
+    void hangUp(const QString& entry) override { m_events << "hangUp " + entry; }
+
+private:
+    QStringList& m_events;
+};
+
+class WatchedDialogs final : public ScriptedDialogs {
+public:
+    explicit WatchedDialogs(QStringList& events)
+        : m_events(events)
+    {
+    }
+    std::function<void(double)> onProgress;
+
+    void notice(const QString& line1, const QString& line2, const QString& line3,
+                const QString& caption, bool sound) override
+    {
+        m_events << "notice";
+        ScriptedDialogs::notice(line1, line2, line3, caption, sound);
+    }
+    void progress(double percent) override
+    {
+        ScriptedDialogs::progress(percent);
+        if (onProgress)
+            onProgress(percent);
+    }
+
+    // The information window's lines as shown, "-" where it was hidden.
+    QStringList infoLines() const
+    {
+        QStringList lines;
+        for (const Message& m : messages()) {
+            if (m.kind == Kind::Info)
+                lines << (m.showCommand == Hide ? QStringLiteral("-") : m.lines.first());
+        }
+        return lines;
+    }
+
+private:
+    QStringList& m_events;
+};
+
+Files filesIn(const QString& folder)
+{
+    Files files;
+    const QDir dir(folder);
+    for (const QString& name : dir.entryList(QDir::Files | QDir::Hidden)) {
+        QFile f(dir.filePath(name));
+        EXPECT_TRUE(f.open(QIODevice::ReadOnly)) << name.toStdString();
+        files[name] = f.readAll();
+    }
+    return files;
+}
+
+void writeHostFile(const QString& path, const QByteArray& bytes)
+{
+    QDir().mkpath(QFileInfo(path).path());
+    QFile f(path);
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly) && f.write(bytes) == bytes.size())
+        << path.toStdString();
+}
+
+class FtpChannelTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        QString why;
+        ASSERT_TRUE(server.start(kScript, SettingsStore::defaultText(Setting::FtpName),
+                                 SettingsStore::defaultText(Setting::FtpPassword), why))
+            << why.toStdString();
+        ASSERT_TRUE(QDir().mkpath(server.path("data")));
+        store.writeText(Setting::FtpServer, 0, server.address());
+    }
+
+    bool send() { return channel().send(); }
+    bool fetch() { return channel().fetchConfiguration(); }
+    FtpChannel channel()
+    {
+        return FtpChannel(device, store, dialogs, &dialer, FtpChannel::Timeouts{2, 2, 1});
+    }
+    void clearRecords()
+    {
+        events.clear();
+        dialogs.clear();
+    }
+
+    FtpTestServer server;
+    TempRoot root;
+    DeviceRoot device{root.path()};
+    Registry registry{root.host("Registry")};
+    Profile profile{registry};
+    SettingsStore store{profile};
+    QStringList events;
+    RecordingDialer dialer{events};
+    WatchedDialogs dialogs{events};
+};
+
+const QStringList kDialledClean{"dial GPRS", "hangUp GPRS"};
+const QStringList kDialledNotice{"dial GPRS", "notice", "hangUp GPRS"};
+
+TEST(FtpServerSetting, ParsesHostPortAndTls)
+{
+    const struct {
+        const char* setting;
+        std::optional<FtpServer> expected;
+    } cases[] = {
+        {"ftp.example.com", FtpServer{"ftp.example.com", 21, false}},
+        {"  ftp.example.com  ", FtpServer{"ftp.example.com", 21, false}},
+        {"ftp.example.com:2121", FtpServer{"ftp.example.com", 2121, false}},
+        {"127.0.0.1:65535", FtpServer{"127.0.0.1", 65535, false}},
+        {"ftp://ftp.example.com/", FtpServer{"ftp.example.com", 21, false}},
+        {"ftps://ftp.example.com", FtpServer{"ftp.example.com", 21, true}},
+        {"FTPS://ftp.example.com:990", FtpServer{"ftp.example.com", 990, true}},
+        {"[::1]:2121", FtpServer{"::1", 2121, false}},
+        {"[fe80::1]", FtpServer{"fe80::1", 21, false}},
+        {"::1", FtpServer{"::1", 21, false}},
+        {"", std::nullopt},
+        {"ftps://", std::nullopt},
+        {":21", std::nullopt},
+        {"host:", std::nullopt},
+        {"host:0", std::nullopt},
+        {"host:65536", std::nullopt},
+        {"host:21x", std::nullopt},
+        {"host:+21", std::nullopt},
+        {"host: 21", std::nullopt},
+        {"sftp://host", std::nullopt},
+        {"host/data", std::nullopt},
+        {"user@host", std::nullopt},
+        {"[::1", std::nullopt},
+        {"[::1]x", std::nullopt},
+        {"[host]:21", std::nullopt},
+        {"ho st", std::nullopt},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.setting);
+        const std::optional<FtpServer> parsed = FtpServer::parse(QString::fromUtf8(c.setting));
+        ASSERT_EQ(parsed.has_value(), c.expected.has_value());
+        if (parsed) {
+            EXPECT_EQ(parsed->host.toStdString(), c.expected->host.toStdString());
+            EXPECT_EQ(parsed->port, c.expected->port);
+            EXPECT_EQ(parsed->tls, c.expected->tls);
+        }
+    }
+    EXPECT_EQ(FtpServer::parse("[::1]:2121")->baseUrl(), "ftp://[::1]:2121/");
+    EXPECT_EQ(FtpServer::parse("ftps://h")->baseUrl(), "ftp://h:21/");
+}
+
+TEST_F(FtpChannelTest, SendsEveryExportFileButTheMarker)
+{
+    const struct {
+        const char* label;
+        Files exported;
+        QStringList subfolders;
+        QStringList shown; // "Sende: " lines, in directory order
+    } cases[] = {
+        {"several files",
+         {{"L0002.DAT", "2;Fichte;\r\n"},
+          {"L0001.DAT", binaryBytes()},
+          {"kopf.txt", QByteArray(70000, 'k')},
+          {"LEER.DAT", {}}},
+         {},
+         {"kopf.txt", "L0001.DAT", "L0002.DAT", "LEER.DAT"}},
+        {"marker left over",
+         {{"export.tmp", {}}, {"L0001.DAT", "1;\r\n"}},
+         {},
+         {"export.tmp", "L0001.DAT"}},
+        {"marker in capitals", {{"EXPORT.TMP", "x"}}, {}, {"EXPORT.TMP"}},
+        {"nothing to send", {}, {}, {}},
+        {"folders are not files", {{"L0001.DAT", "1;\r\n"}}, {"ALT"}, {"L0001.DAT"}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.label);
+        QDir(root.host("Export")).removeRecursively();
+        QDir(server.path("data")).removeRecursively();
+        ASSERT_TRUE(QDir().mkpath(server.path("data")));
+        ASSERT_TRUE(QDir().mkpath(root.host("Export")));
+        Files expected;
+        for (const auto& [name, bytes] : c.exported) {
+            writeHostFile(root.host("Export/" + name), bytes);
+            if (name.compare("export.tmp", Qt::CaseInsensitive) != 0)
+                expected[name] = bytes;
+        }
+        for (const QString& folder : c.subfolders)
+            writeHostFile(root.host("Export/" + folder + "/INNEN.DAT"), "innen");
+        clearRecords();
+
+        EXPECT_TRUE(send());
+        EXPECT_EQ(filesIn(server.path("data")), expected);
+        EXPECT_TRUE(
+            QDir(server.path("data")).entryList(QDir::Dirs | QDir::NoDotAndDotDot).isEmpty());
+        // Nothing is deleted locally: the next export empties the folder.
+        EXPECT_EQ(filesIn(root.host("Export")), c.exported);
+        EXPECT_TRUE(dialogs.asked().isEmpty()) << dialogs.asked().join('\n').toStdString();
+        EXPECT_EQ(events, kDialledClean);
+
+        QStringList info{"Verbinden..."};
+        for (const QString& name : c.shown)
+            info << "Sende: " + name;
+        info << "-";
+        EXPECT_EQ(dialogs.infoLines(), info);
+        const std::vector<double> progress = dialogs.progressValues();
+        ASSERT_FALSE(progress.empty());
+        EXPECT_EQ(progress.front(), 0);
+        EXPECT_TRUE(std::is_sorted(progress.begin(), progress.end()));
+        qsizetype bytes = 0;
+        for (const auto& [name, content] : expected)
+            bytes += content.size();
+        EXPECT_EQ(progress.back(), bytes > 0 ? 100 : 0);
+    }
+}
+
+TEST_F(FtpChannelTest, SendsToAnAbsoluteFolderAndNamesWithSpaces)
+{
+    store.writeText(Setting::FtpDirectory, 0, "/eingang/wald 1");
+    ASSERT_TRUE(QDir().mkpath(server.path("eingang/wald 1")));
+    writeHostFile(root.host("Export/Liste 7.DAT"), "7;\r\n");
+    EXPECT_TRUE(send());
+    EXPECT_EQ(filesIn(server.path("eingang/wald 1")), (Files{{"Liste 7.DAT", "7;\r\n"}}));
+}
+
+TEST_F(FtpChannelTest, FailedPutNamesTheCutRemotePathAndKeepsWhatWasSent)
+{
+    writeHostFile(root.host("Export/L0001.DAT"), "1;\r\n");
+    writeHostFile(root.host("Export/L0002.DAT"), "2;\r\n");
+    writeHostFile(root.host("Export/L0003.DAT"), "3;\r\n");
+
+    store.writeText(Setting::FtpDirectory, 0, "fehlender_ordner");
+    EXPECT_FALSE(send());
+    EXPECT_EQ(dialogs.asked(), QStringList{"Fehler!|FtpPutFile|fehlender_ordner/L0001.DA"});
+    EXPECT_EQ(dialogs.infoLines(), (QStringList{"Verbinden...", "Sende: L0001.DAT", "-"}));
+    EXPECT_EQ(events, kDialledNotice);
+
+    // The server refuses the second file (a folder stands in its place): the first stays there,
+    // the third is never tried.
+    store.writeText(Setting::FtpDirectory, 0, "data");
+    ASSERT_TRUE(QDir().mkpath(server.path("data/L0002.DAT")));
+    clearRecords();
+    EXPECT_FALSE(send());
+    EXPECT_EQ(dialogs.asked(), QStringList{"Fehler!|FtpPutFile|data/L0002.DAT"});
+    EXPECT_EQ(filesIn(server.path("data")), (Files{{"L0001.DAT", "1;\r\n"}}));
+    EXPECT_EQ(events, kDialledNotice);
+}
+
+TEST_F(FtpChannelTest, ConnectionFailuresShowTheErrorNumber)
+{
+    writeHostFile(root.host("Export/L0001.DAT"), "1;\r\n");
+    FtpTestServer gone;
+    QString why;
+    ASSERT_TRUE(gone.start(kScript, "x", "y", why)) << why.toStdString();
+    gone.stop();
+
+    const struct {
+        const char* label;
+        QString server;
+        QString password;
+        const char* notice;
+    } cases[] = {
+        {"wrong password", server.address(), "falsch", "Fehler!|Fehler:67|"},
+        {"nobody listens", gone.address(), {}, "Fehler!|Fehler:7|"},
+        {"server without TLS", "ftps://" + server.address(), {}, "Fehler!|Fehler:64|"},
+        {"unusable setting", "127.0.0.1:99999", {}, "Fehler!|Fehler:3|"},
+    };
+    for (const auto& c : cases) {
+        for (const bool sending : {true, false}) {
+            SCOPED_TRACE(std::string(c.label) + (sending ? " / send" : " / fetch"));
+            store.writeText(Setting::FtpServer, 0, c.server);
+            store.writeText(Setting::FtpPassword, 0,
+                            c.password.isEmpty() ? SettingsStore::defaultText(Setting::FtpPassword)
+                                                 : c.password);
+            writeHostFile(root.host("Import/ALT.DAT"), "alt");
+            clearRecords();
+            QElapsedTimer timer;
+            timer.start();
+            EXPECT_FALSE(sending ? send() : fetch());
+            EXPECT_LT(timer.elapsed(), 5000);
+            EXPECT_EQ(dialogs.asked(), QStringList{c.notice});
+            EXPECT_EQ(dialogs.infoLines(), (QStringList{"Verbinden...", "-"}));
+            EXPECT_EQ(events, kDialledNotice);
+            EXPECT_TRUE(filesIn(server.path("data")).empty());
+            // A fetch empties "\Import" before it connects.
+            EXPECT_EQ(filesIn(root.host("Import")).empty(), !sending);
+        }
+    }
+}
+
+TEST_F(FtpChannelTest, FetchTakesCapitalsFirstThenSmallLetters)
+{
+    const QByteArray upper = binaryBytes() + "GROSS";
+    const QByteArray lower = "klein;\r\n";
+    const struct {
+        const char* label;
+        Files onServer;
+        QByteArray expected; // empty: the fetch fails
+    } cases[] = {
+        {"capitals", {{"STAMM.DAT", upper}}, upper},
+        {"small letters only", {{"stamm.dat", lower}}, lower},
+        {"both", {{"STAMM.DAT", upper}, {"stamm.dat", lower}}, upper},
+        {"other spelling", {{"Stamm.dat", lower}}, {}},
+        {"none", {{"STAMM.DA", lower}}, {}},
+    };
+    // Sending and fetching have their own folders.
+    store.writeText(Setting::FtpDirectory2, 0, "konfig");
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.label);
+        QDir(server.path("konfig")).removeRecursively();
+        for (const auto& [name, bytes] : c.onServer)
+            writeHostFile(server.path("konfig/" + name), bytes);
+        writeHostFile(server.path("data/STAMM.DAT"), "falscher Ordner");
+        writeHostFile(root.host("Import/STAMM.DAT"), "alte Konfiguration");
+        writeHostFile(root.host("Import/L0001.DAT"), "alt");
+        clearRecords();
+
+        const bool fetched = fetch();
+        EXPECT_EQ(fetched, !c.expected.isEmpty());
+        const Files imported = c.expected.isEmpty() ? Files{} : Files{{"STAMM.DAT", c.expected}};
+        EXPECT_EQ(filesIn(root.host("Import")), imported);
+        EXPECT_EQ(dialogs.asked(), c.expected.isEmpty()
+                                       ? QStringList{"'STAMM.DAT' oder 'stamm.dat'|"
+                                                     "konnte nicht vom FTP-Server|"
+                                                     "geladen werden!"}
+                                       : QStringList{});
+        EXPECT_EQ(dialogs.infoLines(), (QStringList{"Verbinden...", "-"}));
+        EXPECT_EQ(events, c.expected.isEmpty() ? kDialledNotice : kDialledClean);
+    }
+}
+
+// A server that vanishes or falls silent during a big file ends in the notice within seconds,
+// and a fetch leaves no half configuration behind.
+TEST_F(FtpChannelTest, ServerLostMidTransferEndsInTheNotice)
+{
+    const QByteArray big(32 << 20, 'b');
+    writeHostFile(root.host("Export/GROSS.DAT"), big);
+    writeHostFile(server.path("data/STAMM.DAT"), big);
+
+    const struct {
+        const char* label;
+        bool sending;
+        bool freeze;
+        const char* notice;
+    } cases[] = {
+        {"send, server killed", true, false, "Fehler!|FtpPutFile|data/GROSS.DAT"},
+        {"send, server silent", true, true, "Fehler!|FtpPutFile|data/GROSS.DAT"},
+        {"fetch, server killed", false, false,
+         "'STAMM.DAT' oder 'stamm.dat'|konnte nicht vom FTP-Server|geladen werden!"},
+        {"fetch, server silent", false, true,
+         "'STAMM.DAT' oder 'stamm.dat'|konnte nicht vom FTP-Server|geladen werden!"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.label);
+        FtpTestServer lost;
+        QString why;
+        ASSERT_TRUE(lost.start(kScript, SettingsStore::defaultText(Setting::FtpName),
+                               SettingsStore::defaultText(Setting::FtpPassword), why))
+            << why.toStdString();
+        writeHostFile(lost.path("data/STAMM.DAT"), big);
+        store.writeText(Setting::FtpServer, 0, lost.address());
+        clearRecords();
+        dialogs.onProgress = [&](double percent) {
+            if (percent >= 1)
+                c.freeze ? lost.freeze() : lost.stop();
+        };
+
+        QElapsedTimer timer;
+        timer.start();
+        EXPECT_FALSE(c.sending ? send() : fetch());
+        dialogs.onProgress = nullptr;
+        EXPECT_LT(timer.elapsed(), 8000);
+        EXPECT_EQ(dialogs.asked(), QStringList{c.notice});
+        EXPECT_EQ(events, kDialledNotice);
+        const std::vector<double> progress = dialogs.progressValues();
+        ASSERT_GE(progress.size(), 2u);
+        EXPECT_LT(progress.back(), 100);
+        if (!c.sending) {
+            EXPECT_TRUE(QDir(root.host("Import")).entryList(QDir::Files | QDir::Hidden).isEmpty());
+        }
+    }
+}
+
+TEST_F(FtpChannelTest, CredentialsComeFromAnOwnerOnlyHive)
+{
+    // Characters that would break a URL must reach the server untouched.
+    const QString name = QString::fromUtf8("förster");
+    const QString password = QString::fromUtf8("p@ss:wört/#?");
+    FtpTestServer own;
+    QString why;
+    ASSERT_TRUE(own.start(kScript, name, password, why)) << why.toStdString();
+    ASSERT_TRUE(QDir().mkpath(own.path("data")));
+
+    const mode_t oldMask = ::umask(0);
+    store.writeText(Setting::FtpServer, 0, own.address());
+    store.writeText(Setting::FtpName, 0, name);
+    store.writeText(Setting::FtpPassword, 0, password);
+    EXPECT_TRUE(registry.setDword(Hive::LocalMachine, "ControlPanel\\Backlight", "Level", 3));
+    ::umask(oldMask);
+    for (const char* hive : {"HKEY_CURRENT_USER.reg", "HKEY_LOCAL_MACHINE.reg"}) {
+        struct stat info {};
+        ASSERT_EQ(::stat(QFile::encodeName(root.host("Registry/") + hive).constData(), &info), 0);
+        EXPECT_EQ(info.st_mode & 07777, 0600u) << hive;
+    }
+
+    // What the channel reads is what a later session finds in the hive file.
+    Registry reopened(root.host("Registry"));
+    Profile reopenedProfile(reopened);
+    SettingsStore reopenedStore(reopenedProfile);
+    EXPECT_EQ(reopenedStore.readText(Setting::FtpPassword), password);
+    writeHostFile(root.host("Export/L0001.DAT"), "1;\r\n");
+    EXPECT_TRUE(FtpChannel(device, reopenedStore, dialogs, &dialer).send())
+        << dialogs.asked().join('\n').toStdString();
+    EXPECT_EQ(filesIn(own.path("data")), (Files{{"L0001.DAT", "1;\r\n"}}));
+}
+
+// A stand-in nmcli on the PATH records how it is called and reports the state it is given.
+TEST(NetworkManagerDialer, DialsOnlyWhereNetworkManagerRuns)
+{
+    const struct {
+        const char* label;
+        bool installed;
+        const char* state;
+        QStringList calls;
+    } cases[] = {
+        {"running",
+         true,
+         "running",
+         {"-t -f RUNNING general", "--wait 30 connection up id GPRS", "connection down id GPRS"}},
+        {"not running", true, "stopped", {"-t -f RUNNING general"}},
+        {"no nmcli", false, "running", {}},
+    };
+    const QByteArray oldPath = qgetenv("PATH");
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.label);
+        TempRoot bin;
+        if (c.installed) {
+            writeHostFile(bin.host("nmcli"), "#!/bin/sh\n"
+                                             "echo \"$*\" >> \"$FAKE_NMCLI_LOG\"\n"
+                                             "[ \"$1\" = -t ] && echo \"$FAKE_NMCLI_STATE\"\n"
+                                             "exit 0\n");
+            ASSERT_TRUE(QFile::setPermissions(
+                bin.host("nmcli"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+        }
+        qputenv("PATH", bin.path().toLocal8Bit());
+        qputenv("FAKE_NMCLI_LOG", bin.host("calls.log").toLocal8Bit());
+        qputenv("FAKE_NMCLI_STATE", c.state);
+        NetworkManagerDialer dialer;
+        dialer.dial("GPRS");
+        dialer.hangUp("GPRS");
+        // A second hang-up without dialling does nothing.
+        dialer.hangUp("GPRS");
+        qputenv("PATH", oldPath);
+        const QString log = QString::fromLocal8Bit(bin.readFile("calls.log"));
+        EXPECT_EQ(log.split(u'\n', Qt::SkipEmptyParts), c.calls);
+    }
+    qunsetenv("FAKE_NMCLI_LOG");
+    qunsetenv("FAKE_NMCLI_STATE");
+}
+
+TEST(FtpRegistryHive, AnOlderOpenHiveBecomesOwnerOnlyOnItsNextSave)
+{
+    TempRoot root;
+    const QString file = root.host("Registry/HKEY_CURRENT_USER.reg");
+    writeHostFile(file, "Windows Registry Editor Version 5.00\n");
+    ASSERT_TRUE(QFile::setPermissions(file, QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup
+                                                | QFile::ReadOther));
+    Registry registry(root.host("Registry"));
+    ASSERT_TRUE(registry.setString(Hive::CurrentUser, "Software\\NORVA\\Brovant\\FTP", "Password",
+                                   "geheim"));
+    struct stat info {};
+    ASSERT_EQ(::stat(QFile::encodeName(file).constData(), &info), 0);
+    EXPECT_EQ(info.st_mode & 07777, 0600u);
+}
+
+} // namespace

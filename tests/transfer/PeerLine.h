@@ -1,0 +1,133 @@
+// Serial line doubles for the transfer tests: a line whose far end is the test itself.
+#pragma once
+
+#include "transfer/SerialFrames.h"
+#include "transfer/SerialLine.h"
+
+#include <QList>
+
+#include <functional>
+#include <limits>
+#include <memory>
+#include <vector>
+
+#include <ostream>
+
+// Bytes in failure messages as text with escapes, not as a list of chars.
+inline void PrintTo(const QByteArray& bytes, std::ostream* os)
+{
+    *os << '"' << bytes.toPercentEncoding(" !#$&'()*+,-./:;=?@[]^_`{|}~<>").constData() << '"';
+}
+
+namespace brovant::test {
+
+// Every write of the device goes to `onWrite`, which answers by queueing bytes with send();
+// reads hand the queue out, at most `chunk` bytes at a time; an empty queue is silence.
+class PeerLine final : public SerialLine {
+public:
+    std::function<void(const QByteArray&)> onWrite;
+    int chunk = std::numeric_limits<int>::max();
+
+    void send(QByteArrayView bytes) { m_queue.append(bytes); }
+
+    bool write(QByteArrayView bytes) override
+    {
+        m_written.append(bytes.toByteArray());
+        if (onWrite)
+            onWrite(bytes.toByteArray());
+        return true;
+    }
+
+    QByteArray read(int maxBytes, int waitMs) override
+    {
+        m_waits.push_back(waitMs);
+        const int n = std::min<qsizetype>({qsizetype(maxBytes), qsizetype(chunk), m_queue.size()});
+        QByteArray out = m_queue.first(n);
+        m_queue.remove(0, n);
+        return out;
+    }
+
+    const QList<QByteArray>& written() const { return m_written; }
+    QByteArray allWritten() const { return m_written.join(); }
+    const std::vector<int>& waits() const { return m_waits; }
+
+private:
+    QByteArray m_queue;
+    QList<QByteArray> m_written;
+    std::vector<int> m_waits;
+};
+
+// Hands a line the test keeps to a channel that wants to own one.
+class LineRef final : public SerialLine {
+public:
+    explicit LineRef(SerialLine& line)
+        : m_line(line)
+    {
+    }
+    bool write(QByteArrayView bytes) override { return m_line.write(bytes); }
+    QByteArray read(int maxBytes, int waitMs) override { return m_line.read(maxBytes, waitMs); }
+
+private:
+    SerialLine& m_line;
+};
+
+// The office sending to the device: the first ENQ gets frame 1, an ACK the next frame, a NAK the
+// same frame again, and EOT follows the last. `mangle` may spoil a frame on its way; `stopAfter`
+// lines the peer goes silent. The device's answers are kept as "A" and "N".
+class SendingPeer {
+public:
+    SendingPeer(PeerLine& line, const QList<QByteArray>& lines)
+        : m_line(line)
+    {
+        quint64 number = 1;
+        for (const QByteArray& text : lines)
+            m_frames.append(frames::build(text, number++));
+        line.onWrite = [this](const QByteArray& bytes) {
+            heard(bytes);
+        };
+    }
+
+    std::function<QByteArray(int index, int attempt, const QByteArray& frame)> mangle;
+    int stopAfter = std::numeric_limits<int>::max();
+
+    const QByteArray& answers() const { return m_answers; }
+
+private:
+    void heard(const QByteArray& bytes)
+    {
+        if (bytes.contains(frames::kEnq) && !m_started) {
+            m_started = true;
+            sendCurrent();
+        } else if (m_started && bytes.contains(frames::kAck)) {
+            m_answers += 'A';
+            ++m_index;
+            m_attempt = 0;
+            sendCurrent();
+        } else if (m_started && bytes.contains(frames::kNak)) {
+            m_answers += 'N';
+            ++m_attempt;
+            sendCurrent();
+        }
+    }
+
+    void sendCurrent()
+    {
+        if (m_index >= stopAfter)
+            return;
+        if (m_index >= m_frames.size()) {
+            m_line.send(QByteArray(1, frames::kEot));
+            return;
+        }
+        const QByteArray& frame = m_frames[m_index];
+        m_line.send(mangle ? mangle(int(m_index), m_attempt, frame) : frame);
+    }
+
+    PeerLine& m_line;
+    QList<QByteArray> m_frames;
+    qsizetype m_index = 0;
+    int m_attempt = 0;
+    bool m_started = false;
+    QByteArray m_answers;
+};
+
+} // namespace brovant::test

@@ -1,0 +1,215 @@
+// Frames byte by byte, taken apart, gathered from a line, and the names a header may give.
+#include "transfer/SerialFrames.h"
+
+#include <gtest/gtest.h>
+
+namespace brovant::test {
+namespace {
+
+using namespace frames;
+
+QByteArray bytes(const char* text)
+{
+    return QByteArray(text);
+}
+
+// Frame bytes written out by hand: SYN SYN SOH, body, checksum digits, CR LF DEL NUL.
+QByteArray framed(QByteArrayView typeDigit, QByteArrayView rest, const char* checksum)
+{
+    return QByteArray("\x16\x16\x01") + typeDigit.toByteArray() + '\x02' + rest.toByteArray()
+           + '\x03' + checksum + QByteArray("\r\n\x7f\0", 4);
+}
+
+struct FrameCase {
+    const char* what;
+    QByteArray line;
+    quint64 number;
+    QByteArray expected;
+};
+
+TEST(SerialFrames, BuildsFramesByteByByte)
+{
+    const FrameCase cases[] = {
+        {"header line", bytes("TD0AB      .DATQuendrax     0Brovant_V300_D\r\n"), 1,
+         framed("TD01", "AB      .DATQuendrax     0Brovant_V300_D", "28")},
+        {"record type only", bytes("001\r\n"), 1, framed("0011", "", "C8")},
+        {"bytes summing to 0x1FF", bytes("001~~;\r\n"), 1, framed("0011", "~~;", "FF")},
+        {"line 9 carries 9, 0xFF ends the line",
+         bytes("REGab\xFF"
+               "cd\r\n"),
+         9, framed("REG9", "ab", "E0")},
+        {"line 10 carries 0, high bytes add in", bytes("10A\xC4\xD6\xDC 12\r\n"), 10,
+         framed("10A0", "\xC4\xD6\xDC 12", "D1")},
+        {"a CR inside the line stays", bytes("001a\rb\r\n"), 12, framed("0012", "a\rb", "99")},
+        {"LF alone ends a line the same", bytes("001a\rb\n"), 2, framed("0012", "a\rb", "99")},
+        {"empty line padded to a record type", bytes("\r\n"), 3, framed("   3", "", "99")},
+        {"last line without its LF", bytes("712XY"), 4, framed("7124", "XY", "85")},
+        {"NUL ends the line", QByteArray("712XY\0ZZ\r\n", 10), 24, framed("7124", "XY", "85")},
+    };
+    for (const FrameCase& c : cases)
+        EXPECT_EQ(build(c.line, c.number).toHex(' '), c.expected.toHex(' ')) << c.what;
+}
+
+TEST(SerialFrames, ReadsLinesAsTheDeviceDoes)
+{
+    const QByteArray longLine = QByteArray(2500, 'x') + "\r\n";
+    const QList<QByteArray> cases[] = {
+        fileLines("TD0a\r\n001b\r\nREG"),
+        fileLines(longLine),
+        fileLines(""),
+        fileLines("\n\n"),
+    };
+    EXPECT_EQ(cases[0], (QList<QByteArray>{"TD0a\r\n", "001b\r\n", "REG"}));
+    EXPECT_EQ(cases[1], (QList<QByteArray>{QByteArray(1000, 'x'), QByteArray(1000, 'x'),
+                                           QByteArray(500, 'x') + "\r\n"}));
+    EXPECT_TRUE(cases[2].isEmpty());
+    EXPECT_EQ(cases[3], (QList<QByteArray>{"\n", "\n"}));
+}
+
+struct TakeApartCase {
+    const char* what;
+    QByteArray frame;
+    std::optional<char> digit;
+    QByteArray payload;
+    bool complete;
+    bool checksumMatches;
+};
+
+TEST(SerialFrames, TakesFramesApart)
+{
+    const QByteArray good = framed("0013", "abc", "F0");
+    const TakeApartCase cases[] = {
+        {"a whole frame", good, '3', "001abc", true, true},
+        {"a built frame", build("TD0AB      .DATQ\r\n", 7), '7', "TD0AB      .DATQ", true, true},
+        {"no SOH: no digit", QByteArray(good).remove(2, 1), std::nullopt, "0013abc", true, false},
+        {"no ETX: payload runs on", QByteArray(good).remove(11, 1), '3',
+         QByteArray("001abcF0\r\n\0", 11), false, false},
+        {"one checksum digit wrong", QByteArray(good).replace(13, 1, "D"), '3', "001abc", true,
+         false},
+        {"a payload byte lost", QByteArray(good).remove(9, 1), '3', "001ac", true, false},
+        {"lower-case checksum", QByteArray(good).replace(12, 2, "f0"), '3', "001abc", true, false},
+        {"cut after ETX", good.first(12), '3', "001abc", true, false},
+        {"noise in front is payload", "zz" + good, '3', "zz001abc", true, true},
+        {"cut before the digit", good.first(5), std::nullopt, "00", false, false},
+    };
+    for (const TakeApartCase& c : cases) {
+        const Received r = takeApart(c.frame);
+        EXPECT_EQ(r.digit, c.digit) << c.what;
+        EXPECT_EQ(r.payload.toHex(' '), c.payload.toHex(' ')) << c.what;
+        EXPECT_EQ(r.complete, c.complete) << c.what;
+        EXPECT_EQ(r.checksumMatches, c.checksumMatches) << c.what;
+    }
+}
+
+TEST(SerialFrames, CollectorCutsTheLineIntoSteps)
+{
+    const QByteArray one = build("001one\r\n", 1);
+    const QByteArray two = build("002two\r\n", 2);
+
+    Collector pieces;
+    pieces.append(one.first(4));
+    EXPECT_FALSE(pieces.next());
+    pieces.append(one.sliced(4, 8));
+    EXPECT_FALSE(pieces.next());
+    pieces.append(one.sliced(12));
+    EXPECT_EQ(pieces.next(), one.sliced(2)); // from SOH, trailer included
+    EXPECT_TRUE(pieces.isEmpty());
+
+    Collector noisy;
+    noisy.append(QByteArray("\xFF\x00garbage", 9) + two + QByteArray("\x04", 1));
+    const std::optional<QByteArray> step = noisy.next();
+    ASSERT_TRUE(step);
+    EXPECT_EQ(takeApart(*step).payload, "002two");
+    EXPECT_TRUE(takeApart(*step).checksumMatches);
+    EXPECT_EQ(noisy.next(), QByteArray("\x04"));
+    EXPECT_FALSE(noisy.next());
+
+    Collector late; // the trailer of the last frame arrives with the EOT
+    late.append(one.first(one.size() - 4));
+    EXPECT_TRUE(late.next());
+    late.append(QByteArray("\r\n\x7f\0\x04", 5));
+    const std::optional<QByteArray> end = late.next();
+    ASSERT_TRUE(end);
+    EXPECT_TRUE(end->contains('\x04'));
+
+    Collector cut; // ETX lost: never complete, drained as it is
+    cut.append(QByteArray(one).remove(one.indexOf('\x03'), 1));
+    EXPECT_FALSE(cut.next());
+    EXPECT_FALSE(takeApart(cut.drain()).complete);
+    EXPECT_TRUE(cut.isEmpty());
+}
+
+TEST(SerialFrames, HeaderNamesMustBePlainShortNames)
+{
+    const struct {
+        QString name;
+        bool plain;
+    } cases[] = {
+        {QStringLiteral("12345678.DAT"), true},
+        {QStringLiteral("AB      .DAT"), true},
+        {QStringLiteral("MÜLLER.DAT"), true},
+        {QStringLiteral("a_b-c.d"), true},
+        {QStringLiteral("NOEXT"), true},
+        {QStringLiteral("CONFIG.DAT"), true},
+        {QStringLiteral("COM10.DAT"), true},
+        {QStringLiteral("LPT0.DAT"), true},
+        {QStringLiteral("..\\..\\x.DAT"), false},
+        {QStringLiteral("/etc/passwd"), false},
+        {QStringLiteral("a/b.dat"), false},
+        {QStringLiteral("c:x.dat"), false},
+        {QStringLiteral("CON.DAT"), false},
+        {QStringLiteral("con"), false},
+        {QStringLiteral("Nul.txt"), false},
+        {QStringLiteral("AUX"), false},
+        {QStringLiteral("PRN  .DAT"), false},
+        {QStringLiteral("com1.dat"), false},
+        {QStringLiteral("LPT9"), false},
+        {QStringLiteral("A\x01"
+                        "B.DAT"),
+         false},
+        {QStringLiteral("A\tB.DAT"), false},
+        {QStringLiteral("A\x7f"
+                        "B.DAT"),
+         false},
+        {QStringLiteral("TOOLONGNAME.DAT"), false},
+        {QStringLiteral("A.DATA"), false},
+        {QStringLiteral("A."), false},
+        {QStringLiteral(".DAT"), false},
+        {QStringLiteral(".."), false},
+        {QStringLiteral(""), false},
+        {QStringLiteral(" LEAD.DAT"), false},
+        {QStringLiteral("A.B.C"), false},
+        {QStringLiteral("A.D T"), false},
+        {QStringLiteral("x*.dat"), false},
+        {QStringLiteral("x?.dat"), false},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(isPlainShortName(c.name), c.plain) << c.name.toStdString();
+}
+
+TEST(SerialFrames, HeaderLinesNameTheirFile)
+{
+    const struct {
+        QByteArray payload;
+        std::optional<QString> name;
+    } cases[] = {
+        {"TD0AB      .DATQuendrax     0Brovant_V300_D", QStringLiteral("AB      .DAT")},
+        {"TD012345678.DATQuendrax", QStringLiteral("12345678.DAT")},
+        {"TD0A.DAT       Quendrax", QStringLiteral("A.DAT")},
+        {"TD0A.DAT", QStringLiteral("A.DAT")},
+        {"TD0\xC4"
+         "B.DAT      Q",
+         QStringLiteral("ÄB.DAT")},
+        {"TD0../x.DAT  Quendrax", std::nullopt},
+        {"TD0TOOLONGNAME.DAT", std::nullopt},
+        {"TD0", std::nullopt},
+        {"TD", std::nullopt},
+        {"001AB      .DAT", std::nullopt},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(headerFileName(c.payload), c.name) << c.payload.toStdString();
+    EXPECT_EQ(headerNameField("TD0a\x01/b"), QStringLiteral("a\x01/b"));
+}
+
+} // namespace
+} // namespace brovant::test
