@@ -183,6 +183,7 @@ MasterTables loadSettings(const SettingsStore& store, Database& db, MessageDialo
     t.caliperActive = store.readInt(Setting::KluppeAktiv);
     t.caliperPort = store.readInt(Setting::KluppePort);
     t.caliperSpecies = store.readText(Setting::KluppeHolzart);
+    t.caliperFormat = store.readInt(Setting::KluppeFormat);
     if (dialogs)
         dialogs->progress(20);
 

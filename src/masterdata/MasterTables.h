@@ -46,6 +46,8 @@ struct MasterTables {
     int caliperPort = 1;
     // The species the caliper's key "8" stands for; empty keeps the species entered.
     QString caliperSpecies;
+    // 0: the classic telegram, 1: NMEA-style sentences.
+    int caliperFormat = 0;
 
     std::array<QString, kSpecies> species;
     std::array<QString, kMainSpecies> mainSpecies;

@@ -74,6 +74,7 @@ constexpr SettingDef kLayout[] = {
     {Setting::KluppeAktiv, "Kluppe", "Aktiv", false, 0, 0, 0, "", {}},
     {Setting::KluppePort, "Kluppe", "Port", false, 0, 0, 1, "", {}},
     {Setting::KluppeHolzart, "Kluppe", "Holzart8", true, 0, 0, 0, "", {}},
+    {Setting::KluppeFormat, "Kluppe", "Format", false, 0, 0, 0, "", {}},
     {Setting::BackupAuto, "Backup", "Auto", false, 0, 0, 0, "", {}},
     {Setting::BackupKarte, "Backup", "Karte", false, 0, 0, 0, "", {}},
 };

@@ -54,6 +54,7 @@ enum class Setting {
     KluppeAktiv,
     KluppePort,
     KluppeHolzart, // the species of the caliper's key "8"
+    KluppeFormat,  // 0: the classic telegram, 1: NMEA-style sentences of Bluetooth calipers
     BackupAuto,
     BackupKarte,
 };
