@@ -1,0 +1,110 @@
+#include "app/CableSettingsDlg.h"
+
+#include "app/CNorvMFCApp.h"
+#include "app/KeyTables.h"
+#include "app/logic/AppState.h"
+#include "masterdata/DeviceSession.h"
+
+#include <QComboBox>
+#include <QLabel>
+
+namespace brovant {
+namespace {
+
+constexpr int kFirstRow = 34;
+constexpr int kRowPitch = 40;
+constexpr int kRowHeight = 30;
+
+} // namespace
+
+CableSettingsDlg::CableSettingsDlg(CNorvMFCApp& app)
+    : CNorvKeybDlg(app, QStringLiteral("cableSettings"))
+    , m_logic(app.session().store(), app.state().tables)
+{
+}
+
+void CableSettingsDlg::OnInitDialog()
+{
+    addTitle(QStringLiteral("Einstellungen - Kabel"), 4, 20);
+    setStyleSheet(QStringLiteral("QComboBox QAbstractItemView::item { min-height: 26px; }"));
+
+    const struct {
+        const char* name;
+        const char* caption;
+        QStringList entries;
+    } lists[] = {
+        {"port", "Schnittstelle:", CableSettingsLogic::portEntries()},
+        {"baudrate", "Baudrate:", CableSettingsLogic::baudrates()},
+        {"wordlength", "Wortlänge:", CableSettingsLogic::wordlengths()},
+        {"stopbits", "Stopbits:", CableSettingsLogic::stopbits()},
+    };
+    for (size_t i = 0; i < std::size(lists); ++i) {
+        const QString name = QString::fromLatin1(lists[i].name);
+        const int y = kFirstRow + int(i) * kRowPitch;
+        auto* label = new QLabel(QString::fromUtf8(lists[i].caption), this);
+        label->setObjectName(QStringLiteral("label_") + name);
+        label->setGeometry(8, y, 96, kRowHeight);
+        auto* combo = new QComboBox(this);
+        combo->setObjectName(name);
+        combo->addItems(lists[i].entries);
+        combo->setGeometry(108, y, 124, kRowHeight);
+        label->setBuddy(combo);
+        if (i == 0) {
+            m_port = combo;
+        } else {
+            m_serial[i - 1] = combo;
+            m_serialLabels[i - 1] = label;
+        }
+    }
+    connect(m_port, &QComboBox::currentIndexChanged, this, &CableSettingsDlg::showSerialFields);
+
+    SetKeyboard(new CNorvKeyboard(keys::kBottomBarArea, keys::bottomBar(0, false)));
+}
+
+void CableSettingsDlg::InitDialog()
+{
+    const CableEntries stored = m_logic.read();
+    m_port->setCurrentIndex(stored.portEntry);
+    m_serial[0]->setCurrentIndex(stored.baudrate);
+    m_serial[1]->setCurrentIndex(stored.wordlength);
+    m_serial[2]->setCurrentIndex(stored.stopbits);
+    showSerialFields();
+    showKeyboard(0);
+}
+
+CableEntries CableSettingsDlg::shown() const
+{
+    return {m_port->currentIndex(), m_serial[0]->currentIndex(), m_serial[1]->currentIndex(),
+            m_serial[2]->currentIndex()};
+}
+
+void CableSettingsDlg::showSerialFields()
+{
+    const bool visible = CableSettingsLogic::serialFieldsShown(m_port->currentIndex());
+    for (size_t i = 0; i < m_serial.size(); ++i) {
+        m_serial[i]->setVisible(visible);
+        m_serialLabels[i]->setVisible(visible);
+    }
+}
+
+void CableSettingsDlg::OnOK()
+{
+    m_logic.confirm(shown());
+    returnToCommunication();
+}
+
+void CableSettingsDlg::OnCancel()
+{
+    returnToCommunication();
+}
+
+void CableSettingsDlg::returnToCommunication()
+{
+    CNorvBaseDlg* target = app().findScreen(QStringLiteral("printerSettings"));
+    if (!target)
+        target = GetPrevDlg();
+    if (target && target != this)
+        app().SwitchToDialog(target, 0);
+}
+
+} // namespace brovant

@@ -1,0 +1,42 @@
+// Screens: the cable settings screen ("Einstellungen - Kabel"), reached from the printer and
+// communication settings: the port (COM1..COM9 or ActiveSync) and, for a serial port, its baud
+// rate, word length and stop bits. Both confirm and cancel lead back to the communication screen.
+#pragma once
+
+#include "app/CNorvKeybDlg.h"
+#include "app/logic/CableSettingsLogic.h"
+
+#include <array>
+
+class QComboBox;
+class QLabel;
+
+namespace brovant {
+
+class CableSettingsDlg : public CNorvKeybDlg {
+    Q_OBJECT
+public:
+    explicit CableSettingsDlg(CNorvMFCApp& app);
+
+    void InitDialog() override;
+    void OnOK() override;
+    void OnCancel() override;
+
+    // The lists' entries as they stand.
+    CableEntries shown() const;
+
+protected:
+    void OnInitDialog() override;
+
+private:
+    void showSerialFields();
+    void returnToCommunication();
+
+    CableSettingsLogic m_logic;
+    QComboBox* m_port = nullptr;
+    // Baud rate, word length, stop bits, each with its caption.
+    std::array<QComboBox*, 3> m_serial{};
+    std::array<QLabel*, 3> m_serialLabels{};
+};
+
+} // namespace brovant

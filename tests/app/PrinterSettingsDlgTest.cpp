@@ -1,0 +1,259 @@
+// The printer and communication settings screen and the cable settings screen, reached from the
+// settings screen's "Kommunikation" and driven by taps.
+#include "app/PrinterSettingsDlg.h"
+#include "app/CableSettingsDlg.h"
+#include "app/ProgramFixture.h"
+#include "app/SettingsDlg.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QRadioButton>
+#include <QTabBar>
+
+#include <functional>
+
+namespace brovant {
+namespace {
+
+using namespace test;
+
+const QString kComm = QStringLiteral("ControlPanel\\Comm");
+
+struct CommunicationProgram : Program {
+    CommunicationProgram()
+        : Program(ProgramSetup().bare())
+    {
+    }
+    // Main menu, "Funktionen/Einstellungen", tab "Konfiguration", "Kommunikation".
+    void open()
+    {
+        app.SwitchToDialog(app.mainMenu(), 0);
+        press(MainMenuDlg::kSettings);
+        auto* settings = qobject_cast<SettingsDlg*>(active());
+        ASSERT_NE(settings, nullptr);
+        settings->showTab(1);
+        click(SettingsDlg::kCommunication);
+        ASSERT_EQ(str(active()->objectName()), "printerSettings");
+    }
+    template <class W> W* widget(const char* name) const
+    {
+        auto* w = active()->findChild<W*>(QLatin1StringView(name));
+        EXPECT_NE(w, nullptr) << name;
+        return w;
+    }
+    void tab(int index)
+    {
+        auto* tabs = widget<QTabBar>("tabs");
+        QTest::mouseClick(tabs, Qt::LeftButton, {}, tabs->tabRect(index).center());
+        ASSERT_EQ(tabs->currentIndex(), index);
+    }
+    // Check boxes and radio buttons are hit on their mark, as a finger does.
+    void tap(const char* name)
+    {
+        auto* button = widget<QAbstractButton>(name);
+        ASSERT_TRUE(button->isVisible()) << name;
+        QTest::mouseClick(button, Qt::LeftButton, {}, QPoint(10, button->height() / 2));
+    }
+    // The list entry showing `entry`, as picked from the opened list.
+    void choose(const char* list, const QString& entry)
+    {
+        auto* combo = widget<QComboBox>(list);
+        ASSERT_TRUE(combo->isVisible() && combo->isEnabled()) << list;
+        const int index = combo->findText(entry);
+        ASSERT_GE(index, 0) << list << " has no " << str(entry);
+        combo->setCurrentIndex(index);
+    }
+    QString shown(const char* list) const { return widget<QComboBox>(list)->currentText(); }
+    bool hidden(const char* name) const { return widget<QWidget>(name)->isHidden(); }
+    QString registry(const char* section, const char* entry)
+    {
+        return session.profile().readString(text(section), text(entry), QStringLiteral("<absent>"));
+    }
+    QString number(const char* section, const char* entry)
+    {
+        const int value = session.profile().readInt(text(section), text(entry), -1);
+        return value < 0 ? QStringLiteral("<absent>") : QString::number(value);
+    }
+    std::optional<quint32> autoConnect()
+    {
+        return session.registry().dword(Hive::CurrentUser, kComm, QStringLiteral("AutoCnct"));
+    }
+};
+
+TEST(PrinterSettingsDlg, ChoicesOnBothScreensAreStoredWhenConfirmed)
+{
+    CommunicationProgram p;
+    p.session.store().writeText(Setting::ModemName, 2, QStringLiteral("Büro"));
+    p.open();
+    EXPECT_EQ(str(p.label(QStringLiteral("title"))), "Einstellungen - Kommunikation");
+    EXPECT_TRUE(p.widget<QRadioButton>("mode1")->isChecked());
+    EXPECT_FALSE(p.widget<QComboBox>("modemEntry")->isEnabled());
+    EXPECT_EQ(str(p.label(QStringLiteral("cableLine"))), "ActiveSync");
+
+    p.tap("mode2");
+    p.choose("modemEntry", QStringLiteral("2: Büro"));
+    p.tab(PrinterSettingsDlg::CaliperTab);
+    EXPECT_FALSE(p.widget<QComboBox>("caliperPort")->isEnabled());
+    p.tap("caliperActive");
+    p.choose("caliperPort", QStringLiteral("COM3"));
+    p.choose("caliperFormat", QStringLiteral("NMEA"));
+    p.tab(PrinterSettingsDlg::PrinterTab);
+    EXPECT_EQ(str(p.shown("printerType")), "Typ 5");
+    EXPECT_EQ(str(p.label(QStringLiteral("pageLength"))), "65");
+    p.choose("printerType", QStringLiteral("Typ 1"));
+    EXPECT_EQ(str(p.label(QStringLiteral("pageLength"))), "72");
+    for (int i = 0; i < 3; ++i)
+        QTest::mouseClick(p.widget<QPushButton>("pageLengthUp"), Qt::LeftButton);
+    QTest::mouseClick(p.widget<QPushButton>("pageLengthDown"), Qt::LeftButton);
+    p.tap("askBeforePrinting");
+    p.choose("printerPort", QStringLiteral("COM2"));
+    p.choose("printerBaudrate", QStringLiteral("9600"));
+    p.choose("printFolder", QStringLiteral("\\Export"));
+
+    QTest::mouseClick(p.widget<QPushButton>("cable"), Qt::LeftButton);
+    ASSERT_EQ(str(p.active()->objectName()), "cableSettings");
+    EXPECT_EQ(str(p.label(QStringLiteral("title"))), "Einstellungen - Kabel");
+    EXPECT_EQ(str(p.shown("port")), "ActiveSync");
+    p.choose("port", QStringLiteral("COM4"));
+    p.choose("baudrate", QStringLiteral("115200"));
+    p.choose("wordlength", QStringLiteral("7"));
+    p.choose("stopbits", QStringLiteral("2"));
+    p.press(CNorvKeybDlg::kEnter);
+
+    // Back with everything chosen before still shown, and the new line.
+    ASSERT_EQ(str(p.active()->objectName()), "printerSettings");
+    EXPECT_EQ(p.widget<QTabBar>("tabs")->currentIndex(), int(PrinterSettingsDlg::PrinterTab));
+    EXPECT_EQ(str(p.label(QStringLiteral("pageLength"))), "74");
+    EXPECT_EQ(str(p.label(QStringLiteral("cableLine"))), "COM4, 115200 Bd, 7 Bit, 2 Stopbits");
+    EXPECT_EQ(str(p.number("DUE", "Port")), "4");
+    EXPECT_EQ(str(p.number("DUE", "DueMode")), "<absent>");
+    p.press(CNorvKeybDlg::kEnter);
+
+    EXPECT_EQ(str(p.active()->objectName()), "settings");
+    const struct {
+        const char* section;
+        const char* entry;
+        const char* value;
+    } stored[] = {
+        {"DUE", "DueMode", "2"},
+        {"DUE", "Port", "4"},
+        {"DUE", "Baudrate", "7"},
+        {"DUE", "Wordlength", "0"},
+        {"DUE", "Stopbits", "1"},
+        {"MODEM", "Selected", "2"},
+        {"Kluppe", "Aktiv", "1"},
+        {"Kluppe", "Port", "3"},
+        {"Kluppe", "Format", "1"},
+        {"Printer", "Type", "1"},
+        {"Printer", "Seitenlaenge1", "74"},
+        {"Printer", "Seitenlaenge5", "<absent>"},
+        {"Printer", "Frage1", "1"},
+        {"Printer", "Frage5", "<absent>"},
+        {"Printer", "Port", "2"},
+        {"Printer", "Baudrate", "9600"},
+    };
+    for (const auto& v : stored)
+        EXPECT_EQ(str(p.number(v.section, v.entry)), v.value) << v.section << '/' << v.entry;
+    EXPECT_EQ(str(p.registry("Printer", "Path")), "\\Export");
+    EXPECT_EQ(p.autoConnect(), std::nullopt);
+
+    const MasterTables& t = p.state.tables;
+    EXPECT_EQ(t.dueMode, 2);
+    EXPECT_EQ(t.duePort, 4);
+    EXPECT_EQ(t.caliperActive, 1);
+    EXPECT_EQ(t.caliperPort, 3);
+    EXPECT_EQ(t.caliperFormat, 1);
+    EXPECT_EQ(t.printerType, 1);
+    EXPECT_EQ(t.pageLength[1], 74);
+    EXPECT_EQ(t.activeAskBeforePrinting, 1);
+    EXPECT_EQ(t.printerPort, 2);
+    EXPECT_EQ(t.printerBaudrate, 9600);
+    EXPECT_EQ(str(t.printerPath), "\\Export");
+}
+
+// Whatever was chosen, cancelling leaves the registry and the tables as they were, and the next
+// opening shows the store again.
+TEST(PrinterSettingsDlg, CancelLeavesEverythingAsItWas)
+{
+    const struct {
+        const char* name;
+        std::function<void(CommunicationProgram&)> choose;
+        int cancels; // back keys to the settings screen
+    } cases[] = {
+        {"communication screen",
+         [](CommunicationProgram& p) {
+             p.tap("mode3");
+             p.tab(PrinterSettingsDlg::CaliperTab);
+             p.tap("caliperActive");
+             p.tab(PrinterSettingsDlg::PrinterTab);
+             p.choose("printerType", QStringLiteral("Typ 0"));
+             QTest::mouseClick(p.widget<QPushButton>("pageLengthDown"), Qt::LeftButton);
+             p.tap("askBeforePrinting");
+         },
+         1},
+        {"cable screen",
+         [](CommunicationProgram& p) {
+             QTest::mouseClick(p.widget<QPushButton>("cable"), Qt::LeftButton);
+             p.choose("port", QStringLiteral("COM2"));
+             p.choose("baudrate", QStringLiteral("1200"));
+         },
+         2},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        CommunicationProgram p;
+        p.open();
+        const QString registry = p.session.registry().exportText();
+        const QString tables = p.state.tables.describe();
+        c.choose(p);
+        for (int i = 0; i < c.cancels; ++i)
+            p.press(CNorvBaseDlg::IDCANCEL);
+        EXPECT_EQ(str(p.active()->objectName()), "settings");
+        EXPECT_EQ(p.session.registry().exportText(), registry);
+        EXPECT_EQ(p.state.tables.describe(), tables);
+
+        p.open();
+        EXPECT_TRUE(p.widget<QRadioButton>("mode1")->isChecked());
+        EXPECT_FALSE(p.widget<QCheckBox>("caliperActive")->isChecked());
+        EXPECT_EQ(str(p.shown("printerType")), "Typ 5");
+        EXPECT_EQ(str(p.label(QStringLiteral("cableLine"))), "ActiveSync");
+    }
+}
+
+// ActiveSync hides the serial line's fields with their captions, and only ActiveSync switches the
+// device's own ActiveSync connection on.
+TEST(CableSettingsDlg, ActiveSyncHidesTheLineAndSwitchesAutoConnectOn)
+{
+    const struct {
+        const char* port;
+        bool lineShown;
+        std::optional<quint32> autoConnect;
+        const char* stored;
+    } cases[] = {
+        {"COM1", true, std::nullopt, "1"},
+        {"COM9", true, std::nullopt, "9"},
+        {"ActiveSync", false, 1u, "10"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.port);
+        CommunicationProgram p;
+        p.session.store().writeInt(Setting::DuePort, 0, 3);
+        p.open();
+        QTest::mouseClick(p.widget<QPushButton>("cable"), Qt::LeftButton);
+        EXPECT_EQ(str(p.shown("port")), "COM3");
+        p.choose("port", text(c.port));
+        for (const char* field : {"baudrate", "wordlength", "stopbits"}) {
+            EXPECT_EQ(p.hidden(field), !c.lineShown) << field;
+            EXPECT_EQ(p.hidden((std::string("label_") + field).c_str()), !c.lineShown) << field;
+        }
+        EXPECT_FALSE(p.hidden("label_port"));
+        p.press(CNorvKeybDlg::kEnter);
+        EXPECT_EQ(str(p.active()->objectName()), "printerSettings");
+        EXPECT_EQ(p.autoConnect(), c.autoConnect);
+        EXPECT_EQ(str(p.number("DUE", "Port")), c.stored);
+        EXPECT_EQ(p.state.tables.duePort, QString::fromLatin1(c.stored).toInt());
+    }
+}
+
+} // namespace
+} // namespace brovant
