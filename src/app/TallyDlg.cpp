@@ -8,6 +8,7 @@
 #include "device/BackupService.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/MessageDialogs.h"
+#include "tally/CaliperSentence.h"
 #include "tally/caliper/CaliperReader.h"
 
 #include <QApplication>
@@ -146,6 +147,9 @@ template <size_t N> QStringList listOf(const std::array<QString, N>& codes)
 {
     return QStringList(codes.begin(), codes.end());
 }
+
+const QString kCaliperConnected = QStringLiteral("Kluppe: verbunden");
+const QString kCaliperLost = QStringLiteral("Kluppe: getrennt");
 
 // A long list name makes the title smaller rather than cut off.
 void setFittedText(QLabel* label, const QString& text)
@@ -296,6 +300,20 @@ void TallyDlg::buildFields()
     m_position->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     m_position->setGeometry(kPreviewWidth + 4, kPreview1Top,
                             CNorvMFCApp::kScreenWidth - kPreviewWidth - 7, kPreviewHeight - 1);
+
+    // The caliper's state at the right of the title row, which it shares with the title while
+    // the caliper is switched on.
+    m_caliperState = new QLabel(this);
+    m_caliperState->setObjectName(QStringLiteral("caliperState"));
+    QFont stateFont = captionFont;
+    stateFont.setPixelSize(9);
+    stateFont.setStretch(QFont::Condensed);
+    m_caliperState->setFont(stateFont);
+    m_caliperState->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    const int stateWidth = QFontMetrics(stateFont).horizontalAdvance(kCaliperConnected) + 4;
+    m_caliperState->setGeometry(CNorvMFCApp::kScreenWidth - stateWidth - 2, 0, stateWidth,
+                                kTitleHeight);
+    m_caliperState->hide();
 }
 
 void TallyDlg::InitDialog()
@@ -331,9 +349,35 @@ void TallyDlg::InitDialog()
     if (CaliperReader* caliper = app().caliper()) {
         connect(caliper, &CaliperReader::measured, this, &TallyDlg::takeMeasurement,
                 Qt::UniqueConnection);
+        connect(caliper, &CaliperReader::measuredSpecies, this, &TallyDlg::takeSentenceMeasurement,
+                Qt::UniqueConnection);
+        connect(caliper, &CaliperReader::stateChanged, this, &TallyDlg::showCaliperState,
+                Qt::UniqueConnection);
         if (tables.caliperActive != 0)
-            caliper->start(tables.caliperPort);
+            caliper->start(tables.caliperPort, caliperFormatOf(tables.caliperFormat));
     }
+    showCaliperState();
+}
+
+void TallyDlg::showCaliperState()
+{
+    const CaliperReader* caliper = app().caliper();
+    const bool shown = caliper && app().state().tables.caliperActive != 0;
+    const int titleWidth = CNorvMFCApp::kScreenWidth - (shown ? m_caliperState->width() + 2 : 0);
+    if (m_title->width() != titleWidth) {
+        m_title->setGeometry(0, 0, titleWidth, kTitleHeight);
+        setFittedText(m_title, m_logic.title());
+    }
+    m_caliperState->setVisible(shown);
+    if (!shown)
+        return;
+    // A port that did not open is as much "getrennt" as a link that was lost.
+    const bool connected = caliper->state() == CaliperReader::State::Connected;
+    m_caliperState->setText(connected ? kCaliperConnected : kCaliperLost);
+    QPalette palette = m_caliperState->palette();
+    palette.setColor(QPalette::WindowText,
+                     connected ? QColor(0x2e, 0x5e, 0x3a) : QColor(0xb0, 0x20, 0x20));
+    m_caliperState->setPalette(palette);
 }
 
 void TallyDlg::OnLeave()
@@ -595,22 +639,37 @@ void TallyDlg::OnCancel()
 
 void TallyDlg::takeMeasurement(int speciesKey, int diameter)
 {
+    takeCaliperMeasurement({speciesKey, QString(), diameter});
+}
+
+void TallyDlg::takeSentenceMeasurement(const QString& speciesCode, int diameter)
+{
+    const std::optional<QString> species = speciesForCaliperCode(app().state().tables, speciesCode);
+    takeCaliperMeasurement({-1, species.value_or(QString()), diameter});
+}
+
+void TallyDlg::takeCaliperMeasurement(const CaliperMeasurement& measurement)
+{
     if (app().GetActiveDlg() != this)
         return;
     // One that arrives while another's message is open waits its turn.
     if (m_measuring) {
-        m_pendingMeasurements.emplace_back(speciesKey, diameter);
+        m_pendingMeasurements.push_back(measurement);
         return;
     }
+    const auto take = [this](const CaliperMeasurement& m) {
+        if (!m.species.isEmpty())
+            m_logic.setField(Field::Species, m.species);
+        m_logic.takeMeasurement(m.speciesKey, m.diameter);
+        settle();
+    };
     m_measuring = true;
     commitFocused();
-    m_logic.takeMeasurement(speciesKey, diameter);
-    settle();
+    take(measurement);
     while (!m_pendingMeasurements.empty() && app().GetActiveDlg() == this) {
-        const auto [key, cm] = m_pendingMeasurements.front();
+        const CaliperMeasurement next = m_pendingMeasurements.front();
         m_pendingMeasurements.erase(m_pendingMeasurements.begin());
-        m_logic.takeMeasurement(key, cm);
-        settle();
+        take(next);
     }
     m_measuring = false;
 }

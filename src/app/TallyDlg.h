@@ -69,6 +69,9 @@ public slots:
     // A caliper measurement (species key 0..7 or -1, diameter in cm); taken only while this screen
     // is the active one.
     void takeMeasurement(int speciesKey, int diameter);
+    // A caliper's diameter sentence with the species code sent before it; a code that is neither
+    // a main species nor the caliper's own species (and an empty one) keeps the species.
+    void takeSentenceMeasurement(const QString& speciesCode, int diameter);
 
 protected:
     void OnInitDialog() override;
@@ -95,6 +98,17 @@ private:
     void toTotals();
     void switchTo(const char* screen);
 
+    // One measurement of either caliper format: a species text, when there is one, goes in
+    // before the key is applied.
+    struct CaliperMeasurement {
+        int speciesKey = -1;
+        QString species;
+        int diameter = 0;
+    };
+    void takeCaliperMeasurement(const CaliperMeasurement& measurement);
+    // "Kluppe: verbunden" or "Kluppe: getrennt" while the caliper is switched on, else nothing.
+    void showCaliperState();
+
     TallyLogic m_logic;
     QLabel* m_title = nullptr;
     QLabel* m_position = nullptr;
@@ -104,8 +118,9 @@ private:
     QLineEdit* m_volume = nullptr;
     std::array<CNorvKeyboard*, 4> m_codeBars{};
     QStringList m_tariffCodes;
+    QLabel* m_caliperState = nullptr;
     // Measurements that came while one was being taken (a message was open).
-    std::vector<std::pair<int, int>> m_pendingMeasurements;
+    std::vector<CaliperMeasurement> m_pendingMeasurements;
     bool m_measuring = false;
     // The screen moves the focus itself (and selects the value at once).
     bool m_focusing = false;

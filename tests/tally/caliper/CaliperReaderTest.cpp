@@ -128,6 +128,12 @@ protected:
         });
         QObject::connect(&reader, &CaliperReader::received, &sink,
                          [this](const QByteArray& telegram) { received << telegram; });
+        QObject::connect(&reader, &CaliperReader::measuredSpecies, &sink,
+                         [this](const QString& code, int diameter) {
+                             sentences << code + u'/' + QString::number(diameter);
+                         });
+        QObject::connect(&reader, &CaliperReader::stateChanged, &sink,
+                         [this](CaliperReader::State state) { states.push_back(state); });
     }
 
     void linkPort(int number, const QString& target)
@@ -146,8 +152,104 @@ protected:
     QObject sink; // lives in this thread, so the reader's signals arrive queued
     QStringList measured;
     QByteArrayList received;
+    QStringList sentences; // "code/cm" of measuredSpecies()
+    std::vector<CaliperReader::State> states;
     CaliperReader reader{device, dialogs, clock};
 };
+
+// A Bluetooth caliper's stream as its serial link delivered it: the module's own status line,
+// species and diameter sentences with upper- and lower-case checksums, a battery report, one lost
+// to its checksum, one without checksum digits, two sentences on one line, one cut short, noise
+// before a "$", and a last sentence without a line end.
+TEST_F(CaliperReaderTest, ReplaysABluetoothSentenceStream)
+{
+    QFile file(
+        QStringLiteral(BROVANT_SOURCE_DIR "/tests/tally/caliper/data/caliper-sentences.txt"));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QByteArray transcript = file.readAll();
+    const QStringList expected = {"FI/25", "/31", "BU/40", "DGL/45", "ki/271",
+                                  "XY/30", "/0",  "/25",   "EI/33",  "/120"};
+
+    ASSERT_TRUE(reader.start(3, CaliperFormat::Sentences));
+    EXPECT_EQ(reader.format(), CaliperFormat::Sentences);
+    // Radio packets of any size, cut anywhere.
+    std::mt19937 random(4711);
+    std::uniform_int_distribution<int> packet(1, 23);
+    for (qsizetype at = 0; at < transcript.size();) {
+        const qsizetype size = std::min<qsizetype>(packet(random), transcript.size() - at);
+        ASSERT_TRUE(pty.write(QByteArrayView(transcript).sliced(at, size)));
+        at += size;
+    }
+    ASSERT_TRUE(waitUntil([&] { return sentences.size() >= expected.size(); }))
+        << sentences.join(u' ').toStdString();
+    settle(100);
+    EXPECT_EQ(sentences, expected);
+    EXPECT_TRUE(measured.isEmpty());
+    EXPECT_EQ(received.last(), QByteArray("$PHGF,DIA,M,1200,*1B"));
+    EXPECT_TRUE(received.contains("AT+BTCONNECTED"));
+
+    // The restart after a wake-up reads the same format.
+    reader.restart();
+    ASSERT_TRUE(pty.write("$PHGF,SPC,TA,\r\n$PHGF,DIA,M,412,*2F\r\n325\r\n"));
+    ASSERT_TRUE(waitUntil([&] { return sentences.size() > expected.size(); }));
+    settle(50);
+    EXPECT_EQ(sentences.mid(expected.size()), QStringList{"TA/41"});
+    EXPECT_TRUE(measured.isEmpty());
+    EXPECT_TRUE(dialogs.asked().isEmpty());
+}
+
+TEST_F(CaliperReaderTest, ALostLinkReconnectsByItself)
+{
+    using State = CaliperReader::State;
+    reader.setReconnectInterval(20);
+    EXPECT_EQ(reader.state(), State::Off);
+    ASSERT_TRUE(reader.start(3));
+    EXPECT_EQ(reader.state(), State::Connected);
+    ASSERT_TRUE(pty.write("325\r\n"));
+    ASSERT_TRUE(waitUntil([&] { return measured.size() == 1; }));
+
+    pty.hangUp();
+    ASSERT_TRUE(waitUntil([&] { return reader.state() == State::Reconnecting; }));
+    // Nothing to connect to yet: it keeps trying, quietly.
+    settle(200);
+    EXPECT_EQ(reader.state(), State::Reconnecting);
+    EXPECT_TRUE(reader.running());
+
+    PseudoTerminal again;
+    ASSERT_FALSE(again.slave().isEmpty());
+    linkPort(3, again.slave());
+    ASSERT_TRUE(waitUntil([&] { return reader.state() == State::Connected; }));
+    ASSERT_TRUE(again.write("868\r\n"));
+    ASSERT_TRUE(waitUntil([&] { return measured.size() == 2; }));
+    EXPECT_EQ(measured, (QStringList{"2/25", "7/68"}));
+
+    // Lost again and stopped while it waits: off, and nothing from the old run arrives later.
+    again.hangUp();
+    ASSERT_TRUE(waitUntil([&] { return reader.state() == State::Reconnecting; }));
+    reader.stop();
+    EXPECT_EQ(reader.state(), State::Off);
+    PseudoTerminal third;
+    linkPort(3, third.slave());
+    settle(150);
+    EXPECT_EQ(states, (std::vector<State>{State::Connected, State::Reconnecting, State::Connected,
+                                          State::Reconnecting, State::Off}));
+    EXPECT_TRUE(dialogs.asked().isEmpty());
+    EXPECT_EQ(clock.sleptMs(), 0);
+}
+
+TEST_F(CaliperReaderTest, StatesOfStartStopAndRestart)
+{
+    using State = CaliperReader::State;
+    EXPECT_FALSE(reader.start(9)); // no port: stays off, nothing to report
+    ASSERT_TRUE(reader.start(3));
+    ASSERT_TRUE(reader.start(3)); // replaced: off, then connected again
+    reader.restart();
+    reader.stop();
+    reader.stop();
+    settle(50);
+    EXPECT_EQ(states, (std::vector<State>{State::Connected, State::Off, State::Connected,
+                                          State::Off, State::Connected, State::Off}));
+}
 
 TEST_F(CaliperReaderTest, ReplaysARecordedSession)
 {

@@ -1,0 +1,248 @@
+#include "transfer/ListCsvExport.h"
+
+#include "data/Database.h"
+#include "data/Schema.h"
+#include "platform/DeviceRoot.h"
+#include "platform/MessageDialogs.h"
+#include "tally/Lookup.h"
+#include "transfer/ListFileExport.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+#include <QStringList>
+
+namespace brovant {
+namespace {
+
+// German Excel opens a CSV without a byte order mark in the ANSI code page, which garbles every
+// umlaut of a UTF-8 file; with the mark it reads UTF-8.
+constexpr QByteArrayView kByteOrderMark = "\xEF\xBB\xBF";
+constexpr QChar kSeparator = u';';
+constexpr QByteArrayView kLineEnd = "\r\n";
+// 20,000 trees never sit in one buffer.
+constexpr qsizetype kFlushAt = 1 << 16;
+
+// The tree columns first, then the list's header data on every line, so the lines of several
+// lists can be put together and sorted or pivoted without losing which list a tree came from.
+constexpr const char* kHeadings[] = {
+    "Liste",
+    "Nr",
+    "Holzart",
+    "Tarif",
+    "Güte",
+    "Kal",
+    "Stk",
+    "BHD",
+    "Stufe",
+    "Kubatur m³",
+    "Kubatur korr. m³",
+    "Zusatz",
+    "Datum",
+    "Wuchsregion",
+    "Korr.-Faktor",
+};
+
+const QString& cannotCreate()
+{
+    static const QString text = QStringLiteral("Datei kann nicht erzeugt werden!");
+    return text;
+}
+
+QLatin1StringView tableName(const TableDescriptor& table)
+{
+    return QLatin1StringView(table.name);
+}
+
+// Codes and texts come blank-padded from list files and unpadded when typed.
+QString textOf(const FieldValue& value)
+{
+    QString text;
+    if (const auto* s = std::get_if<QString>(&value))
+        text = *s;
+    else if (const auto* n = std::get_if<std::int64_t>(&value))
+        text = QString::number(*n);
+    while (text.endsWith(u' '))
+        text.chop(1);
+    return text;
+}
+
+std::optional<std::int64_t> numberOf(const FieldValue& value)
+{
+    if (const auto* n = std::get_if<std::int64_t>(&value))
+        return *n;
+    if (const auto* s = std::get_if<QString>(&value))
+        return s->trimmed().toLongLong();
+    return std::nullopt;
+}
+
+// An empty field stays an empty cell rather than a 0 nobody entered.
+QString integerCell(const FieldValue& value)
+{
+    const auto n = numberOf(value);
+    return n ? QString::number(*n) : QString();
+}
+
+QString hundredthsCell(const FieldValue& value)
+{
+    const auto n = numberOf(value);
+    return n ? ListCsvExport::hundredths(*n) : QString();
+}
+
+struct ListHeader {
+    QString number; // LISTE_NR without trailing blanks
+    QString addition;
+    QString date;
+    QString region;
+    FieldValue factor;
+};
+
+std::optional<ListHeader> readHeader(Database& db, std::int64_t listId)
+{
+    auto q = db.query(QStringLiteral("SELECT LISTE_NR, ZUSATZ_A, DATUM_A, REGION_A, KOR_FAKTOR_N "
+                                     "FROM %1 WHERE ID_FILE = ? ORDER BY rowid LIMIT 1")
+                          .arg(tableName(schema::Kopfdaten)));
+    q.bind(1, listId);
+    if (!q.next())
+        return std::nullopt;
+    return ListHeader{textOf(q.value(0)), textOf(q.value(1)), textOf(q.value(2)),
+                      textOf(q.value(3)), q.value(4)};
+}
+
+QString fileNameOf(const ListHeader& header)
+{
+    return header.number + QString::fromUtf16(ListCsvExport::kExtension);
+}
+
+class LineSink {
+public:
+    explicit LineSink(QSaveFile& file)
+        : m_file(file)
+    {
+        m_buffer += kByteOrderMark;
+    }
+    void add(const QStringList& fields)
+    {
+        QString line;
+        for (qsizetype i = 0; i < fields.size(); ++i) {
+            if (i > 0)
+                line += kSeparator;
+            line += ListCsvExport::quoted(fields[i]);
+        }
+        m_buffer += line.toUtf8();
+        m_buffer += kLineEnd;
+        if (m_buffer.size() >= kFlushAt)
+            flush();
+    }
+    void flush()
+    {
+        // A failed write shows at commit, which then leaves nothing under the name.
+        m_file.write(m_buffer);
+        m_buffer.clear();
+    }
+
+private:
+    QSaveFile& m_file;
+    QByteArray m_buffer;
+};
+
+} // namespace
+
+ListCsvExport::ListCsvExport(const DeviceRoot& root, Database& db, MessageDialogs& dialogs)
+    : m_root(root)
+    , m_db(db)
+    , m_dialogs(dialogs)
+{
+}
+
+QString ListCsvExport::quoted(const QString& field)
+{
+    if (!field.contains(kSeparator) && !field.contains(u'"') && !field.contains(u'\r')
+        && !field.contains(u'\n'))
+        return field;
+    QString out = field;
+    out.replace(u'"', QStringLiteral("\"\""));
+    return u'"' + out + u'"';
+}
+
+QString ListCsvExport::hundredths(std::int64_t value)
+{
+    const std::uint64_t magnitude =
+        value < 0 ? std::uint64_t(0) - std::uint64_t(value) : std::uint64_t(value);
+    return QStringLiteral("%1%2,%3")
+        .arg(value < 0 ? QStringLiteral("-") : QString())
+        .arg(magnitude / 100)
+        .arg(magnitude % 100, 2, 10, QChar(u'0'));
+}
+
+QString ListCsvExport::filePath(std::int64_t listId) const
+{
+    const auto header = readHeader(m_db, listId);
+    if (!header)
+        return {};
+    const QString name = fileNameOf(*header);
+    if (header->number.isEmpty() || !DeviceRoot::isSafeFileName(name))
+        return {};
+    return DeviceRoot::join(QString::fromUtf16(ListFileExport::kFolder), name);
+}
+
+std::optional<QString> ListCsvExport::write(std::int64_t listId)
+{
+    const auto header = readHeader(m_db, listId);
+    if (!header)
+        return std::nullopt;
+    const QString devicePath = filePath(listId);
+    if (devicePath.isEmpty()) {
+        m_dialogs.notice(cannotCreate());
+        return std::nullopt;
+    }
+    m_root.makeFolder(QString::fromUtf16(ListFileExport::kFolder));
+    const QString path = m_root.hostPath(devicePath);
+    // A link left under the name would carry the file elsewhere; the file replaces it instead.
+    if (QFileInfo(path).isSymLink())
+        QFile::remove(path);
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly)) {
+        m_dialogs.notice(cannotCreate());
+        return std::nullopt;
+    }
+
+    LineSink out(file);
+    QStringList headings;
+    for (const char* heading : kHeadings)
+        headings << QString::fromUtf8(heading);
+    out.add(headings);
+
+    // Each record's corrected volume truncated before anything sums it, as the totals screen does;
+    // a list without a factor corrects to 0 there too.
+    const std::int64_t factor = numberOf(header->factor).value_or(0);
+    const QStringList listColumns = {header->addition, header->date, header->region,
+                                     hundredthsCell(header->factor)};
+    auto q = m_db.query(QStringLiteral("SELECT ID, BAUMART, TARIF, NA, KA, STK, BHD, DMSTUFE, "
+                                       "KUBATUR FROM %1 WHERE ID_FILE = ? ORDER BY rowid")
+                            .arg(tableName(schema::Holzdaten)));
+    if (!q.valid()) {
+        file.cancelWriting();
+        m_dialogs.notice(cannotCreate());
+        return std::nullopt;
+    }
+    q.bind(1, listId);
+    while (q.next()) {
+        const FieldValue volume = q.value(8);
+        const auto stored = numberOf(volume);
+        out.add(QStringList{
+                    header->number, integerCell(q.value(0)), textOf(q.value(1)), textOf(q.value(2)),
+                    textOf(q.value(3)), textOf(q.value(4)), integerCell(q.value(5)),
+                    integerCell(q.value(6)), textOf(q.value(7)), hundredthsCell(volume),
+                    stored ? hundredths(lookup::correctedVolume(*stored, factor)) : QString()}
+                + listColumns);
+    }
+    out.flush();
+    if (!file.commit()) {
+        m_dialogs.notice(cannotCreate());
+        return std::nullopt;
+    }
+    return devicePath;
+}
+
+} // namespace brovant

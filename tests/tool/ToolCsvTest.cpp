@@ -1,0 +1,116 @@
+// "brovant-tool export-csv" on the demo configuration: a list tallied through the tool at factor
+// 90 written as its spreadsheet file, whose corrected volumes add up to the totals command's.
+#include "support/TempRoot.h"
+#include "tool/ToolRun.h"
+
+#include <QDir>
+
+#include <gtest/gtest.h>
+
+namespace brovant::test {
+namespace {
+
+class ToolCsv : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        const ToolRun imported =
+            tool(root.path(), {QStringLiteral("import-config"),
+                               QStringLiteral(BROVANT_SOURCE_DIR "/demo/passive.dtr")});
+        ASSERT_EQ(imported.status, 0) << imported.err.toStdString();
+        for (const char* name : {"HIEB01", "FLÄCHE", "a/b"}) {
+            const ToolRun r = run({"new-list", name, "--region", "WR01", "--date", "04.05.2026",
+                                   "--factor", "90", "--field", "1=Forstamt", "--field", "2=Revier",
+                                   "--field", "3=12", "--field", "12=Anna Probe"});
+            ASSERT_EQ(r.status, 0) << name << ": " << r.err.toStdString();
+        }
+        const QStringList trees[] = {
+            {"HIEB01", "--bhd", "25", "--species", "FI", "--tarif", "FI01"},
+            {"HIEB01", "--bhd", "31", "--stk", "2", "--species", "FI", "--tarif", "FI01"},
+            {"HIEB01", "--bhd", "40", "--species", "BU", "--tarif", "BU01"},
+            {"FLÄCHE", "--bhd", "25", "--species", "FI", "--tarif", "FI01"},
+        };
+        for (const QStringList& tree : trees) {
+            const ToolRun r = run(QStringList{"tally"} + tree);
+            ASSERT_EQ(r.status, 0) << r.err.toStdString();
+        }
+    }
+    ToolRun run(const QStringList& args) { return tool(root.path(), args); }
+    QStringList headerRows()
+    {
+        return sqlRows(
+            root.host(QStringLiteral("Brovant/Brovant.cdb")),
+            "SELECT LISTE_NR, DUE_MARK, EXPORTED_N_NI FROM Brov_Kopfdaten ORDER BY rowid");
+    }
+
+    TempRoot root;
+};
+
+TEST_F(ToolCsv, WritesTheListAndPrintsItsPath)
+{
+    const QStringList before = headerRows();
+    const ToolRun r = run({"export-csv", "HIEB01  "});
+    EXPECT_EQ(r.status, 0) << r.err.toStdString();
+    EXPECT_EQ(r.out, QStringLiteral("\\Export\\HIEB01.csv\n"));
+    EXPECT_EQ(r.err, QString());
+    // 0.59, 1.98 and 1.75 at 90 %, each truncated: 0.53, 1.78, 1.57.
+    const QByteArray expected =
+        "\xEF\xBB\xBF"
+        "Liste;Nr;Holzart;Tarif;G\xC3\xBCte;Kal;Stk;BHD;Stufe;Kubatur m\xC2\xB3;"
+        "Kubatur korr. m\xC2\xB3;Zusatz;Datum;Wuchsregion;Korr.-Faktor\r\n"
+        "HIEB01;1;FI;FI01;;;1;26;26;0,59;0,53;;04.05.2026;WR01;0,90\r\n"
+        "HIEB01;2;FI;FI01;;;2;32;32;1,98;1,78;;04.05.2026;WR01;0,90\r\n"
+        "HIEB01;3;BU;BU01;;;1;40;40;1,75;1,57;;04.05.2026;WR01;0,90\r\n";
+    EXPECT_EQ(root.readFile(QStringLiteral("Export/HIEB01.csv")), expected);
+    EXPECT_EQ(headerRows(), before);
+    EXPECT_EQ(QDir(root.host(QStringLiteral("Export"))).entryList(QDir::Files),
+              QStringList{"HIEB01.csv"});
+
+    // The corrected column adds up to what the totals screen shows.
+    const ToolRun totals = run({"totals", "HIEB01"});
+    ASSERT_EQ(totals.status, 0);
+    std::int64_t sum = 0;
+    for (const QByteArray& line : expected.split('\n').mid(1)) {
+        if (!line.isEmpty())
+            sum += line.split(';').value(10).replace(",", "").toLongLong();
+    }
+    EXPECT_EQ(QStringLiteral("%1.%2").arg(sum / 100).arg(sum % 100, 2, 10, QChar(u'0')),
+              totals.out.split(u'\n').value(3).section(u'|', 1, 1).trimmed());
+}
+
+TEST_F(ToolCsv, UmlautsRefusalsAndBadCalls)
+{
+    const ToolRun umlauts = run({"export-csv", "FLÄCHE"});
+    EXPECT_EQ(umlauts.status, 0) << umlauts.err.toStdString();
+    EXPECT_EQ(umlauts.out, QStringLiteral("\\Export\\FLÄCHE.csv\n"));
+    EXPECT_TRUE(root.readFile(QStringLiteral("Export/FLÄCHE.csv"))
+                    .endsWith(QStringLiteral("FLÄCHE;1;FI;FI01;;;1;26;26;0,59;0,53;;04.05.2026;"
+                                             "WR01;0,90\r\n")
+                                  .toUtf8()));
+
+    const struct {
+        QStringList args;
+        int status;
+        const char* err; // nullptr: any message
+    } cases[] = {
+        {{"export-csv", "a/b"}, 1, "Datei kann nicht erzeugt werden!\n"},
+        {{"export-csv", "NOPE"}, 1, "Liste nicht gefunden: NOPE\n"},
+        {{"export-csv"}, 2, nullptr},
+        {{"export-csv", "HIEB01", "FLÄCHE"}, 2, nullptr},
+    };
+    for (const auto& c : cases) {
+        const ToolRun r = run(c.args);
+        const std::string call = c.args.join(u' ').toStdString();
+        EXPECT_EQ(r.status, c.status) << call;
+        EXPECT_EQ(r.out, QString()) << call;
+        if (c.err)
+            EXPECT_EQ(r.err, QString::fromUtf8(c.err)) << call;
+        else
+            EXPECT_FALSE(r.err.isEmpty()) << call;
+    }
+    EXPECT_EQ(QDir(root.host(QStringLiteral("Export"))).entryList(QDir::Files),
+              QStringList{QStringLiteral("FLÄCHE.csv")});
+}
+
+} // namespace
+} // namespace brovant::test

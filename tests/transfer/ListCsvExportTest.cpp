@@ -1,0 +1,221 @@
+// A list as a spreadsheet file, compared byte for byte with data/list_umlauts.csv, written by hand
+// from the rows below: byte order mark, umlauts in the list number, codes and texts, an addition
+// with a semicolon and quotes, factor 0.90 truncated per record (0.59 -> 0.53, 0.01 -> 0.00), codes
+// and the list number stored blank-padded, empty fields as empty cells, trees in table order, the
+// trees of another list left out.
+#include "transfer/ListFileFixture.h"
+
+#include "masterdata/SettingsStore.h"
+#include "transfer/ListCsvExport.h"
+#include "transfer/ListFileExport.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <gtest/gtest.h>
+
+namespace brovant::test {
+namespace {
+
+QByteArray golden(const char* name)
+{
+    QFile f(QStringLiteral(BROVANT_SOURCE_DIR "/tests/transfer/data/") + QLatin1StringView(name));
+    if (!f.open(QIODevice::ReadOnly))
+        return "<missing golden file>";
+    return f.readAll();
+}
+
+class ListCsvExportTest : public ListFileFixture {
+protected:
+    ListCsvExport exporter() { return ListCsvExport(session->root(), db(), dialogs); }
+
+    void list(std::int64_t id, const char* number, Values more = {})
+    {
+        ASSERT_NO_FATAL_FAILURE(insert(schema::Kopfdaten, {{"ID_FILE", num(id)},
+                                                           {"LISTE_NR", txt(number)},
+                                                           {"REGION_A", txt("WR01")},
+                                                           {"DUE_MARK", num(1)},
+                                                           {"EXPORTED_N_NI", num(2)}}));
+        set(u"Brov_Kopfdaten", more);
+    }
+    void tree(std::int64_t list, std::int64_t id, Values more)
+    {
+        ASSERT_NO_FATAL_FAILURE(insert(
+            schema::Holzdaten, {{"ID", num(id)}, {"ID_FILE", num(list)}, {"ID_TYPE", num(1)}}));
+        set(u"Brov_Holzdaten", more);
+    }
+    // The fields of the row inserted last.
+    void set(const char16_t* table, Values values)
+    {
+        for (const auto& v : values) {
+            auto q =
+                db().query(QStringLiteral("UPDATE %1 SET %2 = ? WHERE rowid = last_insert_rowid()")
+                               .arg(QString::fromUtf16(table), QLatin1StringView(v.first)));
+            q.bind(1, v.second);
+            ASSERT_TRUE(q.run());
+        }
+    }
+
+    void buildGoldenList()
+    {
+        list(3, "HÖHE 7  ",
+             {{"ZUSATZ_A", txt("Abt. 12; Fläche \"Süd\"")},
+              {"DATUM_A", txt("04.05.2026")},
+              {"KOR_FAKTOR_N", num(90)},
+              {"REGION_A", txt("Süd     ")}});
+        list(4, "ANDERE");
+        tree(3, 5,
+             {{"STK", num(2)},
+              {"BAUMART", txt("BÄ ")},
+              {"BHD", num(34)},
+              {"DMSTUFE", txt("34")},
+              {"KUBATUR", num(230)},
+              {"NA", txt("Ü ")},
+              {"KA", txt("ß")},
+              {"TARIF", txt("BÄ01 ")}});
+        tree(4, 1, {{"STK", num(9)}, {"BAUMART", txt("XX")}, {"KUBATUR", num(999)}});
+        tree(3, 1,
+             {{"STK", num(1)},
+              {"BAUMART", txt("FI")},
+              {"BHD", num(26)},
+              {"DMSTUFE", txt("26")},
+              {"KUBATUR", num(59)},
+              {"NA", txt("")},
+              {"TARIF", txt("FI01")}});
+        tree(3, 3,
+             {{"STK", num(12)},
+              {"BAUMART", txt("KI")},
+              {"BHD", num(140)},
+              {"DMSTUFE", txt("99")},
+              {"KUBATUR", num(123456)},
+              {"NA", txt("N1")},
+              {"KA", txt("K2")},
+              {"TARIF", txt("KI01")}});
+        tree(3, 7,
+             {{"STK", num(1)},
+              {"BAUMART", txt("TA")},
+              {"BHD", num(5)},
+              {"DMSTUFE", txt("08")},
+              {"KUBATUR", num(1)}});
+        tree(3, 8, {{"BAUMART", txt("EI")}, {"TARIF", txt("EI01")}});
+    }
+};
+
+TEST_F(ListCsvExportTest, WritesTheGoldenFile)
+{
+    buildGoldenList();
+    EXPECT_EQ(exporter().filePath(3), QStringLiteral("\\Export\\HÖHE 7.csv"));
+    EXPECT_EQ(exporter().write(3), std::optional<QString>(QStringLiteral("\\Export\\HÖHE 7.csv")));
+    EXPECT_EQ(filesIn("Export"), QStringList{QStringLiteral("HÖHE 7.csv")});
+    EXPECT_EQ(root.readFile(QStringLiteral("Export/HÖHE 7.csv")), golden("list_umlauts.csv"));
+    EXPECT_TRUE(dialogs.asked().isEmpty());
+}
+
+TEST_F(ListCsvExportTest, LeavesTheListFileAndTheMarkingAlone)
+{
+    buildGoldenList();
+    ListFileExport listFiles(session->root(), db(), session->store(), dialogs);
+    ASSERT_TRUE(listFiles.writeList(3));
+    const QString datName = listFiles.filePath(3).section(u'\\', -1);
+    const QByteArray dat = root.readFile(QStringLiteral("Export/") + datName);
+    ASSERT_FALSE(dat.isEmpty());
+    const QStringList before = rows(QStringLiteral(
+        "SELECT ID_FILE, DUE_MARK, EXPORTED_N_NI FROM Brov_Kopfdaten ORDER BY rowid"));
+
+    ASSERT_TRUE(exporter().write(3));
+    // Written again after a change: the new file replaces the old one.
+    ASSERT_TRUE(db().query(QStringLiteral("UPDATE Brov_Holzdaten SET STK = 3 WHERE ID = 8")).run());
+    ASSERT_TRUE(exporter().write(3));
+
+    EXPECT_EQ(filesIn("Export"), (QStringList{datName, QStringLiteral("HÖHE 7.csv")}));
+    EXPECT_EQ(root.readFile(QStringLiteral("Export/") + datName), dat);
+    EXPECT_EQ(rows(QStringLiteral(
+                  "SELECT ID_FILE, DUE_MARK, EXPORTED_N_NI FROM Brov_Kopfdaten ORDER BY rowid")),
+              before);
+    const QByteArray csv = root.readFile(QStringLiteral("Export/HÖHE 7.csv"));
+    EXPECT_TRUE(csv.endsWith(QStringLiteral("HÖHE 7;8;EI;EI01;;;3;;;;;").toUtf8()
+                             + "\"Abt. 12; Fläche \"\"Süd\"\"\";04.05.2026;Süd;0,90\r\n"))
+        << csv.right(120).toStdString();
+}
+
+TEST_F(ListCsvExportTest, ListNumbersThatMakeNoFileNameAreRefused)
+{
+    const char* const numbers[] = {"", "        ", "../x", "a/b", "a\\b", "x\x01y"};
+    std::int64_t id = 10;
+    for (const char* number : numbers) {
+        SCOPED_TRACE(number);
+        dialogs.clear();
+        list(++id, number);
+        tree(id, 1, {{"KUBATUR", num(10)}});
+        EXPECT_EQ(exporter().filePath(id), QString());
+        EXPECT_EQ(exporter().write(id), std::nullopt);
+        EXPECT_EQ(dialogs.asked(), QStringList{"Datei kann nicht erzeugt werden!||"});
+    }
+    EXPECT_EQ(filesIn("Export"), QStringList());
+    EXPECT_EQ(root.readFile(QStringLiteral("x.csv")), QByteArray());
+
+    // No such list: nothing, and nothing to tell.
+    dialogs.clear();
+    EXPECT_EQ(exporter().write(99), std::nullopt);
+    EXPECT_TRUE(dialogs.asked().isEmpty());
+}
+
+TEST_F(ListCsvExportTest, AFileThatCannotBeWrittenLeavesNothingBehind)
+{
+    list(1, "L1", {{"KOR_FAKTOR_N", num(100)}});
+    tree(1, 1, {{"KUBATUR", num(10)}});
+    // "\Export" is a file, so nothing can be made in it.
+    ASSERT_TRUE(QDir(root.host(QStringLiteral("Export"))).removeRecursively());
+    root.writeFile(QStringLiteral("Export"), "in the way");
+    EXPECT_EQ(exporter().write(1), std::nullopt);
+    EXPECT_EQ(dialogs.asked(), QStringList{"Datei kann nicht erzeugt werden!||"});
+    EXPECT_EQ(root.readFile(QStringLiteral("Export")), QByteArray("in the way"));
+}
+
+TEST_F(ListCsvExportTest, ALinkUnderTheNameIsReplacedNotFollowed)
+{
+    list(1, "L1", {{"KOR_FAKTOR_N", num(100)}});
+    root.writeFile(QStringLiteral("outside.txt"), "keep me");
+    ASSERT_TRUE(QDir().mkpath(root.host(QStringLiteral("Export"))));
+    ASSERT_TRUE(QFile::link(root.host(QStringLiteral("outside.txt")),
+                            root.host(QStringLiteral("Export/L1.csv"))));
+    ASSERT_TRUE(exporter().write(1));
+    EXPECT_EQ(root.readFile(QStringLiteral("outside.txt")), QByteArray("keep me"));
+    EXPECT_FALSE(QFileInfo(root.host(QStringLiteral("Export/L1.csv"))).isSymLink());
+    // A list without trees still has its header row.
+    EXPECT_EQ(root.readFile(QStringLiteral("Export/L1.csv")),
+              golden("list_umlauts.csv").split('\n').first() + '\n');
+}
+
+TEST(ListCsvExport, FieldsAndNumbersAsSpreadsheetsReadThem)
+{
+    const struct {
+        const char* field;
+        const char* expected;
+    } fields[] = {
+        {"", ""},
+        {"Süd", "Süd"},
+        {"a;b", "\"a;b\""},
+        {"12\" Zoll", "\"12\"\" Zoll\""},
+        {"\"", "\"\"\"\""},
+        {"Zeile 1\r\nZeile 2", "\"Zeile 1\r\nZeile 2\""},
+        {"nur\nLF", "\"nur\nLF\""},
+        {"nur\rCR", "\"nur\rCR\""},
+        {"a,b 'c'", "a,b 'c'"}, // commas and apostrophes need nothing
+    };
+    for (const auto& f : fields) {
+        EXPECT_EQ(ListCsvExport::quoted(QString::fromUtf8(f.field)), QString::fromUtf8(f.expected))
+            << f.field;
+    }
+    const std::pair<std::int64_t, const char*> numbers[] = {
+        {0, "0,00"},         {1, "0,01"},
+        {10, "0,10"},        {100, "1,00"},
+        {123456, "1234,56"}, {-5, "-0,05"},
+        {-12345, "-123,45"}, {INT64_MIN, "-92233720368547758,08"},
+    };
+    for (const auto& [value, expected] : numbers)
+        EXPECT_EQ(ListCsvExport::hundredths(value), QLatin1StringView(expected)) << value;
+}
+
+} // namespace
+} // namespace brovant::test
