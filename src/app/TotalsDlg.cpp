@@ -2,6 +2,7 @@
 
 #include "app/CNorvMFCApp.h"
 #include "app/KeyTables.h"
+#include "app/Printing.h"
 #include "app/logic/AppState.h"
 #include "evaluation/Totals.h"
 #include "masterdata/DeviceSession.h"
@@ -29,8 +30,9 @@ constexpr int kColumnWidths[Totals::kColumns] = {44, 64, 46, 60};
 std::vector<KeyDef> keyBar()
 {
     std::vector<KeyDef> keys = {
-        {0, 0, 119, kKeyHeight, QStringLiteral("Ausdruck"), TotalsDlg::kPrint},
-        {120, 0, 120, kKeyHeight, QStringLiteral("Sortiment"), TotalsDlg::kAssortment},
+        {0, 0, 79, kKeyHeight, QStringLiteral("Ausdruck"), TotalsDlg::kPrint},
+        {80, 0, 79, kKeyHeight, QStringLiteral("Sortiment"), TotalsDlg::kAssortment},
+        {160, 0, 80, kKeyHeight, QStringLiteral("Vert."), TotalsDlg::kDistribution},
     };
     // Back, and the two keys that step through the rows; nothing here is typed or confirmed.
     for (const KeyDef& key : keys::bottomBar(kBottomBarTop, false)) {
@@ -107,7 +109,7 @@ void TotalsDlg::rebuild()
 
 void TotalsDlg::switchTo(const char* screen)
 {
-    // The printout screens are not there yet; until they are, the user stays here.
+    // A screen that does not exist (a bare framework in tests) leaves the user here.
     if (CNorvBaseDlg* target = app().findScreen(QString::fromLatin1(screen)))
         app().SwitchToDialog(target, 0);
     else
@@ -129,10 +131,15 @@ void TotalsDlg::OnCommand(int id)
 {
     switch (id) {
     case kPrint:
-        switchTo("tallyPrintout");
+        Printing::run(app(), ReportKind::Listing, app().state().currentList);
+        m_view->setFocus(Qt::OtherFocusReason);
         return;
     case kAssortment:
-        switchTo("assortmentPrintout");
+        Printing::run(app(), ReportKind::ClassTable, app().state().currentList);
+        m_view->setFocus(Qt::OtherFocusReason);
+        return;
+    case kDistribution:
+        switchTo("distribution");
         return;
     case kPreviousField:
     case kNextField:

@@ -1,6 +1,7 @@
 // Screens: the totals screen ("Gesamtsumme"): the current list's corrected volume, tree count and
 // mean volume per species, then the grand total, read afresh each time the screen opens. Its keys
-// start the two printouts; back returns to the screen that opened it. The sums are Totals'.
+// start the two printouts and open the diameter distribution; back returns to the screen that
+// opened it. The sums are Totals'.
 #pragma once
 
 #include "app/CNorvKeybDlg.h"
@@ -15,6 +16,7 @@ public:
     // Key commands.
     static constexpr int kPrint = 1201;      // "Ausdruck"
     static constexpr int kAssortment = 1202; // "Sortiment"
+    static constexpr int kDistribution = 1203; // "Vert.": the diameter distribution
 
     explicit TotalsDlg(CNorvMFCApp& app);
 

@@ -1,11 +1,13 @@
 #include "tool/ToolCommands.h"
+#include "tool/ToolReport.h"
 
 #include <QCoreApplication>
 #include <cstdio>
 
 int main(int argc, char** argv)
 {
-    QCoreApplication app(argc, argv);
+    // A core application, or for the report command, which draws PDF pages, a Gui one offscreen.
+    const auto app = brovant::makeToolApplication(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("brovant-tool"));
     QTextStream out(stdout);
     QTextStream err(stderr);

@@ -1,0 +1,142 @@
+#include "evaluation/ReportAssortments.h"
+
+#include "data/Database.h"
+#include "evaluation/ReportSources.h"
+#include "masterdata/MasterTables.h"
+#include "tally/Lookup.h"
+
+#include <QHash>
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+
+namespace brovant {
+namespace {
+
+QString withoutPadding(QString text)
+{
+    while (text.endsWith(u' '))
+        text.chop(1);
+    return text;
+}
+
+QString rowKey(const QString& species, const QString& diameterClass)
+{
+    return lookup::speciesCode(species) + QChar(0x1f) + lookup::classCode(diameterClass);
+}
+
+using Weights = std::array<std::int64_t, AssortmentDistribution::kAssortments>;
+
+// HS1 .. HS6 by species and class; the first row of a pair in table order wins.
+QHash<QString, Weights> assortmentRows(Database& db)
+{
+    QHash<QString, Weights> rows;
+    auto q = db.query(QStringLiteral("SELECT BAUMART, DMSTUFE, HS1, HS2, HS3, HS4, HS5, HS6"
+                                     " FROM Brov_Einstellungen WHERE ID_TYPE = 4 ORDER BY rowid"));
+    while (q.next()) {
+        const QString key = rowKey(q.text(0), q.text(1));
+        if (rows.contains(key))
+            continue;
+        Weights w{};
+        for (int k = 0; k < AssortmentDistribution::kAssortments; ++k)
+            w[size_t(k)] = q.integer(2 + k);
+        rows.insert(key, w);
+    }
+    return rows;
+}
+
+} // namespace
+
+std::array<std::int64_t, AssortmentDistribution::kAssortments>
+AssortmentDistribution::split(std::int64_t total, const std::array<double, kAssortments>& exact)
+{
+    std::array<std::int64_t, kAssortments> parts{};
+    std::array<int, kAssortments> order{};
+    std::int64_t given = 0;
+    for (int k = 0; k < kAssortments; ++k) {
+        parts[size_t(k)] = std::int64_t(std::floor(exact[size_t(k)]));
+        given += parts[size_t(k)];
+        order[size_t(k)] = k;
+    }
+    const auto fraction = [&](int k) {
+        return exact[size_t(k)] - std::floor(exact[size_t(k)]);
+    };
+    std::stable_sort(order.begin(), order.end(),
+                     [&](int a, int b) { return fraction(a) > fraction(b); });
+    // The floors never add up to more than the total; rounding noise never leaves more than one
+    // spare hundredth a part.
+    for (std::int64_t spare = total - given, i = 0; spare > 0; --spare, ++i)
+        ++parts[size_t(order[size_t(i % kAssortments)])];
+    return parts;
+}
+
+std::optional<AssortmentDistribution> AssortmentDistribution::compute(Database& db,
+                                                                      std::int64_t listId)
+{
+    const auto factor = report::listFactor(db, listId);
+    if (!factor)
+        return std::nullopt;
+    const QHash<QString, Weights> rows = assortmentRows(db);
+
+    auto q = db.query(QStringLiteral("SELECT BAUMART, KUBATUR, DMSTUFE FROM Brov_Holzdaten"
+                                     " WHERE ID_FILE = ? ORDER BY BAUMART"));
+    if (!q.valid())
+        return std::nullopt;
+    q.bind(1, listId);
+    AssortmentDistribution d;
+    std::vector<std::array<double, kAssortments>> exact;
+    std::vector<std::int64_t> sorted;
+    size_t current = 0;
+    while (q.next()) {
+        const QString code = withoutPadding(q.text(0));
+        if (d.m_species.empty() || d.m_species[current].species != code) {
+            const auto found = std::find_if(d.m_species.begin(), d.m_species.end(),
+                                            [&](const Species& s) { return s.species == code; });
+            current = size_t(found - d.m_species.begin());
+            if (found == d.m_species.end()) {
+                d.m_species.push_back({code, {}, 0, 0});
+                exact.push_back({});
+                sorted.push_back(0);
+            }
+        }
+        const std::int64_t volume = lookup::correctedVolume(q.integer(1), *factor);
+        Species& s = d.m_species[current];
+        s.volume += volume;
+        const auto row = rows.constFind(rowKey(code, q.text(2)));
+        const std::int64_t weight =
+            row == rows.constEnd() ? 0 : std::accumulate(row->begin(), row->end(), std::int64_t(0));
+        if (weight <= 0 || std::any_of(row->begin(), row->end(), [](auto w) { return w < 0; })) {
+            s.unsorted += volume;
+            continue;
+        }
+        for (int k = 0; k < kAssortments; ++k)
+            exact[current][size_t(k)] +=
+                double(volume) * double((*row)[size_t(k)]) / double(weight);
+        sorted[current] += volume;
+    }
+    for (size_t i = 0; i < d.m_species.size(); ++i)
+        d.m_species[i].volumes = split(sorted[i], exact[i]);
+    return d;
+}
+
+AssortmentDistribution::Species AssortmentDistribution::all() const
+{
+    Species sum;
+    for (const Species& s : m_species) {
+        for (int k = 0; k < kAssortments; ++k)
+            sum.volumes[size_t(k)] += s.volumes[size_t(k)];
+        sum.unsorted += s.unsorted;
+        sum.volume += s.volume;
+    }
+    return sum;
+}
+
+QString AssortmentDistribution::name(const MasterTables& tables, int k)
+{
+    const QString code =
+        k >= 0 && k < kAssortments ? tables.sorten[size_t(k)].trimmed() : QString();
+    return code.isEmpty() ? QStringLiteral("Sorte %1").arg(k + 1) : code;
+}
+
+} // namespace brovant

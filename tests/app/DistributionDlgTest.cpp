@@ -1,0 +1,186 @@
+// The diameter distribution behind the totals screen's "Vert.", and the print keys of the totals
+// and list selection screens writing their PDFs into the printer path.
+#include "app/DistributionDlg.h"
+#include "app/ListSelectionDlg.h"
+#include "app/ProgramFixture.h"
+#include "app/TotalsDlg.h"
+#include "data/Dataset.h"
+#include "data/Schema.h"
+
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTreeWidget>
+
+namespace brovant {
+namespace {
+
+using namespace test;
+
+struct Tree {
+    const char* species;
+    const char* diameterClass;
+    int count;
+    int volume;
+};
+
+class Distribution : public ::testing::Test, protected Program {
+protected:
+    void addList(int id, const QString& name, int factor, std::initializer_list<Tree> trees)
+    {
+        Dataset heads(session.database(), schema::Kopfdaten);
+        heads.clearFields();
+        heads.setInt(u"ID_FILE", id);
+        heads.setText(u"LISTE_NR", name);
+        heads.setText(u"REGION_A", QStringLiteral("WR01"));
+        heads.setInt(u"KOR_FAKTOR_N", factor);
+        ASSERT_TRUE(heads.insert());
+        Dataset rows(session.database(), schema::Holzdaten);
+        for (const Tree& t : trees) {
+            rows.clearFields();
+            rows.setInt(u"ID", ++m_id);
+            rows.setInt(u"ID_FILE", id);
+            rows.setText(u"BAUMART", QString::fromLatin1(t.species));
+            rows.setText(u"DMSTUFE", QString::fromLatin1(t.diameterClass));
+            rows.setInt(u"STK", t.count);
+            rows.setInt(u"KUBATUR", t.volume);
+            ASSERT_TRUE(rows.insert());
+        }
+    }
+    // The list selection's evaluation tab with the list in `row` tapped.
+    ListSelectionDlg* lists(int row)
+    {
+        auto* screen = find<ListSelectionDlg>("listSelection");
+        app.SwitchToDialog(screen);
+        screen->showTab(ListSelectionDlg::EvaluationTab);
+        QTreeWidgetItem* item = screen->listView()->topLevelItem(row);
+        if (item)
+            QTest::mouseClick(screen->listView()->viewport(), Qt::LeftButton, {},
+                              screen->listView()->visualItemRect(item).center());
+        return screen;
+    }
+    void settingsChanged()
+    {
+        state.tables = loadSettings(session.store(), session.database(), nullptr, nullptr);
+    }
+    QString activeName() const { return active() ? active()->objectName() : QString(); }
+    QString pdfText(const QString& devicePath)
+    {
+        QProcess p;
+        p.start(
+            QStringLiteral("pdftotext"),
+            {QStringLiteral("-layout"), session.root().hostPath(devicePath), QStringLiteral("-")});
+        if (!p.waitForFinished(30000) || p.exitCode() != 0)
+            return QStringLiteral("<pdftotext failed>");
+        return QString::fromUtf8(p.readAllStandardOutput())
+            .replace(QRegularExpression(QStringLiteral("[ \\t]+")), QStringLiteral(" "));
+    }
+
+private:
+    int m_id = 0;
+};
+
+TEST_F(Distribution, StepsThroughTheSpecies)
+{
+    addList(1, QStringLiteral("WALD"), 90,
+            {{"KI", "20", 2, 200},
+             {"FI", "26", 1, 59},
+             {"FI", "32", 2, 198},
+             {"KI", "24", 1, 50},
+             {"FI", "26", 3, 177}});
+    lists(0);
+    press(ListSelectionDlg::kEval);
+    ASSERT_EQ(activeName(), QStringLiteral("totals"));
+    ASSERT_NE(keyboard()->keyFor(TotalsDlg::kDistribution), nullptr);
+    EXPECT_EQ(keyboard()->keyFor(TotalsDlg::kDistribution)->caption(), QStringLiteral("Vert."));
+    press(TotalsDlg::kDistribution);
+    ASSERT_EQ(activeName(), QStringLiteral("distribution"));
+    auto* screen = find<DistributionDlg>("distribution");
+    EXPECT_EQ(label(QStringLiteral("title")), QStringLiteral("Durchmesserverteilung"));
+
+    const struct {
+        int key;     // 0: as opened
+        int species; // shown afterwards
+        const char* caption;
+        QStringList labels;
+        std::vector<std::int64_t> stems;
+    } steps[] = {
+        {0,
+         -1,
+         "Alle Holzarten: 9 Stk",
+         {"20", "22", "24", "26", "28", "30", "32"},
+         {2, 0, 1, 4, 0, 0, 2}},
+        {DistributionDlg::kNextSpecies, 0, "FI: 6 Stk", {"26", "28", "30", "32"}, {4, 0, 0, 2}},
+        {CNorvKeybDlg::kNextField, 1, "KI: 3 Stk", {"20", "22", "24"}, {2, 0, 1}},
+        // Past the last species back to all of them, and backwards round to the last.
+        {DistributionDlg::kNextSpecies, -1, "Alle Holzarten: 9 Stk", {}, {}},
+        {DistributionDlg::kPreviousSpecies, 1, "KI: 3 Stk", {}, {}},
+        {CNorvKeybDlg::kPreviousField, 0, "FI: 6 Stk", {}, {}},
+        {DistributionDlg::kAllSpecies, -1, "Alle Holzarten: 9 Stk", {}, {}},
+    };
+    for (const auto& s : steps) {
+        if (s.key)
+            press(s.key);
+        EXPECT_EQ(screen->shownSpecies(), s.species) << s.caption;
+        EXPECT_EQ(label(QStringLiteral("caption")), QString::fromLatin1(s.caption));
+        if (!s.labels.isEmpty()) {
+            EXPECT_EQ(screen->shownChart().labels, s.labels) << s.caption;
+            ASSERT_EQ(screen->shownChart().series.size(), 1u);
+            EXPECT_EQ(screen->shownChart().series[0].values, s.stems) << s.caption;
+        }
+    }
+    // The chart is drawn where a finger reads it.
+    QWidget* chart = screen->findChild<QWidget*>(QStringLiteral("chart"));
+    ASSERT_NE(chart, nullptr);
+    EXPECT_GE(chart->width(), 230);
+    EXPECT_GE(chart->height(), 200);
+
+    press(CNorvBaseDlg::IDCANCEL);
+    EXPECT_EQ(activeName(), QStringLiteral("totals"));
+}
+
+TEST_F(Distribution, PrintKeysWriteIntoThePrinterPath)
+{
+    addList(1, QStringLiteral("WALD 1"), 90,
+            {{"FI", "26", 1, 45}, {"FI", "26", 1, 50}, {"FI", "28", 1, 55}});
+    lists(0);
+    press(ListSelectionDlg::kEval);
+    ASSERT_EQ(activeName(), QStringLiteral("totals"));
+
+    // No question by default; the file is named by the list.
+    press(TotalsDlg::kPrint);
+    EXPECT_TRUE(dialogs.asked().isEmpty()) << str(dialogs.asked().join(u'/'));
+    EXPECT_EQ(activeName(), QStringLiteral("totals"));
+    const QString listing = QStringLiteral("\\My Documents\\WALD_1_Ausdruck.pdf");
+    ASSERT_TRUE(session.root().isFile(listing));
+    EXPECT_TRUE(pdfText(listing).contains(QStringLiteral("Gesamt 1.34 3 0.45")));
+
+    // The printer type's question, then another printer path.
+    session.store().writeInt(Setting::PrinterFrage, 5, 1);
+    session.store().writeText(Setting::PrinterPath, 0, QStringLiteral("\\Ausdrucke"));
+    settingsChanged();
+    const QString classes = QStringLiteral("\\Ausdrucke\\WALD_1_Sortiment.pdf");
+    dialogs.answerNext(MessageDialogs::No);
+    press(TotalsDlg::kAssortment);
+    EXPECT_EQ(dialogs.asked(), QStringList{"Soll der Ausdruck|gestartet werden?|"});
+    EXPECT_FALSE(session.root().isFile(classes));
+    dialogs.clear();
+    dialogs.answerNext(MessageDialogs::Yes);
+    press(TotalsDlg::kAssortment);
+    EXPECT_EQ(dialogs.asked().size(), 1);
+    ASSERT_TRUE(session.root().isFile(classes));
+    EXPECT_TRUE(pdfText(classes).contains(QStringLiteral("Summe 3 1.34 3 1.34")));
+
+    // The list selection's keys print the selected list the same way.
+    press(CNorvBaseDlg::IDCANCEL);
+    session.root().removeFile(QStringLiteral("\\Ausdrucke\\WALD_1_Ausdruck.pdf"));
+    dialogs.clear();
+    dialogs.setFallback(MessageDialogs::Yes, 1);
+    lists(0);
+    press(ListSelectionDlg::kPrint);
+    EXPECT_EQ(activeName(), QStringLiteral("listSelection"));
+    EXPECT_TRUE(session.root().isFile(QStringLiteral("\\Ausdrucke\\WALD_1_Ausdruck.pdf")));
+    EXPECT_EQ(dialogs.asked(), QStringList{"Soll der Ausdruck|gestartet werden?|"});
+}
+
+} // namespace
+} // namespace brovant

@@ -1,0 +1,280 @@
+#include "evaluation/Reports.h"
+
+#include "ReportTestData.h"
+#include "evaluation/ReportSources.h"
+#include "evaluation/Totals.h"
+
+namespace brovant::test {
+namespace {
+
+using ReportContent = ReportFixture;
+
+// FI: 40 + 45 + 49 (45, 50, 55 at 90 %), KI: 90 + 49 (101, 55).
+const std::vector<Tree> kKnownTrees = {
+    {"FI", "12", 1, 45}, {"KI", "20", 2, 101}, {"FI", "12", 1, 50},
+    {"FI", "14", 1, 55}, {"KI", "20", 1, 55},
+};
+
+TEST_F(ReportContent, ListingAgreesWithTheTotalsScreen)
+{
+    addClasses(10);
+    setSorten({"ST", "AB", "PA", "IL", "IK", "BR"});
+    addAssortmentRow("FI ", "12", {10, 20, 0, 0, 0, 10});
+    addAssortmentRow("FI ", "14", {0, 0, 0, 0, 0, 0});
+    addList(1, QStringLiteral("HIEB01"), 90);
+    addTrees(1, kKnownTrees);
+    const auto report = reports::listing(sources(), 1);
+    ASSERT_TRUE(report.has_value());
+    EXPECT_EQ(report->fileTag, QStringLiteral("Ausdruck"));
+    EXPECT_EQ(reports::fileName(*report), QStringLiteral("HIEB01_Ausdruck.pdf"));
+
+    const auto fi = tablesTitled(*report, QStringLiteral("Holzart FI"));
+    const auto ki = tablesTitled(*report, QStringLiteral("Holzart KI"));
+    ASSERT_EQ(fi.size(), 1u);
+    ASSERT_EQ(ki.size(), 1u);
+    EXPECT_EQ(tableRows(*fi[0]),
+              (QStringList{"12|12|0.85|2|0.43", "14|14|0.49|1|0.49", "Summe FI||1.34|3|0.45"}));
+    EXPECT_EQ(tableRows(*ki[0]), (QStringList{"20|20|1.39|3|0.46", "Summe KI||1.39|3|0.46"}));
+    EXPECT_EQ(fi[0]->rows.back().style, RowStyle::Subtotal);
+
+    // The summary is the totals screen, cell for cell.
+    const auto summary = tablesTitled(*report, QStringLiteral("Zusammenstellung"));
+    ASSERT_EQ(summary.size(), 1u);
+    const auto totals = Totals::compute(db(), 1);
+    ASSERT_TRUE(totals.has_value());
+    QStringList screen;
+    for (const Totals::Row& row : totals->rows()) {
+        if (!row[1].isEmpty())
+            screen << QStringList{row[0].isEmpty() ? QStringLiteral("Gesamt") : row[0],
+                                  row[1].trimmed(), row[2].trimmed(), row[3].trimmed()}
+                          .join(u'|');
+    }
+    EXPECT_EQ(tableRows(*summary[0]), screen);
+    EXPECT_EQ(tableRows(*summary[0]),
+              (QStringList{"FI|1.34|3|0.45", "KI|1.39|3|0.46", "Gesamt|2.73|6|0.46"}));
+    EXPECT_EQ(summary[0]->rows.back().style, RowStyle::Total);
+
+    // Assortments: FI class 12 splits 1:2:0:0:0:1, class 14's row is all zeros, KI has none.
+    const auto sorts = tablesTitled(*report, QStringLiteral("Holzsorten-Verteilung für"));
+    ASSERT_EQ(sorts.size(), 3u);
+    EXPECT_EQ(sorts[0]->title, QStringLiteral("Holzsorten-Verteilung für 'FI'"));
+    EXPECT_EQ(tableRows(*sorts[0]), (QStringList{"ST|0.21|15.7", "AB|0.43|32.1", "PA|0.00|0.0",
+                                                 "IL|0.00|0.0", "IK|0.00|0.0", "BR|0.21|15.7",
+                                                 "ohne Sortierung|0.49|36.6", "Summe|1.34|100.0"}));
+    EXPECT_EQ(tableRows(*sorts[1]),
+              (QStringList{"ohne Sortierung|1.39|100.0", "Summe|1.39|100.0"}));
+    EXPECT_EQ(sorts[2]->title, QStringLiteral("Holzsorten-Verteilung für 'alle Holzarten'"));
+    EXPECT_EQ(tableRows(*sorts[2]), (QStringList{"ST|0.21|7.7", "AB|0.43|15.8", "PA|0.00|0.0",
+                                                 "IL|0.00|0.0", "IK|0.00|0.0", "BR|0.21|7.7",
+                                                 "ohne Sortierung|1.88|68.9", "Summe|2.73|100.0"}));
+
+    // The stacked chart carries every stem.
+    const auto chart =
+        std::find_if(report->blocks.begin(), report->blocks.end(),
+                     [](const auto& b) { return b.kind == ReportBlock::Kind::Chart; });
+    ASSERT_NE(chart, report->blocks.end());
+    EXPECT_EQ(chart->chart.labels, (QStringList{"12", "14", "16", "18", "20"}));
+    std::int64_t stems = 0;
+    for (int i = 0; i < chart->chart.labels.size(); ++i)
+        stems += chart->chart.total(i);
+    EXPECT_EQ(stems, totals->count());
+}
+
+TEST_F(ReportContent, HeaderLinesAndLabels)
+{
+    addClasses(3);
+    addList(1, QStringLiteral("HIEB01"), 90);
+    Dataset heads(db(), schema::Kopfdaten);
+    heads.reset(Filter::byList(1));
+    heads.setText(u"ZUSATZ_A", QStringLiteral("Südhang"));
+    heads.setText(u"KOPF1_A", QStringLiteral("Forstamt Nord"));
+    heads.setText(u"KOPF3_A", QStringLiteral("12"));
+    ASSERT_TRUE(heads.save());
+    addTrees(1, {{"FI", "08", 1, 10}});
+
+    // Nothing set: the distributor's three lines; the screen's own labels.
+    auto report = reports::listing(sources(), 1);
+    ASSERT_TRUE(report.has_value());
+    EXPECT_EQ(report->company, (QStringList{QString::fromUtf16(report::kDefaultCompany[0]),
+                                            QString::fromUtf16(report::kDefaultCompany[1]),
+                                            QString::fromUtf16(report::kDefaultCompany[2])}));
+    QStringList header;
+    for (const auto& [label, value] : report->header)
+        header << label + u'=' + value;
+    EXPECT_EQ(header, (QStringList{"Liste:=HIEB01", "Zusatz:=Südhang", "Datum:=04.05.2026",
+                                   "Korr.-Faktor:=90 %", "Wuchsreg:=WR01", "Feld 1:=Forstamt Nord",
+                                   "Feld 3:=12"}));
+
+    // Imported labels keep their blanks in the registry, not on paper; a set company line wins,
+    // an empty one falls back, lines 4 and 5 only when set.
+    store().writeText(Setting::KopfLabel, 0, QStringLiteral("Zusatz:             "));
+    store().writeText(Setting::KopfLabel, 4, QStringLiteral("Forstamt:           "));
+    store().writeText(Setting::KopfLabel, 6, QStringLiteral("Abteilung:          "));
+    store().writeText(Setting::Firmenkopf, 1, QStringLiteral("Forstbetrieb Musterwald   "));
+    store().writeText(Setting::Firmenkopf, 2, QStringLiteral("   "));
+    store().writeText(Setting::Firmenkopf, 5, QStringLiteral("www.musterwald.example"));
+    report = reports::classTable(sources(), 1);
+    ASSERT_TRUE(report.has_value());
+    EXPECT_EQ(
+        report->company,
+        (QStringList{"Forstbetrieb Musterwald", QString::fromUtf16(report::kDefaultCompany[1]),
+                     QString::fromUtf16(report::kDefaultCompany[2]), "www.musterwald.example"}));
+    header.clear();
+    for (const auto& [label, value] : report->header)
+        header << label + u'=' + value;
+    EXPECT_EQ(header.mid(5), (QStringList{"Forstamt:=Forstamt Nord", "Abteilung:=12"}));
+
+    EXPECT_FALSE(reports::listing(sources(), 7).has_value());
+    EXPECT_FALSE(reports::classTable(sources(), 7).has_value());
+}
+
+struct ClassCase {
+    const char* name;
+    int classes; // class rows imported: from `first` cm in steps of `step`
+    int first;
+    int step;
+    int stufenanzahl; // ALLG/Stufenanzahl
+    std::vector<Tree> trees;
+    int lines;         // class lines printed
+    QString lastClass; // the last of them
+    QString rest;      // the line for the other classes: "stems|m3", or empty for none
+};
+
+void PrintTo(const ClassCase& c, std::ostream* os)
+{
+    *os << c.name;
+}
+
+class ClassTableCases : public ReportFixture, public ::testing::WithParamInterface<ClassCase> {};
+
+TEST_P(ClassTableCases, OneLinePerClassUpToTheSetting)
+{
+    const ClassCase& c = GetParam();
+    addClasses(c.classes, c.first, c.step);
+    store().writeInt(Setting::Stufenanzahl, 0, c.stufenanzahl);
+    addList(1, QStringLiteral("L1"), 90);
+    addTrees(1, c.trees);
+    const auto report = reports::classTable(sources(), 1);
+    ASSERT_TRUE(report.has_value());
+    EXPECT_EQ(report->fileTag, QStringLiteral("Sortiment"));
+    const auto tables = tablesTitled(*report, QString());
+    ASSERT_EQ(tables.size(), 1u);
+    const ReportTable& t = *tables[0];
+    ASSERT_EQ(t.columns.size(), 6u); // class, diameter, FI stems and m3, all stems and m3
+    EXPECT_EQ(t.columns[2].caption, QStringLiteral("FI Stk"));
+    EXPECT_EQ(t.columns[5].caption, QStringLiteral("Ges. m³"));
+
+    const int restLines = c.rest.isEmpty() ? 0 : 1;
+    ASSERT_EQ(int(t.rows.size()), c.lines + restLines + 1);
+    if (c.lines > 0) {
+        EXPECT_EQ(t.rows[0].cells[0], QStringLiteral("%1").arg(c.first, 2, 10, QChar(u'0')));
+        EXPECT_EQ(t.rows[size_t(c.lines - 1)].cells[0], c.lastClass);
+    }
+    if (restLines) {
+        const ReportRow& rest = t.rows[size_t(c.lines)];
+        EXPECT_EQ(rest.cells[0], QStringLiteral("übrige"));
+        EXPECT_EQ(rest.cells[4] + u'|' + rest.cells[5], c.rest);
+    }
+    // The sums hold every tree, as the totals screen does.
+    const auto totals = Totals::compute(db(), 1);
+    ASSERT_TRUE(totals.has_value());
+    const ReportRow& sum = t.rows.back();
+    EXPECT_EQ(sum.style, RowStyle::Total);
+    EXPECT_EQ(sum.cells[4], QString::number(totals->count()));
+    EXPECT_EQ(sum.cells[5], Totals::cells({}, totals->volume(), 1)[1].trimmed());
+}
+
+const std::vector<Tree> kSpread = {
+    {"FI", "20", 2, 100}, {"FI", "59", 1, 300}, {"FI", "60", 1, 301}};
+
+INSTANTIATE_TEST_SUITE_P(
+    Settings, ClassTableCases,
+    ::testing::Values(
+        // 60 classes, 10 .. 69: at most 50 are printed (10 .. 59); 60 goes on the rest line.
+        ClassCase{"MoreThanFiftyCapped", 60, 10, 1, 60, kSpread, 50, "59", "1|2.70"},
+        ClassCase{"FiftyExactly", 60, 10, 1, 50, kSpread, 50, "59", "1|2.70"},
+        ClassCase{"FewerThanImported", 60, 10, 1, 10, kSpread, 10, "19", "4|6.30"},
+        ClassCase{"AllOfThem", 10, 8, 2, 10, {{"FI", "20", 2, 100}}, 10, "26", ""},
+        ClassCase{"NoneSet", 10, 8, 2, 0, {{"FI", "20", 2, 100}}, 0, "", "2|0.90"},
+        // A setting beyond the class rows prints the rows there are.
+        ClassCase{"SettingBeyondTheRows", 5, 8, 2, 30, {{"FI", "14", 1, 10}}, 5, "16", ""}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(ReportContent, ManySpeciesContinueInFurtherTables)
+{
+    addClasses(5);
+    addList(1, QStringLiteral("L1"), 100);
+    std::vector<Tree> trees;
+    for (const char* species : {"AH", "BU", "EI", "FI", "KI", "TA"})
+        trees.push_back({species, "10", 1, 10});
+    addTrees(1, trees);
+    const auto report = reports::classTable(sources(), 1);
+    ASSERT_TRUE(report.has_value());
+    const auto tables = tablesTitled(*report, QStringLiteral("Stufentabelle, Teil"));
+    ASSERT_EQ(tables.size(), 2u);
+    EXPECT_EQ(tables[0]->title, QStringLiteral("Stufentabelle, Teil 1 von 2"));
+    EXPECT_EQ(tables[0]->columns.size(), 2u + 2 * (4 + 1));
+    EXPECT_EQ(tables[1]->columns.size(), 2u + 2 * (2 + 1));
+    EXPECT_EQ(tables[1]->columns[2].caption, QStringLiteral("KI Stk"));
+    // Both end with every stem of the list.
+    for (const ReportTable* t : tables)
+        EXPECT_EQ(t->rows.back().cells[t->columns.size() - 2], QStringLiteral("6"));
+}
+
+TEST_F(ReportContent, PrinterSettingsInUse)
+{
+    const struct {
+        int type;
+        int length; // Seitenlaenge of that type, -1: not set
+        int ask;    // Frage of that type, -1: not set
+        int field;  // FieldSoftware
+        int expectLength;
+        bool expectAsk;
+    } cases[] = {
+        {5, -1, -1, 0, 65, false}, {0, -1, -1, 0, 68, false}, {1, -1, 1, 0, 72, true},
+        {3, 40, 0, 0, 40, false},  {5, 90, 1, 1, 72, false},
+    };
+    for (const auto& c : cases) {
+        session->profile().deleteSection(QStringLiteral("Printer"));
+        store().writeInt(Setting::PrinterType, 0, c.type);
+        if (c.length >= 0)
+            store().writeInt(Setting::PrinterSeitenlaenge, c.type, c.length);
+        if (c.ask >= 0)
+            store().writeInt(Setting::PrinterFrage, c.type, c.ask);
+        store().writeInt(Setting::FieldSoftware, 0, c.field);
+        EXPECT_EQ(reports::pageLength(tables()), c.expectLength) << c.type;
+        EXPECT_EQ(reports::askBeforePrinting(tables()), c.expectAsk) << c.type;
+    }
+
+    const Report page = reports::testPage(sources());
+    EXPECT_EQ(reports::fileName(page), QStringLiteral("Testseite.pdf"));
+    const auto settings = tablesTitled(page, QStringLiteral("Druckereinstellungen"));
+    ASSERT_EQ(settings.size(), 1u);
+    EXPECT_TRUE(tableRows(*settings[0]).contains(QStringLiteral("Seitenlänge (Zeilen)|72")));
+    EXPECT_TRUE(tableRows(*settings[0]).contains(QStringLiteral("Druckpfad|\\My Documents")));
+    EXPECT_EQ(tablesTitled(page, QStringLiteral("Mustertabelle")).size(), 1u);
+}
+
+TEST(ReportFileNames, PlainCharactersOnly)
+{
+    const struct {
+        const char* listNo;
+        const char* tag;
+        const char* name;
+    } cases[] = {
+        {"HIEB01", "Ausdruck", "HIEB01_Ausdruck.pdf"},
+        {"A/B C", "Sortiment", "A_B_C_Sortiment.pdf"},
+        {"..\\x", "Ausdruck", "___x_Ausdruck.pdf"},
+        {"Süd-2", "Ausdruck", "S_d-2_Ausdruck.pdf"},
+        {"", "Testseite", "Testseite.pdf"},
+    };
+    for (const auto& c : cases) {
+        Report r;
+        r.listNo = QString::fromUtf8(c.listNo);
+        r.fileTag = QString::fromLatin1(c.tag);
+        EXPECT_EQ(reports::fileName(r), QString::fromLatin1(c.name)) << c.listNo;
+    }
+}
+
+} // namespace
+} // namespace brovant::test

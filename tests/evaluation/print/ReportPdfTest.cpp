@@ -1,0 +1,172 @@
+// The printouts as PDF files, read back as text with pdftotext (poppler-utils): the numbers on
+// paper are the totals screen's, and the pages break where the page length says.
+#include "evaluation/print/ReportPrinter.h"
+
+#include "evaluation/ReportTestData.h"
+#include "evaluation/Totals.h"
+
+#include <QFile>
+#include <QProcess>
+#include <QRegularExpression>
+
+namespace brovant::test {
+namespace {
+
+// The pages of a PDF as text, runs of blanks made one.
+QStringList pdfPages(const QString& file)
+{
+    QProcess p;
+    p.start(QStringLiteral("pdftotext"), {QStringLiteral("-layout"), file, QStringLiteral("-")});
+    if (!p.waitForFinished(30000) || p.exitCode() != 0)
+        return {QStringLiteral("<pdftotext failed>")};
+    QString text = QString::fromUtf8(p.readAllStandardOutput());
+    text.replace(QRegularExpression(QStringLiteral("[ \\t]+")), QStringLiteral(" "));
+    QStringList pages = text.split(u'\f');
+    if (!pages.isEmpty() && pages.last().trimmed().isEmpty())
+        pages.removeLast();
+    return pages;
+}
+
+// The lines of a page, each trimmed.
+QStringList lines(const QString& page)
+{
+    QStringList out;
+    for (const QString& line : page.split(u'\n'))
+        out << line.trimmed();
+    return out;
+}
+
+class ReportPdf : public ReportFixture {
+protected:
+    QString write(const Report& report, int pageLength)
+    {
+        const QString file = root.host(QStringLiteral("report.pdf"));
+        QString error;
+        EXPECT_TRUE(ReportPrinter::writePdf(report, pageLength, file, &error))
+            << error.toStdString();
+        return file;
+    }
+};
+
+TEST_F(ReportPdf, ListingShowsTheTotalsScreensNumbers)
+{
+    addClasses(10);
+    setSorten({"ST", "AB", "PA", "IL", "IK", "BR"});
+    addAssortmentRow("FI ", "12", {10, 20, 0, 0, 0, 10});
+    addList(1, QStringLiteral("HIEB01"), 90);
+    // FI: 40 + 45 + 49, KI: 90 + 49; not 135 and 140 as the uncorrected sums at 90 % would be.
+    addTrees(1, {{"FI", "12", 1, 45},
+                 {"KI", "20", 2, 101},
+                 {"FI", "12", 1, 50},
+                 {"FI", "14", 1, 55},
+                 {"KI", "20", 1, 55}});
+    const auto report = reports::listing(sources(), 1);
+    ASSERT_TRUE(report.has_value());
+    const QStringList pages = pdfPages(write(*report, 72));
+    const auto layout = ReportLayout::paginate(*report, 72);
+    ASSERT_EQ(pages.size(), qsizetype(layout.size()));
+    const QStringList all = lines(pages.join(u'\n'));
+
+    // Each species line and the grand total as the screen shows them.
+    const auto totals = Totals::compute(db(), 1);
+    ASSERT_TRUE(totals.has_value());
+    QStringList expected;
+    for (const Totals::Row& row : totals->rows()) {
+        if (row[1].isEmpty())
+            continue;
+        const QString first = row[0].isEmpty() ? QStringLiteral("Gesamt") : row[0];
+        expected << QStringList{first, row[1].trimmed(), row[2].trimmed(), row[3].trimmed()}.join(
+            u' ');
+    }
+    EXPECT_EQ(expected, (QStringList{"FI 1.34 3 0.45", "KI 1.39 3 0.46", "Gesamt 2.73 6 0.46"}));
+    for (const QString& line : expected)
+        EXPECT_TRUE(all.contains(line)) << line.toStdString();
+    for (const char* line : {"Summe FI 1.34 3 0.45", "Summe KI 1.39 3 0.46", "12 12 0.85 2 0.43",
+                             "Holzsorten-Verteilung für 'FI'", "ST 0.21 15.7",
+                             "Holzsorten-Verteilung für 'alle Holzarten'", "Summe 2.73 100.0"})
+        EXPECT_TRUE(all.contains(QString::fromUtf8(line))) << line;
+
+    // The header on page 1, the page numbers on every page.
+    const QString first = pages.first();
+    for (const char* text : {"Holzliste nach Holzart und Stufe", "HIEB01", "90 %", "WR01",
+                             "Korr.-Faktor:", "gedruckt am 04.05.2026 07:30"})
+        EXPECT_TRUE(first.contains(QString::fromUtf8(text))) << text;
+    for (int p = 0; p < pages.size(); ++p)
+        EXPECT_TRUE(pages[p].contains(ReportLayout::pageCaption(p + 1, int(pages.size())))) << p;
+}
+
+struct LengthCase {
+    int pageLength;
+    int pages;
+    const char* lastOnPageOne; // the last class line on page 1
+};
+
+void PrintTo(const LengthCase& c, std::ostream* os)
+{
+    *os << c.pageLength << " lines";
+}
+
+class ClassTablePages : public ReportPdf, public ::testing::WithParamInterface<LengthCase> {};
+
+// 60 class rows (10 .. 69 cm), 50 printed: page 1 holds 8 header lines and the captions before
+// its rows, a following page the running head, a blank line and the captions.
+TEST_P(ClassTablePages, BreakWhereTheLengthSays)
+{
+    const LengthCase& c = GetParam();
+    addClasses(60, 10, 1);
+    addList(1, QStringLiteral("L1"), 100);
+    addTrees(1, {{"FI", "20", 2, 100}, {"KI", "59", 1, 300}});
+    const auto report = reports::classTable(sources(), 1);
+    ASSERT_TRUE(report.has_value());
+    const QStringList pages = pdfPages(write(*report, c.pageLength));
+    ASSERT_EQ(pages.size(), c.pages);
+    EXPECT_EQ(qsizetype(ReportLayout::paginate(*report, c.pageLength).size()), pages.size());
+
+    // Class lines are "code diameter ...": the last one on page 1.
+    QString last;
+    for (const QString& line : lines(pages.first())) {
+        static const QRegularExpression classLine(QStringLiteral("^(\\d\\d) \\1\\b"));
+        if (const auto m = classLine.match(line); m.hasMatch())
+            last = m.captured(1);
+    }
+    EXPECT_EQ(last, QString::fromLatin1(c.lastOnPageOne));
+    // Continuation pages repeat the captions; the sums close the last page.
+    for (int p = 1; p < pages.size(); ++p)
+        EXPECT_TRUE(pages[p].contains(QStringLiteral("Ges. Stk"))) << p;
+    EXPECT_TRUE(lines(pages.last()).contains(QStringLiteral("Summe 2 1.00 1 3.00 3 4.00")));
+}
+
+INSTANTIATE_TEST_SUITE_P(Lengths, ClassTablePages,
+                         ::testing::Values(LengthCase{72, 1, "59"},
+                                           // 20 body lines: captions and 19 classes.
+                                           LengthCase{30, 3, "28"}, LengthCase{40, 2, "38"}));
+
+TEST_F(ReportPdf, TestPageShowsHeaderAndPrinterSettings)
+{
+    store().writeText(Setting::Firmenkopf, 1, QStringLiteral("Forstbetrieb Musterwald"));
+    store().writeInt(Setting::PrinterType, 0, 2);
+    store().writeInt(Setting::PrinterSeitenlaenge, 2, 50);
+    const QStringList pages = pdfPages(write(reports::testPage(sources()), 50));
+    ASSERT_EQ(pages.size(), 1);
+    const QStringList text = lines(pages.first());
+    for (const char* line : {"Forstbetrieb Musterwald", "Drucker-Testseite", "Druckertyp 2",
+                             "Seitenlänge (Zeilen) 50", "Gesamt 22.59 23 0.98", "Seite 1 von 1"})
+        EXPECT_TRUE(text.contains(QString::fromUtf8(line))
+                    || pages.first().contains(QString::fromUtf8(line)))
+            << line;
+}
+
+TEST_F(ReportPdf, AFailedWriteLeavesNoFile)
+{
+    const Report page = reports::testPage(sources());
+    const QString file = root.host(QStringLiteral("missing/folder/t.pdf"));
+    QString error;
+    EXPECT_FALSE(ReportPrinter::writePdf(page, 60, file, &error));
+    EXPECT_FALSE(error.isEmpty());
+    EXPECT_FALSE(QFile::exists(file));
+    // Tests and the tool run offscreen: never on a printer.
+    EXPECT_TRUE(ReportPrinter::systemPrinter().isEmpty());
+}
+
+} // namespace
+} // namespace brovant::test

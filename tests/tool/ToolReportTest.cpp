@@ -1,0 +1,140 @@
+// "brovant-tool report" on the demo configuration: the listing, the class table and the test
+// page written as PDF files whose numbers are those of "brovant-tool totals".
+#include "support/TempRoot.h"
+#include "tool/ToolRun.h"
+
+#include <QFile>
+#include <QProcess>
+#include <QRegularExpression>
+
+#include <gtest/gtest.h>
+
+namespace brovant::test {
+namespace {
+
+// A PDF's text, runs of blanks made one.
+QString pdfText(const QString& file)
+{
+    QProcess p;
+    p.start(QStringLiteral("pdftotext"), {QStringLiteral("-layout"), file, QStringLiteral("-")});
+    if (!p.waitForFinished(30000) || p.exitCode() != 0)
+        return QStringLiteral("<pdftotext failed>");
+    return QString::fromUtf8(p.readAllStandardOutput())
+        .replace(QRegularExpression(QStringLiteral("[ \\t]+")), QStringLiteral(" "));
+}
+
+class ToolReport : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_EQ(run({"import-config", BROVANT_SOURCE_DIR "/demo/passive.dtr"}).status, 0);
+        ASSERT_EQ(run({"new-list", "HIEB01", "--region", "WR01", "--factor", "90", "--field",
+                       "1=Forstamt", "--field", "2=Revier", "--field", "3=12", "--field",
+                       "12=Anna Probe"})
+                      .status,
+                  0);
+        ASSERT_EQ(run({"new-list", "LEER", "--region", "WR01", "--field", "1=Forstamt", "--field",
+                       "2=Revier", "--field", "3=12", "--field", "12=Anna Probe"})
+                      .status,
+                  0);
+        for (const QStringList& tree :
+             {QStringList{"--bhd", "25", "--species", "FI", "--tarif", "FI01"},
+              QStringList{"--bhd", "31", "--stk", "2", "--species", "FI", "--tarif", "FI01"},
+              QStringList{"--bhd", "40", "--species", "BU", "--tarif", "BU01"},
+              QStringList{"--bhd", "22", "--stk", "3", "--species", "KI", "--tarif", "KI01"}})
+            ASSERT_EQ(run(QStringList{"tally", "HIEB01"} + tree).status, 0);
+    }
+    ToolRun run(const QStringList& args) { return tool(root.path(), args); }
+    QString file(const char* name) const { return root.host(QString::fromLatin1(name)); }
+
+    TempRoot root;
+};
+
+TEST_F(ToolReport, ListingCarriesTheTotals)
+{
+    const ToolRun totals = run({"totals", "HIEB01"});
+    ASSERT_EQ(totals.status, 0);
+    const ToolRun r = run({"report", "HIEB01", "--listing", file("l.pdf")});
+    ASSERT_EQ(r.status, 0) << r.err.toStdString();
+    EXPECT_EQ(r.out, QStringLiteral("l.pdf: 2 Seiten, 65 Zeilen je Seite\n"));
+    const QString text = pdfText(file("l.pdf"));
+    // Every row of the totals screen, the grand total as "Gesamt".
+    int rows = 0;
+    for (const QString& row : totals.out.split(u'\n', Qt::SkipEmptyParts)) {
+        QStringList cells = row.split(u'|');
+        if (cells.value(1).isEmpty())
+            continue;
+        if (cells[0].isEmpty())
+            cells[0] = QStringLiteral("Gesamt");
+        for (QString& cell : cells)
+            cell = cell.trimmed();
+        EXPECT_TRUE(text.contains(cells.join(u' '))) << cells.join(u' ').toStdString();
+        ++rows;
+    }
+    EXPECT_EQ(rows, 4);
+    for (const char* line : {"Holzliste nach Holzart und Stufe", "Holzsorten-Verteilung für 'FI'",
+                             "Durchmesserverteilung", "Seite 2 von 2", "Forstamt"})
+        EXPECT_TRUE(text.contains(QString::fromUtf8(line))) << line;
+}
+
+TEST_F(ToolReport, ClassTableAndTestPage)
+{
+    const struct {
+        QStringList args;
+        const char* file;
+        const char* out;
+        const char* text;
+    } cases[] = {
+        {{"report", "HIEB01", "--classes"},
+         "c.pdf",
+         "c.pdf: 1 Seite, 65 Zeilen je Seite\n",
+         "Stufentabelle"},
+        // The list name is matched without its padding; the test page needs no list.
+        {{"report", "HIEB01  ", "--classes"},
+         "c2.pdf",
+         "c2.pdf: 1 Seite, 65 Zeilen je Seite\n",
+         "38 Stufen laut Stammdaten"},
+        {{"report", "--test-page"},
+         "t.pdf",
+         "t.pdf: 1 Seite, 65 Zeilen je Seite\n",
+         "Drucker-Testseite"},
+    };
+    for (const auto& c : cases) {
+        const ToolRun r = run(c.args + QStringList{file(c.file)});
+        EXPECT_EQ(r.status, 0) << r.err.toStdString();
+        EXPECT_EQ(r.out, QString::fromLatin1(c.out));
+        EXPECT_TRUE(pdfText(file(c.file)).contains(QString::fromUtf8(c.text))) << c.file;
+    }
+}
+
+TEST_F(ToolReport, RefusedCommandLines)
+{
+    const struct {
+        QStringList args;
+        int status;
+        const char* err; // the start of what is said
+    } cases[] = {
+        {{"report", "HIEB01", "x.pdf"}, 2, "report: LISTE_NR"},
+        {{"report", "HIEB01", "--listing", "--classes", "x.pdf"}, 2, "report: LISTE_NR"},
+        {{"report", "--listing", "x.pdf"}, 2, "report: LISTE_NR"},
+        {{"report", "HIEB01", "--listing"}, 2, "report: LISTE_NR"},
+        {{"report", "NIX", "--listing", "x.pdf"}, 1, "Liste nicht gefunden: NIX"},
+        {{"report", "LEER", "--classes", "x.pdf"}, 1, "Keine Daten vorhanden!"},
+        {{"report", "HIEB01", "--listing", "/nonexistent/dir/x.pdf"},
+         1,
+         "Datei kann nicht erzeugt werden: /nonexistent/dir/x.pdf"},
+    };
+    for (const auto& c : cases) {
+        const ToolRun r = run(c.args);
+        EXPECT_EQ(r.status, c.status) << c.args.join(u' ').toStdString();
+        EXPECT_TRUE(r.err.contains(QString::fromUtf8(c.err))) << r.err.toStdString();
+        EXPECT_EQ(r.out, QString());
+    }
+    EXPECT_FALSE(QFile::exists(QStringLiteral("x.pdf")));
+    // The other commands still run without Qt Gui, and the help names the new one.
+    const ToolRun help = run({"--help"});
+    EXPECT_TRUE(help.out.contains(QStringLiteral("report LISTE_NR (--listing|--classes) OUT.pdf")));
+}
+
+} // namespace
+} // namespace brovant::test
