@@ -19,6 +19,9 @@ const QString kHexSzTag = QStringLiteral("hex(1):");
 // The Windows limits for names.
 constexpr qsizetype kMaxKeyName = 255;
 constexpr qsizetype kMaxValueName = 16383;
+// Windows' limit on the depth of a key tree. Exporting writes every key's full path, so a chain
+// of keys without a limit costs memory by the square of its depth (and the recursion its stack).
+constexpr qsizetype kMaxKeyDepth = 512;
 // Bounds on what a hive may hold, so that a damaged file cannot exhaust memory. A string at the
 // limit still fits on one line as hex(1) (6 characters per UTF-16 unit), so what we write we
 // can always read back.
@@ -284,6 +287,8 @@ struct Registry::HiveData {
     Key* findOrCreate(const QString& path)
     {
         const QStringList parts = path.split(u'\\', Qt::SkipEmptyParts);
+        if (parts.size() > kMaxKeyDepth)
+            return nullptr;
         for (const QString& part : parts) {
             if (!validKeyName(part))
                 return nullptr;
@@ -308,7 +313,8 @@ struct Registry::HiveData {
     Key* openSection(QStringView path, const QString& hiveName)
     {
         const QList<QStringView> parts = path.split(u'\\');
-        if (parts.front().compare(hiveName, Qt::CaseInsensitive) != 0)
+        if (parts.front().compare(hiveName, Qt::CaseInsensitive) != 0
+            || parts.size() - 1 > kMaxKeyDepth)
             return nullptr;
         Key* key = &root;
         for (qsizetype i = 1; i < parts.size(); ++i) {

@@ -312,8 +312,14 @@ OfficeResult officeReceive(SerialLine& line, const QString& outDir, const Office
         return result;
     }
     for (const ReceivedFile& file : files) {
-        // A plain short name cannot leave the folder; a link under it is replaced on rename.
-        QSaveFile out(QDir(outDir).filePath(file.name));
+        // A plain short name cannot leave the folder, but QSaveFile writes through a link left
+        // under it: the link goes first.
+        const QString path = QDir(outDir).filePath(file.name);
+        if (QFileInfo(path).isSymLink() && !QFile::remove(path)) {
+            result.error = QStringLiteral("Datei kann nicht erzeugt werden: %1").arg(file.name);
+            return result;
+        }
+        QSaveFile out(path);
         if (!out.open(QIODevice::WriteOnly) || out.write(file.bytes) != file.bytes.size()
             || !out.commit()) {
             result.error = QStringLiteral("Datei kann nicht erzeugt werden: %1").arg(file.name);

@@ -1,0 +1,434 @@
+// "brovant-tool send", "receive" and "fetch-config" run as processes against the office end over
+// each channel: ActiveSync with "office-activesync" beside them, the cable with "office-receive" or
+// "office-send" at the far end of two bridged pseudo-terminals, FTP against a loopback server.
+#include "masterdata/DeviceSession.h"
+#include "support/TempRoot.h"
+#include "tool/ToolRun.h"
+#include "transfer/FtpTestServer.h"
+
+#include <QDir>
+#include <QDirIterator>
+#include <QProcess>
+
+#include <atomic>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <termios.h>
+#include <thread>
+#include <unistd.h>
+
+namespace brovant::test {
+namespace {
+
+const QString kFtpScript = QStringLiteral(BROVANT_SOURCE_DIR "/tests/transfer/ftp_server.py");
+const QString kFtpUser = QStringLiteral("office");
+const QString kFtpPassword = QStringLiteral("s3cret");
+
+QMap<QString, QByteArray> filesIn(const QString& dir)
+{
+    QMap<QString, QByteArray> files;
+    QDirIterator it(dir, QDir::Files | QDir::Hidden | QDir::System, QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QString path = it.next();
+        QFile file(path);
+        files[QDir(dir).relativeFilePath(path)] =
+            file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<unreadable>");
+    }
+    return files;
+}
+
+// An office list as the office writes it: a header naming the file, then its records.
+QByteArray officeList(const QByteArray& number, const QByteArray& records,
+                      const QByteArray& structure = "T00300")
+{
+    return "TD0" + number.leftJustified(8, ' ') + ".DATQuendrax     0Brovant_V300_D\r\n" + "001"
+           + number.leftJustified(8, ' ') + QByteArray("Liste:").leftJustified(20, ' ')
+           + "04.05.2026" + QByteArray("Datum:").leftJustified(20, ' ') + "1.00"
+           + QByteArray("Faktor:").leftJustified(20, ' ') + "WR01    " + structure + "\r\n"
+           + records;
+}
+
+// Two pseudo-terminals whose masters are joined by a thread, so the two slaves behave as the two
+// ends of one cable: the device's tool opens one through dev/COM1, the office's tool the other.
+// The slaves are made raw and held open here, so nothing is echoed or hung up between runs.
+class PtyBridge {
+public:
+    PtyBridge()
+    {
+        for (int i = 0; i < 2; ++i) {
+            m_master[i] = ::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK);
+            if (m_master[i] < 0 || ::grantpt(m_master[i]) != 0 || ::unlockpt(m_master[i]) != 0)
+                return;
+            m_slavePath[i] = QString::fromLocal8Bit(::ptsname(m_master[i]));
+            m_slave[i] = ::open(::ptsname(m_master[i]), O_RDWR | O_NOCTTY | O_NONBLOCK);
+            termios tio{};
+            if (m_slave[i] < 0 || ::tcgetattr(m_slave[i], &tio) != 0)
+                return;
+            ::cfmakeraw(&tio);
+            ::tcsetattr(m_slave[i], TCSANOW, &tio);
+        }
+        m_relay = std::thread([this] { relay(); });
+    }
+    ~PtyBridge()
+    {
+        m_stop = true;
+        if (m_relay.joinable())
+            m_relay.join();
+        for (const int fd : {m_slave[0], m_slave[1], m_master[0], m_master[1]}) {
+            if (fd >= 0)
+                ::close(fd);
+        }
+    }
+    bool ok() const { return m_relay.joinable(); }
+    const QString& end(int i) const { return m_slavePath[i]; }
+
+private:
+    void relay()
+    {
+        char buffer[4096];
+        while (!m_stop) {
+            pollfd p[2] = {{m_master[0], POLLIN, 0}, {m_master[1], POLLIN, 0}};
+            if (::poll(p, 2, 20) <= 0)
+                continue;
+            for (int i = 0; i < 2; ++i) {
+                if (!(p[i].revents & POLLIN))
+                    continue;
+                const ssize_t n = ::read(m_master[i], buffer, sizeof buffer);
+                for (ssize_t done = 0; n > 0 && done < n && !m_stop;) {
+                    const ssize_t w = ::write(m_master[1 - i], buffer + done, size_t(n - done));
+                    if (w > 0) {
+                        done += w;
+                    } else {
+                        pollfd out{m_master[1 - i], POLLOUT, 0};
+                        ::poll(&out, 1, 20);
+                    }
+                }
+            }
+        }
+    }
+
+    int m_master[2] = {-1, -1};
+    int m_slave[2] = {-1, -1};
+    QString m_slavePath[2];
+    std::thread m_relay;
+    std::atomic<bool> m_stop = false;
+};
+
+// The office's tool running beside the device's.
+class OfficeProcess {
+public:
+    void start(const QStringList& args)
+    {
+        m_process.setProgram(QStringLiteral(BROVANT_TOOL_PATH));
+        m_process.setArguments(args);
+        m_process.start();
+        m_process.waitForStarted();
+    }
+    ToolRun finish()
+    {
+        if (m_process.state() != QProcess::NotRunning)
+            m_process.waitForFinished(60000);
+        return {m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1,
+                QString::fromUtf8(m_process.readAllStandardOutput()),
+                QString::fromUtf8(m_process.readAllStandardError())};
+    }
+
+private:
+    QProcess m_process;
+};
+
+enum class Route { ActiveSync, Cable, Ftp };
+
+const char* routeName(Route route)
+{
+    switch (route) {
+    case Route::ActiveSync:
+        return "ActiveSync";
+    case Route::Cable:
+        return "Cable";
+    case Route::Ftp:
+        return "Ftp";
+    }
+    return "?";
+}
+
+// A device with the demo configuration, the list HIEB01 with two trees and the empty list LEER.
+class ToolChannels : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_EQ(run({"import-config", BROVANT_SOURCE_DIR "/demo/passive.dtr"}).status, 0);
+        for (const char* name : {"HIEB01", "LEER"}) {
+            const ToolRun r =
+                run({"new-list", name, "--region", "WR01", "--field", "1=Forstamt", "--field",
+                     "2=Revier", "--field", "3=12", "--field", "12=Anna Probe"});
+            ASSERT_EQ(r.status, 0) << r.err.toStdString();
+        }
+        for (const char* bhd : {"25", "40"}) {
+            const ToolRun r =
+                run({"tally", "HIEB01", "--bhd", bhd, "--species", "FI", "--tarif", "FI01"});
+            ASSERT_EQ(r.status, 0) << r.err.toStdString();
+        }
+    }
+
+    ToolRun run(const QStringList& args) { return tool(root.path(), args); }
+
+    std::string lists()
+    {
+        return sqlRows(root.host(QStringLiteral("Brovant/Brovant.cdb")),
+                       "SELECT h.LISTE_NR, h.DUE_MARK, h.EXPORTED_N_NI, COUNT(t.ID) FROM "
+                       "Brov_Kopfdaten h LEFT JOIN Brov_Holzdaten t ON t.ID_FILE = h.ID_FILE "
+                       "GROUP BY h.rowid ORDER BY h.rowid")
+            .join(u' ')
+            .toStdString();
+    }
+
+    // Written between the tool's runs, as the settings screens would.
+    void setting(Setting id, int value)
+    {
+        DeviceSession(root.path()).store().writeInt(id, 0, value);
+    }
+    void setting(Setting id, const QString& value)
+    {
+        DeviceSession(root.path()).store().writeText(id, 0, value);
+    }
+
+    void linkCom1(const QString& target)
+    {
+        ASSERT_TRUE(QDir().mkpath(root.host(QStringLiteral("dev"))));
+        QFile::remove(root.host(QStringLiteral("dev/COM1")));
+        ASSERT_TRUE(QFile::link(target, root.host(QStringLiteral("dev/COM1"))));
+    }
+
+    void useFtp(const FtpTestServer& server)
+    {
+        setting(Setting::DueMode, 3);
+        setting(Setting::FtpServer, server.address());
+        setting(Setting::FtpName, kFtpUser);
+        setting(Setting::FtpPassword, kFtpPassword);
+        setting(Setting::FtpDirectory, QStringLiteral("data"));
+        setting(Setting::FtpDirectory2, QStringLiteral("conf"));
+    }
+
+    TempRoot root;
+};
+
+class ToolSend : public ToolChannels, public ::testing::WithParamInterface<Route> {};
+
+TEST_P(ToolSend, DeliversTheMarkedListsAndThenUnmarksThem)
+{
+    ASSERT_EQ(run({"mark", "HIEB01"}).status, 0);
+    // What the send must deliver: the same files the export writes without a transfer.
+    ASSERT_EQ(run({"export-lists"}).status, 0);
+    const QMap<QString, QByteArray> expected = filesIn(root.host(QStringLiteral("Export")));
+    ASSERT_EQ(expected.keys(), QStringList{"HIEB01  .DAT"});
+    QDir(root.host(QStringLiteral("Export"))).removeRecursively();
+
+    TempRoot office;
+    OfficeProcess peer;
+    PtyBridge cable;
+    FtpTestServer server;
+    QString received = office.path();
+    switch (GetParam()) {
+    case Route::ActiveSync: // the default settings
+        peer.start({"office-activesync", "--root", root.path(), "--collect", office.path(),
+                    "--timeout", "30"});
+        break;
+    case Route::Cable:
+        ASSERT_TRUE(cable.ok());
+        setting(Setting::DuePort, 1);
+        linkCom1(cable.end(0));
+        peer.start(
+            {"office-receive", "--port", cable.end(1), "--out", office.path(), "--timeout", "30"});
+        break;
+    case Route::Ftp: {
+        QString why;
+        ASSERT_TRUE(server.start(kFtpScript, kFtpUser, kFtpPassword, why)) << why.toStdString();
+        ASSERT_TRUE(QDir().mkpath(server.path(QStringLiteral("data"))));
+        useFtp(server);
+        received = server.path(QStringLiteral("data"));
+        break;
+    }
+    }
+
+    const ToolRun r = run({"send"});
+    EXPECT_EQ(r.status, 0) << r.err.toStdString();
+    EXPECT_EQ(r.out, QStringLiteral("HIEB01\n"));
+    EXPECT_EQ(r.err, QString());
+    if (GetParam() != Route::Ftp) {
+        const ToolRun o = peer.finish();
+        EXPECT_EQ(o.status, 0) << o.err.toStdString();
+    }
+    EXPECT_EQ(filesIn(received), expected);
+    EXPECT_EQ(lists(), "HIEB01|0|1|2 LEER|0|0|0");
+}
+
+INSTANTIATE_TEST_SUITE_P(Routes, ToolSend,
+                         ::testing::Values(Route::ActiveSync, Route::Cable, Route::Ftp),
+                         [](const auto& info) { return std::string(routeName(info.param)); });
+
+class ToolReceive : public ToolChannels, public ::testing::WithParamInterface<Route> {};
+
+TEST_P(ToolReceive, ImportsWhatTheOfficeDelivers)
+{
+    TempRoot office;
+    office.writeFile(QStringLiteral("NEU1.DAT"),
+                     officeList("NEU1",
+                                "REGWR01    FI FI01 \r\n10A1     1FI  2626   0.59    FI01 \r\n"
+                                "10A1     1FI  3030   0.90    FI01 \r\n"));
+    office.writeFile(QStringLiteral("MUEHLE.DAT"),
+                     officeList("M\xDCHLE", "REGWR01    FI FI01 \r\n"));
+    const QStringList files{office.host(QStringLiteral("NEU1.DAT")),
+                            office.host(QStringLiteral("MUEHLE.DAT"))};
+    root.writeFile(QStringLiteral("Import/STALE.DAT"), officeList("ALT", ""));
+    OfficeProcess peer;
+    PtyBridge cable;
+    if (GetParam() == Route::Cable) {
+        ASSERT_TRUE(cable.ok());
+        setting(Setting::DuePort, 1);
+        linkCom1(cable.end(0));
+        peer.start(QStringList{"office-send", "--port", cable.end(1), "--timeout", "30"} + files);
+    } else {
+        peer.start(
+            QStringList{"office-activesync", "--root", root.path(), "--timeout", "30", "--deliver"}
+            + files);
+    }
+
+    const ToolRun r = run({"receive"});
+    EXPECT_EQ(r.status, 0) << r.err.toStdString();
+    // In the order of their names; the file left from before is not among them.
+    EXPECT_EQ(r.out, QStringLiteral("MÜHLE\nNEU1\n"));
+    EXPECT_EQ(r.err, QString());
+    const ToolRun o = peer.finish();
+    EXPECT_EQ(o.status, 0) << o.err.toStdString();
+    EXPECT_EQ(lists(), "HIEB01|0|0|2 LEER|0|0|0 MÜHLE   |0|0|0 NEU1    |0|0|2");
+    EXPECT_EQ(filesIn(root.host(QStringLiteral("Import"))), (QMap<QString, QByteArray>{}));
+}
+
+INSTANTIATE_TEST_SUITE_P(Routes, ToolReceive, ::testing::Values(Route::ActiveSync, Route::Cable),
+                         [](const auto& info) { return std::string(routeName(info.param)); });
+
+TEST_F(ToolChannels, ReceiveNamesTheListsBeforeAFileTheImportRefuses)
+{
+    TempRoot office;
+    office.writeFile(QStringLiteral("A.DAT"), officeList("ERSTE", ""));
+    office.writeFile(QStringLiteral("B.DAT"), officeList("FALSCH", "", "T00299"));
+    office.writeFile(QStringLiteral("C.DAT"), officeList("DRITTE", ""));
+    OfficeProcess peer;
+    peer.start({"office-activesync", "--root", root.path(), "--timeout", "30", "--deliver",
+                office.host(QStringLiteral("A.DAT")), office.host(QStringLiteral("B.DAT")),
+                office.host(QStringLiteral("C.DAT"))});
+    const ToolRun r = run({"receive"});
+    EXPECT_EQ(peer.finish().status, 0);
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.out, QStringLiteral("ERSTE\n"));
+    EXPECT_EQ(r.err, QStringLiteral("Falsche Struktur der Liste!\n"));
+    EXPECT_EQ(lists(), "HIEB01|0|0|2 LEER|0|0|0 ERSTE   |0|0|0");
+}
+
+TEST_F(ToolChannels, FailedTransfersChangeNoList)
+{
+    FtpTestServer server;
+    QString why;
+    ASSERT_TRUE(server.start(kFtpScript, kFtpUser, kFtpPassword, why)) << why.toStdString();
+    ASSERT_TRUE(QDir().mkpath(server.path(QStringLiteral("data"))));
+    FtpTestServer gone;
+    ASSERT_TRUE(gone.start(kFtpScript, kFtpUser, kFtpPassword, why)) << why.toStdString();
+    gone.stop();
+
+    const QString noPort = QStringLiteral("Schnittstelle COM1: kann nicht\ngeöffnet werden!\n");
+    const struct {
+        const char* what;
+        const char* command;
+        std::function<void()> setUp;
+        QString err; // lines stderr holds
+    } cases[] = {
+        {"no dev/COM1 link", "send", [&] { setting(Setting::DuePort, 1); },
+         noPort + QStringLiteral("keine Verknüpfung dev/COM1\n")},
+        {"no dev/COM1 link", "receive", [] {},
+         noPort + QStringLiteral("keine Verknüpfung dev/COM1\n")},
+        {"dev/COM1 points nowhere", "send", [&] { linkCom1(root.host(QStringLiteral("ttyNONE"))); },
+         noPort + QStringLiteral("open: No such file or directory\n")},
+        {"FTP server gone", "send", [&] { useFtp(gone); }, QStringLiteral("Fehler!\nFehler:7\n")},
+        {"FTP password wrong", "send",
+         [&] {
+             useFtp(server);
+             setting(Setting::FtpPassword, QStringLiteral("wrong"));
+         },
+         QStringLiteral("Fehler!\nFehler:67\n")},
+    };
+    ASSERT_EQ(run({"mark", "HIEB01"}).status, 0);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.command) + ", " + c.what);
+        c.setUp();
+        const ToolRun r = run({c.command});
+        EXPECT_EQ(r.status, 1);
+        EXPECT_EQ(r.out, QString());
+        EXPECT_TRUE(r.err.contains(c.err)) << r.err.toStdString();
+        EXPECT_EQ(lists(), "HIEB01|1|0|2 LEER|0|0|0");
+    }
+    EXPECT_EQ(filesIn(server.path(QStringLiteral("data"))), (QMap<QString, QByteArray>{}));
+
+    // Nothing marked is nothing failed.
+    ASSERT_EQ(run({"mark", "HIEB01"}).status, 0);
+    const ToolRun none = run({"send"});
+    EXPECT_EQ(none.status, 0);
+    EXPECT_EQ(none.err, QString::fromUtf8("Keine Liste für DÜ markiert!\n"));
+}
+
+TEST(ToolFetchConfig, FetchesByFtpAndLoadsTheConfiguration)
+{
+    QFile demo(QStringLiteral(BROVANT_SOURCE_DIR "/demo/passive.dtr"));
+    ASSERT_TRUE(demo.open(QIODevice::ReadOnly));
+    const QByteArray configuration = demo.readAll();
+    const struct {
+        const char* what;
+        const char* served; // the file's name on the server, none when absent
+        QString password;
+        int mode;
+        int status;
+        const char* err; // a line stderr holds
+    } cases[] = {
+        {"upper-case name, FTP mode", "conf/STAMM.DAT", kFtpPassword, 3, 0, "-> JA"},
+        {"lower-case name, cable mode", "conf/stamm.dat", kFtpPassword, 1, 0, "-> JA"},
+        {"no file", nullptr, kFtpPassword, 3, 1, "'STAMM.DAT' oder 'stamm.dat'"},
+        {"password wrong", "conf/STAMM.DAT", QStringLiteral("wrong"), 3, 1, "Fehler:67"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        TempRoot root;
+        FtpTestServer server;
+        QString why;
+        ASSERT_TRUE(server.start(kFtpScript, kFtpUser, kFtpPassword, why)) << why.toStdString();
+        ASSERT_TRUE(QDir().mkpath(server.path(QStringLiteral("conf"))));
+        if (c.served) {
+            QFile file(server.path(QString::fromLatin1(c.served)));
+            ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+            file.write(configuration);
+        }
+        {
+            DeviceSession session(root.path());
+            SettingsStore& store = session.store();
+            store.writeInt(Setting::DueMode, 0, c.mode);
+            store.writeText(Setting::FtpServer, 0, server.address());
+            store.writeText(Setting::FtpName, 0, kFtpUser);
+            store.writeText(Setting::FtpPassword, 0, c.password);
+            store.writeText(Setting::FtpDirectory2, 0, QStringLiteral("conf"));
+        }
+
+        const ToolRun r = tool(root.path(), {"fetch-config"});
+        EXPECT_EQ(r.status, c.status) << r.err.toStdString();
+        EXPECT_TRUE(r.err.contains(QString::fromUtf8(c.err))) << r.err.toStdString();
+        const ToolRun settings = tool(root.path(), {"settings"});
+        EXPECT_TRUE(settings.out.startsWith(
+            QStringLiteral("KONFIG/Loaded: %1\n").arg(c.status == 0 ? 1 : 0)))
+            << settings.out.toStdString();
+        EXPECT_EQ(root.readFile(QStringLiteral("Brovant/passive.dtr")),
+                  c.status == 0 ? configuration : QByteArray());
+        EXPECT_EQ(filesIn(root.host(QStringLiteral("Import"))), (QMap<QString, QByteArray>{}));
+    }
+}
+
+} // namespace
+} // namespace brovant::test
