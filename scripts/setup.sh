@@ -8,6 +8,7 @@ packages=(
     libsqlite3-dev sqlite3 libcurl4-openssl-dev python3-pyftpdlib
     libgtest-dev libgmock-dev libbenchmark-dev
     fonts-dejavu-core
+    poppler-utils
 )
 
 missing=()

@@ -1,10 +1,13 @@
 #include "app/BrovantApp.h"
 
+#include "app/CableSettingsDlg.h"
 #include "app/ConfigurationDlg.h"
+#include "app/DistributionDlg.h"
 #include "app/ListHeaderDlg.h"
 #include "app/ListInfoDlg.h"
 #include "app/ListSelectionDlg.h"
 #include "app/MainMenuDlg.h"
+#include "app/PrinterSettingsDlg.h"
 #include "app/QtMessageDialogs.h"
 #include "app/SettingsDlg.h"
 #include "app/SpeciesSelectionDlg.h"
@@ -128,6 +131,9 @@ void BrovantApp::createScreens()
     addScreen(std::make_unique<TallyDlg>(*this));
     addScreen(std::make_unique<SpeciesSelectionDlg>(*this));
     addScreen(std::make_unique<TotalsDlg>(*this));
+    addScreen(std::make_unique<DistributionDlg>(*this));
+    addScreen(std::make_unique<PrinterSettingsDlg>(*this));
+    addScreen(std::make_unique<CableSettingsDlg>(*this));
 }
 
 void BrovantApp::destroyScreens()

@@ -11,7 +11,7 @@
 
 namespace brovant {
 
-class AppState;
+struct AppState;
 class BackupService;
 class CaliperReader;
 class CNorvBaseDlg;

@@ -3,23 +3,30 @@
 #include "app/BrovantApp.h"
 #include "app/CNorvKeyboard.h"
 #include "app/ConfigurationDlg.h"
+#include "app/DistributionDlg.h"
 #include "app/ListHeaderDlg.h"
 #include "app/ListSelectionDlg.h"
 #include "app/MainMenuDlg.h"
+#include "app/PrinterSettingsDlg.h"
 #include "app/QtMessageDialogs.h"
 #include "app/RestoreDlg.h"
 #include "app/SettingsDlg.h"
 #include "app/SpeciesSelectionDlg.h"
 #include "app/TallyDlg.h"
 #include "app/TariffAssignmentDlg.h"
+#include "app/TotalsDlg.h"
 #include "app/logic/AppState.h"
 #include "app/logic/ListSelectionLogic.h"
 #include "data/Dataset.h"
 #include "data/Schema.h"
+#include "evaluation/Reports.h"
+#include "evaluation/print/ReportPrinter.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
+#include "tally/Lookup.h"
 
 #include <QApplication>
+#include <QComboBox>
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
@@ -96,6 +103,16 @@ public:
                                  .arg(++m_count, 2, 10, QChar(u'0'))
                                  .arg(slug(name));
         if (picture.save(file))
+            m_files << file;
+    }
+    // A picture that is not the window (a printed page).
+    void keep(const QImage& image, const QString& name)
+    {
+        const QString file = QStringLiteral("%1/%2-%3.png")
+                                 .arg(m_outDir)
+                                 .arg(++m_count, 2, 10, QChar(u'0'))
+                                 .arg(slug(name));
+        if (image.save(file))
             m_files << file;
     }
     const QStringList& files() const { return m_files; }
@@ -468,6 +485,104 @@ void tourTally(BrovantApp& app, Camera& camera)
         press(tally, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
 }
 
+// A mixed stand in "EICHE03", saved as the tally saves trees (class and volume from the master
+// data); then its totals, the diameter distribution (all species, then the first species) and the
+// listing, whose first two pages are kept as pictures of the paper.
+void tourReports(BrovantApp& app, Camera& camera)
+{
+    DeviceSession& session = app.session();
+    const MasterTables& tables = app.state().tables;
+    const auto rows = ListSelectionLogic::readRows(session.database());
+    const auto list = std::find_if(rows.begin(), rows.end(), [](const auto& row) {
+        return row.listNo.trimmed() == QLatin1StringView("EICHE03");
+    });
+    if (list == rows.end())
+        return;
+    const struct {
+        const char* species;
+        const char* tariff;
+        int diameter;
+        int count;
+    } trees[] = {
+        {"EI", "EI01", 38, 1}, {"EI", "EI01", 42, 2}, {"EI", "EI01", 46, 3}, {"EI", "EI01", 50, 2},
+        {"EI", "EI01", 54, 2}, {"EI", "EI01", 58, 1}, {"EI", "EI01", 64, 1}, {"BU", "BU01", 28, 2},
+        {"BU", "BU01", 32, 3}, {"BU", "BU01", 36, 4}, {"BU", "BU01", 40, 3}, {"BU", "BU01", 44, 2},
+        {"BU", "BU01", 48, 1}, {"FI", "FI01", 22, 2}, {"FI", "FI01", 26, 4}, {"FI", "FI01", 30, 5},
+        {"FI", "FI01", 34, 3}, {"FI", "FI01", 38, 2}, {"KI", "KI01", 24, 2}, {"KI", "KI01", 28, 3},
+        {"KI", "KI01", 32, 1},
+    };
+    Dataset rowsOut(session.database(), schema::Holzdaten);
+    auto maxId = session.database().query(QStringLiteral("SELECT MAX(ID) FROM Brov_Holzdaten"));
+    std::int64_t id = maxId.next() ? maxId.integer(0) : 0;
+    for (const auto& t : trees) {
+        const auto cls = lookup::classOf(tables, t.diameter);
+        if (!cls)
+            return;
+        rowsOut.clearFields();
+        rowsOut.setInt(u"ID", ++id);
+        rowsOut.setInt(u"ID_FILE", list->idFile);
+        rowsOut.setInt(u"ID_TYPE", 1);
+        rowsOut.setText(u"BAUMART", QString::fromLatin1(t.species));
+        rowsOut.setText(u"TARIF", QString::fromLatin1(t.tariff));
+        rowsOut.setInt(u"STK", t.count);
+        rowsOut.setInt(u"BHD", cls->diameter);
+        rowsOut.setText(u"DMSTUFE", cls->code);
+        rowsOut.setInt(u"KUBATUR", lookup::recordVolume(tables, QString::fromLatin1(t.tariff),
+                                                        cls->code, t.count));
+        rowsOut.insert();
+    }
+
+    if (app.GetActiveDlg() != app.mainMenu())
+        app.SwitchToDialog(app.mainMenu(), 0);
+    press(app.mainMenu(), QStringLiteral("key%1").arg(MainMenuDlg::kSelectList));
+    auto* lists = qobject_cast<ListSelectionDlg*>(app.findScreen(QStringLiteral("listSelection")));
+    if (!lists || app.GetActiveDlg() != lists)
+        return;
+    const auto found =
+        lists->listView()->findItems(QStringLiteral("EICHE03"), Qt::MatchStartsWith, 0);
+    if (found.isEmpty())
+        return;
+    lists->listView()->setCurrentItem(found.first());
+    lists->showTab(ListSelectionDlg::EvaluationTab);
+    press(lists, QStringLiteral("key%1").arg(ListSelectionDlg::kEval));
+    auto* totals = qobject_cast<TotalsDlg*>(app.findScreen(QStringLiteral("totals")));
+    if (!totals || app.GetActiveDlg() != totals)
+        return;
+    camera.take(QStringLiteral("Gesamtsumme Eichenwertholz"));
+    press(totals, QStringLiteral("key%1").arg(TotalsDlg::kDistribution));
+    if (auto* chart = app.findScreen(QStringLiteral("distribution"));
+        chart && app.GetActiveDlg() == chart) {
+        camera.take(QStringLiteral("Durchmesserverteilung alle"));
+        press(static_cast<CNorvKeybDlg*>(chart),
+              QStringLiteral("key%1").arg(DistributionDlg::kNextSpecies));
+        camera.take(QStringLiteral("Durchmesserverteilung Holzart"));
+        press(static_cast<CNorvKeybDlg*>(chart),
+              QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
+    }
+
+    // "Ausdruck" writes the listing into the printer path; its pages as the paper shows them.
+    press(totals, QStringLiteral("key%1").arg(TotalsDlg::kPrint));
+    const ReportSources sources{session.database(), session.store(), tables, app.clock().now()};
+    if (const auto report = reports::listing(sources, list->idFile)) {
+        const int pageLength = reports::pageLength(tables);
+        const auto pages = ReportLayout::paginate(*report, pageLength);
+        // A4 at 100 dots per inch, the printer's margins left white.
+        const QSizeF page(827, 1169);
+        for (int i = 0; i < std::min<int>(2, int(pages.size())); ++i) {
+            QImage image(page.toSize(), QImage::Format_RGB32);
+            image.fill(Qt::white);
+            QPainter painter(&image);
+            ReportPrinter::paintPage(painter, QRectF(79, 47, 827 - 79 - 55, 1169 - 47 - 39),
+                                     *report, pages, i, pageLength);
+            painter.end();
+            camera.keep(image, QStringLiteral("Ausdruck Seite %1").arg(i + 1));
+        }
+    }
+    press(totals, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
+    if (app.GetActiveDlg() == lists)
+        press(lists, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
+}
+
 } // namespace
 
 // The functions screen: each tab, the two questions of "Delete all" (both answered so that
@@ -502,6 +617,43 @@ void tourSettings(BrovantApp& app, Camera& camera, TourDialogs& dialogs)
     RestoreDlg::setRunner({});
     settings->OnCommand(CNorvBaseDlg::IDCANCEL);
 }
+
+namespace {
+
+// "Kommunikation" from the settings screen: its three tabs with the caliper switched on, the
+// cable settings on ActiveSync and on a serial port, both left with the back key.
+void tourCommunication(BrovantApp& app, Camera& camera)
+{
+    app.mainMenu()->OnCommand(MainMenuDlg::kSettings);
+    auto* settings = qobject_cast<SettingsDlg*>(app.GetActiveDlg());
+    if (!settings)
+        return;
+    settings->showTab(1);
+    settings->OnCommand(SettingsDlg::kCommunication);
+    auto* screen = qobject_cast<PrinterSettingsDlg*>(app.GetActiveDlg());
+    if (!screen) {
+        settings->OnCommand(CNorvBaseDlg::IDCANCEL);
+        return;
+    }
+    camera.take(QStringLiteral("Kommunikation Uebertragung"));
+    screen->showTab(PrinterSettingsDlg::CaliperTab);
+    screen->findChild<QAbstractButton*>(QStringLiteral("caliperActive"))->click();
+    camera.take(QStringLiteral("Kommunikation Kluppe"));
+    screen->showTab(PrinterSettingsDlg::PrinterTab);
+    camera.take(QStringLiteral("Kommunikation Drucker"));
+    screen->showTab(PrinterSettingsDlg::TransferTab);
+    screen->findChild<QAbstractButton*>(QStringLiteral("cable"))->click();
+    if (auto* cable = qobject_cast<CNorvKeybDlg*>(app.GetActiveDlg()); cable && cable != screen) {
+        camera.take(QStringLiteral("Einstellungen Kabel ActiveSync"));
+        cable->findChild<QComboBox*>(QStringLiteral("port"))->setCurrentIndex(0);
+        camera.take(QStringLiteral("Einstellungen Kabel COM1"));
+        press(cable, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
+    }
+    press(screen, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
+    settings->OnCommand(CNorvBaseDlg::IDCANCEL);
+}
+
+} // namespace
 
 int runDemoTour(const QString& rootDir, const QString& outDir)
 {
@@ -545,7 +697,9 @@ int runDemoTour(const QString& rootDir, const QString& outDir)
     tourNewList(app, camera, dialogs);
     tourListSelection(app, camera, dialogs);
     tourTally(app, camera);
+    tourReports(app, camera);
     tourSettings(app, camera, dialogs);
+    tourCommunication(app, camera);
 
     app.shutdown();
     out << "Demo tour: " << camera.files().size() << " pictures in " << QDir(outDir).absolutePath()

@@ -2,11 +2,13 @@
 
 #include "app/CNorvMFCApp.h"
 #include "app/KeyTables.h"
+#include "app/Printing.h"
 #include "app/logic/AppLifecycle.h"
 #include "app/logic/AppState.h"
 #include "device/BackupService.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/MessageDialogs.h"
+#include "transfer/ListCsvExport.h"
 #include "transfer/TransferChannels.h"
 
 #include <QHeaderView>
@@ -36,6 +38,9 @@ struct BarKey {
     const char* caption;
     int command;
 };
+
+// "CSV" on the transfer bar: the selected list as a spreadsheet file in "\Export".
+constexpr int kCsvExport = 1131;
 
 // Three keys a row; a single row takes the whole height.
 std::vector<KeyDef> keyBar(std::initializer_list<BarKey> barKeys)
@@ -75,7 +80,8 @@ std::vector<KeyDef> transferKeys()
 {
     return keyBar({{"DÜ", ListSelectionDlg::kMark},
                    {"Send", ListSelectionDlg::kSend},
-                   {"Receive", ListSelectionDlg::kReceive}});
+                   {"Receive", ListSelectionDlg::kReceive},
+                   {"CSV", kCsvExport}});
 }
 
 } // namespace
@@ -250,10 +256,12 @@ void ListSelectionDlg::go(ListSelectionLogic::Target target)
         }
         return;
     case Target::TallyPrintout:
-        switchTo("tallyPrintout");
+        Printing::run(app(), ReportKind::Listing, app().state().currentList);
+        backToList();
         return;
     case Target::AssortmentPrintout:
-        switchTo("assortmentPrintout");
+        Printing::run(app(), ReportKind::ClassTable, app().state().currentList);
+        backToList();
         return;
     }
 }
@@ -323,6 +331,22 @@ void ListSelectionDlg::OnCommand(int id)
     case kReceive:
         receive();
         return;
+    case kCsvExport: {
+        // The selected list, or the first one when none is selected, as the other keys do.
+        const auto& rows = m_logic->rows();
+        const size_t row = size_t(std::max(m_logic->selectedRow(), 0));
+        if (row >= rows.size()) {
+            app().messages().beep();
+        } else {
+            DeviceSession& session = app().session();
+            ListCsvExport csv(session.root(), session.database(), app().messages());
+            if (const std::optional<QString> path = csv.write(rows[row].idFile))
+                app().messages().notice(QStringLiteral("CSV-Datei erstellt:"),
+                                        path->section(u'\\', -1), {}, QStringLiteral("OK"), false);
+        }
+        backToList();
+        return;
+    }
     case kPreviousField:
     case kNextField:
         moveSelection(id == kPreviousField ? -1 : 1);

@@ -8,11 +8,14 @@
 #include "platform/RootLocation.h"
 #include "tool/ConsoleDialogs.h"
 #include "tool/ToolBackup.h"
+#include "tool/ToolChannels.h"
+#include "tool/ToolCsv.h"
 #include "tool/ToolEvaluation.h"
 #include "tool/ToolLists.h"
 #include "tool/ToolNewList.h"
 #include "tool/ToolTransfer.h"
 #include "tool/ToolOffice.h"
+#include "tool/ToolReport.h"
 
 #include <QCommandLineParser>
 #include <QDir>
@@ -127,7 +130,8 @@ int runTool(const QStringList& arguments, QTextStream& out, QTextStream& err)
                                      + QLatin1StringView(kCommands) + backupCommandsHelp()
                                      + newListCommandHelp() + listsCommandHelp()
                                      + evaluationCommandsHelp() + officeCommandsHelp()
-                                     + transferCommandsHelp());
+                                     + transferCommandsHelp() + csvCommandHelp()
+                                     + channelCommandsHelp());
     const QCommandLineOption rootOption(QStringLiteral("root"),
                                         QStringLiteral("Device root folder (else BROVANT_ROOT)."),
                                         QStringLiteral("DIR"));
@@ -142,6 +146,8 @@ int runTool(const QStringList& arguments, QTextStream& out, QTextStream& err)
     addNewListOptions(parser);
     addEvaluationOptions(parser);
     addOfficeOptions(parser);
+    addReportOptions(parser);
+    parser.setApplicationDescription(parser.applicationDescription() + reportCommandHelp());
     parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("What to do."));
 
     if (!parser.parse(QStringList{QStringLiteral("brovant-tool")} + arguments)) {
@@ -181,7 +187,13 @@ int runTool(const QStringList& arguments, QTextStream& out, QTextStream& err)
         return status;
     if (const int status = runEvaluationCommand(session, parser, out, err); status >= 0)
         return status;
+    if (const int status = runReportCommand(session, parser, out, err); status >= 0)
+        return status;
     if (const int status = runTransferCommand(session, parser, out, err); status >= 0)
+        return status;
+    if (const int status = runChannelCommand(session, parser, out, err); status >= 0)
+        return status;
+    if (const int status = runCsvCommand(session, parser, out, err); status >= 0)
         return status;
     if (command == QLatin1StringView("registry") && args.size() == 1) {
         out << session.registry().exportText();

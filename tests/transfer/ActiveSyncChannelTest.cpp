@@ -436,8 +436,9 @@ TEST(SettingsChannels, TheSettingsInForceChooseTheChannel)
             EXPECT_EQ(send ? channels.send() : channels.receive(), activeSync) << send;
             ASSERT_FALSE(bench.dialogs.events.isEmpty());
             EXPECT_EQ(bench.dialogs.events[0].section(u' ', 1), first) << send;
-            if (first != ftp)
+            if (first != ftp) {
                 EXPECT_EQ(bench.dialogs.events.size(), activeSync ? 3 : 1) << send;
+            }
             EXPECT_EQ(bench.clock.waited() - begin, activeSync ? 2000 : 0) << send;
         }
     }

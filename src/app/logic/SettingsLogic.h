@@ -7,7 +7,7 @@
 
 namespace brovant {
 
-class AppState;
+struct AppState;
 class DeviceSession;
 class MessageDialogs;
 class ScreenHost;
