@@ -10,7 +10,7 @@ endif()
 install(TARGETS brovant-tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 # The demo master data, so a fresh installation can be tried without an office.
 install(FILES demo/passive.dtr DESTINATION ${CMAKE_INSTALL_DATADIR}/brovant/demo)
-install(FILES README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES README.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/brovant)
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME brovant)
@@ -26,6 +26,9 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION misc)
 # The shared libraries' packages are found by dpkg-shlibdeps; the rest is used at run time.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+# Qt's platform plugins (the window system, and "offscreen" for the admin tool's reports) are
+# loaded at run time, out of dpkg-shlibdeps' sight.
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "qt6-qpa-plugins")
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "fonts-dejavu-core, alsa-utils")
 set(CPACK_STRIP_FILES ON)
 include(CPack)
