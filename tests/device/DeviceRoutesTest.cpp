@@ -6,10 +6,8 @@
 #include <QSysInfo>
 #include <gtest/gtest.h>
 
-#include <cctype>
 #include <memory>
 #include <ostream>
-#include <string>
 
 inline void PrintTo(const QString& text, std::ostream* os)
 {
@@ -94,25 +92,6 @@ struct BacklightCase {
     std::optional<int> readBack;
 };
 
-class BacklightRoutes : public ::testing::TestWithParam<BacklightCase> {};
-
-TEST_P(BacklightRoutes, WritesTheRouteOfTheDeviceFamily)
-{
-    const BacklightCase& c = GetParam();
-    Device device;
-    device.addLibraries(c.libraries);
-    DeviceRoutes& routes = device.open();
-    device.stageKey(Hive::CurrentUser, kBacklightKey, c.before);
-
-    EXPECT_EQ(routes.setBacklight(c.source, c.level), c.taken);
-    EXPECT_EQ(device.keyState(Hive::CurrentUser, kBacklightKey), QLatin1StringView(c.after));
-    const QStringList events =
-        c.taken ? QStringList{QStringLiteral("BackLightChangeEvent")} : QStringList{};
-    EXPECT_EQ(routes.signalledEvents(), events);
-    EXPECT_EQ(routes.backlight(c.source), c.readBack);
-    EXPECT_TRUE(device.commands.isEmpty());
-}
-
 // Device families by their library files and the backlight key's values before the write.
 // clang-format off
 const BacklightCase kBacklightCases[] = {
@@ -149,13 +128,22 @@ const BacklightCase kBacklightCases[] = {
 };
 // clang-format on
 
-INSTANTIATE_TEST_SUITE_P(Families, BacklightRoutes, ::testing::ValuesIn(kBacklightCases),
-                         [](const ::testing::TestParamInfo<BacklightCase>& info) {
-                             std::string name;
-                             for (const char* p = info.param.what; *p; ++p)
-                                 name += std::isalnum(static_cast<unsigned char>(*p)) ? *p : '_';
-                             return name;
-                         });
+TEST(BacklightRoutes, WritesTheRouteOfTheDeviceFamily)
+{
+    for (const BacklightCase& c : kBacklightCases) {
+        SCOPED_TRACE(c.what);
+        Device device;
+        device.addLibraries(c.libraries);
+        DeviceRoutes& routes = device.open();
+        device.stageKey(Hive::CurrentUser, kBacklightKey, c.before);
+        EXPECT_EQ(routes.setBacklight(c.source, c.level), c.taken);
+        EXPECT_EQ(device.keyState(Hive::CurrentUser, kBacklightKey), QLatin1StringView(c.after));
+        EXPECT_EQ(routes.signalledEvents(),
+                  c.taken ? QStringList{QStringLiteral("BackLightChangeEvent")} : QStringList{});
+        EXPECT_EQ(routes.backlight(c.source), c.readBack);
+        EXPECT_TRUE(device.commands.isEmpty());
+    }
+}
 
 // Reading on a ppcutil device: the level, but 0 while the light is switched off.
 TEST(BacklightRoutes, PpcUtilReadsOffAsZero)
@@ -281,21 +269,19 @@ TEST(DeviceRoutes, BatteryStateTexts)
         EXPECT_EQ(BatteryStatus::stateText(state), QStringLiteral("unidentifiziert")) << state;
 }
 
-struct BatteryCase {
-    const char* what;
-    const char* conf; // nullptr: no hardware profile
-    const char* stateFile;
-    const char* capacity;
-    bool hasState;
-    int state;
-    int percent;
-};
-
 // The state word comes from the uni1 file (a device path here); without an answer the power
 // supply's capacity; without either, nothing is known.
 TEST(DeviceRoutes, BatteryRoutes)
 {
-    const BatteryCase cases[] = {
+    const struct {
+        const char* what;
+        const char* conf; // nullptr: no hardware profile
+        const char* stateFile;
+        const char* capacity;
+        bool hasState;
+        int state;
+        int percent;
+    } cases[] = {
         {"no profile", nullptr, "20", "50", false, 255, -1},
         {"state word", "uni1=\\Windows\\uni1.state\npower_supply=\\sys\\BAT0\n", "20", "50", true,
          20, -1},
@@ -309,7 +295,8 @@ TEST(DeviceRoutes, BatteryRoutes)
         {"capacity missing", "power_supply=\\sys\\BAT0\n", nullptr, nullptr, false, 255, -1},
         {"profile without battery", "mixer=Master\n", "20", "50", false, 255, -1},
     };
-    for (const BatteryCase& c : cases) {
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
         Device device;
         if (c.conf)
             device.addHardware(c.conf);
@@ -318,9 +305,9 @@ TEST(DeviceRoutes, BatteryRoutes)
         if (c.capacity)
             device.root.writeFile("sys/BAT0/capacity", c.capacity);
         const BatteryStatus status = device.open().battery();
-        EXPECT_EQ(status.hasState, c.hasState) << c.what;
-        EXPECT_EQ(status.state, c.state) << c.what;
-        EXPECT_EQ(status.percent, c.percent) << c.what;
+        EXPECT_EQ(status.hasState, c.hasState);
+        EXPECT_EQ(status.state, c.state);
+        EXPECT_EQ(status.percent, c.percent);
     }
 }
 

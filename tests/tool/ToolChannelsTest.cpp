@@ -25,19 +25,6 @@ const QString kFtpScript = QStringLiteral(BROVANT_SOURCE_DIR "/tests/transfer/ft
 const QString kFtpUser = QStringLiteral("office");
 const QString kFtpPassword = QStringLiteral("s3cret");
 
-QMap<QString, QByteArray> filesIn(const QString& dir)
-{
-    QMap<QString, QByteArray> files;
-    QDirIterator it(dir, QDir::Files | QDir::Hidden | QDir::System, QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        const QString path = it.next();
-        QFile file(path);
-        files[QDir(dir).relativeFilePath(path)] =
-            file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<unreadable>");
-    }
-    return files;
-}
-
 // An office list as the office writes it: a header naming the file, then its records.
 QByteArray officeList(const QByteArray& number, const QByteArray& records,
                       const QByteArray& structure = "T00300")
@@ -115,29 +102,6 @@ private:
     std::atomic<bool> m_stop = false;
 };
 
-// The office's tool running beside the device's.
-class OfficeProcess {
-public:
-    void start(const QStringList& args)
-    {
-        m_process.setProgram(QStringLiteral(BROVANT_TOOL_PATH));
-        m_process.setArguments(args);
-        m_process.start();
-        m_process.waitForStarted();
-    }
-    ToolRun finish()
-    {
-        if (m_process.state() != QProcess::NotRunning)
-            m_process.waitForFinished(60000);
-        return {m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1,
-                QString::fromUtf8(m_process.readAllStandardOutput()),
-                QString::fromUtf8(m_process.readAllStandardError())};
-    }
-
-private:
-    QProcess m_process;
-};
-
 enum class Route { ActiveSync, Cable, Ftp };
 
 const char* routeName(Route route)
@@ -158,13 +122,7 @@ class ToolChannels : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        ASSERT_EQ(run({"import-config", BROVANT_SOURCE_DIR "/demo/passive.dtr"}).status, 0);
-        for (const char* name : {"HIEB01", "LEER"}) {
-            const ToolRun r =
-                run({"new-list", name, "--region", "WR01", "--field", "1=Forstamt", "--field",
-                     "2=Revier", "--field", "3=12", "--field", "12=Anna Probe"});
-            ASSERT_EQ(r.status, 0) << r.err.toStdString();
-        }
+        ASSERT_EQ(demoDevice(root.path(), {"HIEB01", "LEER"}), "");
         for (const char* bhd : {"25", "40"}) {
             const ToolRun r =
                 run({"tally", "HIEB01", "--bhd", bhd, "--species", "FI", "--tarif", "FI01"});
@@ -226,7 +184,7 @@ TEST_P(ToolSend, DeliversTheMarkedListsAndThenUnmarksThem)
     QDir(root.host(QStringLiteral("Export"))).removeRecursively();
 
     TempRoot office;
-    OfficeProcess peer;
+    ToolProcess peer;
     PtyBridge cable;
     FtpTestServer server;
     QString received = office.path();
@@ -282,7 +240,7 @@ TEST_P(ToolReceive, ImportsWhatTheOfficeDelivers)
     const QStringList files{office.host(QStringLiteral("NEU1.DAT")),
                             office.host(QStringLiteral("MUEHLE.DAT"))};
     root.writeFile(QStringLiteral("Import/STALE.DAT"), officeList("ALT", ""));
-    OfficeProcess peer;
+    ToolProcess peer;
     PtyBridge cable;
     if (GetParam() == Route::Cable) {
         ASSERT_TRUE(cable.ok());
@@ -315,7 +273,7 @@ TEST_F(ToolChannels, ReceiveNamesTheListsBeforeAFileTheImportRefuses)
     office.writeFile(QStringLiteral("A.DAT"), officeList("ERSTE", ""));
     office.writeFile(QStringLiteral("B.DAT"), officeList("FALSCH", "", "T00299"));
     office.writeFile(QStringLiteral("C.DAT"), officeList("DRITTE", ""));
-    OfficeProcess peer;
+    ToolProcess peer;
     peer.start({"office-activesync", "--root", root.path(), "--timeout", "30", "--deliver",
                 office.host(QStringLiteral("A.DAT")), office.host(QStringLiteral("B.DAT")),
                 office.host(QStringLiteral("C.DAT"))});

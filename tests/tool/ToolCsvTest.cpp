@@ -14,16 +14,9 @@ class ToolCsv : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        const ToolRun imported =
-            tool(root.path(), {QStringLiteral("import-config"),
-                               QStringLiteral(BROVANT_SOURCE_DIR "/demo/passive.dtr")});
-        ASSERT_EQ(imported.status, 0) << imported.err.toStdString();
-        for (const char* name : {"HIEB01", "FLÄCHE", "a/b"}) {
-            const ToolRun r = run({"new-list", name, "--region", "WR01", "--date", "04.05.2026",
-                                   "--factor", "90", "--field", "1=Forstamt", "--field", "2=Revier",
-                                   "--field", "3=12", "--field", "12=Anna Probe"});
-            ASSERT_EQ(r.status, 0) << name << ": " << r.err.toStdString();
-        }
+        ASSERT_EQ(demoDevice(root.path(), {"HIEB01", "FLÄCHE", "a/b"},
+                             {"--date", "04.05.2026", "--factor", "90"}),
+                  "");
         const QStringList trees[] = {
             {"HIEB01", "--bhd", "25", "--species", "FI", "--tarif", "FI01"},
             {"HIEB01", "--bhd", "31", "--stk", "2", "--species", "FI", "--tarif", "FI01"},

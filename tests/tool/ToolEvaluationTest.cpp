@@ -12,22 +12,9 @@ class ToolEvaluation : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        const ToolRun imported =
-            tool(root.path(), {QStringLiteral("import-config"),
-                               QStringLiteral(BROVANT_SOURCE_DIR "/demo/passive.dtr")});
-        ASSERT_EQ(imported.status, 0) << imported.err.toStdString();
         // Correction factor 90, so the totals show each record truncated on its own.
-        newList("HIEB01", {"--factor", "90"});
-        newList("LEER", {});
-    }
-    void newList(const char* name, const QStringList& more)
-    {
-        const ToolRun r =
-            tool(root.path(),
-                 QStringList{"new-list", name, "--region", "WR01", "--field", "1=Forstamt",
-                             "--field", "2=Revier", "--field", "3=12", "--field", "12=Anna Probe"}
-                     + more);
-        ASSERT_EQ(r.status, 0) << r.err.toStdString();
+        ASSERT_EQ(demoDevice(root.path(), {"HIEB01"}, {"--factor", "90"}), "");
+        ASSERT_EQ(newList(root.path(), "LEER"), "");
     }
     ToolRun run(const QStringList& args) { return tool(root.path(), args); }
     QStringList trees()

@@ -35,23 +35,6 @@ QByteArray header(const QByteArray& name12)
     return "TD0" + name12 + "Quendrax     0Brovant_V300_D\r\n";
 }
 
-QByteArray readAll(const QString& path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
-QMap<QString, QByteArray> filesIn(const QString& dir)
-{
-    QMap<QString, QByteArray> files;
-    QDirIterator it(dir, QDir::Files | QDir::Hidden | QDir::System, QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        const QString path = it.next();
-        files[QDir(dir).relativeFilePath(path)] = readAll(path);
-    }
-    return files;
-}
-
 // Device frames for the office's receive: the SendingPeer answers ENQ, ACK and NAK as the
 // device does when it sends.
 OfficeResult receiveFrom(const QList<QByteArray>& lines, const QString& out,
@@ -219,28 +202,6 @@ private:
     QString m_slavePath;
 };
 
-// The tool running beside the test, as the office runs it.
-class OfficeProcess {
-public:
-    explicit OfficeProcess(const QStringList& args)
-    {
-        m_process.setProgram(QStringLiteral(BROVANT_TOOL_PATH));
-        m_process.setArguments(args);
-        m_process.start();
-        m_process.waitForStarted();
-    }
-    ToolRun finish()
-    {
-        m_process.waitForFinished(60000);
-        return {m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1,
-                QString::fromUtf8(m_process.readAllStandardOutput()),
-                QString::fromUtf8(m_process.readAllStandardError())};
-    }
-
-private:
-    QProcess m_process;
-};
-
 // With BROVANT_RECORD_TRANSCRIPTS set to a folder, the device's side of the run is written
 // there; the transfer tests replay those files.
 void keepTranscript(const RecordingLine& recording, const char* name, const QString& about)
@@ -283,7 +244,7 @@ TEST_F(OfficeOverPty, DeviceSendsToOfficeReceive)
     root.writeFile(QStringLiteral("Export/4711    .DAT"), first);
     root.writeFile(QStringLiteral("Export/MÜHLE   .DAT"), second);
     TempRoot office;
-    OfficeProcess tool(
+    ToolProcess tool(
         {"office-receive", "--port", pty.slavePath(), "--out", office.path(), "--timeout", "20"});
     const std::unique_ptr<SerialLine> line = pty.deviceEnd();
     RecordingLine recording(*line);
@@ -305,8 +266,8 @@ TEST_F(OfficeOverPty, OfficeSendsToDeviceReceive)
 {
     ASSERT_TRUE(pty.ok());
     root.writeFile(QStringLiteral("Import/OLD.DAT"), "from before");
-    OfficeProcess tool({"office-send", "--port", pty.slavePath(), "--timeout", "20",
-                        kData + "4711.DAT", kData + "MUEHLE.DAT"});
+    ToolProcess tool({"office-send", "--port", pty.slavePath(), "--timeout", "20",
+                      kData + "4711.DAT", kData + "MUEHLE.DAT"});
     const std::unique_ptr<SerialLine> line = pty.deviceEnd();
     RecordingLine recording(*line);
     CableChannel cable = channel(recording);
@@ -332,7 +293,7 @@ TEST_F(OfficeOverPty, HostileNamesStayOutOnBothSides)
     TempRoot office;
     const QString out = office.host(QStringLiteral("out"));
     {
-        OfficeProcess tool(
+        ToolProcess tool(
             {"office-receive", "--port", pty.slavePath(), "--out", out, "--timeout", "20"});
         const std::unique_ptr<SerialLine> line = pty.deviceEnd();
         CableChannel cable = channel(*line);
@@ -346,8 +307,8 @@ TEST_F(OfficeOverPty, HostileNamesStayOutOnBothSides)
         (QMap<QString, QByteArray>{{"out/GOOD.DAT", header("GOOD.DAT    ") + "001good\r\n"}}));
 
     office.writeFile(QStringLiteral("evil.dat"), evil);
-    OfficeProcess tool({"office-send", "--port", pty.slavePath(), "--timeout", "20",
-                        office.host(QStringLiteral("evil.dat"))});
+    ToolProcess tool({"office-send", "--port", pty.slavePath(), "--timeout", "20",
+                      office.host(QStringLiteral("evil.dat"))});
     const std::unique_ptr<SerialLine> line = pty.deviceEnd();
     CableChannel cable = channel(*line);
     EXPECT_TRUE(cable.receive());
@@ -405,8 +366,8 @@ TEST(OfficeActiveSync, CollectsTheExportWhenTheDeviceAsks)
     root.writeFile(QStringLiteral("Export/4711    .DAT"), "TD0 one\r\n");
     root.writeFile(QStringLiteral("Export/b.dat"), "TD0 two\r\n");
     root.writeFile(QStringLiteral("Export/notes.txt"), "not a list");
-    OfficeProcess tool({"office-activesync", "--root", root.path(), "--collect", office.path(),
-                        "--timeout", "20"});
+    ToolProcess tool({"office-activesync", "--root", root.path(), "--collect", office.path(),
+                      "--timeout", "20"});
     QThread::msleep(300); // the device asks a little later
     EXPECT_FALSE(QFile::exists(root.host(QStringLiteral("Export/start.tmp"))));
     root.writeFile(QStringLiteral("Export/export.tmp"), "");

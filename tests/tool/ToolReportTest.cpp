@@ -27,16 +27,8 @@ class ToolReport : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        ASSERT_EQ(run({"import-config", BROVANT_SOURCE_DIR "/demo/passive.dtr"}).status, 0);
-        ASSERT_EQ(run({"new-list", "HIEB01", "--region", "WR01", "--factor", "90", "--field",
-                       "1=Forstamt", "--field", "2=Revier", "--field", "3=12", "--field",
-                       "12=Anna Probe"})
-                      .status,
-                  0);
-        ASSERT_EQ(run({"new-list", "LEER", "--region", "WR01", "--field", "1=Forstamt", "--field",
-                       "2=Revier", "--field", "3=12", "--field", "12=Anna Probe"})
-                      .status,
-                  0);
+        ASSERT_EQ(demoDevice(root.path(), {"HIEB01"}, {"--factor", "90"}), "");
+        ASSERT_EQ(newList(root.path(), "LEER"), "");
         for (const QStringList& tree :
              {QStringList{"--bhd", "25", "--species", "FI", "--tarif", "FI01"},
               QStringList{"--bhd", "31", "--stk", "2", "--species", "FI", "--tarif", "FI01"},

@@ -1,10 +1,15 @@
 // brovant-tool run as a process, like every outside caller runs it.
 #pragma once
 
+#include <QDir>
+#include <QDirIterator>
 #include <QFile>
+#include <QMap>
 #include <QProcess>
 #include <QStringList>
 #include <sqlite3.h>
+
+#include <string>
 
 namespace brovant::test {
 
@@ -30,6 +35,79 @@ inline ToolRun tool(const QString& root, const QStringList& args)
 {
     return runTool(QStringList{QStringLiteral("--root"), root} + args);
 }
+
+inline QByteArray readAll(const QString& path)
+{
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+// Every file below dir by its relative path, with its bytes.
+inline QMap<QString, QByteArray> filesIn(const QString& dir)
+{
+    QMap<QString, QByteArray> files;
+    QDirIterator it(dir, QDir::Files | QDir::Hidden | QDir::System, QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QString path = it.next();
+        QFile file(path);
+        files[QDir(dir).relativeFilePath(path)] =
+            file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<unreadable>");
+    }
+    return files;
+}
+
+// "" when the run went through, else its status and message.
+inline std::string failure(const ToolRun& r)
+{
+    return r.status == 0 ? std::string()
+                         : "status " + std::to_string(r.status) + ": " + r.err.toStdString();
+}
+
+// A list of region WR01 with the usual header fields; more goes to new-list as well.
+inline std::string newList(const QString& root, const QString& name, const QStringList& more = {})
+{
+    return failure(
+        tool(root, QStringList{"new-list", name, "--region", "WR01", "--field", "1=Forstamt",
+                               "--field", "2=Revier", "--field", "3=12", "--field", "12=Anna Probe"}
+                       + more));
+}
+
+// The demo configuration imported into root, then newList for each name; the first failing
+// step's message, "" when all went through.
+inline std::string demoDevice(const QString& root, const QStringList& lists,
+                              const QStringList& more = {})
+{
+    const QString demo = QStringLiteral(BROVANT_SOURCE_DIR "/demo/passive.dtr");
+    std::string error = failure(tool(root, {QStringLiteral("import-config"), demo}));
+    for (qsizetype i = 0; error.empty() && i < lists.size(); ++i)
+        error = newList(root, lists[i], more);
+    return error;
+}
+
+// The tool running beside the test, as the office runs it.
+class ToolProcess {
+public:
+    ToolProcess() = default;
+    explicit ToolProcess(const QStringList& args) { start(args); }
+    void start(const QStringList& args)
+    {
+        m_process.setProgram(QStringLiteral(BROVANT_TOOL_PATH));
+        m_process.setArguments(args);
+        m_process.start();
+        m_process.waitForStarted();
+    }
+    ToolRun finish()
+    {
+        if (m_process.state() != QProcess::NotRunning)
+            m_process.waitForFinished(60000);
+        return {m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1,
+                QString::fromUtf8(m_process.readAllStandardOutput()),
+                QString::fromUtf8(m_process.readAllStandardError())};
+    }
+
+private:
+    QProcess m_process;
+};
 
 // The rows of one statement, columns joined by '|', read behind the tool's back; {"<error>"}
 // when the file or the statement fails.

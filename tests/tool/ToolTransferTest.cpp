@@ -14,16 +14,7 @@ class ToolTransfer : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        const ToolRun imported =
-            tool(root.path(), {QStringLiteral("import-config"),
-                               QStringLiteral(BROVANT_SOURCE_DIR "/demo/passive.dtr")});
-        ASSERT_EQ(imported.status, 0) << imported.err.toStdString();
-        for (const char* name : {"HIEB01", "LEER"}) {
-            const ToolRun r =
-                run({"new-list", name, "--region", "WR01", "--field", "1=Forstamt", "--field",
-                     "2=Revier", "--field", "3=12", "--field", "12=Anna Probe"});
-            ASSERT_EQ(r.status, 0) << r.err.toStdString();
-        }
+        ASSERT_EQ(demoDevice(root.path(), {"HIEB01", "LEER"}), "");
         for (const char* bhd : {"25", "40"}) {
             const ToolRun r =
                 run({"tally", "HIEB01", "--bhd", bhd, "--species", "FI", "--tarif", "FI01"});

@@ -17,14 +17,6 @@
 namespace brovant::test {
 namespace {
 
-QByteArray golden(const char* name)
-{
-    QFile f(QStringLiteral(BROVANT_SOURCE_DIR "/tests/transfer/data/") + QLatin1StringView(name));
-    if (!f.open(QIODevice::ReadOnly))
-        return "<missing golden file>";
-    return f.readAll();
-}
-
 class ListCsvExportTest : public ListFileFixture {
 protected:
     ListCsvExport exporter() { return ListCsvExport(session->root(), db(), dialogs); }
@@ -36,24 +28,7 @@ protected:
                                                            {"REGION_A", txt("WR01")},
                                                            {"DUE_MARK", num(1)},
                                                            {"EXPORTED_N_NI", num(2)}}));
-        set(u"Brov_Kopfdaten", more);
-    }
-    void tree(std::int64_t list, std::int64_t id, Values more)
-    {
-        ASSERT_NO_FATAL_FAILURE(insert(
-            schema::Holzdaten, {{"ID", num(id)}, {"ID_FILE", num(list)}, {"ID_TYPE", num(1)}}));
-        set(u"Brov_Holzdaten", more);
-    }
-    // The fields of the row inserted last.
-    void set(const char16_t* table, Values values)
-    {
-        for (const auto& v : values) {
-            auto q =
-                db().query(QStringLiteral("UPDATE %1 SET %2 = ? WHERE rowid = last_insert_rowid()")
-                               .arg(QString::fromUtf16(table), QLatin1StringView(v.first)));
-            q.bind(1, v.second);
-            ASSERT_TRUE(q.run());
-        }
+        set("Brov_Kopfdaten", more);
     }
 
     void buildGoldenList()
@@ -64,7 +39,7 @@ protected:
               {"KOR_FAKTOR_N", num(90)},
               {"REGION_A", txt("Süd     ")}});
         list(4, "ANDERE");
-        tree(3, 5,
+        tree(3, 5, num(1),
              {{"STK", num(2)},
               {"BAUMART", txt("BÄ ")},
               {"BHD", num(34)},
@@ -73,8 +48,8 @@ protected:
               {"NA", txt("Ü ")},
               {"KA", txt("ß")},
               {"TARIF", txt("BÄ01 ")}});
-        tree(4, 1, {{"STK", num(9)}, {"BAUMART", txt("XX")}, {"KUBATUR", num(999)}});
-        tree(3, 1,
+        tree(4, 1, num(1), {{"STK", num(9)}, {"BAUMART", txt("XX")}, {"KUBATUR", num(999)}});
+        tree(3, 1, num(1),
              {{"STK", num(1)},
               {"BAUMART", txt("FI")},
               {"BHD", num(26)},
@@ -82,7 +57,7 @@ protected:
               {"KUBATUR", num(59)},
               {"NA", txt("")},
               {"TARIF", txt("FI01")}});
-        tree(3, 3,
+        tree(3, 3, num(1),
              {{"STK", num(12)},
               {"BAUMART", txt("KI")},
               {"BHD", num(140)},
@@ -91,13 +66,13 @@ protected:
               {"NA", txt("N1")},
               {"KA", txt("K2")},
               {"TARIF", txt("KI01")}});
-        tree(3, 7,
+        tree(3, 7, num(1),
              {{"STK", num(1)},
               {"BAUMART", txt("TA")},
               {"BHD", num(5)},
               {"DMSTUFE", txt("08")},
               {"KUBATUR", num(1)}});
-        tree(3, 8, {{"BAUMART", txt("EI")}, {"TARIF", txt("EI01")}});
+        tree(3, 8, num(1), {{"BAUMART", txt("EI")}, {"TARIF", txt("EI01")}});
     }
 };
 
@@ -146,7 +121,7 @@ TEST_F(ListCsvExportTest, ListNumbersThatMakeNoFileNameAreRefused)
         SCOPED_TRACE(number);
         dialogs.clear();
         list(++id, number);
-        tree(id, 1, {{"KUBATUR", num(10)}});
+        tree(id, 1, num(1), {{"KUBATUR", num(10)}});
         EXPECT_EQ(exporter().filePath(id), QString());
         EXPECT_EQ(exporter().write(id), std::nullopt);
         EXPECT_EQ(dialogs.asked(), QStringList{"Datei kann nicht erzeugt werden!||"});
@@ -163,7 +138,7 @@ TEST_F(ListCsvExportTest, ListNumbersThatMakeNoFileNameAreRefused)
 TEST_F(ListCsvExportTest, AFileThatCannotBeWrittenLeavesNothingBehind)
 {
     list(1, "L1", {{"KOR_FAKTOR_N", num(100)}});
-    tree(1, 1, {{"KUBATUR", num(10)}});
+    tree(1, 1, num(1), {{"KUBATUR", num(10)}});
     // "\Export" is a file, so nothing can be made in it.
     ASSERT_TRUE(QDir(root.host(QStringLiteral("Export"))).removeRecursively());
     root.writeFile(QStringLiteral("Export"), "in the way");

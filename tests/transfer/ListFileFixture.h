@@ -10,6 +10,7 @@
 #include "support/TempRoot.h"
 
 #include <QDir>
+#include <QFile>
 #include <QStringList>
 
 #include <gtest/gtest.h>
@@ -35,6 +36,15 @@ inline QByteArray listBytes(const QStringList& lines, const char* end = "\r\n")
     for (const QString& line : lines)
         out += cp1252::encode(line) + end;
     return out;
+}
+
+// An expected file from tests/transfer/data.
+inline QByteArray golden(const char* name)
+{
+    QFile f(QStringLiteral(BROVANT_SOURCE_DIR "/tests/transfer/data/") + QLatin1StringView(name));
+    if (!f.open(QIODevice::ReadOnly))
+        return "<missing golden file>";
+    return f.readAll();
 }
 
 class ListFileFixture : public ::testing::Test {
@@ -65,6 +75,34 @@ protected:
         for (const auto& v : values)
             q.bind(i++, v.second);
         ASSERT_TRUE(q.run()) << db().lastError().toStdString();
+    }
+
+    // Sets fields of the row inserted last.
+    void set(const char* table, Values values)
+    {
+        for (const auto& v : values) {
+            auto q =
+                db().query(QStringLiteral("UPDATE %1 SET %2 = ? WHERE rowid = last_insert_rowid()")
+                               .arg(QLatin1StringView(table), QLatin1StringView(v.first)));
+            q.bind(1, v.second);
+            ASSERT_TRUE(q.run());
+        }
+    }
+    void region(std::int64_t list, std::int64_t id, const char* region, const char* species,
+                const char* tariff)
+    {
+        insert(schema::Region, {{"ID", num(id)},
+                                {"ID_FILE", num(list)},
+                                {"REGION_A", txt(region)},
+                                {"BAUMART", txt(species)},
+                                {"TARIF", txt(tariff)}});
+    }
+    // A tree row with its keys; the fields not named stay NULL.
+    void tree(std::int64_t list, std::int64_t id, FieldValue type, Values more = {})
+    {
+        ASSERT_NO_FATAL_FAILURE(insert(
+            schema::Holzdaten, {{"ID", num(id)}, {"ID_FILE", num(list)}, {"ID_TYPE", type}}));
+        set("Brov_Holzdaten", more);
     }
 
     // Rows of a statement, columns joined by '|', NULL as "NULL".

@@ -522,16 +522,8 @@ TEST_F(ListFileImportTest, RoundTripThroughTheExport)
                                {"KOPF16_A", txt("sechzehn")},
                                {"DUE_MARK", num(1)},
                                {"STRUKTUR", txt("T00300")}});
-    insert(schema::Region, {{"ID", num(0)},
-                            {"ID_FILE", num(1)},
-                            {"REGION_A", txt("WR01")},
-                            {"BAUMART", txt("FI")},
-                            {"TARIF", txt("FI01")}});
-    insert(schema::Region, {{"ID", num(1)},
-                            {"ID_FILE", num(1)},
-                            {"REGION_A", txt("WR01")},
-                            {"BAUMART", txt("BÄ")},
-                            {"TARIF", txt("BU01")}});
+    region(1, 0, "WR01", "FI", "FI01");
+    region(1, 1, "WR01", "BÄ", "BU01");
     const struct {
         std::int64_t type;
         const char* parz;

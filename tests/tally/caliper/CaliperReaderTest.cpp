@@ -433,7 +433,8 @@ TEST_F(CaliperReaderTest, StopIsQuickAndNothingArrivesAfterIt)
     QElapsedTimer timer;
     timer.start();
     reader.stop();
-    EXPECT_LT(timer.elapsed(), 500);
+    // No pause of the restart's kind (2 s) on a plain stop; generous for a loaded machine.
+    EXPECT_LT(timer.elapsed(), 1900);
     EXPECT_FALSE(reader.running());
     pty.write("412\r\n");
     settle(100);
