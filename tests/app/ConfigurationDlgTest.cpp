@@ -1,7 +1,6 @@
 #include "app/ConfigurationDlg.h"
 #include "app/KeyTables.h"
 #include "app/ProgramFixture.h"
-#include "data/Schema.h"
 
 #include <ostream>
 

@@ -4,8 +4,6 @@
 #include "app/ListSelectionDlg.h"
 #include "app/ProgramFixture.h"
 #include "app/TotalsDlg.h"
-#include "data/Dataset.h"
-#include "data/Schema.h"
 
 #include <QProcess>
 #include <QRegularExpression>
@@ -27,24 +25,17 @@ class Distribution : public ::testing::Test, protected Program {
 protected:
     void addList(int id, const QString& name, int factor, std::initializer_list<Tree> trees)
     {
-        Dataset heads(session.database(), schema::Kopfdaten);
-        heads.clearFields();
-        heads.setInt(u"ID_FILE", id);
-        heads.setText(u"LISTE_NR", name);
-        heads.setText(u"REGION_A", QStringLiteral("WR01"));
-        heads.setInt(u"KOR_FAKTOR_N", factor);
-        ASSERT_TRUE(heads.insert());
-        Dataset rows(session.database(), schema::Holzdaten);
-        for (const Tree& t : trees) {
-            rows.clearFields();
-            rows.setInt(u"ID", ++m_id);
-            rows.setInt(u"ID_FILE", id);
-            rows.setText(u"BAUMART", QString::fromLatin1(t.species));
-            rows.setText(u"DMSTUFE", QString::fromLatin1(t.diameterClass));
-            rows.setInt(u"STK", t.count);
-            rows.setInt(u"KUBATUR", t.volume);
-            ASSERT_TRUE(rows.insert());
-        }
+        insert(schema::Kopfdaten, {{u"ID_FILE", id},
+                                   {u"LISTE_NR", name},
+                                   {u"REGION_A", "WR01"},
+                                   {u"KOR_FAKTOR_N", factor}});
+        for (const Tree& t : trees)
+            insert(schema::Holzdaten, {{u"ID", ++m_id},
+                                       {u"ID_FILE", id},
+                                       {u"BAUMART", t.species},
+                                       {u"DMSTUFE", t.diameterClass},
+                                       {u"STK", t.count},
+                                       {u"KUBATUR", t.volume}});
     }
     // The list selection's evaluation tab with the list in `row` tapped.
     ListSelectionDlg* lists(int row)
@@ -62,7 +53,6 @@ protected:
     {
         state.tables = loadSettings(session.store(), session.database(), nullptr, nullptr);
     }
-    QString activeName() const { return active() ? active()->objectName() : QString(); }
     QString pdfText(const QString& devicePath)
     {
         QProcess p;

@@ -1,8 +1,6 @@
 #include "app/ListHeaderDlg.h"
 #include "app/ProgramFixture.h"
 #include "app/TariffAssignmentDlg.h"
-#include "data/Dataset.h"
-#include "data/Schema.h"
 
 namespace brovant {
 namespace {
@@ -36,18 +34,16 @@ struct HeaderProgram : Program {
     {
         return rows(QStringLiteral("SELECT %1 FROM Brov_Kopfdaten").arg(text(columns)));
     }
-    void addList(std::int64_t id, const char* name, const char* kopf1 = "")
+    void addList(int id, const char* name, const char* kopf1 = "")
     {
-        Dataset rows(session.database(), schema::Kopfdaten);
-        rows.setInt(u"ID_FILE", id);
-        rows.setText(u"LISTE_NR", text(name));
-        rows.setText(u"ZUSATZ_A", QStringLiteral("Zusatz %1").arg(id));
-        rows.setText(u"DATUM_A", QStringLiteral("01.04.2026"));
-        rows.setInt(u"KOR_FAKTOR_N", 95);
-        rows.setText(u"REGION_A", QStringLiteral("WR02    "));
-        rows.setText(u"KOPF1_A", text(kopf1));
-        rows.setText(u"KOPF12_A", QStringLiteral("Anna Probe"));
-        ASSERT_TRUE(rows.insert());
+        insert(schema::Kopfdaten, {{u"ID_FILE", id},
+                                   {u"LISTE_NR", name},
+                                   {u"ZUSATZ_A", QStringLiteral("Zusatz %1").arg(id)},
+                                   {u"DATUM_A", "01.04.2026"},
+                                   {u"KOR_FAKTOR_N", 95},
+                                   {u"REGION_A", "WR02    "},
+                                   {u"KOPF1_A", kopf1},
+                                   {u"KOPF12_A", "Anna Probe"}});
     }
     // Page 1 as a forester fills it: the name typed, the region typed on the letters.
     void fillFirstPage(const char* name, const char* region)

@@ -1,7 +1,5 @@
 #include "app/ListSelectionDlg.h"
 #include "app/ProgramFixture.h"
-#include "data/Dataset.h"
-#include "data/Schema.h"
 #include "device/BackupService.h"
 #include "platform/DeviceRoot.h"
 #include "transfer/TransferChannels.h"
@@ -65,21 +63,13 @@ protected:
 
     void addList(int id, const QString& name, int mark = 0, int trees = 0)
     {
-        Dataset heads(session.database(), schema::Kopfdaten);
-        heads.clearFields();
-        heads.setInt(u"ID_FILE", id);
-        heads.setText(u"LISTE_NR", name);
-        heads.setText(u"ZUSATZ_A", QStringLiteral("Zusatz von %1").arg(name));
-        heads.setInt(u"DUE_MARK", mark);
-        heads.setInt(u"EXPORTED_N_NI", 0);
-        ASSERT_TRUE(heads.insert());
-        Dataset rows(session.database(), schema::Holzdaten);
-        for (int t = 0; t < trees; ++t) {
-            rows.clearFields();
-            rows.setInt(u"ID", id * 100 + t);
-            rows.setInt(u"ID_FILE", id);
-            ASSERT_TRUE(rows.insert());
-        }
+        insert(schema::Kopfdaten, {{u"ID_FILE", id},
+                                   {u"LISTE_NR", name},
+                                   {u"ZUSATZ_A", "Zusatz von " + name},
+                                   {u"DUE_MARK", mark},
+                                   {u"EXPORTED_N_NI", 0}});
+        for (int t = 0; t < trees; ++t)
+            insert(schema::Holzdaten, {{u"ID", id * 100 + t}, {u"ID_FILE", id}});
     }
     // The main menu's "Liste auswählen".
     void open()
@@ -125,7 +115,6 @@ protected:
     QString mark(int row) { return view()->topLevelItem(row)->text(1); }
     int selectedRow() { return view()->indexOfTopLevelItem(view()->currentItem()); }
     int count(const char* sql) { return Program::count(QString::fromLatin1(sql)); }
-    QString activeName() { return active() ? active()->objectName() : QString(); }
 
     Dlg* screen = find<Dlg>("listSelection");
 };

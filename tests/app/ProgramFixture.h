@@ -7,6 +7,8 @@
 #include "app/CNorvKeybDlg.h"
 #include "app/MainMenuDlg.h"
 #include "app/logic/AppState.h"
+#include "data/Dataset.h"
+#include "data/Schema.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
 #include "platform/MessageDialogs.h"
@@ -18,10 +20,12 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTest>
+#include <QVariant>
 
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <initializer_list>
 #include <string>
 
 inline void PrintTo(const QString& text, std::ostream* os)
@@ -150,6 +154,20 @@ public:
         QWidget* w = QApplication::focusWidget();
         return w ? w->objectName() : QString();
     }
+    // A row of `table`, each field set from a whole number or a text.
+    using Fields = std::initializer_list<std::pair<const char16_t*, QVariant>>;
+    void insert(const TableDescriptor& table, Fields fields)
+    {
+        Dataset row(session.database(), table);
+        for (const auto& [field, value] : fields) {
+            if (value.userType() == QMetaType::QString)
+                row.setText(field, value.toString());
+            else
+                row.setInt(field, value.toLongLong());
+        }
+        EXPECT_TRUE(row.insert());
+    }
+    QString activeName() const { return active() ? active()->objectName() : QString(); }
     // Every row of a query, its columns joined by '|'.
     QStringList rows(const QString& sql)
     {

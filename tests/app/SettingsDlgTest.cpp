@@ -3,8 +3,6 @@
 #include "app/SettingsDlg.h"
 #include "app/ProgramFixture.h"
 #include "app/RestoreDlg.h"
-#include "data/Dataset.h"
-#include "data/Schema.h"
 #include "device/BackupService.h"
 #include "device/DeviceControls.h"
 
@@ -128,10 +126,7 @@ TEST_F(SettingsScreen, TabsShowTheirControlsAndDeviceSettingsApplyAtOnce)
 // Only "Fortsetzen" followed by the right-hand "JA" deletes; then the menu is shown.
 TEST_F(SettingsScreen, DeleteAllOnlyWithTheRightHandJa)
 {
-    Dataset heads(session.database(), schema::Kopfdaten);
-    heads.clearFields();
-    heads.setInt(u"ID_FILE", 1);
-    heads.insert();
+    insert(schema::Kopfdaten, {{u"ID_FILE", 1}});
     const struct {
         int second; // Yes is the left "NEIN", No the right "JA"
         int lists;

@@ -1,8 +1,6 @@
 #include "app/SpeciesSelectionDlg.h"
 #include "app/ProgramFixture.h"
 #include "app/TallyDlg.h"
-#include "data/Dataset.h"
-#include "data/Schema.h"
 
 namespace brovant {
 namespace {
@@ -13,12 +11,7 @@ using Dlg = SpeciesSelectionDlg;
 struct SpeciesProgram : Program {
     SpeciesProgram()
     {
-        Dataset heads(session.database(), schema::Kopfdaten);
-        heads.clearFields();
-        heads.setInt(u"ID_FILE", 1);
-        heads.setText(u"LISTE_NR", QStringLiteral("L1"));
-        heads.setInt(u"KOR_FAKTOR_N", 100);
-        EXPECT_TRUE(heads.insert());
+        insert(schema::Kopfdaten, {{u"ID_FILE", 1}, {u"LISTE_NR", "L1"}, {u"KOR_FAKTOR_N", 100}});
         state.currentList = 1;
     }
     // "Einstellung" on the tally screen's secondary keys.

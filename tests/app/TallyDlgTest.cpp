@@ -1,8 +1,6 @@
 #include "app/TallyDlg.h"
 #include "app/ListSelectionDlg.h"
 #include "app/ProgramFixture.h"
-#include "data/Dataset.h"
-#include "data/Schema.h"
 #include "platform/serial/SerialPort.h"
 #include "tally/caliper/CaliperReader.h"
 
@@ -52,16 +50,13 @@ struct TallyProgram : Program {
     // A list header as the list header screen stores one; returns its ID_FILE.
     std::int64_t addList(const char* name, const char* addition)
     {
-        Dataset heads(session.database(), schema::Kopfdaten);
-        heads.clearFields();
-        heads.setInt(u"ID_FILE", ++lists);
-        heads.setText(u"LISTE_NR", text(name));
-        heads.setText(u"ZUSATZ_A", text(addition));
-        heads.setInt(u"KOR_FAKTOR_N", 100);
-        heads.setText(u"REGION_A", QStringLiteral("WR01"));
-        heads.setInt(u"DUE_MARK", 0);
-        heads.setInt(u"EXPORTED_N_NI", 0);
-        EXPECT_TRUE(heads.insert());
+        insert(schema::Kopfdaten, {{u"ID_FILE", qlonglong(++lists)},
+                                   {u"LISTE_NR", name},
+                                   {u"ZUSATZ_A", addition},
+                                   {u"KOR_FAKTOR_N", 100},
+                                   {u"REGION_A", "WR01"},
+                                   {u"DUE_MARK", 0},
+                                   {u"EXPORTED_N_NI", 0}});
         return lists;
     }
     // "Holz" on the list's row of the list selection.

@@ -1,8 +1,6 @@
 #include "app/TotalsDlg.h"
 #include "app/ListSelectionDlg.h"
 #include "app/ProgramFixture.h"
-#include "data/Dataset.h"
-#include "data/Schema.h"
 #include "evaluation/Totals.h"
 
 #include <QTreeWidget>
@@ -24,23 +22,15 @@ protected:
     void addList(int id, const QString& name, int factor,
                  std::initializer_list<std::tuple<const char*, int, int>> trees)
     {
-        Dataset heads(session.database(), schema::Kopfdaten);
-        heads.clearFields();
-        heads.setInt(u"ID_FILE", id);
-        heads.setText(u"LISTE_NR", name);
-        heads.setInt(u"KOR_FAKTOR_N", factor);
-        ASSERT_TRUE(heads.insert());
-        Dataset rows(session.database(), schema::Holzdaten);
+        insert(schema::Kopfdaten,
+               {{u"ID_FILE", id}, {u"LISTE_NR", name}, {u"KOR_FAKTOR_N", factor}});
         int n = 0;
-        for (const auto& [species, count, volume] : trees) {
-            rows.clearFields();
-            rows.setInt(u"ID", ++n);
-            rows.setInt(u"ID_FILE", id);
-            rows.setText(u"BAUMART", QString::fromLatin1(species));
-            rows.setInt(u"STK", count);
-            rows.setInt(u"KUBATUR", volume);
-            ASSERT_TRUE(rows.insert());
-        }
+        for (const auto& [species, count, volume] : trees)
+            insert(schema::Holzdaten, {{u"ID", ++n},
+                                       {u"ID_FILE", id},
+                                       {u"BAUMART", species},
+                                       {u"STK", count},
+                                       {u"KUBATUR", volume}});
     }
     // "Eval" on the list selection screen for the list in `row`.
     void evaluate(int row)
@@ -80,7 +70,6 @@ protected:
         }
         return out;
     }
-    QString activeName() const { return active() ? active()->objectName() : QString(); }
 
     TotalsDlg* screen = nullptr;
 };

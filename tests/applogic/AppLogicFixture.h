@@ -14,8 +14,10 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QStringList>
+#include <QVariant>
 #include <gtest/gtest.h>
 
+#include <initializer_list>
 #include <memory>
 #include <ostream>
 #include <string>
@@ -26,6 +28,47 @@ inline void PrintTo(const QString& text, std::ostream* os)
 }
 
 namespace brovant::test {
+
+inline std::string str(const QString& text)
+{
+    return text.toStdString();
+}
+
+inline QString text(const char* utf8)
+{
+    return QString::fromUtf8(utf8);
+}
+
+// A row of `table`, each field set from a whole number or a text.
+using Fields = std::initializer_list<std::pair<const char16_t*, QVariant>>;
+inline void insertRow(Database& db, const TableDescriptor& table, Fields fields)
+{
+    Dataset row(db, table);
+    for (const auto& [field, value] : fields) {
+        if (value.userType() == QMetaType::QString)
+            row.setText(field, value.toString());
+        else
+            row.setInt(field, value.toLongLong());
+    }
+    EXPECT_TRUE(row.insert());
+}
+
+// Every row of `sql`, its columns joined by '|', read through a connection of its own to `file`,
+// so only committed rows show.
+inline QStringList committedRows(const QString& file, const QString& sql)
+{
+    Database other(file, Database::Durability::Relaxed);
+    EXPECT_TRUE(other.open());
+    QStringList out;
+    auto q = other.query(sql);
+    while (q.next()) {
+        QStringList columns;
+        for (int i = 0; i < q.columnCount(); ++i)
+            columns << q.text(i);
+        out << columns.join(u'|');
+    }
+    return out;
+}
 
 // Screen host and dialogs logging into one list ("host active 1", "yesNo <line1>", "info 5
 // <line1>").
@@ -98,11 +141,8 @@ struct TestDevice {
         ASSERT_TRUE(QDir().mkpath(QFileInfo(root.host(relative)).path()));
         Database db(root.host(relative), Database::Durability::Relaxed);
         ASSERT_TRUE(db.open() && StructureCheck::ensureStructureRecord(db));
-        Dataset rows(db, schema::Einstellungen);
-        rows.setInt(u"ID", 1);
-        rows.setInt(u"ID_TYPE", schema::DiameterClassRow);
-        rows.setText(u"REGION_A", marker);
-        ASSERT_TRUE(rows.insert());
+        insertRow(db, schema::Einstellungen,
+                  {{u"ID", 1}, {u"ID_TYPE", schema::DiameterClassRow}, {u"REGION_A", marker}});
     }
     // REGION_A of the first master row of the database file at `relative`, or "-".
     QString markerOf(const QString& relative) const

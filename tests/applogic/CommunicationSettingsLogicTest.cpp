@@ -13,10 +13,7 @@ using namespace Qt::StringLiterals;
 
 const QString kComm = u"ControlPanel\\Comm"_s;
 
-std::string str(const QString& text)
-{
-    return text.toStdString();
-}
+using test::str;
 
 // The scalar transfer, printer and caliper lines of the tables, without the master data.
 QString settingsPart(const MasterTables& tables)

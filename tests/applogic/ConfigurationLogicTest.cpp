@@ -77,9 +77,8 @@ struct Device : test::TestDevice {
     }
     void addRow(const QString& companyLine)
     {
-        Dataset extra(session->database(), schema::Konfiguration);
-        extra.setText(u"FIRMENKOPF1_A", companyLine);
-        ASSERT_TRUE(extra.insert());
+        test::insertRow(session->database(), schema::Konfiguration,
+                        {{u"FIRMENKOPF1_A", companyLine}});
     }
 };
 

@@ -1,18 +1,7 @@
 #include "app/logic/ListHeaderLogic.h"
-
-#include "app/logic/AppState.h"
-#include "data/Dataset.h"
-#include "data/Schema.h"
-#include "masterdata/DeviceSession.h"
-#include "platform/Clock.h"
-#include "platform/MessageDialogs.h"
-#include "support/TempRoot.h"
-
-#include <gtest/gtest.h>
+#include "AppLogicFixture.h"
 
 #include <functional>
-#include <ostream>
-#include <string>
 #include <vector>
 
 namespace brovant {
@@ -25,15 +14,8 @@ void PrintTo(PageExit exit, std::ostream* os)
 
 namespace {
 
-std::string str(const QString& text)
-{
-    return text.toStdString();
-}
-
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
+using test::str;
+using test::text;
 
 const QString kMissing = QStringLiteral("Eingabe fehlt !!!||");
 const QString kNameQuestion =
@@ -64,11 +46,8 @@ public:
 
     void addMasterRow(std::int64_t id, int type, const char* region)
     {
-        Dataset rows(session.database(), schema::Einstellungen);
-        rows.setInt(u"ID", id);
-        rows.setInt(u"ID_TYPE", type);
-        rows.setText(u"REGION_A", text(region));
-        ASSERT_TRUE(rows.insert());
+        test::insertRow(session.database(), schema::Einstellungen,
+                        {{u"ID", qlonglong(id)}, {u"ID_TYPE", type}, {u"REGION_A", region}});
     }
     // A list as the list selection screen would have left it.
     void addList(std::int64_t id, const char* name, const char* region = "WR01    ",
@@ -86,31 +65,19 @@ public:
     }
     void addTree(std::int64_t list, std::int64_t id, const char* species, std::int64_t diameter)
     {
-        Dataset rows(session.database(), schema::Holzdaten);
-        rows.setInt(u"ID", id);
-        rows.setInt(u"ID_FILE", list);
-        rows.setInt(u"ID_TYPE", 1);
-        rows.setInt(u"STK", 1);
-        rows.setText(u"BAUMART", text(species));
-        rows.setInt(u"BHD", diameter);
-        rows.setInt(u"KUBATUR", diameter * 3);
-        ASSERT_TRUE(rows.insert());
+        test::insertRow(session.database(), schema::Holzdaten,
+                        {{u"ID", qlonglong(id)},
+                         {u"ID_FILE", qlonglong(list)},
+                         {u"ID_TYPE", 1},
+                         {u"STK", 1},
+                         {u"BAUMART", species},
+                         {u"BHD", qlonglong(diameter)},
+                         {u"KUBATUR", qlonglong(diameter * 3)}});
     }
 
-    // Committed rows only: read through a connection of its own.
     QStringList committed(const QString& sql)
     {
-        Database other(session.database().file(), Database::Durability::Relaxed);
-        EXPECT_TRUE(other.open());
-        QStringList out;
-        auto q = other.query(sql);
-        while (q.next()) {
-            QStringList columns;
-            for (int i = 0; i < q.columnCount(); ++i)
-                columns << q.text(i);
-            out << columns.join(u'|');
-        }
-        return out;
+        return test::committedRows(session.database().file(), sql);
     }
     QStringList lists()
     {

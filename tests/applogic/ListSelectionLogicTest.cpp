@@ -3,20 +3,9 @@
 // printouts and sending, an empty table on which every per-list button does nothing, and "Send"
 // and "Receive" over a channel that delivers or fails as told.
 #include "app/logic/ListSelectionLogic.h"
-
-#include "app/logic/AppLifecycle.h"
-#include "app/logic/AppState.h"
-#include "data/Dataset.h"
-#include "data/Schema.h"
-#include "masterdata/DeviceSession.h"
-#include "platform/Clock.h"
-#include "platform/MessageDialogs.h"
-#include "support/TempRoot.h"
+#include "AppLogicFixture.h"
 #include "transfer/ListFileExport.h"
 #include "transfer/TransferChannels.h"
-
-#include <QFileInfo>
-#include <gtest/gtest.h>
 
 #include <map>
 
@@ -74,24 +63,17 @@ protected:
         heads.setInt(u"EXPORTED_N_NI", list.exported);
         heads.setText(u"STRUKTUR", QStringLiteral("T00300"));
         ASSERT_TRUE(heads.insert());
-        Dataset trees(db(), schema::Holzdaten);
-        for (int t = 0; t < list.trees; ++t) {
-            trees.clearFields();
-            trees.setInt(u"ID", list.id * 100 + t);
-            trees.setInt(u"ID_FILE", list.id);
-            trees.setText(u"BAUMART", QStringLiteral("FI "));
-            ASSERT_TRUE(trees.insert());
-        }
-        Dataset regions(db(), schema::Region);
-        for (int r = 0; r < list.regions; ++r) {
-            regions.clearFields();
-            regions.setInt(u"ID", list.id * 100 + r);
-            regions.setInt(u"ID_FILE", list.id);
-            regions.setText(u"REGION_A", QStringLiteral("WR%1").arg(list.id));
-            regions.setText(u"BAUMART", QStringLiteral("B%1").arg(r));
-            regions.setText(u"TARIF", QStringLiteral("T%1").arg(r));
-            ASSERT_TRUE(regions.insert());
-        }
+        for (int t = 0; t < list.trees; ++t)
+            test::insertRow(
+                db(), schema::Holzdaten,
+                {{u"ID", list.id * 100 + t}, {u"ID_FILE", list.id}, {u"BAUMART", "FI "}});
+        for (int r = 0; r < list.regions; ++r)
+            test::insertRow(db(), schema::Region,
+                            {{u"ID", list.id * 100 + r},
+                             {u"ID_FILE", list.id},
+                             {u"REGION_A", QStringLiteral("WR%1").arg(list.id)},
+                             {u"BAUMART", QStringLiteral("B%1").arg(r)},
+                             {u"TARIF", QStringLiteral("T%1").arg(r)}});
     }
     int count(const QString& sql, std::int64_t value = 0)
     {

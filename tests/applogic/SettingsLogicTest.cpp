@@ -37,11 +37,8 @@ protected:
         config = sample.readAll();
         root.writeFile(QStringLiteral("Brovant/passive.dtr"), config);
         ConfigImport(session.root(), session.database(), session.store(), dialogs, nullptr).run();
-        Dataset lists(session.database(), schema::Kopfdaten);
-        lists.clearFields();
-        lists.setInt(u"ID_FILE", 1);
-        lists.setText(u"LISTE_NR", QStringLiteral("12345678"));
-        lists.insert();
+        test::insertRow(session.database(), schema::Kopfdaten,
+                        {{u"ID_FILE", 1}, {u"LISTE_NR", "12345678"}});
         session.store().writeInt(Setting::PrinterType, 0, 2);
         dialogs.clear();
     }

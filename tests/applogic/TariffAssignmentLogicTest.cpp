@@ -1,32 +1,14 @@
 #include "app/logic/TariffAssignmentLogic.h"
-
-#include "data/Dataset.h"
-#include "data/Schema.h"
+#include "AppLogicFixture.h"
 #include "masterdata/ConfigImport.h"
-#include "masterdata/DeviceSession.h"
-#include "platform/MessageDialogs.h"
-#include "support/TempRoot.h"
 
-#include <QFile>
-
-#include <gtest/gtest.h>
-
-#include <ostream>
-#include <string>
 #include <vector>
 
 namespace brovant {
 namespace {
 
-std::string str(const QString& text)
-{
-    return text.toStdString();
-}
-
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
+using test::str;
+using test::text;
 
 TariffRow row(const char* region, const char* species, const char* tariff)
 {
@@ -62,14 +44,12 @@ public:
 
     void add(const Stored& s, int type = schema::TariffAssignmentRow)
     {
-        Dataset extra(session.database(), schema::Einstellungen);
-        extra.clearFields();
-        extra.setInt(u"ID", s.id);
-        extra.setInt(u"ID_TYPE", type);
-        extra.setText(u"REGION_A", text(s.region).leftJustified(8));
-        extra.setText(u"BAUMART", text(s.species).leftJustified(3));
-        extra.setText(u"TARIF", text(s.tariff).leftJustified(5));
-        ASSERT_TRUE(extra.insert());
+        test::insertRow(session.database(), schema::Einstellungen,
+                        {{u"ID", qlonglong(s.id)},
+                         {u"ID_TYPE", type},
+                         {u"REGION_A", text(s.region).leftJustified(8)},
+                         {u"BAUMART", text(s.species).leftJustified(3)},
+                         {u"TARIF", text(s.tariff).leftJustified(5)}});
     }
     void add(std::initializer_list<Stored> rows)
     {
@@ -77,18 +57,13 @@ public:
             add(s);
     }
 
-    // Assignment rows as "ID|REGION_A|BAUMART|TARIF", read through a connection of its own, so
-    // only committed rows show.
+    // Committed assignment rows as "ID|REGION_A|BAUMART|TARIF".
     QStringList stored()
     {
-        Database other(session.database().file(), Database::Durability::Relaxed);
-        EXPECT_TRUE(other.open());
-        QStringList out;
-        auto q = other.query(QStringLiteral("SELECT ID, REGION_A, BAUMART, TARIF FROM "
-                                            "Brov_Einstellungen WHERE ID_TYPE = 3 ORDER BY ID"));
-        while (q.next())
-            out << QStringLiteral("%1|%2|%3|%4").arg(q.text(0), q.text(1), q.text(2), q.text(3));
-        return out;
+        return test::committedRows(
+            session.database().file(),
+            QStringLiteral("SELECT ID, REGION_A, BAUMART, TARIF FROM "
+                           "Brov_Einstellungen WHERE ID_TYPE = 3 ORDER BY ID"));
     }
 
     // A fresh program run on the same database: a new cursor and a new logic.
