@@ -31,6 +31,13 @@ const FieldDescriptor& einstellungenField(QStringView name)
     return schema::Einstellungen.fields[size_t(schema::Einstellungen.indexOf(name))];
 }
 
+void appendFormatted(QString& out, const QString& text, int width)
+{
+    out += QStringView(text).left(width);
+    for (qsizetype i = text.size(); i < width; ++i)
+        out += u' ';
+}
+
 // The class, volume and species-tariff rows in table order, one query for all three kinds.
 void loadLookupRows(Database& db, MasterTables& t)
 {
@@ -58,11 +65,16 @@ void loadLookupRows(Database& db, MasterTables& t)
         }
         case schema::TariffVolumeRow: {
             ++t.volumeRows;
+            // The key built in place, as formatValue would pad or cut both codes: this runs for
+            // every volume row at every settings load.
+            QString key;
+            key.reserve(tariffField.length + classField.length + 1);
+            appendFormatted(key, rows.text(4), tariffField.length);
+            key += QChar(0x1f);
+            appendFormatted(key, rows.text(2), classField.length);
             // The first row of a pair wins, as a walk from the top would find it.
-            const QString key = MasterTables::volumeKey(formatValue(tariffField, rows.value(4)),
-                                                        formatValue(classField, rows.value(2)));
-            if (!t.volumes.contains(key))
-                t.volumes.insert(key, int(rows.integer(5)));
+            if (t.volumes.constFind(key) == t.volumes.constEnd())
+                t.volumes.emplace(std::move(key), int(rows.integer(5)));
             break;
         }
         case schema::TariffAssignmentRow: {
