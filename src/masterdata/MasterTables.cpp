@@ -11,6 +11,18 @@
 
 namespace brovant {
 
+std::u16string MasterTables::volumeKey(QStringView tariff, QStringView diameterClass)
+{
+    std::u16string key(7, u' ');
+    const auto put = [&key](QStringView text, size_t at, qsizetype width) {
+        for (qsizetype i = 0; i < std::min(width, text.size()); ++i)
+            key[at + size_t(i)] = text[i].unicode();
+    };
+    put(tariff, 0, 5);
+    put(diameterClass, 5, 2);
+    return key;
+}
+
 int MasterTables::speciesIndex(const QString& code) const
 {
     // Codes come padded from the database and unpadded from the registry.
@@ -31,13 +43,6 @@ const FieldDescriptor& einstellungenField(QStringView name)
     return schema::Einstellungen.fields[size_t(schema::Einstellungen.indexOf(name))];
 }
 
-void appendFormatted(QString& out, const QString& text, int width)
-{
-    out += QStringView(text).left(width);
-    for (qsizetype i = text.size(); i < width; ++i)
-        out += u' ';
-}
-
 // The class, volume and species-tariff rows in table order, one query for all three kinds.
 void loadLookupRows(Database& db, MasterTables& t)
 {
@@ -48,7 +53,6 @@ void loadLookupRows(Database& db, MasterTables& t)
         .bind(2, std::int64_t(schema::TariffVolumeRow))
         .bind(3, std::int64_t(schema::TariffAssignmentRow));
     const FieldDescriptor& classField = einstellungenField(u"DMSTUFE");
-    const FieldDescriptor& tariffField = einstellungenField(u"TARIF");
     const FieldDescriptor& speciesField = einstellungenField(u"BAUMART");
     int reach = std::numeric_limits<int>::min();
     while (rows.next()) {
@@ -63,20 +67,12 @@ void loadLookupRows(Database& db, MasterTables& t)
             t.classReach.push_back(reach);
             break;
         }
-        case schema::TariffVolumeRow: {
+        case schema::TariffVolumeRow:
             ++t.volumeRows;
-            // The key built in place, as formatValue would pad or cut both codes: this runs for
-            // every volume row at every settings load.
-            QString key;
-            key.reserve(tariffField.length + classField.length + 1);
-            appendFormatted(key, rows.text(4), tariffField.length);
-            key += QChar(0x1f);
-            appendFormatted(key, rows.text(2), classField.length);
             // The first row of a pair wins, as a walk from the top would find it.
-            if (t.volumes.constFind(key) == t.volumes.constEnd())
-                t.volumes.emplace(std::move(key), int(rows.integer(5)));
+            t.volumes.try_emplace(MasterTables::volumeKey(rows.text(4), rows.text(2)),
+                                  int(rows.integer(5)));
             break;
-        }
         case schema::TariffAssignmentRow: {
             QStringList& choices =
                 t.speciesTariffChoices[formatValue(speciesField, rows.value(6))];

@@ -11,6 +11,8 @@
 #include <QHash>
 
 #include <array>
+#include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace brovant {
@@ -73,16 +75,16 @@ struct MasterTables {
     std::vector<DiameterClass> classes;
     std::vector<int> classReach;
     // Volume of one tree (hundredths of m3) by tariff and class code; the first ID_TYPE 2 row of a
-    // pair in table order wins. Key: volumeKey(tariff, class).
-    QHash<QString, int> volumes;
+    // pair in table order wins. Key: volumeKey(tariff, class), seven characters that fit a
+    // string's own buffer, so ~100,000 rows load without an allocation per key.
+    std::unordered_map<std::u16string, int> volumes;
     int volumeRows = 0;
     // TARIF of the ID_TYPE 3 rows in table order, by formatted BAUMART.
     QHash<QString, QStringList> speciesTariffChoices;
 
-    static QString volumeKey(const QString& tariff, const QString& diameterClass)
-    {
-        return tariff + QChar(0x1f) + diameterClass;
-    }
+    // The tariff in its five characters and the class in its two, padded or cut as the fields'
+    // formatting does.
+    static std::u16string volumeKey(QStringView tariff, QStringView diameterClass);
 
     // Index of a species by its first three characters, or -1.
     int speciesIndex(const QString& code) const;

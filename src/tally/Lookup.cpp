@@ -44,11 +44,10 @@ std::optional<MasterTables::DiameterClass> classOf(const MasterTables& tables, i
 std::optional<int> treeVolume(const MasterTables& tables, const QString& tariff,
                               const QString& diameterClass)
 {
-    const auto it =
-        tables.volumes.constFind(MasterTables::volumeKey(tariffCode(tariff), classCode(diameterClass)));
-    if (it == tables.volumes.constEnd())
+    const auto it = tables.volumes.find(MasterTables::volumeKey(tariff, diameterClass));
+    if (it == tables.volumes.end())
         return std::nullopt;
-    return *it;
+    return it->second;
 }
 
 std::int64_t recordVolume(const MasterTables& tables, const QString& tariff,
