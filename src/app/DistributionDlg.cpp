@@ -54,12 +54,8 @@ std::vector<KeyDef> keyBar()
         {80, 0, 79, kKeyHeight, QStringLiteral("Alle"), DistributionDlg::kAllSpecies},
         {160, 0, 80, kKeyHeight, QStringLiteral("HA ▶"), DistributionDlg::kNextSpecies},
     };
-    // Back, and the arrows that step through the species like the keys above.
-    for (const KeyDef& key : keys::bottomBar(kBottomBarTop, false)) {
-        if (key.commandId == CNorvBaseDlg::IDCANCEL || key.commandId == CNorvKeybDlg::kPreviousField
-            || key.commandId == CNorvKeybDlg::kNextField)
-            keys.push_back(key);
-    }
+    for (const KeyDef& key : keys::browseBar(kBottomBarTop))
+        keys.push_back(key);
     return keys;
 }
 

@@ -36,6 +36,16 @@ std::vector<KeyDef> bottomBar(int y, bool withZiff)
     };
 }
 
+std::vector<KeyDef> browseBar(int y)
+{
+    std::vector<KeyDef> keys;
+    for (const KeyDef& key : bottomBar(y, false)) {
+        if (key.commandId == 2 || key.commandId == 6001 || key.commandId == 6002)
+            keys.push_back(key);
+    }
+    return keys;
+}
+
 std::vector<KeyDef> mainMenu()
 {
     std::vector<KeyDef> keys = {

@@ -20,6 +20,10 @@ inline constexpr QRect kTallArea(0, 70, 240, 250);
 // keyboard), previous field, backspace, next field, enter.
 std::vector<KeyDef> bottomBar(int y, bool withZiff);
 
+// The bottom bar of a screen where nothing is typed or confirmed: back and the two keys that step
+// through what the screen shows.
+std::vector<KeyDef> browseBar(int y);
+
 // The main menu's four picture keys and its bar.
 std::vector<KeyDef> mainMenu();
 

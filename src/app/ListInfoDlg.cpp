@@ -4,6 +4,7 @@
 #include "app/KeyTables.h"
 #include "app/logic/AppState.h"
 #include "data/Dataset.h"
+#include "data/FieldDescriptor.h"
 #include "data/Schema.h"
 #include "masterdata/DeviceSession.h"
 
@@ -74,9 +75,7 @@ void ListInfoDlg::InitDialog()
     Dataset row(app().session().database(), schema::Kopfdaten);
     const bool found = app().state().currentList >= 0
                        && row.reset(Filter::byList(app().state().currentList)) && !row.eof();
-    QString name = found ? row.loadText(u"LISTE_NR") : QString();
-    while (name.endsWith(u' '))
-        name.chop(1);
+    const QString name = found ? withoutTrailingBlanks(row.loadText(u"LISTE_NR")) : QString();
     m_title->setText(QStringLiteral("Liste: %1").arg(name));
 
     const QFontMetrics metrics(m_labels[0]->font());

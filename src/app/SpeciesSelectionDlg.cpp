@@ -3,6 +3,7 @@
 #include "app/CNorvMFCApp.h"
 #include "app/KeyTables.h"
 #include "app/logic/AppState.h"
+#include "data/FieldDescriptor.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/MessageDialogs.h"
 
@@ -41,13 +42,6 @@ std::vector<KeyDef> slotKeys()
     for (const KeyDef& k : keys::bottomBar(kBarTop, true))
         keys.push_back(k);
     return keys;
-}
-
-QString withoutTrailingBlanks(QString text)
-{
-    while (text.endsWith(u' '))
-        text.chop(1);
-    return text;
 }
 
 } // namespace

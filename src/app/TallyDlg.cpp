@@ -4,6 +4,7 @@
 #include "app/KeyTables.h"
 #include "app/TariffAssignmentDlg.h"
 #include "app/logic/AppState.h"
+#include "data/FieldDescriptor.h"
 #include "data/Schema.h"
 #include "device/BackupService.h"
 #include "masterdata/DeviceSession.h"
@@ -134,13 +135,6 @@ std::vector<KeyDef> secondaryKeys()
     keys.push_back(
         {0, rowTop(3), kLeftWidth, rowHeight(3), QStringLiteral("Alpha"), TallyDlg::kAlpha});
     return frame("Funktionen", TallyDlg::kEtc, std::move(keys));
-}
-
-QString withoutTrailingBlanks(QString text)
-{
-    while (text.endsWith(u' '))
-        text.chop(1);
-    return text;
 }
 
 template <size_t N> QStringList listOf(const std::array<QString, N>& codes)

@@ -34,12 +34,8 @@ std::vector<KeyDef> keyBar()
         {80, 0, 79, kKeyHeight, QStringLiteral("Sortiment"), TotalsDlg::kAssortment},
         {160, 0, 80, kKeyHeight, QStringLiteral("Vert."), TotalsDlg::kDistribution},
     };
-    // Back, and the two keys that step through the rows; nothing here is typed or confirmed.
-    for (const KeyDef& key : keys::bottomBar(kBottomBarTop, false)) {
-        if (key.commandId == CNorvBaseDlg::IDCANCEL || key.commandId == CNorvKeybDlg::kPreviousField
-            || key.commandId == CNorvKeybDlg::kNextField)
-            keys.push_back(key);
-    }
+    for (const KeyDef& key : keys::browseBar(kBottomBarTop))
+        keys.push_back(key);
     return keys;
 }
 

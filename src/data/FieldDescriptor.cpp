@@ -66,4 +66,13 @@ QString formatValue(const FieldDescriptor& field, const FieldValue& value)
     return formatScaled(number, field.decimals).rightJustified(width, u' ');
 }
 
+QString withoutTrailingBlanks(QString text)
+{
+    qsizetype end = text.size();
+    while (end > 0 && text[end - 1] == u' ')
+        --end;
+    text.truncate(end);
+    return text;
+}
+
 } // namespace brovant

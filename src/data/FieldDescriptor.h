@@ -55,6 +55,9 @@ bool isEmptyValue(const FieldValue& value);
 // field reads as blanks (text) or 0 (number).
 QString formatValue(const FieldDescriptor& field, const FieldValue& value);
 
+// A text field's value as typed: the blanks that pad it to its width removed.
+QString withoutTrailingBlanks(QString text);
+
 // Scaled integer of a number as it is shown: 135 with 2 decimals -> "1.35". No padding.
 QString formatScaled(std::int64_t value, int decimals);
 

@@ -1,6 +1,7 @@
 #include "evaluation/DiameterDistribution.h"
 
 #include "data/Database.h"
+#include "data/FieldDescriptor.h"
 #include "evaluation/ReportSources.h"
 #include "masterdata/MasterTables.h"
 #include "tally/Lookup.h"
@@ -11,13 +12,6 @@
 
 namespace brovant {
 namespace {
-
-QString withoutPadding(QString text)
-{
-    while (text.endsWith(u' '))
-        text.chop(1);
-    return text;
-}
 
 void addTo(DiameterDistribution::Series& series, size_t cls, std::int64_t count,
            std::int64_t volume)
@@ -46,7 +40,7 @@ std::optional<DiameterDistribution> DiameterDistribution::compute(Database& db, 
         if (classIndex.contains(code))
             continue;
         classIndex.insert(code, d.m_classes.size());
-        d.m_classes.push_back({withoutPadding(c.code), c.diameter, true});
+        d.m_classes.push_back({withoutTrailingBlanks(c.code), c.diameter, true});
     }
 
     struct Tree {
@@ -66,7 +60,7 @@ std::optional<DiameterDistribution> DiameterDistribution::compute(Database& db, 
     q.bind(1, listId);
     size_t current = 0;
     while (q.next()) {
-        const QString code = withoutPadding(q.text(0));
+        const QString code = withoutTrailingBlanks(q.text(0));
         if (d.m_species.empty() || d.m_species[current].species != code) {
             const auto found = std::find_if(d.m_species.begin(), d.m_species.end(),
                                             [&](const Series& s) { return s.species == code; });
@@ -84,7 +78,7 @@ std::optional<DiameterDistribution> DiameterDistribution::compute(Database& db, 
     unknownCodes.sort();
     for (const QString& code : unknownCodes) {
         classIndex.insert(code, d.m_classes.size());
-        d.m_classes.push_back({withoutPadding(code), 0, false});
+        d.m_classes.push_back({withoutTrailingBlanks(code), 0, false});
     }
     d.m_all.cells.resize(d.m_classes.size());
     for (Series& s : d.m_species)

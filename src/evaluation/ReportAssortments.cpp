@@ -1,6 +1,7 @@
 #include "evaluation/ReportAssortments.h"
 
 #include "data/Database.h"
+#include "data/FieldDescriptor.h"
 #include "evaluation/ReportSources.h"
 #include "masterdata/MasterTables.h"
 #include "tally/Lookup.h"
@@ -13,13 +14,6 @@
 
 namespace brovant {
 namespace {
-
-QString withoutPadding(QString text)
-{
-    while (text.endsWith(u' '))
-        text.chop(1);
-    return text;
-}
 
 QString rowKey(const QString& species, const QString& diameterClass)
 {
@@ -89,7 +83,7 @@ std::optional<AssortmentDistribution> AssortmentDistribution::compute(Database& 
     std::vector<std::int64_t> sorted;
     size_t current = 0;
     while (q.next()) {
-        const QString code = withoutPadding(q.text(0));
+        const QString code = withoutTrailingBlanks(q.text(0));
         if (d.m_species.empty() || d.m_species[current].species != code) {
             const auto found = std::find_if(d.m_species.begin(), d.m_species.end(),
                                             [&](const Species& s) { return s.species == code; });

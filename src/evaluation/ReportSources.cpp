@@ -1,17 +1,11 @@
 #include "evaluation/ReportSources.h"
 
 #include "data/Database.h"
+#include "data/FieldDescriptor.h"
 #include "masterdata/SettingsStore.h"
 
 namespace brovant::report {
 namespace {
-
-QString withoutPadding(QString text)
-{
-    while (text.endsWith(u' '))
-        text.chop(1);
-    return text;
-}
 
 std::int64_t numberOf(const FieldValue& value)
 {
@@ -30,7 +24,7 @@ QStringList companyLines(const SettingsStore& store)
 {
     QStringList lines;
     for (int i = 1; i <= 5; ++i) {
-        QString text = withoutPadding(store.readText(Setting::Firmenkopf, i));
+        QString text = withoutTrailingBlanks(store.readText(Setting::Firmenkopf, i));
         if (text.trimmed().isEmpty() && i <= 3)
             text = QString::fromUtf16(kDefaultCompany[i - 1]);
         if (!text.trimmed().isEmpty())
@@ -67,7 +61,7 @@ std::optional<ListHeader> listHeader(Database& db, const SettingsStore& store, s
         return text.isEmpty() ? fallback : text;
     };
     ListHeader header;
-    header.listNo = withoutPadding(q.text(0));
+    header.listNo = withoutTrailingBlanks(q.text(0));
     header.factor = int(numberOf(q.value(3)));
     header.fields.emplace_back(QStringLiteral("Liste:"), header.listNo);
     const QString addition = q.text(1).trimmed();

@@ -1,6 +1,7 @@
 #include "evaluation/Totals.h"
 
 #include "data/Database.h"
+#include "data/FieldDescriptor.h"
 #include "data/Schema.h"
 #include "tally/Lookup.h"
 
@@ -56,9 +57,7 @@ std::optional<Totals> Totals::compute(Database& db, std::int64_t listId)
     SpeciesTotal* current = nullptr;
     while (q.next()) {
         // Codes may come padded to the field's width (list files) or not (typed): one species.
-        QString code = q.text(0);
-        while (code.endsWith(u' '))
-            code.chop(1);
+        const QString code = withoutTrailingBlanks(q.text(0));
         // Sorted by code, a record almost always belongs to the species of the one before.
         if (!current || current->species != code) {
             const auto found =
@@ -86,8 +85,7 @@ Totals::Row Totals::cells(const QString& code, std::int64_t volume, std::int64_t
     // No trees, no mean: shown as 0 rather than divided by zero.
     // The quotient in single precision, as the device computes it: its cells are what the
     // office knows.
-    const double mean =
-        count == 0 ? 0.0 : double(float(volume) / float(count)) / 100.0 + 0.001;
+    const double mean = count == 0 ? 0.0 : double(float(volume) / float(count)) / 100.0 + 0.001;
     return {code, QString::asprintf("%7.2f", double(volume) / 100.0),
             QString::asprintf("%4lld", static_cast<long long>(count)),
             QString::asprintf("%5.2f", mean)};

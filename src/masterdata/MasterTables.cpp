@@ -74,14 +74,10 @@ void loadLookupRows(Database& db, MasterTables& t)
                                   int(rows.integer(5)));
             break;
         case schema::TariffAssignmentRow: {
-            QStringList& choices =
-                t.speciesTariffChoices[formatValue(speciesField, rows.value(6))];
+            QStringList& choices = t.speciesTariffChoices[formatValue(speciesField, rows.value(6))];
             if (choices.size() < MasterTables::kMaxTariffs) {
                 // Offered on keys and typed into the edit as they read, without padding.
-                QString tariff = rows.text(4);
-                while (tariff.endsWith(u' '))
-                    tariff.chop(1);
-                choices << tariff;
+                choices << withoutTrailingBlanks(rows.text(4));
             }
             break;
         }

@@ -1,5 +1,6 @@
 #include "tally/TallyLogic.h"
 
+#include "data/FieldDescriptor.h"
 #include "data/Schema.h"
 #include "masterdata/MasterTables.h"
 #include "platform/MessageDialogs.h"
@@ -23,18 +24,10 @@ std::int64_t number(const QString& text)
     return text.trimmed().toLongLong();
 }
 
-QString withoutTrailingBlanks(QString text)
-{
-    while (text.endsWith(u' '))
-        text.chop(1);
-    return text;
-}
-
 } // namespace
 
 TallyLogic::TallyLogic(Database& db, const MasterTables& tables,
-                       std::array<QString, kSpeciesSlots>& speciesTariffs,
-                       MessageDialogs& dialogs)
+                       std::array<QString, kSpeciesSlots>& speciesTariffs, MessageDialogs& dialogs)
     : m_db(db)
     , m_tables(tables)
     , m_speciesTariffs(speciesTariffs)
@@ -129,9 +122,8 @@ void TallyLogic::setField(Field field, const QString& text)
         computeVolume();
     const auto same = [](const Tree& a, const Tree& b) {
         return a.tariff == b.tariff && a.species == b.species && a.quality == b.quality
-               && a.caliperClass == b.caliperClass && a.count == b.count
-               && a.diameter == b.diameter && a.diameterClass == b.diameterClass
-               && a.idType == b.idType;
+               && a.caliperClass == b.caliperClass && a.count == b.count && a.diameter == b.diameter
+               && a.diameterClass == b.diameterClass && a.idType == b.idType;
     };
     if (!same(before, m_tree))
         m_changed = true;

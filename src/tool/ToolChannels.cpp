@@ -1,4 +1,7 @@
 #include "tool/ToolChannels.h"
+
+#include "data/FieldDescriptor.h"
+#include "platform/SerialDevice.h"
 #include "tool/ToolCommands.h"
 
 #include "app/logic/AppLifecycle.h"
@@ -14,8 +17,6 @@
 #include "transfer/SettingsChannels.h"
 
 #include <QCommandLineParser>
-#include <QFileInfo>
-#include <QRegularExpression>
 
 #include <unistd.h>
 
@@ -107,13 +108,6 @@ private:
     TransferChannels& m_channels;
 };
 
-QString withoutTrailingBlanks(QString text)
-{
-    while (text.endsWith(u' '))
-        text.chop(1);
-    return text;
-}
-
 // The lists after row `afterRow` that meet `condition`, in table order.
 QStringList listNumbers(Database& db, const char* condition, std::int64_t afterRow = 0)
 {
@@ -196,27 +190,14 @@ int fetchConfiguration(DeviceSession& session, QTextStream& err)
 
 } // namespace
 
-QString serialDeviceFileOf(const DeviceRoot& root, const QString& portName)
-{
-    static const QRegularExpression pattern(QStringLiteral("^COM(\\d{1,3}):?$"),
-                                            QRegularExpression::CaseInsensitiveOption);
-    const QRegularExpressionMatch match = pattern.match(portName);
-    if (!match.hasMatch())
-        return {};
-    const QFileInfo entry(root.hostPath(QStringLiteral("\\dev\\COM") + match.captured(1)));
-    if (entry.isSymLink())
-        return entry.symLinkTarget();
-    return entry.exists() ? entry.absoluteFilePath() : QString();
-}
-
 CableChannel::PortOpener posixSerialOpener(const DeviceRoot& root, const SettingsStore& store,
                                            MessageDialogs& dialogs)
 {
     // A copy of the root: the opener may outlive the caller's.
     return [root, &store, &dialogs](int port) -> std::unique_ptr<SerialLine> {
         const CableSettings settings = CableSettings::fromStore(store);
-        const QString portName = QStringLiteral("COM%1:").arg(port);
-        const QString device = serialDeviceFileOf(root, portName);
+        const QString portName = serialPortName(port);
+        const QString device = serialDeviceFile(root, portName);
         QString reason = QStringLiteral("keine Verknüpfung dev/COM%1").arg(port);
         std::unique_ptr<SerialLine> line;
         if (!device.isEmpty())

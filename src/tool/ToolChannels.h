@@ -26,10 +26,6 @@ QString channelCommandsHelp();
 int runChannelCommand(DeviceSession& session, const QCommandLineParser& parser, QTextStream& out,
                       QTextStream& err);
 
-// The host device file of "COMn:" (or "COMn"): the target of the root's "\dev\COMn" link, or that
-// entry itself when it is no link; empty when the name is no port or the root has no such entry.
-QString serialDeviceFileOf(const DeviceRoot& root, const QString& portName);
-
 // The channel's opener on termios with the line settings of section DUE as they are when the
 // port is opened; shows the device's notice when the port does not open. `root`, `store` and
 // `dialogs` must outlive the opener.

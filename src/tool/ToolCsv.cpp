@@ -1,4 +1,6 @@
 #include "tool/ToolCsv.h"
+
+#include "data/FieldDescriptor.h"
 #include "tool/ToolCommands.h"
 
 #include "app/logic/ListSelectionLogic.h"
@@ -10,13 +12,6 @@
 
 namespace brovant {
 namespace {
-
-QString withoutTrailingBlanks(QString text)
-{
-    while (text.endsWith(u' '))
-        text.chop(1);
-    return text;
-}
 
 int exportCsv(DeviceSession& session, const QString& name, QTextStream& out, QTextStream& err)
 {

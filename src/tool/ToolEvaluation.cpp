@@ -1,4 +1,6 @@
 #include "tool/ToolEvaluation.h"
+
+#include "data/FieldDescriptor.h"
 #include "tool/ToolCommands.h"
 
 #include "app/logic/ListSelectionLogic.h"
@@ -22,13 +24,6 @@ const QString kDiameterOption = QStringLiteral("bhd");
 const QString kSpeciesOption = QStringLiteral("species");
 const QString kCountOption = QStringLiteral("stk");
 const QString kTariffOption = QStringLiteral("tarif");
-
-QString withoutTrailingBlanks(QString text)
-{
-    while (text.endsWith(u' '))
-        text.chop(1);
-    return text;
-}
 
 // The first list in table order whose LISTE_NR, without its padding, is `name`.
 std::optional<std::int64_t> findList(DeviceSession& session, const QString& name, QTextStream& err)

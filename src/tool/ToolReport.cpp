@@ -1,4 +1,6 @@
 #include "tool/ToolReport.h"
+
+#include "data/FieldDescriptor.h"
 #include "tool/ToolCommands.h"
 
 #include "app/logic/ListSelectionLogic.h"
@@ -21,13 +23,6 @@ const QString kListingOption = QStringLiteral("listing");
 const QString kClassesOption = QStringLiteral("classes");
 const QString kTestPageOption = QStringLiteral("test-page");
 const QString kCommand = QStringLiteral("report");
-
-QString withoutTrailingBlanks(QString text)
-{
-    while (text.endsWith(u' '))
-        text.chop(1);
-    return text;
-}
 
 std::optional<std::int64_t> findList(Database& db, const QString& name, QTextStream& err)
 {

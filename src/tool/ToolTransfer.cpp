@@ -1,4 +1,6 @@
 #include "tool/ToolTransfer.h"
+
+#include "data/FieldDescriptor.h"
 #include "tool/ToolCommands.h"
 
 #include "app/logic/AppState.h"
@@ -17,13 +19,6 @@
 
 namespace brovant {
 namespace {
-
-QString withoutTrailingBlanks(QString text)
-{
-    while (text.endsWith(u' '))
-        text.chop(1);
-    return text;
-}
 
 // Console messages that also count the notices, so a list that could not be written shows in the
 // exit status.

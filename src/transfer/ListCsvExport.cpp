@@ -1,6 +1,7 @@
 #include "transfer/ListCsvExport.h"
 
 #include "data/Database.h"
+#include "data/FieldDescriptor.h"
 #include "data/Schema.h"
 #include "platform/DeviceRoot.h"
 #include "platform/MessageDialogs.h"
@@ -62,9 +63,7 @@ QString textOf(const FieldValue& value)
         text = *s;
     else if (const auto* n = std::get_if<std::int64_t>(&value))
         text = QString::number(*n);
-    while (text.endsWith(u' '))
-        text.chop(1);
-    return text;
+    return withoutTrailingBlanks(std::move(text));
 }
 
 std::optional<std::int64_t> numberOf(const FieldValue& value)

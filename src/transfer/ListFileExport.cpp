@@ -1,6 +1,7 @@
 #include "transfer/ListFileExport.h"
 
 #include "data/Database.h"
+#include "data/FieldDescriptor.h"
 #include "data/Schema.h"
 #include "masterdata/SettingsStore.h"
 #include "platform/Cp1252.h"
@@ -63,10 +64,7 @@ QString textOf(const FieldValue& value)
 // gone; case counts.
 QString regionKey(const FieldValue& value)
 {
-    QString key = textOf(value).left(kRegionKeyLength);
-    while (key.endsWith(u' '))
-        key.chop(1);
-    return key;
+    return withoutTrailingBlanks(textOf(value).left(kRegionKeyLength));
 }
 
 // Columns of a SELECT and the fields that format them, in one order.

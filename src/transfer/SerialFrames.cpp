@@ -1,5 +1,6 @@
 #include "transfer/SerialFrames.h"
 
+#include "data/FieldDescriptor.h"
 #include "platform/Cp1252.h"
 #include "platform/DeviceRoot.h"
 #include "transfer/SerialLine.h"
@@ -143,9 +144,7 @@ std::optional<QString> headerFileName(QByteArrayView payload)
 {
     if (!isHeader(payload))
         return std::nullopt;
-    QString name = headerNameField(payload);
-    while (name.endsWith(u' '))
-        name.chop(1);
+    const QString name = withoutTrailingBlanks(headerNameField(payload));
     if (!isPlainShortName(name))
         return std::nullopt;
     return name;

@@ -1,6 +1,7 @@
 // The fuzz corpus of the configuration import, run as an ordinary test, plus hostile inputs too
 // big to keep in the repository.
 #include "masterdata/ConfigImportFuzzing.h"
+#include "support/Corpus.h"
 #include "support/TempRoot.h"
 
 #include <QDir>
@@ -22,15 +23,7 @@ namespace {
 
 QString corpusDir()
 {
-    return QStringLiteral(BROVANT_SOURCE_DIR "/tests/fuzz/corpus/config");
-}
-
-std::vector<std::string> corpusFiles()
-{
-    std::vector<std::string> names;
-    for (const QString& name : QDir(corpusDir()).entryList(QDir::Files, QDir::Name))
-        names.push_back(name.toStdString());
-    return names;
+    return corpusFolder("config");
 }
 
 struct ScanCase {
@@ -111,22 +104,12 @@ TEST_P(ConfigCorpusTest, HoldsEveryInvariant)
     }
 }
 
-std::string corpusCaseName(const ::testing::TestParamInfo<std::string>& info)
-{
-    std::string name = info.param;
-    for (char& c : name) {
-        if (!std::isalnum(static_cast<unsigned char>(c)))
-            c = '_';
-    }
-    return name;
-}
-
-INSTANTIATE_TEST_SUITE_P(Corpus, ConfigCorpusTest, ::testing::ValuesIn(corpusFiles()),
+INSTANTIATE_TEST_SUITE_P(Corpus, ConfigCorpusTest, ::testing::ValuesIn(corpusFiles(corpusDir())),
                          corpusCaseName);
 
 TEST(ConfigCorpusFilesTest, CorpusIsThere)
 {
-    EXPECT_GE(corpusFiles().size(), 12u) << corpusDir().toStdString();
+    EXPECT_GE(corpusFiles(corpusDir()).size(), 12u) << corpusDir().toStdString();
 }
 
 // The checks must be able to fail: break the database in ways the import cannot see and expect

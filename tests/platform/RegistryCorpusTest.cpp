@@ -1,6 +1,7 @@
 // The fuzz corpus of the registry's hive files, run as an ordinary test, plus hostile files too
 // big to keep in the repository, and proof that the probe's checks can fail.
 #include "platform/RegistryFuzzing.h"
+#include "support/Corpus.h"
 #include "support/TempRoot.h"
 
 #include <QDir>
@@ -17,21 +18,7 @@ namespace {
 
 QString corpusDir()
 {
-    return QStringLiteral(BROVANT_SOURCE_DIR "/tests/fuzz/corpus/registry");
-}
-
-std::vector<std::string> corpusFiles()
-{
-    std::vector<std::string> names;
-    for (const QString& name : QDir(corpusDir()).entryList(QDir::Files, QDir::Name))
-        names.push_back(name.toStdString());
-    return names;
-}
-
-QByteArray readCorpus(const std::string& name)
-{
-    QFile file(corpusDir() + u'/' + QString::fromStdString(name));
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    return corpusFolder("registry");
 }
 
 struct Expected {
@@ -72,7 +59,7 @@ TEST_P(RegistryCorpusTest, HoldsEveryInvariant)
     };
     TempRoot dir;
     RegistryProbe probe(dir.path());
-    EXPECT_EQ(probe.check(readCorpus(GetParam())).toStdString(), "");
+    EXPECT_EQ(probe.check(readCorpus(corpusDir(), GetParam())).toStdString(), "");
     if (const auto it = expected.find(GetParam()); it != expected.end()) {
         EXPECT_EQ(probe.parsed(Hive::CurrentUser), it->second.currentUser);
         EXPECT_EQ(probe.parsed(Hive::LocalMachine), it->second.localMachine);
@@ -82,22 +69,12 @@ TEST_P(RegistryCorpusTest, HoldsEveryInvariant)
     }
 }
 
-std::string corpusCaseName(const ::testing::TestParamInfo<std::string>& info)
-{
-    std::string name = info.param;
-    for (char& c : name) {
-        if (!std::isalnum(static_cast<unsigned char>(c)))
-            c = '_';
-    }
-    return name;
-}
-
-INSTANTIATE_TEST_SUITE_P(Corpus, RegistryCorpusTest, ::testing::ValuesIn(corpusFiles()),
+INSTANTIATE_TEST_SUITE_P(Corpus, RegistryCorpusTest, ::testing::ValuesIn(corpusFiles(corpusDir())),
                          corpusCaseName);
 
 TEST(RegistryCorpusFilesTest, CorpusIsThere)
 {
-    EXPECT_GE(corpusFiles().size(), 10u) << corpusDir().toStdString();
+    EXPECT_GE(corpusFiles(corpusDir()).size(), 10u) << corpusDir().toStdString();
 }
 
 TEST(RegistryHostileFiles, ParseOrAreSetAsideWithoutCrashing)

@@ -1,5 +1,6 @@
 // The fuzz corpus of the caliper's telegrams, run as an ordinary test, the model of what a
 // stream must give, and proof that the checks can fail.
+#include "support/Corpus.h"
 #include "tally/CaliperFuzzing.h"
 
 #include <QDir>
@@ -17,21 +18,7 @@ namespace {
 
 QString corpusDir()
 {
-    return QStringLiteral(BROVANT_SOURCE_DIR "/tests/fuzz/corpus/caliper");
-}
-
-std::vector<std::string> corpusFiles()
-{
-    std::vector<std::string> names;
-    for (const QString& name : QDir(corpusDir()).entryList(QDir::Files, QDir::Name))
-        names.push_back(name.toStdString());
-    return names;
-}
-
-QByteArray readCorpus(const std::string& name)
-{
-    QFile file(corpusDir() + u'/' + QString::fromStdString(name));
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    return corpusFolder("caliper");
 }
 
 // The measurements as "key/diameter", a refused telegram as "-".
@@ -88,29 +75,19 @@ TEST_P(CaliperCorpusTest, HoldsEveryInvariant)
         {"refused.bin", "- - - - - - -"},
         {"sentences.bin", "- -"},
     };
-    const CaliperRun run = runCaliperStream(readCorpus(GetParam()));
+    const CaliperRun run = runCaliperStream(readCorpus(corpusDir(), GetParam()));
     EXPECT_EQ(verifyCaliperRun(run).toStdString(), "");
     if (const auto it = expected.find(GetParam()); it != expected.end()) {
         EXPECT_EQ(measured(run), it->second);
     }
 }
 
-std::string corpusCaseName(const ::testing::TestParamInfo<std::string>& info)
-{
-    std::string name = info.param;
-    for (char& c : name) {
-        if (!std::isalnum(static_cast<unsigned char>(c)))
-            c = '_';
-    }
-    return name;
-}
-
-INSTANTIATE_TEST_SUITE_P(Corpus, CaliperCorpusTest, ::testing::ValuesIn(corpusFiles()),
+INSTANTIATE_TEST_SUITE_P(Corpus, CaliperCorpusTest, ::testing::ValuesIn(corpusFiles(corpusDir())),
                          corpusCaseName);
 
 TEST(CaliperCorpusFilesTest, CorpusIsThere)
 {
-    EXPECT_GE(corpusFiles().size(), 10u) << corpusDir().toStdString();
+    EXPECT_GE(corpusFiles(corpusDir()).size(), 10u) << corpusDir().toStdString();
 }
 
 // Spoil a clean run's account and expect the checks to name it.

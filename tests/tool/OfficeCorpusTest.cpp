@@ -1,5 +1,6 @@
 // The fuzz corpus of the office peer's receive, run as an ordinary test, and proof that the
 // probe's checks can fail.
+#include "support/Corpus.h"
 #include "support/TempRoot.h"
 #include "tool/OfficeReceiveFuzzing.h"
 
@@ -18,21 +19,7 @@ namespace {
 
 QString corpusDir()
 {
-    return QStringLiteral(BROVANT_SOURCE_DIR "/tests/fuzz/corpus/office_receive");
-}
-
-std::vector<std::string> corpusFiles()
-{
-    std::vector<std::string> names;
-    for (const QString& name : QDir(corpusDir()).entryList(QDir::Files, QDir::Name))
-        names.push_back(name.toStdString());
-    return names;
-}
-
-QByteArray readCorpus(const std::string& name)
-{
-    QFile file(corpusDir() + u'/' + QString::fromStdString(name));
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    return corpusFolder("office_receive");
 }
 
 struct Expected {
@@ -71,7 +58,7 @@ TEST_P(OfficeCorpusTest, HoldsEveryInvariant)
     };
     TempRoot dir;
     OfficeReceiveProbe probe(dir.path());
-    const OfficeReceiveProbe::Outcome outcome = probe.receive(readCorpus(GetParam()));
+    const OfficeReceiveProbe::Outcome outcome = probe.receive(readCorpus(corpusDir(), GetParam()));
     EXPECT_EQ(probe.verify(outcome).toStdString(), "");
     if (const auto it = expected.find(GetParam()); it != expected.end()) {
         EXPECT_EQ(outcome.result.ok, it->second.ok) << outcome.result.error.toStdString();
@@ -80,22 +67,12 @@ TEST_P(OfficeCorpusTest, HoldsEveryInvariant)
     }
 }
 
-std::string corpusCaseName(const ::testing::TestParamInfo<std::string>& info)
-{
-    std::string name = info.param;
-    for (char& c : name) {
-        if (!std::isalnum(static_cast<unsigned char>(c)))
-            c = '_';
-    }
-    return name;
-}
-
-INSTANTIATE_TEST_SUITE_P(Corpus, OfficeCorpusTest, ::testing::ValuesIn(corpusFiles()),
+INSTANTIATE_TEST_SUITE_P(Corpus, OfficeCorpusTest, ::testing::ValuesIn(corpusFiles(corpusDir())),
                          corpusCaseName);
 
 TEST(OfficeCorpusFilesTest, CorpusIsThere)
 {
-    EXPECT_GE(corpusFiles().size(), 10u) << corpusDir().toStdString();
+    EXPECT_GE(corpusFiles(corpusDir()).size(), 10u) << corpusDir().toStdString();
 }
 
 // Spoil what a clean receive left, or its account of it, and expect the probe to name it.
@@ -145,7 +122,7 @@ TEST(OfficeReceiveProbeTest, ReportsBrokenInvariants)
          [](OfficeReceiveProbe&, Outcome& o) { o.result.error = QStringLiteral("x"); },
          "result 1 with the error"},
     };
-    const QByteArray clean = readCorpus("clean_one_file.bin");
+    const QByteArray clean = readCorpus(corpusDir(), "clean_one_file.bin");
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         TempRoot dir;

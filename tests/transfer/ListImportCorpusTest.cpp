@@ -1,5 +1,6 @@
 // The fuzz corpus of the list import, run as an ordinary test, and proof that the probe's checks
 // can fail.
+#include "support/Corpus.h"
 #include "support/TempRoot.h"
 #include "transfer/ListImportFuzzing.h"
 
@@ -17,15 +18,7 @@ namespace {
 
 QString corpusDir()
 {
-    return QStringLiteral(BROVANT_SOURCE_DIR "/tests/fuzz/corpus/lists");
-}
-
-std::vector<std::string> corpusFiles()
-{
-    std::vector<std::string> names;
-    for (const QString& name : QDir(corpusDir()).entryList(QDir::Files, QDir::Name))
-        names.push_back(name.toStdString());
-    return names;
+    return corpusFolder("lists");
 }
 
 struct Shape {
@@ -115,22 +108,12 @@ TEST_P(ListCorpusTest, HoldsEveryInvariant)
     }
 }
 
-std::string corpusCaseName(const ::testing::TestParamInfo<std::string>& info)
-{
-    std::string name = info.param;
-    for (char& c : name) {
-        if (!std::isalnum(static_cast<unsigned char>(c)))
-            c = '_';
-    }
-    return name;
-}
-
-INSTANTIATE_TEST_SUITE_P(Corpus, ListCorpusTest, ::testing::ValuesIn(corpusFiles()),
+INSTANTIATE_TEST_SUITE_P(Corpus, ListCorpusTest, ::testing::ValuesIn(corpusFiles(corpusDir())),
                          corpusCaseName);
 
 TEST(ListCorpusFilesTest, CorpusIsThere)
 {
-    EXPECT_GE(corpusFiles().size(), 15u) << corpusDir().toStdString();
+    EXPECT_GE(corpusFiles(corpusDir()).size(), 15u) << corpusDir().toStdString();
 }
 
 // Break the database in ways the import cannot see and expect the probe to name what went wrong.

@@ -1,5 +1,6 @@
 // The fuzz corpus of the device's cable receive, run as an ordinary test, the scripted far end
 // it runs against, and proof that the probe's checks can fail.
+#include "support/Corpus.h"
 #include "support/TempRoot.h"
 #include "transfer/SerialFuzzing.h"
 #include "transfer/SerialScript.h"
@@ -19,21 +20,7 @@ namespace {
 
 QString corpusDir()
 {
-    return QStringLiteral(BROVANT_SOURCE_DIR "/tests/fuzz/corpus/serial_receive");
-}
-
-std::vector<std::string> corpusFiles()
-{
-    std::vector<std::string> names;
-    for (const QString& name : QDir(corpusDir()).entryList(QDir::Files, QDir::Name))
-        names.push_back(name.toStdString());
-    return names;
-}
-
-QByteArray readCorpus(const std::string& name)
-{
-    QFile file(corpusDir() + u'/' + QString::fromStdString(name));
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    return corpusFolder("serial_receive");
 }
 
 TEST(ScriptedLineTest, HandsOutTurnsAsTheReceiverAnswers)
@@ -98,7 +85,7 @@ TEST_P(SerialCorpusTest, HoldsEveryInvariant)
     };
     TempRoot dir;
     SerialReceiveProbe probe(dir.path());
-    const SerialReceiveProbe::Outcome outcome = probe.receive(readCorpus(GetParam()));
+    const SerialReceiveProbe::Outcome outcome = probe.receive(readCorpus(corpusDir(), GetParam()));
     EXPECT_EQ(probe.verify(outcome).toStdString(), "");
     if (const auto it = expected.find(GetParam()); it != expected.end()) {
         EXPECT_EQ(outcome.ok, it->second.ok);
@@ -107,22 +94,12 @@ TEST_P(SerialCorpusTest, HoldsEveryInvariant)
     }
 }
 
-std::string corpusCaseName(const ::testing::TestParamInfo<std::string>& info)
-{
-    std::string name = info.param;
-    for (char& c : name) {
-        if (!std::isalnum(static_cast<unsigned char>(c)))
-            c = '_';
-    }
-    return name;
-}
-
-INSTANTIATE_TEST_SUITE_P(Corpus, SerialCorpusTest, ::testing::ValuesIn(corpusFiles()),
+INSTANTIATE_TEST_SUITE_P(Corpus, SerialCorpusTest, ::testing::ValuesIn(corpusFiles(corpusDir())),
                          corpusCaseName);
 
 TEST(SerialCorpusFilesTest, CorpusIsThere)
 {
-    EXPECT_GE(corpusFiles().size(), 10u) << corpusDir().toStdString();
+    EXPECT_GE(corpusFiles(corpusDir()).size(), 10u) << corpusDir().toStdString();
 }
 
 // Spoil what a clean receive left, or its account of it, and expect the probe to name it.
@@ -183,7 +160,7 @@ TEST(SerialReceiveProbeTest, ReportsBrokenInvariants)
          "without EOT"},
         {"silent failure", [](SerialReceiveProbe&, Outcome& o) { o.ok = false; }, "messages"},
     };
-    const QByteArray clean = readCorpus("clean_one_file.bin");
+    const QByteArray clean = readCorpus(corpusDir(), "clean_one_file.bin");
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         TempRoot dir;

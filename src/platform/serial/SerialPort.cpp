@@ -3,28 +3,7 @@
 #include "platform/DeviceRoot.h"
 #include "platform/MessageDialogs.h"
 
-#include <QFileInfo>
-#include <QRegularExpression>
-
 namespace brovant {
-
-QString serialPortName(int number)
-{
-    return QStringLiteral("COM%1:").arg(number);
-}
-
-QString serialDeviceFile(const DeviceRoot& root, const QString& portName)
-{
-    static const QRegularExpression pattern(QStringLiteral("^COM(\\d{1,3}):?$"),
-                                            QRegularExpression::CaseInsensitiveOption);
-    const QRegularExpressionMatch match = pattern.match(portName);
-    if (!match.hasMatch())
-        return {};
-    const QFileInfo entry(root.hostPath(QStringLiteral("\\dev\\COM") + match.captured(1)));
-    if (entry.isSymLink())
-        return entry.symLinkTarget();
-    return entry.exists() ? entry.absoluteFilePath() : QString();
-}
 
 QStringList serialOpenFailureLines(const QString& portName)
 {
@@ -69,8 +48,9 @@ std::unique_ptr<QSerialPort> openTransferPort(const DeviceRoot& root, int port, 
                                               int dataBits, int stopBits, MessageDialogs& dialogs)
 {
     auto serial = std::make_unique<QSerialPort>();
-    const SerialLineSettings settings{baudRate, dataBits == 7 ? QSerialPort::Data7 : QSerialPort::Data8,
-                              stopBits == 2 ? QSerialPort::TwoStop : QSerialPort::OneStop};
+    const SerialLineSettings settings{baudRate,
+                                      dataBits == 7 ? QSerialPort::Data7 : QSerialPort::Data8,
+                                      stopBits == 2 ? QSerialPort::TwoStop : QSerialPort::OneStop};
     if (!openSerialPort(*serial, root, serialPortName(port), settings, dialogs))
         return nullptr;
     return serial;

@@ -3,6 +3,8 @@
 // over the line is the caller's.
 #pragma once
 
+#include "platform/SerialDevice.h"
+
 #include <QSerialPort>
 #include <QString>
 #include <QStringList>
@@ -22,13 +24,6 @@ struct SerialLineSettings {
 };
 
 inline constexpr SerialLineSettings kCaliperLine{1200, QSerialPort::Data8, QSerialPort::OneStop};
-
-// "COM3:" for 3.
-QString serialPortName(int number);
-
-// The device file behind "COMn:" (or "COMn"): the target of the link dev/COMn in the root, or the
-// entry itself when it is no link. Empty when the name is no port name or the entry is missing.
-QString serialDeviceFile(const DeviceRoot& root, const QString& portName);
 
 // The two lines of the notice shown when a port does not open.
 QStringList serialOpenFailureLines(const QString& portName);
