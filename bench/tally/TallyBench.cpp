@@ -26,9 +26,9 @@ MasterTables bigTables()
         t.classes.push_back({(c + 1) * 4, code, c * 4 + 2});
         t.classReach.push_back((c + 1) * 4);
         for (int tariff = 0; tariff < 200; ++tariff)
-            t.volumes.try_emplace(MasterTables::volumeKey(QStringLiteral("T%1").arg(tariff), code),
-                             c * 10 + tariff);
+            t.volumes.add(QStringLiteral("T%1").arg(tariff), code, c * 10 + tariff);
     }
+    t.volumes.finish();
     return t;
 }
 

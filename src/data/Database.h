@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string_view>
 
 struct sqlite3;
 struct sqlite3_stmt;
@@ -61,6 +62,12 @@ public:
         FieldValue value(int column) const;
         std::int64_t integer(int column) const;
         QString text(int column) const;
+        // The column as SQLite's UTF-8 bytes, valid until the next step: for walks over many
+        // rows that should not allocate per value.
+        std::string_view utf8(int column) const;
+        enum class Type { Null, Integer, Float, Text, Blob };
+        // The storage class of the column in the current row.
+        Type type(int column) const;
 
     private:
         friend class Database;

@@ -11,16 +11,72 @@
 
 namespace brovant {
 
-std::u16string MasterTables::volumeKey(QStringView tariff, QStringView diameterClass)
+VolumeIndex::Key VolumeIndex::keyOf(QStringView tariff, QStringView diameterClass)
 {
-    std::u16string key(7, u' ');
-    const auto put = [&key](QStringView text, size_t at, qsizetype width) {
-        for (qsizetype i = 0; i < std::min(width, text.size()); ++i)
-            key[at + size_t(i)] = text[i].unicode();
-    };
-    put(tariff, 0, 5);
-    put(diameterClass, 5, 2);
+    std::array<char16_t, 8> units;
+    units.fill(u' ');
+    units[7] = 0;
+    for (qsizetype i = 0; i < std::min<qsizetype>(5, tariff.size()); ++i)
+        units[size_t(i)] = tariff[i].unicode();
+    for (qsizetype i = 0; i < std::min<qsizetype>(2, diameterClass.size()); ++i)
+        units[size_t(5 + i)] = diameterClass[i].unicode();
+    Key key;
+    for (size_t i = 0; i < 4; ++i) {
+        key.high = key.high << 16 | units[i];
+        key.low = key.low << 16 | units[4 + i];
+    }
     return key;
+}
+
+void VolumeIndex::add(QStringView tariff, QStringView diameterClass, int volume)
+{
+    const Key key = keyOf(tariff, diameterClass);
+    if (!m_entries.empty() && key < m_entries.back().key)
+        m_sorted = false;
+    m_entries.push_back({key, volume});
+}
+
+void VolumeIndex::addUtf8(std::string_view tariff, std::string_view diameterClass, int volume)
+{
+    const auto ascii = [](std::string_view text) {
+        return std::all_of(text.begin(), text.end(), [](char c) { return (c & 0x80) == 0; });
+    };
+    if (ascii(tariff) && ascii(diameterClass)) {
+        // ASCII bytes are their own UTF-16 units.
+        std::array<char16_t, 7> units;
+        std::copy(tariff.begin(), tariff.begin() + std::min<size_t>(5, tariff.size()), units.begin());
+        std::copy(diameterClass.begin(),
+                  diameterClass.begin() + std::min<size_t>(2, diameterClass.size()),
+                  units.begin() + 5);
+        add(QStringView(units.data(), std::min<qsizetype>(5, qsizetype(tariff.size()))),
+            QStringView(units.data() + 5, std::min<qsizetype>(2, qsizetype(diameterClass.size()))),
+            volume);
+        return;
+    }
+    add(QString::fromUtf8(tariff.data(), qsizetype(tariff.size())),
+        QString::fromUtf8(diameterClass.data(), qsizetype(diameterClass.size())), volume);
+}
+
+void VolumeIndex::finish()
+{
+    const auto byKey = [](const Entry& a, const Entry& b) { return a.key < b.key; };
+    if (!m_sorted)
+        std::stable_sort(m_entries.begin(), m_entries.end(), byKey);
+    m_sorted = true;
+    // Stable order keeps the first added of equal keys in front, and unique keeps the front one.
+    const auto end = std::unique(m_entries.begin(), m_entries.end(),
+                                 [](const Entry& a, const Entry& b) { return a.key == b.key; });
+    m_entries.erase(end, m_entries.end());
+}
+
+std::optional<int> VolumeIndex::find(QStringView tariff, QStringView diameterClass) const
+{
+    const Key key = keyOf(tariff, diameterClass);
+    const auto at = std::lower_bound(m_entries.begin(), m_entries.end(), key,
+                                     [](const Entry& e, const Key& k) { return e.key < k; });
+    if (at == m_entries.end() || at->key != key)
+        return std::nullopt;
+    return at->volume;
 }
 
 int MasterTables::speciesIndex(const QString& code) const
@@ -43,11 +99,99 @@ const FieldDescriptor& einstellungenField(QStringView name)
     return schema::Einstellungen.fields[size_t(schema::Einstellungen.indexOf(name))];
 }
 
-// The class, volume and species-tariff rows in table order, one query for all three kinds.
+// TARIF as its field formats it: five characters, blank-padded.
+std::array<char16_t, 5> formattedTariff(std::string_view utf8)
+{
+    std::array<char16_t, 5> out;
+    out.fill(u' ');
+    if (std::all_of(utf8.begin(), utf8.end(), [](char c) { return (c & 0x80) == 0; })) {
+        std::copy(utf8.begin(), utf8.begin() + std::min<size_t>(5, utf8.size()), out.begin());
+        return out;
+    }
+    const QString text = QString::fromUtf8(utf8.data(), qsizetype(utf8.size()));
+    for (qsizetype i = 0; i < std::min<qsizetype>(5, text.size()); ++i)
+        out[size_t(i)] = text[i].unicode();
+    return out;
+}
+
+// The distinct tariffs of the volume rows in ID order (table order among equal IDs): a new entry
+// whenever the tariff differs from the previous row's. Imports write IDs ascending, so the rows
+// usually arrive in ID order during the one scan; when they do not, a sorted query gives the
+// table instead.
+class TariffTableBuilder {
+public:
+    void add(Database::Query::Type idType, std::int64_t id, std::string_view tariff)
+    {
+        if (!m_inOrder)
+            return;
+        // NULL sorts before numbers; other ID types are left to SQLite's own ordering.
+        const bool null = idType == Database::Query::Type::Null;
+        if (!null && idType != Database::Query::Type::Integer) {
+            m_inOrder = false;
+            return;
+        }
+        const std::pair<bool, std::int64_t> key(!null, null ? 0 : id);
+        if (m_haveRow && key < m_lastKey) {
+            m_inOrder = false;
+            return;
+        }
+        m_lastKey = key;
+        if (m_tariffs.size() >= MasterTables::kMaxTariffs) {
+            m_haveRow = true;
+            return;
+        }
+        const std::array<char16_t, 5> formatted = formattedTariff(tariff);
+        if (!m_haveRow || formatted != m_previous)
+            m_tariffs << QString(reinterpret_cast<const QChar*>(formatted.data()), 5);
+        m_previous = formatted;
+        m_haveRow = true;
+    }
+
+    QStringList finish(Database& db) const
+    {
+        return m_inOrder ? m_tariffs : sortedByQuery(db);
+    }
+
+private:
+    static QStringList sortedByQuery(Database& db)
+    {
+        auto rows = db.query(QStringLiteral(
+            "SELECT TARIF FROM Brov_Einstellungen WHERE ID_TYPE = ? ORDER BY ID, rowid"));
+        rows.bind(1, std::int64_t(schema::TariffVolumeRow));
+        const FieldDescriptor& tariffField = einstellungenField(u"TARIF");
+        QStringList tariffs;
+        QString previous;
+        bool haveRow = false;
+        while (rows.next() && tariffs.size() < MasterTables::kMaxTariffs) {
+            const QString tariff = formatValue(tariffField, rows.value(0));
+            if (!haveRow || tariff != previous)
+                tariffs << tariff;
+            previous = tariff;
+            haveRow = true;
+        }
+        return tariffs;
+    }
+
+    QStringList m_tariffs;
+    std::array<char16_t, 5> m_previous{};
+    std::pair<bool, std::int64_t> m_lastKey;
+    bool m_haveRow = false;
+    bool m_inOrder = true;
+};
+
+// The class, volume and species-tariff rows in table order: one scan of the table for all the
+// master rows the tally and the tariff table need.
 void loadLookupRows(Database& db, MasterTables& t)
 {
+    size_t expected = 0;
+    auto count = db.query(QStringLiteral("SELECT COUNT(*) FROM Brov_Einstellungen"));
+    if (count.next())
+        expected = size_t(std::max<std::int64_t>(0, count.integer(0)));
+    t.volumes.reserve(expected);
+    TariffTableBuilder tariffs;
+
     auto rows = db.query(QStringLiteral(
-        "SELECT ID_TYPE, BHDBIS, DMSTUFE, BHD, TARIF, KUBATUR, BAUMART FROM Brov_Einstellungen "
+        "SELECT ID_TYPE, BHDBIS, DMSTUFE, BHD, TARIF, KUBATUR, BAUMART, ID FROM Brov_Einstellungen "
         "WHERE ID_TYPE IN (?, ?, ?) ORDER BY rowid"));
     rows.bind(1, std::int64_t(schema::DiameterClassRow))
         .bind(2, std::int64_t(schema::TariffVolumeRow))
@@ -67,12 +211,13 @@ void loadLookupRows(Database& db, MasterTables& t)
             t.classReach.push_back(reach);
             break;
         }
-        case schema::TariffVolumeRow:
+        case schema::TariffVolumeRow: {
             ++t.volumeRows;
-            // The first row of a pair wins, as a walk from the top would find it.
-            t.volumes.try_emplace(MasterTables::volumeKey(rows.text(4), rows.text(2)),
-                                  int(rows.integer(5)));
+            const std::string_view tariff = rows.utf8(4);
+            tariffs.add(rows.type(7), rows.integer(7), tariff);
+            t.volumes.addUtf8(tariff, rows.utf8(2), int(rows.integer(5)));
             break;
+        }
         case schema::TariffAssignmentRow: {
             QStringList& choices = t.speciesTariffChoices[formatValue(speciesField, rows.value(6))];
             if (choices.size() < MasterTables::kMaxTariffs) {
@@ -85,6 +230,8 @@ void loadLookupRows(Database& db, MasterTables& t)
             break;
         }
     }
+    t.volumes.finish();
+    t.tariffs = tariffs.finish(db);
 }
 
 template <size_t N>
@@ -150,24 +297,8 @@ MasterTables loadSettings(const SettingsStore& store, Database& db, MessageDialo
     t.duePort = store.readInt(Setting::DuePort);
     t.dueMode = store.readInt(Setting::DueMode);
 
-    // The volume rows in ID order give the tariff table; one query, not a walk row by row.
-    auto volumeRows = db.query(QStringLiteral(
-        "SELECT TARIF FROM Brov_Einstellungen WHERE ID_TYPE = ? ORDER BY ID, rowid"));
-    volumeRows.bind(1, std::int64_t(schema::TariffVolumeRow));
     if (dialogs)
         dialogs->progress(10);
-    const FieldDescriptor& tariffField =
-        schema::Einstellungen.fields[size_t(schema::Einstellungen.indexOf(u"TARIF"))];
-    QString previousTariff;
-    bool haveVolumeRow = false;
-    while (volumeRows.next() && t.tariffs.size() < MasterTables::kMaxTariffs) {
-        const QString tariff = formatValue(tariffField, volumeRows.value(0));
-        if (!haveVolumeRow || tariff != previousTariff)
-            t.tariffs << tariff;
-        previousTariff = tariff;
-        haveVolumeRow = true;
-    }
-
     loadLookupRows(db, t);
 
     t.printerType = store.readInt(Setting::PrinterType);

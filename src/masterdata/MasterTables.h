@@ -11,8 +11,10 @@
 #include <QHash>
 
 #include <array>
-#include <string>
-#include <unordered_map>
+#include <compare>
+#include <cstdint>
+#include <optional>
+#include <string_view>
 #include <vector>
 
 namespace brovant {
@@ -20,6 +22,39 @@ namespace brovant {
 class Database;
 class KeepAwake;
 class MessageDialogs;
+
+// Volume of one tree (hundredths of m3) by tariff and diameter class. Keys are the tariff in its
+// five characters and the class in its two, padded or cut as the fields' formatting does; where a
+// pair occurs twice the first added wins, as a walk from the top of the table would find it.
+// Built by add() and finish(), then read: a sorted array, so ~100,000 rows load without an
+// allocation per row and arrive mostly in order already.
+class VolumeIndex {
+public:
+    void reserve(size_t rows) { m_entries.reserve(rows); }
+    void add(QStringView tariff, QStringView diameterClass, int volume);
+    // The same from the column bytes (UTF-8) without a string in between.
+    void addUtf8(std::string_view tariff, std::string_view diameterClass, int volume);
+    void finish();
+
+    std::optional<int> find(QStringView tariff, QStringView diameterClass) const;
+    size_t size() const { return m_entries.size(); }
+    bool empty() const { return m_entries.empty(); }
+
+private:
+    // Seven UTF-16 units packed big-end first, so integer order is the text's order.
+    struct Key {
+        std::uint64_t high = 0;
+        std::uint64_t low = 0;
+        auto operator<=>(const Key&) const = default;
+    };
+    struct Entry {
+        Key key;
+        int volume = 0;
+    };
+    static Key keyOf(QStringView tariff, QStringView diameterClass);
+    std::vector<Entry> m_entries;
+    bool m_sorted = true;
+};
 
 struct MasterTables {
     static constexpr int kSpecies = 60;
@@ -74,17 +109,11 @@ struct MasterTables {
     // whose bound reaches a diameter is found by a binary search over it.
     std::vector<DiameterClass> classes;
     std::vector<int> classReach;
-    // Volume of one tree (hundredths of m3) by tariff and class code; the first ID_TYPE 2 row of a
-    // pair in table order wins. Key: volumeKey(tariff, class), seven characters that fit a
-    // string's own buffer, so ~100,000 rows load without an allocation per key.
-    std::unordered_map<std::u16string, int> volumes;
+    // Volume of one tree by tariff and class code from the ID_TYPE 2 rows in table order.
+    VolumeIndex volumes;
     int volumeRows = 0;
     // TARIF of the ID_TYPE 3 rows in table order, by formatted BAUMART.
     QHash<QString, QStringList> speciesTariffChoices;
-
-    // The tariff in its five characters and the class in its two, padded or cut as the fields'
-    // formatting does.
-    static std::u16string volumeKey(QStringView tariff, QStringView diameterClass);
 
     // Index of a species by its first three characters, or -1.
     int speciesIndex(const QString& code) const;

@@ -44,10 +44,7 @@ std::optional<MasterTables::DiameterClass> classOf(const MasterTables& tables, i
 std::optional<int> treeVolume(const MasterTables& tables, const QString& tariff,
                               const QString& diameterClass)
 {
-    const auto it = tables.volumes.find(MasterTables::volumeKey(tariff, diameterClass));
-    if (it == tables.volumes.end())
-        return std::nullopt;
-    return it->second;
+    return tables.volumes.find(tariff, diameterClass);
 }
 
 std::int64_t recordVolume(const MasterTables& tables, const QString& tariff,

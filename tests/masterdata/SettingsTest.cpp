@@ -117,5 +117,68 @@ TEST_F(SettingsTest, TariffTableFromVolumeRows)
     EXPECT_EQ(t.tariffs.last(), u"T0199"_s);
 }
 
+// Volume rows written out of ID order (an office tool, not the import): the table follows the IDs,
+// NULL IDs first, table order among equal IDs; codes outside ASCII keep their five characters.
+TEST_F(SettingsTest, TariffTableFollowsTheIdsOfTheVolumeRows)
+{
+    struct Row {
+        std::optional<std::int64_t> id;
+        const char* tariff;
+    };
+    const Row rows[] = {{30, "C"}, {10, "A"}, {20, "B"}, {10, "A2"}, {std::nullopt, "ÖKO1"},
+                        {20, "B"}};
+    for (const Row& r : rows) {
+        auto q = session->database().query(u"INSERT INTO Brov_Einstellungen (ID, ID_TYPE, TARIF, "
+                                           "DMSTUFE, KUBATUR) VALUES (?, ?, ?, '08', 45)"_s);
+        q.bind(1, r.id ? FieldValue(*r.id) : FieldValue(std::monostate{}))
+            .bind(2, std::int64_t(schema::TariffVolumeRow))
+            .bind(3, QString::fromUtf8(r.tariff));
+        ASSERT_TRUE(q.run());
+    }
+    const MasterTables t = loadSettings(store(), session->database(), nullptr, nullptr);
+    EXPECT_EQ(t.tariffs, (QStringList{u"ÖKO1 "_s, "A    ", "A2   ", "B    ", "C    "}));
+    EXPECT_EQ(t.volumes.find(u"ÖKO1"_s, u"08"_s), 45);
+}
+
+// The index against the plainest model of it: the first volume added for a key wins, whatever the
+// order, the padding or the characters of the codes.
+TEST(VolumeIndex, AgreesWithFirstAddedWins)
+{
+    const QString tariffs[] = {u"FI01"_s, u"FI01 "_s, u"KI"_s, u"ÄZ7"_s, u"LONGER"_s, u""_s};
+    const QString classes[] = {u"08"_s, u"8"_s, u"10"_s, u"10x"_s, u"ü1"_s};
+    const auto padded = [](const QString& text, int width) {
+        return text.left(width).leftJustified(width, u' ');
+    };
+    for (const bool sorted : {false, true}) {
+        std::vector<std::pair<QString, QString>> adds;
+        for (int round = 0; round < 3; ++round)
+            for (const QString& tariff : tariffs)
+                for (const QString& diameterClass : classes)
+                    adds.emplace_back(tariff, diameterClass);
+        if (!sorted)
+            std::reverse(adds.begin() + 10, adds.end());
+        VolumeIndex index;
+        QHash<QString, int> model;
+        for (size_t i = 0; i < adds.size(); ++i) {
+            const auto& [tariff, diameterClass] = adds[i];
+            if (i % 2 == 0)
+                index.add(tariff, diameterClass, int(i));
+            else
+                index.addUtf8(tariff.toUtf8().toStdString(), diameterClass.toUtf8().toStdString(),
+                              int(i));
+            const QString key = padded(tariff, 5) + padded(diameterClass, 2);
+            if (!model.contains(key))
+                model.insert(key, int(i));
+        }
+        index.finish();
+        EXPECT_EQ(index.size(), size_t(model.size()));
+        for (const auto& [tariff, diameterClass] : adds)
+            EXPECT_EQ(index.find(tariff, diameterClass),
+                      model.value(padded(tariff, 5) + padded(diameterClass, 2)))
+                << sorted << ' ' << tariff.toStdString() << '/' << diameterClass.toStdString();
+        EXPECT_EQ(index.find(u"FI02"_s, u"08"_s), std::nullopt);
+    }
+}
+
 } // namespace
 } // namespace brovant::test
