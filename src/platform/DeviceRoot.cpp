@@ -1,5 +1,7 @@
 #include "platform/DeviceRoot.h"
 
+#include "platform/MediumFile.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -118,7 +120,8 @@ bool copyHostFile(const QString& from, const QString& to)
             break;
         }
     }
-    return target.commit();
+    // A restore moves this copy over the database next.
+    return commitToMedium(target);
 }
 
 QList<uint> foldedCodePoints(const QString& s)

@@ -1,5 +1,7 @@
 #include "platform/Registry.h"
 
+#include "platform/MediumFile.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -630,7 +632,7 @@ bool Registry::save(Hive hive)
 {
     if (!QDir().mkpath(m_folder))
         return false;
-    // QSaveFile writes a temporary file, syncs it and renames it over the old one on commit.
+    // A temporary file, synced and renamed over the old one: the hive is whole or as it was.
     QSaveFile file(hiveFile(hive));
     if (!file.open(QIODevice::WriteOnly))
         return false;
@@ -638,7 +640,7 @@ bool Registry::save(Hive hive)
     // file system without modes (a FAT card) refuses, which must not stop the save.
     file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
     const QByteArray bytes = exportHive(hive).toUtf8();
-    if (file.write(bytes) != bytes.size() || !file.commit())
+    if (file.write(bytes) != bytes.size() || !commitToMedium(file))
         return false;
     m_hives[indexOf(hive)]->dirty = false;
     return true;

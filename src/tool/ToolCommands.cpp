@@ -5,6 +5,7 @@
 #include "masterdata/ConfigImport.h"
 #include "masterdata/DeviceSession.h"
 #include "masterdata/MasterTables.h"
+#include "platform/MediumFile.h"
 #include "platform/RootLocation.h"
 #include "tool/ConsoleDialogs.h"
 #include "tool/ToolBackup.h"
@@ -13,9 +14,9 @@
 #include "tool/ToolEvaluation.h"
 #include "tool/ToolLists.h"
 #include "tool/ToolNewList.h"
-#include "tool/ToolTransfer.h"
 #include "tool/ToolOffice.h"
 #include "tool/ToolReport.h"
+#include "tool/ToolTransfer.h"
 
 #include <QCommandLineParser>
 #include <QDir>
@@ -54,7 +55,7 @@ bool stage(DeviceSession& session, const QString& source, QTextStream& err)
         if (out.write(chunk) != chunk.size())
             break;
     }
-    if (in.error() != QFileDevice::NoError || !out.commit()) {
+    if (in.error() != QFileDevice::NoError || !commitToMedium(out)) {
         err << "Datei kann nicht erzeugt werden!\n";
         return false;
     }

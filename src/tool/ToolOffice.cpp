@@ -1,6 +1,7 @@
 #include "tool/ToolOffice.h"
 
 #include "platform/DeviceRoot.h"
+#include "platform/MediumFile.h"
 #include "platform/PosixSerialLine.h"
 #include "platform/RootLocation.h"
 #include "transfer/CableChannel.h"
@@ -126,7 +127,7 @@ bool copyInto(const QString& from, const QString& to)
     if (!in.open(QIODevice::ReadOnly) || !out.open(QIODevice::WriteOnly))
         return false;
     const QByteArray bytes = in.readAll();
-    return in.error() == QFileDevice::NoError && out.write(bytes) == bytes.size() && out.commit();
+    return in.error() == QFileDevice::NoError && out.write(bytes) == bytes.size() && commitToMedium(out);
 }
 
 int activeSync(const QCommandLineParser& parser, int timeoutMs, QTextStream& out, QTextStream& err)
@@ -321,7 +322,7 @@ OfficeResult officeReceive(SerialLine& line, const QString& outDir, const Office
         }
         QSaveFile out(path);
         if (!out.open(QIODevice::WriteOnly) || out.write(file.bytes) != file.bytes.size()
-            || !out.commit()) {
+            || !commitToMedium(out)) {
             result.error = QStringLiteral("Datei kann nicht erzeugt werden: %1").arg(file.name);
             return result;
         }

@@ -2,6 +2,7 @@
 
 #include "masterdata/SettingsStore.h"
 #include "platform/DeviceRoot.h"
+#include "platform/MediumFile.h"
 #include "platform/MessageDialogs.h"
 
 #include <QFile>
@@ -457,7 +458,7 @@ bool FtpChannel::fetchConfiguration()
         shown.upload = false;
         if (!file.open(QIODevice::WriteOnly))
             break;
-        if (session->get(directory + u'/' + name, file, shown) == CURLE_OK && file.commit()) {
+        if (session->get(directory + u'/' + name, file, shown) == CURLE_OK && commitToMedium(file)) {
             fetched = true;
             break;
         }

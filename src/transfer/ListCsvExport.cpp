@@ -4,6 +4,7 @@
 #include "data/FieldDescriptor.h"
 #include "data/Schema.h"
 #include "platform/DeviceRoot.h"
+#include "platform/MediumFile.h"
 #include "platform/MessageDialogs.h"
 #include "tally/Lookup.h"
 #include "transfer/ListFileExport.h"
@@ -135,8 +136,10 @@ public:
     }
     void flush()
     {
-        // A failed write shows at commit, which then leaves nothing under the name.
-        m_file.write(m_buffer);
+        // A full card takes what still fits and reports no error for that short write; giving
+        // the file up makes its commit fail, so nothing cut short is left under the name.
+        if (m_file.write(m_buffer) != m_buffer.size())
+            m_file.cancelWriting();
         m_buffer.clear();
     }
 
@@ -237,7 +240,7 @@ std::optional<QString> ListCsvExport::write(std::int64_t listId)
                 + listColumns);
     }
     out.flush();
-    if (!file.commit()) {
+    if (!commitToMedium(file)) {
         m_dialogs.notice(cannotCreate());
         return std::nullopt;
     }

@@ -6,6 +6,7 @@
 #include "masterdata/SettingsStore.h"
 #include "platform/Cp1252.h"
 #include "platform/DeviceRoot.h"
+#include "platform/MediumFile.h"
 #include "platform/MessageDialogs.h"
 
 #include <QFile>
@@ -118,8 +119,10 @@ public:
     }
     void flush()
     {
-        // A failed write shows at commit, which then keeps the file out of "\Export".
-        m_file.write(m_buffer);
+        // A full card takes what still fits and reports no error for that short write; giving
+        // the file up makes its commit fail, so nothing cut short reaches "\Export".
+        if (m_file.write(m_buffer) != m_buffer.size())
+            m_file.cancelWriting();
         m_buffer.clear();
     }
 
@@ -171,6 +174,8 @@ int ListFileExport::writeMarked()
         while (q.next())
             rows.push_back(q.integer(0));
     }
+    // A list whose file cannot be written is still counted, and unmarked with the others after
+    // the transfer; its message has been shown.
     for (const std::int64_t row : rows)
         writeHeaderRow(row);
     return int(rows.size());
@@ -330,7 +335,7 @@ bool ListFileExport::writeHeaderRow(std::int64_t headerRowId)
     m_dialogs.progress(70);
     m_dialogs.progress(90);
     out.flush();
-    const bool written = file.commit();
+    const bool written = commitToMedium(file);
     m_dialogs.info(MessageDialogs::Hide, QString());
     // Nothing reached "\Export" under the list's name; say so rather than send without it.
     if (!written)

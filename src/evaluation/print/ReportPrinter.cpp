@@ -1,6 +1,7 @@
 #include "evaluation/print/ReportPrinter.h"
 
 #include "evaluation/print/ChartPainter.h"
+#include "platform/MediumFile.h"
 
 #include <QFont>
 #include <QFontMetricsF>
@@ -310,7 +311,7 @@ bool ReportPrinter::writePdf(const Report& report, int pageLength, const QString
         if (!render(writer, report, pageLength))
             return fail(QStringLiteral("PDF kann nicht gezeichnet werden"));
     }
-    if (!file.commit())
+    if (!commitToMedium(file))
         return fail(file.errorString());
     return true;
 }

@@ -1,0 +1,482 @@
+// A full storage card and a failing disk under the real tool. A preloaded library (support/faultfs)
+// makes the calls on one folder fail as the medium would: ENOSPC once N bytes went, EIO on write,
+// on sync, on rename or on read. Backup, export, send and restore must each end with the system's
+// own message and lose nothing: the database as it was and sound, the earlier backups untouched,
+// nothing cut short under a final name, the transfer marks kept; and once the medium works again
+// the same command must go through.
+#include "masterdata/DeviceSession.h"
+#include "support/TempRoot.h"
+#include "tool/ToolRun.h"
+
+#include <QDir>
+#include <QDirIterator>
+#include <QFileInfo>
+#include <QProcessEnvironment>
+#include <QSet>
+#include <QTemporaryDir>
+#include <QUrl>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+inline void PrintTo(const QString& text, std::ostream* os)
+{
+    *os << '"' << text.toStdString() << '"';
+}
+
+namespace brovant::test {
+namespace {
+
+enum class Op { ManualBackup, AutomaticBackup, ExportLists, ExportCsv, Send, Restore };
+// Where the medium fails: the storage card, the export folder, or the copy a restore stages
+// beside the database.
+enum class Place { Card, Export, Staging };
+
+const char* opName(Op op)
+{
+    switch (op) {
+    case Op::ManualBackup:
+        return "ManualBackup";
+    case Op::AutomaticBackup:
+        return "AutomaticBackup";
+    case Op::ExportLists:
+        return "ExportLists";
+    case Op::ExportCsv:
+        return "ExportCsv";
+    case Op::Send:
+        return "Send";
+    case Op::Restore:
+        return "Restore";
+    }
+    return "?";
+}
+
+const char* placeName(Place place)
+{
+    switch (place) {
+    case Place::Card:
+        return "card";
+    case Place::Export:
+        return "export";
+    case Place::Staging:
+        return "staging";
+    }
+    return "?";
+}
+
+void PrintTo(Op op, std::ostream* os)
+{
+    *os << opName(op);
+}
+
+QStringList argsOf(Op op)
+{
+    switch (op) {
+    case Op::ManualBackup:
+        return {"backup"};
+    case Op::AutomaticBackup:
+        return {"backup", "--auto"};
+    case Op::ExportLists:
+        return {"export-lists"};
+    case Op::ExportCsv:
+        return {"export-csv", "HIEB01"};
+    case Op::Send:
+        return {"send"};
+    case Op::Restore:
+        return {"restore", "0001_Manu.cdb"};
+    }
+    return {};
+}
+
+const QString kBackupFailed = QStringLiteral("Fehler bei der Datensicherung!\n");
+const QString kRestoreFailed = QStringLiteral("Fehler beim Wiederherstellen!\n");
+const QString kCannotCreate = QStringLiteral("Datei kann nicht erzeugt werden!\n");
+
+struct Case {
+    Op op;
+    const char* fault; // BROVANT_FAULT
+    qint64 after;      // BROVANT_FAULT_AFTER: bytes, or calls for eio-fsync and eio-rename
+    Place place;
+    QString message;        // standard error of the failed run (contained in it for a send)
+    QStringList newBackups; // on the card after the failed run, beside the earlier ones
+};
+
+// Every operation under every fault that reaches it; the rows of one operation run in one test.
+const Case kCases[] = {
+    {Op::ManualBackup, "enospc", 16384, Place::Card, kBackupFailed, {}},
+    {Op::ManualBackup, "enospc", 0, Place::Card, kBackupFailed, {}},
+    {Op::ManualBackup, "eio", 0, Place::Card, kBackupFailed, {}},
+    {Op::ManualBackup, "eio-fsync", 0, Place::Card, kBackupFailed, {}},
+    {Op::ManualBackup, "eio-rename", 0, Place::Card, kBackupFailed, {}},
+    {Op::AutomaticBackup, "enospc", 16384, Place::Card, kBackupFailed, {}},
+    {Op::AutomaticBackup, "eio", 8192, Place::Card, kBackupFailed, {}},
+    {Op::AutomaticBackup, "eio-fsync", 0, Place::Card, kBackupFailed, {}},
+    {Op::AutomaticBackup, "eio-rename", 0, Place::Card, kBackupFailed, {}},
+    // The list file goes to disk in one piece; a full card takes its first 4 KiB.
+    {Op::ExportLists, "enospc", 4096, Place::Export, kCannotCreate, {}},
+    {Op::ExportLists, "eio", 0, Place::Export, kCannotCreate, {}},
+    {Op::ExportLists, "eio-fsync", 0, Place::Export, kCannotCreate, {}},
+    {Op::ExportLists, "eio-rename", 0, Place::Export, kCannotCreate, {}},
+    // The spreadsheet file goes in pieces of 64 KiB; the card fills within the first or second.
+    {Op::ExportCsv, "enospc", 4096, Place::Export, kCannotCreate, {}},
+    {Op::ExportCsv, "enospc", 70000, Place::Export, kCannotCreate, {}},
+    {Op::ExportCsv, "eio", 0, Place::Export, kCannotCreate, {}},
+    {Op::ExportCsv, "eio-fsync", 0, Place::Export, kCannotCreate, {}},
+    {Op::ExportCsv, "eio-rename", 0, Place::Export, kCannotCreate, {}},
+    {Op::Send, "enospc", 4096, Place::Export, kCannotCreate, {}},
+    {Op::Send, "eio", 0, Place::Export, kCannotCreate, {}},
+    {Op::Send, "eio-fsync", 0, Place::Export, kCannotCreate, {}},
+    {Op::Send, "eio-rename", 0, Place::Export, kCannotCreate, {}},
+    // On the card the restore fails at the backup it makes first, or reading the chosen one.
+    {Op::Restore, "enospc", 16384, Place::Card, kBackupFailed, {}},
+    {Op::Restore, "eio", 0, Place::Card, kBackupFailed, {}},
+    {Op::Restore, "eio-fsync", 0, Place::Card, kBackupFailed, {}},
+    {Op::Restore, "eio-rename", 0, Place::Card, kBackupFailed, {}},
+    {Op::Restore, "eio-read", 0, Place::Card, kRestoreFailed, {}},
+    {Op::Restore, "eio-read", 65536, Place::Card, kRestoreFailed, {}},
+    // Beside the database: staging the chosen copy, or moving it over the database (the staged
+    // file's own naming is the first rename and goes through).
+    {Op::Restore, "enospc", 16384, Place::Staging, kRestoreFailed, {}},
+    {Op::Restore, "eio", 0, Place::Staging, kRestoreFailed, {}},
+    {Op::Restore, "eio-fsync", 0, Place::Staging, kRestoreFailed, {}},
+    {Op::Restore, "eio-rename", 1, Place::Staging, kRestoreFailed, {"0002_Auto.cdb"}},
+};
+
+const QString kDatabase = QStringLiteral("Brovant/Brovant.cdb");
+const QString kCard = QStringLiteral("Storage Card/Brovant_Save");
+const QString kListFile = QStringLiteral("HIEB01  .DAT");
+const QByteArray kOldCsv = "an earlier export of HIEB01\r\n";
+// Trees in the backup 0001_Manu.cdb; the database holds one more.
+constexpr int kBackupTrees = 1500;
+
+// The rows of one statement, columns joined by '|', on a connection that neither writes nor leaves
+// SQLite's files beside the database; {"<error>"} when the file or the statement fails.
+QStringList readRows(const QString& file, const QString& sql)
+{
+    sqlite3* db = nullptr;
+    QStringList rows;
+    const QByteArray uri = QUrl::fromLocalFile(file).toEncoded() + "?immutable=1";
+    int rc = sqlite3_open_v2(uri.constData(), &db, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI, nullptr);
+    sqlite3_stmt* st = nullptr;
+    if (rc == SQLITE_OK)
+        rc = sqlite3_prepare_v2(db, sql.toUtf8().constData(), -1, &st, nullptr);
+    while (rc == SQLITE_OK || rc == SQLITE_ROW) {
+        rc = sqlite3_step(st);
+        if (rc != SQLITE_ROW)
+            break;
+        QStringList columns;
+        for (int i = 0; i < sqlite3_column_count(st); ++i) {
+            const auto* value = sqlite3_column_text(st, i);
+            columns << (value ? QString::fromUtf8(reinterpret_cast<const char*>(value))
+                              : QStringLiteral("NULL"));
+        }
+        rows << columns.join(u'|');
+    }
+    sqlite3_finalize(st);
+    sqlite3_close_v2(db);
+    return rc == SQLITE_DONE ? rows : QStringList{QStringLiteral("<error>")};
+}
+
+bool intact(const QString& file)
+{
+    return readRows(file, QStringLiteral("PRAGMA integrity_check")) == QStringList{"ok"};
+}
+
+int trees(const QString& file)
+{
+    return readRows(file, QStringLiteral("SELECT COUNT(*) FROM Brov_Holzdaten")).value(0).toInt();
+}
+
+// Every row of every table: what the database holds, whatever its pages look like.
+QStringList contentOf(const QString& file)
+{
+    QStringList content;
+    for (const QString& table : readRows(
+             file, QStringLiteral("SELECT name FROM sqlite_master WHERE type = 'table' ORDER BY "
+                                  "name"))) {
+        content << table;
+        content += readRows(file, QStringLiteral("SELECT * FROM \"%1\"").arg(table));
+    }
+    return content;
+}
+
+QString marks(const QString& file)
+{
+    return readRows(file, QStringLiteral("SELECT LISTE_NR, DUE_MARK, EXPORTED_N_NI FROM "
+                                         "Brov_Kopfdaten ORDER BY rowid"))
+        .join(u' ');
+}
+
+bool copyTree(const QString& from, const QString& to)
+{
+    QDirIterator it(from, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    bool ok = QDir().mkpath(to);
+    while (ok && it.hasNext()) {
+        const QString file = it.next();
+        const QString target = to + u'/' + QDir(from).relativeFilePath(file);
+        ok = QDir().mkpath(QFileInfo(target).path()) && QFile::copy(file, target);
+    }
+    // Empty folders count too: the card and the export folder.
+    QDirIterator dirs(from, QDir::Dirs | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
+    while (ok && dirs.hasNext())
+        ok = QDir().mkpath(to + u'/' + QDir(from).relativeFilePath(dirs.next()));
+    return ok;
+}
+
+QString canonical(const QString& path)
+{
+    return QFileInfo(path).canonicalFilePath();
+}
+
+// Built once per test program: the demo device with the list HIEB01 of 1500 trees marked for
+// transfer, backups on the storage card with the manual backup 0001_Manu.cdb, then one tree
+// more; and the files a working medium gets from export-lists and export-csv.
+class FaultInjection : public ::testing::TestWithParam<Op> {
+protected:
+    static void SetUpTestSuite()
+    {
+        s_device = std::make_unique<TempRoot>();
+        const QString root = s_device->path();
+        s_setupError = demoDevice(root, {"HIEB01"});
+        const auto step = [&](const QStringList& args, const QString& on = {}) {
+            if (s_setupError.empty())
+                s_setupError = failure(tool(on.isEmpty() ? root : on, args));
+        };
+        step({"tally", "HIEB01", "--bhd", "25", "--species", "FI", "--tarif", "FI01"});
+        // The rest of the trees as copies of the first, in one statement rather than a tally each.
+        if (s_setupError.empty()
+            && !sqlRows(root + u'/' + kDatabase,
+                        "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < "
+                        "1499) INSERT INTO Brov_Holzdaten (ID, ID_FILE, ID_TYPE, PARZ, STK, "
+                        "BAUMART, BHD, DMSTUFE, KUBATUR, NA, KA, TARIF) SELECT t.ID + n.i, "
+                        "t.ID_FILE, t.ID_TYPE, t.PARZ, t.STK, t.BAUMART, t.BHD, "
+                        "t.DMSTUFE, t.KUBATUR, t.NA, t.KA, t.TARIF FROM Brov_Holzdaten t, n")
+                    .isEmpty())
+            s_setupError = "trees not inserted";
+        step({"mark", "HIEB01"});
+        QDir().mkpath(root + QStringLiteral("/Storage Card"));
+        QDir().mkpath(root + QStringLiteral("/Export"));
+        DeviceSession(root).store().writeInt(Setting::BackupKarte, 0, 1);
+        step({"backup"});
+        step({"tally", "HIEB01", "--bhd", "40", "--species", "FI", "--tarif", "FI01"});
+
+        TempRoot scratch;
+        if (s_setupError.empty() && !copyTree(root, scratch.path()))
+            s_setupError = "device not copied";
+        const auto exported = [&](const QStringList& args, const QString& file) {
+            step(args, scratch.path());
+            return scratch.readFile(QStringLiteral("Export/") + file);
+        };
+        s_listFile = exported({"export-lists"}, kListFile);
+        s_csvFile = exported({"export-csv", "HIEB01"}, QStringLiteral("HIEB01.csv"));
+    }
+    static void TearDownTestSuite() { s_device.reset(); }
+
+    void SetUp() override
+    {
+        ASSERT_EQ(s_setupError, "");
+        ASSERT_EQ(trees(host(kCard) + QStringLiteral("/0001_Manu.cdb")), kBackupTrees);
+        ASSERT_EQ(trees(host(kDatabase)), kBackupTrees + 1);
+        // Big enough that the faults strike in the middle of each file.
+        ASSERT_GT(s_listFile.size(), 16384);
+        ASSERT_GT(s_csvFile.size(), 70000);
+    }
+
+    // A fresh copy of the device for each row, so no row sees another's leftovers.
+    void freshDevice()
+    {
+        m_root = std::make_unique<TempRoot>();
+        ASSERT_TRUE(copyTree(s_device->path(), m_root->path()));
+    }
+    QString host(const QString& relative) const
+    {
+        return (m_root ? m_root->path() : s_device->path()) + u'/' + relative;
+    }
+
+    QString prefixOf(Place place) const
+    {
+        switch (place) {
+        case Place::Card:
+            return canonical(host(QStringLiteral("Storage Card")));
+        case Place::Export:
+            return canonical(host(QStringLiteral("Export")));
+        case Place::Staging: {
+            // Qt writes the staged copy as an unnamed file in the folder ("#<inode>") where the
+            // system has them, else under a temporary name beside the target.
+            const QString folder = canonical(host(QStringLiteral("Brovant")));
+            return folder + QStringLiteral("/Brovant.cdb.restore:") + folder + QStringLiteral("/#");
+        }
+        }
+        return {};
+    }
+
+    // The tool with the failing medium preloaded; an empty fault leaves every call alone.
+    ToolRun run(const QStringList& args, const char* fault = "", qint64 after = 0,
+                Place place = Place::Card)
+    {
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("LD_PRELOAD"), QStringLiteral(BROVANT_FAULTFS_PATH));
+        // The sanitizer runtime wants to be first among the preloaded libraries; the failing
+        // medium must come before it to see the calls.
+        const QString asan = env.value(QStringLiteral("ASAN_OPTIONS"));
+        env.insert(QStringLiteral("ASAN_OPTIONS"),
+                   asan + (asan.isEmpty() ? "" : ":") + QStringLiteral("verify_asan_link_order=0"));
+        env.insert(QStringLiteral("BROVANT_FAULT"), QLatin1StringView(fault));
+        env.insert(QStringLiteral("BROVANT_FAULT_AFTER"), QString::number(after));
+        env.insert(QStringLiteral("BROVANT_FAULT_PREFIX"), prefixOf(place));
+        env.insert(QStringLiteral("BROVANT_FAULT_LOG"), m_log.filePath(QStringLiteral("faults")));
+        QProcess p;
+        p.setProcessEnvironment(env);
+        p.setProgram(QStringLiteral(BROVANT_TOOL_PATH));
+        p.setArguments(QStringList{QStringLiteral("--root"), m_root->path()} + args);
+        p.start();
+        p.waitForFinished(60000);
+        return {p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1,
+                QString::fromUtf8(p.readAllStandardOutput()),
+                QString::fromUtf8(p.readAllStandardError())};
+    }
+
+    // A send with the office's ActiveSync end collecting into `office` beside it.
+    ToolRun send(const QString& office, const char* fault = "", qint64 after = 0)
+    {
+        ToolProcess peer({"office-activesync", "--root", m_root->path(), "--collect", office,
+                          "--timeout", "30"});
+        const ToolRun r = run({"send"}, fault, after, Place::Export);
+        const ToolRun p = peer.finish();
+        EXPECT_EQ(p.status, 0) << p.err.toStdString();
+        return r;
+    }
+
+    QByteArray faultLog() const { return readAll(m_log.filePath(QStringLiteral("faults"))); }
+
+    static std::unique_ptr<TempRoot> s_device;
+    static std::string s_setupError;
+    static QByteArray s_listFile;
+    static QByteArray s_csvFile;
+    std::unique_ptr<TempRoot> m_root;
+    QTemporaryDir m_log;
+};
+
+std::unique_ptr<TempRoot> FaultInjection::s_device;
+std::string FaultInjection::s_setupError;
+QByteArray FaultInjection::s_listFile;
+QByteArray FaultInjection::s_csvFile;
+
+TEST_P(FaultInjection, EndsWithItsMessageLosesNothingAndRetries)
+{
+    const Op op = GetParam();
+    for (const Case& c : kCases) {
+        if (c.op != op)
+            continue;
+        SCOPED_TRACE(std::string(opName(op)) + ": " + c.fault + " after " + std::to_string(c.after)
+                     + " at " + placeName(c.place));
+        ASSERT_NO_FATAL_FAILURE(freshDevice());
+        if (op == Op::ExportCsv)
+            m_root->writeFile(QStringLiteral("Export/HIEB01.csv"), kOldCsv);
+        QFile::remove(m_log.filePath(QStringLiteral("faults")));
+        const QString database = host(kDatabase);
+        const QStringList content = contentOf(database);
+        const QMap<QString, QByteArray> backups = filesIn(host(kCard));
+        const QStringList filesBefore = filesIn(m_root->path()).keys();
+        TempRoot office;
+
+        const ToolRun r = op == Op::Send ? send(office.path(), c.fault, c.after)
+                                         : run(argsOf(op), c.fault, c.after, c.place);
+
+        EXPECT_EQ(r.status, 1) << r.err.toStdString();
+        if (op == Op::Send) {
+            // A list whose file cannot be created still counts as exported: the transfer goes
+            // on and unmarks it, the message says what happened. Its trees stay.
+            EXPECT_TRUE(r.err.contains(c.message)) << r.err.toStdString();
+            EXPECT_EQ(r.out, QStringLiteral("HIEB01\n"));
+            EXPECT_EQ(marks(database), QStringLiteral("HIEB01|0|1"));
+        } else {
+            EXPECT_EQ(r.err, c.message);
+            EXPECT_EQ(r.out, QString());
+        }
+        // The medium really failed under the code meant, not somewhere beside it.
+        EXPECT_FALSE(faultLog().isEmpty());
+
+        EXPECT_TRUE(intact(database));
+        if (op == Op::Send) {
+            EXPECT_EQ(trees(database), kBackupTrees + 1);
+        } else {
+            EXPECT_EQ(contentOf(database), content); // the transfer marks among it
+        }
+        const QMap<QString, QByteArray> backupsAfter = filesIn(host(kCard));
+        EXPECT_EQ(backupsAfter.keys(), (backups.keys() + c.newBackups));
+        for (auto it = backups.begin(); it != backups.end(); ++it) {
+            EXPECT_EQ(backupsAfter.value(it.key()), it.value()) << it.key().toStdString();
+            EXPECT_TRUE(intact(host(kCard) + u'/' + it.key())) << it.key().toStdString();
+        }
+        // No file left anywhere that was not there before: no temporary copy, no staged restore,
+        // no list file cut short; a spreadsheet file written before stays as it was.
+        QStringList expectedFiles = filesBefore;
+        for (const QString& name : c.newBackups)
+            expectedFiles << kCard + u'/' + name;
+        expectedFiles.sort();
+        EXPECT_EQ(filesIn(m_root->path()).keys(), expectedFiles);
+        if (op == Op::ExportCsv) {
+            EXPECT_EQ(m_root->readFile(QStringLiteral("Export/HIEB01.csv")), kOldCsv);
+        }
+        EXPECT_TRUE(filesIn(office.path()).isEmpty());
+
+        // The medium works again: the same command goes through.
+        QFile::remove(m_log.filePath(QStringLiteral("faults")));
+        if (op == Op::Send) {
+            ASSERT_EQ(run({"mark", "HIEB01"}).out, QStringLiteral("1\n"));
+        }
+        const ToolRun retry = op == Op::Send ? send(office.path()) : run(argsOf(op));
+        EXPECT_EQ(retry.status, 0) << retry.err.toStdString();
+        EXPECT_TRUE(faultLog().isEmpty());
+        EXPECT_TRUE(intact(database));
+        const QMap<QString, QByteArray> retried = filesIn(host(kCard));
+        const QStringList added =
+            QSet<QString>(retried.keyBegin(), retried.keyEnd())
+                .subtract(QSet<QString>(backupsAfter.keyBegin(), backupsAfter.keyEnd()))
+                .values();
+        switch (op) {
+        case Op::ManualBackup:
+        case Op::AutomaticBackup: {
+            ASSERT_EQ(added.size(), 1);
+            EXPECT_TRUE(added[0].endsWith(op == Op::ManualBackup ? "_Manu.cdb" : "_Auto.cdb"));
+            EXPECT_EQ(retry.out,
+                      QStringLiteral("\\Storage Card\\Brovant_Save\\%1\n").arg(added[0]));
+            EXPECT_TRUE(intact(host(kCard) + u'/' + added[0]));
+            EXPECT_EQ(contentOf(host(kCard) + u'/' + added[0]), content);
+            break;
+        }
+        case Op::ExportLists:
+            EXPECT_EQ(retry.out, kListFile + u'\n');
+            EXPECT_EQ(m_root->readFile(QStringLiteral("Export/") + kListFile), s_listFile);
+            EXPECT_EQ(contentOf(database), content);
+            break;
+        case Op::ExportCsv:
+            EXPECT_EQ(m_root->readFile(QStringLiteral("Export/HIEB01.csv")), s_csvFile);
+            EXPECT_EQ(contentOf(database), content);
+            break;
+        case Op::Send:
+            EXPECT_EQ(retry.out, QStringLiteral("HIEB01\n"));
+            EXPECT_EQ(filesIn(office.path()), (QMap<QString, QByteArray>{{kListFile, s_listFile}}));
+            EXPECT_EQ(marks(database), QStringLiteral("HIEB01|0|2"));
+            break;
+        case Op::Restore:
+            EXPECT_EQ(trees(database), kBackupTrees);
+            EXPECT_EQ(contentOf(database),
+                      contentOf(host(kCard) + QStringLiteral("/0001_Manu.cdb")));
+            // The state before the restore, kept as an automatic backup.
+            ASSERT_EQ(added.size(), 1);
+            EXPECT_EQ(contentOf(host(kCard) + u'/' + added[0]), content);
+            break;
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Operations, FaultInjection,
+                         ::testing::Values(Op::ManualBackup, Op::AutomaticBackup, Op::ExportLists,
+                                           Op::ExportCsv, Op::Send, Op::Restore),
+                         [](const auto& info) { return std::string(opName(info.param)); });
+
+} // namespace
+} // namespace brovant::test
