@@ -172,7 +172,6 @@ TEST_F(SettingsScreen, SichernOnlyWhenTheQuestionIsAnsweredYes)
     } steps[] = {
         {MessageDialogs::No, {}},
         {MessageDialogs::Yes, {"0001_Manu.cdb"}},
-        {MessageDialogs::Yes, {"0001_Manu.cdb", "0002_Manu.cdb"}},
     };
     for (const auto& step : steps) {
         dialogs.clear();

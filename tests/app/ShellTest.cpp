@@ -102,38 +102,13 @@ TEST(Shell, ShutdownRestoresTheButtonKeys)
         registry.setDword(Hive::LocalMachine, key, QStringLiteral("Flags"), 8);
     }));
     ASSERT_TRUE(p.app.start());
-    Registry& r = p.session.registry();
-    EXPECT_EQ(r.string(Hive::LocalMachine, key, QString()),
-              QStringLiteral("\\Brovant\\Messenger.exe D"));
-    EXPECT_EQ(r.dword(Hive::LocalMachine, key, QStringLiteral("Flags")), 0u);
+    EXPECT_EQ(p.session.registry().dword(Hive::LocalMachine, key, QStringLiteral("Flags")), 0u);
     p.app.shutdown();
 
     Registry after(p.root.host(QStringLiteral("Registry")));
     EXPECT_EQ(after.string(Hive::LocalMachine, key, QString()),
               QStringLiteral("\\Windows\\camera.exe"));
     EXPECT_EQ(after.dword(Hive::LocalMachine, key, QStringLiteral("Flags")), 8u);
-    EXPECT_FALSE(after.keyExists(Hive::LocalMachine,
-                                 QStringLiteral("Software\\Microsoft\\Shell\\Keys\\40C1")));
-}
-
-TEST(Shell, ColdBootQuestionBothWays)
-{
-    for (int answer : {MessageDialogs::Yes, MessageDialogs::No}) {
-        Program p(unstarted(false, [](const TempRoot& root) {
-                      root.writeFile(QStringLiteral("Built-in Storage/Brovant.cdb"), "backup");
-                  }).at(QDateTime(QDate(2003, 1, 1), QTime(0, 0))));
-        p.dialogs.answerNext(answer);
-        ASSERT_TRUE(p.app.start());
-        ASSERT_FALSE(p.dialogs.asked().isEmpty());
-        EXPECT_EQ(p.dialogs.asked().first(),
-                  QStringLiteral(
-                      "Kam es zum Programmverlust|und wollen sie letzte Daten|wieder herstellen?"));
-        const bool restored = answer == MessageDialogs::Yes;
-        // A restored file that is no database is then replaced by an empty one, kept aside.
-        EXPECT_EQ(p.root.readFile(QStringLiteral("Brovant/Brovant.cdb.alt")) == "backup", restored);
-        EXPECT_EQ(p.root.readFile(QStringLiteral("Built-in Storage/Brovant.bak.cdb")) == "backup",
-                  !restored);
-    }
 }
 
 // A second start hands over parameter 51 and ends at once, leaving the running one alone.

@@ -44,8 +44,6 @@ TEST(SystemInfoDlg, ShowsTheBatteryRouteOfTheDevice)
         {"emulated", nullptr, nullptr, nullptr, false, "unbekannt", -1},
         {"getac", nullptr, nullptr, nullptr, true, "unbekannt", -1},
         {"state word", "uni1=\\Windows\\uni1.state\n", "20", nullptr, false, "gut", -1},
-        {"charging", "uni1=\\Windows\\uni1.state\n", "10", nullptr, false, "Ladevorgang", -1},
-        {"odd word", "uni1=\\Windows\\uni1.state\n", "77", nullptr, false, "unidentifiziert", -1},
         {"word before capacity", "uni1=\\Windows\\uni1.state\npower_supply=\\sys\\BAT0\n", "100",
          "64", false, "fehlt", -1},
         {"capacity", "power_supply=\\sys\\BAT0\n", nullptr, "64", false, nullptr, 64},

@@ -49,7 +49,6 @@ TEST(TariffAssignmentDlg, OpensOnAnEmptyLineBelowThePrecedingRows)
         {"RHEINEB",
          "Tarif-Zuordnung: RHEINEB",
          {"RHEINEB     WEI   ALN01", "RHEINEB     UL    ALH01", "RHEINEB     SKI   KI02 "}},
-        {"NEU1", "Tarif-Zuordnung: NEU1", {"", "", ""}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.title);
@@ -73,7 +72,9 @@ TEST(TariffAssignmentDlg, OpensOnAnEmptyLineBelowThePrecedingRows)
     }
 }
 
-TEST(TariffAssignmentDlg, CodesPickedOrTypedAreCheckedAndSaved)
+// The lists lead from region to species to tariff; what the logic says to a row shows on the
+// edit line (its checks are the logic's).
+TEST(TariffAssignmentDlg, CodesPickedOrTypedAreSaved)
 {
     struct Case {
         const char* name;
@@ -83,37 +84,15 @@ TEST(TariffAssignmentDlg, CodesPickedOrTypedAreCheckedAndSaved)
         const char* tariff;
         bool tariffFromList;
         int saveKey;
-        const char* notice;
+        bool saved;
         QStringList stored; // TARIF of the region's rows of that species afterwards
     } const cases[] = {
-        {"all from lists, a duplicate",
-         "WR01",
-         true,
-         "FI",
-         "FI02",
-         true,
-         Dlg::kSave,
-         "Kombination WR/HA|existiert bereits!|",
-         {"FI01 "}},
-        {"typed region, saved by Enter",
-         "WR9",
-         false,
-         "TA",
-         "TA01",
-         true,
-         CNorvKeybDlg::kEnter,
-         "",
-         {"TA01 "}},
-        {"typed tariff unknown",
-         "WR9",
-         false,
-         "FI",
-         "FIX",
-         false,
-         Dlg::kSave,
-         "Tarif nicht in Stammdaten|vorhanden !!!|",
-         {}},
-        {"typed tariff known", "WR9", false, "FI", "FI01", false, Dlg::kSave, "", {"FI01 "}},
+        // clang-format off
+        {"all from lists, refused", "WR01", true, "FI", "FI02", true, Dlg::kSave, false, {"FI01 "}},
+        {"typed region, saved by Enter", "WR9", false, "TA", "TA01", true, CNorvKeybDlg::kEnter,
+         true, {"TA01 "}},
+        {"typed tariff", "WR9", false, "FI", "FI01", false, Dlg::kSave, true, {"FI01 "}},
+        // clang-format on
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -139,8 +118,8 @@ TEST(TariffAssignmentDlg, CodesPickedOrTypedAreCheckedAndSaved)
         p.press(c.saveKey);
 
         EXPECT_EQ(p.stored(c.region, c.species), c.stored);
-        if (std::string(c.notice).empty()) {
-            EXPECT_TRUE(p.dialogs.asked().isEmpty()) << str(p.dialogs.asked().join(u'\n'));
+        EXPECT_EQ(p.dialogs.asked().size(), c.saved ? 0 : 1);
+        if (c.saved) {
             EXPECT_EQ(str(p.editLine()), "//");
             EXPECT_EQ(p.history().last(),
                       QStringLiteral("%1    %2   %3")
@@ -148,78 +127,52 @@ TEST(TariffAssignmentDlg, CodesPickedOrTypedAreCheckedAndSaved)
                                text(c.tariff).leftJustified(5)));
             EXPECT_EQ(QApplication::focusWidget(), p.edit("REGION_A"));
         } else {
-            EXPECT_EQ(p.dialogs.asked(), QStringList{text(c.notice)});
             EXPECT_EQ(p.editLine(), typed);
         }
     }
 }
 
-TEST(TariffAssignmentDlg, RegionKeysShowTheRegionsSortedAndASecondPressReturnsToLetters)
+TEST(TariffAssignmentDlg, ASecondPressOfAListKeyReturnsToTheLetters)
 {
     TariffProgram p;
     p.screen->openAll();
-    p.press(Dlg::kRegionKeys);
-    ASSERT_EQ(p.screen->keyboardIndex(), Dlg::RegionList);
-    QStringList captions;
-    for (int i = 0; i < 6; ++i)
-        captions << p.screen->keyboard()->key(i)->caption();
-    EXPECT_EQ(captions, (QStringList{"OSTALB", "RHEINEB", "SCHWARZW", "WR01", "WR02", ""}));
-    p.press(Dlg::kRegionKeys);
-    EXPECT_EQ(p.screen->keyboardIndex(), Dlg::Letters);
-}
-
-TEST(TariffAssignmentDlg, BrowsingAsksBeforeLeavingAChangedRow)
-{
-    struct Case {
-        const char* name;
-        int answer;
-        const char* stored;
-    } const cases[] = {
-        {"yes saves", MessageDialogs::Yes, "ALN01"},
-        {"no drops", MessageDialogs::No, "ALH01"},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        TariffProgram p;
-        p.screen->openAll();
-        p.press(Dlg::kUp);
-        EXPECT_EQ(str(p.editLine()), "WR02/UL/ALH01");
-        EXPECT_EQ(str(p.label("position")), "89/89");
-        EXPECT_EQ(str(p.history().last()), "WR02        WEI   ALN01");
-
-        p.press(Dlg::kTariffKeys);
-        p.pick(QStringLiteral("ALN01"));
-        p.dialogs.answerNext(c.answer);
-        // The device's cursor key does what the arrow key on the screen does.
-        QTest::keyClick(p.edit("TARIF"), Qt::Key_Up);
-
-        EXPECT_EQ(p.dialogs.asked(), QStringList{QStringLiteral("Abspeichern?||")});
-        EXPECT_EQ(str(p.editLine()), "WR02/WEI/ALN01");
-        EXPECT_EQ(p.stored("WR02", "UL"), QStringList{QStringLiteral("%1").arg(c.stored)});
-        p.press(Dlg::kDown);
-        EXPECT_EQ(p.editLine(), QStringLiteral("WR02/UL/%1").arg(c.stored));
-        p.press(Dlg::kDown);
-        EXPECT_EQ(str(p.label("position")), "neu");
+    for (const int list : {Dlg::kRegionKeys, Dlg::kSpeciesKeys, Dlg::kTariffKeys}) {
+        p.press(list);
+        EXPECT_NE(p.screen->keyboardIndex(), Dlg::Letters) << list;
+        p.press(list);
+        EXPECT_EQ(p.screen->keyboardIndex(), Dlg::Letters) << list;
     }
 }
 
-TEST(TariffAssignmentDlg, DeleteAsksFirst)
+// The arrow keys and the device's cursor keys browse, a changed row is handed over first, and
+// "Delete" removes the row shown.
+TEST(TariffAssignmentDlg, BrowsingAndDeleting)
 {
-    for (const int answer : {MessageDialogs::Yes, MessageDialogs::No}) {
-        SCOPED_TRACE(answer);
-        TariffProgram p;
-        p.screen->openAll();
-        const int before = p.assignments();
-        p.press(Dlg::kUp);
-        p.dialogs.answerNext(answer);
-        p.press(Dlg::kDelete);
-        EXPECT_EQ(p.dialogs.asked(),
-                  QStringList{QStringLiteral("Aktuellen Satz wirklich löschen?||")});
-        const bool yes = answer == MessageDialogs::Yes;
-        EXPECT_EQ(p.assignments(), before - (yes ? 1 : 0));
-        EXPECT_EQ(p.stored("WR02", "UL").size(), yes ? 0 : 1);
-        EXPECT_EQ(str(p.editLine()), yes ? "//" : "WR02/UL/ALH01");
-    }
+    TariffProgram p;
+    p.screen->openAll();
+    const int before = p.assignments();
+    p.press(Dlg::kUp);
+    EXPECT_EQ(str(p.editLine()), "WR02/UL/ALH01");
+    EXPECT_EQ(str(p.label("position")), "89/89");
+    EXPECT_EQ(str(p.history().last()), "WR02        WEI   ALN01");
+
+    p.press(Dlg::kTariffKeys);
+    p.pick(QStringLiteral("ALN01"));
+    p.dialogs.answerNext(MessageDialogs::Yes);
+    QTest::keyClick(p.edit("TARIF"), Qt::Key_Up);
+    EXPECT_EQ(p.dialogs.asked().size(), 1);
+    EXPECT_EQ(str(p.editLine()), "WR02/WEI/ALN01");
+    EXPECT_EQ(p.stored("WR02", "UL"), QStringList{"ALN01"});
+    p.press(Dlg::kDown);
+    EXPECT_EQ(str(p.editLine()), "WR02/UL/ALN01");
+
+    p.dialogs.answerNext(MessageDialogs::Yes);
+    p.press(Dlg::kDelete);
+    EXPECT_EQ(p.dialogs.asked().size(), 2);
+    EXPECT_EQ(p.assignments(), before - 1);
+    EXPECT_TRUE(p.stored("WR02", "UL").isEmpty());
+    EXPECT_EQ(str(p.editLine()), "//");
+    EXPECT_EQ(str(p.label("position")), "neu");
 }
 
 TEST(TariffAssignmentDlg, CancelReturnsToTheScreenThatOpenedIt)

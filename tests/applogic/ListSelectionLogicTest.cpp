@@ -4,10 +4,8 @@
 // and "Receive" over a channel that delivers or fails as told.
 #include "app/logic/ListSelectionLogic.h"
 #include "AppLogicFixture.h"
+#include "OfficeChannel.h"
 #include "transfer/ListFileExport.h"
-#include "transfer/TransferChannels.h"
-
-#include <map>
 
 namespace brovant {
 namespace {
@@ -317,52 +315,43 @@ TEST_F(ListSelection, AnEmptyTableMakesEveryListButtonDoNothing)
     EXPECT_EQ(state.currentList, -1);
 }
 
-TEST_F(ListSelection, TallyWarnsOnTheModelListAndOpensAllTheSame)
-{
-    addList({1, "WALD"});
-    addList({2, "MODELL"});
-    const struct {
-        int row;
-        QStringList asked;
-    } cases[] = {
-        {0, {}},
-        {1, {QStringLiteral("Holzaufnahme in Modell-Liste |nicht möglich!|")}},
-    };
-    for (const auto& c : cases) {
-        dialogs.clear();
-        select(c.row);
-        EXPECT_EQ(logic.openTally(), Target::Tally);
-        EXPECT_EQ(dialogs.asked(), c.asked);
-        EXPECT_EQ(state.currentList, c.row + 1);
-    }
-}
-
-TEST_F(ListSelection, EvaluationAndPrintoutsNeedTrees)
+// Each key makes the selected list current and opens its screen once its check passes; the model
+// list is only warned about.
+TEST_F(ListSelection, EachKeyOpensItsScreenAfterItsCheck)
 {
     addList({1, "LEER"});
     addList({2, "VOLL", 0, 0, 3});
+    addList({3, "MODELL"});
+    const char* noData = "Keine Daten vorhanden!||";
     using Action = Target (ListSelectionLogic::*)();
-    const std::pair<Action, Target> actions[] = {
-        {&ListSelectionLogic::openTotals, Target::Totals},
-        {&ListSelectionLogic::printTally, Target::TallyPrintout},
-        {&ListSelectionLogic::printAssortment, Target::AssortmentPrintout},
+    const struct {
+        Action action;
+        int row;
+        Target target;
+        const char* asked;
+    } cases[] = {
+        {&ListSelectionLogic::openTally, 0, Target::Tally, ""},
+        {&ListSelectionLogic::openTally, 2, Target::Tally,
+         "Holzaufnahme in Modell-Liste |nicht möglich!|"},
+        {&ListSelectionLogic::openTotals, 0, Target::None, noData},
+        {&ListSelectionLogic::openTotals, 1, Target::Totals, ""},
+        {&ListSelectionLogic::printTally, 0, Target::None, noData},
+        {&ListSelectionLogic::printTally, 1, Target::TallyPrintout, ""},
+        {&ListSelectionLogic::printAssortment, 0, Target::None, noData},
+        {&ListSelectionLogic::printAssortment, 1, Target::AssortmentPrintout, ""},
+        {&ListSelectionLogic::openInfo, 1, Target::ListInfo, ""},
+        {&ListSelectionLogic::openRegion, 0, Target::Region, ""},
     };
-    for (const auto& [action, target] : actions) {
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::to_string(c.row) + " " + std::to_string(int(c.target)));
         dialogs.clear();
-        select(0);
-        EXPECT_EQ((logic.*action)(), Target::None);
-        EXPECT_EQ(dialogs.asked(), QStringList{"Keine Daten vorhanden!||"});
-        dialogs.clear();
-        select(1);
-        EXPECT_EQ((logic.*action)(), target);
-        EXPECT_TRUE(dialogs.asked().isEmpty());
-        EXPECT_EQ(state.currentList, 2);
+        state.currentList = -1;
+        select(c.row);
+        EXPECT_EQ((logic.*c.action)(), c.target);
+        EXPECT_EQ(dialogs.asked(),
+                  *c.asked ? QStringList{QString::fromUtf8(c.asked)} : QStringList{});
+        EXPECT_EQ(state.currentList, c.row + 1);
     }
-    select(1);
-    EXPECT_EQ(logic.openInfo(), Target::ListInfo);
-    select(0);
-    EXPECT_EQ(logic.openRegion(), Target::Region);
-    EXPECT_EQ(state.currentList, 1);
 }
 
 TEST_F(ListSelection, ModelListWithTheSelectedListsData)
@@ -457,48 +446,6 @@ TEST_F(ListSelection, ModelTwiceLeavesOneModelList)
     EXPECT_EQ(headers(), 3);
 }
 
-// The office as a channel: it takes the files of "\Export" when it delivers, and puts what it
-// holds into "\Import" when asked to.
-struct Office final : TransferChannels {
-    explicit Office(const DeviceRoot& root)
-        : root(root)
-    {
-    }
-    bool send() override
-    {
-        ++sends;
-        seen.clear();
-        for (const QString& name : root.find(QStringLiteral("\\Export\\*.*")))
-            seen << name;
-        if (delivers) {
-            for (const QString& name : seen) {
-                QFile file(root.hostPath("\\Export\\" + name));
-                if (file.open(QIODevice::ReadOnly))
-                    held[name] = file.readAll();
-            }
-        }
-        return delivers;
-    }
-    bool receive() override
-    {
-        ++receives;
-        for (const auto& [name, bytes] : held) {
-            QFile file(root.hostPath("\\Import\\" + name));
-            if (file.open(QIODevice::WriteOnly))
-                file.write(bytes);
-        }
-        return delivers;
-    }
-    bool fetchConfiguration() override { return false; }
-
-    const DeviceRoot& root;
-    bool delivers = true;
-    int sends = 0;
-    int receives = 0;
-    QStringList seen;
-    std::map<QString, QByteArray> held;
-};
-
 using Transfer = ListSelectionLogic::Transfer;
 
 TEST_F(ListSelection, SendMarksTheListsOnlyAfterADelivery)
@@ -506,7 +453,7 @@ TEST_F(ListSelection, SendMarksTheListsOnlyAfterADelivery)
     addList({1, "WALD", 1, 0, 2, 1});
     addList({2, "FELD", 0, 1});
     addList({3, "MOOR", 1, 2, 1});
-    Office office(session.root());
+    test::OfficeChannel office(&session.root());
     ListFileExport files(session.root(), db(), session.store(), dialogs);
     QStringList written;
     for (int id : {3, 1})
@@ -549,25 +496,14 @@ TEST_F(ListSelection, SendMarksTheListsOnlyAfterADelivery)
     EXPECT_EQ(logic.markedCount(), 0);
 }
 
-// A list file as the office PC writes it: header line, "001" with its three labels, trees.
-QByteArray officeList(const QByteArray& listNo, int trees)
-{
-    const QByteArray label(20, ' ');
-    QByteArray file = "TD0" + listNo.leftJustified(8) + ".DAT\r\n";
-    file += "001" + listNo.leftJustified(8) + label + "01.05.2026" + label + "0.95" + label
-            + "WR1     T00300\r\n";
-    for (int t = 1; t <= trees; ++t)
-        file += "10A0000" + QByteArray::number(t) + " 1FI  35\r\n";
-    return file;
-}
-
 // What the office delivers becomes lists, only when the channel reports the transfer good.
 TEST_F(ListSelection, ReceiveImportsWhatArrivedAndShowsIt)
 {
     addList({1, "WALD", 1, 0, 3, 2});
     addList({2, "FELD", 0, 0, 1});
-    Office office(session.root());
-    office.held = {{"NEU.DAT", officeList("NEU", 3)}, {"ALT.DAT", officeList("ALT", 1)}};
+    test::OfficeChannel office(&session.root());
+    office.held = {{"NEU.DAT", test::officeList("NEU", 3)},
+                   {"ALT.DAT", test::officeList("ALT", 1)}};
 
     // A failed transfer imports nothing, whatever lies in "\Import".
     office.delivers = false;

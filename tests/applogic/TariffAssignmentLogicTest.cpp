@@ -66,15 +66,6 @@ public:
                            "Brov_Einstellungen WHERE ID_TYPE = 3 ORDER BY ID"));
     }
 
-    // A fresh program run on the same database: a new cursor and a new logic.
-    void restart()
-    {
-        logic.reset();
-        rows.reset();
-        rows = std::make_unique<Dataset>(session.database(), schema::Einstellungen);
-        logic = std::make_unique<TariffAssignmentLogic>(*rows, tables, dialogs);
-    }
-
     QStringList history() const { return {logic->history().begin(), logic->history().end()}; }
 
     test::TempRoot root;
@@ -487,23 +478,6 @@ TEST(TariffAssignment, DeleteAsksAndRemovesOnlyOnYes)
         }
         EXPECT_EQ(str(d.logic->editLine()), c.shown);
     }
-}
-
-TEST(TariffAssignment, SavedRowsOutliveTheProgram)
-{
-    Device d;
-    d.add({{1, "WR01", "FI", "FI01"}});
-    ASSERT_TRUE(d.logic->openRegion(QStringLiteral("WR02")));
-    d.logic->setEditLine(row("WR02", "TA", "FI02"));
-    ASSERT_TRUE(d.logic->save());
-    ASSERT_TRUE(d.logic->moveUp());
-    d.logic->setEditLine(row("WR02", "TA", "BU01"));
-    ASSERT_TRUE(d.logic->save());
-
-    d.restart();
-    ASSERT_TRUE(d.logic->openRegion(QStringLiteral("WR02")));
-    EXPECT_EQ(d.history(), (QStringList{"", "", "WR02        TA    BU01 "}));
-    EXPECT_EQ(d.stored(), (QStringList{"1|WR01    |FI |FI01 ", "2|WR02    |TA |BU01 "}));
 }
 
 TEST(TariffAssignment, BrokenDatabaseSaysSoAndKeepsTheLine)
