@@ -107,6 +107,7 @@ TEST(Shutdown, TariffFlagsMarkWhetherTheTallyStillUsesTheAssignedTariff)
         const char *species, *tariff;
         int bhdBefore, bhdAfter;
     } rows[] = {{TariffAssignmentRow, "FIC", "T1", 0, 1}, // the slot's tariff
+                {TariffAssignmentRow, "FIC", "T1   ", 0, 1}, // ... padded as the import keeps it
                 {TariffAssignmentRow, "FIC", "T2", 1, 0}, // another tariff
                 {TariffAssignmentRow, "BUC", "T9", 1, 0}, // the slot has no tariff yet
                 {TariffAssignmentRow, "BUC", "", 0, 1},   // ... which an empty one equals

@@ -270,7 +270,9 @@ void AppLifecycle::markTariffFlags()
         const int index = m_state.tables.speciesIndex(species);
         if (index < 0)
             continue;
-        const bool current = rows.loadText(u"TARIF") == m_state.speciesTariffs[size_t(index)];
+        // The import keeps the file's padding ("FI01 "); the tally remembers the code as keyed.
+        const bool current = withoutTrailingBlanks(rows.loadText(u"TARIF"))
+                             == withoutTrailingBlanks(m_state.speciesTariffs[size_t(index)]);
         rows.setInt(u"BHD", current ? 1 : 0);
         rows.save();
     }

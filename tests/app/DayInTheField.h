@@ -1,0 +1,398 @@
+// What the day-in-the-field scenario needs beside the program: the handheld (the real program on
+// a temporary device root, with the database flushed as on the device), the messages as one
+// readable transcript, the two serial lines (the caliper's pseudo-terminal and the cable to the
+// office) and the demo configuration's master data read straight from its file.
+#pragma once
+
+#include "app/BrovantApp.h"
+#include "app/CNorvKey.h"
+#include "app/CNorvKeybDlg.h"
+#include "app/CNorvKeyboard.h"
+#include "app/logic/AppState.h"
+#include "masterdata/DeviceSession.h"
+#include "platform/Clock.h"
+#include "platform/Cp1252.h"
+#include "platform/MessageDialogs.h"
+#include "support/TempRoot.h"
+
+#include <QApplication>
+#include <QFile>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <map>
+#include <thread>
+
+inline void PrintTo(const QString& text, std::ostream* os)
+{
+    *os << '"' << text.toStdString() << '"';
+}
+
+namespace brovant::test {
+
+inline QString text(const char* utf8)
+{
+    return QString::fromUtf8(utf8);
+}
+
+// The program as the forester has it: the demo configuration staged where a transfer leaves it,
+// every message answered from the script and recorded. Unlike the screen tests' fixture the
+// database keeps its full durability, so every saved tree costs its flush as on the device.
+class Handheld {
+    struct StagedRoot : TempRoot {
+        StagedRoot()
+        {
+            QFile demo(QStringLiteral(BROVANT_SOURCE_DIR "/demo/passive.dtr"));
+            if (demo.open(QIODevice::ReadOnly))
+                writeFile(QStringLiteral("Brovant/passive.dtr"), demo.readAll());
+        }
+    };
+
+public:
+    explicit Handheld(const QDateTime& morning)
+        : clock(morning)
+    {
+        app.replaceMessages(&dialogs);
+    }
+    ~Handheld() { app.shutdown(); }
+    Handheld(const Handheld&) = delete;
+    Handheld& operator=(const Handheld&) = delete;
+
+    CNorvBaseDlg* active() const { return app.GetActiveDlg(); }
+    QString activeName() const { return active() ? active()->objectName() : QString(); }
+    template <class Screen> Screen* find(const char* name) const
+    {
+        return qobject_cast<Screen*>(app.findScreen(QLatin1StringView(name)));
+    }
+    CNorvKeyboard* keyboard() const
+    {
+        auto* screen = qobject_cast<CNorvKeybDlg*>(active());
+        return screen ? screen->keyboard() : nullptr;
+    }
+
+    // The shown key of that name on the active screen, clicked as a finger clicks it.
+    void press(const QString& objectName)
+    {
+        ASSERT_NE(active(), nullptr) << objectName.toStdString();
+        for (CNorvKey* key : active()->findChildren<CNorvKey*>(objectName)) {
+            if (key->isVisible()) {
+                QTest::mouseClick(key, Qt::LeftButton);
+                return;
+            }
+        }
+        FAIL() << "no visible key " << objectName.toStdString() << " on "
+               << activeName().toStdString();
+    }
+    void press(int command) { press(QStringLiteral("key%1").arg(command)); }
+    // Characters from the letter or digit keyboard, switching with "Ziff" where needed.
+    void type(const QString& characters)
+    {
+        for (const QChar c : characters) {
+            const QString name = QStringLiteral("char_") + c;
+            for (int i = 0; i < 3 && keyboard() && !keyboard()->findChild<CNorvKey*>(name); ++i)
+                press(CNorvKeybDlg::kZiff);
+            press(name);
+        }
+    }
+    // The entry showing `caption` on the list keyboard shown now, turning its pages.
+    void pick(const QString& caption)
+    {
+        CNorvKeyboard* list = keyboard();
+        ASSERT_NE(list, nullptr);
+        for (int page = 0; page < list->pageCount(); ++page) {
+            list->showPage(page);
+            for (int i = 0; i < list->keyCount(); ++i) {
+                if (list->key(i)->caption() == caption && list->key(i)->def().commandId > 0) {
+                    QTest::mouseClick(list->key(i), Qt::LeftButton);
+                    return;
+                }
+            }
+        }
+        FAIL() << "no entry " << caption.toStdString() << " on " << activeName().toStdString();
+    }
+    // Every row of a query, its columns joined by '|'.
+    QStringList rows(const QString& sql)
+    {
+        QStringList out;
+        auto q = session.database().query(sql);
+        while (q.next()) {
+            QStringList values;
+            for (int i = 0; i < q.columnCount(); ++i)
+                values << q.text(i);
+            out << values.join(u'|');
+        }
+        return out;
+    }
+
+    StagedRoot root;
+    DeviceSession session{root.path()};
+    AppState state;
+    ManualClock clock;
+    ScriptedDialogs dialogs;
+    BrovantApp app{session, state, clock};
+};
+
+// The messages in the order they came, one line each: "Hinweis: …", "Frage: … [JA/NEIN] JA" with
+// the answer given, "Info: …" and "Info zu" for the information window. A run of progress steps
+// is one line ("Fortschritt: 0 10 100"), and a run of the information window counting lines
+// ("Zeile: 1" … "Zeile: 2012") is one line with the range, so a long transfer reads as it looks.
+// Trailing empty lines of a message are left out.
+inline QStringList transcript(const ScriptedDialogs& dialogs)
+{
+    using Kind = ScriptedDialogs::Kind;
+    const auto joined = [](QStringList lines) {
+        while (!lines.isEmpty() && lines.last().isEmpty())
+            lines.removeLast();
+        return lines.join(u'|');
+    };
+    QStringList out;
+    QString counting;     // the information window's first line while it counts lines
+    qint64 firstLine = 0; // the range counted so far
+    qint64 lastLine = -1;
+    const auto closeCount = [&] {
+        if (lastLine < 0)
+            return;
+        out << QStringLiteral("Info: %1|Zeile: %2..%3").arg(counting).arg(firstLine).arg(lastLine);
+        lastLine = -1;
+    };
+    for (const ScriptedDialogs::Message& m : dialogs.messages()) {
+        const bool lineCount = m.kind == Kind::Info && m.showCommand == MessageDialogs::Show
+                               && m.lines.value(1).startsWith(QStringLiteral("Zeile: "));
+        if (lineCount) {
+            bool number = false;
+            const qint64 n = m.lines.value(1).mid(7).toLongLong(&number);
+            if (number && lastLine >= 0 && counting == m.lines.value(0)
+                && (n == lastLine || n == lastLine + 1)) {
+                lastLine = n;
+                continue;
+            }
+            closeCount();
+            if (number) {
+                counting = m.lines.value(0);
+                firstLine = lastLine = n;
+                continue;
+            }
+        } else {
+            closeCount();
+        }
+        switch (m.kind) {
+        case Kind::Notice:
+            out << QStringLiteral("Hinweis: ") + joined(m.lines)
+                       + (m.captions.value(0) == QStringLiteral("OK")
+                              ? QString()
+                              : QStringLiteral(" [%1]").arg(m.captions.value(0)));
+            break;
+        case Kind::YesNo:
+        case Kind::Question: {
+            QString answer;
+            if (m.kind == Kind::YesNo)
+                answer = m.answer == MessageDialogs::Yes  ? m.captions.value(0)
+                         : m.answer == MessageDialogs::No ? m.captions.value(1)
+                                                          : QStringLiteral("?");
+            else
+                answer = m.answer >= 1 && m.answer <= 3 ? m.captions.value(m.answer - 1)
+                                                        : QStringLiteral("keine");
+            out << QStringLiteral("Frage: %1 [%2] %3")
+                       .arg(joined(m.lines), m.captions.join(u'/'), answer);
+            break;
+        }
+        case Kind::Info:
+            out << (m.showCommand == MessageDialogs::Show
+                        ? QStringLiteral("Info: ") + joined(m.lines)
+                        : QStringLiteral("Info zu"));
+            break;
+        case Kind::Progress: {
+            const QString step = QString::number(m.percent, 'f', 0);
+            if (!out.isEmpty() && out.last().startsWith(QStringLiteral("Fortschritt:")))
+                out.last() += u' ' + step;
+            else
+                out << QStringLiteral("Fortschritt: ") + step;
+            break;
+        }
+        }
+    }
+    closeCount();
+    return out;
+}
+
+// The far end of a caliper's line: a pseudo-terminal whose slave the program opens as its port.
+// Writes wait while the line is full, since the reader drains it in its own thread.
+class CaliperLine {
+public:
+    CaliperLine()
+    {
+        m_master = ::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK);
+        if (m_master >= 0 && ::grantpt(m_master) == 0 && ::unlockpt(m_master) == 0)
+            m_slave = QString::fromLocal8Bit(::ptsname(m_master));
+    }
+    ~CaliperLine()
+    {
+        if (m_master >= 0)
+            ::close(m_master);
+    }
+    CaliperLine(const CaliperLine&) = delete;
+    CaliperLine& operator=(const CaliperLine&) = delete;
+
+    const QString& slave() const { return m_slave; }
+    // False when the line stays full for seconds (nobody reads) or the write fails.
+    bool write(QByteArrayView bytes)
+    {
+        while (!bytes.isEmpty()) {
+            const ssize_t n = ::write(m_master, bytes.data(), size_t(bytes.size()));
+            if (n > 0) {
+                bytes = bytes.sliced(n);
+            } else if (n < 0 && errno == EAGAIN) {
+                pollfd p{m_master, POLLOUT, 0};
+                if (::poll(&p, 1, 10000) <= 0)
+                    return false;
+            } else if (!(n < 0 && errno == EINTR)) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+private:
+    int m_master = -1;
+    QString m_slave;
+};
+
+// A serial cable between the handheld and the office: two pseudo-terminals whose masters a thread
+// joins, so their slaves are the cable's two ends. The slaves are made raw and held open here, so
+// nothing is echoed or hung up between the transfers.
+class Cable {
+public:
+    Cable()
+    {
+        for (int i = 0; i < 2; ++i) {
+            m_master[i] = ::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK);
+            if (m_master[i] < 0 || ::grantpt(m_master[i]) != 0 || ::unlockpt(m_master[i]) != 0)
+                return;
+            m_end[i] = QString::fromLocal8Bit(::ptsname(m_master[i]));
+            m_slave[i] = ::open(::ptsname(m_master[i]), O_RDWR | O_NOCTTY | O_NONBLOCK);
+            termios tio{};
+            if (m_slave[i] < 0 || ::tcgetattr(m_slave[i], &tio) != 0)
+                return;
+            ::cfmakeraw(&tio);
+            ::tcsetattr(m_slave[i], TCSANOW, &tio);
+        }
+        m_relay = std::thread([this] { relay(); });
+    }
+    ~Cable()
+    {
+        m_stop = true;
+        if (m_relay.joinable())
+            m_relay.join();
+        for (const int fd : {m_slave[0], m_slave[1], m_master[0], m_master[1]}) {
+            if (fd >= 0)
+                ::close(fd);
+        }
+    }
+    Cable(const Cable&) = delete;
+    Cable& operator=(const Cable&) = delete;
+
+    bool ok() const { return m_relay.joinable(); }
+    const QString& handheldEnd() const { return m_end[0]; }
+    const QString& officeEnd() const { return m_end[1]; }
+
+private:
+    void relay()
+    {
+        char buffer[4096];
+        while (!m_stop) {
+            pollfd p[2] = {{m_master[0], POLLIN, 0}, {m_master[1], POLLIN, 0}};
+            if (::poll(p, 2, 20) <= 0)
+                continue;
+            for (int i = 0; i < 2; ++i) {
+                if (!(p[i].revents & POLLIN))
+                    continue;
+                const ssize_t n = ::read(m_master[i], buffer, sizeof buffer);
+                for (ssize_t done = 0; n > 0 && done < n && !m_stop;) {
+                    const ssize_t w = ::write(m_master[1 - i], buffer + done, size_t(n - done));
+                    if (w > 0) {
+                        done += w;
+                    } else {
+                        pollfd out{m_master[1 - i], POLLOUT, 0};
+                        ::poll(&out, 1, 20);
+                    }
+                }
+            }
+        }
+    }
+
+    int m_master[2] = {-1, -1};
+    int m_slave[2] = {-1, -1};
+    QString m_end[2];
+    std::thread m_relay;
+    std::atomic<bool> m_stop = false;
+};
+
+// The demo configuration's master data, read from the file itself in its fixed columns: the
+// class bounds ("30E": code, upper bound, class diameter), the volume of one tree per tariff and
+// class ("40F": tariff, class, m3) and the tariff assignments ("712": region, species, tariff).
+class DemoMasterData {
+public:
+    DemoMasterData()
+    {
+        QFile file(QStringLiteral(BROVANT_SOURCE_DIR "/demo/passive.dtr"));
+        if (!file.open(QIODevice::ReadOnly))
+            return;
+        for (const QByteArray& raw : file.readAll().split('\n')) {
+            const QString line = cp1252::decode(raw);
+            const auto column = [&](int start, int length) {
+                return line.mid(start, length).trimmed();
+            };
+            if (line.startsWith(QStringLiteral("30E"))) {
+                m_classes.push_back({line.mid(3, 2), column(5, 3).toInt(), column(8, 3).toInt()});
+            } else if (line.startsWith(QStringLiteral("40F"))) {
+                // Single precision as the file's "%f" reads it, rounded to hundredths.
+                const float m3 = column(10, 7).toFloat();
+                m_volumes[column(3, 5) + u'/' + line.mid(8, 2)] = int(double(m3 * 100.0f) + 0.5);
+            } else if (line.startsWith(QStringLiteral("712"))) {
+                m_assignments.push_back({column(3, 8), column(11, 3), column(14, 5)});
+            }
+        }
+    }
+
+    struct Class {
+        QString code;
+        int bound = 0;
+        int diameter = 0;
+    };
+    struct Assignment {
+        QString region, species, tariff;
+    };
+
+    // The first class whose bound reaches the diameter, else the top one.
+    Class classOf(int diameter) const
+    {
+        for (const Class& c : m_classes) {
+            if (c.bound >= diameter)
+                return c;
+        }
+        return m_classes.empty() ? Class{} : m_classes.back();
+    }
+    // Hundredths of m3 of `count` trees; -1 when the tariff has no volume for the class.
+    int volume(const QString& tariff, const QString& classCode, int count) const
+    {
+        const auto it = m_volumes.find(tariff + u'/' + classCode);
+        return it == m_volumes.end() ? -1 : it->second * count;
+    }
+    const std::vector<Assignment>& assignments() const { return m_assignments; }
+    bool loaded() const { return !m_classes.empty() && !m_volumes.empty(); }
+
+private:
+    std::vector<Class> m_classes;
+    std::map<QString, int> m_volumes;
+    std::vector<Assignment> m_assignments;
+};
+
+} // namespace brovant::test
