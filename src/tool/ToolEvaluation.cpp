@@ -13,9 +13,14 @@
 #include "tool/ConsoleDialogs.h"
 
 #include <QCommandLineParser>
+#include <QFile>
+#include <QRegularExpression>
 
 #include <array>
+#include <cstdio>
+#include <functional>
 #include <optional>
+#include <utility>
 
 namespace brovant {
 namespace {
@@ -24,6 +29,7 @@ const QString kDiameterOption = QStringLiteral("bhd");
 const QString kSpeciesOption = QStringLiteral("species");
 const QString kCountOption = QStringLiteral("stk");
 const QString kTariffOption = QStringLiteral("tarif");
+const QString kTreesOption = QStringLiteral("trees");
 
 // The first list in table order whose LISTE_NR, without its padding, is `name`.
 std::optional<std::int64_t> findList(DeviceSession& session, const QString& name, QTextStream& err)
@@ -37,15 +43,111 @@ std::optional<std::int64_t> findList(DeviceSession& session, const QString& name
     return std::nullopt;
 }
 
-// A whole number given for `option`; false, with the reason on `err`, otherwise.
-bool numberOption(const QCommandLineParser& parser, const QString& option, QTextStream& err)
+// A whole number given for `option`; false, with the reason on `err` after `where`, otherwise.
+bool numberOption(const QCommandLineParser& parser, const QString& option, QTextStream& err,
+                  const QString& where = {})
 {
     bool ok = false;
     parser.value(option).trimmed().toLongLong(&ok);
     if (!ok)
-        err << "Ungültige Zahl für --" << option << ": " << parser.value(option) << '\n';
+        err << where << "Ungültige Zahl für --" << option << ": " << parser.value(option) << '\n';
     return ok;
 }
+
+// One tree as the options give it; what is not given stays as the screen has it.
+struct TreeEntry {
+    QString diameter;
+    std::optional<QString> species;
+    std::optional<QString> tariff;
+    std::optional<QString> count;
+};
+
+// The tree of --bhd, --species, --stk and --tarif; nullopt, with the reason on `err` after
+// `where`, when they do not describe one.
+std::optional<TreeEntry> treeEntry(const QCommandLineParser& parser, QTextStream& err,
+                                   const QString& where = {})
+{
+    if (!parser.isSet(kDiameterOption)) {
+        err << where << "tally: --bhd fehlt\n";
+        return std::nullopt;
+    }
+    if (!numberOption(parser, kDiameterOption, err, where)
+        || (parser.isSet(kCountOption) && !numberOption(parser, kCountOption, err, where)))
+        return std::nullopt;
+    TreeEntry entry{parser.value(kDiameterOption), {}, {}, {}};
+    if (parser.isSet(kSpeciesOption))
+        entry.species = parser.value(kSpeciesOption);
+    if (parser.isSet(kTariffOption))
+        entry.tariff = parser.value(kTariffOption);
+    if (parser.isSet(kCountOption))
+        entry.count = parser.value(kCountOption);
+    return entry;
+}
+
+bool hasTreeOption(const QCommandLineParser& parser)
+{
+    for (const QString& option : {kDiameterOption, kSpeciesOption, kCountOption, kTariffOption}) {
+        if (parser.isSet(option))
+            return true;
+    }
+    return false;
+}
+
+// The trees of a file or of standard input, one line each in the form of the single tree's
+// options. Lines are taken as they come, so trees piped in one by one are saved at once.
+class TreeLines {
+public:
+    // False, with the reason on `err`, when `source` ("-": standard input) cannot be read.
+    bool open(const QString& source, QTextStream& err)
+    {
+        bool ok = false;
+        if (source == QLatin1StringView("-")) {
+            ok = m_in.open(stdin, QIODevice::ReadOnly);
+        } else {
+            m_in.setFileName(source);
+            ok = m_in.open(QIODevice::ReadOnly);
+        }
+        if (!ok)
+            err << "Datei kann nicht gelesen werden: " << source << '\n';
+        return ok;
+    }
+
+    // 0 with the next tree in `entry`, -1 at the end of the input, 2 for a line that does not
+    // describe a tree (the reason, with the line number, is on `err`).
+    int next(TreeEntry& entry, QTextStream& err)
+    {
+        static const QRegularExpression blanks(QStringLiteral("\\s+"));
+        QByteArray line;
+        while (!(line = m_in.readLine()).isEmpty()) {
+            ++m_number;
+            const QString text = QString::fromUtf8(line).trimmed();
+            if (text.isEmpty())
+                continue;
+            const QString where = QStringLiteral("Zeile %1: ").arg(m_number);
+            QCommandLineParser parser;
+            addEvaluationOptions(parser);
+            if (!parser.parse(QStringList{QStringLiteral("tally")}
+                              + text.split(blanks, Qt::SkipEmptyParts))) {
+                err << where << parser.errorText() << '\n';
+                return 2;
+            }
+            if (!parser.positionalArguments().isEmpty() || parser.isSet(kTreesOption)) {
+                err << where << "nur --bhd, --species, --stk und --tarif: " << text << '\n';
+                return 2;
+            }
+            const auto parsed = treeEntry(parser, err, where);
+            if (!parsed)
+                return 2;
+            entry = *parsed;
+            return 0;
+        }
+        return -1;
+    }
+
+private:
+    QFile m_in;
+    int m_number = 0;
+};
 
 int printTotals(DeviceSession& session, std::int64_t listId, QTextStream& out, QTextStream& err)
 {
@@ -59,24 +161,34 @@ int printTotals(DeviceSession& session, std::int64_t listId, QTextStream& out, Q
     return 0;
 }
 
-// The list's last record, the one a save from behind the last record has just written.
-void printSavedTree(Database& db, std::int64_t listId, QTextStream& out)
+// The list's last record, the one a save from behind the last record has just written, as
+// NAME=value fields.
+QStringList savedTree(Database& db, std::int64_t listId)
 {
     Dataset trees(db, schema::Holzdaten);
     trees.reset(Filter::byList(listId));
     trees.moveLast();
+    QStringList fields;
+    const auto add = [&fields](const char16_t* name, const QString& value) {
+        fields << QString::fromUtf16(name) + u'=' + value;
+    };
     for (const char16_t* field : {u"ID", u"ID_TYPE"})
-        out << QStringView(field) << '=' << trees.loadInt(field) << '\n';
+        add(field, QString::number(trees.loadInt(field)));
     for (const char16_t* field : {u"TARIF", u"BAUMART", u"NA", u"KA"})
-        out << QStringView(field) << '=' << withoutTrailingBlanks(trees.loadText(field)) << '\n';
+        add(field, withoutTrailingBlanks(trees.loadText(field)));
     for (const char16_t* field : {u"STK", u"BHD"})
-        out << QStringView(field) << '=' << trees.loadInt(field) << '\n';
-    out << "DMSTUFE=" << withoutTrailingBlanks(trees.loadText(u"DMSTUFE")) << '\n';
-    out << "KUBATUR=" << formatScaled(trees.loadInt(u"KUBATUR"), 2) << '\n';
+        add(field, QString::number(trees.loadInt(field)));
+    add(u"DMSTUFE", withoutTrailingBlanks(trees.loadText(u"DMSTUFE")));
+    add(u"KUBATUR", formatScaled(trees.loadInt(u"KUBATUR"), 2));
+    return fields;
 }
 
-int tally(DeviceSession& session, std::int64_t listId, const QCommandLineParser& parser,
-          QTextStream& out, QTextStream& err)
+// Saves the trees `next` hands out (see TreeLines::next) one after the other through one tally
+// logic, as the tally screen saves them; `saved` gets each tree's fields right after its commit.
+// Returns 0, 1 after a refused tree, or `next`'s status for an entry that is no tree; the trees
+// before either stay saved.
+int tally(DeviceSession& session, std::int64_t listId, const std::function<int(TreeEntry&)>& next,
+          const std::function<void(const QStringList&)>& saved, QTextStream& err)
 {
     const MasterTables tables = loadSettings(session.store(), session.database(), nullptr, nullptr);
     // A run of its own remembers what the screen would have: the tariffs flagged at the last
@@ -97,20 +209,25 @@ int tally(DeviceSession& session, std::int64_t listId, const QCommandLineParser&
         err << "Datenbank nicht lesbar!\n";
         return 1;
     }
-    // In the order the screen's fields are entered: the species proposes its tariff, which a
-    // given tariff then replaces; the diameter last, as it finds the class and the volume.
-    using Field = TallyLogic::Field;
-    if (parser.isSet(kSpeciesOption))
-        logic.setField(Field::Species, parser.value(kSpeciesOption));
-    if (parser.isSet(kTariffOption))
-        logic.setField(Field::Tariff, parser.value(kTariffOption));
-    if (parser.isSet(kCountOption))
-        logic.setField(Field::Count, parser.value(kCountOption));
-    logic.setField(Field::Diameter, parser.value(kDiameterOption));
-    // A refused tree has had its message lines printed by the dialogs.
-    if (!logic.save())
-        return 1;
-    printSavedTree(session.database(), listId, out);
+    TreeEntry entry;
+    for (int status = next(entry); status != -1; status = next(entry)) {
+        if (status != 0)
+            return status;
+        // In the order the screen's fields are entered: the species proposes its tariff, which a
+        // given tariff then replaces; the diameter last, as it finds the class and the volume.
+        using Field = TallyLogic::Field;
+        if (entry.species)
+            logic.setField(Field::Species, *entry.species);
+        if (entry.tariff)
+            logic.setField(Field::Tariff, *entry.tariff);
+        if (entry.count)
+            logic.setField(Field::Count, *entry.count);
+        logic.setField(Field::Diameter, entry.diameter);
+        // A refused tree has had its message lines printed by the dialogs.
+        if (!logic.save())
+            return 1;
+        saved(savedTree(session.database(), listId));
+    }
     return 0;
 }
 
@@ -121,7 +238,13 @@ QString evaluationCommandsHelp()
     return QStringLiteral(
         "\n  totals LISTE_NR      the totals screen's rows of the list (cells separated by '|')"
         "\n  tally LISTE_NR --bhd N [--species S] [--stk N] [--tarif T]"
-        "\n                       save one tree with the tally screen's checks; prints its fields");
+        "\n                       save one tree with the tally screen's checks; prints its fields"
+        "\n  tally LISTE_NR --trees FILE"
+        "\n                       save the trees of FILE ('-': standard input), one line each in"
+        "\n                       the form '--bhd N [--species S] [--stk N] [--tarif T]', one after"
+        "\n                       the other as the tally screen does; prints each tree as soon as"
+        "\n                       it is committed, its fields on one line separated by tabs; ends"
+        "\n                       at the first refused tree (status 1) or bad line (status 2)");
 }
 
 void addEvaluationOptions(QCommandLineParser& parser)
@@ -136,6 +259,10 @@ void addEvaluationOptions(QCommandLineParser& parser)
                       QStringLiteral("tally: tariff (else the previous tree's when the species "
                                      "stays, none when it changes)."),
                       QStringLiteral("T")});
+    parser.addOption({kTreesOption,
+                      QStringLiteral("tally: the trees of FILE, one line each ('-': standard "
+                                     "input)."),
+                      QStringLiteral("FILE")});
 }
 
 int runEvaluationCommand(DeviceSession& session, const QCommandLineParser& parser, QTextStream& out,
@@ -148,13 +275,19 @@ int runEvaluationCommand(DeviceSession& session, const QCommandLineParser& parse
     if (!totals && args.first() != QLatin1StringView("tally"))
         return -1;
 
-    if (!totals) {
-        if (!parser.isSet(kDiameterOption)) {
-            err << "tally: --bhd fehlt\n";
+    const bool bulk = !totals && parser.isSet(kTreesOption);
+    std::optional<TreeEntry> single;
+    TreeLines lines;
+    if (bulk) {
+        if (hasTreeOption(parser)) {
+            err << "tally: --trees nicht zusammen mit --bhd, --species, --stk oder --tarif\n";
             return 2;
         }
-        if (!numberOption(parser, kDiameterOption, err)
-            || (parser.isSet(kCountOption) && !numberOption(parser, kCountOption, err)))
+        if (!lines.open(parser.value(kTreesOption), err))
+            return 2;
+    } else if (!totals) {
+        single = treeEntry(parser, err);
+        if (!single)
             return 2;
     }
     if (!openDatabaseOrReport(session, err))
@@ -162,8 +295,35 @@ int runEvaluationCommand(DeviceSession& session, const QCommandLineParser& parse
     const auto listId = findList(session, args[1], err);
     if (!listId)
         return 1;
-    return totals ? printTotals(session, *listId, out, err)
-                  : tally(session, *listId, parser, out, err);
+    if (totals)
+        return printTotals(session, *listId, out, err);
+    if (bulk) {
+        // Tabs and line breaks in a value would split the tree's line.
+        static const QRegularExpression breaks(QStringLiteral("[\t\r\n]"));
+        return tally(
+            session, *listId, [&](TreeEntry& entry) { return lines.next(entry, err); },
+            [&out](QStringList fields) {
+                for (QString& field : fields)
+                    field.replace(breaks, QStringLiteral(" "));
+                out << fields.join(u'\t') << '\n';
+                out.flush();
+            },
+            err);
+    }
+    bool taken = false;
+    return tally(
+        session, *listId,
+        [&](TreeEntry& entry) {
+            if (std::exchange(taken, true))
+                return -1;
+            entry = *single;
+            return 0;
+        },
+        [&out](const QStringList& fields) {
+            for (const QString& field : fields)
+                out << field << '\n';
+        },
+        err);
 }
 
 } // namespace brovant

@@ -8,9 +8,11 @@
 
 #include <QBuffer>
 #include <QFile>
+#include <QRandomGenerator>
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 #include <limits>
 
 namespace brovant {
@@ -244,8 +246,9 @@ private:
 enum class FileResult { Imported, WrongStructure, Failed };
 
 // One list file in a transaction of its own (a savepoint inside the caller's): all of it or
-// nothing of it.
-FileResult importLines(Database& db, QIODevice& in, std::int64_t listId, bool* headerMade)
+// nothing of it. `beforeCommit` runs once every line is in; false from it rolls the file back.
+FileResult importLines(Database& db, QIODevice& in, std::int64_t listId, bool* headerMade,
+                       const std::function<bool()>& beforeCommit = {})
 {
     Database::Transaction transaction(db);
     if (!transaction.active())
@@ -265,11 +268,43 @@ FileResult importLines(Database& db, QIODevice& in, std::int64_t listId, bool* h
             return FileResult::Failed;
         }
     }
-    if (!transaction.commit())
+    if ((beforeCommit && !beforeCommit()) || !transaction.commit())
         return FileResult::Failed;
     if (headerMade)
         *headerMade = writer.headerMade();
     return FileResult::Imported;
+}
+
+// A file whose list is being committed is renamed to "<name>.<token>.imp" first, and the same
+// transaction sets the database's user_version to the token. A crash between the commit and the
+// removal of the file leaves the claim: the next run removes it when the database carries its
+// token (the list is in) and reads it again when not, so no list comes in twice or goes missing.
+const QString kClaimSuffix = QStringLiteral(".imp");
+
+std::int64_t committedToken(Database& db)
+{
+    auto q = db.query(QStringLiteral("PRAGMA user_version"));
+    return q.next() ? q.integer(0) : 0;
+}
+
+// The token of a claim's name, 0 for any other name.
+std::int64_t claimToken(const QString& name)
+{
+    if (!name.endsWith(kClaimSuffix, Qt::CaseInsensitive))
+        return 0;
+    const QString rest = name.chopped(kClaimSuffix.size());
+    bool ok = false;
+    const std::int64_t token = rest.mid(rest.lastIndexOf(u'.') + 1).toLongLong(&ok);
+    return ok && token > 0 && rest.lastIndexOf(u'.') > 0 ? token : 0;
+}
+
+// The name the file came with.
+QString originalName(const QString& name)
+{
+    if (claimToken(name) == 0)
+        return name;
+    const QString rest = name.chopped(kClaimSuffix.size());
+    return rest.left(rest.lastIndexOf(u'.'));
 }
 
 bool isSpace(QChar c)
@@ -335,7 +370,17 @@ ListFileImport::Outcome ListFileImport::run()
 {
     Outcome outcome;
     const QString folder = QString::fromUtf16(kFolder);
-    const QStringList names =
+    std::int64_t committed = committedToken(m_db);
+    QStringList names;
+    for (const QString& name :
+         m_root.find(DeviceRoot::join(folder, u'*' + kClaimSuffix), DeviceRoot::Kind::Files)) {
+        const std::int64_t token = claimToken(name);
+        if (token != 0 && token == committed)
+            m_root.removeFile(DeviceRoot::join(folder, name));
+        else if (token != 0)
+            names << name;
+    }
+    names +=
         m_root.find(DeviceRoot::join(folder, QStringLiteral("*.dat")), DeviceRoot::Kind::Files);
     for (const QString& name : names) {
         const QString devicePath = DeviceRoot::join(folder, name);
@@ -352,9 +397,25 @@ ListFileImport::Outcome ListFileImport::run()
             if (last.next())
                 listId = last.integer(0) + 1;
         }
+        std::int64_t token = 0;
+        while (token == 0 || token == committed)
+            token = QRandomGenerator::global()->bounded(std::numeric_limits<qint32>::max());
+        const QString claim = DeviceRoot::join(
+            folder, QStringLiteral("%1.%2").arg(originalName(name)).arg(token) + kClaimSuffix);
+        QString current = devicePath;
+        const auto claimFile = [&] {
+            if (!m_db.exec(QStringLiteral("PRAGMA user_version = %1").arg(token)))
+                return false;
+            // Where the file cannot be renamed, it is removed after the commit as before.
+            if (m_root.moveFile(devicePath, claim))
+                current = claim;
+            return true;
+        };
         bool headerMade = false;
-        const FileResult result = importLines(m_db, file, listId, &headerMade);
+        const FileResult result = importLines(m_db, file, listId, &headerMade, claimFile);
         file.close();
+        if (result != FileResult::Imported && current != devicePath)
+            m_root.moveFile(current, devicePath);
         if (result == FileResult::WrongStructure) {
             m_dialogs.notice(QStringLiteral("Falsche Struktur der Liste!"));
             m_root.removeMatching(DeviceRoot::join(folder, QStringLiteral("*.*")));
@@ -371,7 +432,8 @@ ListFileImport::Outcome ListFileImport::run()
         ++outcome.files;
         if (headerMade)
             outcome.lastList = listId;
-        m_root.removeFile(devicePath);
+        committed = token;
+        m_root.removeFile(current);
     }
     m_root.removeMatching(DeviceRoot::join(folder, QStringLiteral("*.*")));
     return outcome;

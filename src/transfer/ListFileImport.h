@@ -1,6 +1,7 @@
 // Data transfer: the list file, read. Every "\Import\*.dat" (any case, in directory order)
-// becomes a new list with its regions and trees, each file in a transaction of its own; the
-// folder is emptied at the end. Fields come from fixed columns of lines padded to 500
+// becomes a new list with its regions and trees, each file in a transaction of its own that also
+// marks the file as read, so a crash between the commit and the file's removal never brings a list
+// in twice; the folder is emptied at the end. Fields come from fixed columns of lines padded to 500
 // characters; nothing in a file can crash the reader. Receiving the files is the channels'
 // business.
 #pragma once
