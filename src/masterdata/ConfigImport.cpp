@@ -181,7 +181,11 @@ ConfigImport::Result ConfigImport::run()
     m_dialogs.progress(0);
 
     // The rows are one transaction and the registry one batch: a crash in the middle leaves the
-    // previous master data as it was.
+    // previous master data as it was. The two are stored one after the other, so until both are
+    // the configuration counts as not loaded (saved at once, outside the batch): a crash between
+    // them makes the next start import the staged file again instead of running on new rows with
+    // old settings.
+    m_store.writeInt(Setting::KonfigLoaded, 0, 0);
     Registry::Batch batch(m_store.profile().registry());
     Database::Transaction transaction(m_db);
     Dataset rows(m_db, schema::Einstellungen);

@@ -9,6 +9,8 @@
 // BROVANT_SOAK_SEED repeats a run's random choices (the seed is printed); BROVANT_SOAK_KILLS asks
 // for more or fewer kills. The bulk form of "tally" the soak drives is tested first.
 #include "tool/KillSoak.h"
+#include "platform/Profile.h"
+#include "platform/Registry.h"
 #include "support/TempRoot.h"
 #include "tool/ToolRun.h"
 
@@ -524,8 +526,11 @@ public:
         m_files[0] = fileBytes(QStringLiteral(BROVANT_SOURCE_DIR "/demo/passive.dtr"));
         m_files[1] = m_files[0];
         m_files[1].replace("40FFI01 08  0.020", "40FFI01 08  0.030");
-        if (m_files[1] == m_files[0])
-            return "the demo configuration has no FI01 volume of class 08";
+        // A registry setting differs too, so rows and settings of two files cannot pass as one.
+        m_files[1].replace("20CZusatz:             0", "20CZusatz2:            0");
+        if (m_files[1].count("0.030") == m_files[0].count("0.030")
+            || m_files[1].contains("20CZusatz:"))
+            return "the demo configuration has no FI01 volume of class 08 or no label Zusatz";
         for (int i = 0; i < 2; ++i) {
             QFile out(path(i));
             if (!out.open(QIODevice::WriteOnly) || out.write(m_files[i]) != m_files[i].size())
@@ -533,9 +538,13 @@ public:
         }
         // The root has the demo configuration already.
         m_fingerprints[0] = openDatabase()->fingerprint(kMaster);
+        m_labels[0] = settings().label;
         if (std::string error = run({"import-config", path(1)}); !error.empty())
             return error;
         m_fingerprints[1] = openDatabase()->fingerprint(kMaster);
+        m_labels[1] = settings().label;
+        if (m_labels[0] == m_labels[1])
+            return "both configurations give the same label";
         if (m_fingerprints[0] == m_fingerprints[1])
             return "both configurations give the same master rows";
         m_current = 1;
@@ -554,6 +563,12 @@ public:
         const QByteArray now = db.fingerprint(kMaster);
         if (now != m_fingerprints[0] && now != m_fingerprints[1])
             return "master rows are neither the old nor the new configuration";
+        // Rows of one file with settings of the other may only stand while the configuration
+        // counts as not loaded: the next start imports the staged file again.
+        const Settings stored = settings();
+        if (stored.loaded && stored.label != m_labels[now == m_fingerprints[0] ? 0 : 1])
+            return "master rows of one configuration, registry settings of the other, and "
+                   "the configuration counts as loaded";
         if (!run.hit && (run.status != 0 || now != m_fingerprints[target]))
             return "import ended with status " + std::to_string(run.status);
         const QByteArray staged = fileBytes(m_root + QStringLiteral("/Brovant/passive.dtr"));
@@ -568,6 +583,23 @@ public:
 private:
     QString path(int i) const { return m_scratch + QStringLiteral("/config%1.dtr").arg(i); }
 
+    struct Settings {
+        bool loaded = false;
+        QString label;
+    };
+    Settings settings() const
+    {
+        const Registry registry(m_root + QStringLiteral("/Registry"));
+        const QString app = QString::fromUtf16(Profile::kAppKey);
+        return {registry.dword(Hive::CurrentUser, app + QStringLiteral("\\KONFIG"),
+                               QStringLiteral("Loaded"))
+                        .value_or(0)
+                    == 1,
+                registry.string(Hive::CurrentUser, app + QStringLiteral("\\HDL_KOPF"),
+                                QStringLiteral("KOPF00"))
+                    .value_or(QString())};
+    }
+
     // The master rows without the tariff rows' in-use flag, which the program sets at shutdown.
     inline static const std::vector<const char*> kMaster = {
         "SELECT ID, ID_TYPE, DMSTUFE, BHDBIS, CASE WHEN ID_TYPE = 3 THEN 0 ELSE BHD END, TARIF,"
@@ -577,6 +609,7 @@ private:
 
     QByteArray m_files[2];
     QByteArray m_fingerprints[2];
+    QString m_labels[2];
     int m_current = 0;
 };
 
