@@ -13,6 +13,7 @@
 #include "platform/Clock.h"
 #include "platform/Cp1252.h"
 #include "platform/MessageDialogs.h"
+#include "support/PseudoTerminal.h"
 #include "support/TempRoot.h"
 
 #include <QApplication>
@@ -222,118 +223,6 @@ inline QStringList transcript(const ScriptedDialogs& dialogs)
     closeCount();
     return out;
 }
-
-// The far end of a caliper's line: a pseudo-terminal whose slave the program opens as its port.
-// Writes wait while the line is full, since the reader drains it in its own thread.
-class CaliperLine {
-public:
-    CaliperLine()
-    {
-        m_master = ::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK);
-        if (m_master >= 0 && ::grantpt(m_master) == 0 && ::unlockpt(m_master) == 0)
-            m_slave = QString::fromLocal8Bit(::ptsname(m_master));
-    }
-    ~CaliperLine()
-    {
-        if (m_master >= 0)
-            ::close(m_master);
-    }
-    CaliperLine(const CaliperLine&) = delete;
-    CaliperLine& operator=(const CaliperLine&) = delete;
-
-    const QString& slave() const { return m_slave; }
-    // False when the line stays full for seconds (nobody reads) or the write fails.
-    bool write(QByteArrayView bytes)
-    {
-        while (!bytes.isEmpty()) {
-            const ssize_t n = ::write(m_master, bytes.data(), size_t(bytes.size()));
-            if (n > 0) {
-                bytes = bytes.sliced(n);
-            } else if (n < 0 && errno == EAGAIN) {
-                pollfd p{m_master, POLLOUT, 0};
-                if (::poll(&p, 1, 10000) <= 0)
-                    return false;
-            } else if (!(n < 0 && errno == EINTR)) {
-                return false;
-            }
-        }
-        return true;
-    }
-
-private:
-    int m_master = -1;
-    QString m_slave;
-};
-
-// A serial cable between the handheld and the office: two pseudo-terminals whose masters a thread
-// joins, so their slaves are the cable's two ends. The slaves are made raw and held open here, so
-// nothing is echoed or hung up between the transfers.
-class Cable {
-public:
-    Cable()
-    {
-        for (int i = 0; i < 2; ++i) {
-            m_master[i] = ::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK);
-            if (m_master[i] < 0 || ::grantpt(m_master[i]) != 0 || ::unlockpt(m_master[i]) != 0)
-                return;
-            m_end[i] = QString::fromLocal8Bit(::ptsname(m_master[i]));
-            m_slave[i] = ::open(::ptsname(m_master[i]), O_RDWR | O_NOCTTY | O_NONBLOCK);
-            termios tio{};
-            if (m_slave[i] < 0 || ::tcgetattr(m_slave[i], &tio) != 0)
-                return;
-            ::cfmakeraw(&tio);
-            ::tcsetattr(m_slave[i], TCSANOW, &tio);
-        }
-        m_relay = std::thread([this] { relay(); });
-    }
-    ~Cable()
-    {
-        m_stop = true;
-        if (m_relay.joinable())
-            m_relay.join();
-        for (const int fd : {m_slave[0], m_slave[1], m_master[0], m_master[1]}) {
-            if (fd >= 0)
-                ::close(fd);
-        }
-    }
-    Cable(const Cable&) = delete;
-    Cable& operator=(const Cable&) = delete;
-
-    bool ok() const { return m_relay.joinable(); }
-    const QString& handheldEnd() const { return m_end[0]; }
-    const QString& officeEnd() const { return m_end[1]; }
-
-private:
-    void relay()
-    {
-        char buffer[4096];
-        while (!m_stop) {
-            pollfd p[2] = {{m_master[0], POLLIN, 0}, {m_master[1], POLLIN, 0}};
-            if (::poll(p, 2, 20) <= 0)
-                continue;
-            for (int i = 0; i < 2; ++i) {
-                if (!(p[i].revents & POLLIN))
-                    continue;
-                const ssize_t n = ::read(m_master[i], buffer, sizeof buffer);
-                for (ssize_t done = 0; n > 0 && done < n && !m_stop;) {
-                    const ssize_t w = ::write(m_master[1 - i], buffer + done, size_t(n - done));
-                    if (w > 0) {
-                        done += w;
-                    } else {
-                        pollfd out{m_master[1 - i], POLLOUT, 0};
-                        ::poll(&out, 1, 20);
-                    }
-                }
-            }
-        }
-    }
-
-    int m_master[2] = {-1, -1};
-    int m_slave[2] = {-1, -1};
-    QString m_end[2];
-    std::thread m_relay;
-    std::atomic<bool> m_stop = false;
-};
 
 // The demo configuration's master data, read from the file itself in its fixed columns: the
 // class bounds ("30E": code, upper bound, class diameter), the volume of one tree per tariff and

@@ -735,8 +735,8 @@ protected:
 
     Handheld h{QDateTime(QDate(2026, 5, 4), QTime(7, 5, 0))};
     DemoMasterData demo;
-    CaliperLine caliper;
-    Cable cable;
+    PseudoTerminal caliper;
+    PtyCable cable; // end 0 the handheld, end 1 the office
     std::array<List, 3> lists;
     List evening;
     int madeLists = 0;
@@ -786,7 +786,7 @@ void ForesterDay::setUpTheHandheld()
 {
     ASSERT_TRUE(QDir().mkpath(h.root.host(QStringLiteral("dev"))));
     ASSERT_TRUE(QFile::link(caliper.slave(), h.root.host(QStringLiteral("dev/COM3"))));
-    ASSERT_TRUE(QFile::link(cable.handheldEnd(), h.root.host(QStringLiteral("dev/COM1"))));
+    ASSERT_TRUE(QFile::link(cable.end(0), h.root.host(QStringLiteral("dev/COM1"))));
 
     ASSERT_NO_FATAL_FAILURE(openSettings(0));
     h.dialogs.answerNext(MessageDialogs::Yes);
@@ -1126,7 +1126,7 @@ void ForesterDay::sendToTheOffice()
 
     TempRoot office;
     ToolProcess receiving({QStringLiteral("office-receive"), QStringLiteral("--port"),
-                           cable.officeEnd(), QStringLiteral("--out"), office.path(),
+                           cable.end(1), QStringLiteral("--out"), office.path(),
                            QStringLiteral("--timeout"), QStringLiteral("60")});
     ASSERT_NO_FATAL_FAILURE(openListSelection(ListSelectionDlg::TransferTab));
     h.press(ListSelectionDlg::kSend);
@@ -1171,7 +1171,7 @@ void ForesterDay::receiveFromTheOffice()
     office.writeFile(QStringLiteral("NACHB02.DAT"),
                      officeList("NACHB02", officeTree(3, "EI", 52, "8.85", "EI01")
                                                + officeTree(1, "KI", 28, "0.60", "KI01")));
-    ToolProcess sending({QStringLiteral("office-send"), QStringLiteral("--port"), cable.officeEnd(),
+    ToolProcess sending({QStringLiteral("office-send"), QStringLiteral("--port"), cable.end(1),
                          QStringLiteral("--timeout"), QStringLiteral("60"),
                          office.host(QStringLiteral("MUEHLE.DAT")),
                          office.host(QStringLiteral("NACHB02.DAT"))});

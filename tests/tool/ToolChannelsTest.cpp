@@ -2,6 +2,7 @@
 // each channel: ActiveSync with "office-activesync" beside them, the cable with "office-receive" or
 // "office-send" at the far end of two bridged pseudo-terminals, FTP against a loopback server.
 #include "masterdata/DeviceSession.h"
+#include "support/PseudoTerminal.h"
 #include "support/TempRoot.h"
 #include "tool/ToolRun.h"
 #include "transfer/FtpTestServer.h"
@@ -35,72 +36,6 @@ QByteArray officeList(const QByteArray& number, const QByteArray& records,
            + QByteArray("Faktor:").leftJustified(20, ' ') + "WR01    " + structure + "\r\n"
            + records;
 }
-
-// Two pseudo-terminals whose masters are joined by a thread, so the two slaves behave as the two
-// ends of one cable: the device's tool opens one through dev/COM1, the office's tool the other.
-// The slaves are made raw and held open here, so nothing is echoed or hung up between runs.
-class PtyBridge {
-public:
-    PtyBridge()
-    {
-        for (int i = 0; i < 2; ++i) {
-            m_master[i] = ::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK);
-            if (m_master[i] < 0 || ::grantpt(m_master[i]) != 0 || ::unlockpt(m_master[i]) != 0)
-                return;
-            m_slavePath[i] = QString::fromLocal8Bit(::ptsname(m_master[i]));
-            m_slave[i] = ::open(::ptsname(m_master[i]), O_RDWR | O_NOCTTY | O_NONBLOCK);
-            termios tio{};
-            if (m_slave[i] < 0 || ::tcgetattr(m_slave[i], &tio) != 0)
-                return;
-            ::cfmakeraw(&tio);
-            ::tcsetattr(m_slave[i], TCSANOW, &tio);
-        }
-        m_relay = std::thread([this] { relay(); });
-    }
-    ~PtyBridge()
-    {
-        m_stop = true;
-        if (m_relay.joinable())
-            m_relay.join();
-        for (const int fd : {m_slave[0], m_slave[1], m_master[0], m_master[1]}) {
-            if (fd >= 0)
-                ::close(fd);
-        }
-    }
-    bool ok() const { return m_relay.joinable(); }
-    const QString& end(int i) const { return m_slavePath[i]; }
-
-private:
-    void relay()
-    {
-        char buffer[4096];
-        while (!m_stop) {
-            pollfd p[2] = {{m_master[0], POLLIN, 0}, {m_master[1], POLLIN, 0}};
-            if (::poll(p, 2, 20) <= 0)
-                continue;
-            for (int i = 0; i < 2; ++i) {
-                if (!(p[i].revents & POLLIN))
-                    continue;
-                const ssize_t n = ::read(m_master[i], buffer, sizeof buffer);
-                for (ssize_t done = 0; n > 0 && done < n && !m_stop;) {
-                    const ssize_t w = ::write(m_master[1 - i], buffer + done, size_t(n - done));
-                    if (w > 0) {
-                        done += w;
-                    } else {
-                        pollfd out{m_master[1 - i], POLLOUT, 0};
-                        ::poll(&out, 1, 20);
-                    }
-                }
-            }
-        }
-    }
-
-    int m_master[2] = {-1, -1};
-    int m_slave[2] = {-1, -1};
-    QString m_slavePath[2];
-    std::thread m_relay;
-    std::atomic<bool> m_stop = false;
-};
 
 enum class Route { ActiveSync, Cable, Ftp };
 
@@ -185,7 +120,7 @@ TEST_P(ToolSend, DeliversTheMarkedListsAndThenUnmarksThem)
 
     TempRoot office;
     ToolProcess peer;
-    PtyBridge cable;
+    PtyCable cable;
     FtpTestServer server;
     QString received = office.path();
     switch (GetParam()) {
@@ -241,7 +176,7 @@ TEST_P(ToolReceive, ImportsWhatTheOfficeDelivers)
                             office.host(QStringLiteral("MUEHLE.DAT"))};
     root.writeFile(QStringLiteral("Import/STALE.DAT"), officeList("ALT", ""));
     ToolProcess peer;
-    PtyBridge cable;
+    PtyCable cable;
     if (GetParam() == Route::Cable) {
         ASSERT_TRUE(cable.ok());
         setting(Setting::DuePort, 1);

@@ -3,6 +3,7 @@
 #include "platform/DeviceRoot.h"
 #include "platform/MessageDialogs.h"
 #include "platform/serial/SerialPort.h"
+#include "support/PseudoTerminal.h"
 #include "support/TempRoot.h"
 #include "tally/CaliperTelegram.h"
 
@@ -31,56 +32,8 @@ inline void PrintTo(const QString& s, std::ostream* os)
 namespace brovant {
 namespace {
 
+using test::PseudoTerminal;
 using test::TempRoot;
-
-// The far end of a caliper's line: a pseudo-terminal whose slave the reader opens as its port.
-class PseudoTerminal {
-public:
-    PseudoTerminal()
-    {
-        m_master = posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK);
-        char name[128];
-        if (m_master >= 0 && grantpt(m_master) == 0 && unlockpt(m_master) == 0
-            && ptsname_r(m_master, name, sizeof name) == 0)
-            m_slave = QString::fromLocal8Bit(name);
-    }
-    ~PseudoTerminal() { hangUp(); }
-    PseudoTerminal(const PseudoTerminal&) = delete;
-    PseudoTerminal& operator=(const PseudoTerminal&) = delete;
-
-    const QString& slave() const { return m_slave; }
-
-    // Writes everything, waiting while the line is full; false when it stays full for seconds
-    // (nobody reads) or the write fails.
-    bool write(QByteArrayView bytes)
-    {
-        while (!bytes.isEmpty()) {
-            const ssize_t n = ::write(m_master, bytes.data(), size_t(bytes.size()));
-            if (n > 0) {
-                bytes = bytes.sliced(n);
-            } else if (n < 0 && errno == EAGAIN) {
-                pollfd p{m_master, POLLOUT, 0};
-                if (::poll(&p, 1, 5000) <= 0)
-                    return false;
-            } else if (!(n < 0 && errno == EINTR)) {
-                return false;
-            }
-        }
-        return true;
-    }
-
-    // The device goes away under the reader.
-    void hangUp()
-    {
-        if (m_master >= 0)
-            ::close(m_master);
-        m_master = -1;
-    }
-
-private:
-    int m_master = -1;
-    QString m_slave;
-};
 
 // Runs the event loop (the signals come queued from the reader's thread) until `done` or time out.
 bool waitUntil(const std::function<bool()>& done, int timeoutMs = 10000)
