@@ -4,6 +4,7 @@
 #pragma once
 
 #include "platform/Registry.h"
+#include "tool/ToolRun.h"
 
 #include <QCryptographicHash>
 #include <QDir>
@@ -181,6 +182,40 @@ private:
     sqlite3* m_db = nullptr;
     std::string m_error;
 };
+
+inline QString database(const QString& root)
+{
+    return root + QStringLiteral("/Brovant/Brovant.cdb");
+}
+
+// The tool's tree lines: complete lines only, a line cut by the kill was not reported.
+inline QStringList completeLines(const QByteArray& out)
+{
+    QStringList lines = QString::fromUtf8(out).split(u'\n');
+    lines.removeLast();
+    return lines;
+}
+
+// The tool's line for each tree of a list, built from the rows behind its back.
+inline const char* const kTreeLinesSql =
+    "SELECT 'ID=' || ID || char(9) || 'ID_TYPE=' || ID_TYPE || char(9) || 'TARIF=' || RTRIM(TARIF)"
+    " || char(9) || 'BAUMART=' || RTRIM(BAUMART) || char(9) || 'NA=' || RTRIM(NA) || char(9)"
+    " || 'KA=' || RTRIM(KA) || char(9) || 'STK=' || STK || char(9) || 'BHD=' || BHD || char(9)"
+    " || 'DMSTUFE=' || RTRIM(DMSTUFE) || char(9) || 'KUBATUR='"
+    " || printf('%d.%02d', KUBATUR / 100, KUBATUR % 100)"
+    " FROM Brov_Holzdaten WHERE ID_FILE = ? ORDER BY rowid";
+
+inline QStringList fileNamesIn(const QString& folder)
+{
+    return QDir(folder).entryList(QDir::Files | QDir::Hidden, QDir::Name);
+}
+
+// The lines of the first list of a root.
+inline QStringList listLines(const QString& root)
+{
+    return sqlRows(database(root),
+                   QByteArray(kTreeLinesSql).replace("ID_FILE = ?", "ID_FILE = 1").constData());
+}
 
 inline QByteArray fileBytes(const QString& path)
 {

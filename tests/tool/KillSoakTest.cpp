@@ -7,7 +7,8 @@
 // started again: it must come up and end by itself without asking anything.
 //
 // BROVANT_SOAK_SEED repeats a run's random choices (the seed is printed); BROVANT_SOAK_KILLS asks
-// for more or fewer kills. The bulk form of "tally" the soak drives is tested first.
+// for more or fewer kills. The bulk form of "tally" the soak drives is tested in
+// ToolTallyTreesTest.cpp.
 #include "tool/KillSoak.h"
 #include "platform/Profile.h"
 #include "platform/Registry.h"
@@ -32,228 +33,6 @@ namespace brovant::test {
 namespace {
 
 const QString kProgram = QStringLiteral(BROVANT_PROGRAM_PATH);
-
-QString database(const QString& root)
-{
-    return root + QStringLiteral("/Brovant/Brovant.cdb");
-}
-
-// The tool's tree lines: complete lines only, a line cut by the kill was not reported.
-QStringList completeLines(const QByteArray& out)
-{
-    QStringList lines = QString::fromUtf8(out).split(u'\n');
-    lines.removeLast();
-    return lines;
-}
-
-// The tool's line for each tree of a list, built from the rows behind its back.
-const char* const kTreeLinesSql =
-    "SELECT 'ID=' || ID || char(9) || 'ID_TYPE=' || ID_TYPE || char(9) || 'TARIF=' || RTRIM(TARIF)"
-    " || char(9) || 'BAUMART=' || RTRIM(BAUMART) || char(9) || 'NA=' || RTRIM(NA) || char(9)"
-    " || 'KA=' || RTRIM(KA) || char(9) || 'STK=' || STK || char(9) || 'BHD=' || BHD || char(9)"
-    " || 'DMSTUFE=' || RTRIM(DMSTUFE) || char(9) || 'KUBATUR='"
-    " || printf('%d.%02d', KUBATUR / 100, KUBATUR % 100)"
-    " FROM Brov_Holzdaten WHERE ID_FILE = ? ORDER BY rowid";
-
-QStringList filesIn(const QString& folder)
-{
-    return QDir(folder).entryList(QDir::Files | QDir::Hidden, QDir::Name);
-}
-
-// The lines of the first list of a root.
-QStringList listLines(const QString& root)
-{
-    return sqlRows(database(root),
-                   QByteArray(kTreeLinesSql).replace("ID_FILE = ?", "ID_FILE = 1").constData());
-}
-
-// The bulk form of tally.
-class TallyTrees : public ::testing::Test {
-protected:
-    void SetUp() override { ASSERT_EQ(demoDevice(root.path(), {"HIEB01"}), ""); }
-    QStringList lines() { return listLines(root.path()); }
-    ToolRun bulk(const QByteArray& input)
-    {
-        root.writeFile(QStringLiteral("trees.txt"), input);
-        return tool(root.path(),
-                    {"tally", "HIEB01", "--trees", root.host(QStringLiteral("trees.txt"))});
-    }
-    TempRoot root;
-};
-
-// The same trees, one call each and all in one: the same rows, and each line is the single call's
-// output with its fields on one line.
-TEST_F(TallyTrees, EachTreeIsTheSingleTallysTreeOnOneLine)
-{
-    const QStringList trees = {
-        "--bhd 25 --species FI --tarif FI01",
-        "--bhd 31 --stk 2", // species and tariff stay
-        "--bhd 40 --species BU --tarif BU01",
-        "--bhd 27 --species FI",                      // FI's tariff of its latest tree
-        "--bhd 95 --species KI --tarif KI01 --stk 3", // beyond the last class
-    };
-    TempRoot single;
-    ASSERT_EQ(demoDevice(single.path(), {"HIEB01"}), "");
-    QStringList expected;
-    for (const QString& tree : trees) {
-        const ToolRun r = tool(single.path(), QStringList{"tally", "HIEB01"}
-                                                  + tree.split(u' ', Qt::SkipEmptyParts));
-        ASSERT_EQ(r.status, 0) << tree.toStdString() << ": " << r.err.toStdString();
-        expected << r.out.trimmed().replace(u'\n', u'\t');
-    }
-    // Blank lines and blanks around the options do not count.
-    const ToolRun r = bulk(("\n  " + trees.join(QStringLiteral("  \r\n\n")) + "\n").toUtf8());
-    EXPECT_EQ(r.status, 0) << r.err.toStdString();
-    EXPECT_EQ(r.err, QString());
-    EXPECT_EQ(completeLines(r.out.toUtf8()), expected);
-    EXPECT_EQ(lines(), listLines(single.path()));
-    EXPECT_EQ(lines(), expected);
-}
-
-TEST_F(TallyTrees, RefusedTreesAndBadLinesEndTheRunKeepingTheTreesBefore)
-{
-    const struct {
-        int status;
-        int saved; // trees saved and printed
-        const char* input;
-        const char* err;
-    } cases[] = {
-        {0, 0, "", ""},
-        {1, 1, "--bhd 25 --species FI --tarif FI01\n--bhd 0\n--bhd 30\n", "Eingabe fehlt !!!\n"},
-        {1, 0, "--bhd 25 --species FI --tarif XX01\n",
-         "Keine Kubatur vorhanden,\nbitte Stammdaten korrigieren!\n"},
-        {2, 1, "--bhd 25 --species FI --tarif FI01\n--bhd x\n--bhd 30\n",
-         "Zeile 2: Ungültige Zahl für --bhd: x\n"},
-        {2, 0, "\n--species FI\n", "Zeile 2: tally: --bhd fehlt\n"},
-        {2, 0, "--bhd 25 --stk zwei\n", "Zeile 1: Ungültige Zahl für --stk: zwei\n"},
-        {2, 0, "--bhd 25 HIEB01\n",
-         "Zeile 1: nur --bhd, --species, --stk und --tarif: --bhd 25 HIEB01\n"},
-        {2, 0, "--bhd 25 --trees x\n",
-         "Zeile 1: nur --bhd, --species, --stk und --tarif: --bhd 25 --trees x\n"},
-        {2, 0, "--bhd 25 --frob\n", "Zeile 1: Unknown option 'frob'.\n"},
-    };
-    for (const auto& c : cases) {
-        const QStringList before = lines();
-        const ToolRun r = bulk(c.input);
-        EXPECT_EQ(r.status, c.status) << c.input;
-        EXPECT_EQ(r.err, QString::fromUtf8(c.err)) << c.input;
-        const QStringList after = lines();
-        ASSERT_EQ(after.size(), before.size() + c.saved) << c.input;
-        EXPECT_EQ(completeLines(r.out.toUtf8()), after.mid(before.size())) << c.input;
-    }
-
-    // Calls that read no tree at all.
-    const QString file = root.host(QStringLiteral("trees.txt"));
-    const struct {
-        QStringList args;
-        int status;
-        const char* err;
-    } calls[] = {
-        {{"tally", "HIEB01", "--trees", root.host(QStringLiteral("fehlt.txt"))},
-         2,
-         "Datei kann nicht gelesen werden: "},
-        {{"tally", "NOPE", "--trees", file}, 1, "Liste nicht gefunden: NOPE"},
-        {{"tally", "HIEB01", "--trees", file, "--bhd", "25"},
-         2,
-         "tally: --trees nicht zusammen mit --bhd, --species, --stk oder --tarif"},
-        {{"tally", "HIEB01", "--species", "FI", "--trees", file},
-         2,
-         "tally: --trees nicht zusammen mit --bhd, --species, --stk oder --tarif"},
-    };
-    root.writeFile(QStringLiteral("trees.txt"), "--bhd 25 --species FI --tarif FI01\n");
-    for (const auto& c : calls) {
-        const QStringList before = lines();
-        const ToolRun r = tool(root.path(), c.args);
-        EXPECT_EQ(r.status, c.status) << c.err;
-        EXPECT_TRUE(r.err.startsWith(QString::fromUtf8(c.err))) << r.err.toStdString();
-        EXPECT_EQ(r.out, QString());
-        EXPECT_EQ(lines(), before);
-    }
-}
-
-// Fed one line at a time on standard input, each tree is in the database and on the output before
-// the next line is written.
-TEST_F(TallyTrees, EachTreeIsPrintedAsSoonAsItIsCommitted)
-{
-    QProcess p;
-    p.setProgram(QStringLiteral(BROVANT_TOOL_PATH));
-    p.setArguments({"--root", root.path(), "tally", "HIEB01", "--trees", "-"});
-    p.start();
-    ASSERT_TRUE(p.waitForStarted(kHangGuardMs));
-    const QByteArray trees[] = {"--bhd 25 --species FI --tarif FI01\n", "\n--bhd 33\n",
-                                "--bhd 41 --species BU --tarif BU01 --stk 2\n"};
-    QByteArray out;
-    int printed = 0;
-    for (const QByteArray& tree : trees) {
-        p.write(tree);
-        ASSERT_TRUE(p.waitForBytesWritten(kHangGuardMs));
-        while (out.count('\n') == printed) {
-            ASSERT_TRUE(p.waitForReadyRead(kHangGuardMs)) << "no line for " << tree.constData();
-            out += p.readAllStandardOutput();
-        }
-        ++printed;
-        EXPECT_EQ(out.count('\n'), printed);
-        EXPECT_EQ(completeLines(out), lines());
-    }
-    p.closeWriteChannel();
-    ASSERT_TRUE(p.waitForFinished(kHangGuardMs));
-    EXPECT_EQ(p.exitStatus(), QProcess::NormalExit);
-    EXPECT_EQ(p.exitCode(), 0);
-    EXPECT_EQ(out + p.readAllStandardOutput(), lines().join(u'\n').toUtf8() + '\n');
-}
-
-// The moment the soak hunts for on the list import, made on purpose: a file whose list went in
-// (or did not) still waits in \Import, claimed, when the tool is killed. The next import brings
-// every list in exactly once.
-TEST(ListImportAfterAKill, EveryListComesInOnce)
-{
-    const auto office = [](const char* number) {
-        return QByteArray("001") + QByteArray(number).leftJustified(8, ' ')
-               + QByteArray("Liste:").leftJustified(20, ' ') + "04.05.2026"
-               + QByteArray("Datum:").leftJustified(20, ' ') + "1.00"
-               + QByteArray("Faktor:").leftJustified(20, ' ') + "WR01    T00300\r\n"
-               + "10A      1FI  2626   0.59    FI01 \r\n";
-    };
-    const struct {
-        const char* what;
-        bool committed;    // the claimed file's list is in the database
-        bool sameNameToo;  // and a new file of the same name arrived
-        const char* lists; // LISTE_NR of the lists afterwards, in table order
-    } cases[] = {
-        {"list in, file not yet removed", true, false, "A"},
-        {"list not in", false, false, "A"},
-        {"list in, a new file of the name", true, true, "A B"},
-        {"list not in, a new file of the name", false, true, "A B"},
-    };
-    for (const auto& c : cases) {
-        TempRoot root;
-        ASSERT_EQ(demoDevice(root.path(), {}), "") << c.what;
-        root.writeFile(QStringLiteral("Import/a.dat"), office("A"));
-        ASSERT_EQ(failure(tool(root.path(), {"import-lists"})), "") << c.what;
-        const QString file = database(root.path());
-        const qint64 token = sqlRows(file, "PRAGMA user_version").value(0).toLongLong();
-        ASSERT_GT(token, 0) << c.what;
-        // Killed before the commit: the list is not there.
-        if (!c.committed) {
-            for (const char* sql : {"DELETE FROM Brov_Kopfdaten", "DELETE FROM Brov_Holzdaten"})
-                ASSERT_EQ(sqlRows(file, sql), QStringList()) << c.what;
-        }
-        root.writeFile(QStringLiteral("Import/a.dat.%1.imp").arg(token + (c.committed ? 0 : 1)),
-                       office("A"));
-        if (c.sameNameToo)
-            root.writeFile(QStringLiteral("Import/a.dat"), office("B"));
-        const ToolRun r = tool(root.path(), {"import-lists"});
-        EXPECT_EQ(r.status, 0) << c.what << ": " << r.err.toStdString();
-        EXPECT_EQ(
-            sqlRows(file, "SELECT RTRIM(LISTE_NR) FROM Brov_Kopfdaten ORDER BY rowid").join(u' '),
-            QString::fromLatin1(c.lists))
-            << c.what;
-        EXPECT_EQ(sqlRows(file, "SELECT COUNT(*) FROM Brov_Holzdaten"),
-                  QStringList{QString::number(QString::fromLatin1(c.lists).count(u' ') + 1)})
-            << c.what;
-        EXPECT_EQ(filesIn(root.host(QStringLiteral("Import"))), QStringList()) << c.what;
-    }
-}
 
 // The soak.
 using Rng = std::mt19937_64;
@@ -332,7 +111,7 @@ protected:
     }
     std::string run(const QStringList& args) const { return failure(tool(m_root, args)); }
 
-    QStringList backupFiles() const { return filesIn(m_root + QStringLiteral("/Brovant/Save")); }
+    QStringList backupFiles() const { return fileNamesIn(m_root + QStringLiteral("/Brovant/Save")); }
 
     // The backups in \Brovant\Save: every one whole and sound, with one of `fingerprints` as its
     // content. Leftovers of a copy in progress are fine, anything else in the folder is not.
@@ -344,7 +123,7 @@ protected:
         const QString folder = m_root + QStringLiteral("/Brovant/Save");
         int automatic = 0;
         int manual = 0;
-        for (const QString& name : filesIn(folder)) {
+        for (const QString& name : fileNamesIn(folder)) {
             if (partial.match(name).hasMatch())
                 continue;
             if (!backup.match(name).hasMatch())
@@ -626,7 +405,7 @@ public:
     std::string nextRun(Rng& rng, QStringList& args) override
     {
         args = {"import-lists"};
-        m_waiting = filesIn(importFolder());
+        m_waiting = fileNamesIn(importFolder());
         if (!m_waiting.isEmpty())
             return {};
         static const char* const endings[] = {"dat", "DAT", "Dat"};
@@ -639,7 +418,7 @@ public:
                 return "cannot write " + list.file.toStdString();
             m_lists[number] = list;
         }
-        m_waiting = filesIn(importFolder());
+        m_waiting = fileNamesIn(importFolder());
         return {};
     }
 
@@ -688,7 +467,7 @@ public:
         // A file may wait under its own name or as claimed by an import that was cut short;
         // whether a claim went in shows at the next run (neither twice nor missing).
         static const QRegularExpression claim(QStringLiteral("^(.*)\\.\\d+\\.imp$"));
-        const QStringList waiting = filesIn(importFolder());
+        const QStringList waiting = fileNamesIn(importFolder());
         for (const QString& name : waiting) {
             const auto claimed = claim.match(name);
             const QString file = claimed.hasMatch() ? claimed.captured(1) : name;

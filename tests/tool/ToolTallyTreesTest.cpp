@@ -1,0 +1,203 @@
+// The bulk form of "tally" (trees from a file or standard input, each printed once committed) and
+// the list import after a kill between a list's commit and the removal of its file.
+#include "tool/KillSoak.h"
+#include "support/TempRoot.h"
+#include "tool/ToolRun.h"
+
+#include <gtest/gtest.h>
+
+#include <QProcess>
+
+namespace brovant::test {
+namespace {
+
+// The bulk form of tally.
+class TallyTrees : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_EQ(demoDevice(root.path(), {"HIEB01"}), ""); }
+    QStringList lines() { return listLines(root.path()); }
+    ToolRun bulk(const QByteArray& input)
+    {
+        root.writeFile(QStringLiteral("trees.txt"), input);
+        return tool(root.path(),
+                    {"tally", "HIEB01", "--trees", root.host(QStringLiteral("trees.txt"))});
+    }
+    TempRoot root;
+};
+
+// The same trees, one call each and all in one: the same rows, and each line is the single call's
+// output with its fields on one line.
+TEST_F(TallyTrees, EachTreeIsTheSingleTallysTreeOnOneLine)
+{
+    const QStringList trees = {
+        "--bhd 25 --species FI --tarif FI01",
+        "--bhd 31 --stk 2", // species and tariff stay
+        "--bhd 40 --species BU --tarif BU01",
+        "--bhd 27 --species FI",                      // FI's tariff of its latest tree
+        "--bhd 95 --species KI --tarif KI01 --stk 3", // beyond the last class
+    };
+    TempRoot single;
+    ASSERT_EQ(demoDevice(single.path(), {"HIEB01"}), "");
+    QStringList expected;
+    for (const QString& tree : trees) {
+        const ToolRun r = tool(single.path(), QStringList{"tally", "HIEB01"}
+                                                  + tree.split(u' ', Qt::SkipEmptyParts));
+        ASSERT_EQ(r.status, 0) << tree.toStdString() << ": " << r.err.toStdString();
+        expected << r.out.trimmed().replace(u'\n', u'\t');
+    }
+    // Blank lines and blanks around the options do not count.
+    const ToolRun r = bulk(("\n  " + trees.join(QStringLiteral("  \r\n\n")) + "\n").toUtf8());
+    EXPECT_EQ(r.status, 0) << r.err.toStdString();
+    EXPECT_EQ(r.err, QString());
+    EXPECT_EQ(completeLines(r.out.toUtf8()), expected);
+    EXPECT_EQ(lines(), listLines(single.path()));
+    EXPECT_EQ(lines(), expected);
+}
+
+TEST_F(TallyTrees, RefusedTreesAndBadLinesEndTheRunKeepingTheTreesBefore)
+{
+    const struct {
+        int status;
+        int saved; // trees saved and printed
+        const char* input;
+        const char* err;
+    } cases[] = {
+        {0, 0, "", ""},
+        {1, 1, "--bhd 25 --species FI --tarif FI01\n--bhd 0\n--bhd 30\n", "Eingabe fehlt !!!\n"},
+        {1, 0, "--bhd 25 --species FI --tarif XX01\n",
+         "Keine Kubatur vorhanden,\nbitte Stammdaten korrigieren!\n"},
+        {2, 1, "--bhd 25 --species FI --tarif FI01\n--bhd x\n--bhd 30\n",
+         "Zeile 2: Ungültige Zahl für --bhd: x\n"},
+        {2, 0, "\n--species FI\n", "Zeile 2: tally: --bhd fehlt\n"},
+        {2, 0, "--bhd 25 --stk zwei\n", "Zeile 1: Ungültige Zahl für --stk: zwei\n"},
+        {2, 0, "--bhd 25 HIEB01\n",
+         "Zeile 1: nur --bhd, --species, --stk und --tarif: --bhd 25 HIEB01\n"},
+        {2, 0, "--bhd 25 --trees x\n",
+         "Zeile 1: nur --bhd, --species, --stk und --tarif: --bhd 25 --trees x\n"},
+        {2, 0, "--bhd 25 --frob\n", "Zeile 1: Unknown option 'frob'.\n"},
+    };
+    for (const auto& c : cases) {
+        const QStringList before = lines();
+        const ToolRun r = bulk(c.input);
+        EXPECT_EQ(r.status, c.status) << c.input;
+        EXPECT_EQ(r.err, QString::fromUtf8(c.err)) << c.input;
+        const QStringList after = lines();
+        ASSERT_EQ(after.size(), before.size() + c.saved) << c.input;
+        EXPECT_EQ(completeLines(r.out.toUtf8()), after.mid(before.size())) << c.input;
+    }
+
+    // Calls that read no tree at all.
+    const QString file = root.host(QStringLiteral("trees.txt"));
+    const struct {
+        QStringList args;
+        int status;
+        const char* err;
+    } calls[] = {
+        {{"tally", "HIEB01", "--trees", root.host(QStringLiteral("fehlt.txt"))},
+         2,
+         "Datei kann nicht gelesen werden: "},
+        {{"tally", "NOPE", "--trees", file}, 1, "Liste nicht gefunden: NOPE"},
+        {{"tally", "HIEB01", "--trees", file, "--bhd", "25"},
+         2,
+         "tally: --trees nicht zusammen mit --bhd, --species, --stk oder --tarif"},
+        {{"tally", "HIEB01", "--species", "FI", "--trees", file},
+         2,
+         "tally: --trees nicht zusammen mit --bhd, --species, --stk oder --tarif"},
+    };
+    root.writeFile(QStringLiteral("trees.txt"), "--bhd 25 --species FI --tarif FI01\n");
+    for (const auto& c : calls) {
+        const QStringList before = lines();
+        const ToolRun r = tool(root.path(), c.args);
+        EXPECT_EQ(r.status, c.status) << c.err;
+        EXPECT_TRUE(r.err.startsWith(QString::fromUtf8(c.err))) << r.err.toStdString();
+        EXPECT_EQ(r.out, QString());
+        EXPECT_EQ(lines(), before);
+    }
+}
+
+// Fed one line at a time on standard input, each tree is in the database and on the output before
+// the next line is written.
+TEST_F(TallyTrees, EachTreeIsPrintedAsSoonAsItIsCommitted)
+{
+    QProcess p;
+    p.setProgram(QStringLiteral(BROVANT_TOOL_PATH));
+    p.setArguments({"--root", root.path(), "tally", "HIEB01", "--trees", "-"});
+    p.start();
+    ASSERT_TRUE(p.waitForStarted(kHangGuardMs));
+    const QByteArray trees[] = {"--bhd 25 --species FI --tarif FI01\n", "\n--bhd 33\n",
+                                "--bhd 41 --species BU --tarif BU01 --stk 2\n"};
+    QByteArray out;
+    int printed = 0;
+    for (const QByteArray& tree : trees) {
+        p.write(tree);
+        ASSERT_TRUE(p.waitForBytesWritten(kHangGuardMs));
+        while (out.count('\n') == printed) {
+            ASSERT_TRUE(p.waitForReadyRead(kHangGuardMs)) << "no line for " << tree.constData();
+            out += p.readAllStandardOutput();
+        }
+        ++printed;
+        EXPECT_EQ(out.count('\n'), printed);
+        EXPECT_EQ(completeLines(out), lines());
+    }
+    p.closeWriteChannel();
+    ASSERT_TRUE(p.waitForFinished(kHangGuardMs));
+    EXPECT_EQ(p.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(p.exitCode(), 0);
+    EXPECT_EQ(out + p.readAllStandardOutput(), lines().join(u'\n').toUtf8() + '\n');
+}
+
+// The moment the soak hunts for on the list import, made on purpose: a file whose list went in
+// (or did not) still waits in \Import, claimed, when the tool is killed. The next import brings
+// every list in exactly once.
+TEST(ListImportAfterAKill, EveryListComesInOnce)
+{
+    const auto office = [](const char* number) {
+        return QByteArray("001") + QByteArray(number).leftJustified(8, ' ')
+               + QByteArray("Liste:").leftJustified(20, ' ') + "04.05.2026"
+               + QByteArray("Datum:").leftJustified(20, ' ') + "1.00"
+               + QByteArray("Faktor:").leftJustified(20, ' ') + "WR01    T00300\r\n"
+               + "10A      1FI  2626   0.59    FI01 \r\n";
+    };
+    const struct {
+        const char* what;
+        bool committed;    // the claimed file's list is in the database
+        bool sameNameToo;  // and a new file of the same name arrived
+        const char* lists; // LISTE_NR of the lists afterwards, in table order
+    } cases[] = {
+        {"list in, file not yet removed", true, false, "A"},
+        {"list not in", false, false, "A"},
+        {"list in, a new file of the name", true, true, "A B"},
+        {"list not in, a new file of the name", false, true, "A B"},
+    };
+    for (const auto& c : cases) {
+        TempRoot root;
+        ASSERT_EQ(demoDevice(root.path(), {}), "") << c.what;
+        root.writeFile(QStringLiteral("Import/a.dat"), office("A"));
+        ASSERT_EQ(failure(tool(root.path(), {"import-lists"})), "") << c.what;
+        const QString file = database(root.path());
+        const qint64 token = sqlRows(file, "PRAGMA user_version").value(0).toLongLong();
+        ASSERT_GT(token, 0) << c.what;
+        // Killed before the commit: the list is not there.
+        if (!c.committed) {
+            for (const char* sql : {"DELETE FROM Brov_Kopfdaten", "DELETE FROM Brov_Holzdaten"})
+                ASSERT_EQ(sqlRows(file, sql), QStringList()) << c.what;
+        }
+        root.writeFile(QStringLiteral("Import/a.dat.%1.imp").arg(token + (c.committed ? 0 : 1)),
+                       office("A"));
+        if (c.sameNameToo)
+            root.writeFile(QStringLiteral("Import/a.dat"), office("B"));
+        const ToolRun r = tool(root.path(), {"import-lists"});
+        EXPECT_EQ(r.status, 0) << c.what << ": " << r.err.toStdString();
+        EXPECT_EQ(
+            sqlRows(file, "SELECT RTRIM(LISTE_NR) FROM Brov_Kopfdaten ORDER BY rowid").join(u' '),
+            QString::fromLatin1(c.lists))
+            << c.what;
+        EXPECT_EQ(sqlRows(file, "SELECT COUNT(*) FROM Brov_Holzdaten"),
+                  QStringList{QString::number(QString::fromLatin1(c.lists).count(u' ') + 1)})
+            << c.what;
+        EXPECT_EQ(fileNamesIn(root.host(QStringLiteral("Import"))), QStringList()) << c.what;
+    }
+}
+
+} // namespace
+} // namespace brovant::test
