@@ -18,6 +18,7 @@
 #include <QThread>
 
 #include "support/BenchDevice.h"
+#include "support/PseudoTerminal.h"
 
 #include <benchmark/benchmark.h>
 
@@ -42,47 +43,7 @@ QString& benchRoot()
     return root;
 }
 
-class PseudoTerminal {
-public:
-    PseudoTerminal()
-    {
-        m_master = posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK);
-        char name[128];
-        if (m_master >= 0 && grantpt(m_master) == 0 && unlockpt(m_master) == 0
-            && ptsname_r(m_master, name, sizeof name) == 0)
-            m_slave = QString::fromLocal8Bit(name);
-    }
-    ~PseudoTerminal()
-    {
-        if (m_master >= 0)
-            ::close(m_master);
-    }
-    PseudoTerminal(const PseudoTerminal&) = delete;
-    PseudoTerminal& operator=(const PseudoTerminal&) = delete;
-
-    const QString& slave() const { return m_slave; }
-
-    bool write(QByteArrayView bytes)
-    {
-        while (!bytes.isEmpty()) {
-            const ssize_t n = ::write(m_master, bytes.data(), size_t(bytes.size()));
-            if (n > 0) {
-                bytes = bytes.sliced(n);
-            } else if (n < 0 && errno == EAGAIN) {
-                pollfd p{m_master, POLLOUT, 0};
-                if (::poll(&p, 1, 5000) <= 0)
-                    return false;
-            } else if (!(n < 0 && errno == EINTR)) {
-                return false;
-            }
-        }
-        return true;
-    }
-
-private:
-    int m_master = -1;
-    QString m_slave;
-};
+using brovant::test::PseudoTerminal;
 
 bool linkPort(const DeviceRoot& root, const QString& target)
 {

@@ -4,141 +4,28 @@
 // office) and the demo configuration's master data read straight from its file.
 #pragma once
 
-#include "app/BrovantApp.h"
-#include "app/CNorvKey.h"
-#include "app/CNorvKeybDlg.h"
 #include "app/CNorvKeyboard.h"
-#include "app/logic/AppState.h"
-#include "masterdata/DeviceSession.h"
-#include "platform/Clock.h"
+#include "app/ProgramFixture.h"
 #include "platform/Cp1252.h"
 #include "platform/MessageDialogs.h"
 #include "support/PseudoTerminal.h"
-#include "support/TempRoot.h"
 
-#include <QApplication>
 #include <QFile>
-#include <QTest>
 
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
-#include <poll.h>
-#include <termios.h>
-#include <unistd.h>
-
-#include <atomic>
-#include <cerrno>
 #include <map>
-#include <thread>
-
-inline void PrintTo(const QString& text, std::ostream* os)
-{
-    *os << '"' << text.toStdString() << '"';
-}
 
 namespace brovant::test {
 
-inline QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
-
 // The program as the forester has it: the demo configuration staged where a transfer leaves it,
-// every message answered from the script and recorded. Unlike the screen tests' fixture the
-// database keeps its full durability, so every saved tree costs its flush as on the device.
-class Handheld {
-    struct StagedRoot : TempRoot {
-        StagedRoot()
-        {
-            QFile demo(QStringLiteral(BROVANT_SOURCE_DIR "/demo/passive.dtr"));
-            if (demo.open(QIODevice::ReadOnly))
-                writeFile(QStringLiteral("Brovant/passive.dtr"), demo.readAll());
-        }
-    };
-
-public:
+// every message answered from the script and recorded. Unlike the screen tests the database keeps
+// its full durability, so every saved tree costs its flush as on the device.
+struct Handheld : Program {
     explicit Handheld(const QDateTime& morning)
-        : clock(morning)
+        : Program(ProgramSetup().unstarted().at(morning).durable())
     {
-        app.replaceMessages(&dialogs);
     }
-    ~Handheld() { app.shutdown(); }
-    Handheld(const Handheld&) = delete;
-    Handheld& operator=(const Handheld&) = delete;
-
-    CNorvBaseDlg* active() const { return app.GetActiveDlg(); }
-    QString activeName() const { return active() ? active()->objectName() : QString(); }
-    template <class Screen> Screen* find(const char* name) const
-    {
-        return qobject_cast<Screen*>(app.findScreen(QLatin1StringView(name)));
-    }
-    CNorvKeyboard* keyboard() const
-    {
-        auto* screen = qobject_cast<CNorvKeybDlg*>(active());
-        return screen ? screen->keyboard() : nullptr;
-    }
-
-    // The shown key of that name on the active screen, clicked as a finger clicks it.
-    void press(const QString& objectName)
-    {
-        ASSERT_NE(active(), nullptr) << objectName.toStdString();
-        for (CNorvKey* key : active()->findChildren<CNorvKey*>(objectName)) {
-            if (key->isVisible()) {
-                QTest::mouseClick(key, Qt::LeftButton);
-                return;
-            }
-        }
-        FAIL() << "no visible key " << objectName.toStdString() << " on "
-               << activeName().toStdString();
-    }
-    void press(int command) { press(QStringLiteral("key%1").arg(command)); }
-    // Characters from the letter or digit keyboard, switching with "Ziff" where needed.
-    void type(const QString& characters)
-    {
-        for (const QChar c : characters) {
-            const QString name = QStringLiteral("char_") + c;
-            for (int i = 0; i < 3 && keyboard() && !keyboard()->findChild<CNorvKey*>(name); ++i)
-                press(CNorvKeybDlg::kZiff);
-            press(name);
-        }
-    }
-    // The entry showing `caption` on the list keyboard shown now, turning its pages.
-    void pick(const QString& caption)
-    {
-        CNorvKeyboard* list = keyboard();
-        ASSERT_NE(list, nullptr);
-        for (int page = 0; page < list->pageCount(); ++page) {
-            list->showPage(page);
-            for (int i = 0; i < list->keyCount(); ++i) {
-                if (list->key(i)->caption() == caption && list->key(i)->def().commandId > 0) {
-                    QTest::mouseClick(list->key(i), Qt::LeftButton);
-                    return;
-                }
-            }
-        }
-        FAIL() << "no entry " << caption.toStdString() << " on " << activeName().toStdString();
-    }
-    // Every row of a query, its columns joined by '|'.
-    QStringList rows(const QString& sql)
-    {
-        QStringList out;
-        auto q = session.database().query(sql);
-        while (q.next()) {
-            QStringList values;
-            for (int i = 0; i < q.columnCount(); ++i)
-                values << q.text(i);
-            out << values.join(u'|');
-        }
-        return out;
-    }
-
-    StagedRoot root;
-    DeviceSession session{root.path()};
-    AppState state;
-    ManualClock clock;
-    ScriptedDialogs dialogs;
-    BrovantApp app{session, state, clock};
 };
 
 // The messages in the order they came, one line each: "Hinweis: …", "Frage: … [JA/NEIN] JA" with

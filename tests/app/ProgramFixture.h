@@ -49,11 +49,13 @@ struct ProgramSetup {
     using Stage = std::function<void(const TempRoot&)>;
     bool demo = true;  // the demo configuration staged for import
     bool start = true; // started on the main menu, start-up messages forgotten
+    bool flushed = false; // the database flushed on every commit as on the device
     QDateTime now = QDateTime(QDate(2026, 5, 4), QTime(7, 5, 9));
     Stage stage; // more files, before the session opens them
 
     ProgramSetup& bare() { return demo = false, *this; }
     ProgramSetup& unstarted() { return start = false, *this; }
+    ProgramSetup& durable() { return flushed = true, *this; }
     ProgramSetup& at(const QDateTime& time) { return now = time, *this; }
     ProgramSetup& staging(Stage more) { return stage = std::move(more), *this; }
 };
@@ -75,6 +77,8 @@ class Program {
 public:
     explicit Program(const ProgramSetup& setup = {})
         : root(setup)
+        , session(root.path(),
+                  setup.flushed ? Database::Durability::Full : Database::Durability::Relaxed)
         , clock(setup.now)
     {
         app.replaceMessages(&dialogs);
@@ -122,7 +126,7 @@ public:
     {
         for (const QChar c : characters) {
             const QString name = QStringLiteral("char_") + c;
-            for (int i = 0; i < 3 && !keyboard()->findChild<CNorvKey*>(name); ++i)
+            for (int i = 0; i < 3 && keyboard() && !keyboard()->findChild<CNorvKey*>(name); ++i)
                 press(CNorvKeybDlg::kZiff);
             press(name);
         }
@@ -188,7 +192,7 @@ public:
     }
 
     StagedRoot root;
-    DeviceSession session{root.path(), Database::Durability::Relaxed};
+    DeviceSession session;
     AppState state;
     ManualClock clock;
     ScriptedDialogs dialogs;
