@@ -392,27 +392,42 @@ TEST_F(ListSelection, ModelListWithTheSelectedListsData)
     EXPECT_EQ(regions, (QStringList{"B0T0WR1", "B1T1WR1", "B2T2WR1"}));
     // The rebuilt rows select the model list.
     EXPECT_EQ(logic.selectedRow(), 2);
-    EXPECT_EQ(host.events, (QStringList{"cursor 1", "cursor 0", "cursor 1", "cursor 0"}));
+    EXPECT_EQ(host.events, (QStringList{"cursor 1", "cursor 0"}));
 }
 
 TEST_F(ListSelection, EmptyModelList)
 {
     addList({4, "WALD", 1, 2, 4, 3});
     state.currentList = 4;
-    for (int answer : {2, MessageDialogs::NoChoice}) {
-        dialogs.answerNext(answer);
-        select(0);
-        ASSERT_TRUE(logic.buildModel()) << answer;
-        EXPECT_EQ(headers(), 2);
-        const int model = int(ListSelectionLogic::readRows(db()).back().idFile);
-        EXPECT_EQ(model, 5);
-        EXPECT_EQ(header(model, {"LISTE_NR", "ZUSATZ_A", "DATUM_A", "REGION_A", "KOR_FAKTOR_N",
-                                 "KOPF1_A", "STRUKTUR", "DUE_MARK"}),
-                  (QStringList{"LISTE_NR=MODELL  ", "ZUSATZ_A=", "DATUM_A=", "REGION_A=",
-                               "KOR_FAKTOR_N=100", "KOPF1_A=", "STRUKTUR=T00300", "DUE_MARK=0"}));
-        EXPECT_EQ(regionsOf(model), 0);
-        EXPECT_EQ(state.currentList, 4);
-    }
+    dialogs.answerNext(2); // "Leer"
+    select(0);
+    ASSERT_TRUE(logic.buildModel());
+    EXPECT_EQ(headers(), 2);
+    const int model = int(ListSelectionLogic::readRows(db()).back().idFile);
+    EXPECT_EQ(model, 5);
+    EXPECT_EQ(header(model, {"LISTE_NR", "ZUSATZ_A", "DATUM_A", "REGION_A", "KOR_FAKTOR_N",
+                             "KOPF1_A", "STRUKTUR", "DUE_MARK"}),
+              (QStringList{"LISTE_NR=MODELL  ", "ZUSATZ_A=", "DATUM_A=", "REGION_A=",
+                           "KOR_FAKTOR_N=100", "KOPF1_A=", "STRUKTUR=T00300", "DUE_MARK=0"}));
+    EXPECT_EQ(regionsOf(model), 0);
+    EXPECT_EQ(state.currentList, 4);
+}
+
+// Closing the question without a button deletes nothing and makes nothing: the old model list,
+// and the selected list's trees and regions, stay.
+TEST_F(ListSelection, ClosedModelQuestionChangesNothing)
+{
+    addList({1, "WALD", 0, 0, 4, 3});
+    addList({2, "MODELL", 0, 0, 0, 2});
+    dialogs.answerNext(MessageDialogs::NoChoice);
+    select(0);
+    EXPECT_FALSE(logic.buildModel());
+    EXPECT_EQ(dialogs.asked().size(), 1);
+    EXPECT_EQ(names(), (QStringList{"WALD    ", "MODELL  "}));
+    EXPECT_EQ(treesOf(1), 4);
+    EXPECT_EQ(regionsOf(1), 3);
+    EXPECT_EQ(regionsOf(2), 2);
+    EXPECT_EQ(state.currentList, 1);
 }
 
 // The second "Modell" deletes the old model's header and, by the current list number, the

@@ -263,18 +263,18 @@ std::int64_t ListSelectionLogic::lastIdFile() const
     return q.next() ? numberOf(q.value(0)) : 0;
 }
 
-bool ListSelectionLogic::insertModel(std::optional<std::int64_t> fromRowId)
+std::optional<std::int64_t> ListSelectionLogic::insertModel(std::optional<std::int64_t> fromRowId)
 {
     Database::Transaction transaction(m_db);
     if (!transaction.active())
-        return false;
+        return std::nullopt;
     const std::int64_t modelId = lastIdFile() + 1;
     Dataset heads(m_db, schema::Kopfdaten);
     if (fromRowId) {
         // The selected list's header, its other fields kept.
         if (!heads.reset({QStringLiteral("rowid = ?"), {FieldValue(*fromRowId)}, {}})
             || heads.eof())
-            return false;
+            return std::nullopt;
         const QDate today = m_clock.now().date();
         heads.setText(u"DATUM_A",
                       QString::asprintf("%02d.%02d.%4d", today.day(), today.month(), today.year()));
@@ -289,7 +289,7 @@ bool ListSelectionLogic::insertModel(std::optional<std::int64_t> fromRowId)
     heads.setInt(u"KOR_FAKTOR_N", 100);
     heads.setText(u"STRUKTUR", QString::fromLatin1(schema::kStructureVersion));
     if (!heads.insert())
-        return false;
+        return std::nullopt;
 
     if (fromRowId) {
         Dataset regions(m_db, schema::Region);
@@ -298,11 +298,11 @@ bool ListSelectionLogic::insertModel(std::optional<std::int64_t> fromRowId)
             QStringLiteral("SELECT COALESCE(MAX(ID), 0) FROM %1").arg(tableName(schema::Region)));
         std::int64_t nextId = maxId.next() ? maxId.integer(0) + 1 : 1;
         if (!regions.reset(Filter::byList(m_state.currentList)))
-            return false;
+            return std::nullopt;
         const int count = regions.count();
         for (int i = 0; i < count; ++i) {
             if (!regions.moveTo(i))
-                return false;
+                return std::nullopt;
             copies.clearFields();
             for (const FieldDescriptor& field : schema::Region.fields) {
                 const QString name = QString::fromLatin1(field.name);
@@ -311,14 +311,12 @@ bool ListSelectionLogic::insertModel(std::optional<std::int64_t> fromRowId)
             copies.setInt(u"ID", nextId++);
             copies.setInt(u"ID_FILE", modelId);
             if (!copies.insert())
-                return false;
+                return std::nullopt;
         }
     }
     if (!transaction.commit())
-        return false;
-    if (fromRowId)
-        m_state.currentList = int(modelId);
-    return true;
+        return std::nullopt;
+    return modelId;
 }
 
 bool ListSelectionLogic::buildModel()
@@ -326,6 +324,15 @@ bool ListSelectionLogic::buildModel()
     if (!selectRow() || isModelName(m_current->listNo))
         return false;
     const std::int64_t selectedRowId = m_current->rowId;
+
+    // Asked before anything is deleted: a question closed without "Ja" or "Leer" leaves the old
+    // model list as it is and makes no new one.
+    const int answer = m_dialogs.question(QStringLiteral("Soll die Modell-Liste mit"),
+                                          QStringLiteral("den Angaben aus der Liste"),
+                                          QStringLiteral("vorbelegt werden?"), QStringLiteral("Ja"),
+                                          QStringLiteral("Leer"), QString());
+    if (answer != 1 && answer != 2)
+        return false;
 
     setWaitCursor(true);
     std::optional<std::int64_t> oldModel;
@@ -335,28 +342,22 @@ bool ListSelectionLogic::buildModel()
         if (formattedListNo(walk.value(1)) == QStringView(kModelName))
             oldModel = walk.integer(0);
     }
+    // Old and new model list change together, so a failure keeps the old one.
+    Database::Transaction transaction(m_db);
     // The old model's header goes, but its child rows are chosen by the current list number,
     // that is the list selected here: the device deletes them that way.
-    const bool deleted = !oldModel || deleteList(*oldModel, m_state.currentList);
+    const bool deleted =
+        transaction.active() && (!oldModel || deleteList(*oldModel, m_state.currentList));
+    const bool copy = answer == 1;
+    const std::optional<std::int64_t> modelId =
+        deleted ? insertModel(copy ? std::optional(selectedRowId) : std::nullopt) : std::nullopt;
+    const bool made = modelId && transaction.commit();
     setWaitCursor(false);
-    if (!deleted) {
-        m_dialogs.notice(QStringLiteral("Liste nicht gelöscht!"));
-        build();
-        return false;
-    }
-
-    // Only "Ja" copies; "Leer", and a dialog closed without a button, make an empty model list,
-    // since the old one is gone either way.
-    const bool copy = m_dialogs.question(QStringLiteral("Soll die Modell-Liste mit"),
-                                         QStringLiteral("den Angaben aus der Liste"),
-                                         QStringLiteral("vorbelegt werden?"), QStringLiteral("Ja"),
-                                         QStringLiteral("Leer"), QString())
-                      == 1;
-    setWaitCursor(true);
-    const bool made = insertModel(copy ? std::optional(selectedRowId) : std::nullopt);
-    setWaitCursor(false);
+    if (made && copy)
+        m_state.currentList = int(*modelId);
     if (!made)
-        m_dialogs.notice(QStringLiteral("Satz nicht gespeichert!"));
+        m_dialogs.notice(deleted ? QStringLiteral("Satz nicht gespeichert!")
+                                 : QStringLiteral("Liste nicht gelöscht!"));
     build();
     return made;
 }
