@@ -1,6 +1,7 @@
 #include "app/CNorvKey.h"
 
 #include <QFile>
+#include <QFontMetricsF>
 #include <QPainter>
 #include <QSvgRenderer>
 
@@ -71,11 +72,75 @@ QSize CNorvKey::sizeHint() const
     return {m_def.width, m_def.height};
 }
 
+QRectF CNorvKey::frame() const
+{
+    return QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
+}
+
+QFont CNorvKey::captionFont() const
+{
+    QFont f = font();
+    f.setBold(m_def.isHeading() || m_def.style == 49 || m_def.height >= 24);
+    f.setPixelSize(std::clamp(m_def.height / 2, 9, 14));
+    return f;
+}
+
+QString CNorvKey::drawnCaption() const
+{
+    // Picture keys start their caption with two line breaks; the text stands below the picture.
+    return m_def.caption.startsWith(QStringLiteral("\n\n")) ? m_def.caption.mid(2) : m_def.caption;
+}
+
+int CNorvKey::captionFlags() const
+{
+    if (m_def.caption.startsWith(QStringLiteral("\n\n")))
+        return Qt::AlignHCenter | Qt::AlignBottom;
+    return Qt::AlignHCenter | Qt::AlignVCenter | Qt::TextWordWrap;
+}
+
+QRectF CNorvKey::captionArea() const
+{
+    QRectF area = frame().adjusted(2, 1, -2, -1);
+    if (m_def.caption.startsWith(QStringLiteral("\n\n")))
+        area.setBottom(area.bottom() - 3);
+    return area;
+}
+
+CNorvKey::Layout CNorvKey::layout() const
+{
+    Layout out;
+    const QRectF r = frame();
+    const bool belowPicture = m_def.caption.startsWith(QStringLiteral("\n\n"));
+    if (!m_def.caption.isEmpty()) {
+        out.caption = QFontMetricsF(captionFont())
+                          .boundingRect(captionArea(), captionFlags(), drawnCaption());
+    }
+
+    const QString path = iconPath(m_def.bitmap);
+    QSvgRenderer svg(path);
+    if (path.isEmpty() || !svg.isValid())
+        return out;
+    const bool captioned = !m_def.caption.trimmed().isEmpty();
+    QRectF box = r.adjusted(2, 2, -2, -2);
+    if (captioned) {
+        // Above the caption's first line when it stands below, else the upper part of the key.
+        const qreal top = r.top() + 4;
+        const qreal height = belowPicture ? out.caption.top() - 2 - top : r.height() * 0.55;
+        box = QRectF(r.left() + 4, top, r.width() - 8, std::max<qreal>(0, height));
+    }
+    QSizeF size = svg.defaultSize();
+    size.scale(box.size(), Qt::KeepAspectRatio);
+    const QPointF topLeft(box.center().x() - size.width() / 2,
+                          captioned ? box.top() : box.center().y() - size.height() / 2);
+    out.picture = QRectF(topLeft, size);
+    return out;
+}
+
 void CNorvKey::paintEvent(QPaintEvent*)
 {
     QPainter p(this);
     p.setRenderHint(QPainter::Antialiasing);
-    const QRectF r = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
+    const QRectF r = frame();
     const bool heading = m_def.isHeading();
     const bool down = isDown();
     QColor face = heading ? QColor(0x2e, 0x5e, 0x3a)
@@ -85,37 +150,14 @@ void CNorvKey::paintEvent(QPaintEvent*)
     p.setBrush(face);
     p.drawRoundedRect(r, 3, 3);
 
-    QRectF textArea = r.adjusted(2, 1, -2, -1);
-    const QString path = iconPath(m_def.bitmap);
-    if (!path.isEmpty()) {
-        QSvgRenderer svg(path);
-        if (svg.isValid()) {
-            const bool captioned = !m_def.caption.trimmed().isEmpty();
-            const QSizeF box =
-                captioned ? QSizeF(r.width() - 8, r.height() * 0.55) : r.size() - QSizeF(4, 4);
-            QSizeF size = svg.defaultSize();
-            size.scale(box, Qt::KeepAspectRatio);
-            const QPointF topLeft(r.center().x() - size.width() / 2,
-                                  captioned ? r.top() + 4 : r.center().y() - size.height() / 2);
-            svg.render(&p, QRectF(topLeft, size));
-        }
-    }
+    const Layout places = layout();
+    if (!places.picture.isEmpty())
+        QSvgRenderer(iconPath(m_def.bitmap)).render(&p, places.picture);
     if (m_def.caption.isEmpty())
         return;
-    QFont f = font();
-    f.setBold(heading || m_def.style == 49 || m_def.height >= 24);
-    // Picture keys start their caption with two line breaks; the text stands below the picture.
-    QString caption = m_def.caption;
-    int flags = Qt::AlignHCenter | Qt::AlignVCenter | Qt::TextWordWrap;
-    if (caption.startsWith(QStringLiteral("\n\n"))) {
-        caption = caption.mid(2);
-        flags = Qt::AlignHCenter | Qt::AlignBottom;
-        textArea.setBottom(textArea.bottom() - 3);
-    }
-    f.setPixelSize(std::clamp(m_def.height / 2, 9, 14));
-    p.setFont(f);
+    p.setFont(captionFont());
     p.setPen(heading ? Qt::white : Qt::black);
-    p.drawText(textArea, flags, caption);
+    p.drawText(captionArea(), captionFlags(), drawnCaption());
 }
 
 } // namespace brovant

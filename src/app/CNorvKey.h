@@ -4,6 +4,7 @@
 #pragma once
 
 #include <QAbstractButton>
+#include <QRectF>
 #include <QString>
 
 namespace brovant {
@@ -46,10 +47,27 @@ public:
 
     QSize sizeHint() const override;
 
+    // Where the key draws its picture and its caption's text, in its own coordinates; empty
+    // rectangles for what it does not show. A caption under a picture gets its lines' room
+    // first and the picture what is left above it, so the two never overlap.
+    struct Layout {
+        QRectF picture;
+        QRectF caption;
+    };
+    Layout layout() const;
+
 protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
+    QFont captionFont() const;
+    // The caption as drawn (picture keys lose their two leading line breaks) and its flags.
+    QString drawnCaption() const;
+    int captionFlags() const;
+    // The room the caption is aligned in.
+    QRectF captionArea() const;
+    QRectF frame() const;
+
     KeyDef m_def;
     int m_index;
 };

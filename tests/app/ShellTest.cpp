@@ -74,6 +74,24 @@ TEST(Shell, MenuRefusesListWorkWithoutMasterData)
     EXPECT_EQ(p.state.currentList, 7);
 }
 
+// On the four picture keys the caption stands below the picture, both inside the key.
+TEST(Shell, MenuCaptionsDoNotRunOverTheirPictures)
+{
+    Program p(unstarted(false));
+    ASSERT_TRUE(p.app.start());
+    for (int command : {MainMenuDlg::kNewList, MainMenuDlg::kSelectList, MainMenuDlg::kSystemInfo,
+                        MainMenuDlg::kSettings}) {
+        auto* key = p.app.mainMenu()->findChild<CNorvKey*>(QStringLiteral("key%1").arg(command));
+        ASSERT_NE(key, nullptr) << command;
+        const CNorvKey::Layout places = key->layout();
+        EXPECT_FALSE(places.caption.isEmpty()) << command;
+        EXPECT_GE(places.picture.height(), key->height() / 3) << command;
+        EXPECT_FALSE(places.picture.intersects(places.caption)) << command;
+        EXPECT_TRUE(QRectF(key->rect()).contains(places.picture)) << command;
+        EXPECT_TRUE(QRectF(key->rect()).contains(places.caption)) << command;
+    }
+}
+
 TEST(Shell, EndingTheProgramAsksFirst)
 {
     Program p(unstarted(false));
