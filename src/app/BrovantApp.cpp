@@ -9,6 +9,7 @@
 #include "app/MainMenuDlg.h"
 #include "app/PrinterSettingsDlg.h"
 #include "app/QtMessageDialogs.h"
+#include "app/RegionDlg.h"
 #include "app/SettingsDlg.h"
 #include "app/SpeciesSelectionDlg.h"
 #include "app/SystemInfoDlg.h"
@@ -128,6 +129,7 @@ void BrovantApp::createScreens()
     addScreen(std::make_unique<ListSelectionDlg>(*this));
     addScreen(std::make_unique<TariffAssignmentDlg>(*this));
     addScreen(std::make_unique<ListInfoDlg>(*this));
+    addScreen(std::make_unique<RegionDlg>(*this));
     addScreen(std::make_unique<TallyDlg>(*this));
     addScreen(std::make_unique<SpeciesSelectionDlg>(*this));
     addScreen(std::make_unique<TotalsDlg>(*this));

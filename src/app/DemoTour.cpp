@@ -9,6 +9,7 @@
 #include "app/MainMenuDlg.h"
 #include "app/PrinterSettingsDlg.h"
 #include "app/QtMessageDialogs.h"
+#include "app/RegionDlg.h"
 #include "app/RestoreDlg.h"
 #include "app/SettingsDlg.h"
 #include "app/SpeciesSelectionDlg.h"
@@ -390,6 +391,40 @@ void tourListSelection(BrovantApp& app, Camera& camera, TourDialogs& dialogs)
     press(screen, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
 }
 
+// The regions of "SUED02" from the list selection's "Region": one picked from the master regions,
+// then back to the main menu.
+void tourRegion(BrovantApp& app, Camera& camera)
+{
+    if (app.GetActiveDlg() != app.mainMenu())
+        app.SwitchToDialog(app.mainMenu(), 0);
+    press(app.mainMenu(), QStringLiteral("key%1").arg(MainMenuDlg::kSelectList));
+    auto* lists = qobject_cast<ListSelectionDlg*>(app.findScreen(QStringLiteral("listSelection")));
+    if (!lists || app.GetActiveDlg() != lists)
+        return;
+    const auto found =
+        lists->listView()->findItems(QStringLiteral("SUED02"), Qt::MatchStartsWith, 0);
+    if (found.isEmpty())
+        return;
+    lists->listView()->setCurrentItem(found.first());
+    lists->showTab(ListSelectionDlg::TallyTab);
+    press(lists, QStringLiteral("key%1").arg(ListSelectionDlg::kRegion));
+    auto* regions = qobject_cast<RegionDlg*>(app.findScreen(QStringLiteral("region")));
+    if (!regions || app.GetActiveDlg() != regions)
+        return;
+    CNorvKeyboard* list = regions->keyboard();
+    for (int i = 0; i < list->keyCount(); ++i) {
+        if (list->key(i)->def().commandId == RegionDlg::kRegionEntry
+            && list->key(i)->caption() == QLatin1StringView("WR01")) {
+            list->key(i)->click();
+            break;
+        }
+    }
+    camera.take(QStringLiteral("Wuchsregionen"));
+    press(regions, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
+    if (app.GetActiveDlg() == lists)
+        press(lists, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
+}
+
 // The key showing `caption` on the keyboard shown now, turning its pages.
 void pickCaption(CNorvKeybDlg* screen, const QString& caption)
 {
@@ -696,6 +731,7 @@ int runDemoTour(const QString& rootDir, const QString& outDir)
     tourTariffAssignment(app, camera);
     tourNewList(app, camera, dialogs);
     tourListSelection(app, camera, dialogs);
+    tourRegion(app, camera);
     tourTally(app, camera);
     tourReports(app, camera);
     tourSettings(app, camera, dialogs);

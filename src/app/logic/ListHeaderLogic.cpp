@@ -106,12 +106,11 @@ QString ListHeaderLogic::dateText(const QDate& date)
     return QString::asprintf("%02d.%02d.%4d", date.day(), date.month(), date.year());
 }
 
-QStringList ListHeaderLogic::regions() const
+QStringList ListHeaderLogic::regions(Database& db)
 {
     QStringList found;
-    auto q = m_rows.database().query(
-        QStringLiteral("SELECT REGION_A FROM %1 WHERE ID_TYPE = ? ORDER BY ID, rowid")
-            .arg(QLatin1StringView(schema::Einstellungen.name)));
+    auto q = db.query(QStringLiteral("SELECT REGION_A FROM %1 WHERE ID_TYPE = ? ORDER BY ID, rowid")
+                          .arg(QLatin1StringView(schema::Einstellungen.name)));
     q.bind(1, std::int64_t(schema::TariffAssignmentRow));
     while (q.next()) {
         const QString region = trimRight(q.text(0));
@@ -257,13 +256,22 @@ bool ListHeaderLogic::nameTaken(const QString& name) const
     return false;
 }
 
-bool ListHeaderLogic::knownRegion(const QString& region) const
+bool ListHeaderLogic::hasTariffs(Database& db, const QString& region)
 {
-    auto q = m_rows.database().query(
+    auto q = db.query(
         QStringLiteral("SELECT 1 FROM %1 WHERE ID_TYPE = ? AND rtrim(REGION_A) = ? LIMIT 1")
             .arg(QLatin1StringView(schema::Einstellungen.name)));
     q.bind(1, std::int64_t(schema::TariffAssignmentRow)).bind(2, trimRight(region));
     return q.next();
+}
+
+bool ListHeaderLogic::askToAssignTariffs(MessageDialogs& dialogs)
+{
+    return dialogs.question(QStringLiteral("Wuchsregion nicht vorhanden!"),
+                            QStringLiteral("Wollen Sie die Tarife selbst"),
+                            QStringLiteral("zuordnen?"), QStringLiteral("Zuordnen"),
+                            QStringLiteral("Abbruch"), QString())
+           == 1;
 }
 
 PageExit ListHeaderLogic::checkFirstPage()
@@ -295,13 +303,8 @@ PageExit ListHeaderLogic::checkFirstPage()
         return PageExit::Stay;
     }
     // The model may leave its region empty; a region it names must still be known.
-    if ((!model || !fieldEmpty(kRegion)) && !knownRegion(region())) {
-        const int answer = m_dialogs.question(
-            QStringLiteral("Wuchsregion nicht vorhanden!"),
-            QStringLiteral("Wollen Sie die Tarife selbst"), QStringLiteral("zuordnen?"),
-            QStringLiteral("Zuordnen"), QStringLiteral("Abbruch"), QString());
-        return answer == 1 ? PageExit::AssignTariffs : PageExit::Stay;
-    }
+    if ((!model || !fieldEmpty(kRegion)) && !hasTariffs(m_rows.database(), region()))
+        return askToAssignTariffs(m_dialogs) ? PageExit::AssignTariffs : PageExit::Stay;
     return PageExit::NextPage;
 }
 

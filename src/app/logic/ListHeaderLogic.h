@@ -61,7 +61,12 @@ public:
     static QString dateText(const QDate& date); // "%02d.%02d.%4d"
 
     // Regions that have tariff assignments, without trailing blanks, sorted.
-    QStringList regions() const;
+    QStringList regions() const { return regions(m_rows.database()); }
+    static QStringList regions(Database& db);
+    // Whether the region has tariff assignments (trailing blanks do not count).
+    static bool hasTariffs(Database& db, const QString& region);
+    // "Wuchsregion nicht vorhanden!" with "Zuordnen" and "Abbruch": true on "Zuordnen".
+    static bool askToAssignTariffs(MessageDialogs& dialogs);
 
     // A new row with its defaults and `presetName`; when a model list exists the user is asked
     // whether the new list starts from its values. False when the table cannot be read.
@@ -107,7 +112,6 @@ private:
     // Positions `at` (over Brov_Kopfdaten) on the model list; false when there is none.
     bool findModel(Dataset& at) const;
     void seedFrom(const Dataset& model);
-    bool knownRegion(const QString& region) const;
     bool nameTaken(const QString& name) const;
     bool fieldEmpty(QStringView field) const;
     bool copyTrees(std::int64_t fromList, std::int64_t toList);

@@ -1,0 +1,203 @@
+#include "app/RegionDlg.h"
+
+#include "app/CNorvMFCApp.h"
+#include "app/KeyTables.h"
+#include "app/TariffAssignmentDlg.h"
+#include "app/logic/AppState.h"
+#include "app/logic/ListHeaderLogic.h"
+#include "masterdata/DeviceSession.h"
+
+#include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QTreeWidget>
+
+#include <algorithm>
+
+namespace brovant {
+namespace {
+
+// Everything above the keyboard (which starts at y 133).
+constexpr int kTitleHeight = 16;
+constexpr QRect kViewArea(0, 17, 240, 84);
+constexpr int kRowTop = 104;
+constexpr int kRowHeight = 27;
+constexpr QRect kEditArea(1, kRowTop + 1, 86, kRowHeight - 2);
+constexpr QRect kActionArea(89, kRowTop, 151, kRowHeight);
+
+// Regions are up to eight characters: three keys a row, with "Ziff" on the bar to type one.
+std::vector<KeyDef> regionKeys()
+{
+    std::vector<KeyDef> keys = keys::codeList(RegionDlg::kRegionEntry, 3, 6);
+    for (KeyDef& key : keys) {
+        if (key.commandId == 0 && key.bitmap == 129)
+            key.commandId = CNorvKeybDlg::kZiff;
+    }
+    return keys;
+}
+
+std::vector<KeyDef> actionKeys()
+{
+    const int half = kActionArea.width() / 2;
+    return {
+        {0, 0, half - 1, kRowHeight, QStringLiteral("Hinzu"), RegionDlg::kAdd},
+        {half + 1, 0, kActionArea.width() - half - 1, kRowHeight, QStringLiteral("Entfernen"),
+         RegionDlg::kRemove},
+    };
+}
+
+} // namespace
+
+RegionDlg::RegionDlg(CNorvMFCApp& app)
+    : CNorvKeybDlg(app, QStringLiteral("region"))
+    , m_logic(app.session().database(), app.messages())
+{
+    setWindowTitle(QStringLiteral("Wuchsregionen"));
+}
+
+void RegionDlg::OnInitDialog()
+{
+    m_regionKeys = new CNorvKeyboard(keys::kFullArea, regionKeys());
+    SetKeyboard(m_regionKeys);
+    SetKeyboard(new CNorvKeyboard(keys::kFullArea, keys::letters()));
+    SetKeyboard(new CNorvKeyboard(keys::kFullArea, keys::digits()));
+    connect(m_regionKeys, &CNorvKeyboard::entryChosen, this, [this](int, int, const QString& code) {
+        m_region->setText(code.trimmed());
+        add();
+    });
+    auto* actions = new CNorvKeyboard(kActionArea, actionKeys(), this);
+    connect(actions, &CNorvKeyboard::command, this, [this](int id) { OnCommand(id); });
+
+    m_title = addTitle(windowTitle(), 0, kTitleHeight);
+
+    m_view = new QTreeWidget(this);
+    m_view->setObjectName(QStringLiteral("regionView"));
+    m_view->setGeometry(kViewArea);
+    m_view->setRootIsDecorated(false);
+    m_view->setUniformRowHeights(true);
+    m_view->setAllColumnsShowFocus(true);
+    m_view->setSelectionMode(QAbstractItemView::SingleSelection);
+    m_view->setSelectionBehavior(QAbstractItemView::SelectRows);
+    m_view->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    m_view->setFocusPolicy(Qt::NoFocus);
+    m_view->header()->setSectionsMovable(false);
+    m_view->setHeaderLabels({QStringLiteral("WR"), QStringLiteral("HA"), QStringLiteral("Tarif")});
+    m_view->setColumnWidth(0, 90);
+    m_view->setColumnWidth(1, 60);
+
+    m_region = new QLineEdit(this);
+    m_region->setObjectName(QStringLiteral("REGION_A"));
+    m_region->setMaxLength(8);
+    m_region->setGeometry(kEditArea);
+    QFont font = m_region->font();
+    font.setPixelSize(13);
+    m_region->setFont(font);
+}
+
+void RegionDlg::InitDialog()
+{
+    const CNorvBaseDlg* previous = GetPrevDlg();
+    const bool fromTariffs =
+        previous && previous->objectName() == QLatin1StringView("tariffAssignment");
+    m_logic.open(app().state().currentList);
+    m_title->setText(m_logic.listName().isEmpty()
+                         ? windowTitle()
+                         : QStringLiteral("%1: %2").arg(windowTitle(), m_logic.listName()));
+    m_regionKeys->setCodeTable(m_logic.masterRegions(), {}, kRegionEntry);
+    m_region->setPlaceholderText(ListHeaderLogic::fixedLabel(app().session().store(), 3));
+    showKeyboard(RegionList);
+    showRows(-1);
+    // Back from assigning its tariffs, the region waiting in the field joins the list.
+    if (fromTariffs && ListHeaderLogic::hasTariffs(app().session().database(), m_region->text()))
+        add();
+    else if (!fromTariffs)
+        m_region->clear();
+    m_region->setFocus(Qt::OtherFocusReason);
+}
+
+void RegionDlg::showRows(int selected)
+{
+    m_view->clear();
+    QList<QTreeWidgetItem*> items;
+    for (const RegionLogic::Row& row : m_logic.rows())
+        items << new QTreeWidgetItem({row.region, row.species, row.tariff});
+    m_view->addTopLevelItems(items);
+    if (QTreeWidgetItem* item = m_view->topLevelItem(selected)) {
+        m_view->setCurrentItem(item);
+        m_view->scrollToItem(item);
+    }
+}
+
+void RegionDlg::add()
+{
+    const QString region = m_region->text().trimmed();
+    switch (m_logic.add(region)) {
+    case RegionLogic::Added::Yes: {
+        m_region->clear();
+        // The first row of the region added comes into view.
+        const auto& rows = m_logic.rows();
+        const auto first = std::find_if(rows.begin(), rows.end(),
+                                        [&](const auto& row) { return row.region == region; });
+        showRows(int(first - rows.begin()));
+        break;
+    }
+    case RegionLogic::Added::AssignTariffs:
+        if (auto* tariffs = qobject_cast<TariffAssignmentDlg*>(
+                app().findScreen(QStringLiteral("tariffAssignment"))))
+            tariffs->openRegion(region);
+        break;
+    case RegionLogic::Added::No:
+        break;
+    }
+}
+
+void RegionDlg::remove()
+{
+    const int row = m_view->indexOfTopLevelItem(m_view->currentItem());
+    if (m_logic.remove(row))
+        showRows(std::min(row, int(m_logic.rows().size()) - 1));
+}
+
+void RegionDlg::moveSelection(int step)
+{
+    const int count = m_view->topLevelItemCount();
+    if (count == 0)
+        return;
+    const int row =
+        std::clamp(m_view->indexOfTopLevelItem(m_view->currentItem()) + step, 0, count - 1);
+    m_view->setCurrentItem(m_view->topLevelItem(row));
+    m_view->scrollToItem(m_view->currentItem());
+}
+
+void RegionDlg::OnCommand(int id)
+{
+    switch (id) {
+    case kAdd:
+        add();
+        return;
+    case kRemove:
+        remove();
+        return;
+    case kRegionEntry:
+        return; // taken by the list keyboard's entryChosen
+    case kPreviousField:
+    case kNextField:
+        moveSelection(id == kPreviousField ? -1 : 1);
+        return;
+    default:
+        CNorvKeybDlg::OnCommand(id);
+    }
+}
+
+void RegionDlg::OnOK()
+{
+    add();
+}
+
+void RegionDlg::OnCancel()
+{
+    if (CNorvBaseDlg* lists = app().findScreen(QStringLiteral("listSelection")))
+        app().SwitchToDialog(lists, 0);
+}
+
+} // namespace brovant

@@ -1,0 +1,53 @@
+// Screens: the region screen, opened from the list selection for the selected list. It lists the
+// list's growth regions with their species and tariffs; a region is typed or picked from the list
+// keyboard of the master regions and added, or the tapped one removed. What is checked and
+// written is RegionLogic's; a region without tariffs leads to the tariff assignment.
+#pragma once
+
+#include "app/CNorvKeybDlg.h"
+#include "app/logic/RegionLogic.h"
+
+class QLabel;
+class QLineEdit;
+class QTreeWidget;
+
+namespace brovant {
+
+class RegionDlg : public CNorvKeybDlg {
+    Q_OBJECT
+public:
+    static constexpr int kAdd = 1701;
+    static constexpr int kRemove = 1702;
+    // What the code keys of the region list send.
+    static constexpr int kRegionEntry = 1711;
+
+    // Keyboards in the order they are attached.
+    enum KeyboardIndex { RegionList, Letters, Digits };
+
+    explicit RegionDlg(CNorvMFCApp& app);
+
+    RegionLogic& logic() { return m_logic; }
+    QTreeWidget* regionView() const { return m_view; }
+
+    void InitDialog() override;
+    void OnCommand(int id) override;
+    void OnOK() override;
+    void OnCancel() override;
+
+protected:
+    void OnInitDialog() override;
+
+private:
+    void showRows(int selected);
+    void add();
+    void remove();
+    void moveSelection(int step);
+
+    RegionLogic m_logic;
+    QLabel* m_title = nullptr;
+    QTreeWidget* m_view = nullptr;
+    QLineEdit* m_region = nullptr;
+    CNorvKeyboard* m_regionKeys = nullptr;
+};
+
+} // namespace brovant
