@@ -83,7 +83,7 @@ QString trimmedRight(const QString& code)
 
 TariffAssignmentDlg::TariffAssignmentDlg(CNorvMFCApp& app)
     : CNorvDBDialog(app, QStringLiteral("tariffAssignment"), schema::Einstellungen)
-    , m_logic(dataset(), app.state().tables, app.messages())
+    , m_logic(dataset(), app.state().tables, app.state().speciesTariffs, app.messages())
 {
 }
 

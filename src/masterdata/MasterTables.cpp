@@ -179,6 +179,14 @@ private:
     bool m_inOrder = true;
 };
 
+void addTariffChoice(MasterTables& t, const QString& species, const QString& tariff)
+{
+    QStringList& choices = t.speciesTariffChoices[species];
+    // Offered on keys and typed into the edit as they read, without padding.
+    if (choices.size() < MasterTables::kMaxTariffs)
+        choices << withoutTrailingBlanks(tariff);
+}
+
 // The class, volume and species-tariff rows in table order: one scan of the table for all the
 // master rows the tally and the tariff table need.
 void loadLookupRows(Database& db, MasterTables& t)
@@ -218,14 +226,9 @@ void loadLookupRows(Database& db, MasterTables& t)
             t.volumes.addUtf8(tariff, rows.utf8(2), int(rows.integer(5)));
             break;
         }
-        case schema::TariffAssignmentRow: {
-            QStringList& choices = t.speciesTariffChoices[formatValue(speciesField, rows.value(6))];
-            if (choices.size() < MasterTables::kMaxTariffs) {
-                // Offered on keys and typed into the edit as they read, without padding.
-                choices << withoutTrailingBlanks(rows.text(4));
-            }
+        case schema::TariffAssignmentRow:
+            addTariffChoice(t, formatValue(speciesField, rows.value(6)), rows.text(4));
             break;
-        }
         default:
             break;
         }
@@ -282,6 +285,17 @@ QString MasterTables::describe() const
         out += QStringLiteral(" \"%1\"").arg(t);
     out += u'\n';
     return out;
+}
+
+void MasterTables::reloadTariffChoices(Database& db)
+{
+    speciesTariffChoices.clear();
+    auto rows = db.query(QStringLiteral(
+        "SELECT BAUMART, TARIF FROM Brov_Einstellungen WHERE ID_TYPE = ? ORDER BY rowid"));
+    rows.bind(1, std::int64_t(schema::TariffAssignmentRow));
+    const FieldDescriptor& speciesField = einstellungenField(u"BAUMART");
+    while (rows.next())
+        addTariffChoice(*this, formatValue(speciesField, rows.value(0)), rows.text(1));
 }
 
 MasterTables loadSettings(const SettingsStore& store, Database& db, MessageDialogs* dialogs,

@@ -114,6 +114,9 @@ struct MasterTables {
     int volumeRows = 0;
     // TARIF of the ID_TYPE 3 rows in table order, by formatted BAUMART.
     QHash<QString, QStringList> speciesTariffChoices;
+    // Reads speciesTariffChoices again after assignment rows were added, changed or deleted on
+    // the device, so the tally offers them without a new settings load.
+    void reloadTariffChoices(Database& db);
 
     // Index of a species by its first three characters, or -1.
     int speciesIndex(const QString& code) const;

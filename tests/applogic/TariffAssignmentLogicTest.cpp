@@ -1,6 +1,7 @@
 #include "app/logic/TariffAssignmentLogic.h"
 #include "AppLogicFixture.h"
 #include "masterdata/ConfigImport.h"
+#include "tally/TallyLogic.h"
 
 #include <vector>
 
@@ -71,11 +72,12 @@ public:
     test::TempRoot root;
     DeviceSession session{root.path(), Database::Durability::Relaxed};
     MasterTables tables;
+    TariffAssignmentLogic::SpeciesTariffs speciesTariffs;
     ScriptedDialogs dialogs;
     std::unique_ptr<Dataset> rows =
         std::make_unique<Dataset>(session.database(), schema::Einstellungen);
     std::unique_ptr<TariffAssignmentLogic> logic =
-        std::make_unique<TariffAssignmentLogic>(*rows, tables, dialogs);
+        std::make_unique<TariffAssignmentLogic>(*rows, tables, speciesTariffs, dialogs);
 };
 
 // Rows every validation case starts from; the tariff volume row holds the table's largest ID.
@@ -195,9 +197,10 @@ TEST(TariffAssignment, NewRowIsStoredLikeAnImportedOne)
     ASSERT_EQ(
         ConfigImport(session.root(), session.database(), session.store(), dialogs, nullptr).run(),
         ConfigImport::Result::Loaded);
-    const MasterTables tables = loadSettings(session.store(), session.database(), nullptr, nullptr);
+    MasterTables tables = loadSettings(session.store(), session.database(), nullptr, nullptr);
+    TariffAssignmentLogic::SpeciesTariffs speciesTariffs;
     Dataset rows(session.database(), schema::Einstellungen);
-    TariffAssignmentLogic logic(rows, tables, dialogs);
+    TariffAssignmentLogic logic(rows, tables, speciesTariffs, dialogs);
     dialogs.clear();
 
     ASSERT_TRUE(logic.openRegion(QStringLiteral("WR02")));
@@ -489,6 +492,49 @@ TEST(TariffAssignment, BrokenDatabaseSaysSoAndKeepsTheLine)
     EXPECT_FALSE(d.logic->save());
     EXPECT_EQ(d.dialogs.asked(), QStringList{QStringLiteral("Satz nicht gespeichert!||")});
     EXPECT_EQ(str(d.logic->editLine()), "WR01/FI/FI01");
+}
+
+// The tally offers what was assigned here at once, without a new settings load, and stops
+// offering what was deleted.
+TEST(TariffAssignment, TheTallyFollowsAssignmentsMadeOnTheDevice)
+{
+    Device d;
+    for (const Stored& s : kExisting)
+        d.add(s);
+    test::insertRow(d.session.database(), schema::Kopfdaten,
+                    {{u"ID_FILE", 1}, {u"LISTE_NR", text("L1")}, {u"KOR_FAKTOR_N", 100}});
+    TallyLogic tally(d.session.database(), d.tables, d.speciesTariffs, d.dialogs);
+    // The tally screen opens its list each time it is shown; "proposed|offered".
+    const auto offeredFor = [&](const char* species) {
+        EXPECT_TRUE(tally.open(1));
+        tally.setField(TallyLogic::Field::Species, text(species));
+        return str(tally.tree().tariff + u'|' + tally.tariffChoices().join(u','));
+    };
+    ASSERT_TRUE(d.logic->openAll());
+    EXPECT_EQ(offeredFor("TA"), "|");
+
+    d.logic->setEditLine(row("WR02", "TA", "FI02"));
+    ASSERT_TRUE(d.logic->save());
+    EXPECT_EQ(offeredFor("TA"), "FI02|FI02");
+    d.logic->setEditLine(row("WR01", "TA", "FI01"));
+    ASSERT_TRUE(d.logic->save());
+    EXPECT_EQ(offeredFor("TA"), "FI01|FI02,FI01");
+
+    ASSERT_TRUE(d.logic->openRegion(QStringLiteral("WR01")));
+    ASSERT_TRUE(d.logic->moveUp());
+    ASSERT_EQ(str(d.logic->editLine()), "WR01/TA/FI01");
+    d.dialogs.answerNext(MessageDialogs::Yes);
+    ASSERT_TRUE(d.logic->deleteCurrent());
+    EXPECT_EQ(offeredFor("TA"), "|FI02");
+    // Changed in place: the old tariff goes, the new one is proposed.
+    ASSERT_TRUE(d.logic->openRegion(QStringLiteral("WR02")));
+    ASSERT_TRUE(d.logic->moveUp());
+    d.logic->setEditLine(row("WR02", "TA", "BU01"));
+    ASSERT_TRUE(d.logic->save());
+    EXPECT_EQ(offeredFor("TA"), "BU01|BU01");
+    d.dialogs.answerNext(MessageDialogs::Yes);
+    ASSERT_TRUE(d.logic->deleteCurrent());
+    EXPECT_EQ(offeredFor("TA"), "|");
 }
 
 } // namespace

@@ -40,10 +40,12 @@ FieldValue assignmentType()
 
 } // namespace
 
-TariffAssignmentLogic::TariffAssignmentLogic(Dataset& rows, const MasterTables& tables,
+TariffAssignmentLogic::TariffAssignmentLogic(Dataset& rows, MasterTables& tables,
+                                             SpeciesTariffs& speciesTariffs,
                                              MessageDialogs& dialogs)
     : m_rows(rows)
     , m_tables(tables)
+    , m_speciesTariffs(speciesTariffs)
     , m_dialogs(dialogs)
 {
 }
@@ -193,6 +195,8 @@ bool TariffAssignmentLogic::write()
             written = written && transaction.commit();
         }
     }
+    if (written)
+        assignmentsChanged(isNew ? TariffRow{} : m_loaded, row);
     if (!written) {
         // The cursor may hold a row the rollback took back; read it again, keeping what was typed.
         m_rows.reset(m_rows.filter());
@@ -238,12 +242,29 @@ bool TariffAssignmentLogic::deleteCurrent()
         Database::Transaction transaction(m_rows.database());
         deleted = transaction.active() && m_rows.deleteCurrent() && transaction.commit();
     }
-    if (!deleted) {
+    if (deleted) {
+        assignmentsChanged(m_loaded, {});
+    } else {
         m_rows.reset(m_rows.filter());
         m_dialogs.notice(QStringLiteral("Satz nicht gelöscht!"));
     }
     goTo(std::min(index, m_rows.count()));
     return deleted;
+}
+
+void TariffAssignmentLogic::assignmentsChanged(const TariffRow& removed, const TariffRow& added)
+{
+    m_tables.reloadTariffChoices(m_rows.database());
+    // A tariff no longer assigned to its species is not proposed for it any more.
+    const int before = m_tables.speciesIndex(removed.species);
+    if (before >= 0 && withoutTrailingBlanks(m_speciesTariffs[size_t(before)]) == removed.tariff
+        && !m_tables.speciesTariffChoices.value(padded(kSpecies, removed.species))
+                .contains(removed.tariff))
+        m_speciesTariffs[size_t(before)].clear();
+    // The tariff just assigned is the one the tally proposes for the species from now on.
+    const int after = m_tables.speciesIndex(added.species);
+    if (after >= 0)
+        m_speciesTariffs[size_t(after)] = added.tariff.left(5);
 }
 
 QStringList TariffAssignmentLogic::regions() const

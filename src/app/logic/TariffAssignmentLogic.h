@@ -29,9 +29,14 @@ public:
     static constexpr int kHistoryLines = 3;
     static constexpr int kMaxRegions = 50;
 
+    using SpeciesTariffs = std::array<QString, MasterTables::kSpecies>;
+
     // `rows` is a dataset over Brov_Einstellungen; the REGION_A, BAUMART and TARIF buffers of its
-    // current record are the edit line. `tables` and `dialogs` must outlive the logic.
-    TariffAssignmentLogic(Dataset& rows, const MasterTables& tables, MessageDialogs& dialogs);
+    // current record are the edit line. Each row written or deleted updates the tally's tariff
+    // choices in `tables` and the tariff it proposes per species (`speciesTariffs`, the
+    // application's). Everything must outlive the logic.
+    TariffAssignmentLogic(Dataset& rows, MasterTables& tables, SpeciesTariffs& speciesTariffs,
+                          MessageDialogs& dialogs);
 
     // All assignments by region, or those of one region; the cursor then stands on a new empty
     // row after the last one.
@@ -77,9 +82,11 @@ private:
     std::int64_t nextId() const;
     void goTo(int index);
     void trimBuffers();
+    void assignmentsChanged(const TariffRow& removed, const TariffRow& added);
 
     Dataset& m_rows;
-    const MasterTables& m_tables;
+    MasterTables& m_tables;
+    SpeciesTariffs& m_speciesTariffs;
     MessageDialogs& m_dialogs;
     bool m_regionOnly = false;
     QString m_region;
