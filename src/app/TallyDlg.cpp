@@ -3,6 +3,7 @@
 #include "app/CNorvMFCApp.h"
 #include "app/KeyTables.h"
 #include "app/TariffAssignmentDlg.h"
+#include "app/TotalsDlg.h"
 #include "app/logic/AppState.h"
 #include "data/FieldDescriptor.h"
 #include "data/Schema.h"
@@ -559,11 +560,18 @@ void TallyDlg::OnCommand(int id)
         return;
     case kEval:
     case kClasses:
-        // The totals screen reads the list afresh each time it opens.
         commitFocused();
-        if (m_logic.checkHasTrees() && app().findScreen(QStringLiteral("totals"))) {
-            switchTo("totals");
-            return;
+        if (m_logic.checkHasTrees()) {
+            // "Eval" prepares the totals sorted by species; "BHD/Stufe" shows the trees as the
+            // tally holds them.
+            if (auto* totals =
+                    qobject_cast<TotalsDlg*>(app().findScreen(QStringLiteral("totals")))) {
+                if (id == kEval)
+                    switchTo("totals");
+                else
+                    totals->openAsTallied();
+                return;
+            }
         }
         settle();
         return;

@@ -80,15 +80,33 @@ void TotalsDlg::OnInitDialog()
     SetKeyboard(new CNorvKeyboard(kKeyArea, keyBar()));
 }
 
+void TotalsDlg::openAsTallied()
+{
+    m_nextOrder = Totals::Order::AsTallied;
+    app().SwitchToDialog(this, 0);
+}
+
 void TotalsDlg::InitDialog()
 {
+    CNorvBaseDlg* from = GetPrevDlg();
+    if (m_opener && from && from != m_opener
+        && from == app().findScreen(QStringLiteral("distribution"))) {
+        // Back from the distribution opened here: the rows in the order they were opened in,
+        // and back from here still where it led before.
+        setPrevDlg(m_opener);
+    } else {
+        m_opener = from;
+        m_order = m_nextOrder;
+    }
+    m_nextOrder = Totals::Order::BySpecies;
     rebuild();
 }
 
 void TotalsDlg::rebuild()
 {
     m_view->clear();
-    const auto totals = Totals::compute(app().session().database(), app().state().currentList);
+    const auto totals =
+        Totals::compute(app().session().database(), app().state().currentList, m_order);
     if (totals) {
         QList<QTreeWidgetItem*> items;
         for (const Totals::Row& row : totals->rows()) {

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "app/CNorvKeybDlg.h"
+#include "evaluation/Totals.h"
 
 class QTreeWidget;
 
@@ -22,6 +23,10 @@ public:
 
     QTreeWidget* totalsView() const { return m_view; }
 
+    // Switches here showing the trees as the tally holds them, in the order tallied, not prepared
+    // sorted again ("BHD/Stufe"). Every other way in sorts the species by code.
+    void openAsTallied();
+
     void InitDialog() override;
     void OnCommand(int id) override;
 
@@ -34,6 +39,10 @@ private:
     void moveSelection(int step);
 
     QTreeWidget* m_view = nullptr;
+    Totals::Order m_order = Totals::Order::BySpecies;
+    Totals::Order m_nextOrder = Totals::Order::BySpecies;
+    // The screen this one was opened from, where back leads even after the distribution.
+    CNorvBaseDlg* m_opener = nullptr;
 };
 
 } // namespace brovant

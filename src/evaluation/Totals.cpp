@@ -38,7 +38,7 @@ std::optional<int> listFactor(Database& db, std::int64_t listId)
 
 } // namespace
 
-std::optional<Totals> Totals::compute(Database& db, std::int64_t listId)
+std::optional<Totals> Totals::compute(Database& db, std::int64_t listId, Order order)
 {
     const auto factor = listFactor(db, listId);
     if (!factor)
@@ -46,10 +46,13 @@ std::optional<Totals> Totals::compute(Database& db, std::int64_t listId)
     Totals totals;
     totals.m_factor = *factor;
 
-    // Only the three columns summed; the ID_FILE index finds the list's rows.
+    // Only the three columns summed; the ID_FILE index finds the list's rows. The tally reads
+    // them in rowid order.
     auto q = db.query(QStringLiteral("SELECT BAUMART, STK, KUBATUR FROM %1 WHERE ID_FILE = ?"
-                                     " ORDER BY BAUMART")
-                          .arg(tableName(schema::Holzdaten)));
+                                     " ORDER BY %2")
+                          .arg(tableName(schema::Holzdaten), order == Order::BySpecies
+                                                                 ? QStringLiteral("BAUMART")
+                                                                 : QStringLiteral("rowid")));
     if (!q.valid())
         return std::nullopt;
     q.bind(1, listId);

@@ -26,11 +26,16 @@ public:
     static constexpr int kColumns = 4; // "HA", "Kub.", "Stk", "d-Kub."
     using Row = std::array<QString, kColumns>;
 
+    // How the trees are read, and so the order of the species rows (first appearance): sorted
+    // by code, as "Eval" prepares them, or as the tally holds them, in the order tallied.
+    enum class Order { BySpecies, AsTallied };
+
     // Sums the trees of list `listId` with the list's KOR_FAKTOR_N. Nothing when the list has no
     // header record or its trees cannot be read.
-    [[nodiscard]] static std::optional<Totals> compute(Database& db, std::int64_t listId);
+    [[nodiscard]] static std::optional<Totals> compute(Database& db, std::int64_t listId,
+                                                       Order order = Order::BySpecies);
 
-    // Species in order of first appearance when the trees are read sorted by code.
+    // Species in order of first appearance as the trees were read.
     const std::vector<SpeciesTotal>& species() const { return m_species; }
     std::int64_t count() const { return m_count; }
     std::int64_t volume() const { return m_volume; }

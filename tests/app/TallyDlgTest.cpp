@@ -1,6 +1,7 @@
 #include "app/TallyDlg.h"
 #include "app/ListSelectionDlg.h"
 #include "app/ProgramFixture.h"
+#include "app/TotalsDlg.h"
 #include "platform/serial/SerialPort.h"
 #include "tally/caliper/CaliperReader.h"
 
@@ -357,6 +358,44 @@ TEST(TallyDlg, KeyBarsAndScreenSwitches)
     EXPECT_EQ(p.active(), p.screen);
     QTest::keyClick(p.field("BHD"), Qt::Key_Escape);
     EXPECT_EQ(p.active()->objectName(), QStringLiteral("listSelection"));
+}
+
+// "Eval" prepares the totals sorted by species; "BHD/Stufe" shows them as the tally holds the
+// trees, species in the order first tallied, also back from the distribution.
+TEST(TallyDlg, ClassesKeyShowsTheTotalsInTallyOrder)
+{
+    TallyProgram p;
+    p.addList("L1", "Abt. 12");
+    p.open("L1");
+    for (const auto& [species, tariff] :
+         {std::pair("KI", "KI01"), {"FI", "FI01"}, {"KI", "KI01"}, {"BU", "BU01"}})
+        p.tally(species, tariff, "1", "30");
+    auto* totals = p.find<TotalsDlg>("totals");
+    ASSERT_NE(totals, nullptr);
+    const auto species = [&] {
+        QStringList codes;
+        for (int i = 0; i < totals->totalsView()->topLevelItemCount(); ++i)
+            codes << totals->totalsView()->topLevelItem(i)->text(0);
+        return codes.join(u',');
+    };
+    const struct {
+        int key;
+        const char* shown;
+    } cases[] = {{Dlg::kClasses, "KI,FI,BU,,"}, {Dlg::kEval, "BU,FI,KI,,"}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.shown);
+        p.press(Dlg::kEtc);
+        p.press(c.key);
+        ASSERT_EQ(p.active(), totals);
+        EXPECT_EQ(species(), QString::fromLatin1(c.shown));
+        p.press(TotalsDlg::kDistribution);
+        ASSERT_EQ(p.active()->objectName(), QStringLiteral("distribution"));
+        p.press(CNorvBaseDlg::IDCANCEL);
+        ASSERT_EQ(p.active(), totals);
+        EXPECT_EQ(species(), QString::fromLatin1(c.shown));
+        p.press(CNorvBaseDlg::IDCANCEL);
+        ASSERT_EQ(p.active(), p.screen);
+    }
 }
 
 TEST(TallyDlg, CaliperMeasurementsLandWhileTheScreenIsShown)

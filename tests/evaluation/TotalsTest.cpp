@@ -183,6 +183,17 @@ TEST_F(TotalsTest, SumsPerSpeciesAndGrandTotal)
     EXPECT_EQ(totals->volume(), 85 + 139);
 }
 
+// As the tally holds them ("BHD/Stufe"): species in the order they were first tallied.
+TEST_F(TotalsTest, AsTalliedKeepsTheOrderOfFirstTally)
+{
+    addList(1, 100);
+    addTrees(1, {{"TA", 1, 120}, {"FI", 2, 80}, {"BU", 1, 200}, {"FI", 1, 45}});
+    const auto totals = Totals::compute(db, 1, Totals::Order::AsTallied);
+    ASSERT_TRUE(totals.has_value());
+    EXPECT_EQ(shown(*totals), (QStringList{"TA|   1.20|   1| 1.20", "FI|   1.25|   3| 0.42",
+                                           "BU|   2.00|   1| 2.00", "|||", "|   4.45|   5| 0.89"}));
+}
+
 TEST_F(TotalsTest, ListWithoutHeaderHasNoTotals)
 {
     addTrees(3, {{"FI", 1, 45}});
