@@ -209,6 +209,7 @@ bool TallyLogic::store()
     m_rows.setText(u"BAUMART", m_tree.species);
     m_rows.setText(u"NA", m_tree.quality);
     m_rows.setText(u"KA", m_tree.caliperClass);
+    m_rows.setText(u"PARZ", m_tree.parcel);
     m_rows.setInt(u"STK", m_tree.count);
     m_rows.setInt(u"BHD", m_tree.diameter);
     m_rows.setText(u"DMSTUFE", m_tree.diameterClass);
@@ -276,7 +277,9 @@ void TallyLogic::startNew()
     next.diameterClass = QStringLiteral("  ");
     next.volume = 0;
     m_tree = next;
-    refreshChoices(true);
+    // A copy keeps the tariff of the tree it copies (a list from the office holds tariffs this
+    // device never used); only a first tree takes its species' default.
+    refreshChoices(stored == 0);
     m_changed = false;
     m_focus = Field::Diameter;
 }
@@ -298,6 +301,7 @@ TallyLogic::Tree TallyLogic::readCurrent() const
     t.species = m_rows.loadText(u"BAUMART");
     t.quality = m_rows.loadText(u"NA");
     t.caliperClass = m_rows.loadText(u"KA");
+    t.parcel = m_rows.loadText(u"PARZ");
     t.count = m_rows.loadInt(u"STK");
     t.diameter = m_rows.loadInt(u"BHD");
     t.diameterClass = m_rows.loadText(u"DMSTUFE");
@@ -323,6 +327,14 @@ QString TallyLogic::storedLine(int position)
     return line;
 }
 
+void TallyLogic::showRecordsBefore(int position)
+{
+    // Read back rather than shifted: a new record saved on the way up has just become one of the
+    // records before, and shifting would show the wrong one.
+    m_preview1 = storedLine(position - 1);
+    m_preview2 = storedLine(position - 2).left(kPreviewLength);
+}
+
 bool TallyLogic::reopen()
 {
     const bool ok = m_rows.reset(Filter::byList(m_listId));
@@ -332,11 +344,8 @@ bool TallyLogic::reopen()
 
 void TallyLogic::end()
 {
-    m_preview1.clear();
-    m_preview2.clear();
     const int stored = m_rows.count();
-    m_preview1 = storedLine(stored - 1);
-    m_preview2 = storedLine(stored - 2);
+    showRecordsBefore(stored);
     m_rows.moveTo(stored);
     startNew();
 }
@@ -399,9 +408,8 @@ bool TallyLogic::down()
     }
     if (!askToSave())
         return false;
-    m_preview2 = m_preview1.left(kPreviewLength);
-    m_preview1 = lineOf(readCurrent());
     m_rows.moveNext();
+    showRecordsBefore(m_rows.position());
     if (m_rows.eof())
         startNew();
     else
@@ -418,15 +426,8 @@ bool TallyLogic::up()
     }
     if (!askToSave())
         return false;
-    m_preview1 = m_preview2;
     m_rows.movePrevious();
-    const int at = m_rows.position();
-    if (at < 1)
-        m_preview1.clear();
-    else if (at < 2)
-        m_preview2.clear();
-    else
-        m_preview2 = storedLine(at - 2);
+    showRecordsBefore(m_rows.position());
     load();
     return true;
 }

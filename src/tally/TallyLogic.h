@@ -37,6 +37,7 @@ public:
         QString species;
         QString quality;      // NA
         QString caliperClass; // KA
+        QString parcel;       // PARZ: not edited here, carried from tree to tree
         std::int64_t count = 1;
         std::int64_t diameter = 0;
         QString diameterClass = QStringLiteral("  ");
@@ -116,6 +117,8 @@ private:
     bool askToSave();
     QString lineOf(const Tree& tree) const;
     QString storedLine(int position);
+    // Both preview lines from the stored records before `position`.
+    void showRecordsBefore(int position);
     Tree readCurrent() const;
     bool reopen();
 

@@ -2,6 +2,9 @@
 
 #include "TallyFixture.h"
 
+#include <map>
+#include <vector>
+
 namespace brovant::test {
 namespace {
 
@@ -189,6 +192,118 @@ TEST_F(TallyLogicTest, BrowsingKeepsPreviewLines)
     EXPECT_EQ(logic->preview1(), QString());
 }
 
+// Prev1 always shows the record just before the current one, Prev2 the one before that. Trees
+// 1 and 2 are stored and the cursor stands on the new tree 3. Keys: U up, D down; "+" types a
+// diameter into the record shown and answers the next "Abspeichern?" with Ja, "-" with Nein.
+TEST_F(TallyLogicTest, PreviewLinesShowTheTwoRecordsBeforeTheCurrent)
+{
+    // Lines by the diameter their record shows.
+    const std::map<int, QString> line = {{0, QString()},
+                                         {8, QStringLiteral(" 1       8         0.45")},
+                                         {18, QStringLiteral(" 1      18         0.50")},
+                                         {28, QStringLiteral(" 1      28         0.55")}};
+    struct Case {
+        const char* keys;
+        std::int64_t id; // of the record shown afterwards
+        int prev1;
+        int prev2;
+    };
+    const Case cases[] = {
+        {"+U", 3, 18, 8}, {"+UU", 2, 8, 0},  {"+UD", 4, 28, 18},   {"-U", 2, 8, 0},
+        {"UU", 1, 0, 0},  {"UUD", 2, 8, 0},  {"UUDD", 3, 18, 8},   {"UU+D", 2, 28, 0},
+        {"U+U", 1, 0, 0}, {"U+UD", 2, 8, 0}, {"+UUDD", 4, 28, 18},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.keys);
+        ASSERT_TRUE(logic->open(addList(QString::fromLatin1(c.keys))));
+        for (int d : {5, 15})
+            ASSERT_TRUE(tally("FI", d, 1, "FI1"));
+        for (const char* key = c.keys; *key; ++key) {
+            switch (*key) {
+            case '+':
+            case '-':
+                logic->setField(Field::Diameter, QStringLiteral("25"));
+                dialogs.answerNext(*key == '+' ? MessageDialogs::Yes : MessageDialogs::No);
+                break;
+            case 'U':
+                ASSERT_TRUE(logic->up());
+                break;
+            case 'D':
+                ASSERT_TRUE(logic->down());
+                break;
+            }
+        }
+        EXPECT_EQ(logic->tree().id, c.id);
+        EXPECT_EQ(logic->preview1(), line.at(c.prev1));
+        EXPECT_EQ(logic->preview2(), line.at(c.prev2));
+    }
+}
+
+// A list from the office carries parcels and tariffs; a tree added on the device starts as a
+// copy of the one before it, and a corrected tree keeps its own parcel.
+TEST_F(TallyLogicTest, NewTreeCopiesParcelAndTariffOfTheOneBefore)
+{
+    Dataset trees(db(), schema::Holzdaten);
+    for (const auto& [id, parcel] : {std::pair(1, "7"), std::pair(2, "12a  ")}) {
+        trees.clearFields();
+        trees.setInt(u"ID", id);
+        trees.setInt(u"ID_FILE", list);
+        trees.setInt(u"ID_TYPE", 2);
+        trees.setText(u"PARZ", QString::fromLatin1(parcel));
+        trees.setText(u"BAUMART", QStringLiteral("FI"));
+        trees.setText(u"TARIF", QStringLiteral("FI1"));
+        trees.setInt(u"STK", 1);
+        trees.setInt(u"BHD", 18);
+        trees.setText(u"DMSTUFE", QStringLiteral("20"));
+        trees.setInt(u"KUBATUR", 50);
+        ASSERT_TRUE(trees.insert());
+    }
+    ASSERT_TRUE(logic->open(list));
+    // The new tree is a copy of the last, its tariff too, though this device never used it.
+    EXPECT_EQ(logic->tree().tariff, QStringLiteral("FI1"));
+    ASSERT_TRUE(tally("FI", 25));
+    ASSERT_TRUE(logic->first());
+    logic->setField(Field::Count, QStringLiteral("2"));
+    ASSERT_TRUE(logic->save());
+    auto q = db().query(QStringLiteral("SELECT rtrim(PARZ) FROM Brov_Holzdaten ORDER BY ID"));
+    QStringList parcels;
+    while (q.next())
+        parcels << q.text(0);
+    EXPECT_EQ(parcels,
+              (QStringList{QStringLiteral("7"), QStringLiteral("12a"), QStringLiteral("12a")}));
+}
+
+// Tariff from species runs only when the species changes: the same species picked again keeps
+// a tariff the user typed; another species brings its own, and its way back the species' one.
+TEST_F(TallyLogicTest, SpeciesPickedAgainKeepsATypedTariff)
+{
+    speciesTariffs[0] = QStringLiteral("FI1");
+    struct Case {
+        std::vector<const char*> entries; // "=X" types tariff X, "#n" main species key n, else a
+                                          // species typed
+        const char* tariff;
+    };
+    const Case cases[] = {
+        {{"FI", "=FI2", "FI"}, "FI2"}, {{"FI", "=FI2", "FI "}, "FI2"},
+        {{"FI", "=FI2", "#0"}, "FI2"}, {{"#0", "=FI2", "#0", "#0"}, "FI2"},
+        {{"FI", "=FI2", "BU"}, ""},    {{"FI", "=FI2", "BU", "FI"}, "FI1"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(testing::PrintToString(c.entries));
+        ASSERT_TRUE(logic->open(list));
+        for (const char* entry : c.entries) {
+            const QString text = QString::fromLatin1(entry);
+            if (text.startsWith(u'='))
+                logic->setField(Field::Tariff, text.mid(1));
+            else if (text.startsWith(u'#'))
+                logic->setMainSpecies(text.mid(1).toInt());
+            else
+                logic->setField(Field::Species, text);
+        }
+        EXPECT_EQ(logic->tree().tariff, QString::fromLatin1(c.tariff));
+    }
+}
+
 TEST_F(TallyLogicTest, CorrectingAnOlderRecord)
 {
     for (int d : {5, 15, 25})
@@ -337,6 +452,36 @@ TEST_F(TallyLogicTest, EvalNeedsTrees)
     EXPECT_EQ(dialogs.asked(), QStringList{QStringLiteral("Keine Daten vorhanden!||")});
     ASSERT_TRUE(tally("FI", 15, 1, "FI1"));
     EXPECT_TRUE(logic->checkHasTrees());
+}
+
+// Master data without a single diameter class row: a diameter finds no class, nothing can be
+// confirmed and nothing is written.
+class TallyWithoutClassesTest : public TallyFixture {};
+
+TEST_F(TallyWithoutClassesTest, RefusesEveryTreeWithItsMessage)
+{
+    addVolume(QStringLiteral("FI1"), QStringLiteral("20"), 50);
+    addAssignment(QStringLiteral("FI"), QStringLiteral("FI1"));
+    setSpecies(1, QStringLiteral("FI"));
+    setMainSpecies(1, QStringLiteral("FI"));
+    loadTables();
+    const std::int64_t list = addList(QStringLiteral("L1"));
+    TallyLogic logic(db(), tables, speciesTariffs, dialogs);
+    ASSERT_TRUE(logic.open(list));
+    logic.setField(Field::Species, QStringLiteral("FI"));
+    logic.setField(Field::Tariff, QStringLiteral("FI1"));
+    logic.setField(Field::Diameter, QStringLiteral("25"));
+    EXPECT_EQ(logic.tree().diameter, 0);
+    EXPECT_EQ(logic.tree().diameterClass.trimmed(), QString());
+    EXPECT_FALSE(logic.save());
+    // A class typed by hand does not help either: the diameter is gone.
+    logic.setField(Field::DiameterClass, QStringLiteral("20"));
+    EXPECT_FALSE(logic.save());
+    EXPECT_FALSE(logic.takeMeasurement(0, 25));
+    EXPECT_EQ(dialogs.asked(), QStringList(3, QStringLiteral("Eingabe fehlt !!!||")));
+    EXPECT_EQ(logic.focus(), Field::Diameter);
+    EXPECT_TRUE(logic.isNew());
+    EXPECT_TRUE(stored(list).isEmpty());
 }
 
 } // namespace
