@@ -39,7 +39,7 @@ struct BarKey {
     int command;
 };
 
-// "CSV" on the transfer bar: the selected list as a spreadsheet file in "\Export".
+// "CSV" on the transfer bar: the selected list as a spreadsheet file beside the printed reports.
 constexpr int kCsvExport = 1131;
 
 // Three keys a row; a single row takes the whole height.
@@ -339,10 +339,12 @@ void ListSelectionDlg::OnCommand(int id)
             app().messages().beep();
         } else {
             DeviceSession& session = app().session();
-            ListCsvExport csv(session.root(), session.database(), app().messages());
+            ListCsvExport csv(session.root(), session.database(), session.store(),
+                              app().messages());
             if (const std::optional<QString> path = csv.write(rows[row].idFile))
                 app().messages().notice(QStringLiteral("CSV-Datei erstellt:"),
-                                        path->section(u'\\', -1), {}, QStringLiteral("OK"), false);
+                                        path->section(u'\\', -1), path->section(u'\\', 0, -2),
+                                        QStringLiteral("OK"), false);
         }
         backToList();
         return;

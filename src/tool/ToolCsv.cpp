@@ -30,7 +30,7 @@ int exportCsv(DeviceSession& session, const QString& name, QTextStream& out, QTe
     }
     ConsoleDialogs dialogs(err, false);
     const std::optional<QString> path =
-        ListCsvExport(session.root(), session.database(), dialogs).write(*listId);
+        ListCsvExport(session.root(), session.database(), session.store(), dialogs).write(*listId);
     if (!path)
         return 1;
     out << *path << '\n';
@@ -41,9 +41,10 @@ int exportCsv(DeviceSession& session, const QString& name, QTextStream& out, QTe
 
 QString csvCommandHelp()
 {
-    return QStringLiteral("\n  export-csv LISTE_NR  write the list as \\Export\\<LISTE_NR>.csv "
-                          "(UTF-8, semicolons) for"
-                          "\n                       a spreadsheet; prints its device path");
+    return QStringLiteral("\n  export-csv LISTE_NR  write the list as <LISTE_NR>.csv (UTF-8, "
+                          "semicolons) for a spreadsheet"
+                          "\n                       into the printer folder (\\My Documents); "
+                          "prints its device path");
 }
 
 int runCsvCommand(DeviceSession& session, const QCommandLineParser& parser, QTextStream& out,

@@ -1,6 +1,6 @@
-// Admin tool: "export-csv LISTE_NR" writes one list as "\Export\<LISTE_NR>.csv", the spreadsheet
-// file of the list screen's "CSV" key, and prints its device path. The file's layout is
-// ListCsvExport's; the list file, the marking and the export count are left alone.
+// Admin tool: "export-csv LISTE_NR" writes one list as "<LISTE_NR>.csv" into the printer folder,
+// the spreadsheet file of the list screen's "CSV" key, and prints its device path. The file's
+// layout is ListCsvExport's; the list file, the marking and the export count are left alone.
 #pragma once
 
 #include <QString>

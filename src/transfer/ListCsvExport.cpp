@@ -3,11 +3,13 @@
 #include "data/Database.h"
 #include "data/FieldDescriptor.h"
 #include "data/Schema.h"
+#include "masterdata/SettingsStore.h"
 #include "platform/DeviceRoot.h"
 #include "platform/MediumFile.h"
 #include "platform/MessageDialogs.h"
 #include "tally/Lookup.h"
 #include "transfer/ListFileExport.h"
+#include "transfer/ListFileImport.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -74,6 +76,11 @@ std::optional<std::int64_t> numberOf(const FieldValue& value)
     if (const auto* s = std::get_if<QString>(&value))
         return s->trimmed().toLongLong();
     return std::nullopt;
+}
+
+QString textCell(const FieldValue& value)
+{
+    return ListCsvExport::guarded(textOf(value));
 }
 
 // An empty field stays an empty cell rather than a 0 nobody entered.
@@ -150,11 +157,24 @@ private:
 
 } // namespace
 
-ListCsvExport::ListCsvExport(const DeviceRoot& root, Database& db, MessageDialogs& dialogs)
+ListCsvExport::ListCsvExport(const DeviceRoot& root, Database& db, const SettingsStore& store,
+                             MessageDialogs& dialogs)
     : m_root(root)
     , m_db(db)
+    , m_store(store)
     , m_dialogs(dialogs)
 {
+}
+
+QString ListCsvExport::folder() const
+{
+    const QString printer = m_store.readText(Setting::PrinterPath).trimmed();
+    const QString host = m_root.hostPath(printer);
+    const bool emptied = host == m_root.hostPath(QString::fromUtf16(ListFileExport::kFolder))
+                         || host == m_root.hostPath(QString::fromUtf16(ListFileImport::kFolder));
+    if (printer.isEmpty() || emptied)
+        return SettingsStore::defaultText(Setting::PrinterPath);
+    return printer;
 }
 
 QString ListCsvExport::quoted(const QString& field)
@@ -165,6 +185,14 @@ QString ListCsvExport::quoted(const QString& field)
     QString out = field;
     out.replace(u'"', QStringLiteral("\"\""));
     return u'"' + out + u'"';
+}
+
+QString ListCsvExport::guarded(const QString& text)
+{
+    static constexpr QStringView kFormulaStarts = u"=+-@\t\r";
+    if (text.isEmpty() || !kFormulaStarts.contains(text.front()))
+        return text;
+    return u'\'' + text;
 }
 
 QString ListCsvExport::hundredths(std::int64_t value)
@@ -185,7 +213,7 @@ QString ListCsvExport::filePath(std::int64_t listId) const
     const QString name = fileNameOf(*header);
     if (header->number.isEmpty() || !DeviceRoot::isSafeFileName(name))
         return {};
-    return DeviceRoot::join(QString::fromUtf16(ListFileExport::kFolder), name);
+    return DeviceRoot::join(folder(), name);
 }
 
 std::optional<QString> ListCsvExport::write(std::int64_t listId)
@@ -198,7 +226,7 @@ std::optional<QString> ListCsvExport::write(std::int64_t listId)
         m_dialogs.notice(cannotCreate());
         return std::nullopt;
     }
-    m_root.makeFolder(QString::fromUtf16(ListFileExport::kFolder));
+    m_root.makeFolder(folder());
     const QString path = m_root.hostPath(devicePath);
     // A link left under the name would carry the file elsewhere; the file replaces it instead.
     if (QFileInfo(path).isSymLink())
@@ -218,8 +246,9 @@ std::optional<QString> ListCsvExport::write(std::int64_t listId)
     // Each record's corrected volume truncated before anything sums it, as the totals screen does;
     // a list without a factor corrects to 0 there too.
     const std::int64_t factor = numberOf(header->factor).value_or(0);
-    const QStringList listColumns = {header->addition, header->date, header->region,
-                                     hundredthsCell(header->factor)};
+    const QStringList listColumns = {guarded(header->addition), guarded(header->date),
+                                     guarded(header->region), hundredthsCell(header->factor)};
+    const QString number = guarded(header->number);
     auto q = m_db.query(QStringLiteral("SELECT ID, BAUMART, TARIF, NA, KA, STK, BHD, DMSTUFE, "
                                        "KUBATUR FROM %1 WHERE ID_FILE = ? ORDER BY rowid")
                             .arg(tableName(schema::Holzdaten)));
@@ -232,12 +261,12 @@ std::optional<QString> ListCsvExport::write(std::int64_t listId)
     while (q.next()) {
         const FieldValue volume = q.value(8);
         const auto stored = numberOf(volume);
-        out.add(QStringList{
-                    header->number, integerCell(q.value(0)), textOf(q.value(1)), textOf(q.value(2)),
-                    textOf(q.value(3)), textOf(q.value(4)), integerCell(q.value(5)),
-                    integerCell(q.value(6)), textOf(q.value(7)), hundredthsCell(volume),
-                    stored ? hundredths(lookup::correctedVolume(*stored, factor)) : QString()}
-                + listColumns);
+        out.add(
+            QStringList{number, integerCell(q.value(0)), textCell(q.value(1)), textCell(q.value(2)),
+                        textCell(q.value(3)), textCell(q.value(4)), integerCell(q.value(5)),
+                        integerCell(q.value(6)), textCell(q.value(7)), hundredthsCell(volume),
+                        stored ? hundredths(lookup::correctedVolume(*stored, factor)) : QString()}
+            + listColumns);
     }
     out.flush();
     if (!commitToMedium(file)) {

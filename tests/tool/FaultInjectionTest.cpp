@@ -29,9 +29,9 @@ namespace brovant::test {
 namespace {
 
 enum class Op { ManualBackup, AutomaticBackup, ExportLists, ExportCsv, Send, Restore };
-// Where the medium fails: the storage card, the export folder, or the copy a restore stages
-// beside the database.
-enum class Place { Card, Export, Staging };
+// Where the medium fails: the storage card, the export folder, the printer folder, or the copy a
+// restore stages beside the database.
+enum class Place { Card, Export, Documents, Staging };
 
 const char* opName(Op op)
 {
@@ -59,6 +59,8 @@ const char* placeName(Place place)
         return "card";
     case Place::Export:
         return "export";
+    case Place::Documents:
+        return "documents";
     case Place::Staging:
         return "staging";
     }
@@ -119,11 +121,11 @@ const Case kCases[] = {
     {Op::ExportLists, "eio-fsync", 0, Place::Export, kCannotCreate, {}},
     {Op::ExportLists, "eio-rename", 0, Place::Export, kCannotCreate, {}},
     // The spreadsheet file goes in pieces of 64 KiB; the card fills within the first or second.
-    {Op::ExportCsv, "enospc", 4096, Place::Export, kCannotCreate, {}},
-    {Op::ExportCsv, "enospc", 70000, Place::Export, kCannotCreate, {}},
-    {Op::ExportCsv, "eio", 0, Place::Export, kCannotCreate, {}},
-    {Op::ExportCsv, "eio-fsync", 0, Place::Export, kCannotCreate, {}},
-    {Op::ExportCsv, "eio-rename", 0, Place::Export, kCannotCreate, {}},
+    {Op::ExportCsv, "enospc", 4096, Place::Documents, kCannotCreate, {}},
+    {Op::ExportCsv, "enospc", 70000, Place::Documents, kCannotCreate, {}},
+    {Op::ExportCsv, "eio", 0, Place::Documents, kCannotCreate, {}},
+    {Op::ExportCsv, "eio-fsync", 0, Place::Documents, kCannotCreate, {}},
+    {Op::ExportCsv, "eio-rename", 0, Place::Documents, kCannotCreate, {}},
     {Op::Send, "enospc", 4096, Place::Export, kCannotCreate, {}},
     {Op::Send, "eio", 0, Place::Export, kCannotCreate, {}},
     {Op::Send, "eio-fsync", 0, Place::Export, kCannotCreate, {}},
@@ -146,6 +148,7 @@ const Case kCases[] = {
 const QString kDatabase = QStringLiteral("Brovant/Brovant.cdb");
 const QString kCard = QStringLiteral("Storage Card/Brovant_Save");
 const QString kListFile = QStringLiteral("HIEB01  .DAT");
+const QString kCsvFile = QStringLiteral("My Documents/HIEB01.csv");
 const QByteArray kOldCsv = "an earlier export of HIEB01\r\n";
 // Trees in the backup 0001_Manu.cdb; the database holds one more.
 constexpr int kBackupTrees = 1500;
@@ -257,6 +260,7 @@ protected:
         step({"mark", "HIEB01"});
         QDir().mkpath(root + QStringLiteral("/Storage Card"));
         QDir().mkpath(root + QStringLiteral("/Export"));
+        QDir().mkpath(root + QStringLiteral("/My Documents"));
         DeviceSession(root).store().writeInt(Setting::BackupKarte, 0, 1);
         step({"backup"});
         step({"tally", "HIEB01", "--bhd", "40", "--species", "FI", "--tarif", "FI01"});
@@ -266,10 +270,10 @@ protected:
             s_setupError = "device not copied";
         const auto exported = [&](const QStringList& args, const QString& file) {
             step(args, scratch.path());
-            return scratch.readFile(QStringLiteral("Export/") + file);
+            return scratch.readFile(file);
         };
-        s_listFile = exported({"export-lists"}, kListFile);
-        s_csvFile = exported({"export-csv", "HIEB01"}, QStringLiteral("HIEB01.csv"));
+        s_listFile = exported({"export-lists"}, QStringLiteral("Export/") + kListFile);
+        s_csvFile = exported({"export-csv", "HIEB01"}, kCsvFile);
     }
     static void TearDownTestSuite() { s_device.reset(); }
 
@@ -301,6 +305,8 @@ protected:
             return canonical(host(QStringLiteral("Storage Card")));
         case Place::Export:
             return canonical(host(QStringLiteral("Export")));
+        case Place::Documents:
+            return canonical(host(QStringLiteral("My Documents")));
         case Place::Staging: {
             // Qt writes the staged copy as an unnamed file in the folder ("#<inode>") where the
             // system has them, else under a temporary name beside the target.
@@ -373,7 +379,7 @@ TEST_P(FaultInjection, EndsWithItsMessageLosesNothingAndRetries)
                      + " at " + placeName(c.place));
         ASSERT_NO_FATAL_FAILURE(freshDevice());
         if (op == Op::ExportCsv)
-            m_root->writeFile(QStringLiteral("Export/HIEB01.csv"), kOldCsv);
+            m_root->writeFile(kCsvFile, kOldCsv);
         QFile::remove(m_log.filePath(QStringLiteral("faults")));
         const QString database = host(kDatabase);
         const QStringList content = contentOf(database);
@@ -418,7 +424,7 @@ TEST_P(FaultInjection, EndsWithItsMessageLosesNothingAndRetries)
         expectedFiles.sort();
         EXPECT_EQ(filesIn(m_root->path()).keys(), expectedFiles);
         if (op == Op::ExportCsv) {
-            EXPECT_EQ(m_root->readFile(QStringLiteral("Export/HIEB01.csv")), kOldCsv);
+            EXPECT_EQ(m_root->readFile(kCsvFile), kOldCsv);
         }
         EXPECT_TRUE(filesIn(office.path()).isEmpty());
 
@@ -453,7 +459,7 @@ TEST_P(FaultInjection, EndsWithItsMessageLosesNothingAndRetries)
             EXPECT_EQ(contentOf(database), content);
             break;
         case Op::ExportCsv:
-            EXPECT_EQ(m_root->readFile(QStringLiteral("Export/HIEB01.csv")), s_csvFile);
+            EXPECT_EQ(m_root->readFile(kCsvFile), s_csvFile);
             EXPECT_EQ(contentOf(database), content);
             break;
         case Op::Send:

@@ -44,7 +44,7 @@ TEST_F(ToolCsv, WritesTheListAndPrintsItsPath)
     const QStringList before = headerRows();
     const ToolRun r = run({"export-csv", "HIEB01  "});
     EXPECT_EQ(r.status, 0) << r.err.toStdString();
-    EXPECT_EQ(r.out, QStringLiteral("\\Export\\HIEB01.csv\n"));
+    EXPECT_EQ(r.out, QStringLiteral("\\My Documents\\HIEB01.csv\n"));
     EXPECT_EQ(r.err, QString());
     // 0.59, 1.98 and 1.75 at 90 %, each truncated: 0.53, 1.78, 1.57.
     const QByteArray expected =
@@ -54,10 +54,14 @@ TEST_F(ToolCsv, WritesTheListAndPrintsItsPath)
         "HIEB01;1;FI;FI01;;;1;26;26;0,59;0,53;;04.05.2026;WR01;0,90\r\n"
         "HIEB01;2;FI;FI01;;;2;32;32;1,98;1,78;;04.05.2026;WR01;0,90\r\n"
         "HIEB01;3;BU;BU01;;;1;40;40;1,75;1,57;;04.05.2026;WR01;0,90\r\n";
-    EXPECT_EQ(root.readFile(QStringLiteral("Export/HIEB01.csv")), expected);
+    EXPECT_EQ(root.readFile(QStringLiteral("My Documents/HIEB01.csv")), expected);
     EXPECT_EQ(headerRows(), before);
-    EXPECT_EQ(QDir(root.host(QStringLiteral("Export"))).entryList(QDir::Files),
+    EXPECT_EQ(QDir(root.host(QStringLiteral("My Documents"))).entryList(QDir::Files),
               QStringList{"HIEB01.csv"});
+    // The export of the next send empties "\Export"; the spreadsheet file is not there.
+    ASSERT_EQ(run({"mark", "HIEB01"}).status, 0);
+    ASSERT_EQ(run({"export-lists"}).status, 0);
+    EXPECT_EQ(root.readFile(QStringLiteral("My Documents/HIEB01.csv")), expected);
 
     // The corrected column adds up to what the totals screen shows.
     const ToolRun totals = run({"totals", "HIEB01"});
@@ -75,8 +79,8 @@ TEST_F(ToolCsv, UmlautsRefusalsAndBadCalls)
 {
     const ToolRun umlauts = run({"export-csv", "FLÄCHE"});
     EXPECT_EQ(umlauts.status, 0) << umlauts.err.toStdString();
-    EXPECT_EQ(umlauts.out, QStringLiteral("\\Export\\FLÄCHE.csv\n"));
-    EXPECT_TRUE(root.readFile(QStringLiteral("Export/FLÄCHE.csv"))
+    EXPECT_EQ(umlauts.out, QStringLiteral("\\My Documents\\FLÄCHE.csv\n"));
+    EXPECT_TRUE(root.readFile(QStringLiteral("My Documents/FLÄCHE.csv"))
                     .endsWith(QStringLiteral("FLÄCHE;1;FI;FI01;;;1;26;26;0,59;0,53;;04.05.2026;"
                                              "WR01;0,90\r\n")
                                   .toUtf8()));
@@ -101,7 +105,7 @@ TEST_F(ToolCsv, UmlautsRefusalsAndBadCalls)
         else
             EXPECT_FALSE(r.err.isEmpty()) << call;
     }
-    EXPECT_EQ(QDir(root.host(QStringLiteral("Export"))).entryList(QDir::Files),
+    EXPECT_EQ(QDir(root.host(QStringLiteral("My Documents"))).entryList(QDir::Files),
               QStringList{QStringLiteral("FLÄCHE.csv")});
 }
 

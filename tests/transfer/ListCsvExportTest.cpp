@@ -2,7 +2,7 @@
 // from the rows below: byte order mark, umlauts in the list number, codes and texts, an addition
 // with a semicolon and quotes, factor 0.90 truncated per record (0.59 -> 0.53, 0.01 -> 0.00), codes
 // and the list number stored blank-padded, empty fields as empty cells, trees in table order, the
-// trees of another list left out.
+// trees of another list left out. The file goes to the printer folder, "\My Documents" unless set.
 #include "transfer/ListFileFixture.h"
 
 #include "masterdata/SettingsStore.h"
@@ -19,7 +19,10 @@ namespace {
 
 class ListCsvExportTest : public ListFileFixture {
 protected:
-    ListCsvExport exporter() { return ListCsvExport(session->root(), db(), dialogs); }
+    ListCsvExport exporter()
+    {
+        return ListCsvExport(session->root(), db(), session->store(), dialogs);
+    }
 
     void list(std::int64_t id, const char* number, Values more = {})
     {
@@ -79,10 +82,11 @@ protected:
 TEST_F(ListCsvExportTest, WritesTheGoldenFile)
 {
     buildGoldenList();
-    EXPECT_EQ(exporter().filePath(3), QStringLiteral("\\Export\\HÖHE 7.csv"));
-    EXPECT_EQ(exporter().write(3), std::optional<QString>(QStringLiteral("\\Export\\HÖHE 7.csv")));
-    EXPECT_EQ(filesIn("Export"), QStringList{QStringLiteral("HÖHE 7.csv")});
-    EXPECT_EQ(root.readFile(QStringLiteral("Export/HÖHE 7.csv")), golden("list_umlauts.csv"));
+    EXPECT_EQ(exporter().filePath(3), QStringLiteral("\\My Documents\\HÖHE 7.csv"));
+    EXPECT_EQ(exporter().write(3),
+              std::optional<QString>(QStringLiteral("\\My Documents\\HÖHE 7.csv")));
+    EXPECT_EQ(filesIn("My Documents"), QStringList{QStringLiteral("HÖHE 7.csv")});
+    EXPECT_EQ(root.readFile(QStringLiteral("My Documents/HÖHE 7.csv")), golden("list_umlauts.csv"));
     EXPECT_TRUE(dialogs.asked().isEmpty());
 }
 
@@ -102,12 +106,13 @@ TEST_F(ListCsvExportTest, LeavesTheListFileAndTheMarkingAlone)
     ASSERT_TRUE(db().query(QStringLiteral("UPDATE Brov_Holzdaten SET STK = 3 WHERE ID = 8")).run());
     ASSERT_TRUE(exporter().write(3));
 
-    EXPECT_EQ(filesIn("Export"), (QStringList{datName, QStringLiteral("HÖHE 7.csv")}));
+    EXPECT_EQ(filesIn("Export"), QStringList{datName});
+    EXPECT_EQ(filesIn("My Documents"), QStringList{QStringLiteral("HÖHE 7.csv")});
     EXPECT_EQ(root.readFile(QStringLiteral("Export/") + datName), dat);
     EXPECT_EQ(rows(QStringLiteral(
                   "SELECT ID_FILE, DUE_MARK, EXPORTED_N_NI FROM Brov_Kopfdaten ORDER BY rowid")),
               before);
-    const QByteArray csv = root.readFile(QStringLiteral("Export/HÖHE 7.csv"));
+    const QByteArray csv = root.readFile(QStringLiteral("My Documents/HÖHE 7.csv"));
     EXPECT_TRUE(csv.endsWith(QStringLiteral("HÖHE 7;8;EI;EI01;;;3;;;;;").toUtf8()
                              + "\"Abt. 12; Fläche \"\"Süd\"\"\";04.05.2026;Süd;0,90\r\n"))
         << csv.right(120).toStdString();
@@ -126,7 +131,7 @@ TEST_F(ListCsvExportTest, ListNumbersThatMakeNoFileNameAreRefused)
         EXPECT_EQ(exporter().write(id), std::nullopt);
         EXPECT_EQ(dialogs.asked(), QStringList{"Datei kann nicht erzeugt werden!||"});
     }
-    EXPECT_EQ(filesIn("Export"), QStringList());
+    EXPECT_EQ(filesIn("My Documents"), QStringList());
     EXPECT_EQ(root.readFile(QStringLiteral("x.csv")), QByteArray());
 
     // No such list: nothing, and nothing to tell.
@@ -139,27 +144,67 @@ TEST_F(ListCsvExportTest, AFileThatCannotBeWrittenLeavesNothingBehind)
 {
     list(1, "L1", {{"KOR_FAKTOR_N", num(100)}});
     tree(1, 1, num(1), {{"KUBATUR", num(10)}});
-    // "\Export" is a file, so nothing can be made in it.
-    ASSERT_TRUE(QDir(root.host(QStringLiteral("Export"))).removeRecursively());
-    root.writeFile(QStringLiteral("Export"), "in the way");
+    // "\My Documents" is a file, so nothing can be made in it.
+    root.writeFile(QStringLiteral("My Documents"), "in the way");
     EXPECT_EQ(exporter().write(1), std::nullopt);
     EXPECT_EQ(dialogs.asked(), QStringList{"Datei kann nicht erzeugt werden!||"});
-    EXPECT_EQ(root.readFile(QStringLiteral("Export")), QByteArray("in the way"));
+    EXPECT_EQ(root.readFile(QStringLiteral("My Documents")), QByteArray("in the way"));
 }
 
 TEST_F(ListCsvExportTest, ALinkUnderTheNameIsReplacedNotFollowed)
 {
     list(1, "L1", {{"KOR_FAKTOR_N", num(100)}});
     root.writeFile(QStringLiteral("outside.txt"), "keep me");
-    ASSERT_TRUE(QDir().mkpath(root.host(QStringLiteral("Export"))));
+    ASSERT_TRUE(QDir().mkpath(root.host(QStringLiteral("My Documents"))));
     ASSERT_TRUE(QFile::link(root.host(QStringLiteral("outside.txt")),
-                            root.host(QStringLiteral("Export/L1.csv"))));
+                            root.host(QStringLiteral("My Documents/L1.csv"))));
     ASSERT_TRUE(exporter().write(1));
     EXPECT_EQ(root.readFile(QStringLiteral("outside.txt")), QByteArray("keep me"));
-    EXPECT_FALSE(QFileInfo(root.host(QStringLiteral("Export/L1.csv"))).isSymLink());
+    EXPECT_FALSE(QFileInfo(root.host(QStringLiteral("My Documents/L1.csv"))).isSymLink());
     // A list without trees still has its header row.
-    EXPECT_EQ(root.readFile(QStringLiteral("Export/L1.csv")),
+    EXPECT_EQ(root.readFile(QStringLiteral("My Documents/L1.csv")),
               golden("list_umlauts.csv").split('\n').first() + '\n');
+}
+
+// A send empties "\Export" and a fetch "\Import"; the spreadsheet file stays where the reports go,
+// and never in either of those, whatever the printer folder says.
+TEST_F(ListCsvExportTest, SurvivesTheNextSend)
+{
+    list(1, "L1", {{"KOR_FAKTOR_N", num(100)}});
+    tree(1, 1, num(1), {{"KUBATUR", num(10)}});
+    const struct {
+        const char* printerFolder;
+        const char* expected;
+    } cases[] = {
+        {"", "\\My Documents\\L1.csv"},
+        {"\\Export", "\\My Documents\\L1.csv"},
+        {"\\export\\", "\\My Documents\\L1.csv"},
+        {"/Import", "\\My Documents\\L1.csv"},
+        {"\\Storage Card\\Berichte", "\\Storage Card\\Berichte\\L1.csv"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.printerFolder);
+        session->store().writeText(Setting::PrinterPath, 0, QString::fromUtf8(c.printerFolder));
+        const auto path = exporter().write(1);
+        ASSERT_EQ(path, std::optional<QString>(QString::fromUtf8(c.expected)));
+        const QByteArray written = root.readFile(QString(*path).replace(u'\\', u'/'));
+        ASSERT_FALSE(written.isEmpty());
+        ListFileExport(session->root(), db(), session->store(), dialogs).writeMarked();
+        session->root().removeMatching(QStringLiteral("\\Import\\*.*"));
+        EXPECT_EQ(root.readFile(QString(*path).replace(u'\\', u'/')), written);
+        EXPECT_EQ(filesIn("Export").size(), 1); // the send's list file, and only that
+    }
+}
+
+// Texts a spreadsheet would run as formulas are kept as texts; the program's own numbers, negative
+// ones too, stay numbers.
+TEST_F(ListCsvExportTest, FormulasInTextsAreGuarded)
+{
+    list(1, "=1+2", {{"ZUSATZ_A", txt("=1+2")}, {"KOR_FAKTOR_N", num(100)}});
+    tree(1, 1, num(1), {{"BAUMART", txt("@FI")}, {"TARIF", txt("+A1")}, {"KUBATUR", num(-150)}});
+    ASSERT_TRUE(exporter().write(1));
+    EXPECT_EQ(root.readFile(QStringLiteral("My Documents/=1+2.csv")).split('\n').value(1),
+              "'=1+2;1;'@FI;'+A1;;;;;;-1,50;-1,50;'=1+2;;WR01;1,00\r");
 }
 
 TEST(ListCsvExport, FieldsAndNumbersAsSpreadsheetsReadThem)
@@ -182,6 +227,14 @@ TEST(ListCsvExport, FieldsAndNumbersAsSpreadsheetsReadThem)
         EXPECT_EQ(ListCsvExport::quoted(QString::fromUtf8(f.field)), QString::fromUtf8(f.expected))
             << f.field;
     }
+    const std::pair<const char*, const char*> texts[] = {
+        {"", ""},          {"=1+2", "'=1+2"}, {"+49 171", "'+49 171"}, {"-Rand", "'-Rand"},
+        {"@SUM", "'@SUM"}, {"\tx", "'\tx"},   {"\rx", "'\rx"},         {"a=b", "a=b"},
+        {"'x", "'x"},      {" =x", " =x"},
+    };
+    for (const auto& [text, expected] : texts)
+        EXPECT_EQ(ListCsvExport::guarded(QString::fromUtf8(text)), QString::fromUtf8(expected))
+            << text;
     const std::pair<std::int64_t, const char*> numbers[] = {
         {0, "0,00"},         {1, "0,01"},
         {10, "0,10"},        {100, "1,00"},
