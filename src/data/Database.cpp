@@ -5,6 +5,10 @@
 #include <QFile>
 #include <sqlite3.h>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace brovant {
 
 Database::Database(QString hostFile, Durability durability)
@@ -34,11 +38,31 @@ QString Database::createTableSql(const TableDescriptor& table)
     return sql;
 }
 
+namespace {
+
+// The file holds the forester's lists and its backups travel; only the owner reads it. SQLite
+// gives its journal, WAL and shared-memory files the mode of the database file, so making the
+// database owner-only before SQLite opens it covers them too. An older file and what a crash left
+// beside it are narrowed the same way.
+void makeOwnerOnly(const QByteArray& path)
+{
+    const int fd = ::open(path.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (fd >= 0) {
+        ::close(fd);
+        return;
+    }
+    for (const char* suffix : {"", "-journal", "-wal", "-shm"})
+        ::chmod((path + suffix).constData(), 0600);
+}
+
+} // namespace
+
 bool Database::open()
 {
     if (m_db)
         return true;
     const QByteArray path = QFile::encodeName(m_file);
+    makeOwnerOnly(path);
     // A connection belongs to the thread that opened it, so SQLite's own locking per call is
     // only cost (it shows in walks over the master rows).
     if (sqlite3_open_v2(path.constData(), &m_db,
@@ -75,6 +99,7 @@ bool Database::open()
         close();
         return false;
     }
+    clearFtpPassword();
     // Write-ahead log with a flush per commit: one flush makes a saved tree durable, where a
     // rollback journal needs three or four. Only once the file proved to be ours; closing the
     // last connection folds the log into the file and deletes it, so a closed database is still
@@ -82,6 +107,26 @@ bool Database::open()
     if (m_durability == Durability::Full)
         exec(QStringLiteral("PRAGMA journal_mode=WAL"));
     return true;
+}
+
+void Database::clearFtpPassword()
+{
+    const QString table = QLatin1StringView(schema::Konfiguration.name);
+    const QString held = QStringLiteral("FTP_PASSWORD IS NOT NULL AND FTP_PASSWORD <> ''");
+    {
+        auto q = query(QStringLiteral("SELECT COUNT(*) FROM %1 WHERE %2").arg(table, held));
+        if (!q.next() || q.integer(0) == 0)
+            return;
+    }
+    // Secure deletion zeroes the old cell, so the text is gone from the file, not only unlinked
+    // from the row.
+    std::int64_t secureDelete = 0;
+    if (auto q = query(QStringLiteral("PRAGMA secure_delete")); q.next())
+        secureDelete = q.integer(0);
+    exec(QStringLiteral("PRAGMA secure_delete=ON"));
+    query(QStringLiteral("UPDATE %1 SET FTP_PASSWORD = NULL WHERE %2").arg(table, held)).run();
+    exec(QStringLiteral("PRAGMA secure_delete=%1")
+             .arg(secureDelete == 2 ? QStringLiteral("FAST") : QString::number(secureDelete)));
 }
 
 void Database::close()

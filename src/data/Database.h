@@ -29,7 +29,9 @@ public:
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
 
-    // Opens the file, creating it when missing, and creates every table that is not there yet.
+    // Opens the file, creating it owner-only when missing, and creates every table that is not
+    // there yet. An FTP password that an earlier version kept in Brov_Konfiguration is cleared:
+    // the registry alone holds it.
     bool open();
     // Finalises every statement and closes the file; no journal is left beside it.
     void close();
@@ -108,6 +110,7 @@ public:
     static QString createTableSql(const TableDescriptor& table);
 
 private:
+    void clearFtpPassword();
     void setError(const QString& context);
     void release(sqlite3_stmt* stmt, bool cached);
 

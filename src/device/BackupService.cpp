@@ -271,9 +271,10 @@ bool BackupService::restore(const QString& name)
     // Checked on a copy of its own: the automatic backup below may delete the chosen file (the
     // oldest of 30, or all of them after 9999).
     const QString source = DeviceRoot::join(folder, name);
-    if (!root.isFile(source) || !root.copyFile(source, staged, true))
-        return fail(failed, {});
     const QString stagedFile = root.hostPath(staged);
+    if (!root.isFile(source) || !DatabaseSnapshot::createOwnerOnly(stagedFile)
+        || !root.copyFile(source, staged, true))
+        return fail(failed, {});
     if (!DatabaseSnapshot::isIntact(stagedFile)
         || StructureCheck::inspect(stagedFile) != StructureCheck::Verdict::Accepted)
         return fail(QStringLiteral("Datensicherung ist keine"),

@@ -69,8 +69,10 @@ bool runCopy(const QString& sourceFile, const QString& targetFile,
     if (!source.open(sourceFile, SQLITE_OPEN_READONLY))
         return false;
     sqlite3_busy_timeout(source.get(), 2000);
+    if (!DatabaseSnapshot::createOwnerOnly(targetFile))
+        return false;
     Connection target;
-    if (!target.open(targetFile, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE))
+    if (!target.open(targetFile, SQLITE_OPEN_READWRITE))
         return false;
     // The target is a temporary file until it is complete; a journal beside it would only be
     // one more thing a crash leaves behind. It is flushed once, at the end.
@@ -100,6 +102,18 @@ bool runCopy(const QString& sourceFile, const QString& targetFile,
 }
 
 } // namespace
+
+bool DatabaseSnapshot::createOwnerOnly(const QString& file)
+{
+    // Removed first: an existing file would keep its mode, a link would lead elsewhere.
+    const QByteArray path = QFile::encodeName(file);
+    ::unlink(path.constData());
+    const int fd = ::open(path.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (fd < 0)
+        return false;
+    ::close(fd);
+    return true;
+}
 
 bool DatabaseSnapshot::copy(const QString& sourceFile, const QString& targetFile,
                             const Progress& progress)

@@ -18,10 +18,16 @@ public:
     using Progress = std::function<bool(int done, int total)>;
 
     // Writes the committed state of the database `sourceFile` into the new file `targetFile`
-    // (host paths; an existing target is replaced) and flushes it. On failure, or when `progress`
+    // (host paths; an existing target is replaced; the new file is the owner's only) and flushes
+    // it. On failure, or when `progress`
     // returns false, the target is removed and false returned.
     static bool copy(const QString& sourceFile, const QString& targetFile,
                      const Progress& progress = {});
+
+    // Makes `file` an empty file that only its owner may read and write, replacing what is there.
+    // A database copy holds every list (and may hold an old FTP password), so it is private from
+    // its first byte; a copy written over this file keeps that mode.
+    static bool createOwnerOnly(const QString& file);
 
     // Every page the header counts is in the file and SQLite's quick check finds nothing wrong;
     // a truncated or damaged copy fails. The file is only read.

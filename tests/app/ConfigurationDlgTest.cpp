@@ -122,6 +122,26 @@ TEST(ConfigurationDlg, ConfirmReturnsToTheScreenThatOpenedIt)
     }
 }
 
+// The page shows and saves the password, the registry keeps it, and no file of the database holds
+// it: the database travels in every backup.
+TEST(ConfigurationDlg, ThePasswordStaysOutOfTheDatabase)
+{
+    ConfigProgram p;
+    p.session.profile().writeString(text("FTP"), text("Password"), text("Alt-Geheim-1"));
+    p.screen->openPage(int(ConfigPage::Ftp));
+    EXPECT_EQ(str(p.edit("FTP_PASSWORD")->text()), "Alt-Geheim-1");
+    p.edit("FTP_PASSWORD")->setText(text("Neu-Geheim-2"));
+    p.press(CNorvKeybDlg::kEnter);
+    EXPECT_EQ(str(p.registry("FTP", "Password")), "Neu-Geheim-2");
+    const QDir folder(p.root.host(text("Brovant")));
+    for (const QString& name : folder.entryList(QDir::Files | QDir::Hidden)) {
+        const QByteArray bytes = p.root.readFile(text("Brovant/") + name);
+        EXPECT_FALSE(bytes.contains("Geheim")) << str(name);
+    }
+    p.screen->openPage(int(ConfigPage::Ftp));
+    EXPECT_EQ(str(p.edit("FTP_PASSWORD")->text()), "Neu-Geheim-2");
+}
+
 TEST(ConfigurationDlg, LeavingAChangedPageAsksWhetherToSave)
 {
     const struct {

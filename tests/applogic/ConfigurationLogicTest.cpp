@@ -44,6 +44,12 @@ QString kept(const Field& f, const char* tag)
 {
     return sample(f, tag).left(f.width);
 }
+// What the row holds of a value shown: all of it, but nothing of the password, which the registry
+// alone keeps.
+QStringList inRow(const Field& f, const QString& shown)
+{
+    return {f.column == u"FTP_PASSWORD" ? QString() : shown};
+}
 
 // A device whose page logic works on the one configuration row.
 struct Device : test::TestDevice {
@@ -96,8 +102,7 @@ TEST(ConfigurationPage, EmptyRegistryOpensWithDefaultsAndBrokenDatabaseWritesNot
         };
         for (const Field& f : fields) {
             EXPECT_EQ(device.row->loadText(f.column), f.defaultValue);
-            EXPECT_EQ(device.stored(f.column), QStringList{f.defaultValue})
-                << f.column.toStdString();
+            EXPECT_EQ(device.stored(f.column), inRow(f, f.defaultValue)) << f.column.toStdString();
         }
         expectDefaults();
         for (const Field& f : fields)
@@ -133,7 +138,7 @@ TEST(ConfigurationPage, OpenShowsTheRegistryAndConfirmWritesRowAndRegistry)
         for (const Field& f : fields) {
             SCOPED_TRACE(f.column.toStdString());
             EXPECT_EQ(device.row->loadText(f.column), kept(f, "R"));
-            EXPECT_EQ(device.stored(f.column), QStringList{kept(f, "R")});
+            EXPECT_EQ(device.stored(f.column), inRow(f, kept(f, "R")));
             device.row->setText(f.column, sample(f, "N"));
         }
         // A row that appeared meanwhile must not survive next to the confirmed one.
@@ -145,7 +150,7 @@ TEST(ConfigurationPage, OpenShowsTheRegistryAndConfirmWritesRowAndRegistry)
                 SCOPED_TRACE(f.column.toStdString());
                 EXPECT_EQ(device.registry(f), other <= p ? kept(f, "N") : u"<absent>"_s);
                 if (other <= p) {
-                    EXPECT_EQ(device.stored(f.column), QStringList{kept(f, "N")});
+                    EXPECT_EQ(device.stored(f.column), inRow(f, kept(f, "N")));
                 }
             }
         }

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <limits>
 #include <memory>
 #include <vector>
@@ -200,6 +202,52 @@ TEST_F(DatabaseTest, CloseInsideATransactionOrAReadIsHarmlessAndLeavesOneFile)
     EXPECT_EQ(regions(db), QStringList({u"again"_s, u"kept"_s}));
     db.close();
     EXPECT_EQ(dir.entries(), kDatabaseOnly);
+}
+
+// With a umask that lets everybody read, the database and what SQLite keeps beside it during a
+// write (WAL and shared memory, or the rollback journal) are the owner's only; so is an older
+// file that everybody could read.
+TEST(Database, FilesAreTheOwnersOnly)
+{
+    const mode_t umaskBefore = ::umask(022);
+    for (const auto durability : {Database::Durability::Full, Database::Durability::Relaxed}) {
+        const bool older = durability == Database::Durability::Relaxed;
+        SCOPED_TRACE(older);
+        DatabaseRoot dir;
+        if (older) {
+            ASSERT_TRUE(test::rawExec(dir.file, u"CREATE TABLE t (x)"_s));
+            ASSERT_EQ(::chmod(QFile::encodeName(dir.file).constData(), 0644), 0);
+        }
+        Database db(dir.file, durability);
+        ASSERT_TRUE(db.open());
+        Database::Transaction t(db);
+        ASSERT_TRUE(insertRegion(db, u"a"_s));
+        EXPECT_GT(dir.entries().size(), 1);
+        for (const QString& name : dir.entries()) {
+            struct stat info {};
+            ASSERT_EQ(::stat(QFile::encodeName(dir.folder + u'/' + name).constData(), &info), 0);
+            EXPECT_EQ(info.st_mode & 0777, 0600u) << name.toStdString();
+        }
+        EXPECT_TRUE(t.commit());
+    }
+    ::umask(umaskBefore);
+}
+
+// The FTP password belongs in the registry only; one an earlier version left in the table is
+// cleared on opening, and its text is gone from the file, not just from the row.
+TEST(Database, AnFtpPasswordLeftInTheTableIsCleared)
+{
+    DatabaseRoot dir;
+    ASSERT_TRUE(Database(dir.file).open());
+    ASSERT_TRUE(test::rawExec(dir.file, u"INSERT INTO Brov_Konfiguration (FTP_NAME, FTP_PASSWORD) "
+                                        u"VALUES ('forst', 'Geheim-4711')"_s));
+    ASSERT_TRUE(dir.root.readFile(u"Brovant/Brovant.cdb"_s).contains("Geheim-4711"));
+    Database db(dir.file);
+    ASSERT_TRUE(db.open());
+    db.close();
+    EXPECT_EQ(rawRows(dir.file, u"SELECT FTP_NAME, FTP_PASSWORD FROM Brov_Konfiguration"_s),
+              (Rows{{u"forst"_s, u"<null>"_s}}));
+    EXPECT_FALSE(dir.root.readFile(u"Brovant/Brovant.cdb"_s).contains("Geheim-4711"));
 }
 
 TEST(Database, OpenFailuresReportTheReason)

@@ -13,6 +13,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <memory>
 #include <ostream>
 
@@ -525,6 +527,31 @@ TEST(Restore, RefusedFilesLeaveTheDatabaseAlone)
         EXPECT_EQ(device.listing(QStringLiteral("Brovant/Save")), before);
         EXPECT_EQ(device.listing(QStringLiteral("Brovant")), (QStringList{"Brovant.cdb", "Save/"}));
     }
+}
+
+// With a umask that lets everybody read: the database, the backups of both kinds and the copy a
+// restore stages (looked at while the backup before the restore runs) are the owner's only.
+TEST(Restore, DatabaseBackupsAndTheStagedCopyAreTheOwnersOnly)
+{
+    const mode_t umaskBefore = ::umask(022);
+    const auto modeOf = [](const QString& file) {
+        struct stat info {};
+        return ::stat(QFile::encodeName(file).constData(), &info) == 0 ? info.st_mode & 0777 : 0u;
+    };
+    RestoreDevice device;
+    const QString staged =
+        device.session->root().hostPath(QString::fromUtf16(BackupService::kRestoreStaging));
+    mode_t stagedMode = 0;
+    device.service->setCopyProgress([&](int, int) {
+        stagedMode = modeOf(staged);
+        return true;
+    });
+    EXPECT_TRUE(device.service->restore(QStringLiteral("0001_Manu.cdb")));
+    ::umask(umaskBefore);
+    EXPECT_EQ(stagedMode, 0600u);
+    for (const char* file :
+         {"Brovant/Brovant.cdb", "Brovant/Save/0001_Manu.cdb", "Brovant/Save/0002_Auto.cdb"})
+        EXPECT_EQ(modeOf(device.root.host(QLatin1StringView(file))), 0600u) << file;
 }
 
 // When the backup before the restore cannot be made, the restore does not go ahead either.

@@ -30,7 +30,7 @@ constexpr ConfigBinding kBindings[] = {
     {Modem, "INIT_A", Setting::ModemInit, 0, "Init:", true},
     {Ftp, "FTP_SERVER", Setting::FtpServer, 0, "Server:"},
     {Ftp, "FTP_NAME", Setting::FtpName, 0, "Benutzer:"},
-    {Ftp, "FTP_PASSWORD", Setting::FtpPassword, 0, "Passwort:"},
+    {Ftp, "FTP_PASSWORD", Setting::FtpPassword, 0, "Passwort:", false, true},
     {Ftp, "FTP_DIRECTORY", Setting::FtpDirectory, 0, "Verzeichnis:"},
     {Ftp, "FTP_DIRECTORY2", Setting::FtpDirectory2, 0, "Verz. Holen:"},
 };
@@ -109,6 +109,24 @@ QString ConfigurationLogic::registryValue(const ConfigBinding& binding)
     return m_store.readText(binding.setting, binding.index, QString());
 }
 
+bool ConfigurationLogic::saveWithoutRegistryOnly(ConfigPage page)
+{
+    QList<QString> kept;
+    for (const ConfigBinding& binding : bindings(page)) {
+        if (binding.registryOnly) {
+            kept << m_row.loadText(columnOf(binding));
+            m_row.setValue(columnOf(binding), FieldValue());
+        }
+    }
+    if (!m_row.save())
+        return false;
+    for (const ConfigBinding& binding : bindings(page)) {
+        if (binding.registryOnly)
+            m_row.setText(columnOf(binding), kept.takeFirst());
+    }
+    return true;
+}
+
 ConfigResult ConfigurationLogic::open(ConfigPage page)
 {
     Database::Transaction transaction(m_row.database());
@@ -116,7 +134,7 @@ ConfigResult ConfigurationLogic::open(ConfigPage page)
         return failed();
     for (const ConfigBinding& binding : bindings(page))
         m_row.setText(columnOf(binding), registryValue(binding));
-    if (!m_row.save() || !transaction.commit())
+    if (!saveWithoutRegistryOnly(page) || !transaction.commit())
         return failed();
     return {};
 }
@@ -134,7 +152,7 @@ ConfigResult ConfigurationLogic::confirm(ConfigPage page)
         return failed();
     for (size_t i = 0; i < fields.size(); ++i)
         m_row.setText(columnOf(fields[i]), values[qsizetype(i)]);
-    if (!m_row.save() || !transaction.commit())
+    if (!saveWithoutRegistryOnly(page) || !transaction.commit())
         return failed();
 
     Registry::Batch batch(m_store.profile().registry());

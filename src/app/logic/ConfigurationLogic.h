@@ -1,6 +1,7 @@
 // Application shell: the configuration screen without its widgets. Three pages (company header,
 // modem phone book, FTP access) whose values live in the registry and are mirrored into the one
-// row of Brov_Konfiguration, the row the screen's fields are bound to.
+// row of Brov_Konfiguration, the row the screen's fields are bound to. The FTP password is not
+// mirrored: the database travels in every backup, the registry stays on the device, owner-only.
 #pragma once
 
 #include "data/Dataset.h"
@@ -23,6 +24,8 @@ struct ConfigBinding {
     const char* label;
     // Opening the page writes the setting's default back when the value reads empty.
     bool storeDefaultWhenEmpty = false;
+    // Shown and edited in the row's buffer like the others, but never saved in the row.
+    bool registryOnly = false;
 };
 
 // What went wrong, in words for the user; empty when all went well.
@@ -44,15 +47,19 @@ public:
     static bool isPage(int page) { return page >= 0 && page < kPages; }
 
     // Registry -> the page's columns of the row, saved. Makes the row when the table has none
-    // and removes any row past the first.
+    // and removes any row past the first. A registry-only value reaches the buffer alone.
     ConfigResult open(ConfigPage page);
     // The page's columns as the buffers hold them -> the row (committed) -> the registry, each
-    // value written as text. Nothing reaches the registry when the row cannot be saved.
+    // value written as text. Nothing reaches the registry when the row cannot be saved; a
+    // registry-only column is saved empty.
     ConfigResult confirm(ConfigPage page);
 
 private:
     bool selectSingleRow();
     QString registryValue(const ConfigBinding& binding);
+    // Saves the row with the page's registry-only columns empty, then puts their values (as the
+    // columns cut them) back into the buffers.
+    bool saveWithoutRegistryOnly(ConfigPage page);
 
     SettingsStore& m_store;
     Dataset& m_row;
