@@ -113,8 +113,60 @@ InfoWindow::InfoWindow(QWidget* parent)
     m_bar->setRange(0, 1000);
     m_bar->setTextVisible(false);
     m_bar->setFixedHeight(12);
-    layout->addWidget(m_bar);
+    // The key sits beside the bar, so the three lines keep their room.
+    m_cancel = new QPushButton(QStringLiteral("Abbruch"), this);
+    m_cancel->setObjectName(QStringLiteral("infoCancel"));
+    m_cancel->setFocusPolicy(Qt::NoFocus);
+    m_cancel->setFixedHeight(18);
+    m_cancel->hide();
+    connect(m_cancel, &QPushButton::clicked, this, [this] { m_cancelPressed = true; });
+    auto* row = new QHBoxLayout;
+    row->setSpacing(4);
+    row->addWidget(m_bar, 1, Qt::AlignVCenter);
+    row->addWidget(m_cancel);
+    layout->addLayout(row);
     hide();
+}
+
+void InfoWindow::offerCancel(bool offered)
+{
+    if (offered == cancelOffered())
+        return;
+    m_cancelPressed = false;
+    m_cancel->setVisible(offered);
+    if (offered)
+        qApp->installEventFilter(this);
+    else
+        qApp->removeEventFilter(this);
+}
+
+bool InfoWindow::cancelOffered() const
+{
+    return !m_cancel->isHidden();
+}
+
+bool InfoWindow::eventFilter(QObject* watched, QEvent* event)
+{
+    switch (event->type()) {
+    case QEvent::MouseButtonPress:
+    case QEvent::MouseButtonRelease:
+    case QEvent::MouseButtonDblClick:
+    case QEvent::TouchBegin:
+    case QEvent::TouchUpdate:
+    case QEvent::TouchEnd:
+    case QEvent::KeyPress:
+    case QEvent::KeyRelease:
+    case QEvent::ShortcutOverride:
+    case QEvent::Wheel: {
+        // The window passes taps on to the widget under them; that is where they are sorted.
+        auto* widget = qobject_cast<QWidget*>(watched);
+        return widget && widget != m_cancel;
+    }
+    case QEvent::Shortcut:
+        return true;
+    default:
+        return false;
+    }
 }
 
 void InfoWindow::setLines(const QStringList& lines)
@@ -226,6 +278,7 @@ void QtMessageDialogs::info(int showCommand, const QString& line1, const QString
     if (!m_info)
         return;
     if (showCommand == Hide) {
+        m_info->offerCancel(false);
         m_info->hide();
         return;
     }
@@ -244,6 +297,21 @@ void QtMessageDialogs::progress(double percent)
         return;
     m_info->setPercent(percent);
     QApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+}
+
+void QtMessageDialogs::offerCancel(bool offered)
+{
+    if (m_info)
+        m_info->offerCancel(offered);
+}
+
+bool QtMessageDialogs::cancelRequested()
+{
+    if (!m_info || !m_info->cancelOffered())
+        return false;
+    // Taps reach the key only; the window's filter drops every other one.
+    QApplication::processEvents();
+    return m_info->cancelPressed();
 }
 
 } // namespace brovant

@@ -12,6 +12,7 @@
 
 class QLabel;
 class QProgressBar;
+class QPushButton;
 
 namespace brovant {
 
@@ -38,7 +39,9 @@ private:
     int m_closedResult;
 };
 
-// The "Info" window: one object, reused for every long job.
+// The "Info" window: one object, reused for every long job. Its "Abbruch" key is there only
+// while a job offers it; the job runs on this thread, so while the key is offered every other
+// tap and key press of the program is dropped rather than handled in the middle of the job.
 class InfoWindow : public QWidget {
     Q_OBJECT
 public:
@@ -47,14 +50,20 @@ public:
     void setPercent(double percent);
     double percent() const { return m_percent; }
     QStringList lines() const;
+    void offerCancel(bool offered);
+    bool cancelPressed() const { return m_cancelPressed; }
+    bool cancelOffered() const;
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     QLabel* m_lines[3];
     QProgressBar* m_bar;
+    QPushButton* m_cancel;
     double m_percent = 0;
+    bool m_cancelPressed = false;
 };
 
 class QtMessageDialogs : public MessageDialogs {
@@ -74,6 +83,8 @@ public:
     void info(int showCommand, const QString& line1, const QString& line2,
               const QString& line3) override;
     void progress(double percent) override;
+    void offerCancel(bool offered) override;
+    bool cancelRequested() override;
     void beep() override;
 
     InfoWindow* infoWindow() const { return m_info; }

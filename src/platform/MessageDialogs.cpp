@@ -46,12 +46,25 @@ int ScriptedDialogs::question(const QString& line1, const QString& line2, const 
 void ScriptedDialogs::info(int showCommand, const QString& line1, const QString& line2,
                            const QString& line3)
 {
+    if (showCommand == Hide)
+        m_cancelOffered = false;
     m_messages.push_back({Kind::Info, {line1, line2, line3}, {}, 0, false, 0, showCommand});
 }
 
 void ScriptedDialogs::progress(double percent)
 {
+    m_lastPercent = percent;
     m_messages.push_back({Kind::Progress, {}, {}, 0, false, percent, 0});
+}
+
+void ScriptedDialogs::offerCancel(bool offered)
+{
+    m_cancelOffered = offered;
+}
+
+bool ScriptedDialogs::cancelRequested()
+{
+    return m_cancelOffered && m_cancelAt >= 0 && m_lastPercent >= m_cancelAt;
 }
 
 QStringList ScriptedDialogs::asked() const
@@ -80,6 +93,9 @@ void ScriptedDialogs::clear()
     m_answers.clear();
     m_unanswered = 0;
     m_beeps = 0;
+    m_cancelOffered = false;
+    m_cancelAt = -1;
+    m_lastPercent = 0;
 }
 
 } // namespace brovant

@@ -39,6 +39,11 @@ public:
     virtual void info(int showCommand, const QString& line1, const QString& line2 = {},
                       const QString& line3 = {}) = 0;
     virtual void progress(double percent) = 0;
+    // An "Abbruch" key on the info window, for a job that asks for it: offering forgets an earlier
+    // press; withdrawing it, or hiding the window, takes the key away.
+    virtual void offerCancel(bool /*offered*/) {}
+    // Whether the user pressed the offered "Abbruch"; the job polls this while it runs.
+    virtual bool cancelRequested() { return false; }
     // The system's default sound: a refused key, nothing to show.
     virtual void beep() {}
 };
@@ -75,7 +80,13 @@ public:
     void info(int showCommand, const QString& line1, const QString& line2,
               const QString& line3) override;
     void progress(double percent) override;
+    void offerCancel(bool offered) override;
+    bool cancelRequested() override;
     void beep() override { ++m_beeps; }
+    // The user presses the offered "Abbruch" once the progress shown reaches `percent` (0: as
+    // soon as it is offered).
+    void cancelAtProgress(double percent) { m_cancelAt = percent; }
+    bool cancelOffered() const { return m_cancelOffered; }
 
     const std::vector<Message>& messages() const { return m_messages; }
     // Messages other than Info and Progress, as "line1|line2|line3".
@@ -94,6 +105,9 @@ private:
     int m_fallbackQuestion = NoChoice;
     int m_unanswered = 0;
     int m_beeps = 0;
+    bool m_cancelOffered = false;
+    double m_cancelAt = -1; // never
+    double m_lastPercent = 0;
 };
 
 } // namespace brovant

@@ -5,6 +5,7 @@
 #include "platform/MediumFile.h"
 #include "platform/MessageDialogs.h"
 
+#include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
 #include <QSaveFile>
@@ -80,13 +81,15 @@ QByteArray encodedPath(const QString& remotePath)
     return encoded;
 }
 
-// Shows the share of `total` bytes done, once per whole percent.
+// Shows the share of `total` bytes done, once per whole percent, and stops the transfer when the
+// user pressed "Abbruch".
 struct ProgressShown {
     MessageDialogs& dialogs;
     qint64 total = 0;
     qint64 doneBefore = 0; // bytes of earlier files of the same send
     bool upload = true;
     int lastPercent = 0;
+    bool cancelled = false;
 
     void update(qint64 done, qint64 ofTotal)
     {
@@ -104,8 +107,11 @@ struct ProgressShown {
                         curl_off_t upNow)
     {
         auto* shown = static_cast<ProgressShown*>(self);
-        if (!shown)
-            return 0; // logging in
+        // libcurl calls this often while it waits too, so a hanging line can be cancelled.
+        if (shown->dialogs.cancelRequested()) {
+            shown->cancelled = true;
+            return 1;
+        }
         if (shown->upload)
             shown->update(shown->doneBefore + upNow, shown->total);
         else
@@ -120,11 +126,23 @@ size_t readFromFile(char* buffer, size_t size, size_t count, void* file)
     return got < 0 ? CURL_READFUNC_ABORT : size_t(got);
 }
 
-size_t writeToFile(char* data, size_t size, size_t count, void* file)
+// A fetched file, which may not grow past its limit: the server's size reply is checked before
+// the transfer, the bytes themselves where a server does not tell the size.
+struct FetchTarget {
+    QSaveFile& file;
+    qint64 limit;
+    qint64 written = 0;
+};
+
+size_t writeToFile(char* data, size_t size, size_t count, void* target)
 {
+    auto* fetched = static_cast<FetchTarget*>(target);
     const qint64 bytes = qint64(size * count);
+    fetched->written += bytes;
     // A short count makes libcurl stop with a write error.
-    return static_cast<QSaveFile*>(file)->write(data, bytes) == bytes ? size * count : 0;
+    if (fetched->written > fetched->limit)
+        return 0;
+    return fetched->file.write(data, bytes) == bytes ? size * count : 0;
 }
 
 } // namespace
@@ -262,8 +280,10 @@ public:
     }
 
     CURLcode login(const FtpServer& server, const QString& name, const QString& password,
-                   const Timeouts& timeouts)
+                   const Timeouts& timeouts, ProgressShown& shown)
     {
+        m_totalMs = timeouts.totalMs;
+        m_started.start();
         m_base = server.baseUrl().toUtf8();
         CURL* c = m_curl;
         curl_easy_setopt(c, CURLOPT_NOSIGNAL, 1L);
@@ -292,7 +312,7 @@ public:
         // Logging in and nothing else: the place to tell a wrong server from a wrong file.
         curl_easy_setopt(c, CURLOPT_URL, m_base.constData());
         curl_easy_setopt(c, CURLOPT_NOBODY, 1L);
-        curl_easy_setopt(c, CURLOPT_XFERINFODATA, nullptr);
+        curl_easy_setopt(c, CURLOPT_XFERINFODATA, &shown);
         return perform("login");
     }
 
@@ -309,12 +329,13 @@ public:
         return perform("put");
     }
 
-    CURLcode get(const QString& remotePath, QSaveFile& target, ProgressShown& shown)
+    CURLcode get(const QString& remotePath, FetchTarget& target, ProgressShown& shown)
     {
         const QByteArray url = m_base + encodedPath(remotePath);
         curl_easy_setopt(m_curl, CURLOPT_URL, url.constData());
         curl_easy_setopt(m_curl, CURLOPT_NOBODY, 0L);
         curl_easy_setopt(m_curl, CURLOPT_UPLOAD, 0L);
+        curl_easy_setopt(m_curl, CURLOPT_MAXFILESIZE_LARGE, curl_off_t(target.limit));
         curl_easy_setopt(m_curl, CURLOPT_WRITEFUNCTION, &writeToFile);
         curl_easy_setopt(m_curl, CURLOPT_WRITEDATA, &target);
         curl_easy_setopt(m_curl, CURLOPT_XFERINFODATA, &shown);
@@ -329,6 +350,13 @@ private:
     {
         constexpr int kPollMs = 10;
         m_error[0] = '\0';
+        // What is left of the operation's time is this step's limit.
+        const qint64 leftMs = m_totalMs - m_started.elapsed();
+        if (leftMs <= 0) {
+            qWarning("FTP %s: time limit reached", step);
+            return CURLE_OPERATION_TIMEDOUT;
+        }
+        curl_easy_setopt(m_curl, CURLOPT_TIMEOUT_MS, long(leftMs));
         CURLcode code = CURLE_OK;
         CURLMcode state = curl_multi_add_handle(m_multi, m_curl);
         int running = 1;
@@ -358,6 +386,8 @@ private:
     CURLM* m_multi = nullptr;
     CURL* m_curl = nullptr;
     QByteArray m_base;
+    QElapsedTimer m_started;
+    qint64 m_totalMs = 0;
     char m_error[CURL_ERROR_SIZE] = {};
 };
 
@@ -378,6 +408,7 @@ std::unique_ptr<FtpChannel::Session> FtpChannel::open()
 {
     m_dialogs.info(MessageDialogs::Show, QStringLiteral("Verbinden..."));
     m_dialogs.progress(0);
+    m_dialogs.offerCancel(true);
 
     auto session = std::make_unique<Session>(m_dialer);
     if (!session->init()) {
@@ -388,9 +419,10 @@ std::unique_ptr<FtpChannel::Session> FtpChannel::open()
 
     const std::optional<FtpServer> server =
         FtpServer::parse(m_settings.readText(Setting::FtpServer));
+    ProgressShown loggingIn{m_dialogs};
     const CURLcode code =
         server ? session->login(*server, m_settings.readText(Setting::FtpName),
-                                m_settings.readText(Setting::FtpPassword), m_timeouts)
+                                m_settings.readText(Setting::FtpPassword), m_timeouts, loggingIn)
                : CURLE_URL_MALFORMAT;
     if (code != CURLE_OK) {
         session->closeHandles();
@@ -458,11 +490,16 @@ bool FtpChannel::fetchConfiguration()
         shown.upload = false;
         if (!file.open(QIODevice::WriteOnly))
             break;
-        if (session->get(directory + u'/' + name, file, shown) == CURLE_OK && commitToMedium(file)) {
+        FetchTarget into{file, m_timeouts.maxFetchBytes};
+        if (session->get(directory + u'/' + name, into, shown) == CURLE_OK
+            && commitToMedium(file)) {
             fetched = true;
             break;
         }
         file.cancelWriting();
+        // Once cancelled the user wants nothing more; the other spelling is for a missing file.
+        if (shown.cancelled)
+            break;
     }
 
     session->closeHandles();

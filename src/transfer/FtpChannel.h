@@ -9,7 +9,8 @@
 //
 // "Fehler:%ld" after a failed connect shows libcurl's error number (man libcurl-errors), which
 // covers the cases where the server never answered: 3 bad Server setting, 6 host not found,
-// 7 connection refused, 28 time-out, 64 server without TLS for "ftps://", 67 login refused.
+// 7 connection refused, 28 time-out, 42 "Abbruch" while logging in, 64 server without TLS for
+// "ftps://", 67 login refused.
 #pragma once
 
 #include <QString>
@@ -57,13 +58,16 @@ struct FtpServer {
     bool operator==(const FtpServer&) const = default;
 };
 
-// GPRS cannot be told from a dead line quickly; these keep a lost server from hanging the screen
-// while allowing a slow but moving transfer.
+// GPRS cannot be told from a dead line quickly; these keep a lost or trickling server from
+// hanging the screen, and a runaway file from filling the card, while allowing a slow but moving
+// transfer. Reaching one ends the send or fetch with its usual notice.
 struct FtpTimeouts {
     static constexpr int kMinBytesPerSecond = 10;
     int connectSeconds = 15;
     int responseSeconds = 30; // waiting for a reply on the control connection
     int stallSeconds = 30;    // below kMinBytesPerSecond this long aborts a transfer
+    int totalMs = 30 * 60 * 1000;            // one whole send or fetch, logging in included
+    qint64 maxFetchBytes = qint64(50) << 20; // far above any configuration file
 };
 
 class FtpChannel {
@@ -79,7 +83,8 @@ public:
     FtpChannel& operator=(const FtpChannel&) = delete;
 
     // Every file of "\Export" but "export.tmp" to "<Directory>/<name>"; true when all were put.
-    // Files already put stay on the server after a failure; "\Export" is left as it is.
+    // Files already put stay on the server after a failure; "\Export" is left as it is. Both
+    // operations offer "Abbruch" on the info window; a cancel ends them as a failure does.
     [[nodiscard]] bool send();
     // "<Directory2>/STAMM.DAT", else ".../stamm.dat", into "\Import\STAMM.DAT" after emptying
     // "\Import"; the file appears only when complete. True when it was fetched.

@@ -1,6 +1,7 @@
 // The program as a user meets it: start-up on different devices, the main menu, ending it, and a
 // second start of the real binary.
 #include "app/ProgramFixture.h"
+#include "app/QtMessageDialogs.h"
 #include "app/SingleInstance.h"
 
 #include <QProcess>
@@ -107,6 +108,31 @@ TEST(Shell, EndingTheProgramAsksFirst)
         EXPECT_EQ(p.active(), yes ? nullptr : p.app.mainMenu());
         EXPECT_EQ(p.app.mainMenu()->clockRunning(), !yes);
     }
+}
+
+// While a job offers "Abbruch", the info window's key is all a tap reaches: a key of the screen
+// behind does nothing, the cancel key is seen; hiding the window takes the key away again.
+TEST(Shell, InfoWindowCancelKeyIsTheOnlyKeyDuringAJob)
+{
+    Program p(ProgramSetup().bare());
+    MessageDialogs& shown = *p.app.qtMessages();
+    auto* cancel =
+        p.app.qtMessages()->infoWindow()->findChild<QPushButton*>(QStringLiteral("infoCancel"));
+    ASSERT_NE(cancel, nullptr);
+    shown.info(MessageDialogs::Show, QStringLiteral("Verbinden..."));
+    EXPECT_FALSE(cancel->isVisible());
+    shown.offerCancel(true);
+    EXPECT_TRUE(cancel->isVisible());
+    p.press(CNorvBaseDlg::IDCANCEL);
+    EXPECT_FALSE(shown.cancelRequested());
+    EXPECT_TRUE(p.dialogs.asked().isEmpty());
+    QTest::mouseClick(cancel, Qt::LeftButton);
+    EXPECT_TRUE(shown.cancelRequested());
+    shown.info(MessageDialogs::Hide, QString());
+    EXPECT_FALSE(cancel->isVisible());
+    EXPECT_FALSE(shown.cancelRequested());
+    p.press(CNorvBaseDlg::IDCANCEL);
+    EXPECT_EQ(p.dialogs.asked(), QStringList{QStringLiteral("Programm beenden?||")});
 }
 
 // Shutdown gives every hardware button back what it had before the program ran.

@@ -410,7 +410,10 @@ TEST_F(FtpChannelTest, ServerLostMidTransferEndsInTheNotice)
 
         QElapsedTimer timer;
         timer.start();
-        EXPECT_FALSE(c.sending ? send() : fetch());
+        // A whole-transfer limit short enough that the second name of a fetch does not wait for
+        // the silent server again.
+        FtpChannel ftp(device, store, dialogs, &dialer, FtpChannel::Timeouts{2, 2, 1, 1500});
+        EXPECT_FALSE(c.sending ? ftp.send() : ftp.fetchConfiguration());
         dialogs.onProgress = nullptr;
         // Only that it ends rather than hangs (the test's time-outs are a few seconds).
         EXPECT_LT(timer.elapsed(), 60000);
@@ -421,6 +424,59 @@ TEST_F(FtpChannelTest, ServerLostMidTransferEndsInTheNotice)
         EXPECT_LT(progress.back(), 100);
         if (!c.sending) {
             EXPECT_TRUE(QDir(root.host("Import")).entryList(QDir::Files | QDir::Hidden).isEmpty());
+        }
+    }
+}
+
+// A server that trickles a file, a file past the size limit (told by SIZE, or only by its bytes),
+// the user's "Abbruch": each ends in the channel's usual notice, with nothing left in "\Import";
+// a file just at the limit still comes.
+TEST_F(FtpChannelTest, TimeAndSizeLimitsAndCancelEndInTheUsualNotice)
+{
+    const QString fetchFailed =
+        "'STAMM.DAT' oder 'stamm.dat'|konnte nicht vom FTP-Server|geladen werden!";
+    const struct {
+        const char* label;
+        QStringList serverOptions;
+        bool sending;
+        qsizetype bytes;
+        FtpChannel::Timeouts limits;
+        double cancelAt; // the progress at which the user presses "Abbruch"; -1 never
+        QString notice;  // empty: the transfer goes through
+    } cases[] = {
+        {"trickling fetch", {"trickle"}, false, 20000, {2, 2, 1, 300}, -1, fetchFailed},
+        {"too big, size told", {}, false, 4097, {2, 2, 1, 60000, 4096}, -1, fetchFailed},
+        {"too big, no SIZE", {"nosize"}, false, 4097, {2, 2, 1, 60000, 4096}, -1, fetchFailed},
+        {"at the limit", {"nosize"}, false, 4096, {2, 2, 1, 60000, 4096}, -1, {}},
+        {"cancel logging in", {}, true, 10, {}, 0, "Fehler!|Fehler:42|"},
+        {"cancel sending", {}, true, 32 << 20, {}, 1, "Fehler!|FtpPutFile|data/STAMM.DAT"},
+        {"cancel fetching", {}, false, 32 << 20, {}, 1, fetchFailed},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.label);
+        FtpTestServer own;
+        QString why;
+        ASSERT_TRUE(own.start(kScript, SettingsStore::defaultText(Setting::FtpName),
+                              SettingsStore::defaultText(Setting::FtpPassword), why,
+                              c.serverOptions))
+            << why.toStdString();
+        const QByteArray file(c.bytes, 'k');
+        writeHostFile(own.path("data/STAMM.DAT"), file);
+        QDir(root.host("Export")).removeRecursively();
+        if (c.sending)
+            writeHostFile(root.host("Export/STAMM.DAT"), file);
+        store.writeText(Setting::FtpServer, 0, own.address());
+        clearRecords();
+        dialogs.cancelAtProgress(c.cancelAt);
+
+        FtpChannel ftp(device, store, dialogs, &dialer, c.limits);
+        EXPECT_EQ(c.sending ? ftp.send() : ftp.fetchConfiguration(), c.notice.isEmpty());
+        EXPECT_EQ(dialogs.asked(), c.notice.isEmpty() ? QStringList() : QStringList{c.notice});
+        EXPECT_EQ(events, c.notice.isEmpty() ? kDialledClean : kDialledNotice);
+        EXPECT_FALSE(dialogs.cancelOffered());
+        if (!c.sending) {
+            const Files fetched = c.notice.isEmpty() ? Files{{"STAMM.DAT", file}} : Files{};
+            EXPECT_EQ(filesIn(root.host("Import")), fetched);
         }
     }
 }

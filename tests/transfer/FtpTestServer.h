@@ -39,8 +39,9 @@ public:
     }
 
     // Starts serving `user`/`password` in a fresh folder; on failure `why` says what is wrong.
+    // `options` are the script's: "trickle", "nosize".
     bool start(const QString& scriptPath, const QString& user, const QString& password,
-               QString& why)
+               QString& why, const QStringList& options = {})
     {
         const QString interpreter = python();
         if (interpreter.isEmpty()) {
@@ -53,7 +54,8 @@ public:
             return false;
         }
         m_process.setStandardErrorFile(QProcess::nullDevice());
-        m_process.start(interpreter, {scriptPath, user, password, m_dir.path()});
+        m_process.start(interpreter,
+                        QStringList{scriptPath, user, password, m_dir.path()} + options);
         if (!m_process.waitForStarted(10000)) {
             why = QStringLiteral("cannot start ") + interpreter;
             return false;
