@@ -4,10 +4,12 @@
 #include "device/DatabaseSnapshot.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
+#include "platform/MediumFile.h"
 #include "platform/MessageDialogs.h"
 
 #include <QFile>
 #include <QFileInfo>
+#include <QSaveFile>
 
 #include <algorithm>
 #include <initializer_list>
@@ -76,6 +78,28 @@ Scan scan(const DeviceRoot& root, const QString& folder, const QString& pattern,
         largest = std::max(largest, number);
     }
     return result;
+}
+
+// The chosen backup copied for the restore: like any copy of the database it is the owner's
+// alone, from its first byte, and takes its name only when complete.
+bool stageOwnerOnly(const QString& from, const QString& to)
+{
+    QFile source(from);
+    QSaveFile target(to);
+    if (!source.open(QIODevice::ReadOnly) || !target.open(QIODevice::WriteOnly)
+        || !target.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner))
+        return false;
+    QByteArray buffer(64 * 1024, Qt::Uninitialized);
+    for (;;) {
+        const qint64 got = source.read(buffer.data(), buffer.size());
+        if (got == 0)
+            break;
+        if (got < 0 || target.write(buffer.constData(), got) != got) {
+            target.cancelWriting();
+            break;
+        }
+    }
+    return commitToMedium(target);
 }
 
 } // namespace
@@ -272,8 +296,7 @@ bool BackupService::restore(const QString& name)
     // oldest of 30, or all of them after 9999).
     const QString source = DeviceRoot::join(folder, name);
     const QString stagedFile = root.hostPath(staged);
-    if (!root.isFile(source) || !DatabaseSnapshot::createOwnerOnly(stagedFile)
-        || !root.copyFile(source, staged, true))
+    if (!root.isFile(source) || !stageOwnerOnly(root.hostPath(source), stagedFile))
         return fail(failed, {});
     if (!DatabaseSnapshot::isIntact(stagedFile)
         || StructureCheck::inspect(stagedFile) != StructureCheck::Verdict::Accepted)

@@ -61,6 +61,20 @@ bool flushToMedium(const QString& file)
     return ok;
 }
 
+// A database copy holds every list, so it is the owner's alone from its first byte: an empty file
+// of that mode, which SQLite then fills.
+bool createOwnerOnly(const QString& file)
+{
+    // Removed first: an existing file would keep its mode, a link would lead elsewhere.
+    const QByteArray path = QFile::encodeName(file);
+    ::unlink(path.constData());
+    const int fd = ::open(path.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (fd < 0)
+        return false;
+    ::close(fd);
+    return true;
+}
+
 bool runCopy(const QString& sourceFile, const QString& targetFile,
              const DatabaseSnapshot::Progress& progress)
 {
@@ -69,7 +83,7 @@ bool runCopy(const QString& sourceFile, const QString& targetFile,
     if (!source.open(sourceFile, SQLITE_OPEN_READONLY))
         return false;
     sqlite3_busy_timeout(source.get(), 2000);
-    if (!DatabaseSnapshot::createOwnerOnly(targetFile))
+    if (!createOwnerOnly(targetFile))
         return false;
     Connection target;
     if (!target.open(targetFile, SQLITE_OPEN_READWRITE))
@@ -102,18 +116,6 @@ bool runCopy(const QString& sourceFile, const QString& targetFile,
 }
 
 } // namespace
-
-bool DatabaseSnapshot::createOwnerOnly(const QString& file)
-{
-    // Removed first: an existing file would keep its mode, a link would lead elsewhere.
-    const QByteArray path = QFile::encodeName(file);
-    ::unlink(path.constData());
-    const int fd = ::open(path.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-    if (fd < 0)
-        return false;
-    ::close(fd);
-    return true;
-}
 
 bool DatabaseSnapshot::copy(const QString& sourceFile, const QString& targetFile,
                             const Progress& progress)

@@ -24,11 +24,6 @@ public:
     static bool copy(const QString& sourceFile, const QString& targetFile,
                      const Progress& progress = {});
 
-    // Makes `file` an empty file that only its owner may read and write, replacing what is there.
-    // A database copy holds every list (and may hold an old FTP password), so it is private from
-    // its first byte; a copy written over this file keeps that mode.
-    static bool createOwnerOnly(const QString& file);
-
     // Every page the header counts is in the file and SQLite's quick check finds nothing wrong;
     // a truncated or damaged copy fails. The file is only read.
     static bool isIntact(const QString& file);
