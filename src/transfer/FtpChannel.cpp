@@ -107,6 +107,8 @@ struct ProgressShown {
                         curl_off_t upNow)
     {
         auto* shown = static_cast<ProgressShown*>(self);
+        if (!shown)
+            return 0; // logging out
         // libcurl calls this often while it waits too, so a hanging line can be cancelled.
         if (shown->dialogs.cancelRequested()) {
             shown->cancelled = true;
@@ -371,6 +373,8 @@ private:
                 code = message->data.result;
         }
         curl_multi_remove_handle(m_multi, m_curl);
+        // The step's progress ends with it; logging out later reports to nobody.
+        curl_easy_setopt(m_curl, CURLOPT_XFERINFODATA, nullptr);
         if (state != CURLM_OK) {
             qWarning("FTP %s: %s", step, curl_multi_strerror(state));
             return CURLE_FAILED_INIT;
