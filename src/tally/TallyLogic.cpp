@@ -277,9 +277,11 @@ void TallyLogic::startNew()
     next.diameterClass = QStringLiteral("  ");
     next.volume = 0;
     m_tree = next;
-    // A copy keeps the tariff of the tree it copies (a list from the office holds tariffs this
-    // device never used); only a first tree takes its species' default.
-    refreshChoices(stored == 0);
+    refreshChoices(true);
+    // A species without a default of its own keeps the copied tariff: a list from the office
+    // holds tariffs this device never used, and a blank one would refuse the next tree.
+    if (m_tree.tariff.trimmed().isEmpty())
+        m_tree.tariff = next.tariff;
     m_changed = false;
     m_focus = Field::Diameter;
 }
