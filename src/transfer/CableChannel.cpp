@@ -51,7 +51,7 @@ QByteArray readBurst(SerialLine& line, int maxBytes, int firstWaitMs,
     return bytes;
 }
 
-// The file a header line opens in the import folder, or none when its name is refused.
+// The file a header line opens in the import folder.
 class ImportWriter {
 public:
     ImportWriter(const DeviceRoot& root, QString folder)
@@ -61,18 +61,13 @@ public:
     {
     }
 
-    // Closes the current file and opens the one the header names; false when that cannot be
-    // created. A refused name is no failure: its lines are dropped.
-    bool startFile(QByteArrayView header, CableChannel::Summary& summary)
+    // Closes the current file and opens the one a header named; false when that cannot be
+    // created.
+    bool startFile(const QString& name, CableChannel::Summary& summary)
     {
         if (!finish())
             return false;
-        const std::optional<QString> name = frames::headerFileName(header);
-        if (!name) {
-            summary.refusedNames.append(frames::headerNameField(header));
-            return true;
-        }
-        const QString host = m_root.hostPath(DeviceRoot::join(m_folder, *name));
+        const QString host = m_root.hostPath(DeviceRoot::join(m_folder, name));
         const QFileInfo info(host);
         // The name is one plain component; a link someone left under it is replaced, not
         // followed, so the write stays in the folder.
@@ -93,7 +88,7 @@ public:
     bool writeLine(QByteArrayView payload)
     {
         if (!m_file)
-            return true; // before the first header, or under a refused one
+            return true; // before the first header
         return m_file->write(payload.data(), payload.size()) == payload.size()
                && m_file->write("\r\n", 2) == 2;
     }
@@ -161,7 +156,17 @@ CableChannel::CableChannel(const DeviceRoot& root, MessageDialogs& dialogs, Cloc
 bool CableChannel::fail()
 {
     m_dialogs.info(MessageDialogs::Hide, {});
-    m_dialogs.notice(kFailed);
+    if (m_summary.refusedNames.isEmpty()) {
+        m_dialogs.notice(kFailed);
+        return false;
+    }
+    QString name = m_summary.refusedNames.last().trimmed();
+    for (QChar& c : name) {
+        if (!c.isPrint())
+            c = u'?';
+    }
+    m_dialogs.notice(kFailed, QStringLiteral("Dateiname nicht zulässig:"),
+                     QStringLiteral("\"%1\"").arg(name));
     return false;
 }
 
@@ -310,8 +315,17 @@ bool CableChannel::receiveFiles(SerialLine& line)
             ++lineNumber;
             naks = 0;
             expected = (expected + 1) % 10;
-            if (frames::isHeader(frame.payload) && !writer.startFile(frame.payload, m_summary))
-                return false;
+            if (frames::isHeader(frame.payload)) {
+                const std::optional<QString> name = frames::headerFileName(frame.payload);
+                // Taking the lines under no name would tell the office they arrived.
+                if (!name) {
+                    m_summary.refusedNames.append(frames::headerNameField(frame.payload));
+                    frames::refuseFrame(line, collector, kMaxNaks, readWaitMs(kPollMs));
+                    return false;
+                }
+                if (!writer.startFile(*name, m_summary))
+                    return false;
+            }
             if (!writer.writeLine(frame.payload))
                 return false;
             ++m_summary.lines;

@@ -78,14 +78,15 @@ public:
 
     // "\Export\*.dat" to the office; true when every line was accepted and EOT went out.
     bool send();
-    // Empties "\Import" and fills it from the office; true when the transfer ended with EOT.
+    // Empties "\Import" and fills it from the office; true when the transfer ended with EOT. A
+    // header naming a file no list can have (listname::isFileName) gets NAK and ends it.
     bool receive();
 
     // About the last transfer.
     struct Summary {
         quint64 lines = 0;        // accepted lines, header lines included
         QStringList files;        // files written into "\Import" (receive)
-        QStringList refusedNames; // header names that were refused; their lines were dropped
+        QStringList refusedNames; // a header name that was refused: the receive failed on it
     };
     const Summary& summary() const { return m_summary; }
 

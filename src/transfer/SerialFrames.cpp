@@ -2,7 +2,7 @@
 
 #include "data/FieldDescriptor.h"
 #include "platform/Cp1252.h"
-#include "platform/DeviceRoot.h"
+#include "transfer/ListName.h"
 #include "transfer/SerialLine.h"
 
 #include <algorithm>
@@ -145,47 +145,21 @@ std::optional<QString> headerFileName(QByteArrayView payload)
     if (!isHeader(payload))
         return std::nullopt;
     const QString name = withoutTrailingBlanks(headerNameField(payload));
-    if (!isPlainShortName(name))
+    if (!listname::isFileName(name))
         return std::nullopt;
     return name;
-}
-
-bool isPlainShortName(const QString& name)
-{
-    if (!DeviceRoot::isSafeFileName(name))
-        return false;
-    const qsizetype dot = name.indexOf(u'.');
-    const QStringView base = dot < 0 ? QStringView(name) : QStringView(name).first(dot);
-    const QStringView extension = dot < 0 ? QStringView() : QStringView(name).sliced(dot + 1);
-    if (base.isEmpty() || base.size() > 8 || base.front() == u' ')
-        return false;
-    if (dot >= 0 && (extension.isEmpty() || extension.size() > 3))
-        return false;
-    const auto plain = [](QStringView part, bool blanks) {
-        return std::all_of(part.begin(), part.end(), [blanks](QChar c) {
-            return c.isLetterOrNumber() || c == u'_' || c == u'-' || (blanks && c == u' ');
-        });
-    };
-    // List numbers are padded with blanks to eight, so "AB      .DAT" is a plain name.
-    if (!plain(base, true) || !plain(extension, false))
-        return false;
-    // The device's reserved names stay reserved whatever extension follows them.
-    const QString stem = base.trimmed().toString().toUpper();
-    static const QStringList reserved = {QStringLiteral("CON"), QStringLiteral("PRN"),
-                                         QStringLiteral("AUX"), QStringLiteral("NUL")};
-    if (reserved.contains(stem))
-        return false;
-    if (stem.size() == 4 && (stem.startsWith(u"COM") || stem.startsWith(u"LPT")) && stem[3] >= u'1'
-        && stem[3] <= u'9')
-        return false;
-    return true;
 }
 
 std::optional<QByteArray> Collector::next()
 {
     const qsizetype eot = m_buffer.indexOf(kEot);
     const qsizetype etx = m_buffer.indexOf(kEtx);
-    if (eot >= 0 && (etx < 0 || eot < etx)) {
+    bool ends = eot >= 0 && (etx < 0 || eot < etx);
+    if (ends && m_eot == Eot::BetweenFrames) {
+        const qsizetype soh = m_buffer.indexOf(kSoh);
+        ends = soh < 0 || eot < soh;
+    }
+    if (ends) {
         QByteArray step = m_buffer.first(eot + 1);
         m_buffer.remove(0, eot + 1);
         return step;
@@ -200,6 +174,11 @@ std::optional<QByteArray> Collector::next()
     QByteArray step = m_buffer.sliced(start, end - start);
     m_buffer.remove(0, end);
     return step;
+}
+
+bool isEndOfTransfer(QByteArrayView step)
+{
+    return step.contains(kEot) && !step.contains(kSoh);
 }
 
 QByteArray Collector::drain()
@@ -226,6 +205,18 @@ QByteArray readStep(SerialLine& line, Collector& collector, int firstWaitMs)
         collector.append(more);
     }
     return collector.drain();
+}
+
+void refuseFrame(SerialLine& line, Collector& collector, int maxNaks, int waitMs)
+{
+    for (int naks = 0; naks < maxNaks; ++naks) {
+        if (!line.write(QByteArrayView(&kNak, 1)))
+            return;
+        collector.clear();
+        const QByteArray step = readStep(line, collector, waitMs);
+        if (step.isEmpty() || step.contains(kEot))
+            return;
+    }
 }
 
 } // namespace brovant::frames

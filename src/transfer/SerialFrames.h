@@ -69,19 +69,24 @@ Received takeApart(QByteArrayView frame);
 // A header line ("TD...") names its file in the twelve bytes at positions 4 to 15 (one-based).
 bool isHeader(QByteArrayView payload);
 // The named file as it may be created in the receiving folder: trailing blanks removed, and only
-// a plain 8.3-style name (see isPlainShortName). None when the header names anything else.
+// a list file's name (listname::isFileName). None when the header names anything else.
 std::optional<QString> headerFileName(QByteArrayView payload);
 // The header's twelve bytes as text, for messages about a refused name.
 QString headerNameField(QByteArrayView payload);
-// One to eight characters, optionally a dot and one to three more; letters, digits, '_', '-' and
-// blanks inside the base (not first); no device name (CON, PRN, AUX, NUL, COM1-9, LPT1-9).
-bool isPlainShortName(const QString& name);
 
 // Gathers what a line brings until one step of the receiver is complete: a whole frame (up to
 // the two bytes after its ETX, with the CR LF DEL NUL after them) or an EOT. Noise in front of a
 // frame's SOH is dropped; bytes after a step stay for the next.
 class Collector {
 public:
+    // The device ends on any EOT that comes before an ETX. A receiver that checks checksums takes
+    // EOT only between frames: one after a SOH belongs to that frame, which its checksum judges.
+    enum class Eot { Anywhere, BetweenFrames };
+    explicit Collector(Eot eot = Eot::Anywhere)
+        : m_eot(eot)
+    {
+    }
+
     void append(QByteArrayView bytes) { m_buffer.append(bytes); }
     // The next complete step, if there is one.
     std::optional<QByteArray> next();
@@ -92,8 +97,12 @@ public:
     void clear() { m_buffer.clear(); }
 
 private:
+    Eot m_eot;
     QByteArray m_buffer;
 };
+
+// A step that ends the transfer: an EOT with no frame begun before it.
+bool isEndOfTransfer(QByteArrayView step);
 
 // Silence that ends a step begun but not complete: the port's read constant, so a slow line or
 // an adapter that hands bytes over in bursts does not cut frames.
@@ -106,5 +115,10 @@ inline constexpr int kMaxStep = 4 * kMaxLine;
 // it; a step cut short by silence or overlong noise comes back as it is; empty when the line
 // stayed silent. A complete step already held is returned without reading.
 QByteArray readStep(SerialLine& line, Collector& collector, int firstWaitMs);
+
+// Answers NAK to a frame the receiver will not take, and to its repeats until the sender gives
+// up (falls silent or sends EOT), at most maxNaks times: the sender fails at once rather than
+// waiting for an answer that never comes.
+void refuseFrame(SerialLine& line, Collector& collector, int maxNaks, int waitMs);
 
 } // namespace brovant::frames

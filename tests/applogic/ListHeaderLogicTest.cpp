@@ -23,6 +23,8 @@ const QString kNameQuestion =
 const QString kDuplicate =
     QStringLiteral("Listenname existiert bereits!|Bitte verwenden Sie einen|anderen Listennamen.");
 const QString kFactor = QStringLiteral("K-Faktor falsch !!!||");
+const QString kNameNotAllowed = QStringLiteral(
+    "Listenname nicht zulässig!|Erlaubt: Buchstaben, Ziffern,|Leerzeichen und _ - . , ( ) &");
 const QString kRegionQuestion =
     QStringLiteral("Wuchsregion nicht vorhanden!|Wollen Sie die Tarife selbst|zuordnen?");
 const QString kNotAll = QStringLiteral("Es wurden nicht alle|Pflicht-Kopfdaten eingegeben!|");
@@ -164,6 +166,16 @@ const FirstPageCase kFirstPageCases[] = {
     {"NameTakenWithTrailingBlanks", [](Device& d) { d.set(u"LISTE_NR", "ALT   "); }, {},
      PageExit::Stay, {kDuplicate}},
     {"NameDiffersInCase", [](Device& d) { d.set(u"LISTE_NR", "alt"); }, {}, PageExit::NextPage, {}},
+    {"NameWithEveryAllowedSign", [](Device& d) { d.set(u"LISTE_NR", "Ä(1),&_-"); }, {},
+     PageExit::NextPage, {}},
+    {"NameWithDotsAndBlank", [](Device& d) { d.set(u"LISTE_NR", "A B.3."); }, {}, PageExit::NextPage,
+     {}},
+    {"NameWithSlash", [](Device& d) { d.set(u"LISTE_NR", "AB/3"); }, {}, PageExit::Stay,
+     {kNameNotAllowed}},
+    {"NameLedByBlank", [](Device& d) { d.set(u"LISTE_NR", " AB"); }, {}, PageExit::Stay,
+     {kNameNotAllowed}},
+    {"NameOfADevice", [](Device& d) { d.set(u"LISTE_NR", "Con.1"); }, {}, PageExit::Stay,
+     {kNameNotAllowed}},
     {"DateEmptyBeforeFactor", [](Device& d) { d.set(u"DATUM_A", ""); factor(d, 49); }, {},
      PageExit::Stay, {kMissing}},
     {"Factor49", [](Device& d) { factor(d, 49); }, {}, PageExit::Stay, {kFactor}},

@@ -511,6 +511,19 @@ TEST_F(ListSelection, SendMarksTheListsOnlyAfterADelivery)
     EXPECT_EQ(logic.markedCount(), 0);
 }
 
+// A list from before the name check, which no office could file: nothing goes, nothing unmarked.
+TEST_F(ListSelection, AMarkedNameThatCannotTravelStopsTheSend)
+{
+    addList({1, "WALD", 1, 0});
+    addList({2, "AB/3", 1, 0});
+    test::OfficeChannel office(&session.root());
+    EXPECT_EQ(logic.send(office), Transfer::Failed);
+    EXPECT_EQ(office.sends, 0);
+    EXPECT_EQ(dialogs.asked(),
+              QStringList{"Listenname nicht zulässig:|\"AB/3\"|Bitte Liste umbenennen."});
+    EXPECT_EQ(logic.markedCount(), 2);
+}
+
 // What the office delivers becomes lists, only when the channel reports the transfer good.
 TEST_F(ListSelection, ReceiveImportsWhatArrivedAndShowsIt)
 {

@@ -111,11 +111,16 @@ class ToolSend : public ToolChannels, public ::testing::WithParamInterface<Route
 
 TEST_P(ToolSend, DeliversTheMarkedListsAndThenUnmarksThem)
 {
-    ASSERT_EQ(run({"mark", "HIEB01"}).status, 0);
+    // Names with every character the list-name keyboard offers but "/" arrive as they are.
+    for (const char* name : {"HIEB01", "A B.3", "Ä(1),&_-"}) {
+        if (name != std::string("HIEB01"))
+            ASSERT_EQ(newList(root.path(), QString::fromUtf8(name)), "");
+        ASSERT_EQ(run({"mark", QString::fromUtf8(name)}).status, 0);
+    }
     // What the send must deliver: the same files the export writes without a transfer.
     ASSERT_EQ(run({"export-lists"}).status, 0);
     const QMap<QString, QByteArray> expected = filesIn(root.host(QStringLiteral("Export")));
-    ASSERT_EQ(expected.keys(), QStringList{"HIEB01  .DAT"});
+    ASSERT_EQ(expected.keys(), (QStringList{"A B.3   .DAT", "HIEB01  .DAT", "Ä(1),&_-.DAT"}));
     QDir(root.host(QStringLiteral("Export"))).removeRecursively();
 
     TempRoot office;
@@ -147,14 +152,14 @@ TEST_P(ToolSend, DeliversTheMarkedListsAndThenUnmarksThem)
 
     const ToolRun r = run({"send"});
     EXPECT_EQ(r.status, 0) << r.err.toStdString();
-    EXPECT_EQ(r.out, QStringLiteral("HIEB01\n"));
+    EXPECT_EQ(r.out, QStringLiteral("HIEB01\nA B.3\nÄ(1),&_-\n"));
     EXPECT_EQ(r.err, QString());
     if (GetParam() != Route::Ftp) {
         const ToolRun o = peer.finish();
         EXPECT_EQ(o.status, 0) << o.err.toStdString();
     }
     EXPECT_EQ(filesIn(received), expected);
-    EXPECT_EQ(lists(), "HIEB01|0|1|2 LEER|0|0|0");
+    EXPECT_EQ(lists(), "HIEB01|0|1|2 LEER|0|0|0 A B.3|0|1|0 Ä(1),&_-|0|1|0");
 }
 
 INSTANTIATE_TEST_SUITE_P(Routes, ToolSend,
@@ -172,8 +177,10 @@ TEST_P(ToolReceive, ImportsWhatTheOfficeDelivers)
                                 "10A1     1FI  3030   0.90    FI01 \r\n"));
     office.writeFile(QStringLiteral("MUEHLE.DAT"),
                      officeList("M\xDCHLE", "REGWR01    FI FI01 \r\n"));
+    office.writeFile(QStringLiteral("PUNKT.DAT"), officeList("\xC4(1),&_-", ""));
     const QStringList files{office.host(QStringLiteral("NEU1.DAT")),
-                            office.host(QStringLiteral("MUEHLE.DAT"))};
+                            office.host(QStringLiteral("MUEHLE.DAT")),
+                            office.host(QStringLiteral("PUNKT.DAT"))};
     root.writeFile(QStringLiteral("Import/STALE.DAT"), officeList("ALT", ""));
     ToolProcess peer;
     PtyCable cable;
@@ -191,11 +198,11 @@ TEST_P(ToolReceive, ImportsWhatTheOfficeDelivers)
     const ToolRun r = run({"receive"});
     EXPECT_EQ(r.status, 0) << r.err.toStdString();
     // In the order of their names; the file left from before is not among them.
-    EXPECT_EQ(r.out, QStringLiteral("MÜHLE\nNEU1\n"));
+    EXPECT_EQ(r.out, QStringLiteral("MÜHLE\nNEU1\nÄ(1),&_-\n"));
     EXPECT_EQ(r.err, QString());
     const ToolRun o = peer.finish();
     EXPECT_EQ(o.status, 0) << o.err.toStdString();
-    EXPECT_EQ(lists(), "HIEB01|0|0|2 LEER|0|0|0 MÜHLE   |0|0|0 NEU1    |0|0|2");
+    EXPECT_EQ(lists(), "HIEB01|0|0|2 LEER|0|0|0 MÜHLE   |0|0|0 NEU1    |0|0|2 Ä(1),&_-|0|0|0");
     EXPECT_EQ(filesIn(root.host(QStringLiteral("Import"))), (QMap<QString, QByteArray>{}));
 }
 

@@ -14,9 +14,13 @@ class ToolCsv : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        ASSERT_EQ(demoDevice(root.path(), {"HIEB01", "FLÄCHE", "a/b"},
+        ASSERT_EQ(demoDevice(root.path(), {"HIEB01", "FLÄCHE", "AB"},
                              {"--date", "04.05.2026", "--factor", "90"}),
                   "");
+        // A list named before names were checked: no file can carry it.
+        ASSERT_EQ(sqlRows(root.host(QStringLiteral("Brovant/Brovant.cdb")),
+                          "UPDATE Brov_Kopfdaten SET LISTE_NR = 'a/b' WHERE LISTE_NR = 'AB'"),
+                  QStringList());
         const QStringList trees[] = {
             {"HIEB01", "--bhd", "25", "--species", "FI", "--tarif", "FI01"},
             {"HIEB01", "--bhd", "31", "--stk", "2", "--species", "FI", "--tarif", "FI01"},

@@ -47,6 +47,9 @@ TEST(ToolNewList, ChecksInOrderAndWritesOnlyAListThatPassesAll)
         {"name taken", complete("HIEB01"), 1, "",
          "Listenname existiert bereits!\nBitte verwenden Sie einen\nanderen Listennamen.\n"},
         {"no name", complete(""), 1, "", "Kein Listenname angegeben!\n"},
+        {"name with a slash", complete("AB/3"), 1, "",
+         "Listenname nicht zulässig!\nErlaubt: Buchstaben, Ziffern,\nLeerzeichen und _ - . , ( ) "
+         "&\n"},
         {"date empty", with(complete("L2"), {"--date", ""}), 1, "", "Eingabe fehlt !!!\n"},
         {"factor 49", with(complete("L2"), {"--factor", "49"}), 1, "", "K-Faktor falsch !!!\n"},
         {"region missing",

@@ -358,7 +358,7 @@ TEST_F(CableChannelTest, ReceiveOnANoisyLine)
     }
 }
 
-TEST_F(CableChannelTest, HostileHeaderNamesNeverWriteOutsideImport)
+TEST_F(CableChannelTest, HostileHeaderNamesFailTheReceiveAndWriteNothing)
 {
     const QByteArray names[] = {
         "..\\..\\x.DAT ",
@@ -389,11 +389,13 @@ TEST_F(CableChannelTest, HostileHeaderNamesNeverWriteOutsideImport)
         ScriptedDialogs notes;
         CableChannel cable(
             freshDevice, notes, clock, [&](int) { return std::make_unique<LineRef>(peer); }, 2);
-        ASSERT_TRUE(cable.receive());
-        EXPECT_EQ(cable.summary().refusedNames.size(), 1);
-        QMap<QString, QByteArray> after = before;
-        after[QStringLiteral("Import/GOOD.DAT")] = header("GOOD.DAT    ") + "001G\r\n";
-        EXPECT_EQ(filesBelow(fresh.path()), after);
+        // Taking the lines under no file would tell the office they arrived.
+        EXPECT_FALSE(cable.receive());
+        EXPECT_EQ(cable.summary().refusedNames, QList<QString>{QString::fromLatin1(name)});
+        EXPECT_EQ(notes.asked().size(), 1);
+        EXPECT_TRUE(notes.asked().value(0).startsWith(
+            QStringLiteral("Fehler bei der Übertragung!|Dateiname nicht zulässig:|\"")));
+        EXPECT_EQ(filesBelow(fresh.path()), before);
     }
 }
 

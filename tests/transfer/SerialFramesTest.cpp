@@ -1,6 +1,8 @@
 // Frames byte by byte, taken apart, gathered from a line, and the names a header may give.
 #include "transfer/SerialFrames.h"
 
+#include "transfer/ListName.h"
+
 #include <gtest/gtest.h>
 
 namespace brovant::test {
@@ -139,7 +141,8 @@ TEST(SerialFrames, CollectorCutsTheLineIntoSteps)
     EXPECT_TRUE(cut.isEmpty());
 }
 
-TEST(SerialFrames, HeaderNamesMustBePlainShortNames)
+// Every name the list-name keyboard can make must be a list file name; nothing else may be.
+TEST(SerialFrames, HeaderNamesMustBeListFileNames)
 {
     const struct {
         QString name;
@@ -147,6 +150,16 @@ TEST(SerialFrames, HeaderNamesMustBePlainShortNames)
     } cases[] = {
         {QStringLiteral("12345678.DAT"), true},
         {QStringLiteral("AB      .DAT"), true},
+        {QStringLiteral("AB.3    .DAT"), true},
+        {QStringLiteral("Ä_(1),&-.DAT"), true},
+        {QStringLiteral("A B.DAT"), true},
+        {QStringLiteral("A.B.C"), true},
+        {QStringLiteral("AB/3    .DAT"), false},
+        {QStringLiteral("AB:3.DAT"), false},
+        {QStringLiteral("A#B.DAT"), false},
+        {QStringLiteral(".AB.DAT"), false},
+        {QStringLiteral("CON.3   .DAT"), false},
+        {QStringLiteral("\u0416.DAT"), false},
         {QStringLiteral("MÜLLER.DAT"), true},
         {QStringLiteral("a_b-c.d"), true},
         {QStringLiteral("NOEXT"), true},
@@ -178,13 +191,12 @@ TEST(SerialFrames, HeaderNamesMustBePlainShortNames)
         {QStringLiteral(".."), false},
         {QStringLiteral(""), false},
         {QStringLiteral(" LEAD.DAT"), false},
-        {QStringLiteral("A.B.C"), false},
         {QStringLiteral("A.D T"), false},
         {QStringLiteral("x*.dat"), false},
         {QStringLiteral("x?.dat"), false},
     };
     for (const auto& c : cases)
-        EXPECT_EQ(isPlainShortName(c.name), c.plain) << c.name.toStdString();
+        EXPECT_EQ(listname::isFileName(c.name), c.plain) << c.name.toStdString();
 }
 
 TEST(SerialFrames, HeaderLinesNameTheirFile)

@@ -92,7 +92,13 @@ QString SerialReceiveProbe::verify(const Outcome& outcome) const
         return files;
     if (outcome.ok && !outcome.offeredEot)
         return QStringLiteral("a transfer without EOT succeeded");
-    if (outcome.notices != (outcome.ok ? QStringList() : QStringList{kFailed}))
+    // A refused name fails the receive with the name in the notice.
+    const QString failed =
+        outcome.summary.refusedNames.isEmpty()
+            ? kFailed
+            : QStringLiteral("Fehler bei der Übertragung!|Dateiname nicht zulässig:|");
+    if (outcome.notices.size() != (outcome.ok ? 0 : 1)
+        || (!outcome.ok && !outcome.notices.first().startsWith(failed)))
         return QStringLiteral("messages ") + outcome.notices.join(u'/');
     return {};
 }

@@ -9,6 +9,7 @@
 #pragma once
 
 #include "transfer/CableChannel.h"
+#include "transfer/ListName.h"
 #include "transfer/SerialFrames.h"
 #include "transfer/SerialLine.h"
 
@@ -18,6 +19,7 @@
 #include <QFileInfo>
 #include <QList>
 #include <QMap>
+#include <QRegularExpression>
 #include <QStringList>
 
 #include <algorithm>
@@ -139,14 +141,15 @@ inline QString checkRefused(const QStringList& refused)
     for (QString name : refused) {
         while (name.endsWith(u' '))
             name.chop(1);
-        if (frames::isPlainShortName(name))
+        if (listname::isFileName(name))
             return QStringLiteral("refused the plain name \"%1\"").arg(name);
     }
     return {};
 }
 
-// The plain files in `folder` (a host path) are exactly `reported`, none a link, each a plain
-// short name and each begun by its header line and ended by CR LF. `planted` links may stay.
+// The plain files in `folder` (a host path) are exactly `reported`, none a link, each a list
+// file's name, or one kept beside an earlier file of that name ("ONE_2.DAT"), and each begun by
+// its header line and ended by CR LF. `planted` links may stay.
 inline QString checkReceivedFiles(const QString& folder, const QStringList& reported,
                                   const QStringList& planted = {})
 {
@@ -159,7 +162,9 @@ inline QString checkReceivedFiles(const QString& folder, const QStringList& repo
             continue;
         }
         found << info.fileName();
-        if (!frames::isPlainShortName(info.fileName()))
+        static const QRegularExpression number(QStringLiteral("_[0-9]+(?=\\.[^.]*$|$)"));
+        if (!listname::isFileName(info.fileName())
+            && !listname::isFileName(QString(info.fileName()).remove(number)))
             return QStringLiteral("wrote the file \"%1\"").arg(info.fileName());
         QFile file(info.filePath());
         if (!file.open(QIODevice::ReadOnly))

@@ -5,6 +5,7 @@
 #include "masterdata/SettingsStore.h"
 #include "platform/Clock.h"
 #include "platform/MessageDialogs.h"
+#include "transfer/ListName.h"
 
 #include <algorithm>
 #include <vector>
@@ -281,6 +282,13 @@ PageExit ListHeaderLogic::checkFirstPage()
                                            QStringLiteral("Soll die Listenanlage"),
                                            QStringLiteral("abgebrochen werden?"));
         return answer == MessageDialogs::No ? PageExit::Stay : PageExit::Abandon;
+    }
+    // The name becomes the list's file name on every way to the office.
+    if (!listname::canTravel(formatValue(nameField(), m_rows.value(kName)))) {
+        m_dialogs.notice(QStringLiteral("Listenname nicht zulässig!"),
+                         QStringLiteral("Erlaubt: Buchstaben, Ziffern,"),
+                         QStringLiteral("Leerzeichen und _ - . , ( ) &"));
+        return PageExit::Stay;
     }
     if (nameTaken(m_rows.loadText(kName))) {
         m_dialogs.notice(QStringLiteral("Listenname existiert bereits!"),

@@ -9,6 +9,7 @@
 #include "platform/MessageDialogs.h"
 #include "transfer/ListFileExport.h"
 #include "transfer/ListFileImport.h"
+#include "transfer/ListName.h"
 #include "transfer/TransferChannels.h"
 
 namespace brovant {
@@ -377,10 +378,29 @@ bool ListSelectionLogic::readyToSend()
     return false;
 }
 
+bool ListSelectionLogic::markedNamesTravel()
+{
+    auto q = m_db.query(QStringLiteral("SELECT LISTE_NR FROM %1 WHERE DUE_MARK <> 0 ORDER BY rowid")
+                            .arg(tableName(schema::Kopfdaten)));
+    while (q.next()) {
+        const QString name = formattedListNo(q.value(0));
+        if (!listname::canTravel(name)) {
+            m_dialogs.notice(QStringLiteral("Listenname nicht zulässig:"),
+                             QStringLiteral("\"%1\"").arg(name.trimmed()),
+                             QStringLiteral("Bitte Liste umbenennen."));
+            return false;
+        }
+    }
+    return true;
+}
+
 ListSelectionLogic::Transfer ListSelectionLogic::send(TransferChannels& channels)
 {
     if (!readyToSend())
         return Transfer::NotStarted;
+    // A list the office could not file would go unmarked without having arrived.
+    if (!markedNamesTravel())
+        return Transfer::Failed;
     ListFileExport files(m_root, m_db, m_store, m_dialogs);
     if (files.writeMarked() == 0 || !channels.send())
         return Transfer::Failed;

@@ -120,6 +120,8 @@ private:
         QString listNo;
     };
     std::optional<Selected> recordAt(int index) const;
+    // Every marked list's name can be its file's at the office; else the notice for the first.
+    bool markedNamesTravel();
     bool tableEmpty() const;
     Target withTrees(Target target);
     bool deleteList(std::int64_t headerRowId, std::int64_t childListId);
