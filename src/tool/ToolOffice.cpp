@@ -5,15 +5,22 @@
 #include "platform/PosixSerialLine.h"
 #include "platform/RootLocation.h"
 #include "transfer/CableChannel.h"
+#include "transfer/ListName.h"
 #include "transfer/SerialFrames.h"
 
 #include <QCommandLineParser>
+#include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
 #include <QThread>
+
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace brovant {
 namespace {
@@ -65,24 +72,6 @@ int rounds(int totalMs, int everyMs)
     return std::max(1, totalMs / std::max(1, everyMs));
 }
 
-struct ReceivedFile {
-    QString name;
-    QByteArray bytes;
-};
-
-// A header line opens its file again from the start, as the device's "w" does.
-qsizetype chooseFile(std::vector<ReceivedFile>& files, const QString& name)
-{
-    for (size_t i = 0; i < files.size(); ++i) {
-        if (files[i].name.compare(name, Qt::CaseInsensitive) == 0) {
-            files[i].bytes.clear();
-            return qsizetype(i);
-        }
-    }
-    files.push_back({name, {}});
-    return qsizetype(files.size()) - 1;
-}
-
 QString visible(const QString& field)
 {
     QString shown;
@@ -92,6 +81,153 @@ QString visible(const QString& field)
                      : QString(c);
     return shown;
 }
+
+// Puts `from` under the name `to` unless something has that name; `taken` tells that case apart.
+bool placeWithoutReplacing(const QString& from, const QString& to, bool& taken)
+{
+    const QByteArray source = QFile::encodeName(from);
+    const QByteArray target = QFile::encodeName(to);
+    taken = false;
+    if (::renameat2(AT_FDCWD, source.constData(), AT_FDCWD, target.constData(), RENAME_NOREPLACE)
+        == 0)
+        return true;
+    if (errno != EINVAL && errno != ENOSYS) {
+        taken = errno == EEXIST;
+        return false;
+    }
+    // A folder that cannot refuse a replacement on rename (some network shares): a hard link.
+    if (::link(source.constData(), target.constData()) == 0) {
+        ::unlink(source.constData());
+        return true;
+    }
+    taken = errno == EEXIST;
+    return false;
+}
+
+// "ONE.DAT" kept beside an earlier one: "ONE_2.DAT"; the blank padding goes.
+QString numberedName(const QString& name, int number)
+{
+    const qsizetype dot = name.lastIndexOf(u'.');
+    QString base = dot < 0 ? name : name.left(dot);
+    while (base.endsWith(u' '))
+        base.chop(1);
+    return base + QStringLiteral("_%1").arg(number) + (dot < 0 ? QString() : name.mid(dot));
+}
+
+// The files of one receive. Each is written as its lines arrive, into a hidden file of its own
+// in the output folder, and takes its name only after EOT: a broken transfer leaves no file, and
+// nothing of a session is held in memory. A name the folder already holds, in any case, stays
+// with its file; the new one is kept beside it under a numbered name.
+class Arrivals {
+public:
+    static constexpr int kMaxNumber = 9999;
+
+    explicit Arrivals(QString dir)
+        : m_dir(std::move(dir))
+    {
+    }
+    ~Arrivals()
+    {
+        closeCurrent();
+        for (const Arrival& arrival : m_files) {
+            if (!arrival.placed)
+                QFile::remove(arrival.hidden);
+        }
+    }
+    Arrivals(const Arrivals&) = delete;
+    Arrivals& operator=(const Arrivals&) = delete;
+
+    // Closes the file being written and begins the one a header named.
+    bool start(const QString& name)
+    {
+        if (!closeCurrent())
+            return false;
+        // Created new, never through a link; with the folder's usual permissions.
+        for (int attempt = 0; attempt < 100; ++attempt) {
+            const QString hidden = QDir(m_dir).filePath(QStringLiteral(".empfang-%1-%2")
+                                                            .arg(QCoreApplication::applicationPid())
+                                                            .arg(++m_counter));
+            m_current = std::make_unique<QFile>(hidden);
+            if (m_current->open(QIODevice::WriteOnly | QIODevice::NewOnly)) {
+                m_files.push_back({name, hidden, false});
+                return true;
+            }
+        }
+        m_current.reset();
+        return false;
+    }
+
+    // Lines before the first header go to no file.
+    bool write(QByteArrayView payload)
+    {
+        if (!m_current)
+            return true;
+        return m_current->write(payload.data(), payload.size()) == payload.size()
+               && m_current->write("\r\n", 2) == 2;
+    }
+
+    // After EOT: every file under its name, or beside the file that has it. A file that cannot
+    // be named stays as it is, under its hidden name, in `error`.
+    bool keep(OfficeResult& result)
+    {
+        bool ok = closeCurrent();
+        const QDir dir(m_dir);
+        QStringList taken =
+            dir.entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+        for (Arrival& arrival : m_files) {
+            QString stored = arrival.name;
+            bool placed = false;
+            for (int number = 2; number <= kMaxNumber; ++number) {
+                bool exists = taken.contains(stored, Qt::CaseInsensitive);
+                if (!exists
+                    && placeWithoutReplacing(arrival.hidden, dir.filePath(stored), exists)) {
+                    placed = true;
+                    break;
+                }
+                if (!exists)
+                    break;
+                stored = numberedName(arrival.name, number);
+            }
+            // The device has its EOT answered: what came must not be lost.
+            arrival.placed = true;
+            if (!placed) {
+                ok = false;
+                result.error =
+                    QStringLiteral("Datei %1 kann nicht abgelegt werden, sie bleibt als %2")
+                        .arg(arrival.name, QFileInfo(arrival.hidden).fileName());
+                continue;
+            }
+            taken.append(stored);
+            result.files.append(stored);
+            if (stored != arrival.name)
+                result.keptBeside.append({arrival.name, stored});
+        }
+        return ok;
+    }
+
+private:
+    struct Arrival {
+        QString name;
+        QString hidden;
+        bool placed;
+    };
+
+    bool closeCurrent()
+    {
+        if (!m_current)
+            return true;
+        const bool ok = m_current->flush() && ::fdatasync(m_current->handle()) == 0;
+        m_current->close();
+        const bool closed = m_current->error() == QFileDevice::NoError;
+        m_current.reset();
+        return ok && closed;
+    }
+
+    QString m_dir;
+    std::vector<Arrival> m_files;
+    std::unique_ptr<QFile> m_current;
+    int m_counter = 0;
+};
 
 int optionNumber(const QCommandLineParser& parser, const QString& option, int fallback, bool& ok)
 {
@@ -127,7 +263,8 @@ bool copyInto(const QString& from, const QString& to)
     if (!in.open(QIODevice::ReadOnly) || !out.open(QIODevice::WriteOnly))
         return false;
     const QByteArray bytes = in.readAll();
-    return in.error() == QFileDevice::NoError && out.write(bytes) == bytes.size() && commitToMedium(out);
+    return in.error() == QFileDevice::NoError && out.write(bytes) == bytes.size()
+           && commitToMedium(out);
 }
 
 int activeSync(const QCommandLineParser& parser, int timeoutMs, QTextStream& out, QTextStream& err)
@@ -157,8 +294,16 @@ int activeSync(const QCommandLineParser& parser, int timeoutMs, QTextStream& out
     if (collect) {
         const QString target = parser.value(kCollectOption);
         QDir().mkpath(target);
-        for (const QString& name : root.find(DeviceRoot::join(folder, QStringLiteral("*.dat")),
-                                             DeviceRoot::Kind::Files)) {
+        const QStringList names =
+            root.find(DeviceRoot::join(folder, QStringLiteral("*.dat")), DeviceRoot::Kind::Files);
+        // Without end.tmp the device's send fails and its lists stay marked.
+        for (const QString& name : names) {
+            if (!listname::isFileName(name)) {
+                err << "Dateiname abgelehnt: \"" << visible(name) << "\"\n";
+                return 1;
+            }
+        }
+        for (const QString& name : names) {
             if (!copyInto(root.hostPath(DeviceRoot::join(folder, name)),
                           QDir(target).filePath(name))) {
                 err << "Datei kann nicht kopiert werden: " << name << '\n';
@@ -231,8 +376,8 @@ int serialCommand(const QCommandLineParser& parser, bool receive, int timeoutMs,
     err.flush();
     const OfficeResult result = receive ? officeReceive(*line, parser.value(kOutOption), timing)
                                         : officeSend(*line, files, timing);
-    for (const QString& name : result.refused)
-        err << "Dateiname abgelehnt, Zeilen verworfen: \"" << visible(name) << "\"\n";
+    for (const auto& [name, stored] : result.keptBeside)
+        err << "Datei \"" << name << "\" gibt es schon, gespeichert als \"" << stored << "\"\n";
     for (const QString& name : result.files)
         out << name << '\n';
     out << result.lines << (receive ? " Zeilen empfangen\n" : " Zeilen gesendet\n");
@@ -248,7 +393,7 @@ int serialCommand(const QCommandLineParser& parser, bool receive, int timeoutMs,
 OfficeResult officeReceive(SerialLine& line, const QString& outDir, const OfficeTiming& timing)
 {
     OfficeResult result;
-    frames::Collector collector;
+    frames::Collector collector(frames::Collector::Eot::BetweenFrames);
     QByteArray step;
     for (int round = 0; round < rounds(timing.enquiryWaitMs, timing.askEveryMs) && step.isEmpty();
          ++round) {
@@ -266,12 +411,15 @@ OfficeResult officeReceive(SerialLine& line, const QString& outDir, const Office
         result.error = QStringLiteral("Keine Daten vom Gerät");
         return result;
     }
+    if (!QDir().mkpath(outDir)) {
+        result.error = QStringLiteral("Ordner kann nicht angelegt werden: %1").arg(outDir);
+        return result;
+    }
 
-    std::vector<ReceivedFile> files;
-    qsizetype current = -1;
+    Arrivals arrivals(outDir);
     int expected = 1;
     int naks = 0;
-    while (!step.contains(frames::kEot)) {
+    while (!frames::isEndOfTransfer(step)) {
         if (step.isEmpty()) {
             result.error =
                 QStringLiteral("Das Gerät sendet nicht mehr (Zeile %1)").arg(result.lines + 1);
@@ -280,17 +428,31 @@ OfficeResult officeReceive(SerialLine& line, const QString& outDir, const Office
         const frames::Received frame = frames::takeApart(step);
         char answer = frames::kAck;
         if (frame.complete && frame.checksumMatches && frame.digit == char('0' + expected)) {
+            if (frames::isHeader(frame.payload)) {
+                const std::optional<QString> name = frames::headerFileName(frame.payload);
+                // Taking the lines under no name would tell the device they arrived.
+                if (!name) {
+                    const QString field = frames::headerNameField(frame.payload);
+                    result.refused.append(field);
+                    result.error =
+                        QStringLiteral("Dateiname abgelehnt: \"%1\"").arg(visible(field));
+                    frames::refuseFrame(line, collector, CableChannel::kMaxNaks,
+                                        timing.frameWaitMs);
+                    return result;
+                }
+                if (!arrivals.start(*name)) {
+                    result.error = QStringLiteral("Datei kann nicht erzeugt werden: %1").arg(*name);
+                    return result;
+                }
+            }
+            if (!arrivals.write(frame.payload)) {
+                result.error = QStringLiteral("Datei kann nicht geschrieben werden (Zeile %1)")
+                                   .arg(result.lines + 1);
+                return result;
+            }
             expected = (expected + 1) % 10;
             naks = 0;
             ++result.lines;
-            if (frames::isHeader(frame.payload)) {
-                const std::optional<QString> name = frames::headerFileName(frame.payload);
-                current = name ? chooseFile(files, *name) : -1;
-                if (!name)
-                    result.refused.append(frames::headerNameField(frame.payload));
-            }
-            if (current >= 0)
-                files[size_t(current)].bytes.append(frame.payload).append("\r\n");
         } else {
             answer = frames::kNak;
             if (++naks > CableChannel::kMaxNaks) {
@@ -308,27 +470,7 @@ OfficeResult officeReceive(SerialLine& line, const QString& outDir, const Office
         step = frames::readStep(line, collector, timing.frameWaitMs);
     }
 
-    if (!QDir().mkpath(outDir)) {
-        result.error = QStringLiteral("Ordner kann nicht angelegt werden: %1").arg(outDir);
-        return result;
-    }
-    for (const ReceivedFile& file : files) {
-        // A plain short name cannot leave the folder, but QSaveFile writes through a link left
-        // under it: the link goes first.
-        const QString path = QDir(outDir).filePath(file.name);
-        if (QFileInfo(path).isSymLink() && !QFile::remove(path)) {
-            result.error = QStringLiteral("Datei kann nicht erzeugt werden: %1").arg(file.name);
-            return result;
-        }
-        QSaveFile out(path);
-        if (!out.open(QIODevice::WriteOnly) || out.write(file.bytes) != file.bytes.size()
-            || !commitToMedium(out)) {
-            result.error = QStringLiteral("Datei kann nicht erzeugt werden: %1").arg(file.name);
-            return result;
-        }
-        result.files.append(file.name);
-    }
-    result.ok = true;
+    result.ok = arrivals.keep(result);
     return result;
 }
 

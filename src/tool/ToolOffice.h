@@ -37,13 +37,16 @@ struct OfficeResult {
     bool ok = false;
     QString error;       // why not, for the user
     quint64 lines = 0;   // accepted lines
-    QStringList files;   // written (receive) or sent (send), in order
-    QStringList refused; // header names refused on receive; their lines were dropped
+    QStringList files;   // written (receive, as stored) or sent (send), in order
+    QStringList refused; // a header name refused on receive: the transfer failed on it
+    // Received files whose name `outDir` held already: (name sent, name stored beside it).
+    QList<std::pair<QString, QString>> keptBeside;
 };
 
-// Asks with ENQ, checks every frame's checksum and sequence digit, answers ACK or NAK, and after
-// EOT writes the files the header lines named into `outDir` (nothing before EOT, so a broken
-// transfer leaves no half file behind).
+// Asks with ENQ, checks every frame's checksum and sequence digit, answers ACK or NAK, and takes
+// EOT only between frames. Each file is written as it arrives and named after EOT, beside any
+// file of that name in `outDir`, so a broken transfer leaves no file behind. A header naming a
+// file that no list can have (listname::isFileName) gets NAK and fails the transfer.
 OfficeResult officeReceive(SerialLine& line, const QString& outDir, const OfficeTiming& timing);
 
 // Waits for the device's SYN SYN ENQ, then sends the files' lines framed, repeating a frame on

@@ -42,15 +42,16 @@ TEST_P(OfficeCorpusTest, HoldsEveryInvariant)
         {"cut_frame.bin", {true, {"C.DAT"}, 0}},
         {"digits_wrap.bin", {true, {"W.DAT"}, 0}},
         {"eot_only.bin", {true, {}, 0}},
-        {"hostile_names.bin", {true, {"GOOD.DAT"}, 10}},
+        {"eot_inside_frame.bin", {true, {"C.DAT"}, 0}}, // NAK, then the frame again
+        {"hostile_names.bin", {false, {}, 1}},          // ends on the first name refused
         {"lines_before_header.bin", {true, {"B.DAT"}, 0}},
-        {"link_names.bin", {true, {"DANGLE.DAT", "LINK.DAT"}, 0}},
-        {"lowercase_checksum.bin", {true, {"L.DAT"}, 0}}, // refused once, then taken
+        {"link_names.bin", {true, {"DANGLE_2.DAT", "LINK_2.DAT"}, 0}}, // beside the links
+        {"lowercase_checksum.bin", {true, {"L.DAT"}, 0}},              // refused once, then taken
         {"nak_storm.bin", {false, {}, 0}},
         {"noise_first.bin", {true, {}, 0}},
         {"overlong_noise.bin", {true, {"C.DAT"}, 0}},
-        {"same_name_twice.bin", {true, {"ONE.DAT"}, 0}},
-        {"short_header.bin", {true, {"E.DAT"}, 2}},
+        {"same_name_twice.bin", {true, {"ONE.DAT", "one_2.dat"}, 0}},
+        {"short_header.bin", {false, {}, 1}},
         {"silence_midway.bin", {false, {}, 0}},
         {"two_files.bin", {true, {"4711    .DAT", QStringLiteral("MÜHLE   .DAT")}, 0}},
         {"wrong_checksum_once.bin", {true, {"C.DAT"}, 0}},

@@ -71,10 +71,16 @@ TEST(OfficeReceive, ChecksEveryFrameAndWritesFilesAfterEot)
             return i == index && attempt == 0 ? QByteArray(frame).replace(6, 1, "5") : frame;
         };
     };
-    const QList<QByteArray> lines{
-        "001before any header\r\n", header("ONE.DAT     "), "001one\r\n",
-        header("../TWO.DAT  "),     "001dropped\r\n",       header("one.dat     "),
-        "001one again\r\n"};
+    // A byte of the payload turned into EOT, the rest of the frame following, or nothing.
+    const auto eotInPayload = [](int index, bool cut) {
+        return [=](int i, int attempt, const QByteArray& frame) {
+            if (i != index || (!cut && attempt > 0))
+                return frame;
+            return cut ? frame.first(9) + kEot : QByteArray(frame).replace(9, 1, "\x04");
+        };
+    };
+    const QList<QByteArray> lines{"001before any header\r\n", header("ONE.DAT     "), "001one\r\n",
+                                  header("one.dat     "), "001one again\r\n"};
     const struct {
         const char* what;
         std::function<QByteArray(int, int, const QByteArray&)> mangle;
@@ -82,11 +88,14 @@ TEST(OfficeReceive, ChecksEveryFrameAndWritesFilesAfterEot)
         bool ok;
         QByteArray answers;
     } cases[] = {
-        {"clean", {}, 1 << 20, true, "AAAAAAA"},
-        {"checksum wrong twice", spoilChecksum(2, 2), 1 << 20, true, "AANNAAAAA"},
-        {"payload byte lost", spoilPayload(3), 1 << 20, true, "AAANAAAA"},
-        {"wrong digit", spoilDigit(6), 1 << 20, true, "AAAAAANA"},
+        {"clean", {}, 1 << 20, true, "AAAAA"},
+        {"checksum wrong twice", spoilChecksum(2, 2), 1 << 20, true, "AANNAAA"},
+        {"payload byte lost", spoilPayload(3), 1 << 20, true, "AAANAA"},
+        {"wrong digit", spoilDigit(3), 1 << 20, true, "AAANAA"},
+        {"EOT inside a frame", eotInPayload(2, false), 1 << 20, true, "AANAAA"},
         {"checksum never right", spoilChecksum(1, 99), 1 << 20, false, "A" + QByteArray(15, 'N')},
+        {"frame cut short by EOT", eotInPayload(3, true), 1 << 20, false,
+         "AAA" + QByteArray(15, 'N')},
         {"device goes silent", {}, 4, false, "AAAA"},
     };
     for (const auto& c : cases) {
@@ -100,13 +109,30 @@ TEST(OfficeReceive, ChecksEveryFrameAndWritesFilesAfterEot)
             EXPECT_TRUE(filesIn(out.path()).isEmpty()); // nothing before EOT
             continue;
         }
-        // The second header of the same name starts its file again; the refused one is dropped.
-        EXPECT_EQ(
-            filesIn(out.path()),
-            (QMap<QString, QByteArray>{{"ONE.DAT", header("one.dat     ") + "001one again\r\n"}}));
-        EXPECT_EQ(r.refused, QStringList{"../TWO.DAT  "});
-        EXPECT_EQ(r.lines, 7u);
+        // A second file of the same name, in any case, is kept beside the first.
+        EXPECT_EQ(filesIn(out.path()),
+                  (QMap<QString, QByteArray>{
+                      {"ONE.DAT", header("ONE.DAT     ") + "001one\r\n"},
+                      {"one_2.dat", header("one.dat     ") + "001one again\r\n"}}));
+        EXPECT_EQ(r.files, (QStringList{"ONE.DAT", "one_2.dat"}));
+        EXPECT_EQ(r.lines, 5u);
     }
+}
+
+TEST(OfficeReceive, KeepsEveryDeliveryOfAName)
+{
+    TempRoot out;
+    const QByteArray name = "AB.3    .DAT";
+    for (const char* text : {"001first\r\n", "001second\r\n", "001third\r\n"})
+        EXPECT_TRUE(receiveFrom({header(name), text}, out.path()).ok);
+    EXPECT_EQ(filesIn(out.path()),
+              (QMap<QString, QByteArray>{{"AB.3    .DAT", header(name) + "001first\r\n"},
+                                         {"AB.3_2.DAT", header(name) + "001second\r\n"},
+                                         {"AB.3_3.DAT", header(name) + "001third\r\n"}}));
+    const OfficeResult refused = receiveFrom({header("AB/3    .DAT"), "001x\r\n"}, out.path());
+    EXPECT_FALSE(refused.ok);
+    EXPECT_EQ(refused.error, QStringLiteral("Dateiname abgelehnt: \"AB/3    .DAT\""));
+    EXPECT_EQ(filesIn(out.path()).size(), 3);
 }
 
 TEST(OfficeSend, FramesEveryFileAndRepeatsOnNakOrSilence)
@@ -244,6 +270,7 @@ TEST_F(OfficeOverPty, DeviceSendsToOfficeReceive)
     root.writeFile(QStringLiteral("Export/4711    .DAT"), first);
     root.writeFile(QStringLiteral("Export/MÜHLE   .DAT"), second);
     TempRoot office;
+    office.writeFile(QStringLiteral("4711    .DAT"), "delivered before");
     ToolProcess tool(
         {"office-receive", "--port", pty.slavePath(), "--out", office.path(), "--timeout", "20"});
     const std::unique_ptr<SerialLine> line = pty.deviceEnd();
@@ -253,8 +280,13 @@ TEST_F(OfficeOverPty, DeviceSendsToOfficeReceive)
     const ToolRun r = tool.finish();
     ASSERT_EQ(r.status, 0) << r.err.toStdString();
     EXPECT_EQ(filesIn(office.path()),
-              (QMap<QString, QByteArray>{{"4711    .DAT", first}, {"MÜHLE   .DAT", second}}));
-    EXPECT_EQ(r.out, QStringLiteral("4711    .DAT\nMÜHLE   .DAT\n16 Zeilen empfangen\n"));
+              (QMap<QString, QByteArray>{{"4711    .DAT", "delivered before"},
+                                         {"4711_2.DAT", first},
+                                         {"MÜHLE   .DAT", second}}));
+    EXPECT_EQ(r.out, QStringLiteral("4711_2.DAT\nMÜHLE   .DAT\n16 Zeilen empfangen\n"));
+    EXPECT_EQ(r.err, QStringLiteral("Warten auf Daten vom Gerät...\n"
+                                    "Datei \"4711    .DAT\" gibt es schon, gespeichert als "
+                                    "\"4711_2.DAT\"\n"));
     EXPECT_TRUE(dialogs.asked().isEmpty());
     keepTranscript(recording, "office-receive.transcript",
                    "The device's cable send (CableChannel) to brovant-tool office-receive over a\n"
@@ -284,39 +316,39 @@ TEST_F(OfficeOverPty, OfficeSendsToDeviceReceive)
                    "D: written by the device; P: read by the device.");
 }
 
-TEST_F(OfficeOverPty, HostileNamesStayOutOnBothSides)
+TEST_F(OfficeOverPty, HostileNamesFailTheTransferOnBothSides)
 {
     ASSERT_TRUE(pty.ok());
     const QByteArray evil =
-        header("../EVIL.DAT ") + "001evil\r\n" + header("GOOD.DAT    ") + "001good\r\n";
+        header("GOOD.DAT    ") + "001good\r\n" + header("../EVIL.DAT ") + "001evil\r\n";
     root.writeFile(QStringLiteral("Export/X.DAT"), evil);
     TempRoot office;
-    const QString out = office.host(QStringLiteral("out"));
     {
-        ToolProcess tool(
-            {"office-receive", "--port", pty.slavePath(), "--out", out, "--timeout", "20"});
+        ToolProcess tool({"office-receive", "--port", pty.slavePath(), "--out",
+                          office.host(QStringLiteral("out")), "--timeout", "20"});
         const std::unique_ptr<SerialLine> line = pty.deviceEnd();
         CableChannel cable = channel(*line);
-        EXPECT_TRUE(cable.send());
+        EXPECT_FALSE(cable.send());
         const ToolRun r = tool.finish();
-        EXPECT_EQ(r.status, 0) << r.err.toStdString();
-        EXPECT_TRUE(r.err.contains(QStringLiteral("abgelehnt"))) << r.err.toStdString();
+        EXPECT_EQ(r.status, 1);
+        EXPECT_TRUE(r.err.contains(QStringLiteral("Dateiname abgelehnt: \"../EVIL.DAT \"")))
+            << r.err.toStdString();
     }
-    EXPECT_EQ(
-        filesIn(office.path()),
-        (QMap<QString, QByteArray>{{"out/GOOD.DAT", header("GOOD.DAT    ") + "001good\r\n"}}));
+    EXPECT_EQ(filesIn(office.path()), (QMap<QString, QByteArray>{}));
 
+    dialogs.clear();
     office.writeFile(QStringLiteral("evil.dat"), evil);
     ToolProcess tool({"office-send", "--port", pty.slavePath(), "--timeout", "20",
                       office.host(QStringLiteral("evil.dat"))});
     const std::unique_ptr<SerialLine> line = pty.deviceEnd();
     CableChannel cable = channel(*line);
-    EXPECT_TRUE(cable.receive());
-    EXPECT_EQ(tool.finish().status, 0);
+    EXPECT_FALSE(cable.receive());
+    EXPECT_EQ(tool.finish().status, 1);
     EXPECT_EQ(cable.summary().refusedNames, QStringList{"../EVIL.DAT "});
+    EXPECT_EQ(dialogs.asked(),
+              QStringList{QStringLiteral(
+                  "Fehler bei der Übertragung!|Dateiname nicht zulässig:|\"../EVIL.DAT\"")});
     EXPECT_FALSE(QFile::exists(root.host(QStringLiteral("EVIL.DAT"))));
-    EXPECT_EQ(filesIn(root.host(QStringLiteral("Import"))),
-              (QMap<QString, QByteArray>{{"GOOD.DAT", header("GOOD.DAT    ") + "001good\r\n"}}));
 }
 
 TEST(OfficeCommands, RefuseWhatTheyCannotDo)
