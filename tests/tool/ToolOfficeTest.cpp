@@ -411,6 +411,23 @@ TEST(OfficeActiveSync, CollectsTheExportWhenTheDeviceAsks)
     EXPECT_TRUE(QFile::exists(root.host(QStringLiteral("Export/end.tmp"))));
 }
 
+// Without end.tmp the device's send fails and its lists stay marked.
+TEST(OfficeActiveSync, RefusesANameNoListCanHave)
+{
+    TempRoot root;
+    TempRoot office;
+    root.writeFile(QStringLiteral("Export/AB.3    .DAT"), "TD0 one\r\n");
+    root.writeFile(QStringLiteral("Export/AB#3    .DAT"), "TD0 two\r\n");
+    root.writeFile(QStringLiteral("Export/export.tmp"), "");
+    const ToolRun r = runTool({"office-activesync", "--root", root.path(), "--collect",
+                               office.path(), "--timeout", "20"});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_TRUE(r.err.contains(QStringLiteral("Dateiname abgelehnt: \"AB#3    .DAT\"")))
+        << r.err.toStdString();
+    EXPECT_TRUE(filesIn(office.path()).isEmpty());
+    EXPECT_FALSE(QFile::exists(root.host(QStringLiteral("Export/end.tmp"))));
+}
+
 TEST(OfficeActiveSync, DeliversIntoTheImportWhenTheDeviceAsks)
 {
     TempRoot root;
