@@ -113,8 +113,9 @@ TEST_P(ToolSend, DeliversTheMarkedListsAndThenUnmarksThem)
 {
     // Names with every character the list-name keyboard offers but "/" arrive as they are.
     for (const char* name : {"HIEB01", "A B.3", "Ä(1),&_-"}) {
-        if (name != std::string("HIEB01"))
+        if (name != std::string("HIEB01")) {
             ASSERT_EQ(newList(root.path(), QString::fromUtf8(name)), "");
+        }
         ASSERT_EQ(run({"mark", QString::fromUtf8(name)}).status, 0);
     }
     // What the send must deliver: the same files the export writes without a transfer.
