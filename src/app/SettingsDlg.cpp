@@ -51,7 +51,9 @@ QSlider* addSlider(QWidget* page, int id, int maximum, int y)
 {
     auto* slider = new QSlider(Qt::Horizontal, page);
     slider->setObjectName(QStringLiteral("slider%1").arg(id));
-    slider->setRange(id == SettingsDlg::kVolume ? 1 : 0, maximum);
+    // Volume positions start at 1; the backlight never goes below the level that keeps the
+    // screen readable.
+    slider->setRange(id == SettingsDlg::kVolume ? 1 : DeviceControls::kLowestBacklight, maximum);
     slider->setPageStep(1);
     slider->setGeometry(94, y, 140, 24);
     return slider;
@@ -192,9 +194,13 @@ void SettingsDlg::InitDialog()
     m_loading = false;
 }
 
-void SettingsDlg::applyDateTime()
+void SettingsDlg::applyDateTime(int changed)
 {
-    app().device().setDateTime(QDateTime(m_date->date(), m_time->time()));
+    // The pickers were filled when the screen opened; the part the user did not touch is taken
+    // from the clock now, so the time keeps running while the screen is open.
+    const QDateTime now = app().clock().now();
+    app().device().setDateTime(changed == kDate ? QDateTime(m_date->date(), now.time())
+                                                : QDateTime(now.date(), m_time->time()));
 }
 
 void SettingsDlg::goTo(const char* screen)
@@ -258,7 +264,7 @@ void SettingsDlg::OnCommand(int id)
         return;
     case kDate:
     case kTime:
-        applyDateTime();
+        applyDateTime(id);
         return;
     case kVolume:
         device.setVolume(m_volume->value());

@@ -59,7 +59,7 @@ protected:
 
 private:
     QPushButton* addButton(QWidget* page, int id, const QString& caption, int x, int y, int w);
-    void applyDateTime();
+    void applyDateTime(int changed);
     void goTo(const char* screen);
 
     std::unique_ptr<SettingsLogic> m_logic;

@@ -35,8 +35,13 @@ class DeviceControls {
 public:
     virtual ~DeviceControls() = default;
 
+    // The lowest backlight level any route is given: at 0 a touch-only handheld turns dark and
+    // nothing on it can bring the light back.
+    static constexpr int kLowestBacklight = 1;
+
     // Backlight through the first route the device has; false when no route takes that slider
-    // (the battery slider has only the separate-levels and iPAQ routes).
+    // (the battery slider has only the separate-levels and iPAQ routes). Levels below the lowest
+    // are raised to it.
     virtual bool setBacklight(PowerSource source, int level) = 0;
     virtual std::optional<int> backlight(PowerSource source) const = 0;
 

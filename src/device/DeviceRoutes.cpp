@@ -91,6 +91,7 @@ bool DeviceRoutes::setBacklight(PowerSource source, int level)
 {
     if (level < 0)
         return false;
+    level = qMax(level, kLowestBacklight);
     const bool mains = source == PowerSource::Mains;
     const Route chosen = route(source);
     bool taken = false;
@@ -105,8 +106,9 @@ bool DeviceRoutes::setBacklight(PowerSource source, int level)
         taken = writeBacklight(mains ? kIpaqOnPower : kIpaqOnBattery, level);
         break;
     case Route::PpcUtil:
+        // The light is never switched off: the level is at least the lowest one.
         if (level <= kPpcUtilMaxLevel && writeBacklight(kBrightness, level)) {
-            writeBacklight(kOnOff, level > 0 ? 1 : 0);
+            writeBacklight(kOnOff, 1);
             taken = true;
         }
         break;

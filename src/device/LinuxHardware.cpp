@@ -87,7 +87,9 @@ bool LinuxHardware::setBacklight(int level)
     if (!max || *max <= 0)
         return false;
     const qint64 levels = m_profile.backlightLevels;
-    const qint64 scaled = (std::min<qint64>(level, levels) * *max + levels / 2) / levels;
+    const qint64 shown = std::clamp<qint64>(level, DeviceControls::kLowestBacklight, levels);
+    // A panel with few steps must not round the lowest level down to dark.
+    const qint64 scaled = std::max<qint64>((shown * *max + levels / 2) / levels, 1);
     return writeNumber(m_profile.backlight + QStringLiteral("/brightness"), scaled);
 }
 

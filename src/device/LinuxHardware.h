@@ -30,7 +30,8 @@ public:
     // Battery while the power supply reports "Discharging", else mains.
     PowerSource powerSource() const;
 
-    // Slider levels 0..backlight_levels scaled onto 0..max_brightness.
+    // Slider levels 1..backlight_levels scaled onto 1..max_brightness; 0 counts as 1, so the
+    // panel never goes dark.
     bool setBacklight(int level);
     std::optional<int> backlight() const;
 

@@ -7,6 +7,7 @@
 #include "device/DeviceControls.h"
 
 #include <QComboBox>
+#include <QDateEdit>
 #include <QDir>
 #include <QListWidget>
 #include <QSlider>
@@ -19,6 +20,7 @@ namespace {
 using namespace test;
 
 const QString kPowerKey = QStringLiteral("SYSTEM\\CurrentControlSet\\Control\\Power\\Timeouts");
+const QString kBacklightKey = QStringLiteral("ControlPanel\\Backlight");
 
 // A device that keeps its switch-off time in the power manager's key, the settings screen shown.
 class SettingsScreen : public ::testing::Test, protected Program {
@@ -121,6 +123,49 @@ TEST_F(SettingsScreen, TabsShowTheirControlsAndDeviceSettingsApplyAtOnce)
     }
     screen->findChild<QTimeEdit*>(QStringLiteral("time1023"))->setTime(QTime(9, 15, 0));
     EXPECT_EQ(clock.now(), QDateTime(QDate(2026, 5, 4), QTime(9, 15, 0)));
+}
+
+// The pickers were filled at 07:00; the part the user leaves alone is the clock's at the moment
+// of writing, even when the day has turned since.
+TEST_F(SettingsScreen, DateOrTimeChangeKeepsTheOtherPartRunning)
+{
+    auto* date = screen->findChild<QDateEdit*>(QStringLiteral("date1022"));
+    auto* time = screen->findChild<QTimeEdit*>(QStringLiteral("time1023"));
+    const struct {
+        qint64 openMinutes;
+        std::function<void()> change;
+        QDateTime set;
+    } steps[] = {
+        {25, [&] { date->setDate(QDate(2026, 6, 1)); }, {QDate(2026, 6, 1), QTime(7, 25)}},
+        {17 * 60, [&] { time->setTime(QTime(9, 0)); }, {QDate(2026, 6, 2), QTime(9, 0)}},
+    };
+    for (const auto& s : steps) {
+        clock.advanceMs(s.openMinutes * 60 * 1000);
+        s.change();
+        EXPECT_EQ(clock.now(), s.set);
+    }
+}
+
+// A touch-only ppcutil handheld with a sysfs panel: the lowest position of the mains slider
+// leaves the light on, in the registry and on the panel.
+TEST(SettingsBacklight, LowestPositionKeepsTheScreenLit)
+{
+    Program program(ProgramSetup().staging([](const TempRoot& root) {
+        root.writeFile(QStringLiteral("Windows/ppcutil.dll"), "MZ");
+        root.writeFile(QStringLiteral("Windows/hardware.conf"), "backlight=\\sys\\panel\n");
+        root.writeFile(QStringLiteral("sys/panel/max_brightness"), "255\n");
+        root.writeFile(QStringLiteral("sys/panel/brightness"), "128\n");
+        Registry(root.host(QStringLiteral("Registry")))
+            .setDword(Hive::CurrentUser, kBacklightKey, QStringLiteral("Brightness"), 3);
+    }));
+    program.press(1007);
+    auto* slider = program.active()->findChild<QSlider*>(QStringLiteral("slider1026"));
+    ASSERT_NE(slider, nullptr);
+    slider->setValue(slider->minimum());
+    Registry& registry = program.session.registry();
+    EXPECT_EQ(registry.dword(Hive::CurrentUser, kBacklightKey, QStringLiteral("Brightness")), 1u);
+    EXPECT_EQ(registry.dword(Hive::CurrentUser, kBacklightKey, QStringLiteral("OnOff")), 1u);
+    EXPECT_EQ(program.root.readFile(QStringLiteral("sys/panel/brightness")), "26\n");
 }
 
 // Only "Fortsetzen" followed by the right-hand "JA" deletes; then the menu is shown.

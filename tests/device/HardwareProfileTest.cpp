@@ -115,14 +115,17 @@ TEST(LinuxHardware, BacklightScalesToMaxBrightness)
         bool written;
         const char* brightness;
         int readBack;
+        const char* max = "255\n";
     };
+    // The lowest level is never dark, also where it would round down to 0.
     const Case cases[] = {
-        {10, 10, true, "255\n", 10}, {10, 5, true, "128\n", 5},   {10, 0, true, "0\n", 0},
-        {10, 1, true, "26\n", 1},    {10, 12, true, "255\n", 10}, {4, 3, true, "191\n", 3},
-        {10, -1, false, "100\n", 4},
+        {10, 10, true, "255\n", 10}, {10, 5, true, "128\n", 5},      {10, 0, true, "26\n", 1},
+        {10, 1, true, "26\n", 1},    {10, 12, true, "255\n", 10},    {4, 3, true, "191\n", 3},
+        {10, -1, false, "100\n", 4}, {10, 1, true, "1\n", 3, "4\n"},
     };
     for (const Case& c : cases) {
         Sysfs sysfs;
+        sysfs.dir.writeFile("backlight/panel/max_brightness", c.max);
         LinuxHardware hw =
             sysfs.hardware(QStringLiteral("backlight=%1/backlight/panel\nbacklight_levels=")
                            + QString::number(c.levels));
@@ -277,6 +280,7 @@ TEST(DeviceRoutesOnHardware, BacklightFollowsTheRouteForTheSourceInUse)
         {"no route, battery", {}, "Discharging", PowerSource::Battery, 10, true, "255\n"},
         {"ppcutil takes 3", {"ppcutil.dll"}, "Full", PowerSource::Mains, 3, true, "77\n"},
         {"ppcutil ignores 5", {"ppcutil.dll"}, "Full", PowerSource::Mains, 5, false, "100\n"},
+        {"lowest stays lit", {"ppcutil.dll"}, "Full", PowerSource::Mains, 0, true, "26\n"},
         {"ppcutil, battery", {"ppcutil.dll"}, "Discharging", PowerSource::Mains, 3, true, "100\n"},
     };
     // clang-format on
