@@ -8,6 +8,7 @@
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
 #include "platform/RootLocation.h"
+#include "platform/logind/LogindInhibitor.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -73,7 +74,10 @@ int runProgram(int argc, char** argv)
         return 0;
     }
 
+    // Declared first: the session's keep-awake pair uses it until the very end.
+    LogindInhibitor inhibitor;
     DeviceSession session(root);
+    session.keepAwake().setInhibitor(&inhibitor);
     AppState state;
     SystemClock clock;
     BrovantApp app(session, state, clock);

@@ -276,7 +276,8 @@ void SettingsDlg::OnCommand(int id)
         device.setBacklight(PowerSource::Battery, m_backlightBattery->value());
         return;
     case kSwitchOff:
-        device.setSwitchOff(m_switchOff->currentData().toInt());
+        if (!device.setSwitchOff(m_switchOff->currentData().toInt()))
+            m_logic->switchOffNotApplied();
         return;
     default:
         CNorvKeybDlg::OnCommand(id);

@@ -209,6 +209,7 @@ bool BackupService::reopen()
 
 bool BackupService::backup(Kind kind)
 {
+    const KeepAwake::Scope awake(m_session.keepAwake());
     const QString folder = folderOrNotice();
     if (folder.isEmpty()) {
         reopen();
@@ -276,6 +277,7 @@ void BackupService::removeStaged()
 
 bool BackupService::restore(const QString& name)
 {
+    const KeepAwake::Scope awake(m_session.keepAwake());
     DeviceRoot& root = m_session.root();
     const QString staged = str(kRestoreStaging);
     const auto fail = [&](const QString& line1, const QString& line2) {

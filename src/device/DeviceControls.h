@@ -50,7 +50,9 @@ public:
     static quint32 volumeValue(int position);
 
     // Automatic switch-off on battery in seconds (0 = never); kept as the program's current value.
-    virtual void setSwitchOff(int seconds) = 0;
+    // True when the system's own idle time follows it too; false where the system's setting
+    // stays in force.
+    virtual bool setSwitchOff(int seconds) = 0;
     virtual int switchOff() const = 0;
 
     virtual bool setDateTime(const QDateTime& localTime) = 0;

@@ -159,7 +159,7 @@ void DeviceRoutes::setVolume(int position)
         m_hardware->setVolumePercent(int((m_waveOutVolume & 0xFFFFu) * 100u / 0xFFFFu));
 }
 
-void DeviceRoutes::setSwitchOff(int seconds)
+bool DeviceRoutes::setSwitchOff(int seconds)
 {
     const quint32 value = quint32(qMax(seconds, 0));
     // "Suspend back" after a long job must restore the user's new choice, not the start-up value.
@@ -168,6 +168,7 @@ void DeviceRoutes::setSwitchOff(int seconds)
             Hive::LocalMachine, QString::fromUtf16(KeepAwake::kTimeoutsKey),
             QString::fromUtf16(KeepAwake::kValue), value, Registry::Create::No))
         m_events << text(kTimeoutsEvent);
+    return m_hardware && m_hardware->setIdleTime(int(value));
 }
 
 int DeviceRoutes::switchOff() const

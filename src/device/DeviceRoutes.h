@@ -42,7 +42,7 @@ public:
     bool setBacklight(PowerSource source, int level) override;
     std::optional<int> backlight(PowerSource source) const override;
     void setVolume(int position) override;
-    void setSwitchOff(int seconds) override;
+    bool setSwitchOff(int seconds) override;
     int switchOff() const override;
     bool setDateTime(const QDateTime& localTime) override;
     void reset() override;

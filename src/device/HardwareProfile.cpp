@@ -53,6 +53,8 @@ HardwareProfile HardwareProfile::parse(const QString& text, const DeviceRoot* ro
             profile.reboot = isYes(value);
         } else if (key == u"clock") {
             profile.clock = isYes(value);
+        } else if (key == u"idle_conf") {
+            profile.idleConf = resolvePath(value, root);
         }
     }
     return profile;

@@ -14,6 +14,9 @@
 //   model=<text>                                 the hardware line of the system information
 //   reboot=yes                                   reset runs "systemctl reboot"
 //   clock=yes                                    date and time go to "timedatectl set-time"
+//   idle_conf=<logind drop-in>                   the switch-off time becomes logind's IdleAction
+//                                                (the image makes the file writable and lets the
+//                                                program send logind SIGHUP to reread it)
 #pragma once
 
 #include <QString>
@@ -36,6 +39,7 @@ struct HardwareProfile {
     QString model;
     bool reboot = false;
     bool clock = false;
+    QString idleConf;
 
     // `root` resolves backslash paths; without one they are kept as written.
     static HardwareProfile parse(const QString& text, const DeviceRoot* root = nullptr);

@@ -2,6 +2,7 @@
 
 #include <QFile>
 #include <QProcess>
+#include <QSaveFile>
 #include <QStandardPaths>
 
 #include <algorithm>
@@ -124,6 +125,23 @@ bool LinuxHardware::setDateTime(const QDateTime& localTime)
     return m_run(QStringLiteral("timedatectl"),
                  {QStringLiteral("--no-ask-password"), QStringLiteral("set-time"),
                   localTime.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"))});
+}
+
+bool LinuxHardware::setIdleTime(int seconds)
+{
+    if (m_profile.idleConf.isEmpty() || seconds < 0)
+        return false;
+    const QByteArray text = seconds == 0 ? QByteArray("[Login]\nIdleAction=ignore\n")
+                                         : "[Login]\nIdleAction=suspend\nIdleActionSec="
+                                               + QByteArray::number(seconds) + "s\n";
+    QSaveFile file(m_profile.idleConf);
+    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.commit())
+        return false;
+    // logind rereads its configuration on SIGHUP.
+    return m_run(QStringLiteral("systemctl"),
+                 {QStringLiteral("--no-ask-password"), QStringLiteral("kill"),
+                  QStringLiteral("--kill-whom=main"), QStringLiteral("--signal=SIGHUP"),
+                  QStringLiteral("systemd-logind")});
 }
 
 bool LinuxHardware::reboot()

@@ -37,6 +37,9 @@ public:
 
     bool setVolumePercent(int percent);
     bool setDateTime(const QDateTime& localTime);
+    // The session's idle time: suspend after `seconds` without input (0: never), as logind's
+    // IdleAction; false where the profile names no drop-in or logind cannot be told.
+    bool setIdleTime(int seconds);
     bool reboot();
 
     // The state word from the uni1 file, nullopt when there is none or it holds no number.

@@ -176,6 +176,10 @@ ConfigImport::Result ConfigImport::run()
     if (!m_root.isFile(path) || !file.open(QIODevice::ReadOnly))
         return Result::NoFile;
     const qint64 size = file.size();
+    // Awake from the first change on: emptying the old master data is part of the job.
+    std::optional<KeepAwake::Scope> awake;
+    if (m_keepAwake)
+        awake.emplace(*m_keepAwake);
 
     m_dialogs.info(MessageDialogs::Show, QStringLiteral("Konfiguration wird eingelesen..."));
     m_dialogs.progress(0);
@@ -223,10 +227,6 @@ ConfigImport::Result ConfigImport::run()
     if (!reader.next(bytes, consumed) || !Line{bytes}.tagIs("TD0")
         || Line{bytes}.raw(0, 15) != kHeader)
         return finish(Result::WrongStructure);
-
-    std::optional<KeepAwake::Scope> awake;
-    if (m_keepAwake)
-        awake.emplace(*m_keepAwake);
 
     // Working variables keep the last value parsed, as the office software's files expect.
     int kopfCounter = 0, sorteCounter = 0, naCounter = 1, kalCounter = 1, speciesCounter = 1;

@@ -11,11 +11,19 @@ void KeepAwake::readSaved()
 
 void KeepAwake::suspendOff()
 {
+    if (m_depth++ > 0)
+        return;
     write(0);
+    if (m_inhibitor)
+        m_inhibitor->hold();
 }
 
 void KeepAwake::suspendBack()
 {
+    if (m_depth == 0 || --m_depth > 0)
+        return;
+    if (m_inhibitor)
+        m_inhibitor->release();
     write(m_saved);
 }
 

@@ -1,6 +1,7 @@
 // Platform layer: the keep-awake pair. Long jobs switch the battery suspend time-out off before
 // their work and back to the value found at start-up after it, so the handheld does not fall
-// asleep in the middle of an import or a transfer.
+// asleep in the middle of an import or a transfer. Where the system itself can be held awake (a
+// logind inhibitor, injected by the program), the pair holds it for the same time.
 #pragma once
 
 #include "platform/Registry.h"
@@ -8,6 +9,15 @@
 #include <QtGlobal>
 
 namespace brovant {
+
+// Keeps the system from idling and sleeping while held. The real one lives outside the QtCore
+// core (it needs D-Bus); tests pass a fake.
+class SleepInhibitor {
+public:
+    virtual ~SleepInhibitor() = default;
+    virtual void hold() = 0;
+    virtual void release() = 0;
+};
 
 class KeepAwake {
 public:
@@ -25,8 +35,14 @@ public:
     quint32 saved() const { return m_saved; }
     void setSaved(quint32 seconds) { m_saved = seconds; }
 
+    // May be null; must outlive the pair or be replaced before it goes.
+    void setInhibitor(SleepInhibitor* inhibitor) { m_inhibitor = inhibitor; }
+
+    // A job inside another job (a transfer during a configuration reload) changes nothing: only
+    // the outermost pair switches.
     void suspendOff();
     void suspendBack();
+    bool held() const { return m_depth > 0; }
 
     // The pair as a scope: off now, back when the scope ends, however it ends.
     class Scope {
@@ -47,7 +63,9 @@ public:
 private:
     void write(quint32 seconds);
     Registry& m_registry;
+    SleepInhibitor* m_inhibitor = nullptr;
     quint32 m_saved = 0;
+    int m_depth = 0;
 };
 
 } // namespace brovant

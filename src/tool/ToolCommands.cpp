@@ -124,7 +124,8 @@ bool openDatabaseOrReport(DeviceSession& session, QTextStream& err)
     return true;
 }
 
-int runTool(const QStringList& arguments, QTextStream& out, QTextStream& err)
+int runTool(const QStringList& arguments, QTextStream& out, QTextStream& err,
+            SleepInhibitor* inhibitor)
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Brovant admin tool\n\n")
@@ -173,6 +174,7 @@ int runTool(const QStringList& arguments, QTextStream& out, QTextStream& err)
     if (const int status = runOfficeCommand(parser, out, err); status >= 0)
         return status;
     DeviceSession session(resolveRootDir(parser.value(rootOption)));
+    session.keepAwake().setInhibitor(inhibitor);
     for (const QString& aside : session.registry().setAside())
         err << "Registry-Datei beschädigt, beiseitegelegt: " << aside << '\n';
 

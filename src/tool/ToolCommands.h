@@ -7,10 +7,13 @@
 
 namespace brovant {
 
-// Runs one command line (arguments without the program name); returns the exit status.
-int runTool(const QStringList& arguments, QTextStream& out, QTextStream& err);
-
 class DeviceSession;
+class SleepInhibitor;
+
+// Runs one command line (arguments without the program name); returns the exit status. Long jobs
+// hold `inhibitor` (may be null) while they run.
+int runTool(const QStringList& arguments, QTextStream& out, QTextStream& err,
+            SleepInhibitor* inhibitor = nullptr);
 
 // Opens the device's database as start-up does (a foreign one is replaced after the notice);
 // false, with the reason on `err`, when it cannot be opened.

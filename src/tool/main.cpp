@@ -1,3 +1,4 @@
+#include "platform/logind/LogindInhibitor.h"
 #include "tool/ToolCommands.h"
 #include "tool/ToolReport.h"
 
@@ -11,7 +12,8 @@ int main(int argc, char** argv)
     QCoreApplication::setApplicationName(QStringLiteral("brovant-tool"));
     QTextStream out(stdout);
     QTextStream err(stderr);
-    const int status = brovant::runTool(QCoreApplication::arguments().mid(1), out, err);
+    brovant::LogindInhibitor inhibitor;
+    const int status = brovant::runTool(QCoreApplication::arguments().mid(1), out, err, &inhibitor);
     out.flush();
     err.flush();
     return status;

@@ -1,7 +1,10 @@
 #include "transfer/SettingsChannels.h"
 
 #include "masterdata/SettingsStore.h"
+#include "platform/KeepAwake.h"
 #include "platform/MessageDialogs.h"
+
+#include <optional>
 
 namespace brovant {
 
@@ -46,12 +49,19 @@ bool SettingsChannels::send()
 
 bool SettingsChannels::fetchConfiguration()
 {
+    std::optional<KeepAwake::Scope> awake;
+    if (m_keepAwake)
+        awake.emplace(*m_keepAwake);
     // Only FTP fetches a configuration; the reload asks for it in FTP mode alone.
     return m_ftp.fetchConfiguration();
 }
 
 bool SettingsChannels::transfer(Route route, Direction direction)
 {
+    // Held over every channel, the FTP one included, for the whole transfer.
+    std::optional<KeepAwake::Scope> awake;
+    if (m_keepAwake)
+        awake.emplace(*m_keepAwake);
     switch (route) {
     case Route::ActiveSync:
         return direction == Direction::Send ? m_activeSync.send() : m_activeSync.receive();

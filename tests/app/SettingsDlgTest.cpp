@@ -121,6 +121,9 @@ TEST_F(SettingsScreen, TabsShowTheirControlsAndDeviceSettingsApplyAtOnce)
                                            QStringLiteral("BattSuspendTimeout")),
                   seconds[i]);
     }
+    // Without a way to the system's idle time the user is told once that the system's applies.
+    EXPECT_EQ(dialogs.asked(), QStringList{text("Für das Ausschalten gilt|die Einstellung des "
+                                                "Systems!|")});
     screen->findChild<QTimeEdit*>(QStringLiteral("time1023"))->setTime(QTime(9, 15, 0));
     EXPECT_EQ(clock.now(), QDateTime(QDate(2026, 5, 4), QTime(9, 15, 0)));
 }

@@ -322,6 +322,27 @@ TEST(DeviceRoutesOnHardware, VolumeDateAndResetReachTheCommands)
     EXPECT_EQ(commands, expected);
 }
 
+// The switch-off choice becomes logind's idle action through the profile's drop-in, which logind
+// is told to read again; without a drop-in the system's own setting stays.
+TEST(DeviceRoutesOnHardware, SwitchOffBecomesTheSessionIdleTime)
+{
+    const std::pair<int, const char*> table[] = {
+        {180, "[Login]\nIdleAction=suspend\nIdleActionSec=180s\n"},
+        {0, "[Login]\nIdleAction=ignore\n"},
+    };
+    for (const auto& [seconds, dropIn] : table) {
+        ProfiledDevice device(QStringLiteral("idle_conf=%1/brovant.conf\n"));
+        EXPECT_TRUE(device.routes->setSwitchOff(seconds)) << seconds;
+        EXPECT_EQ(device.sysfs.dir.readFile("brovant.conf"), dropIn) << seconds;
+        EXPECT_EQ(device.sysfs.commands,
+                  QStringList{QStringLiteral("systemctl --no-ask-password kill --kill-whom=main "
+                                             "--signal=SIGHUP systemd-logind")});
+    }
+    ProfiledDevice without(QStringLiteral("mixer=Master\n"));
+    EXPECT_FALSE(without.routes->setSwitchOff(60));
+    EXPECT_TRUE(without.sysfs.commands.isEmpty());
+}
+
 // A root's profile file reaches the hardware too; this one only names the mixer.
 TEST(DeviceRoutesOnHardware, ProfileFileOfTheRootIsRead)
 {

@@ -151,6 +151,18 @@ QString SettingsLogic::cardFolder() const
     return {};
 }
 
+void SettingsLogic::switchOffNotApplied()
+{
+    const QString section = QStringLiteral("Geraet");
+    const QString entry = QStringLiteral("AusschaltenHinweis");
+    Profile& profile = m_session.profile();
+    if (profile.readInt(section, entry, 0) == 1)
+        return;
+    profile.writeInt(section, entry, 1);
+    m_dialogs.notice(QStringLiteral("Für das Ausschalten gilt"),
+                     QStringLiteral("die Einstellung des Systems!"));
+}
+
 bool SettingsLogic::setCardBackup(bool checked)
 {
     if (checked && cardFolder().isEmpty()) {

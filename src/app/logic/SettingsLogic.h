@@ -37,6 +37,10 @@ public:
     // The storage-card folder a backup would use, or empty when there is none.
     QString cardFolder() const;
 
+    // The switch-off choice did not reach the system: says so once per device root, since the
+    // next choice would not reach it either.
+    void switchOffNotApplied();
+
 private:
     void importAndLoad(ScreenHost& host);
 
