@@ -7,6 +7,8 @@
 #include "app/logic/AppState.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
+#include "platform/DeviceRoot.h"
+#include "platform/QtMessageLog.h"
 #include "platform/RootLocation.h"
 #include "platform/logind/LogindInhibitor.h"
 
@@ -38,6 +40,9 @@ int runProgram(int argc, char** argv)
     if (wantsDemoTour(argc, argv) && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")
         && qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
+    // stderr carries the program's own messages only: Qt's go to the device root's log.
+    qtlog::ensureRuntimeDir();
+    qtlog::install();
     QApplication qapp(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Brovant"));
     QApplication::setApplicationVersion(QStringLiteral(BROVANT_VERSION));
@@ -73,6 +78,9 @@ int runProgram(int argc, char** argv)
         instance.notifyRunning();
         return 0;
     }
+    // Only the instance that owns the root writes there (not a second start, not the tour, which
+    // works on a copy).
+    qtlog::setFile(DeviceRoot(root).hostPath(QString::fromUtf16(qtlog::kLogFile)));
 
     // Declared first: the session's keep-awake pair uses it until the very end.
     LogindInhibitor inhibitor;

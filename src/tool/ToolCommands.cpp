@@ -6,6 +6,7 @@
 #include "masterdata/DeviceSession.h"
 #include "masterdata/MasterTables.h"
 #include "platform/MediumFile.h"
+#include "platform/QtMessageLog.h"
 #include "platform/RootLocation.h"
 #include "tool/ConsoleDialogs.h"
 #include "tool/ToolBackup.h"
@@ -175,6 +176,7 @@ int runTool(const QStringList& arguments, QTextStream& out, QTextStream& err,
         return status;
     DeviceSession session(resolveRootDir(parser.value(rootOption)));
     session.keepAwake().setInhibitor(inhibitor);
+    qtlog::setFile(session.root().hostPath(QString::fromUtf16(qtlog::kLogFile)));
     for (const QString& aside : session.registry().setAside())
         err << "Registry-Datei beschädigt, beiseitegelegt: " << aside << '\n';
 

@@ -1,3 +1,4 @@
+#include "platform/QtMessageLog.h"
 #include "platform/logind/LogindInhibitor.h"
 #include "tool/ToolCommands.h"
 #include "tool/ToolReport.h"
@@ -7,6 +8,9 @@
 
 int main(int argc, char** argv)
 {
+    // stderr carries the tool's own messages only: Qt's go to the device root's log.
+    brovant::qtlog::ensureRuntimeDir();
+    brovant::qtlog::install();
     // A core application, or for the report command, which draws PDF pages, a Gui one offscreen.
     const auto app = brovant::makeToolApplication(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("brovant-tool"));

@@ -178,5 +178,35 @@ TEST(Shell, SecondStartOfTheProgramHandsOver)
     EXPECT_FALSE(QFile::exists(root.host(QStringLiteral("Brovant"))));
 }
 
+// stderr is the programs' own: without XDG_RUNTIME_DIR, on the offscreen platform, where Qt has
+// the most to say, a start of the program and the tool's commands write nothing there.
+TEST(Shell, StderrHoldsNoQtMessages)
+{
+    TempRoot root;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.remove(QStringLiteral("XDG_RUNTIME_DIR"));
+    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    const QString tool = QStringLiteral(BROVANT_TOOL_PATH);
+    const QStringList device{QStringLiteral("--root"), root.path()};
+    const std::pair<QString, QStringList> runs[] = {
+        {tool, device + QStringList{"init"}},
+        {tool, device + QStringList{"import-config", BROVANT_SOURCE_DIR "/demo/passive.dtr"}},
+        {tool,
+         device
+             + QStringList{"new-list", "HIEB01", "--region", "WR01", "--field", "1=Forstamt",
+                           "--field", "2=Revier", "--field", "3=12", "--field", "12=Anna Probe"}},
+        {QStringLiteral(BROVANT_PROGRAM_PATH), device + QStringList{"--exit-after-start"}},
+    };
+    for (const auto& [program, arguments] : runs) {
+        QProcess run;
+        run.setProcessEnvironment(env);
+        run.start(program, arguments);
+        ASSERT_TRUE(run.waitForFinished(60000)) << str(arguments.join(u' '));
+        EXPECT_EQ(run.exitCode(), 0) << str(arguments.join(u' '));
+        EXPECT_EQ(QString::fromUtf8(run.readAllStandardError()), QString())
+            << str(arguments.join(u' '));
+    }
+}
+
 } // namespace
 } // namespace brovant
