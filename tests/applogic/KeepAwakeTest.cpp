@@ -71,7 +71,9 @@ TEST(KeepAwake, EveryLongJobHoldsTheInhibitorForItsLength)
          },
          [&](TestDevice& d) { channels(d).send(); },
          [](TestDevice& d) { return QString::number(d.clock.sleptMs() / 1000); }, "0", "60"},
-        {"cable receive without a port", {}, [&](TestDevice& d) { channels(d).receive(); },
+        {"cable receive without a port",
+         [](TestDevice& d) { d.session->store().writeInt(Setting::DuePort, 0, 1); },
+         [&](TestDevice& d) { channels(d).receive(); },
          messages, "silent", "shown"},
         {"FTP fetch from a closed port",
          [](TestDevice& d) {
@@ -106,7 +108,10 @@ TEST(KeepAwake, EveryLongJobHoldsTheInhibitorForItsLength)
         device.session->keepAwake().setInhibitor(&inhibitor);
         job.run(device);
         device.session->keepAwake().setInhibitor(nullptr);
-        ASSERT_GE(device.events.size(), 2) << device.eventText();
+        if (device.events.size() < 2) {
+            ADD_FAILURE() << "never held: " << device.eventText();
+            continue;
+        }
         EXPECT_EQ(device.events.front(), QStringLiteral("hold ") + QLatin1StringView(job.before));
         EXPECT_EQ(device.events.back(), QStringLiteral("release ") + QLatin1StringView(job.after));
         EXPECT_EQ(
