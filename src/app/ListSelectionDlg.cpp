@@ -376,7 +376,7 @@ void ListSelectionDlg::send()
 void ListSelectionDlg::receive()
 {
     const bool wasBusy = std::exchange(m_busy, true);
-    const bool received = m_logic->receive(app().channels()) == ListSelectionLogic::Transfer::Done;
+    const bool received = m_logic->receive(app().channels(), &app().session().keepAwake()) == ListSelectionLogic::Transfer::Done;
     if (received)
         showRows();
     m_busy = wasBusy;

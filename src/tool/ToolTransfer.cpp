@@ -11,6 +11,7 @@
 #include "platform/Clock.h"
 #include "tool/ConsoleDialogs.h"
 #include "transfer/ListFileExport.h"
+#include "platform/KeepAwake.h"
 #include "transfer/ListFileImport.h"
 
 #include <QCommandLineParser>
@@ -102,6 +103,7 @@ int importLists(DeviceSession& session, QTextStream& out, QTextStream& err)
             lastRow = q.integer(0);
     }
     CountingDialogs dialogs(err);
+    const KeepAwake::Scope awake(session.keepAwake());
     const ListFileImport::Outcome outcome = ListFileImport(session.root(), db, dialogs).run();
     // The lists made before a file that failed stay, so they are named in every case.
     auto q = db.query(

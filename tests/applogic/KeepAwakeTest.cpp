@@ -1,6 +1,8 @@
 // Every long job keeps the system awake for exactly its own length: the inhibitor is taken before
 // the job's first step and given back after its last.
+#include "app/logic/ListSelectionLogic.h"
 #include "applogic/AppLogicFixture.h"
+#include "applogic/OfficeChannel.h"
 #include "device/BackupService.h"
 #include "masterdata/ConfigImport.h"
 #include "masterdata/MasterTables.h"
@@ -80,6 +82,18 @@ TEST(KeepAwake, EveryLongJobHoldsTheInhibitorForItsLength)
              d.session->store().writeText(Setting::FtpServer, 0, QStringLiteral("127.0.0.1:1"));
          },
          [&](TestDevice& d) { channels(d).fetchConfiguration(); }, messages, "silent", "shown"},
+        {"receive and the list import after it", {},
+         [](TestDevice& d) {
+             OfficeChannel office(&d.session->root());
+             office.held[QStringLiteral("4711.DAT")] = officeList("4711", 3);
+             ListSelectionLogic(d.session->root(), d.session->database(), d.session->store(),
+                                d.state, d.dialogs, d.clock)
+                 .receive(office, &d.session->keepAwake());
+         },
+         [](TestDevice& d) {
+             return QString::number(ListSelectionLogic::readRows(d.session->database()).size());
+         },
+         "0", "1"},
         {"manual backup", {},
          [](TestDevice& d) {
              BackupService(*d.session, d.dialogs, false).backup(BackupService::Kind::Manual);

@@ -6,6 +6,7 @@
 #include "data/Schema.h"
 #include "masterdata/SettingsStore.h"
 #include "platform/Clock.h"
+#include "platform/KeepAwake.h"
 #include "platform/MessageDialogs.h"
 #include "transfer/ListFileExport.h"
 #include "transfer/ListFileImport.h"
@@ -411,8 +412,13 @@ ListSelectionLogic::Transfer ListSelectionLogic::send(TransferChannels& channels
     return Transfer::Done;
 }
 
-ListSelectionLogic::Transfer ListSelectionLogic::receive(TransferChannels& channels)
+ListSelectionLogic::Transfer ListSelectionLogic::receive(TransferChannels& channels,
+                                                         KeepAwake* keepAwake)
 {
+    // One hold for the transfer and the import after it, so the handheld cannot doze in between.
+    std::optional<KeepAwake::Scope> awake;
+    if (keepAwake)
+        awake.emplace(*keepAwake);
     if (!channels.receive())
         return Transfer::Failed;
     setWaitCursor(true);

@@ -16,6 +16,7 @@ namespace brovant {
 class Clock;
 class Database;
 class DeviceRoot;
+class KeepAwake;
 class MessageDialogs;
 class ScreenHost;
 class SettingsStore;
@@ -107,7 +108,7 @@ public:
     Transfer send(TransferChannels& channels);
     // "Receive": over `channels` into "\Import", then, behind the wait cursor, every list file
     // there becomes a list; the last one that came in is the current list.
-    Transfer receive(TransferChannels& channels);
+    Transfer receive(TransferChannels& channels, KeepAwake* keepAwake = nullptr);
 
     int markedCount() const;
     bool hasTrees(std::int64_t listId) const;
