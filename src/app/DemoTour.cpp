@@ -363,6 +363,34 @@ void addTourLists(DeviceSession& session)
 
 // The list selection from the main menu: each tab, a list marked for transfer, the delete
 // question (answered "NEIN") and the model list question (answered "Ja"), then back.
+// From the main menu to the list selection, the list whose name starts with `name` selected,
+// `tab` shown and `key` pressed: the screen that key opened, or null where a step failed.
+CNorvBaseDlg* fromListSelection(BrovantApp& app, const QString& name, int tab, int key)
+{
+    if (app.GetActiveDlg() != app.mainMenu())
+        app.SwitchToDialog(app.mainMenu(), 0);
+    press(app.mainMenu(), QStringLiteral("key%1").arg(MainMenuDlg::kSelectList));
+    auto* lists = qobject_cast<ListSelectionDlg*>(app.findScreen(QStringLiteral("listSelection")));
+    if (!lists || app.GetActiveDlg() != lists)
+        return nullptr;
+    const auto found = lists->listView()->findItems(name, Qt::MatchStartsWith, 0);
+    if (found.isEmpty())
+        return nullptr;
+    lists->listView()->setCurrentItem(found.first());
+    lists->showTab(tab);
+    press(lists, QStringLiteral("key%1").arg(key));
+    CNorvBaseDlg* opened = app.GetActiveDlg();
+    return opened == lists ? nullptr : opened;
+}
+
+// Back from the list selection to the main menu, where the tour left it open.
+void backFromListSelection(BrovantApp& app)
+{
+    CNorvBaseDlg* lists = app.findScreen(QStringLiteral("listSelection"));
+    if (auto* screen = qobject_cast<CNorvKeybDlg*>(lists); screen && app.GetActiveDlg() == lists)
+        press(screen, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
+}
+
 void tourListSelection(BrovantApp& app, Camera& camera, TourDialogs& dialogs)
 {
     if (app.GetActiveDlg() != app.mainMenu())
@@ -395,21 +423,9 @@ void tourListSelection(BrovantApp& app, Camera& camera, TourDialogs& dialogs)
 // then back to the main menu.
 void tourRegion(BrovantApp& app, Camera& camera)
 {
-    if (app.GetActiveDlg() != app.mainMenu())
-        app.SwitchToDialog(app.mainMenu(), 0);
-    press(app.mainMenu(), QStringLiteral("key%1").arg(MainMenuDlg::kSelectList));
-    auto* lists = qobject_cast<ListSelectionDlg*>(app.findScreen(QStringLiteral("listSelection")));
-    if (!lists || app.GetActiveDlg() != lists)
-        return;
-    const auto found =
-        lists->listView()->findItems(QStringLiteral("SUED02"), Qt::MatchStartsWith, 0);
-    if (found.isEmpty())
-        return;
-    lists->listView()->setCurrentItem(found.first());
-    lists->showTab(ListSelectionDlg::TallyTab);
-    press(lists, QStringLiteral("key%1").arg(ListSelectionDlg::kRegion));
-    auto* regions = qobject_cast<RegionDlg*>(app.findScreen(QStringLiteral("region")));
-    if (!regions || app.GetActiveDlg() != regions)
+    auto* regions = qobject_cast<RegionDlg*>(fromListSelection(
+        app, QStringLiteral("SUED02"), ListSelectionDlg::TallyTab, ListSelectionDlg::kRegion));
+    if (!regions)
         return;
     CNorvKeyboard* list = regions->keyboard();
     for (int i = 0; i < list->keyCount(); ++i) {
@@ -421,8 +437,7 @@ void tourRegion(BrovantApp& app, Camera& camera)
     }
     camera.take(QStringLiteral("Wuchsregionen"));
     press(regions, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
-    if (app.GetActiveDlg() == lists)
-        press(lists, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
+    backFromListSelection(app);
 }
 
 // The key showing `caption` on the keyboard shown now, turning its pages.
@@ -567,21 +582,9 @@ void tourReports(BrovantApp& app, Camera& camera)
         rowsOut.insert();
     }
 
-    if (app.GetActiveDlg() != app.mainMenu())
-        app.SwitchToDialog(app.mainMenu(), 0);
-    press(app.mainMenu(), QStringLiteral("key%1").arg(MainMenuDlg::kSelectList));
-    auto* lists = qobject_cast<ListSelectionDlg*>(app.findScreen(QStringLiteral("listSelection")));
-    if (!lists || app.GetActiveDlg() != lists)
-        return;
-    const auto found =
-        lists->listView()->findItems(QStringLiteral("EICHE03"), Qt::MatchStartsWith, 0);
-    if (found.isEmpty())
-        return;
-    lists->listView()->setCurrentItem(found.first());
-    lists->showTab(ListSelectionDlg::EvaluationTab);
-    press(lists, QStringLiteral("key%1").arg(ListSelectionDlg::kEval));
-    auto* totals = qobject_cast<TotalsDlg*>(app.findScreen(QStringLiteral("totals")));
-    if (!totals || app.GetActiveDlg() != totals)
+    auto* totals = qobject_cast<TotalsDlg*>(fromListSelection(
+        app, QStringLiteral("EICHE03"), ListSelectionDlg::EvaluationTab, ListSelectionDlg::kEval));
+    if (!totals)
         return;
     camera.take(QStringLiteral("Gesamtsumme Eichenwertholz"));
     press(totals, QStringLiteral("key%1").arg(TotalsDlg::kDistribution));
@@ -614,8 +617,7 @@ void tourReports(BrovantApp& app, Camera& camera)
         }
     }
     press(totals, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
-    if (app.GetActiveDlg() == lists)
-        press(lists, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
+    backFromListSelection(app);
 }
 
 } // namespace

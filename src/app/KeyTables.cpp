@@ -1,5 +1,9 @@
 #include "app/KeyTables.h"
 
+#include <QTreeWidget>
+
+#include <algorithm>
+
 namespace brovant::keys {
 namespace {
 
@@ -111,6 +115,16 @@ std::vector<KeyDef> codeList(int commandId, int columns, int rows)
     for (const KeyDef& k : bottomBar(166, false))
         keys.push_back(k);
     return keys;
+}
+
+void stepSelection(QTreeWidget& view, int step)
+{
+    const int count = view.topLevelItemCount();
+    if (count == 0)
+        return;
+    const int row = std::clamp(view.indexOfTopLevelItem(view.currentItem()) + step, 0, count - 1);
+    view.setCurrentItem(view.topLevelItem(row));
+    view.scrollToItem(view.currentItem());
 }
 
 } // namespace brovant::keys

@@ -7,6 +7,8 @@
 
 #include <QRect>
 
+class QTreeWidget;
+
 #include <vector>
 
 namespace brovant::keys {
@@ -35,5 +37,9 @@ std::vector<KeyDef> digits();
 // A list keyboard for the area kFullArea: `columns` x `rows` code keys sending `commandId`,
 // the two page keys and the bottom bar.
 std::vector<KeyDef> codeList(int commandId, int columns, int rows);
+
+// What the previous-field and next-field keys do on a screen that shows rows: move the selection
+// by `step` rows, held at the first and the last.
+void stepSelection(QTreeWidget& view, int step);
 
 } // namespace brovant::keys

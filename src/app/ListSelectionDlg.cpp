@@ -266,16 +266,6 @@ void ListSelectionDlg::go(ListSelectionLogic::Target target)
     }
 }
 
-void ListSelectionDlg::moveSelection(int step)
-{
-    const int count = m_list->topLevelItemCount();
-    if (count == 0)
-        return;
-    const int row =
-        std::clamp(m_list->indexOfTopLevelItem(m_list->currentItem()) + step, 0, count - 1);
-    m_list->setCurrentItem(m_list->topLevelItem(row));
-    m_list->scrollToItem(m_list->currentItem());
-}
 
 void ListSelectionDlg::OnCommand(int id)
 {
@@ -351,7 +341,7 @@ void ListSelectionDlg::OnCommand(int id)
     }
     case kPreviousField:
     case kNextField:
-        moveSelection(id == kPreviousField ? -1 : 1);
+        keys::stepSelection(*m_list, id == kPreviousField ? -1 : 1);
         return;
     case kBackspace:
         return;

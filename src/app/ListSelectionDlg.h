@@ -57,7 +57,6 @@ private:
     void showSelection();
     void go(ListSelectionLogic::Target target);
     void switchTo(const char* screen);
-    void moveSelection(int step);
     void send();
     void receive();
     // Gives the list the focus again after a message or a transfer.

@@ -158,16 +158,6 @@ void RegionDlg::remove()
         showRows(std::min(row, int(m_logic.rows().size()) - 1));
 }
 
-void RegionDlg::moveSelection(int step)
-{
-    const int count = m_view->topLevelItemCount();
-    if (count == 0)
-        return;
-    const int row =
-        std::clamp(m_view->indexOfTopLevelItem(m_view->currentItem()) + step, 0, count - 1);
-    m_view->setCurrentItem(m_view->topLevelItem(row));
-    m_view->scrollToItem(m_view->currentItem());
-}
 
 void RegionDlg::OnCommand(int id)
 {
@@ -182,7 +172,7 @@ void RegionDlg::OnCommand(int id)
         return; // taken by the list keyboard's entryChosen
     case kPreviousField:
     case kNextField:
-        moveSelection(id == kPreviousField ? -1 : 1);
+        keys::stepSelection(*m_view, id == kPreviousField ? -1 : 1);
         return;
     default:
         CNorvKeybDlg::OnCommand(id);

@@ -41,7 +41,6 @@ private:
     void showRows(int selected);
     void add();
     void remove();
-    void moveSelection(int step);
 
     RegionLogic m_logic;
     QLabel* m_title = nullptr;

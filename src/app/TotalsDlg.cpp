@@ -130,16 +130,6 @@ void TotalsDlg::switchTo(const char* screen)
         m_view->setFocus(Qt::OtherFocusReason);
 }
 
-void TotalsDlg::moveSelection(int step)
-{
-    const int count = m_view->topLevelItemCount();
-    if (count == 0)
-        return;
-    const int row =
-        std::clamp(m_view->indexOfTopLevelItem(m_view->currentItem()) + step, 0, count - 1);
-    m_view->setCurrentItem(m_view->topLevelItem(row));
-    m_view->scrollToItem(m_view->currentItem());
-}
 
 void TotalsDlg::OnCommand(int id)
 {
@@ -157,7 +147,7 @@ void TotalsDlg::OnCommand(int id)
         return;
     case kPreviousField:
     case kNextField:
-        moveSelection(id == kPreviousField ? -1 : 1);
+        keys::stepSelection(*m_view, id == kPreviousField ? -1 : 1);
         return;
     default:
         CNorvKeybDlg::OnCommand(id);

@@ -36,7 +36,6 @@ protected:
 private:
     void rebuild();
     void switchTo(const char* screen);
-    void moveSelection(int step);
 
     QTreeWidget* m_view = nullptr;
     Totals::Order m_order = Totals::Order::BySpecies;
