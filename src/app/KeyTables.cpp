@@ -1,5 +1,6 @@
 #include "app/KeyTables.h"
 
+#include <QHeaderView>
 #include <QTreeWidget>
 
 #include <algorithm>
@@ -115,6 +116,21 @@ std::vector<KeyDef> codeList(int commandId, int columns, int rows)
     for (const KeyDef& k : bottomBar(166, false))
         keys.push_back(k);
     return keys;
+}
+
+QTreeWidget* rowView(QWidget* parent, const QString& objectName, const QRect& area)
+{
+    auto* view = new QTreeWidget(parent);
+    view->setObjectName(objectName);
+    view->setGeometry(area);
+    view->setRootIsDecorated(false);
+    view->setUniformRowHeights(true);
+    view->setAllColumnsShowFocus(true);
+    view->setSelectionMode(QAbstractItemView::SingleSelection);
+    view->setSelectionBehavior(QAbstractItemView::SelectRows);
+    view->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    view->header()->setSectionsMovable(false);
+    return view;
 }
 
 void stepSelection(QTreeWidget& view, int step)

@@ -8,6 +8,7 @@
 #include <QRect>
 
 class QTreeWidget;
+class QWidget;
 
 #include <vector>
 
@@ -37,6 +38,10 @@ std::vector<KeyDef> digits();
 // A list keyboard for the area kFullArea: `columns` x `rows` code keys sending `commandId`,
 // the two page keys and the bottom bar.
 std::vector<KeyDef> codeList(int commandId, int columns, int rows);
+
+// The row view of a screen that shows rows: whole rows selected one at a time, no tree lines,
+// no horizontal scrolling, columns fixed in place.
+QTreeWidget* rowView(QWidget* parent, const QString& objectName, const QRect& area);
 
 // What the previous-field and next-field keys do on a screen that shows rows: move the selection
 // by `step` rows, held at the first and the last.

@@ -103,16 +103,7 @@ void ListSelectionDlg::OnInitDialog()
 
     addTitle(windowTitle(), 0, kTitleHeight);
 
-    m_list = new QTreeWidget(this);
-    m_list->setObjectName(QStringLiteral("listView"));
-    m_list->setGeometry(kListArea);
-    m_list->setRootIsDecorated(false);
-    m_list->setUniformRowHeights(true);
-    m_list->setAllColumnsShowFocus(true);
-    m_list->setSelectionMode(QAbstractItemView::SingleSelection);
-    m_list->setSelectionBehavior(QAbstractItemView::SelectRows);
-    m_list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    m_list->header()->setSectionsMovable(false);
+    m_list = keys::rowView(this, QStringLiteral("listView"), kListArea);
     m_list->header()->setStretchLastSection(false);
     m_list->installEventFilter(this);
     connect(m_list, &QTreeWidget::currentItemChanged, this, [this](QTreeWidgetItem* item) {

@@ -70,17 +70,8 @@ void RegionDlg::OnInitDialog()
 
     m_title = addTitle(windowTitle(), 0, kTitleHeight);
 
-    m_view = new QTreeWidget(this);
-    m_view->setObjectName(QStringLiteral("regionView"));
-    m_view->setGeometry(kViewArea);
-    m_view->setRootIsDecorated(false);
-    m_view->setUniformRowHeights(true);
-    m_view->setAllColumnsShowFocus(true);
-    m_view->setSelectionMode(QAbstractItemView::SingleSelection);
-    m_view->setSelectionBehavior(QAbstractItemView::SelectRows);
-    m_view->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    m_view = keys::rowView(this, QStringLiteral("regionView"), kViewArea);
     m_view->setFocusPolicy(Qt::NoFocus);
-    m_view->header()->setSectionsMovable(false);
     m_view->setHeaderLabels({QStringLiteral("WR"), QStringLiteral("HA"), QStringLiteral("Tarif")});
     m_view->setColumnWidth(0, 90);
     m_view->setColumnWidth(1, 60);

@@ -51,16 +51,7 @@ void TotalsDlg::OnInitDialog()
 {
     addTitle(windowTitle(), 0, kTitleHeight);
 
-    m_view = new QTreeWidget(this);
-    m_view->setObjectName(QStringLiteral("totalsView"));
-    m_view->setGeometry(kViewArea);
-    m_view->setRootIsDecorated(false);
-    m_view->setUniformRowHeights(true);
-    m_view->setAllColumnsShowFocus(true);
-    m_view->setSelectionMode(QAbstractItemView::SingleSelection);
-    m_view->setSelectionBehavior(QAbstractItemView::SelectRows);
-    m_view->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    m_view->header()->setSectionsMovable(false);
+    m_view = keys::rowView(this, QStringLiteral("totalsView"), kViewArea);
     m_view->header()->setStretchLastSection(false);
     QFont font(QStringLiteral("DejaVu Sans Mono"));
     font.setStyleHint(QFont::Monospace);
