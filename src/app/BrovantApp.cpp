@@ -21,6 +21,7 @@
 #include "masterdata/DeviceSession.h"
 #include "platform/serial/QtSerialLine.h"
 #include "tally/caliper/CaliperReader.h"
+#include "transfer/CableChannel.h"
 #include "transfer/SettingsChannels.h"
 
 #include <QApplication>
@@ -43,7 +44,8 @@ BrovantApp::BrovantApp(DeviceSession& session, AppState& state, Clock& clock)
     // The channel is chosen by the transfer settings in force at each transfer.
     m_channels = std::make_unique<SettingsChannels>(
         session.root(), session.store(), *m_qtDialogs, clock, &session.keepAwake(),
-        qtSerialOpener(session.root(), session.store(), *m_qtDialogs));
+        CableChannel::settingsOpener(session.store(),
+                                     qtSerialOpener(session.root(), *m_qtDialogs)));
     setChannels(m_channels.get());
     m_device = makeDeviceControls(session, clock);
     setDevice(m_device.get());
@@ -66,7 +68,8 @@ void BrovantApp::replaceMessages(MessageDialogs* dialogs)
     m_lifecycle = std::make_unique<AppLifecycle>(session(), state(), clock(), *dialogs, *this);
     m_channels = std::make_unique<SettingsChannels>(
         session().root(), session().store(), *dialogs, clock(), &session().keepAwake(),
-        qtSerialOpener(session().root(), session().store(), *dialogs));
+        CableChannel::settingsOpener(session().store(),
+                                     qtSerialOpener(session().root(), *dialogs)));
     setChannels(m_channels.get());
     // The reader keeps the dialogs it was made with; it is made again before anyone started it.
     m_caliper = std::make_unique<CaliperReader>(session().root(), *dialogs, clock());

@@ -3,7 +3,7 @@
 // them. The device program opens its ports with Qt SerialPort instead (QtSerialLine).
 #pragma once
 
-#include "transfer/SerialLine.h"
+#include "platform/SerialLine.h"
 
 #include <QString>
 

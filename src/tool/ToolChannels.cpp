@@ -194,15 +194,14 @@ CableChannel::PortOpener posixSerialOpener(const DeviceRoot& root, const Setting
                                            MessageDialogs& dialogs)
 {
     // A copy of the root: the opener may outlive the caller's.
-    return [root, &store, &dialogs](int port) -> std::unique_ptr<SerialLine> {
-        const CableSettings settings = CableSettings::fromStore(store);
+    auto open = [root, &dialogs](int port, qint32 baudRate, int dataBits,
+                                 int stopBits) -> std::unique_ptr<SerialLine> {
         const QString portName = serialPortName(port);
         const QString device = serialDeviceFile(root, portName);
         QString reason = QStringLiteral("keine Verknüpfung dev/COM%1").arg(port);
         std::unique_ptr<SerialLine> line;
         if (!device.isEmpty())
-            line = PosixSerialLine::open(device, settings.baudRate, settings.dataBits,
-                                         settings.stopBits, &reason);
+            line = PosixSerialLine::open(device, baudRate, dataBits, stopBits, &reason);
         if (!line) {
             // The device's notice; the host's reason below it, for whoever set up the link.
             dialogs.notice(
@@ -212,6 +211,7 @@ CableChannel::PortOpener posixSerialOpener(const DeviceRoot& root, const Setting
         }
         return line;
     };
+    return CableChannel::settingsOpener(store, std::move(open));
 }
 
 QString channelCommandsHelp()

@@ -143,6 +143,15 @@ ModemSettings ModemSettings::fromStore(const SettingsStore& store, int selectedE
             store.readText(Setting::ModemNumber, selectedEntry)};
 }
 
+CableChannel::PortOpener CableChannel::settingsOpener(const SettingsStore& store,
+                                                      SerialLineOpener open)
+{
+    return [&store, open = std::move(open)](int port) {
+        const CableSettings settings = CableSettings::fromStore(store);
+        return open(port, settings.baudRate, settings.dataBits, settings.stopBits);
+    };
+}
+
 CableChannel::CableChannel(const DeviceRoot& root, MessageDialogs& dialogs, Clock& clock,
                            PortOpener opener, int port)
     : m_root(root)

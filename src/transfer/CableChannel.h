@@ -4,7 +4,7 @@
 // choosing this channel, ActiveSync or FTP from the settings is the caller's.
 #pragma once
 
-#include "transfer/SerialLine.h"
+#include "platform/SerialLine.h"
 
 #include <QString>
 #include <QStringList>
@@ -47,6 +47,9 @@ class CableChannel {
 public:
     // Opens "COMn:" for a transfer; null when it did not open (the opener shows the notice).
     using PortOpener = std::function<std::unique_ptr<SerialLine>(int port)>;
+    // The opener with the line settings of section DUE as they are when the port is opened, so a
+    // channel held for the program's lifetime follows the settings screen. `store` must outlive it.
+    static PortOpener settingsOpener(const SettingsStore& store, SerialLineOpener open);
 
     static constexpr const char16_t* kExportPattern = u"\\Export\\*.dat";
     static constexpr const char16_t* kImportFolder = u"\\Import";

@@ -2,8 +2,8 @@
 
 #include "data/FieldDescriptor.h"
 #include "platform/Cp1252.h"
+#include "platform/SerialLine.h"
 #include "transfer/ListName.h"
-#include "transfer/SerialLine.h"
 
 #include <algorithm>
 

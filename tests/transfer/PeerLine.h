@@ -1,8 +1,8 @@
 // Serial line doubles for the transfer tests: a line whose far end is the test itself.
 #pragma once
 
+#include "platform/SerialLine.h"
 #include "transfer/SerialFrames.h"
-#include "transfer/SerialLine.h"
 
 #include <QList>
 

@@ -8,10 +8,10 @@
 // ENQ, ACK or NAK). When the turns run out the line is silent.
 #pragma once
 
+#include "platform/SerialLine.h"
 #include "transfer/CableChannel.h"
 #include "transfer/ListName.h"
 #include "transfer/SerialFrames.h"
-#include "transfer/SerialLine.h"
 
 #include <QDir>
 #include <QDirIterator>

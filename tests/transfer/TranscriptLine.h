@@ -7,7 +7,7 @@
 // line as two hex digits (<C4>, <3C>, <20>).
 #pragma once
 
-#include "transfer/SerialLine.h"
+#include "platform/SerialLine.h"
 
 #include <QList>
 #include <QString>

@@ -54,24 +54,16 @@ QByteArray QtSerialLine::read(int maxBytes, int waitMs)
     return m_port->read(maxBytes);
 }
 
-CableChannel::PortOpener qtSerialOpener(const DeviceRoot& root, const CableSettings& settings,
-                                        MessageDialogs& dialogs)
+SerialLineOpener qtSerialOpener(const DeviceRoot& root, MessageDialogs& dialogs)
 {
     // A copy of the root: the opener may outlive the caller's.
-    return [root, settings, &dialogs](int port) -> std::unique_ptr<SerialLine> {
-        std::unique_ptr<QSerialPort> serial = openTransferPort(
-            root, port, settings.baudRate, settings.dataBits, settings.stopBits, dialogs);
+    return [root, &dialogs](int port, qint32 baudRate, int dataBits,
+                            int stopBits) -> std::unique_ptr<SerialLine> {
+        std::unique_ptr<QSerialPort> serial =
+            openTransferPort(root, port, baudRate, dataBits, stopBits, dialogs);
         if (!serial)
             return nullptr;
         return std::make_unique<QtSerialLine>(std::move(serial));
-    };
-}
-
-CableChannel::PortOpener qtSerialOpener(const DeviceRoot& root, const SettingsStore& store,
-                                        MessageDialogs& dialogs)
-{
-    return [root, &store, &dialogs](int port) {
-        return qtSerialOpener(root, CableSettings::fromStore(store), dialogs)(port);
     };
 }
 

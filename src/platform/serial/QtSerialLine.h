@@ -1,9 +1,8 @@
 // Platform layer: the cable transfer's serial line on Qt SerialPort, for the device program.
-// The opener hands the channel "COMn:" with the DUE settings; what travels is the channel's.
+// The opener opens "COMn:" with the line settings it is given; what travels is the caller's.
 #pragma once
 
-#include "transfer/CableChannel.h"
-#include "transfer/SerialLine.h"
+#include "platform/SerialLine.h"
 
 #include <memory>
 
@@ -13,7 +12,6 @@ namespace brovant {
 
 class DeviceRoot;
 class MessageDialogs;
-class SettingsStore;
 
 class QtSerialLine final : public SerialLine {
 public:
@@ -28,13 +26,8 @@ private:
     std::unique_ptr<QSerialPort> m_port;
 };
 
-// The channel's opener: "COMn:" through the root's dev/COMn link with the given line settings
-// (the port number is the channel's); shows the notice itself when the port does not open.
-CableChannel::PortOpener qtSerialOpener(const DeviceRoot& root, const CableSettings& settings,
-                                        MessageDialogs& dialogs);
-// The same with the line settings of section DUE as they are when the port is opened, so a
-// channel held for the program's lifetime follows the settings screen.
-CableChannel::PortOpener qtSerialOpener(const DeviceRoot& root, const SettingsStore& store,
-                                        MessageDialogs& dialogs);
+// Opens "COMn:" through the root's dev/COMn link; shows the notice itself when the port does not
+// open. `dialogs` must outlive the opener.
+SerialLineOpener qtSerialOpener(const DeviceRoot& root, MessageDialogs& dialogs);
 
 } // namespace brovant
