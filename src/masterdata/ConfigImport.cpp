@@ -2,15 +2,16 @@
 
 #include "data/Database.h"
 #include "data/Dataset.h"
+#include "data/FixedRecords.h"
 #include "data/Schema.h"
 #include "masterdata/SettingsStore.h"
-#include "platform/Cp1252.h"
 #include "platform/DeviceRoot.h"
 #include "platform/KeepAwake.h"
 #include "platform/MessageDialogs.h"
 
 #include <QFile>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
@@ -22,91 +23,6 @@ namespace brovant {
 namespace {
 
 constexpr QByteArrayView kHeader = "TD0STAMM300.DAT";
-
-// Reads the file a line at a time without ever holding more than one kept line, so a file that
-// is one enormous line costs no memory.
-class LineReader {
-public:
-    explicit LineReader(QFile& file)
-        : m_file(file)
-    {
-    }
-
-    // False at the end of the file. `consumed` is the bytes the line took, line end included.
-    bool next(QByteArray& line, qint64& consumed)
-    {
-        line.clear();
-        consumed = 0;
-        bool any = false;
-        bool cut = false;
-        for (;;) {
-            if (m_pos >= m_end && !fill())
-                break;
-            any = true;
-            const char* begin = m_buffer.data() + m_pos;
-            const char* stop = static_cast<const char*>(memchr(begin, '\n', size_t(m_end - m_pos)));
-            const qint64 chunk = stop ? (stop - begin) : (m_end - m_pos);
-            if (!cut) {
-                // A NUL ends the line's text, as it ends a C string.
-                const char* nul = static_cast<const char*>(memchr(begin, '\0', size_t(chunk)));
-                const qint64 textLength = nul ? (nul - begin) : chunk;
-                const qint64 room = qint64(ConfigImport::kLineLimit) + 1 - line.size();
-                line.append(begin, int(std::min(textLength, room)));
-                if (nul || textLength > room)
-                    cut = true;
-            }
-            consumed += chunk;
-            m_pos += chunk;
-            if (stop) {
-                ++m_pos;
-                ++consumed;
-                break;
-            }
-        }
-        if (!any)
-            return false;
-        // Text mode drops the CR of a CR LF; one more character is kept so that a CR in the
-        // 1000th place still goes, then the line is cut to its limit.
-        if (line.endsWith('\r'))
-            line.chop(1);
-        if (line.size() > ConfigImport::kLineLimit)
-            line.truncate(ConfigImport::kLineLimit);
-        return true;
-    }
-
-private:
-    bool fill()
-    {
-        m_buffer.resize(1 << 16);
-        const qint64 n = m_file.read(m_buffer.data(), m_buffer.size());
-        m_pos = 0;
-        m_end = n > 0 ? n : 0;
-        return m_end > 0;
-    }
-
-    QFile& m_file;
-    QByteArray m_buffer;
-    qint64 m_pos = 0;
-    qint64 m_end = 0;
-};
-
-// One line as the import sees it: padded with blanks to 1000 characters, columns from 0.
-struct Line {
-    QByteArrayView bytes;
-
-    QByteArray raw(int start, int length) const
-    {
-        QByteArray out(length, ' ');
-        for (int i = 0; i < length; ++i) {
-            const qsizetype at = qsizetype(start) + i;
-            if (at < bytes.size())
-                out[i] = bytes[at];
-        }
-        return out;
-    }
-    QString text(int start, int length) const { return cp1252::decode(raw(start, length)); }
-    bool tagIs(const char* tag) const { return raw(0, 3) == QByteArrayView(tag); }
-};
 
 locale_t cLocale()
 {
@@ -219,13 +135,12 @@ ConfigImport::Result ConfigImport::run()
         return result;
     };
 
-    LineReader reader(file);
+    // Unlike a list file's, a CR goes wherever it ends the kept text.
+    RecordReader reader(file, kLineLimit, RecordReader::CrRule::AtTextEnd);
     QByteArray bytes;
-    qint64 consumed = 0;
     if (!stored)
         return finish(Result::StoreFailed);
-    if (!reader.next(bytes, consumed) || !Line{bytes}.tagIs("TD0")
-        || Line{bytes}.raw(0, 15) != kHeader)
+    if (!reader.next(bytes) || Record{bytes}.raw(0, 15) != kHeader)
         return finish(Result::WrongStructure);
 
     // Working variables keep the last value parsed, as the office software's files expect.
@@ -252,13 +167,13 @@ ConfigImport::Result ConfigImport::run()
     };
     static const char16_t* const kHs[] = {u"HS1", u"HS2", u"HS3", u"HS4", u"HS5", u"HS6"};
 
-    while (reader.next(bytes, consumed)) {
+    while (reader.next(bytes)) {
         ++lineCount;
-        consumedTotal += consumed;
+        consumedTotal += reader.consumed();
         if (lineCount % kProgressEvery == 0 && size > 0)
             m_dialogs.progress(std::min(100.0, double(consumedTotal) / double(size) * 100.0));
 
-        const Line line{bytes};
+        const Record line{bytes};
         const QByteArray tag = line.raw(0, 3);
         if (tag == "TD0") {
             if (line.raw(0, 15) != kHeader)

@@ -38,11 +38,18 @@ QString decode(QByteArrayView bytes)
 
 QByteArray encode(QStringView text)
 {
-    QByteArray out(text.size(), Qt::Uninitialized);
-    char* dst = out.data();
+    QByteArray out;
+    encodeAppend(out, text);
+    return out;
+}
+
+void encodeAppend(QByteArray& out, QStringView text)
+{
+    const qsizetype at = out.size();
+    out.resize(at + text.size());
+    char* dst = out.data() + at;
     for (const QChar c : text)
         *dst++ = toByte(c.unicode());
-    return out;
 }
 
 } // namespace brovant::cp1252

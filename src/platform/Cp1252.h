@@ -14,5 +14,7 @@ QString decode(QByteArrayView bytes);
 // Characters outside the code page become '?'; one character always gives one byte, so column
 // widths stay as counted in characters.
 QByteArray encode(QStringView text);
+// The same, appended to `out` without a copy of its own.
+void encodeAppend(QByteArray& out, QStringView text);
 
 } // namespace brovant::cp1252

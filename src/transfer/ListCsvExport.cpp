@@ -2,6 +2,7 @@
 
 #include "data/Database.h"
 #include "data/FieldDescriptor.h"
+#include "data/FixedRecords.h"
 #include "data/Schema.h"
 #include "masterdata/SettingsStore.h"
 #include "platform/DeviceRoot.h"
@@ -23,9 +24,6 @@ namespace {
 // umlaut of a UTF-8 file; with the mark it reads UTF-8.
 constexpr QByteArrayView kByteOrderMark = "\xEF\xBB\xBF";
 constexpr QChar kSeparator = u';';
-constexpr QByteArrayView kLineEnd = "\r\n";
-// 20,000 trees never sit in one buffer.
-constexpr qsizetype kFlushAt = 1 << 16;
 
 // The tree columns first, then the list's header data on every line, so the lines of several
 // lists can be put together and sorted or pivoted without losing which list a tree came from.
@@ -121,39 +119,16 @@ QString fileNameOf(const ListHeader& header)
     return header.number + QString::fromUtf16(ListCsvExport::kExtension);
 }
 
-class LineSink {
-public:
-    explicit LineSink(QSaveFile& file)
-        : m_file(file)
-    {
-        m_buffer += kByteOrderMark;
+void addLine(RecordWriter& out, const QStringList& fields)
+{
+    QString line;
+    for (qsizetype i = 0; i < fields.size(); ++i) {
+        if (i > 0)
+            line += kSeparator;
+        line += ListCsvExport::quoted(fields[i]);
     }
-    void add(const QStringList& fields)
-    {
-        QString line;
-        for (qsizetype i = 0; i < fields.size(); ++i) {
-            if (i > 0)
-                line += kSeparator;
-            line += ListCsvExport::quoted(fields[i]);
-        }
-        m_buffer += line.toUtf8();
-        m_buffer += kLineEnd;
-        if (m_buffer.size() >= kFlushAt)
-            flush();
-    }
-    void flush()
-    {
-        // A full card takes what still fits and reports no error for that short write; giving
-        // the file up makes its commit fail, so nothing cut short is left under the name.
-        if (m_file.write(m_buffer) != m_buffer.size())
-            m_file.cancelWriting();
-        m_buffer.clear();
-    }
-
-private:
-    QSaveFile& m_file;
-    QByteArray m_buffer;
-};
+    out.add(line);
+}
 
 } // namespace
 
@@ -237,11 +212,12 @@ std::optional<QString> ListCsvExport::write(std::int64_t listId)
         return std::nullopt;
     }
 
-    LineSink out(file);
+    RecordWriter out(file, RecordWriter::Encoding::Utf8);
+    out.addBytes(kByteOrderMark);
     QStringList headings;
     for (const char* heading : kHeadings)
         headings << QString::fromUtf8(heading);
-    out.add(headings);
+    addLine(out, headings);
 
     // Each record's corrected volume truncated before anything sums it, as the totals screen does;
     // a list without a factor corrects to 0 there too.
@@ -261,12 +237,13 @@ std::optional<QString> ListCsvExport::write(std::int64_t listId)
     while (q.next()) {
         const FieldValue volume = q.value(8);
         const auto stored = numberOf(volume);
-        out.add(
+        addLine(
+            out,
             QStringList{number, integerCell(q.value(0)), textCell(q.value(1)), textCell(q.value(2)),
                         textCell(q.value(3)), textCell(q.value(4)), integerCell(q.value(5)),
                         integerCell(q.value(6)), textCell(q.value(7)), hundredthsCell(volume),
                         stored ? hundredths(lookup::correctedVolume(*stored, factor)) : QString()}
-            + listColumns);
+                + listColumns);
     }
     out.flush();
     if (!commitToMedium(file)) {

@@ -2,9 +2,9 @@
 
 #include "data/Database.h"
 #include "data/FieldDescriptor.h"
+#include "data/FixedRecords.h"
 #include "data/Schema.h"
 #include "masterdata/SettingsStore.h"
-#include "platform/Cp1252.h"
 #include "platform/DeviceRoot.h"
 #include "platform/MediumFile.h"
 #include "platform/MessageDialogs.h"
@@ -18,14 +18,11 @@
 namespace brovant {
 namespace {
 
-constexpr QByteArrayView kLineEnd = "\r\n";
 // The office identifies the sender by this word and the format tag; the device number is 0.
 constexpr QLatin1StringView kHeaderWord("Quendrax");
 constexpr QLatin1StringView kFormatTag("Brovant_V300_D");
 constexpr int kLabelWidth = 20;
 constexpr int kRegionKeyLength = 8;
-// The file goes to disk in pieces of about this size, so 20,000 trees never sit in one buffer.
-constexpr qsizetype kFlushAt = 1 << 16;
 
 const QString& cannotCreate()
 {
@@ -96,39 +93,6 @@ public:
 private:
     std::vector<const FieldDescriptor*> m_fields;
     QString m_sql;
-};
-
-// Lines in the office's code page, each cut to the limit with its CR LF kept, so a record never
-// runs into the next one.
-class LineSink {
-public:
-    explicit LineSink(QSaveFile& file)
-        : m_file(file)
-    {
-    }
-    void add(QStringView line)
-    {
-        QByteArray bytes = cp1252::encode(line);
-        const qsizetype room = ListFileExport::kMaxLine - kLineEnd.size();
-        if (bytes.size() > room)
-            bytes.truncate(room);
-        m_buffer += bytes;
-        m_buffer += kLineEnd;
-        if (m_buffer.size() >= kFlushAt)
-            flush();
-    }
-    void flush()
-    {
-        // A full card takes what still fits and reports no error for that short write; giving
-        // the file up makes its commit fail, so nothing cut short reaches "\Export".
-        if (m_file.write(m_buffer) != m_buffer.size())
-            m_file.cancelWriting();
-        m_buffer.clear();
-    }
-
-private:
-    QSaveFile& m_file;
-    QByteArray m_buffer;
 };
 
 QString label(const SettingsStore& store, int index)
@@ -276,7 +240,9 @@ bool ListFileExport::writeHeaderRow(std::int64_t headerRowId)
     m_dialogs.info(MessageDialogs::Show, QStringLiteral("Datenübertragung wird"),
                    QStringLiteral("vorbereitet..."), name);
     m_dialogs.progress(0);
-    LineSink out(file);
+    // Each line cut to the limit with its CR LF kept, so a record never runs into the next one.
+    RecordWriter out(file, RecordWriter::Encoding::Windows1252,
+                     kMaxLine - int(RecordWriter::kLineEnd.size()));
 
     out.add(QStringLiteral("TD0") + name + kHeaderWord + QStringLiteral("%1").arg(0, 6)
             + kFormatTag);

@@ -1,8 +1,8 @@
 #include "transfer/ListFileImport.h"
 
 #include "data/Database.h"
+#include "data/FixedRecords.h"
 #include "data/Schema.h"
-#include "platform/Cp1252.h"
 #include "platform/DeviceRoot.h"
 #include "platform/MessageDialogs.h"
 
@@ -11,14 +11,12 @@
 #include <QRandomGenerator>
 
 #include <algorithm>
-#include <cstring>
 #include <functional>
 #include <limits>
 
 namespace brovant {
 namespace {
 
-constexpr qint64 kChunk = 1 << 16;
 // The device's "%lu" reads into a 32-bit unsigned long and stops growing there.
 constexpr std::int64_t kNumberLimit = std::numeric_limits<std::uint32_t>::max();
 constexpr int kMaxDecimals = 18;
@@ -33,90 +31,12 @@ int decimalsOf(const TableDescriptor& table, QStringView field)
     return table.fields[size_t(table.indexOf(field))].decimals;
 }
 
-// Lines as text mode hands them over: LF ends a line and a CR right before it goes with it; a NUL
-// ends the line's text as it ends a C string; past 500 characters the rest of the line is skipped.
-// Reads in chunks and keeps no more than one line, so a file that is one endless line costs no
-// memory.
-class LineReader {
-public:
-    explicit LineReader(QIODevice& in)
-        : m_in(in)
-        , m_buffer(kChunk, Qt::Uninitialized)
-    {
-    }
-
-    // False at the end of the input.
-    bool next(QByteArray& line)
-    {
-        line.clear();
-        bool any = false;
-        bool cut = false;
-        bool ended = false;
-        for (;;) {
-            if (m_pos >= m_end && !fill())
-                break;
-            any = true;
-            const char* begin = m_buffer.constData() + m_pos;
-            const auto available = size_t(m_end - m_pos);
-            const char* stop = static_cast<const char*>(std::memchr(begin, '\n', available));
-            const qint64 chunk = stop ? (stop - begin) : qint64(available);
-            if (!cut) {
-                const char* nul = static_cast<const char*>(std::memchr(begin, '\0', size_t(chunk)));
-                const qint64 text = nul ? (nul - begin) : chunk;
-                // One character more than a line holds, so a CR in the last place can still go.
-                const qint64 room = qint64(ListFileImport::kLineLength) + 1 - line.size();
-                line.append(begin, qsizetype(std::min(text, room)));
-                cut = nul != nullptr || text > room;
-            }
-            m_pos += chunk;
-            if (stop) {
-                ++m_pos;
-                ended = true;
-                break;
-            }
-        }
-        if (!any)
-            return false;
-        if (ended && !cut && line.endsWith('\r'))
-            line.chop(1);
-        if (line.size() > ListFileImport::kLineLength)
-            line.truncate(ListFileImport::kLineLength);
-        return true;
-    }
-
-private:
-    bool fill()
-    {
-        const qint64 n = m_in.read(m_buffer.data(), kChunk);
-        m_pos = 0;
-        m_end = n > 0 ? n : 0;
-        return m_end > 0;
-    }
-
-    QIODevice& m_in;
-    QByteArray m_buffer;
-    qint64 m_pos = 0;
-    qint64 m_end = 0;
-};
-
-// One line padded with blanks to 500 characters; columns count from 0.
-struct Line {
-    QByteArrayView bytes;
-
-    QByteArray raw(int start, int length) const
-    {
-        QByteArray out(length, ' ');
-        const qsizetype have = std::clamp<qsizetype>(bytes.size() - start, 0, length);
-        if (have > 0)
-            std::memcpy(out.data(), bytes.data() + start, size_t(have));
-        return out;
-    }
-    QString text(int start, int length) const { return cp1252::decode(raw(start, length)); }
+// Fields of a line padded with blanks to 500 characters.
+struct Line : Record {
     std::int64_t number(int start, int length, int decimals) const
     {
         return ListFileImport::number(text(start, length), decimals);
     }
-    bool tagIs(const char* tag) const { return raw(0, 3) == QByteArrayView(tag); }
 };
 
 // Writes the rows of one list file. The header row is made by the first header record and
@@ -254,12 +174,13 @@ FileResult importLines(Database& db, QIODevice& in, std::int64_t listId, bool* h
     if (!transaction.active())
         return FileResult::Failed;
     ListWriter writer(db, listId);
-    LineReader reader(in);
+    // Lines as text mode hands them over: a CR goes only with the LF after it.
+    RecordReader reader(in, ListFileImport::kLineLength, RecordReader::CrRule::BeforeLineFeed);
     QByteArray bytes;
     while (reader.next(bytes)) {
         if (bytes.isEmpty())
             continue;
-        switch (writer.line(Line{bytes})) {
+        switch (writer.line(Line{{bytes}})) {
         case ListWriter::Step::Ok:
             break;
         case ListWriter::Step::WrongStructure:
