@@ -2,7 +2,7 @@
 """Fails for any #include "..." under src/ that reaches a higher layer or a peer.
 
 Order, low to high: platform < data < masterdata < tally, device < evaluation, transfer
-< app/logic < app, tool. Folders on one rank are peers and include nothing of each other.
+< workflow < app, tool. Folders on one rank are peers and include nothing of each other.
 """
 import os
 import re
@@ -16,7 +16,7 @@ RANKS = {
     "device": 3,
     "evaluation": 4,
     "transfer": 4,
-    "app/logic": 5,
+    "workflow": 5,
     "app": 6,
     "tool": 6,
 }

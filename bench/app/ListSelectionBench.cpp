@@ -2,8 +2,8 @@
 // read from the table and the list view filled, as every showing of the screen does.
 #include "app/BrovantApp.h"
 #include "app/ListSelectionDlg.h"
-#include "app/logic/AppState.h"
-#include "app/logic/ListSelectionLogic.h"
+#include "workflow/AppState.h"
+#include "workflow/ListSelectionLogic.h"
 #include "data/Database.h"
 #include "data/Dataset.h"
 #include "data/Schema.h"

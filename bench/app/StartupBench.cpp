@@ -1,7 +1,7 @@
 // Start of the program to the main menu on a well-used device: 1,000 lists with 100,000 trees.
 // `--make-root DIR` only builds such a device (for timing the whole process from outside).
 #include "app/BrovantApp.h"
-#include "app/logic/AppState.h"
+#include "workflow/AppState.h"
 #include "data/Database.h"
 #include "data/Dataset.h"
 #include "data/Schema.h"

@@ -7,7 +7,7 @@
 #include "platform/Clock.h"
 #include "platform/MessageDialogs.h"
 #include "tally/Lookup.h"
-#include "tally/TallyLogic.h"
+#include "workflow/TallyLogic.h"
 #include "tally/caliper/CaliperReader.h"
 
 #include <QCoreApplication>

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "app/CNorvMFCApp.h"
-#include "app/logic/AppLifecycle.h"
+#include "workflow/AppLifecycle.h"
 
 #include <memory>
 

@@ -1,8 +1,8 @@
 #include "app/CNorvMFCApp.h"
 
 #include "app/CNorvBaseDlg.h"
-#include "app/logic/AppLifecycle.h"
-#include "app/logic/AppState.h"
+#include "workflow/AppLifecycle.h"
+#include "workflow/AppState.h"
 #include "device/BackupService.h"
 
 #include <QGuiApplication>

@@ -4,7 +4,7 @@
 #pragma once
 
 #include "app/CNorvKeybDlg.h"
-#include "app/logic/CableSettingsLogic.h"
+#include "workflow/CableSettingsLogic.h"
 
 #include <array>
 

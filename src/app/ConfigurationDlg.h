@@ -4,7 +4,7 @@
 #pragma once
 
 #include "app/CNorvDBDialog.h"
-#include "app/logic/ConfigurationLogic.h"
+#include "workflow/ConfigurationLogic.h"
 
 #include <array>
 #include <vector>

@@ -5,7 +5,7 @@
 #pragma once
 
 #include "app/CNorvDBDialog.h"
-#include "app/logic/ListHeaderLogic.h"
+#include "workflow/ListHeaderLogic.h"
 
 #include <array>
 

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "app/CNorvKeybDlg.h"
-#include "app/logic/ListHeaderLogic.h"
+#include "workflow/ListHeaderLogic.h"
 
 #include <array>
 

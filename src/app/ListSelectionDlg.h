@@ -5,7 +5,7 @@
 #pragma once
 
 #include "app/CNorvKeybDlg.h"
-#include "app/logic/ListSelectionLogic.h"
+#include "workflow/ListSelectionLogic.h"
 
 #include <memory>
 

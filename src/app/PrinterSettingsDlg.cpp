@@ -2,8 +2,8 @@
 
 #include "app/CNorvMFCApp.h"
 #include "app/KeyTables.h"
-#include "app/logic/AppState.h"
-#include "app/logic/CableSettingsLogic.h"
+#include "workflow/AppState.h"
+#include "workflow/CableSettingsLogic.h"
 #include "masterdata/DeviceSession.h"
 
 #include <QButtonGroup>

@@ -5,7 +5,7 @@
 #pragma once
 
 #include "app/CNorvKeybDlg.h"
-#include "app/logic/CommunicationSettingsLogic.h"
+#include "workflow/CommunicationSettingsLogic.h"
 
 class QButtonGroup;
 class QCheckBox;

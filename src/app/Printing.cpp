@@ -1,8 +1,8 @@
 #include "app/Printing.h"
 
 #include "app/CNorvMFCApp.h"
-#include "app/logic/AppLifecycle.h"
-#include "app/logic/AppState.h"
+#include "workflow/AppLifecycle.h"
+#include "workflow/AppState.h"
 #include "evaluation/print/ReportPrinter.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"

@@ -4,7 +4,7 @@
 #include "app/DemoTour.h"
 #include "app/SingleInstance.h"
 #include "app/WakeUpWatcher.h"
-#include "app/logic/AppState.h"
+#include "workflow/AppState.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
 #include "platform/DeviceRoot.h"

@@ -3,8 +3,8 @@
 #include "app/CNorvMFCApp.h"
 #include "app/KeyTables.h"
 #include "app/TariffAssignmentDlg.h"
-#include "app/logic/AppState.h"
-#include "app/logic/ListHeaderLogic.h"
+#include "workflow/AppState.h"
+#include "workflow/ListHeaderLogic.h"
 #include "masterdata/DeviceSession.h"
 
 #include <QHeaderView>

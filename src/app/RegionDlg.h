@@ -5,7 +5,7 @@
 #pragma once
 
 #include "app/CNorvKeybDlg.h"
-#include "app/logic/RegionLogic.h"
+#include "workflow/RegionLogic.h"
 
 class QLabel;
 class QLineEdit;

@@ -2,7 +2,7 @@
 
 #include "app/CNorvBaseDlg.h"
 #include "app/CNorvMFCApp.h"
-#include "app/logic/AppLifecycle.h"
+#include "workflow/AppLifecycle.h"
 #include "device/BackupService.h"
 
 #include <QLabel>

@@ -4,7 +4,7 @@
 #include "app/KeyTables.h"
 #include "app/TariffAssignmentDlg.h"
 #include "app/TotalsDlg.h"
-#include "app/logic/AppState.h"
+#include "workflow/AppState.h"
 #include "data/FieldDescriptor.h"
 #include "data/Schema.h"
 #include "device/BackupService.h"

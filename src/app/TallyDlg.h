@@ -6,7 +6,7 @@
 #pragma once
 
 #include "app/CNorvKeybDlg.h"
-#include "tally/TallyLogic.h"
+#include "workflow/TallyLogic.h"
 
 #include <array>
 #include <utility>

@@ -2,7 +2,7 @@
 
 #include "app/CNorvMFCApp.h"
 #include "app/KeyTables.h"
-#include "app/logic/AppState.h"
+#include "workflow/AppState.h"
 #include "data/Schema.h"
 
 #include <QFontDatabase>

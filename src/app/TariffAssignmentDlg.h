@@ -4,7 +4,7 @@
 #pragma once
 
 #include "app/CNorvDBDialog.h"
-#include "app/logic/TariffAssignmentLogic.h"
+#include "workflow/TariffAssignmentLogic.h"
 
 #include <array>
 

@@ -3,7 +3,7 @@
 #include "app/CNorvMFCApp.h"
 #include "app/KeyTables.h"
 #include "app/Printing.h"
-#include "app/logic/AppState.h"
+#include "workflow/AppState.h"
 #include "evaluation/Totals.h"
 #include "masterdata/DeviceSession.h"
 

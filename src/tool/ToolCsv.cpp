@@ -3,7 +3,7 @@
 #include "data/FieldDescriptor.h"
 #include "tool/ToolCommands.h"
 
-#include "app/logic/ListSelectionLogic.h"
+#include "workflow/ListSelectionLogic.h"
 #include "masterdata/DeviceSession.h"
 #include "tool/ConsoleDialogs.h"
 #include "transfer/ListCsvExport.h"

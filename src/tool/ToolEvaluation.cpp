@@ -3,13 +3,13 @@
 #include "data/FieldDescriptor.h"
 #include "tool/ToolCommands.h"
 
-#include "app/logic/ListSelectionLogic.h"
+#include "workflow/ListSelectionLogic.h"
 #include "data/Dataset.h"
 #include "data/Schema.h"
 #include "evaluation/Totals.h"
 #include "masterdata/DeviceSession.h"
 #include "masterdata/MasterTables.h"
-#include "tally/TallyLogic.h"
+#include "workflow/TallyLogic.h"
 #include "tool/ConsoleDialogs.h"
 
 #include <QCommandLineParser>

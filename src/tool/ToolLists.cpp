@@ -1,7 +1,7 @@
 #include "tool/ToolLists.h"
 #include "tool/ToolCommands.h"
 
-#include "app/logic/ListSelectionLogic.h"
+#include "workflow/ListSelectionLogic.h"
 #include "masterdata/DeviceSession.h"
 
 #include <QCommandLineParser>

@@ -1,7 +1,7 @@
 #include "tool/ToolNewList.h"
 
-#include "app/logic/AppState.h"
-#include "app/logic/ListHeaderLogic.h"
+#include "workflow/AppState.h"
+#include "workflow/ListHeaderLogic.h"
 #include "data/Dataset.h"
 #include "data/Schema.h"
 #include "masterdata/DeviceSession.h"

@@ -3,7 +3,7 @@
 #include "data/FieldDescriptor.h"
 #include "tool/ToolCommands.h"
 
-#include "app/logic/ListSelectionLogic.h"
+#include "workflow/ListSelectionLogic.h"
 #include "evaluation/Reports.h"
 #include "evaluation/Totals.h"
 #include "evaluation/print/ReportPrinter.h"

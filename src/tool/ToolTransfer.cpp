@@ -3,8 +3,8 @@
 #include "data/FieldDescriptor.h"
 #include "tool/ToolCommands.h"
 
-#include "app/logic/AppState.h"
-#include "app/logic/ListSelectionLogic.h"
+#include "workflow/AppState.h"
+#include "workflow/ListSelectionLogic.h"
 #include "data/Database.h"
 #include "data/Schema.h"
 #include "masterdata/DeviceSession.h"

@@ -1,7 +1,7 @@
 #include "app/CNorvKeybDlg.h"
 #include "app/CNorvMFCApp.h"
 #include "app/KeyTables.h"
-#include "app/logic/AppState.h"
+#include "workflow/AppState.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
 #include "support/TempRoot.h"

@@ -1,6 +1,6 @@
 #include "app/ListSelectionDlg.h"
 #include "app/ProgramFixture.h"
-#include "applogic/OfficeChannel.h"
+#include "workflow/OfficeChannel.h"
 #include "device/BackupService.h"
 
 #include <QTabBar>

@@ -6,7 +6,7 @@
 #include "app/CNorvKey.h"
 #include "app/CNorvKeybDlg.h"
 #include "app/MainMenuDlg.h"
-#include "app/logic/AppState.h"
+#include "workflow/AppState.h"
 #include "data/Dataset.h"
 #include "data/Schema.h"
 #include "masterdata/DeviceSession.h"

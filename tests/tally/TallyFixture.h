@@ -8,7 +8,6 @@
 #include "masterdata/MasterTables.h"
 #include "platform/MessageDialogs.h"
 #include "support/TempRoot.h"
-#include "tally/TallyLogic.h"
 
 #include <gtest/gtest.h>
 
@@ -19,7 +18,6 @@ namespace brovant::test {
 
 class TallyFixture : public ::testing::Test {
 protected:
-    using Field = TallyLogic::Field;
 
     void SetUp() override
     {
@@ -122,7 +120,6 @@ protected:
     std::unique_ptr<DeviceSession> session;
     ScriptedDialogs dialogs;
     MasterTables tables;
-    std::array<QString, TallyLogic::kSpeciesSlots> speciesTariffs;
 
 private:
     int m_rowId = 0;

@@ -1,6 +1,6 @@
 // "brovant-tool lists": one line per list in table order, with the "DÜ" column as the list
 // selection screen shows it.
-#include "app/logic/ListSelectionLogic.h"
+#include "workflow/ListSelectionLogic.h"
 #include "data/Database.h"
 #include "data/Dataset.h"
 #include "data/Schema.h"

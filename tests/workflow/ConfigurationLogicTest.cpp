@@ -1,6 +1,6 @@
 #include "AppLogicFixture.h"
 
-#include "app/logic/ConfigurationLogic.h"
+#include "workflow/ConfigurationLogic.h"
 
 #include <vector>
 

@@ -1,8 +1,8 @@
 // Every long job keeps the system awake for exactly its own length: the inhibitor is taken before
 // the job's first step and given back after its last.
-#include "app/logic/ListSelectionLogic.h"
-#include "applogic/AppLogicFixture.h"
-#include "applogic/OfficeChannel.h"
+#include "workflow/ListSelectionLogic.h"
+#include "workflow/AppLogicFixture.h"
+#include "workflow/OfficeChannel.h"
 #include "device/BackupService.h"
 #include "masterdata/ConfigImport.h"
 #include "masterdata/MasterTables.h"

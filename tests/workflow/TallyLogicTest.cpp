@@ -1,6 +1,6 @@
-#include "tally/TallyLogic.h"
+#include "workflow/TallyLogic.h"
 
-#include "TallyFixture.h"
+#include "tally/TallyFixture.h"
 
 #include <map>
 #include <vector>
@@ -8,11 +8,18 @@
 namespace brovant::test {
 namespace {
 
-class TallyLogicTest : public TallyFixture {
+// The tally fixture's master data with the species' tariff proposals the logic keeps.
+class TallyLogicFixture : public TallyFixture {
+protected:
+    using Field = TallyLogic::Field;
+    std::array<QString, TallyLogic::kSpeciesSlots> speciesTariffs;
+};
+
+class TallyLogicTest : public TallyLogicFixture {
 protected:
     void SetUp() override
     {
-        TallyFixture::SetUp();
+        TallyLogicFixture::SetUp();
         standardMaster();
         list = addList(QStringLiteral("L1"));
         logic = std::make_unique<TallyLogic>(db(), tables, speciesTariffs, dialogs);
@@ -456,7 +463,7 @@ TEST_F(TallyLogicTest, EvalNeedsTrees)
 
 // Master data without a single diameter class row: a diameter finds no class, nothing can be
 // confirmed and nothing is written.
-class TallyWithoutClassesTest : public TallyFixture {};
+class TallyWithoutClassesTest : public TallyLogicFixture {};
 
 TEST_F(TallyWithoutClassesTest, RefusesEveryTreeWithItsMessage)
 {

@@ -1,4 +1,4 @@
-#include "tally/TallyLogic.h"
+#include "workflow/TallyLogic.h"
 
 #include "data/FieldDescriptor.h"
 #include "data/Schema.h"

@@ -1,4 +1,4 @@
-#include "app/logic/TariffAssignmentLogic.h"
+#include "workflow/TariffAssignmentLogic.h"
 
 #include "data/Schema.h"
 #include "platform/MessageDialogs.h"

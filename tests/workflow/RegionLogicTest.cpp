@@ -1,6 +1,6 @@
 // The region screen's logic on a real database: a region joins a list with the tariffs the master
 // data assign to it, each check with its message, and a region leaves the list after the question.
-#include "app/logic/RegionLogic.h"
+#include "workflow/RegionLogic.h"
 #include "AppLogicFixture.h"
 
 namespace brovant {

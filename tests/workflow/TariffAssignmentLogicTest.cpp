@@ -1,7 +1,7 @@
-#include "app/logic/TariffAssignmentLogic.h"
+#include "workflow/TariffAssignmentLogic.h"
 #include "AppLogicFixture.h"
 #include "masterdata/ConfigImport.h"
-#include "tally/TallyLogic.h"
+#include "workflow/TallyLogic.h"
 
 #include <vector>
 

@@ -1,7 +1,7 @@
 // A device root with the program's start-up and shutdown around it.
 #pragma once
 
-#include "app/logic/AppLifecycle.h"
+#include "workflow/AppLifecycle.h"
 #include "data/Dataset.h"
 #include "data/Schema.h"
 #include "data/StructureCheck.h"

@@ -1,8 +1,8 @@
-#include "app/logic/AppLifecycle.h"
+#include "workflow/AppLifecycle.h"
 
-#include "tally/TallyLogic.h"
+#include "workflow/TallyLogic.h"
 
-#include "app/logic/ColdBootRecovery.h"
+#include "workflow/ColdBootRecovery.h"
 #include "data/Dataset.h"
 #include "data/Schema.h"
 #include "device/BackupService.h"

@@ -1,4 +1,4 @@
-#include "app/logic/ConfigurationLogic.h"
+#include "workflow/ConfigurationLogic.h"
 
 #include "platform/Registry.h"
 

@@ -1,7 +1,7 @@
-#include "app/logic/SettingsLogic.h"
+#include "workflow/SettingsLogic.h"
 
-#include "app/logic/AppLifecycle.h"
-#include "app/logic/AppState.h"
+#include "workflow/AppLifecycle.h"
+#include "workflow/AppState.h"
 #include "data/Schema.h"
 #include "masterdata/ConfigImport.h"
 #include "masterdata/DeviceSession.h"

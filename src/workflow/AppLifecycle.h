@@ -5,7 +5,7 @@
 // program's (src/app); this class reaches the screens only through ScreenHost.
 #pragma once
 
-#include "app/logic/AppState.h"
+#include "workflow/AppState.h"
 
 #include <QString>
 #include <QtGlobal>

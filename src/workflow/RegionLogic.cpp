@@ -1,6 +1,6 @@
-#include "app/logic/RegionLogic.h"
+#include "workflow/RegionLogic.h"
 
-#include "app/logic/ListHeaderLogic.h"
+#include "workflow/ListHeaderLogic.h"
 #include "data/Database.h"
 #include "data/Schema.h"
 #include "platform/MessageDialogs.h"

@@ -1,7 +1,7 @@
-#include "app/logic/ListSelectionLogic.h"
+#include "workflow/ListSelectionLogic.h"
 
-#include "app/logic/AppLifecycle.h"
-#include "app/logic/AppState.h"
+#include "workflow/AppLifecycle.h"
+#include "workflow/AppState.h"
 #include "data/Dataset.h"
 #include "data/Schema.h"
 #include "masterdata/SettingsStore.h"

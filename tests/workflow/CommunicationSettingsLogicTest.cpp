@@ -1,7 +1,7 @@
 #include "AppLogicFixture.h"
 
-#include "app/logic/CableSettingsLogic.h"
-#include "app/logic/CommunicationSettingsLogic.h"
+#include "workflow/CableSettingsLogic.h"
+#include "workflow/CommunicationSettingsLogic.h"
 
 #include <functional>
 #include <optional>

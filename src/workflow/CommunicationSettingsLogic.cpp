@@ -1,4 +1,4 @@
-#include "app/logic/CommunicationSettingsLogic.h"
+#include "workflow/CommunicationSettingsLogic.h"
 
 #include "masterdata/DeviceSession.h"
 #include "platform/DeviceRoot.h"

@@ -2,7 +2,7 @@
 // deleting with its two questions, the model list in both forms, the checks before tally, totals,
 // printouts and sending, an empty table on which every per-list button does nothing, and "Send"
 // and "Receive" over a channel that delivers or fails as told.
-#include "app/logic/ListSelectionLogic.h"
+#include "workflow/ListSelectionLogic.h"
 #include "AppLogicFixture.h"
 #include "OfficeChannel.h"
 #include "transfer/ListFileExport.h"

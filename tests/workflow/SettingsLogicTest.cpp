@@ -1,7 +1,7 @@
 #include "AppLogicFixture.h"
 
-#include "app/logic/AppState.h"
-#include "app/logic/SettingsLogic.h"
+#include "workflow/AppState.h"
+#include "workflow/SettingsLogic.h"
 #include "masterdata/ConfigImport.h"
 #include "transfer/TransferChannels.h"
 

@@ -1,4 +1,4 @@
-#include "app/logic/ListHeaderLogic.h"
+#include "workflow/ListHeaderLogic.h"
 #include "AppLogicFixture.h"
 
 #include <functional>

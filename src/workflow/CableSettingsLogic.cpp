@@ -1,6 +1,6 @@
-#include "app/logic/CableSettingsLogic.h"
+#include "workflow/CableSettingsLogic.h"
 
-#include "app/logic/AppLifecycle.h"
+#include "workflow/AppLifecycle.h"
 #include "platform/Registry.h"
 #include "transfer/CableChannel.h"
 

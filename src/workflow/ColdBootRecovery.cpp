@@ -1,4 +1,4 @@
-#include "app/logic/ColdBootRecovery.h"
+#include "workflow/ColdBootRecovery.h"
 
 #include "data/StructureCheck.h"
 #include "platform/DeviceRoot.h"

@@ -5,7 +5,7 @@
 #include "device/BackupService.h"
 #include "masterdata/MasterTables.h"
 #include "tally/Lookup.h"
-#include "tally/TallyLogic.h"
+#include "workflow/TallyLogic.h"
 
 #include <QTemporaryDir>
 

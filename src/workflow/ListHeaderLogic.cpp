@@ -1,6 +1,6 @@
-#include "app/logic/ListHeaderLogic.h"
+#include "workflow/ListHeaderLogic.h"
 
-#include "app/logic/AppState.h"
+#include "workflow/AppState.h"
 #include "data/Schema.h"
 #include "masterdata/SettingsStore.h"
 #include "platform/Clock.h"
