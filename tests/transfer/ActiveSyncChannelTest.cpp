@@ -453,8 +453,8 @@ TEST(SettingsChannels, RouteByModeAndPort)
     }
 }
 
-// The settings are read at each transfer. Channels that are not there yet fail at once, with the
-// transfer's failure message and without waiting.
+// The settings are read at each transfer. Without a port opener the cable and the modem fail at
+// once, with the transfer's failure message and without waiting.
 TEST(SettingsChannels, TheSettingsInForceChooseTheChannel)
 {
     Bench bench;
