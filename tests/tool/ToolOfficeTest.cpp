@@ -4,27 +4,19 @@
 #include "platform/DeviceRoot.h"
 #include "platform/MessageDialogs.h"
 #include "platform/PosixSerialLine.h"
+#include "support/PseudoTerminal.h"
 #include "support/TempRoot.h"
 #include "tool/ToolRun.h"
 #include "transfer/CableChannel.h"
 #include "transfer/PeerLine.h"
-#include "transfer/SerialFrames.h"
 #include "transfer/TranscriptLine.h"
 
-#include <QDir>
-#include <QDirIterator>
-#include <QProcess>
 #include <QThread>
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <termios.h>
-#include <unistd.h>
 
 namespace brovant::test {
 namespace {
-
-using namespace frames;
 
 const QString kData = QStringLiteral(BROVANT_SOURCE_DIR "/tests/transfer/data/");
 
@@ -32,43 +24,6 @@ QByteArray header(const QByteArray& name12)
 {
     return "TD0" + name12 + "Quendrax     0Brovant_V300_D\r\n";
 }
-
-// A pseudo-terminal pair: the tool opens the slave by its path, the device side gets the master.
-// The slave is made raw and held open here, so nothing is echoed before the tool opens it.
-class PtyPair {
-public:
-    PtyPair()
-    {
-        m_master = ::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK);
-        if (m_master < 0 || ::grantpt(m_master) != 0 || ::unlockpt(m_master) != 0)
-            return;
-        m_slavePath = QString::fromLocal8Bit(::ptsname(m_master));
-        m_slave = ::open(::ptsname(m_master), O_RDWR | O_NOCTTY | O_NONBLOCK);
-        termios tio{};
-        if (m_slave >= 0 && ::tcgetattr(m_slave, &tio) == 0) {
-            ::cfmakeraw(&tio);
-            ::tcsetattr(m_slave, TCSANOW, &tio);
-        }
-    }
-    ~PtyPair()
-    {
-        if (m_slave >= 0)
-            ::close(m_slave);
-        if (m_master >= 0)
-            ::close(m_master);
-    }
-    bool ok() const { return m_slave >= 0; }
-    const QString& slavePath() const { return m_slavePath; }
-    std::unique_ptr<SerialLine> deviceEnd() const
-    {
-        return std::make_unique<PosixSerialLine>(::dup(m_master));
-    }
-
-private:
-    int m_master = -1;
-    int m_slave = -1;
-    QString m_slavePath;
-};
 
 // With BROVANT_RECORD_TRANSCRIPTS set to a folder, the device's side of the run is written
 // there; the transfer tests replay those files.
@@ -101,7 +56,7 @@ protected:
     DeviceRoot device;
     ScriptedDialogs dialogs;
     SystemClock clock;
-    PtyPair pty;
+    PtyCable pty; // end 0 the device's, end 1 the tool's
 };
 
 TEST_F(OfficeOverPty, DeviceSendsToOfficeReceive)
@@ -114,8 +69,9 @@ TEST_F(OfficeOverPty, DeviceSendsToOfficeReceive)
     TempRoot office;
     office.writeFile(QStringLiteral("4711    .DAT"), "delivered before");
     ToolProcess tool(
-        {"office-receive", "--port", pty.slavePath(), "--out", office.path(), "--timeout", "20"});
-    const std::unique_ptr<SerialLine> line = pty.deviceEnd();
+        {"office-receive", "--port", pty.end(1), "--out", office.path(), "--timeout", "20"});
+    const std::unique_ptr<SerialLine> line = PosixSerialLine::open(pty.end(0), 38400);
+    ASSERT_TRUE(line);
     RecordingLine recording(*line);
     CableChannel cable = channel(recording);
     EXPECT_TRUE(cable.send());
@@ -140,9 +96,10 @@ TEST_F(OfficeOverPty, OfficeSendsToDeviceReceive)
 {
     ASSERT_TRUE(pty.ok());
     root.writeFile(QStringLiteral("Import/OLD.DAT"), "from before");
-    ToolProcess tool({"office-send", "--port", pty.slavePath(), "--timeout", "20",
-                      kData + "4711.DAT", kData + "MUEHLE.DAT"});
-    const std::unique_ptr<SerialLine> line = pty.deviceEnd();
+    ToolProcess tool({"office-send", "--port", pty.end(1), "--timeout", "20", kData + "4711.DAT",
+                      kData + "MUEHLE.DAT"});
+    const std::unique_ptr<SerialLine> line = PosixSerialLine::open(pty.end(0), 38400);
+    ASSERT_TRUE(line);
     RecordingLine recording(*line);
     CableChannel cable = channel(recording);
     EXPECT_TRUE(cable.receive());
@@ -166,9 +123,10 @@ TEST_F(OfficeOverPty, HostileNamesFailTheTransferOnBothSides)
     root.writeFile(QStringLiteral("Export/X.DAT"), evil);
     TempRoot office;
     {
-        ToolProcess tool({"office-receive", "--port", pty.slavePath(), "--out",
+        ToolProcess tool({"office-receive", "--port", pty.end(1), "--out",
                           office.host(QStringLiteral("out")), "--timeout", "20"});
-        const std::unique_ptr<SerialLine> line = pty.deviceEnd();
+        const std::unique_ptr<SerialLine> line = PosixSerialLine::open(pty.end(0), 38400);
+        ASSERT_TRUE(line);
         CableChannel cable = channel(*line);
         EXPECT_FALSE(cable.send());
         const ToolRun r = tool.finish();
@@ -180,9 +138,10 @@ TEST_F(OfficeOverPty, HostileNamesFailTheTransferOnBothSides)
 
     dialogs.clear();
     office.writeFile(QStringLiteral("evil.dat"), evil);
-    ToolProcess tool({"office-send", "--port", pty.slavePath(), "--timeout", "20",
+    ToolProcess tool({"office-send", "--port", pty.end(1), "--timeout", "20",
                       office.host(QStringLiteral("evil.dat"))});
-    const std::unique_ptr<SerialLine> line = pty.deviceEnd();
+    const std::unique_ptr<SerialLine> line = PosixSerialLine::open(pty.end(0), 38400);
+    ASSERT_TRUE(line);
     CableChannel cable = channel(*line);
     EXPECT_FALSE(cable.receive());
     EXPECT_EQ(tool.finish().status, 1);
