@@ -1,0 +1,198 @@
+// The brovant-office program as an office runs it: its commands' output forms and exit codes, and
+// "serve" with its inbox and JSON API over real HTTP.
+#include "OfficeFixture.h"
+
+#include <QDir>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QRegularExpression>
+
+#include <httplib.h>
+
+#include <chrono>
+#include <thread>
+
+namespace brovant::test {
+namespace {
+
+struct Outcome {
+    int code = -1;
+    QString out, err;
+};
+
+class OfficeProgramTest : public ::testing::Test {
+protected:
+    Outcome office(QStringList args, const QByteArray& input = {})
+    {
+        QProcess p;
+        p.start(QStringLiteral(BROVANT_OFFICE_PATH),
+                QStringList{QStringLiteral("--data"), dir.path()} + args);
+        p.write(input);
+        p.closeWriteChannel();
+        p.waitForFinished(60000);
+        return {p.exitCode(), QString::fromUtf8(p.readAllStandardOutput()),
+                QString::fromUtf8(p.readAllStandardError())};
+    }
+    QString file(const char* name, const QByteArray& bytes)
+    {
+        const QString path = dir.filePath(QLatin1StringView(name));
+        QFile f(path);
+        f.open(QIODevice::WriteOnly);
+        f.write(bytes);
+        return path;
+    }
+
+    QTemporaryDir dir;
+};
+
+TEST_F(OfficeProgramTest, CommandsPrintTheirFormsAndExitCodes)
+{
+    const QByteArray list = deviceFile("export_all_pairs.dat");
+    const QString a = file("HIEB01.DAT", list);
+    const QString b = file("L2.DAT", deviceFile("export_second_texts.dat"));
+    const QString bad = file("bad.DAT", "kein Inhalt\r\n");
+
+    Outcome r = office({"import", a, b});
+    EXPECT_EQ(r.code, 0) << r.err.toStdString();
+    EXPECT_EQ(r.out, "imported HIEB01 1\nimported L2 2\n");
+    r = office({"import", a, bad});
+    EXPECT_EQ(r.code, 1);
+    EXPECT_EQ(r.out, "duplicate HIEB01 1\nrejected " + bad + ": keine Listendatei\n");
+
+    r = office({"lists"});
+    EXPECT_EQ(r.code, 0);
+    const QStringList lines = r.out.split(u'\n', Qt::SkipEmptyParts);
+    ASSERT_EQ(lines.size(), 2);
+    const QStringList cells = lines[0].split(u'\t');
+    ASSERT_EQ(cells.size(), 9) << lines[0].toStdString();
+    EXPECT_EQ(cells.mid(0, 5), (QStringList{"1", "HIEB01", "1", "04.05.2026", "WR01"}));
+    EXPECT_TRUE(cells[8].startsWith(QDateTime::currentDateTimeUtc().toString("yyyy-MM-dd")));
+
+    r = office({"user", "add", "anna", "--role", "clerk"}, "Fichte 1\n");
+    EXPECT_EQ(r.code, 0) << r.err.toStdString();
+    r = office({"user", "add", "anna", "--role", "chef"}, "x\n");
+    EXPECT_EQ(r.code, 2);
+    r = office({"user", "add", "anna", "--role", "clerk"});
+    EXPECT_EQ(r.code, 1);
+    EXPECT_EQ(office({"frobnicate"}).code, 2);
+    EXPECT_EQ(office({"import"}).code, 2);
+}
+
+// "serve" in the background: its address read from its first line.
+class Server {
+public:
+    Server(const QString& data, const QString& inbox)
+    {
+        m_process.start(QStringLiteral(BROVANT_OFFICE_PATH),
+                        {"--data", data, "serve", "--listen", "127.0.0.1:0", "--inbox", inbox});
+        m_process.waitForReadyRead(30000);
+        const QString first = QString::fromUtf8(m_process.readLine());
+        const auto match = QRegularExpression("http://127.0.0.1:(\\d+)").match(first);
+        if (match.hasMatch())
+            port = match.captured(1).toInt();
+    }
+    ~Server()
+    {
+        m_process.terminate();
+        m_process.waitForFinished(10000);
+    }
+    // Lines printed since the start, waiting up to a while for `count` of them.
+    QStringList lines(int count)
+    {
+        for (int i = 0; i < 200 && m_lines.size() < count; ++i) {
+            m_process.waitForReadyRead(100);
+            while (m_process.canReadLine())
+                m_lines << QString::fromUtf8(m_process.readLine()).trimmed();
+        }
+        return m_lines;
+    }
+    int exitCode()
+    {
+        m_process.terminate();
+        m_process.waitForFinished(10000);
+        return m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
+    }
+
+    int port = 0;
+
+private:
+    QProcess m_process;
+    QStringList m_lines;
+};
+
+QJsonDocument json(const httplib::Result& r)
+{
+    return r ? QJsonDocument::fromJson(QByteArray::fromStdString(r->body)) : QJsonDocument();
+}
+
+TEST_F(OfficeProgramTest, ServeTakesTheInboxAndAnswersTheApi)
+{
+    ASSERT_EQ(office({"user", "add", "clerk", "--role", "clerk"}, "geheim\n").code, 0);
+    ASSERT_EQ(office({"user", "add", "leser", "--role", "reader"}, "lesen\n").code, 0);
+    const QString inbox = dir.filePath("inbox");
+    QDir().mkpath(inbox);
+    Server server(dir.path(), inbox);
+    ASSERT_GT(server.port, 0);
+    QFile dropped(inbox + "/HIEB01.DAT");
+    ASSERT_TRUE(dropped.open(QIODevice::WriteOnly));
+    dropped.write(deviceFile("export_all_pairs.dat"));
+    dropped.close();
+    EXPECT_EQ(server.lines(1), QStringList{"imported HIEB01 1"});
+    EXPECT_TRUE(QFile::exists(inbox + "/done/HIEB01.DAT"));
+
+    httplib::Client http("127.0.0.1", server.port);
+    EXPECT_EQ(http.Get("/api/lists")->status, 401);
+    http.set_basic_auth("leser", "lesen");
+    auto lists = http.Get("/api/lists");
+    ASSERT_TRUE(lists);
+    EXPECT_EQ(lists->status, 200);
+    const QJsonArray rows = json(lists).array();
+    ASSERT_EQ(rows.size(), 1);
+    EXPECT_EQ(rows[0]["liste_nr"].toString(), "HIEB01");
+
+    // The totals as the device's totals screen shows them, cells trimmed; the grand total last.
+    const QJsonArray totals = json(http.Get("/api/lists/1/totals")).array();
+    QStringList cells;
+    for (const auto& value : totals) {
+        const QJsonObject row = value.toObject();
+        cells << QStringList{row["species"].toString(), row["volume"].toString(),
+                             row["count"].toString(), row["mean"].toString()}
+                     .join(u'|');
+    }
+    // Each tree's volume corrected by the list's factor of 95 % (cut to the hundredth), then
+    // summed; the mean per tree rounded.
+    EXPECT_EQ(cells.join(u' '), QStringLiteral("BU|1172.83|12|97.74 FI|0.56|1|0.56 KI|0.06|0|0.00 "
+                                               "|1173.45|13|90.27"));
+    EXPECT_EQ(json(http.Get("/api/lists/1")).object()["trees_list"].toArray().size(), 3);
+    EXPECT_EQ(http.Get("/api/lists/99")->status, 404);
+
+    // A reader may not upload; a clerk may, and a file with path parts is just bytes.
+    const std::string second = deviceFile("export_second_texts.dat").toStdString();
+    EXPECT_EQ(http.Post("/api/lists", second, "application/octet-stream")->status, 403);
+    httplib::Client clerk("127.0.0.1", server.port);
+    clerk.set_basic_auth("clerk", "geheim");
+    auto posted = clerk.Post("/api/lists", second, "application/octet-stream");
+    ASSERT_TRUE(posted);
+    EXPECT_EQ(posted->status, 201);
+    EXPECT_EQ(json(posted).object()["liste_nr"].toString(), "L2");
+    EXPECT_EQ(clerk.Post("/api/lists", "TD0 kaputt", "application/octet-stream")->status, 422);
+    // Too large is refused before it is read.
+    const std::string huge(17 * 1024 * 1024, 'x');
+    auto tooLarge = clerk.Post("/api/lists", huge, "application/octet-stream");
+    EXPECT_TRUE(!tooLarge || tooLarge->status == 413);
+
+    // A wrong password again and again: after a few, even the right one has to wait.
+    httplib::Client guess("127.0.0.1", server.port);
+    guess.set_basic_auth("leser", "falsch");
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(guess.Get("/api/lists")->status, 401);
+    EXPECT_EQ(guess.Get("/api/lists")->status, 429);
+    EXPECT_EQ(http.Get("/api/lists")->status, 429);
+
+    EXPECT_EQ(server.exitCode(), 0);
+}
+
+} // namespace
+} // namespace brovant::test
