@@ -3,7 +3,11 @@
 #include "data/Database.h"
 #include "data/Dataset.h"
 #include "data/Schema.h"
+#include "evaluation/DiameterDistribution.h"
 #include "evaluation/Totals.h"
+#include "masterdata/DeviceSession.h"
+#include "masterdata/MasterTables.h"
+#include "transfer/ListCsvExport.h"
 #include "platform/Cp1252.h"
 #include "platform/MessageDialogs.h"
 #include "platform/DeviceRoot.h"
@@ -11,6 +15,8 @@
 #include "transfer/ListFileImport.h"
 
 #include <QDate>
+#include <QFile>
+#include <QTemporaryDir>
 
 #include <algorithm>
 #include <map>
@@ -275,6 +281,49 @@ std::vector<ClassTotal> classTotalsOf(const std::vector<QByteArray>& listFiles)
     for (auto& [key, sum] : sums)
         out.push_back(sum);
     return out;
+}
+
+std::optional<ReportChart> distributionOf(const QByteArray& listFile)
+{
+    QList<QByteArray> lines;
+    DeviceHead head;
+    const auto prepared = forImport(listFile, lines, head);
+    Scratch scratch;
+    if (!std::holds_alternative<QByteArray>(prepared) ||
+        !scratch.import(std::get<QByteArray>(prepared), 1))
+        return std::nullopt;
+    // No class rows at the office: the classes are the codes the trees carry, sorted.
+    const MasterTables none;
+    const auto distribution = DiameterDistribution::compute(scratch.db(), 1, none);
+    if (!distribution)
+        return std::nullopt;
+    return distribution->stackedChart();
+}
+
+std::optional<QByteArray> csvOf(const QByteArray& listFile)
+{
+    QList<QByteArray> lines;
+    DeviceHead head;
+    const auto prepared = forImport(listFile, lines, head);
+    if (!std::holds_alternative<QByteArray>(prepared))
+        return std::nullopt;
+    // The export writes into a device's folders: a throw-away device.
+    QTemporaryDir dir;
+    DeviceSession session(dir.path(), Database::Durability::Relaxed);
+    if (session.openDatabase() == DeviceSession::DatabaseState::Failed)
+        return std::nullopt;
+    ScriptedDialogs dialogs;
+    ListFileImport import(session.root(), session.database(), dialogs);
+    if (!import.importFile(std::get<QByteArray>(prepared), 1))
+        return std::nullopt;
+    const auto written =
+        ListCsvExport(session.root(), session.database(), session.store(), dialogs).write(1);
+    if (!written)
+        return std::nullopt;
+    QFile file(session.root().hostPath(*written));
+    if (!file.open(QIODevice::ReadOnly))
+        return std::nullopt;
+    return file.readAll();
 }
 
 } // namespace brovant::office

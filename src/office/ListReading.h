@@ -5,11 +5,13 @@
 #pragma once
 
 #include "data/office/OfficeStore.h"
+#include "evaluation/Report.h"
 
 #include <QByteArray>
 #include <QString>
 
 #include <array>
+#include <optional>
 #include <variant>
 #include <vector>
 
@@ -34,5 +36,11 @@ struct ClassTotal {
     std::int64_t volume = 0;
 };
 std::vector<ClassTotal> classTotalsOf(const std::vector<QByteArray>& listFiles);
+
+// The stems per diameter class of one list, all species stacked, as the device's report draws it.
+std::optional<ReportChart> distributionOf(const QByteArray& listFile);
+
+// The list as the device's CSV export writes it.
+std::optional<QByteArray> csvOf(const QByteArray& listFile);
 
 } // namespace brovant::office

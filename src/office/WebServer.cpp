@@ -3,11 +3,15 @@
 #include "office/Inbox.h"
 #include "office/ListReading.h"
 #include "office/Passwords.h"
+#include "office/WebPages.h"
+#include "transfer/ListCsvExport.h"
 
 #include <QDateTime>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QRandomGenerator>
+#include <QUrlQuery>
 
 #include <httplib.h>
 
@@ -91,19 +95,95 @@ struct WebServer::Impl {
     int port = 0;
     QString host;
 
-    std::mutex failuresMutex;
+    std::mutex mutex; // guards failures and sessions
     struct Failures {
         int count = 0;
         qint64 lastMs = 0;
     };
     std::map<QString, Failures> failures;
+    struct Session {
+        QString user;
+        Role role = Role::Reader;
+        QString csrf;
+        qint64 expiresMs = 0;
+    };
+    std::map<QString, Session> sessions;
 
-    explicit Impl(OfficeStore& s) : store(s) {}
+    static constexpr qint64 kSessionMs = 8 * 3600 * 1000;
 
-    // The user the request's Basic credentials name, if the password is right and the name is
-    // not waiting out its failed attempts; else the response is set.
+    static QString token()
+    {
+        QByteArray bytes(32, Qt::Uninitialized);
+        QRandomGenerator::system()->fillRange(reinterpret_cast<quint32*>(bytes.data()), 8);
+        return QString::fromLatin1(bytes.toBase64(QByteArray::Base64UrlEncoding | QByteArray::OmitTrailingEquals));
+    }
+
+    static QString cookie(const httplib::Request& req, const char* name)
+    {
+        const QString all = QString::fromStdString(req.get_header_value("Cookie"));
+        for (const QString& part : all.split(u';')) {
+            const QString item = part.trimmed();
+            const QString key = QLatin1StringView(name) + u'=';
+            if (item.startsWith(key))
+                return item.mid(key.size());
+        }
+        return {};
+    }
+
+    // How long a name must still wait after its failed log-ins (0: it may try).
+    qint64 waitFor(const QString& name, qint64 now)
+    {
+        std::lock_guard lock(mutex);
+        const auto found = failures.find(name);
+        if (found == failures.end() || found->second.count < kFreeFailures)
+            return 0;
+        const qint64 wait = std::min(
+            kMaxWaitMs, qint64(1000) << std::min(16, found->second.count - kFreeFailures));
+        return std::max<qint64>(0, found->second.lastMs + wait - now);
+    }
+
+    // The user if name and password are right; a failure counts against the name.
+    std::optional<User> checkPassword(const QString& name, const QString& password, qint64 now)
+    {
+        const auto user = store.user(name);
+        std::lock_guard lock(mutex);
+        if (!user || !passwordMatches(*user, password)) {
+            Failures& f = failures[name];
+            ++f.count;
+            f.lastMs = now;
+            return std::nullopt;
+        }
+        failures.erase(name);
+        return user;
+    }
+
+    std::optional<Session> sessionOf(const httplib::Request& req)
+    {
+        const QString id = cookie(req, "brovant_session");
+        if (id.isEmpty())
+            return std::nullopt;
+        std::lock_guard lock(mutex);
+        const auto found = sessions.find(id);
+        if (found == sessions.end())
+            return std::nullopt;
+        if (found->second.expiresMs < QDateTime::currentMSecsSinceEpoch()) {
+            sessions.erase(found);
+            return std::nullopt;
+        }
+        return found->second;
+    }
+
+    // The user of the request: its session, or (for the API) its Basic credentials. Else the
+    // response is set: 401, 429 while the name waits, 403 for too small a role.
     std::optional<User> authorised(const httplib::Request& req, httplib::Response& res, Role need)
     {
+        if (const auto session = sessionOf(req)) {
+            if (int(session->role) < int(need)) {
+                sendError(res, 403, QStringLiteral("Keine Berechtigung"));
+                return std::nullopt;
+            }
+            return User{session->user, session->role, {}, {}, 0};
+        }
         const std::string header = req.get_header_value("Authorization");
         QString name, password;
         if (header.rfind("Basic ", 0) == 0) {
@@ -121,38 +201,105 @@ struct WebServer::Impl {
             return std::nullopt;
         }
         const qint64 now = QDateTime::currentMSecsSinceEpoch();
-        {
-            std::lock_guard lock(failuresMutex);
-            const Failures& f = failures[name];
-            if (f.count >= kFreeFailures) {
-                const qint64 wait =
-                    std::min(kMaxWaitMs, qint64(1000) << std::min(16, f.count - kFreeFailures));
-                if (now - f.lastMs < wait) {
-                    res.set_header("Retry-After", std::to_string((wait + 999) / 1000));
-                    sendError(res, 429, QStringLiteral("Zu viele Fehlversuche, bitte warten"));
-                    return std::nullopt;
-                }
-            }
+        if (const qint64 wait = waitFor(name, now)) {
+            res.set_header("Retry-After", std::to_string((wait + 999) / 1000));
+            sendError(res, 429, QStringLiteral("Zu viele Fehlversuche, bitte warten"));
+            return std::nullopt;
         }
-        const auto user = store.user(name);
-        if (!user || !passwordMatches(*user, password)) {
-            std::lock_guard lock(failuresMutex);
-            Failures& f = failures[name];
-            ++f.count;
-            f.lastMs = now;
+        const auto user = checkPassword(name, password, now);
+        if (!user) {
             res.set_header("WWW-Authenticate", "Basic realm=\"Brovant\", charset=\"UTF-8\"");
             sendError(res, 401, QStringLiteral("Name oder Passwort falsch"));
             return std::nullopt;
-        }
-        {
-            std::lock_guard lock(failuresMutex);
-            failures.erase(name);
         }
         if (int(user->role) < int(need)) {
             sendError(res, 403, QStringLiteral("Keine Berechtigung"));
             return std::nullopt;
         }
         return user;
+    }
+
+    // A page's session; without one the browser goes to the log-in, with too small a role it
+    // gets a refusal.
+    std::optional<Session> pageSession(const httplib::Request& req, httplib::Response& res, Role need)
+    {
+        const auto session = sessionOf(req);
+        if (!session) {
+            res.set_redirect("/login", 303);
+            return std::nullopt;
+        }
+        if (int(session->role) < int(need)) {
+            html::Frame frame{session->user, session->role, session->csrf, {}};
+            sendHtml(res, html::messagePage(frame, QStringLiteral("Keine Berechtigung"),
+                                            QStringLiteral("Diese Seite ist Ihrer Rolle nicht "
+                                                           "zugänglich.")),
+                     403);
+            return std::nullopt;
+        }
+        return session;
+    }
+
+    // A form's token must be the session's: another site cannot read it, so cannot post for us.
+    static bool csrfOk(const httplib::Request& req, const Session& session)
+    {
+        return req.has_param("csrf") &&
+               QString::fromStdString(req.get_param_value("csrf")) == session.csrf;
+    }
+
+    static void sendHtml(httplib::Response& res, const QString& page, int status = 200)
+    {
+        res.status = status;
+        res.set_content(page.toStdString(), "text/html; charset=utf-8");
+    }
+
+    static html::Frame frameOf(const Session& s, const QString& notice = {})
+    {
+        return html::Frame{s.user, s.role, s.csrf, notice};
+    }
+
+    QString listsHtml(const httplib::Request& req, const Session& session, const QString& notice)
+    {
+        ListQuery q = queryOf(req);
+        q.limit = 50;
+        q.offset = (std::max(1, param(req, "page").toInt()) - 1) * q.limit;
+        QUrlQuery params;
+        for (const char* key : {"from", "to", "region", "q", "sort", "order"})
+            if (req.has_param(key))
+                params.addQueryItem(QLatin1StringView(key), param(req, key));
+        return html::listsPage(frameOf(session, notice), q, params, store.lists(q), store.count(q),
+                               store.regions());
+    }
+
+    // The selected lists of a totals request ("id" repeated), as stored.
+    std::vector<ListSummary> selected(const httplib::Request& req, std::vector<QByteArray>& files,
+                                      QString& idsQuery)
+    {
+        std::vector<ListSummary> lists;
+        QUrlQuery ids;
+        const size_t n = req.get_param_value_count("id");
+        for (size_t i = 0; i < n && i < 1000; ++i) {
+            bool ok = false;
+            const qint64 id = QString::fromStdString(req.get_param_value("id", i)).toLongLong(&ok);
+            const auto list = ok ? store.list(id) : std::nullopt;
+            const auto bytes = list ? store.fileBytes(id) : std::nullopt;
+            if (!bytes)
+                continue;
+            lists.push_back(*list);
+            files.push_back(*bytes);
+            ids.addQueryItem(QStringLiteral("id"), QString::number(id));
+        }
+        idsQuery = ids.toString(QUrl::FullyEncoded);
+        return lists;
+    }
+
+    void loginForm(const httplib::Request&, httplib::Response& res, const QString& message,
+                   int status = 200)
+    {
+        const QString csrf = token();
+        res.set_header("Set-Cookie", ("brovant_login=" + csrf +
+                                      "; Path=/login; HttpOnly; SameSite=Strict; Max-Age=3600")
+                                         .toStdString());
+        sendHtml(res, html::loginPage(message, csrf), status);
     }
 
     void routes()
@@ -253,6 +400,143 @@ struct WebServer::Impl {
                 return sendJson(res, out, 422);
             }
             sendJson(res, out, result.kind == IntakeResult::Kind::Imported ? 201 : 200);
+        });
+
+        // Pages. Every answer forbids framing and loading anything from elsewhere.
+        http.set_post_routing_handler([](const httplib::Request&, httplib::Response& res) {
+            res.set_header("Content-Security-Policy",
+                           "default-src 'self'; style-src 'self' 'unsafe-inline'; "
+                           "img-src 'self' data:; frame-ancestors 'none'");
+            res.set_header("X-Content-Type-Options", "nosniff");
+            res.set_header("Referrer-Policy", "same-origin");
+        });
+        http.Get("/login", [this](const httplib::Request& req, httplib::Response& res) {
+            loginForm(req, res, {});
+        });
+        http.Post("/login", [this](const httplib::Request& req, httplib::Response& res) {
+            // The log-in form's token is a cookie set with the form (double submit).
+            const QString expected = cookie(req, "brovant_login");
+            if (expected.isEmpty() || param(req, "csrf") != expected)
+                return loginForm(req, res, QStringLiteral("Bitte erneut anmelden."));
+            const QString name = param(req, "name");
+            const qint64 now = QDateTime::currentMSecsSinceEpoch();
+            if (const qint64 wait = waitFor(name, now))
+                return loginForm(req, res,
+                                 QStringLiteral("Zu viele Fehlversuche. Bitte %1 s warten.")
+                                     .arg((wait + 999) / 1000),
+                                 429);
+            const auto user = checkPassword(name, param(req, "password"), now);
+            if (!user)
+                return loginForm(req, res, QStringLiteral("Name oder Passwort falsch."), 401);
+            const QString id = token();
+            {
+                std::lock_guard lock(mutex);
+                sessions[id] = Session{user->name, user->role, token(), now + kSessionMs};
+            }
+            res.set_header("Set-Cookie", ("brovant_session=" + id +
+                                          "; Path=/; HttpOnly; SameSite=Strict; Max-Age=28800")
+                                             .toStdString());
+            res.set_redirect("/", 303);
+        });
+        http.Post("/logout", [this](const httplib::Request& req, httplib::Response& res) {
+            const auto session = sessionOf(req);
+            if (session && csrfOk(req, *session)) {
+                std::lock_guard lock(mutex);
+                sessions.erase(cookie(req, "brovant_session"));
+            }
+            res.set_header("Set-Cookie", "brovant_session=; Path=/; HttpOnly; SameSite=Strict; Max-Age=0");
+            res.set_redirect("/login", 303);
+        });
+        http.Get("/", [this](const httplib::Request& req, httplib::Response& res) {
+            if (const auto session = pageSession(req, res, Role::Reader))
+                sendHtml(res, listsHtml(req, *session, {}));
+        });
+        http.Get(R"(/lists/(\d+))", [this](const httplib::Request& req, httplib::Response& res) {
+            const auto session = pageSession(req, res, Role::Reader);
+            if (!session)
+                return;
+            const auto list = store.list(std::stoll(req.matches[1]));
+            const auto content = list ? store.content(list->id) : std::nullopt;
+            const auto bytes = list ? store.fileBytes(list->id) : std::nullopt;
+            if (!list || !content || !bytes)
+                return sendHtml(res,
+                                html::messagePage(frameOf(*session), QStringLiteral("Nicht gefunden"),
+                                                  QStringLiteral("Diese Liste gibt es nicht.")),
+                                404);
+            sendHtml(res, html::listPage(frameOf(*session), *list, *content, totalsOf({*bytes}),
+                                         distributionOf(*bytes), store.versions(list->listNumber)));
+        });
+        http.Get(R"(/lists/(\d+)/csv)", [this](const httplib::Request& req, httplib::Response& res) {
+            if (!pageSession(req, res, Role::Clerk))
+                return;
+            const auto list = store.list(std::stoll(req.matches[1]));
+            const auto bytes = list ? store.fileBytes(list->id) : std::nullopt;
+            const auto csv = bytes ? csvOf(*bytes) : std::nullopt;
+            if (!csv)
+                return sendError(res, 404, QStringLiteral("Liste nicht gefunden"));
+            res.set_header("Content-Disposition",
+                           "attachment; filename=\"liste-" + std::to_string(list->id) + ".csv\"");
+            res.set_content(csv->toStdString(), "text/csv; charset=windows-1252");
+        });
+        http.Get("/totals", [this](const httplib::Request& req, httplib::Response& res) {
+            const auto session = pageSession(req, res, Role::Reader);
+            if (!session)
+                return;
+            std::vector<QByteArray> files;
+            QString ids;
+            const auto lists = selected(req, files, ids);
+            if (lists.empty())
+                return sendHtml(res, listsHtml(req, *session, QStringLiteral("Keine Liste gewählt.")));
+            sendHtml(res, html::totalsPage(frameOf(*session), lists, totalsOf(files),
+                                           classTotalsOf(files), ids));
+        });
+        http.Get("/totals.csv", [this](const httplib::Request& req, httplib::Response& res) {
+            if (!pageSession(req, res, Role::Clerk))
+                return;
+            std::vector<QByteArray> files;
+            QString ids;
+            selected(req, files, ids);
+            QString csv = QStringLiteral("HA;Stufe;Stk;Kub.\r\n");
+            for (const ClassTotal& c : classTotalsOf(files))
+                csv += ListCsvExport::quoted(ListCsvExport::guarded(c.species)) + u';' +
+                       ListCsvExport::quoted(ListCsvExport::guarded(c.diameterClass)) + u';' +
+                       QString::number(c.count) + u';' + ListCsvExport::hundredths(c.volume) +
+                       QStringLiteral("\r\n");
+            res.set_header("Content-Disposition", "attachment; filename=\"summe.csv\"");
+            res.set_content(csv.toStdString(), "text/csv; charset=utf-8");
+        });
+        http.Post("/upload", [this](const httplib::Request& req, httplib::Response& res) {
+            const auto session = pageSession(req, res, Role::Clerk);
+            if (!session)
+                return;
+            const bool tokenOk = req.has_file("csrf") &&
+                                 QString::fromStdString(req.get_file_value("csrf").content) == session->csrf;
+            if (!tokenOk || !req.has_file("file"))
+                return sendHtml(res, listsHtml(req, *session, QStringLiteral("Nicht eingelesen.")), 400);
+            const auto& file = req.get_file_value("file");
+            // Only the last part of the name the browser sends, and only for showing.
+            QString name = QString::fromStdString(file.filename).section(u'/', -1).section(u'\\', -1);
+            const IntakeResult result =
+                intakeBytes(store, QByteArray::fromStdString(file.content), name);
+            sendHtml(res, listsHtml(req, *session, describe(result)),
+                     result.kind == IntakeResult::Kind::Rejected ? 422 : 200);
+        });
+        http.Get("/admin/users", [this](const httplib::Request& req, httplib::Response& res) {
+            if (const auto session = pageSession(req, res, Role::Admin))
+                sendHtml(res, html::usersPage(frameOf(*session), store.users()));
+        });
+        http.Post("/admin/users", [this](const httplib::Request& req, httplib::Response& res) {
+            const auto session = pageSession(req, res, Role::Admin);
+            if (!session)
+                return;
+            const auto role = roleFromName(param(req, "role"));
+            const QString name = param(req, "name").trimmed();
+            if (!csrfOk(req, *session) || !role || name.isEmpty() || param(req, "password").isEmpty())
+                return sendHtml(res, html::messagePage(frameOf(*session), QStringLiteral("Benutzer"),
+                                                       QStringLiteral("Nicht angelegt.")),
+                                400);
+            store.addUser(hashedUser(name, *role, param(req, "password")));
+            res.set_redirect("/admin/users", 303);
         });
     }
 };

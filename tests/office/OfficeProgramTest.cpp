@@ -2,6 +2,12 @@
 // "serve" with its inbox and JSON API over real HTTP.
 #include "OfficeFixture.h"
 
+#include "masterdata/DeviceSession.h"
+#include "masterdata/SettingsStore.h"
+#include "support/TempRoot.h"
+#include "tool/ToolRun.h"
+#include "transfer/FtpTestServer.h"
+
 #include <QDir>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -192,6 +198,75 @@ TEST_F(OfficeProgramTest, ServeTakesTheInboxAndAnswersTheApi)
     EXPECT_EQ(http.Get("/api/lists")->status, 429);
 
     EXPECT_EQ(server.exitCode(), 0);
+}
+
+// A device sends its marked lists by FTP to a server whose upload folder is the office's inbox;
+// the lists appear in the office's page and API with the device's own totals.
+TEST_F(OfficeProgramTest, ListsSentByFtpAppearInTheOffice)
+{
+    FtpTestServer ftp;
+    QString why;
+    ASSERT_TRUE(ftp.start(QStringLiteral(BROVANT_SOURCE_DIR "/tests/transfer/ftp_server.py"),
+                          "office", "s3cret", why))
+        << why.toStdString();
+    const QString inbox = ftp.path("data");
+    ASSERT_TRUE(QDir().mkpath(inbox));
+
+    TempRoot device;
+    ASSERT_EQ(demoDevice(device.path(), {"HIEB01", "HIEB02"}), "");
+    ASSERT_EQ(failure(tool(device.path(), {"tally", "HIEB01", "--bhd", "42", "--species", "FI",
+                                           "--stk", "2", "--tarif", "FI01"})),
+              "");
+    ASSERT_EQ(failure(tool(device.path(), {"tally", "HIEB02", "--bhd", "31", "--species", "BU",
+                                           "--tarif", "BU01"})),
+              "");
+    {
+        DeviceSession session(device.path());
+        SettingsStore& settings = session.store();
+        settings.writeInt(Setting::DueMode, 0, 3);
+        settings.writeText(Setting::FtpServer, 0, ftp.address());
+        settings.writeText(Setting::FtpName, 0, "office");
+        settings.writeText(Setting::FtpPassword, 0, "s3cret");
+        settings.writeText(Setting::FtpDirectory, 0, "data");
+    }
+    for (const char* name : {"HIEB01", "HIEB02"})
+        ASSERT_EQ(failure(tool(device.path(), {"mark", name})), "");
+
+    ASSERT_EQ(office({"user", "add", "leser", "--role", "reader"}, "lesen\n").code, 0);
+    Server server(dir.path(), inbox);
+    ASSERT_GT(server.port, 0);
+    const ToolRun sent = tool(device.path(), {"send"});
+    ASSERT_EQ(failure(sent), "");
+    QStringList taken = server.lines(2);
+    for (QString& line : taken)
+        line.remove(QRegularExpression(" \\d+$"));
+    taken.sort();
+    EXPECT_EQ(taken, (QStringList{"imported HIEB01", "imported HIEB02"}));
+
+    httplib::Client http("127.0.0.1", server.port);
+    http.set_basic_auth("leser", "lesen");
+    for (const char* name : {"HIEB01", "HIEB02"}) {
+        const QJsonArray found = json(http.Get(("/api/lists?q=" + std::string(name)).c_str())).array();
+        ASSERT_EQ(found.size(), 1) << name;
+        const qint64 id = found[0].toObject()["id"].toInteger();
+        QStringList office;
+        for (const auto& value : json(http.Get(("/api/lists/" + std::to_string(id) + "/totals").c_str())).array()) {
+            const QJsonObject row = value.toObject();
+            office << QStringList{row["species"].toString(), row["volume"].toString(),
+                                  row["count"].toString(), row["mean"].toString()}
+                          .join(u'|');
+        }
+        QStringList deviceRows;
+        for (const QString& line : tool(device.path(), {"totals", name}).out.split(u'\n', Qt::SkipEmptyParts)) {
+            if (line == QLatin1String("|||"))
+                continue;
+            QStringList cells = line.split(u'|');
+            for (QString& cell : cells)
+                cell = cell.trimmed();
+            deviceRows << cells.join(u'|');
+        }
+        EXPECT_EQ(office, deviceRows) << name;
+    }
 }
 
 } // namespace
