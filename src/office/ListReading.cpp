@@ -121,10 +121,9 @@ std::vector<QString> textLabelsOf(const QList<QByteArray>& lines)
     return labels;
 }
 
-// The file checked, with its header record in the columns the device's import reads; or why it
-// is refused. The labels and Zusatz of the device's header record come back in `head`.
-std::variant<QByteArray, QString> forImport(const QByteArray& bytes, QList<QByteArray>& lines,
-                                           DeviceHead& head)
+} // namespace
+
+std::variant<PreparedList, QString> prepareListFile(const QByteArray& bytes)
 {
     if (bytes.size() > kMaxListFileBytes)
         return QStringLiteral("Datei zu groß");
@@ -135,7 +134,7 @@ std::variant<QByteArray, QString> forImport(const QByteArray& bytes, QList<QByte
     // Every line of a whole file ends with CR LF; a file cut short ends inside a line.
     if (!bytes.endsWith("\r\n"))
         return QStringLiteral("Datei unvollständig");
-    lines = bytes.split('\n');
+    QList<QByteArray> lines = bytes.split('\n');
     lines.removeLast(); // after the last CR LF
     for (QByteArray& line : lines)
         line.chop(1); // its CR
@@ -143,30 +142,42 @@ std::variant<QByteArray, QString> forImport(const QByteArray& bytes, QList<QByte
                                      [](const QByteArray& line) { return line.startsWith("001"); });
     if (headAt == lines.end())
         return QStringLiteral("Datei unvollständig");
-    head = deviceHeadOf(cp1252::decode(*headAt));
+    const DeviceHead head = deviceHeadOf(cp1252::decode(*headAt));
     if (head.tag != QLatin1StringView(schema::kStructureVersion))
         return QStringLiteral("Falsche Struktur der Liste!");
-    QByteArray out;
-    out.reserve(bytes.size());
+    PreparedList out;
+    out.bytes.reserve(bytes.size());
     for (const QByteArray& line : lines) {
-        out += &line == &*headAt ? cp1252::encode(officeHeadOf(head)) : line;
-        out += "\r\n";
+        out.bytes += &line == &*headAt ? cp1252::encode(officeHeadOf(head)) : line;
+        out.bytes += "\r\n";
     }
+    out.zusatz = trimmed(head.zusatz);
+    out.labels = textLabelsOf(lines);
+    out.labels[0] = head.labels[0].trimmed();
+    // "TD0" NAME "Quendrax" %6lu TAG: the device number stands after the fixed word.
+    const qsizetype word = lines.front().indexOf("Quendrax");
+    if (word >= 0)
+        out.device = QString::fromLatin1(lines.front().mid(word + 8, 6)).trimmed();
     return out;
 }
 
-} // namespace
+std::optional<PreparedList> preparedForImport(const QByteArray& bytes)
+{
+    auto prepared = prepareListFile(bytes);
+    if (auto* list = std::get_if<PreparedList>(&prepared))
+        return std::move(*list);
+    return std::nullopt;
+}
 
 std::variant<ListContent, QString> readListFile(const QByteArray& bytes)
 {
-    QList<QByteArray> lines;
-    DeviceHead head;
-    const auto prepared = forImport(bytes, lines, head);
+    const auto prepared = prepareListFile(bytes);
     if (const auto* reason = std::get_if<QString>(&prepared))
         return *reason;
+    const PreparedList& list = std::get<PreparedList>(prepared);
     Scratch scratch;
     bool wrongStructure = false;
-    if (!scratch.import(std::get<QByteArray>(prepared), 1, &wrongStructure))
+    if (!scratch.import(list.bytes, 1, &wrongStructure))
         return wrongStructure ? QStringLiteral("Falsche Struktur der Liste!")
                               : QStringLiteral("Liste nicht lesbar");
 
@@ -179,13 +190,9 @@ std::variant<ListContent, QString> readListFile(const QByteArray& bytes)
     content.day = dayOf(content.date);
     content.region = trimmed(stored.loadText(u"REGION_A"));
     content.factor = int(stored.loadInt(u"KOR_FAKTOR_N"));
-    // "TD0" NAME "Quendrax" %6lu TAG: the device number stands after the fixed word.
-    const QByteArray first = lines.front();
-    const qsizetype word = first.indexOf("Quendrax");
-    if (word >= 0)
-        content.device = QString::fromLatin1(first.mid(word + 8, 6)).trimmed();
-    const std::vector<QString> labels = textLabelsOf(lines);
-    content.header.push_back({head.labels[0].trimmed(), trimmed(head.zusatz)});
+    content.device = list.device;
+    const std::vector<QString>& labels = list.labels;
+    content.header.push_back({labels[0], list.zusatz});
     for (int i = 1; i <= 16; ++i)
         content.header.push_back(
             {labels[size_t(i)], trimmed(stored.loadText(QStringLiteral("KOPF%1_A").arg(i)))});
@@ -227,11 +234,8 @@ std::vector<TotalsRow> totalsOf(const std::vector<QByteArray>& listFiles)
     std::int64_t count = 0, volume = 0;
     std::int64_t id = 0;
     for (const QByteArray& bytes : listFiles) {
-        QList<QByteArray> lines;
-        DeviceHead head;
-        const auto prepared = forImport(bytes, lines, head);
-        if (!std::holds_alternative<QByteArray>(prepared) ||
-            !scratch.import(std::get<QByteArray>(prepared), ++id))
+        const auto prepared = preparedForImport(bytes);
+        if (!prepared || !scratch.import(prepared->bytes, ++id))
             continue;
         const auto totals = Totals::compute(scratch.db(), id);
         if (!totals)
@@ -281,49 +285,6 @@ std::vector<ClassTotal> classTotalsOf(const std::vector<QByteArray>& listFiles)
     for (auto& [key, sum] : sums)
         out.push_back(sum);
     return out;
-}
-
-std::optional<ReportChart> distributionOf(const QByteArray& listFile)
-{
-    QList<QByteArray> lines;
-    DeviceHead head;
-    const auto prepared = forImport(listFile, lines, head);
-    Scratch scratch;
-    if (!std::holds_alternative<QByteArray>(prepared) ||
-        !scratch.import(std::get<QByteArray>(prepared), 1))
-        return std::nullopt;
-    // No class rows at the office: the classes are the codes the trees carry, sorted.
-    const MasterTables none;
-    const auto distribution = DiameterDistribution::compute(scratch.db(), 1, none);
-    if (!distribution)
-        return std::nullopt;
-    return distribution->stackedChart();
-}
-
-std::optional<QByteArray> csvOf(const QByteArray& listFile)
-{
-    QList<QByteArray> lines;
-    DeviceHead head;
-    const auto prepared = forImport(listFile, lines, head);
-    if (!std::holds_alternative<QByteArray>(prepared))
-        return std::nullopt;
-    // The export writes into a device's folders: a throw-away device.
-    QTemporaryDir dir;
-    DeviceSession session(dir.path(), Database::Durability::Relaxed);
-    if (session.openDatabase() == DeviceSession::DatabaseState::Failed)
-        return std::nullopt;
-    ScriptedDialogs dialogs;
-    ListFileImport import(session.root(), session.database(), dialogs);
-    if (!import.importFile(std::get<QByteArray>(prepared), 1))
-        return std::nullopt;
-    const auto written =
-        ListCsvExport(session.root(), session.database(), session.store(), dialogs).write(1);
-    if (!written)
-        return std::nullopt;
-    QFile file(session.root().hostPath(*written));
-    if (!file.open(QIODevice::ReadOnly))
-        return std::nullopt;
-    return file.readAll();
 }
 
 } // namespace brovant::office

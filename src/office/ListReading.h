@@ -37,10 +37,16 @@ struct ClassTotal {
 };
 std::vector<ClassTotal> classTotalsOf(const std::vector<QByteArray>& listFiles);
 
-// The stems per diameter class of one list, all species stacked, as the device's report draws it.
-std::optional<ReportChart> distributionOf(const QByteArray& listFile);
-
-// The list as the device's CSV export writes it.
-std::optional<QByteArray> csvOf(const QByteArray& listFile);
+// A list file checked and made ready for the device's list import, which reads the header record
+// in the columns the office sends; the device writes Zusatz and the labels there too.
+struct PreparedList {
+    QByteArray bytes;
+    QString zusatz;
+    std::vector<QString> labels; // Zusatz, then the header texts 1 to 16
+    QString device;              // the device number of the first line
+};
+// The prepared list, or the reason the file is refused.
+std::variant<PreparedList, QString> prepareListFile(const QByteArray& bytes);
+std::optional<PreparedList> preparedForImport(const QByteArray& bytes);
 
 } // namespace brovant::office

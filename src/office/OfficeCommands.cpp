@@ -22,10 +22,11 @@ void usage(QTextStream& err)
 {
     err << "usage: brovant-office [--data DIR] [--database URL] import FILE...\n"
            "       brovant-office [--data DIR] [--database URL] serve [--listen ADDR:PORT] "
-           "[--inbox DIR]\n"
+           "[--inbox DIR] [--publish DIR]\n"
            "       brovant-office [--data DIR] [--database URL] user add NAME --role "
            "reader|clerk|admin\n"
-           "       brovant-office [--data DIR] [--database URL] lists\n";
+           "       brovant-office [--data DIR] [--database URL] lists\n"
+           "       brovant-office [--data DIR] [--database URL] inbox DIR   # take it once, as serve does\n";
 }
 
 QString defaultDataDir()
@@ -136,7 +137,8 @@ int runOfficeCommand(const QStringList& argsIn, QTextStream& out, QTextStream& e
     }
     const QString command = args.takeFirst();
     if (command != QLatin1String("import") && command != QLatin1String("lists") &&
-        command != QLatin1String("user") && command != QLatin1String("serve")) {
+        command != QLatin1String("user") && command != QLatin1String("serve") &&
+        command != QLatin1String("inbox")) {
         usage(err);
         return kUsage;
     }
@@ -160,9 +162,22 @@ int runOfficeCommand(const QStringList& argsIn, QTextStream& out, QTextStream& e
         return args.isEmpty() ? listLists(*store, out) : (usage(err), kUsage);
     if (command == QLatin1String("user"))
         return userCommand(*store, args, out, err, in);
+    if (command == QLatin1String("inbox")) {
+        if (args.size() != 1 || !QFileInfo(args[0]).isDir()) {
+            usage(err);
+            return kUsage;
+        }
+        bool anyRejected = false;
+        for (const IntakeResult& result : Inbox(*store, args[0]).scan()) {
+            anyRejected = anyRejected || result.kind == IntakeResult::Kind::Rejected;
+            out << describe(result) << '\n';
+        }
+        return anyRejected ? 1 : 0;
+    }
 
     QString listen = QStringLiteral("127.0.0.1:8080");
     QString inbox;
+    QString publish = QDir(dataDir).filePath(QStringLiteral("published"));
     while (!args.isEmpty()) {
         const QString option = args.takeFirst();
         if (args.isEmpty()) {
@@ -173,12 +188,14 @@ int runOfficeCommand(const QStringList& argsIn, QTextStream& out, QTextStream& e
             listen = args.takeFirst();
         else if (option == QLatin1String("--inbox"))
             inbox = args.takeFirst();
+        else if (option == QLatin1String("--publish"))
+            publish = args.takeFirst();
         else {
             usage(err);
             return kUsage;
         }
     }
-    WebServer server(*store);
+    WebServer server(*store, publish);
     if (!server.listen(listen)) {
         err << "Adresse nicht verfügbar: " << listen << '\n';
         return 1;

@@ -230,7 +230,7 @@ QString svgChart(const ReportChart& chart)
 
 QString listPage(const Frame& frame, const ListSummary& list, const ListContent& content,
                  const std::vector<TotalsRow>& totals, const std::optional<ReportChart>& chart,
-                 const std::vector<ListSummary>& versions)
+                 const Assortments& assortments, const std::vector<ListSummary>& versions)
 {
     QString body = QStringLiteral("<table id=\"head\"><tr><th>Liste</th><td>%1</td></tr>"
                                   "<tr><th>Datum</th><td>%2</td></tr><tr><th>Wuchsregion</th><td>%3</td></tr>"
@@ -245,11 +245,30 @@ QString listPage(const Frame& frame, const ListSummary& list, const ListContent&
                 .arg(list.version);
     if (frame.role != Role::Reader)
         body += QStringLiteral("<p>Herunterladen: <a id=\"download-file\" href=\"/lists/%1/file\">Listendatei</a> · "
-                               "<a id=\"download-csv\" href=\"/lists/%1/csv\">CSV</a></p>")
+                               "<a id=\"download-csv\" href=\"/lists/%1/csv\">CSV</a> · "
+                               "<a id=\"download-pdf\" href=\"/lists/%1/pdf\">PDF</a></p>")
                     .arg(list.id);
     body += QStringLiteral("<h2>Gesamtsumme</h2>") + totalsTable(totals, QStringLiteral("totals"));
     if (chart && !chart->labels.isEmpty())
         body += QStringLiteral("<h2>Durchmesserverteilung</h2>") + svgChart(*chart);
+    if (!assortments.rows.empty()) {
+        body += QStringLiteral("<h2>Holzsorten</h2><table id=\"assortments\"><tr><th>HA</th>");
+        for (const QString& name : assortments.names)
+            body += QStringLiteral("<th class=\"n\">%1</th>").arg(escaped(name));
+        body += QStringLiteral("<th class=\"n\">ohne</th><th class=\"n\">Kub.</th></tr>");
+        for (size_t i = 0; i < assortments.rows.size(); ++i) {
+            const auto& row = assortments.rows[i];
+            const bool all = i + 1 == assortments.rows.size();
+            body += QStringLiteral("<tr%1><td>%2</td>")
+                        .arg(all ? QStringLiteral(" class=\"total\"") : QString(),
+                             all ? QStringLiteral("Gesamt") : escaped(row.species));
+            for (std::int64_t v : row.volumes)
+                body += QStringLiteral("<td class=\"n\">%1</td>").arg(volume(v));
+            body += QStringLiteral("<td class=\"n\">%1</td><td class=\"n\">%2</td></tr>")
+                        .arg(volume(row.unsorted), volume(row.volume));
+        }
+        body += QStringLiteral("</table>");
+    }
     body += QStringLiteral("<h2>Bäume</h2><table id=\"trees\"><tr><th>Art</th><th>Parz.</th>"
                            "<th class=\"n\">Stk</th><th>HA</th><th class=\"n\">BHD</th><th>Stufe</th>"
                            "<th class=\"n\">Kub.</th><th>NA</th><th>KA</th><th>Tarif</th></tr>");
@@ -310,7 +329,11 @@ QString usersPage(const Frame& frame, const std::vector<User>& users)
                            "<label>Name <input name=\"name\" required></label> "
                            "<label>Passwort <input type=\"password\" name=\"password\" required></label> "
                            "<select name=\"role\"><option>reader</option><option>clerk</option>"
-                           "<option>admin</option></select> <button>Anlegen</button></form>")
+                           "<option>admin</option></select> <button>Anlegen</button></form>"
+                           "<h2>Konfiguration veröffentlichen</h2><form method=\"post\" "
+                           "action=\"/admin/configuration\" enctype=\"multipart/form-data\">%1"
+                           "<input type=\"file\" name=\"file\" id=\"configuration\"> "
+                           "<button id=\"publish\">Veröffentlichen</button></form>")
                 .arg(hiddenCsrf(frame));
     return page(&frame, QStringLiteral("Benutzer"), body);
 }

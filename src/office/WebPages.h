@@ -5,6 +5,7 @@
 
 #include "data/office/OfficeStore.h"
 #include "evaluation/Report.h"
+#include "evaluation/ReportAssortments.h"
 #include "office/ListReading.h"
 
 #include <QString>
@@ -28,9 +29,14 @@ struct Frame {
 QString loginPage(const QString& message, const QString& csrf);
 QString listsPage(const Frame& frame, const ListQuery& query, const QUrlQuery& params,
                   const std::vector<ListSummary>& lists, int total, const QStringList& regions);
+// The assortment distribution: species rows then all species; empty without a configuration.
+struct Assortments {
+    QStringList names;
+    std::vector<AssortmentDistribution::Species> rows;
+};
 QString listPage(const Frame& frame, const ListSummary& list, const ListContent& content,
                  const std::vector<TotalsRow>& totals, const std::optional<ReportChart>& chart,
-                 const std::vector<ListSummary>& versions);
+                 const Assortments& assortments, const std::vector<ListSummary>& versions);
 QString totalsPage(const Frame& frame, const std::vector<ListSummary>& lists,
                    const std::vector<TotalsRow>& totals, const std::vector<ClassTotal>& classes,
                    const QString& idsQuery);

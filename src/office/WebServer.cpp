@@ -2,6 +2,7 @@
 
 #include "office/Inbox.h"
 #include "office/ListReading.h"
+#include "office/OfficeDevice.h"
 #include "office/Passwords.h"
 #include "office/WebPages.h"
 #include "transfer/ListCsvExport.h"
@@ -10,6 +11,8 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QSaveFile>
+#include <QDir>
 #include <QRandomGenerator>
 #include <QUrlQuery>
 
@@ -94,6 +97,16 @@ struct WebServer::Impl {
     std::thread thread;
     int port = 0;
     QString host;
+
+    QString publishFolder; // where the devices fetch the configuration (STAMM.DAT)
+
+    bool publish(const QByteArray& bytes)
+    {
+        if (publishFolder.isEmpty() || !QDir().mkpath(publishFolder))
+            return false;
+        QSaveFile file(QDir(publishFolder).filePath(QStringLiteral("STAMM.DAT")));
+        return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit();
+    }
 
     std::mutex mutex; // guards failures and sessions
     struct Failures {
@@ -463,20 +476,68 @@ struct WebServer::Impl {
                                 html::messagePage(frameOf(*session), QStringLiteral("Nicht gefunden"),
                                                   QStringLiteral("Diese Liste gibt es nicht.")),
                                 404);
+            OfficeDevice device(store.configuration());
+            device.add(*bytes, 1);
+            html::Assortments sorts;
+            if (const auto a = device.assortments(1)) {
+                for (int k = 0; k < AssortmentDistribution::kAssortments; ++k)
+                    sorts.names << device.assortmentName(k);
+                sorts.rows = a->species();
+                sorts.rows.push_back(a->all());
+            }
             sendHtml(res, html::listPage(frameOf(*session), *list, *content, totalsOf({*bytes}),
-                                         distributionOf(*bytes), store.versions(list->listNumber)));
+                                         device.distribution(1), sorts,
+                                         store.versions(list->listNumber)));
         });
         http.Get(R"(/lists/(\d+)/csv)", [this](const httplib::Request& req, httplib::Response& res) {
             if (!pageSession(req, res, Role::Clerk))
                 return;
             const auto list = store.list(std::stoll(req.matches[1]));
             const auto bytes = list ? store.fileBytes(list->id) : std::nullopt;
-            const auto csv = bytes ? csvOf(*bytes) : std::nullopt;
+            OfficeDevice device(store.configuration());
+            const auto csv = bytes && device.add(*bytes, 1) ? device.csv(1) : std::nullopt;
             if (!csv)
                 return sendError(res, 404, QStringLiteral("Liste nicht gefunden"));
             res.set_header("Content-Disposition",
                            "attachment; filename=\"liste-" + std::to_string(list->id) + ".csv\"");
             res.set_content(csv->toStdString(), "text/csv; charset=windows-1252");
+        });
+        http.Get(R"(/lists/(\d+)/pdf)", [this](const httplib::Request& req, httplib::Response& res) {
+            if (!pageSession(req, res, Role::Clerk))
+                return;
+            const auto list = store.list(std::stoll(req.matches[1]));
+            const auto bytes = list ? store.fileBytes(list->id) : std::nullopt;
+            OfficeDevice device(store.configuration());
+            const auto pdf = bytes && device.add(*bytes, 1) ? device.listingPdf(1) : std::nullopt;
+            if (!pdf)
+                return sendError(res, 404, QStringLiteral("Liste nicht gefunden"));
+            res.set_header("Content-Disposition",
+                           "attachment; filename=\"liste-" + std::to_string(list->id) + ".pdf\"");
+            res.set_content(pdf->toStdString(), "application/pdf");
+        });
+        http.Post("/admin/configuration", [this](const httplib::Request& req, httplib::Response& res) {
+            const auto session = pageSession(req, res, Role::Admin);
+            if (!session)
+                return;
+            const bool tokenOk = req.has_file("csrf") &&
+                                 QString::fromStdString(req.get_file_value("csrf").content) == session->csrf;
+            if (!tokenOk || !req.has_file("file"))
+                return sendHtml(res, html::usersPage(frameOf(*session, QStringLiteral("Nicht veröffentlicht.")),
+                                                     store.users()),
+                                400);
+            const QByteArray bytes = QByteArray::fromStdString(req.get_file_value("file").content);
+            // Only what a device would load goes out to the devices.
+            const QString why = checkConfiguration(bytes);
+            if (!why.isEmpty())
+                return sendHtml(res, html::usersPage(frameOf(*session, QStringLiteral("Nicht veröffentlicht: ") + why),
+                                                     store.users()),
+                                422);
+            if (!publish(bytes) || !store.publishConfiguration(bytes, session->user))
+                return sendHtml(res, html::usersPage(frameOf(*session, QStringLiteral("Datei kann nicht erzeugt werden!")),
+                                                     store.users()),
+                                500);
+            sendHtml(res, html::usersPage(frameOf(*session, QStringLiteral("Konfiguration veröffentlicht.")),
+                                          store.users()));
         });
         http.Get("/totals", [this](const httplib::Request& req, httplib::Response& res) {
             const auto session = pageSession(req, res, Role::Reader);
@@ -541,8 +602,10 @@ struct WebServer::Impl {
     }
 };
 
-WebServer::WebServer(OfficeStore& store) : d(std::make_unique<Impl>(store))
+WebServer::WebServer(OfficeStore& store, const QString& publishFolder)
+    : d(std::make_unique<Impl>(store))
 {
+    d->publishFolder = publishFolder;
     d->routes();
 }
 

@@ -14,7 +14,8 @@ namespace brovant::office {
 
 class WebServer {
 public:
-    explicit WebServer(OfficeStore& store);
+    // `publishFolder`: where a published configuration is written for the devices' FTP fetch.
+    WebServer(OfficeStore& store, const QString& publishFolder);
     ~WebServer();
     WebServer(const WebServer&) = delete;
     WebServer& operator=(const WebServer&) = delete;

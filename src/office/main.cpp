@@ -1,6 +1,7 @@
 #include "office/OfficeCommands.h"
+#include "platform/QtMessageLog.h"
 
-#include <QCoreApplication>
+#include <QGuiApplication>
 #include <QSocketNotifier>
 
 #include <csignal>
@@ -20,7 +21,10 @@ void onSignal(int)
 
 int main(int argc, char** argv)
 {
-    QCoreApplication app(argc, argv);
+    // The printed listing is drawn with Qt Gui; the office has no screen of its own.
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    brovant::qtlog::ensureRuntimeDir();
+    QGuiApplication app(argc, argv);
     // SIGTERM and SIGINT end "serve" through the event loop, so the store closes cleanly.
     if (::pipe(signalPipe) == 0) {
         auto* notifier = new QSocketNotifier(signalPipe[0], QSocketNotifier::Read, &app);

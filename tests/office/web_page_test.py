@@ -51,6 +51,8 @@ class OfficeWebPage(unittest.TestCase):
         run(OFFICE, "--data", data, "import", *files)
         run(OFFICE, "--data", data, "user", "add", "anna", "--role", "clerk", stdin="Fichte 1\n")
         run(OFFICE, "--data", data, "user", "add", "leo", "--role", "reader", stdin="Buche 2\n")
+        run(OFFICE, "--data", data, "user", "add", "chef", "--role", "admin", stdin="Eiche 3\n")
+        cls.data = data
         cls.server = subprocess.Popen([OFFICE, "--data", data, "serve", "--listen", "127.0.0.1:0"],
                                       stdout=subprocess.PIPE, text=True)
         first = cls.server.stdout.readline()
@@ -106,16 +108,43 @@ class OfficeWebPage(unittest.TestCase):
         self.assertTrue(b.find_element(By.ID, "chart").is_displayed())
 
         b.find_element(By.ID, "download-csv").click()
-        for _ in range(100):
-            done = [f for f in os.listdir(self.downloads) if f.endswith(".csv")]
-            if done:
-                break
-            time.sleep(0.1)
-        self.assertEqual(len(done), 1)
-        with open(os.path.join(self.downloads, done[0]), encoding="utf-8-sig") as csv:
+        with open(self.wait_for_download(".csv"), encoding="utf-8-sig") as csv:
             lines = csv.read().splitlines()
         self.assertTrue(lines[0].startswith("Liste;"))
         self.assertEqual(len(lines), 4)  # the header and three trees
+
+    def wait_for_download(self, suffix):
+        for _ in range(100):
+            done = [f for f in os.listdir(self.downloads) if f.endswith(suffix)]
+            if done:
+                return os.path.join(self.downloads, done[0])
+            time.sleep(0.1)
+        self.fail("no " + suffix + " downloaded")
+
+    def test_admin_publishes_a_configuration_that_loads(self):
+        b = self.browser
+        self.log_in("chef", "Eiche 3")
+        b.get(self.base + "/admin/users")
+        b.find_element(By.ID, "configuration").send_keys(os.path.join(SOURCE, "README.md"))
+        b.find_element(By.ID, "publish").click()
+        self.assertIn("Nicht veröffentlicht", b.find_element(By.ID, "notice").text)
+        self.assertFalse(os.path.exists(os.path.join(self.data, "published", "STAMM.DAT")))
+
+        b.find_element(By.ID, "configuration").send_keys(os.path.join(SOURCE, "demo/passive.dtr"))
+        b.find_element(By.ID, "publish").click()
+        self.assertEqual(b.find_element(By.ID, "notice").text, "Konfiguration veröffentlicht.")
+        with open(os.path.join(self.data, "published", "STAMM.DAT"), "rb") as published, \
+                open(os.path.join(SOURCE, "demo/passive.dtr"), "rb") as original:
+            self.assertEqual(published.read(), original.read())
+
+        # With the configuration the list shows its assortments and prints as the device does.
+        b.get(self.base + "/")
+        b.find_element(By.LINK_TEXT, "HIEB01").click()
+        rows = b.find_elements(By.CSS_SELECTOR, "#assortments tr")
+        self.assertEqual(len(rows), 4)  # heading, BU, FI, all
+        b.find_element(By.ID, "download-pdf").click()
+        with open(self.wait_for_download(".pdf"), "rb") as pdf:
+            self.assertEqual(pdf.read(5), b"%PDF-")
 
     def test_reader_is_refused_the_admin_page(self):
         self.log_in("leo", "Buche 2")

@@ -104,8 +104,9 @@ const char* const kMigrations[] = {
          bytes {blob} NOT NULL))",
 };
 
-// Rows of trees per INSERT: few round trips, far below either database's parameter limit.
-constexpr int kTreesPerInsert = 200;
+// Rows of trees per INSERT: few round trips to PostgreSQL, yet few enough parameters that SQLite,
+// which Qt binds by name (a lookup that grows with the count), stays quick.
+constexpr int kTreesPerInsert = 25;
 
 QString nowText()
 {
