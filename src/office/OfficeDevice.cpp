@@ -3,6 +3,7 @@
 #include "data/Dataset.h"
 #include "data/Schema.h"
 #include "evaluation/DiameterDistribution.h"
+#include "evaluation/ReportSources.h"
 #include "evaluation/Reports.h"
 #include "evaluation/print/ReportPrinter.h"
 #include "masterdata/ConfigImport.h"
@@ -103,8 +104,18 @@ std::optional<QByteArray> OfficeDevice::listingPdf(std::int64_t id)
     const auto report = reports::listing(sources, id);
     if (!report)
         return std::nullopt;
-    const QString file = m_dir.filePath(QStringLiteral("listing.pdf"));
-    if (!ReportPrinter::writePdf(*report, reports::pageLength(m_tables), file, nullptr))
+    return pdf(*report);
+}
+
+QStringList OfficeDevice::companyLines() const
+{
+    return report::companyLines(m_session->store());
+}
+
+std::optional<QByteArray> OfficeDevice::pdf(const Report& report)
+{
+    const QString file = m_dir.filePath(QStringLiteral("report.pdf"));
+    if (!ReportPrinter::writePdf(report, reports::pageLength(m_tables), file, nullptr))
         return std::nullopt;
     QFile pdf(file);
     if (!pdf.open(QIODevice::ReadOnly))

@@ -36,6 +36,10 @@ public:
     std::optional<AssortmentDistribution> assortments(std::int64_t id);
     QString assortmentName(int k) const;
     std::optional<QByteArray> listingPdf(std::int64_t id);
+    // Any report as PDF, on the page length of the configuration's printer.
+    std::optional<QByteArray> pdf(const Report& report);
+    // The company header lines the configuration prints.
+    QStringList companyLines() const;
 
 private:
     QTemporaryDir m_dir;

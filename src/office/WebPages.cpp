@@ -306,7 +306,8 @@ QString totalsPage(const Frame& frame, const std::vector<ListSummary>& lists,
         names << QStringLiteral("<a href=\"/lists/%1\">%2</a>").arg(l.id).arg(escaped(l.listNumber));
     body += names.join(QStringLiteral(", ")) + QStringLiteral("</p>");
     if (frame.role != Role::Reader)
-        body += QStringLiteral("<p><a id=\"download-totals-csv\" href=\"/totals.csv?%1\">CSV</a></p>")
+        body += QStringLiteral("<p><a id=\"download-totals-csv\" href=\"/totals.csv?%1\">CSV</a> · "
+                               "<a id=\"download-totals-pdf\" href=\"/totals.pdf?%1\">PDF</a></p>")
                     .arg(escaped(idsQuery));
     body += QStringLiteral("<h2>Je Holzart</h2>") + totalsTable(totals, QStringLiteral("totals"));
     body += QStringLiteral("<h2>Je Holzart und Stufe</h2><table id=\"classes\"><tr><th>HA</th>"

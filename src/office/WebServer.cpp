@@ -566,6 +566,51 @@ struct WebServer::Impl {
             res.set_header("Content-Disposition", "attachment; filename=\"summe.csv\"");
             res.set_content(csv.toStdString(), "text/csv; charset=utf-8");
         });
+        http.Get("/totals.pdf", [this](const httplib::Request& req, httplib::Response& res) {
+            if (!pageSession(req, res, Role::Clerk))
+                return;
+            std::vector<QByteArray> files;
+            QString ids;
+            const auto lists = selected(req, files, ids);
+            OfficeDevice device(store.configuration());
+            Report report;
+            report.title = QStringLiteral("Summe");
+            report.fileTag = QStringLiteral("Summe");
+            report.company = device.companyLines();
+            report.created = QDateTime::currentDateTime();
+            QStringList numbers;
+            for (const ListSummary& l : lists)
+                numbers << l.listNumber;
+            report.header.push_back({QStringLiteral("Listen:"), numbers.join(QStringLiteral(", "))});
+            ReportTable species{QStringLiteral("Je Holzart"),
+                                {{QStringLiteral("HA"), 4}, {QStringLiteral("Kub."), 9, true},
+                                 {QStringLiteral("Stk"), 6, true}, {QStringLiteral("d-Kub."), 7, true}},
+                                {}};
+            const auto totals = totalsOf(files);
+            for (size_t i = 0; i < totals.size(); ++i) {
+                if (i + 1 < totals.size() && totals[i][0].isEmpty())
+                    continue;
+                const bool all = i + 1 == totals.size();
+                species.rows.push_back({{all ? QStringLiteral("Gesamt") : totals[i][0], totals[i][1].trimmed(),
+                                         totals[i][2].trimmed(), totals[i][3].trimmed()},
+                                        all ? RowStyle::Total : RowStyle::Normal});
+            }
+            report.addTable(species);
+            ReportTable classes{QStringLiteral("Je Holzart und Stufe"),
+                                {{QStringLiteral("HA"), 4}, {QStringLiteral("Stufe"), 5},
+                                 {QStringLiteral("Stk"), 6, true}, {QStringLiteral("Kub."), 9, true}},
+                                {}};
+            for (const ClassTotal& c : classTotalsOf(files))
+                classes.rows.push_back({{c.species, c.diameterClass, QString::number(c.count),
+                                         QString::asprintf("%.2f", double(c.volume) / 100)},
+                                        RowStyle::Normal});
+            report.addTable(classes);
+            const auto pdf = device.pdf(report);
+            if (lists.empty() || !pdf)
+                return sendError(res, 404, QStringLiteral("Keine Liste gewählt"));
+            res.set_header("Content-Disposition", "attachment; filename=\"summe.pdf\"");
+            res.set_content(pdf->toStdString(), "application/pdf");
+        });
         http.Post("/upload", [this](const httplib::Request& req, httplib::Response& res) {
             const auto session = pageSession(req, res, Role::Clerk);
             if (!session)

@@ -200,6 +200,67 @@ TEST_F(OfficeProgramTest, ServeTakesTheInboxAndAnswersTheApi)
     EXPECT_EQ(server.exitCode(), 0);
 }
 
+// The pages as a browser uses them: the log-in's token, the session cookie's flags, forms refused
+// without the session's token, an uploaded name reduced to its last part, totals across lists.
+TEST_F(OfficeProgramTest, PagesKeepTheirSessionAndFormTokens)
+{
+    ASSERT_EQ(office({"user", "add", "clerk", "--role", "clerk"}, "geheim\n").code, 0);
+    ASSERT_EQ(office({"import", file("A.DAT", deviceFile("export_all_pairs.dat"))}).code, 0);
+    Server server(dir.path(), dir.filePath("inbox"));
+    ASSERT_GT(server.port, 0);
+    httplib::Client http("127.0.0.1", server.port);
+    const auto hidden = [](const std::string& body) {
+        const auto m = QRegularExpression("name=\"csrf\" value=\"([^\"]+)\"")
+                           .match(QString::fromStdString(body));
+        return m.captured(1).toStdString();
+    };
+    const auto cookieOf = [](const httplib::Result& r, const char* name) {
+        const auto m = QRegularExpression(QStringLiteral("%1=([^;]*)").arg(name))
+                           .match(QString::fromStdString(r->get_header_value("Set-Cookie")));
+        return m.captured(1).toStdString();
+    };
+
+    auto form = http.Get("/login");
+    const std::string loginToken = hidden(form->body);
+    ASSERT_EQ(cookieOf(form, "brovant_login"), loginToken);
+    const httplib::Params credentials{{"name", "clerk"}, {"password", "geheim"}, {"csrf", loginToken}};
+    // Without the form's cookie the token counts for nothing.
+    EXPECT_EQ(http.Post("/login", credentials)->status, 200);
+    auto login = http.Post("/login", {{"Cookie", "brovant_login=" + loginToken}}, credentials);
+    ASSERT_EQ(login->status, 303);
+    const std::string setCookie = login->get_header_value("Set-Cookie");
+    EXPECT_NE(setCookie.find("HttpOnly"), std::string::npos);
+    EXPECT_NE(setCookie.find("SameSite=Strict"), std::string::npos);
+    const httplib::Headers session{{"Cookie", "brovant_session=" + cookieOf(login, "brovant_session")}};
+
+    auto lists = http.Get("/", session);
+    ASSERT_EQ(lists->status, 200);
+    const std::string token = hidden(lists->body);
+    const std::string second = deviceFile("export_second_texts.dat").toStdString();
+    const auto upload = [&](const std::string& csrf) {
+        return http.Post("/upload", session,
+                         httplib::MultipartFormDataItems{
+                             {"csrf", csrf, "", ""},
+                             {"file", second, "../../etc/L2.DAT", "application/octet-stream"}});
+    };
+    EXPECT_EQ(upload("falsch")->status, 400);
+    EXPECT_EQ(upload(token)->status, 200);
+    EXPECT_EQ(office({"lists"}).out.split(u'\n', Qt::SkipEmptyParts).size(), 2);
+    httplib::Client api("127.0.0.1", server.port);
+    api.set_basic_auth("clerk", "geheim");
+    EXPECT_EQ(json(api.Get("/api/lists/2")).object()["file"].toString(), "L2.DAT");
+
+    auto totals = http.Get("/totals.csv?id=1&id=2", session);
+    ASSERT_EQ(totals->status, 200);
+    EXPECT_EQ(totals->body.substr(0, 18), "HA;Stufe;Stk;Kub.\r");
+    auto pdf = http.Get("/totals.pdf?id=1&id=2", session);
+    ASSERT_EQ(pdf->status, 200);
+    EXPECT_EQ(pdf->body.substr(0, 5), "%PDF-");
+    // Logging out needs the token as well; afterwards the session is gone.
+    EXPECT_EQ(http.Post("/logout", session, httplib::Params{{"csrf", token}})->status, 303);
+    EXPECT_EQ(http.Get("/", session)->status, 303);
+}
+
 // A device sends its marked lists by FTP to a server whose upload folder is the office's inbox;
 // the lists appear in the office's page and API with the device's own totals.
 TEST_F(OfficeProgramTest, ListsSentByFtpAppearInTheOffice)
