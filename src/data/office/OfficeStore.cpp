@@ -13,6 +13,7 @@
 
 #include <atomic>
 #include <mutex>
+#include <optional>
 
 namespace brovant::office {
 
@@ -104,9 +105,8 @@ const char* const kMigrations[] = {
          bytes {blob} NOT NULL))",
 };
 
-// Rows of trees per INSERT: few round trips to PostgreSQL, yet few enough parameters that SQLite,
-// which Qt binds by name (a lookup that grows with the count), stays quick.
-constexpr int kTreesPerInsert = 25;
+// Rows of trees per INSERT on PostgreSQL.
+constexpr size_t kTreesPerInsert = 100;
 
 QString nowText()
 {
@@ -483,14 +483,27 @@ OfficeStore::AddResult OfficeStore::add(const QByteArray& bytes, const QString& 
             region << id << i << r.region << r.species << r.tariff;
             ok = region.run();
         }
-        for (size_t first = 0; ok && first < content.trees.size(); first += kTreesPerInsert) {
-            const size_t end = std::min(content.trees.size(), first + kTreesPerInsert);
+        // PostgreSQL: many rows a statement, few round trips. SQLite: one row a statement,
+        // prepared once, since Qt looks its parameters up by name at a cost that grows with
+        // their count.
+        const size_t perInsert = isPostgres() ? kTreesPerInsert : 1;
+        const auto insertSql = [](size_t rows) {
             QString sql = QStringLiteral("INSERT INTO trees (list_id, pos, kind, parcel, stk, "
                                          "species, bhd, class, volume, na, ka, tariff) VALUES ");
-            for (size_t i = first; i < end; ++i)
-                sql += i == first ? QStringLiteral("(?,?,?,?,?,?,?,?,?,?,?,?)")
-                                  : QStringLiteral(",(?,?,?,?,?,?,?,?,?,?,?,?)");
-            Statement trees(db, sql);
+            for (size_t i = 0; i < rows; ++i)
+                sql += i == 0 ? QStringLiteral("(?,?,?,?,?,?,?,?,?,?,?,?)")
+                              : QStringLiteral(",(?,?,?,?,?,?,?,?,?,?,?,?)");
+            return sql;
+        };
+        std::optional<Statement> full;
+        for (size_t first = 0; ok && first < content.trees.size(); first += perInsert) {
+            const size_t end = std::min(content.trees.size(), first + perInsert);
+            std::optional<Statement> partial;
+            if (end - first == perInsert && !full)
+                full.emplace(db, insertSql(perInsert));
+            else if (end - first != perInsert)
+                partial.emplace(db, insertSql(end - first));
+            Statement& trees = partial ? *partial : *full;
             for (size_t i = first; i < end; ++i) {
                 const StoredTree& t = content.trees[i];
                 trees << id << qlonglong(i) << t.kind << t.parcel << t.count << t.species
