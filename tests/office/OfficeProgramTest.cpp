@@ -13,7 +13,9 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QRandomGenerator>
 #include <QRegularExpression>
+#include <QThread>
 
 #include <httplib.h>
 
@@ -259,6 +261,41 @@ TEST_F(OfficeProgramTest, PagesKeepTheirSessionAndFormTokens)
     // Logging out needs the token as well; afterwards the session is gone.
     EXPECT_EQ(http.Post("/logout", session, httplib::Params{{"csrf", token}})->status, 303);
     EXPECT_EQ(http.Get("/", session)->status, 303);
+}
+
+// Killed at any moment while it takes an inbox, the next run finishes the job: every list stored
+// once, every file in done/, none left behind.
+TEST_F(OfficeProgramTest, AKillAnywhereInTheInboxLosesNothing)
+{
+    const QString inbox = dir.filePath("inbox");
+    QDir().mkpath(inbox);
+    const QByteArray list = deviceFile("export_all_pairs.dat");
+    const int files = 60;
+    for (int i = 0; i < files; ++i) {
+        const QByteArray name = QStringLiteral("K%1").arg(i, 5, 10, QChar(u'0')).toLatin1();
+        QFile f(inbox + "/" + name + ".DAT");
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+        f.write(edited(list, "HIEB01", name.leftJustified(6, ' ')));
+        f.close();
+        // Settled: written a while ago.
+        ASSERT_TRUE(f.open(QIODevice::ReadWrite));
+        f.setFileTime(QDateTime::currentDateTime().addSecs(-60), QFileDevice::FileModificationTime);
+    }
+    QRandomGenerator random(20261124);
+    for (int round = 0; round < 12; ++round) {
+        QProcess p;
+        p.start(QStringLiteral(BROVANT_OFFICE_PATH), {"--data", dir.path(), "inbox", inbox});
+        ASSERT_TRUE(p.waitForStarted());
+        QThread::msleep(random.bounded(30, 400));
+        p.kill();
+        p.waitForFinished();
+    }
+    const Outcome last = office({"inbox", inbox});
+    EXPECT_EQ(last.code, 0) << last.err.toStdString();
+    EXPECT_EQ(office({"lists"}).out.count(u'\n'), files);
+    EXPECT_EQ(QDir(inbox).entryList(QDir::Files).size(), 0);
+    QStringList done = QDir(inbox + "/done").entryList(QDir::Files);
+    EXPECT_EQ(done.size(), files) << done.join(u' ').toStdString();
 }
 
 // A device sends its marked lists by FTP to a server whose upload folder is the office's inbox;
