@@ -29,7 +29,10 @@ constexpr int kLabelWidth = 20;
 // A device database in memory, thrown away with the reading.
 class Scratch {
 public:
-    Scratch() : m_db(QStringLiteral(":memory:"), Database::Durability::Relaxed) { m_db.open(); }
+    Scratch() : m_db(QString::fromLatin1(Database::kInMemory), Database::Durability::Relaxed)
+    {
+        m_db.open();
+    }
     Database& db() { return m_db; }
     bool import(const QByteArray& bytes, std::int64_t listId, bool* wrongStructure = nullptr)
     {
