@@ -62,7 +62,9 @@ bool Database::open()
     if (m_db)
         return true;
     const QByteArray path = QFile::encodeName(m_file);
-    makeOwnerOnly(path);
+    // A database in memory (the office's scratch) has no file to protect.
+    if (m_file != QLatin1StringView(kInMemory))
+        makeOwnerOnly(path);
     // A connection belongs to the thread that opened it, so SQLite's own locking per call is
     // only cost (it shows in walks over the master rows).
     if (sqlite3_open_v2(path.constData(), &m_db,

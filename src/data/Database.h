@@ -24,6 +24,8 @@ public:
     // skips the flushes; only for throw-away data such as fuzzing.
     enum class Durability { Full, Relaxed };
 
+    // `hostFile` kInMemory: a database that lives only as long as the connection.
+    static constexpr const char* kInMemory = ":memory:";
     explicit Database(QString hostFile, Durability durability = Durability::Full);
     ~Database();
     Database(const Database&) = delete;
