@@ -1,0 +1,28 @@
+// Data layer: the trees of the lists (Brov_Holzdaten), found by their list's ID_FILE. The tally
+// edits them through a Dataset; this class owns the other reads and the import's inserts.
+#pragma once
+
+#include "data/TableRow.h"
+
+namespace brovant {
+
+class TreeRows {
+public:
+    explicit TreeRows(Database& db)
+        : m_db(db)
+    {
+    }
+
+    enum class Order { Stored, BySpecies };
+
+    bool any(std::int64_t listId) const;
+    std::vector<TableRow> ofList(std::int64_t listId, Order order = Order::Stored) const;
+    // The largest ID; 0 without trees.
+    std::int64_t maxId() const;
+    bool insert(const TableRow& tree) { return TableRow::insert(m_db, tree); }
+
+private:
+    Database& m_db;
+};
+
+} // namespace brovant
