@@ -29,31 +29,16 @@ bool MasterRows::scan(std::initializer_list<int> types, Order order,
                       std::initializer_list<const char*> fields,
                       const std::function<bool(const Database::Query&)>& row) const
 {
-    QString columns;
-    for (const char* field : fields) {
-        // Only the table's own field names reach the statement.
-        if (schema::Einstellungen.indexOf(QString::fromLatin1(field)) < 0)
-            return false;
-        columns +=
-            (columns.isEmpty() ? QString() : QStringLiteral(", ")) + QLatin1StringView(field);
-    }
     QString placeholders;
-    for (size_t i = 0; i < types.size(); ++i)
-        placeholders += i ? QStringLiteral(", ?") : QStringLiteral("?");
-    auto q = m_db.query(
-        QStringLiteral("SELECT %1 FROM %2 WHERE ID_TYPE IN (%3) ORDER BY %4")
-            .arg(columns, einstellungen(), placeholders,
-                 order == Order::ById ? QStringLiteral("ID, rowid") : QStringLiteral("rowid")));
-    if (!q.valid())
-        return false;
-    int index = 1;
-    for (const int type : types)
-        q.bind(index++, std::int64_t(type));
-    while (q.next()) {
-        if (!row(q))
-            break;
+    QList<FieldValue> values;
+    for (const int type : types) {
+        placeholders += placeholders.isEmpty() ? QStringLiteral("?") : QStringLiteral(", ?");
+        values << FieldValue(std::int64_t(type));
     }
-    return true;
+    return TableRow::scan(
+        m_db, schema::Einstellungen, QStringLiteral("ID_TYPE IN (%1)").arg(placeholders),
+        order == Order::ById ? QStringLiteral("ID, rowid") : QStringLiteral("rowid"), values,
+        fields, row);
 }
 
 int MasterRows::count() const

@@ -1,5 +1,9 @@
 #include "data/TableRow.h"
 
+#include "data/Schema.h"
+
+#include <QHash>
+
 namespace brovant {
 namespace {
 
@@ -10,6 +14,15 @@ QString columnList(const TableDescriptor& table)
         columns +=
             (columns.isEmpty() ? QString() : QStringLiteral(", ")) + QLatin1StringView(f.name);
     return columns;
+}
+
+QString insertSql(const TableDescriptor& table)
+{
+    QString placeholders;
+    for (size_t i = 0; i < table.fields.size(); ++i)
+        placeholders += i ? QStringLiteral(", ?") : QStringLiteral("?");
+    return QStringLiteral("INSERT INTO %1 (%2) VALUES (%3)")
+        .arg(QLatin1StringView(table.name), columnList(table), placeholders);
 }
 
 } // namespace
@@ -64,14 +77,44 @@ std::vector<TableRow> TableRow::select(Database& db, const TableDescriptor& tabl
     return rows;
 }
 
+bool TableRow::scan(Database& db, const TableDescriptor& table, const QString& where,
+                    const QString& orderBy, const QList<FieldValue>& values,
+                    std::initializer_list<const char*> fields,
+                    const std::function<bool(const Database::Query&)>& row)
+{
+    QString columns;
+    for (const char* field : fields) {
+        // Only the table's own field names reach the statement.
+        if (table.indexOf(QString::fromLatin1(field)) < 0)
+            return false;
+        columns +=
+            (columns.isEmpty() ? QString() : QStringLiteral(", ")) + QLatin1StringView(field);
+    }
+    auto q = db.query(QStringLiteral("SELECT %1 FROM %2 WHERE %3 ORDER BY %4")
+                          .arg(columns, QLatin1StringView(table.name), where, orderBy));
+    if (!q.valid())
+        return false;
+    for (int i = 0; i < values.size(); ++i)
+        q.bind(i + 1, values[i]);
+    while (q.next()) {
+        if (!row(q))
+            break;
+    }
+    return true;
+}
+
 bool TableRow::insert(Database& db, const TableRow& record)
 {
     const TableDescriptor& table = record.table();
-    QString placeholders;
-    for (size_t i = 0; i < table.fields.size(); ++i)
-        placeholders += i ? QStringLiteral(", ?") : QStringLiteral("?");
-    auto q = db.query(QStringLiteral("INSERT INTO %1 (%2) VALUES (%3)")
-                          .arg(QLatin1StringView(table.name), columnList(table), placeholders));
+    // Built once per table: an import inserts row after row.
+    static const QHash<const TableDescriptor*, QString> statements = [] {
+        QHash<const TableDescriptor*, QString> sql;
+        for (const TableDescriptor* t : schema::allTables())
+            sql.insert(t, insertSql(*t));
+        return sql;
+    }();
+    const auto known = statements.constFind(&table);
+    auto q = db.query(known != statements.constEnd() ? *known : insertSql(table));
     for (size_t i = 0; i < record.m_values.size(); ++i)
         q.bind(int(i) + 1, record.m_values[i]);
     return q.run();

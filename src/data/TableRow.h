@@ -10,6 +10,8 @@
 #include <QString>
 
 #include <cstdint>
+#include <functional>
+#include <initializer_list>
 #include <vector>
 
 namespace brovant {
@@ -35,6 +37,13 @@ public:
     static std::vector<TableRow> select(Database& db, const TableDescriptor& table,
                                         const QString& where, const QString& orderBy,
                                         const QList<FieldValue>& values = {});
+    // The same rows streamed with only `fields` as columns, in that order, to `row` until it
+    // returns false: for walks over many rows that should not allocate per value. False when
+    // the table cannot be read or a name is not one of its fields.
+    static bool scan(Database& db, const TableDescriptor& table, const QString& where,
+                     const QString& orderBy, const QList<FieldValue>& values,
+                     std::initializer_list<const char*> fields,
+                     const std::function<bool(const Database::Query&)>& row);
     // Appends the record as a new row with every field.
     static bool insert(Database& db, const TableRow& record);
 

@@ -12,13 +12,28 @@ bool TreeRows::any(std::int64_t listId) const
     return q.next();
 }
 
+namespace {
+
+QString orderOf(TreeRows::Order order)
+{
+    return order == TreeRows::Order::BySpecies ? QStringLiteral("BAUMART, rowid")
+                                               : QStringLiteral("rowid");
+}
+
+} // namespace
+
+// The ID_FILE index finds the list's rows.
 std::vector<TableRow> TreeRows::ofList(std::int64_t listId, Order order) const
 {
-    // The ID_FILE index finds the list's rows.
-    return TableRow::select(m_db, schema::Holzdaten, QStringLiteral("ID_FILE = ?"),
-                            order == Order::BySpecies ? QStringLiteral("BAUMART, rowid")
-                                                      : QStringLiteral("rowid"),
+    return TableRow::select(m_db, schema::Holzdaten, QStringLiteral("ID_FILE = ?"), orderOf(order),
                             {FieldValue(listId)});
+}
+
+bool TreeRows::scan(std::int64_t listId, Order order, std::initializer_list<const char*> fields,
+                    const std::function<bool(const Database::Query&)>& row) const
+{
+    return TableRow::scan(m_db, schema::Holzdaten, QStringLiteral("ID_FILE = ?"), orderOf(order),
+                          {FieldValue(listId)}, fields, row);
 }
 
 std::int64_t TreeRows::maxId() const

@@ -17,6 +17,9 @@ public:
 
     bool any(std::int64_t listId) const;
     std::vector<TableRow> ofList(std::int64_t listId, Order order = Order::Stored) const;
+    // The list's trees streamed with only `fields` as columns (see TableRow::scan).
+    bool scan(std::int64_t listId, Order order, std::initializer_list<const char*> fields,
+              const std::function<bool(const Database::Query&)>& row) const;
     // The largest ID; 0 without trees.
     std::int64_t maxId() const;
     bool insert(const TableRow& tree) { return TableRow::insert(m_db, tree); }

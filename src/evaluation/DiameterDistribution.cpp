@@ -53,8 +53,8 @@ std::optional<DiameterDistribution> DiameterDistribution::compute(Database& db, 
 
     // The totals screen's query and grouping: codes in sorted order, padded and typed as one.
     size_t current = 0;
-    for (const TableRow& tree : TreeRows(db).ofList(listId, TreeRows::Order::BySpecies)) {
-        const QString code = withoutTrailingBlanks(tree.text(u"BAUMART"));
+    const auto add = [&](const Database::Query& tree) {
+        const QString code = withoutTrailingBlanks(tree.text(0));
         if (d.m_species.empty() || d.m_species[current].species != code) {
             const auto found = std::find_if(d.m_species.begin(), d.m_species.end(),
                                             [&](const Series& s) { return s.species == code; });
@@ -62,12 +62,16 @@ std::optional<DiameterDistribution> DiameterDistribution::compute(Database& db, 
             if (found == d.m_species.end())
                 d.m_species.push_back({code, {}, 0, 0});
         }
-        const QString cls = lookup::classCode(tree.text(u"DMSTUFE"));
+        const QString cls = lookup::classCode(tree.text(3));
         if (!classIndex.contains(cls) && !unknownCodes.contains(cls))
             unknownCodes << cls;
-        trees.push_back({current, cls, tree.number(u"STK"),
-                         lookup::correctedVolume(tree.number(u"KUBATUR"), d.m_factor)});
-    }
+        trees.push_back(
+            {current, cls, tree.integer(1), lookup::correctedVolume(tree.integer(2), d.m_factor)});
+        return true;
+    };
+    if (!TreeRows(db).scan(listId, TreeRows::Order::BySpecies,
+                           {"BAUMART", "STK", "KUBATUR", "DMSTUFE"}, add))
+        return std::nullopt;
 
     unknownCodes.sort();
     for (const QString& code : unknownCodes) {

@@ -77,8 +77,8 @@ std::optional<AssortmentDistribution> AssortmentDistribution::compute(Database& 
     std::vector<std::array<double, kAssortments>> exact;
     std::vector<std::int64_t> sorted;
     size_t current = 0;
-    for (const TableRow& tree : TreeRows(db).ofList(listId, TreeRows::Order::BySpecies)) {
-        const QString code = withoutTrailingBlanks(tree.text(u"BAUMART"));
+    const auto add = [&](const Database::Query& tree) {
+        const QString code = withoutTrailingBlanks(tree.text(0));
         if (d.m_species.empty() || d.m_species[current].species != code) {
             const auto found = std::find_if(d.m_species.begin(), d.m_species.end(),
                                             [&](const Species& s) { return s.species == code; });
@@ -89,21 +89,25 @@ std::optional<AssortmentDistribution> AssortmentDistribution::compute(Database& 
                 sorted.push_back(0);
             }
         }
-        const std::int64_t volume = lookup::correctedVolume(tree.number(u"KUBATUR"), *factor);
+        const std::int64_t volume = lookup::correctedVolume(tree.integer(1), *factor);
         Species& s = d.m_species[current];
         s.volume += volume;
-        const auto row = rows.constFind(rowKey(code, tree.text(u"DMSTUFE")));
+        const auto row = rows.constFind(rowKey(code, tree.text(2)));
         const std::int64_t weight =
             row == rows.constEnd() ? 0 : std::accumulate(row->begin(), row->end(), std::int64_t(0));
         if (weight <= 0 || std::any_of(row->begin(), row->end(), [](auto w) { return w < 0; })) {
             s.unsorted += volume;
-            continue;
+            return true;
         }
         for (int k = 0; k < kAssortments; ++k)
             exact[current][size_t(k)] +=
                 double(volume) * double((*row)[size_t(k)]) / double(weight);
         sorted[current] += volume;
-    }
+        return true;
+    };
+    if (!TreeRows(db).scan(listId, TreeRows::Order::BySpecies, {"BAUMART", "KUBATUR", "DMSTUFE"},
+                           add))
+        return std::nullopt;
     for (size_t i = 0; i < d.m_species.size(); ++i)
         d.m_species[i].volumes = split(sorted[i], exact[i]);
     return d;

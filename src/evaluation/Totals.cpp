@@ -30,11 +30,12 @@ std::optional<Totals> Totals::compute(Database& db, std::int64_t listId, Order o
     // The tally reads the trees in stored order.
     std::vector<SpeciesTotal>& species = totals.m_species;
     SpeciesTotal* current = nullptr;
-    for (const TableRow& tree :
-         TreeRows(db).ofList(listId, order == Order::BySpecies ? TreeRows::Order::BySpecies
-                                                               : TreeRows::Order::Stored)) {
+    // Only the three columns summed.
+    const TreeRows::Order treeOrder =
+        order == Order::BySpecies ? TreeRows::Order::BySpecies : TreeRows::Order::Stored;
+    const auto add = [&](const Database::Query& tree) {
         // Codes may come padded to the field's width (list files) or not (typed): one species.
-        const QString code = withoutTrailingBlanks(tree.text(u"BAUMART"));
+        const QString code = withoutTrailingBlanks(tree.text(0));
         // Sorted by code, a record almost always belongs to the species of the one before.
         if (!current || current->species != code) {
             const auto found =
@@ -47,9 +48,12 @@ std::optional<Totals> Totals::compute(Database& db, std::int64_t listId, Order o
                 current = &species.back();
             }
         }
-        current->count += tree.number(u"STK");
-        current->volume += lookup::correctedVolume(tree.number(u"KUBATUR"), totals.m_factor);
-    }
+        current->count += tree.integer(1);
+        current->volume += lookup::correctedVolume(tree.integer(2), totals.m_factor);
+        return true;
+    };
+    if (!TreeRows(db).scan(listId, treeOrder, {"BAUMART", "STK", "KUBATUR"}, add))
+        return std::nullopt;
     for (const SpeciesTotal& t : species) {
         totals.m_count += t.count;
         totals.m_volume += t.volume;
