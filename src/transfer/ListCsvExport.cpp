@@ -211,17 +211,24 @@ std::optional<QString> ListCsvExport::write(std::int64_t listId)
     const QStringList listColumns = {guarded(header->addition), guarded(header->date),
                                      guarded(header->region), hundredthsCell(header->factor)};
     const QString number = guarded(header->number);
-    for (const TableRow& tree : TreeRows(m_db).ofList(listId)) {
-        const FieldValue& volume = tree.value(u"KUBATUR");
+    const auto add = [&](const Database::Query& q) {
+        const FieldValue volume = q.value(8);
         const auto stored = storedNumber(volume);
-        addLine(out, QStringList{number, integerCell(tree.value(u"ID")),
-                                 textCell(tree.value(u"BAUMART")), textCell(tree.value(u"TARIF")),
-                                 textCell(tree.value(u"NA")), textCell(tree.value(u"KA")),
-                                 integerCell(tree.value(u"STK")), integerCell(tree.value(u"BHD")),
-                                 textCell(tree.value(u"DMSTUFE")), hundredthsCell(volume),
-                                 stored ? hundredths(lookup::correctedVolume(*stored, factor))
-                                        : QString()}
-                         + listColumns);
+        addLine(
+            out,
+            QStringList{number, integerCell(q.value(0)), textCell(q.value(1)), textCell(q.value(2)),
+                        textCell(q.value(3)), textCell(q.value(4)), integerCell(q.value(5)),
+                        integerCell(q.value(6)), textCell(q.value(7)), hundredthsCell(volume),
+                        stored ? hundredths(lookup::correctedVolume(*stored, factor)) : QString()}
+                + listColumns);
+        return true;
+    };
+    if (!TreeRows(m_db).scan(
+            listId, TreeRows::Order::Stored,
+            {"ID", "BAUMART", "TARIF", "NA", "KA", "STK", "BHD", "DMSTUFE", "KUBATUR"}, add)) {
+        file.cancelWriting();
+        m_dialogs.notice(cannotCreate());
+        return std::nullopt;
     }
     out.flush();
     if (!commitToMedium(file)) {
