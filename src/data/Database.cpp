@@ -222,6 +222,18 @@ void Database::release(sqlite3_stmt* stmt, bool cached)
     }
 }
 
+std::int64_t Database::userVersion()
+{
+    auto q = query(QStringLiteral("PRAGMA user_version"));
+    return q.next() ? q.integer(0) : 0;
+}
+
+bool Database::setUserVersion(std::int64_t value)
+{
+    // A pragma takes no bound value; the number is written by the program.
+    return exec(QStringLiteral("PRAGMA user_version = %1").arg(value));
+}
+
 std::int64_t Database::lastInsertRowId() const
 {
     return m_db ? sqlite3_last_insert_rowid(m_db) : 0;

@@ -90,6 +90,10 @@ public:
     Query query(const QString& sql);
 
     std::int64_t lastInsertRowId() const;
+    // The file's own number (SQLite's user_version), 0 until set; it commits with the
+    // transaction that sets it.
+    std::int64_t userVersion();
+    bool setUserVersion(std::int64_t value);
     int changes() const;
 
     // Rolls back unless committed. Transactions nest (savepoints).
