@@ -1,12 +1,12 @@
 #include "transfer/FtpChannel.h"
 
 #include "masterdata/SettingsStore.h"
+#include "platform/Clock.h"
 #include "platform/DeviceRoot.h"
 #include "platform/MediumFile.h"
 #include "platform/MessageDialogs.h"
 #include "transfer/ActiveSyncChannel.h"
 
-#include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
 #include <QSaveFile>
@@ -247,8 +247,9 @@ QString FtpServer::baseUrl() const
 // control connection for every transfer that follows.
 class FtpChannel::Session {
 public:
-    explicit Session(Dialer& dialer)
+    Session(Dialer& dialer, Clock& clock)
         : m_dialer(dialer)
+        , m_clock(clock)
     {
         m_dialer.dial(QString::fromUtf16(kDialEntry));
     }
@@ -285,8 +286,7 @@ public:
     CURLcode login(const FtpServer& server, const QString& name, const QString& password,
                    const Timeouts& timeouts, ProgressShown& shown)
     {
-        m_totalMs = timeouts.totalMs;
-        m_started.start();
+        m_endMs = now() + timeouts.totalMs;
         m_base = server.baseUrl().toUtf8();
         CURL* c = m_curl;
         curl_easy_setopt(c, CURLOPT_NOSIGNAL, 1L);
@@ -354,7 +354,7 @@ private:
         constexpr int kPollMs = 10;
         m_error[0] = '\0';
         // What is left of the operation's time is this step's limit.
-        const qint64 leftMs = m_totalMs - m_started.elapsed();
+        const qint64 leftMs = m_endMs - now();
         if (leftMs <= 0) {
             qWarning("FTP %s: time limit reached", step);
             return CURLE_OPERATION_TIMEDOUT;
@@ -364,6 +364,10 @@ private:
         CURLMcode state = curl_multi_add_handle(m_multi, m_curl);
         int running = 1;
         while (state == CURLM_OK && running > 0) {
+            if (now() >= m_endMs) {
+                code = CURLE_OPERATION_TIMEDOUT;
+                break;
+            }
             state = curl_multi_perform(m_multi, &running);
             if (state == CURLM_OK && running > 0)
                 state = curl_multi_poll(m_multi, nullptr, 0, kPollMs, nullptr);
@@ -391,19 +395,23 @@ private:
     CURLM* m_multi = nullptr;
     CURL* m_curl = nullptr;
     QByteArray m_base;
-    QElapsedTimer m_started;
-    qint64 m_totalMs = 0;
+    qint64 now() const { return m_clock.now().toMSecsSinceEpoch(); }
+
+    Clock& m_clock;
+    qint64 m_endMs = 0;
     char m_error[CURL_ERROR_SIZE] = {};
 };
 
 FtpChannel::FtpChannel(const DeviceRoot& root, const SettingsStore& settings,
-                       MessageDialogs& dialogs, Dialer* dialer, Timeouts timeouts)
+                       MessageDialogs& dialogs, Dialer* dialer, Timeouts timeouts, Clock* clock)
     : m_root(root)
     , m_settings(settings)
     , m_dialogs(dialogs)
     , m_ownDialer(dialer ? nullptr : std::make_unique<NetworkManagerDialer>())
     , m_dialer(dialer ? *dialer : *m_ownDialer)
     , m_timeouts(timeouts)
+    , m_ownClock(clock ? nullptr : std::make_unique<SystemClock>())
+    , m_clock(clock ? *clock : *m_ownClock)
 {
 }
 
@@ -415,7 +423,7 @@ std::unique_ptr<FtpChannel::Session> FtpChannel::open()
     m_dialogs.progress(0);
     m_dialogs.offerCancel(true);
 
-    auto session = std::make_unique<Session>(m_dialer);
+    auto session = std::make_unique<Session>(m_dialer, m_clock);
     if (!session->init()) {
         m_dialogs.info(MessageDialogs::Hide, QString());
         m_dialogs.notice(QStringLiteral("Fehler!"), QStringLiteral("InternetOpen"));

@@ -20,6 +20,7 @@
 
 namespace brovant {
 
+class Clock;
 class DeviceRoot;
 class MessageDialogs;
 class SettingsStore;
@@ -75,9 +76,10 @@ public:
     using Timeouts = FtpTimeouts;
     static constexpr const char16_t* kDialEntry = u"GPRS";
 
-    // `dialer` null: the system's NetworkManagerDialer.
+    // `dialer` null: the system's NetworkManagerDialer; `clock` null: the system's, for the
+    // whole-transfer limit.
     FtpChannel(const DeviceRoot& root, const SettingsStore& settings, MessageDialogs& dialogs,
-               Dialer* dialer = nullptr, Timeouts timeouts = {});
+               Dialer* dialer = nullptr, Timeouts timeouts = {}, Clock* clock = nullptr);
     ~FtpChannel();
     FtpChannel(const FtpChannel&) = delete;
     FtpChannel& operator=(const FtpChannel&) = delete;
@@ -100,6 +102,8 @@ private:
     std::unique_ptr<Dialer> m_ownDialer;
     Dialer& m_dialer;
     Timeouts m_timeouts;
+    std::unique_ptr<Clock> m_ownClock;
+    Clock& m_clock;
 };
 
 } // namespace brovant

@@ -1,6 +1,7 @@
 // Data-layer test helpers: a device root, and SQLite read directly, not through the code tested.
 #pragma once
 
+#include "support/QtPrinting.h"
 #include "support/TempRoot.h"
 
 #include <QDir>
@@ -11,11 +12,6 @@
 
 #include <ostream>
 #include <vector>
-
-inline void PrintTo(const QString& s, std::ostream* os)
-{
-    *os << '"' << s.toStdString() << '"';
-}
 
 namespace brovant::test {
 

@@ -3,6 +3,7 @@
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
 #include "platform/MessageDialogs.h"
+#include "support/QtPrinting.h"
 #include "support/TempRoot.h"
 
 #include <QDir>
@@ -17,16 +18,6 @@
 
 #include <memory>
 #include <ostream>
-
-inline void PrintTo(const QString& text, std::ostream* os)
-{
-    *os << '"' << text.toStdString() << '"';
-}
-
-inline void PrintTo(const QStringList& list, std::ostream* os)
-{
-    *os << '[' << list.join(QStringLiteral(", ")).toStdString() << ']';
-}
 
 namespace brovant {
 namespace {

@@ -1,6 +1,7 @@
 #include "device/DeviceRoutes.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
+#include "support/QtPrinting.h"
 #include "support/TempRoot.h"
 
 #include <QSysInfo>
@@ -8,11 +9,6 @@
 
 #include <memory>
 #include <ostream>
-
-inline void PrintTo(const QString& text, std::ostream* os)
-{
-    *os << '"' << text.toStdString() << '"';
-}
 
 namespace brovant {
 namespace {

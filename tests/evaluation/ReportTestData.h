@@ -8,6 +8,7 @@
 #include "evaluation/Reports.h"
 #include "masterdata/DeviceSession.h"
 #include "masterdata/MasterTables.h"
+#include "support/QtPrinting.h"
 #include "support/TempRoot.h"
 
 #include <QStringList>
@@ -18,11 +19,6 @@
 #include <memory>
 #include <ostream>
 #include <vector>
-
-inline void PrintTo(const QString& text, std::ostream* os)
-{
-    *os << '"' << text.toStdString() << '"';
-}
 
 namespace brovant::test {
 

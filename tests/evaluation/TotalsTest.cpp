@@ -3,6 +3,7 @@
 #include "data/Database.h"
 #include "data/Dataset.h"
 #include "data/Schema.h"
+#include "support/QtPrinting.h"
 #include "support/TempRoot.h"
 
 #include <QStringList>
@@ -11,11 +12,6 @@
 
 #include <ostream>
 #include <vector>
-
-inline void PrintTo(const QString& text, std::ostream* os)
-{
-    *os << '"' << text.toStdString() << '"';
-}
 
 namespace brovant {
 namespace {

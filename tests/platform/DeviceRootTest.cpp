@@ -1,4 +1,5 @@
 #include "platform/DeviceRoot.h"
+#include "support/QtPrinting.h"
 #include "support/TempRoot.h"
 
 #include <QDir>
@@ -9,11 +10,6 @@
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
-
-inline void PrintTo(const QString& s, std::ostream* os)
-{
-    *os << '"' << s.toStdString() << '"';
-}
 
 namespace brovant {
 namespace {

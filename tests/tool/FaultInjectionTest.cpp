@@ -5,6 +5,8 @@
 // nothing cut short under a final name, the transfer marks kept; and once the medium works again
 // the same command must go through.
 #include "masterdata/DeviceSession.h"
+#include "support/CopyTree.h"
+#include "support/QtPrinting.h"
 #include "support/TempRoot.h"
 #include "tool/ToolRun.h"
 
@@ -19,11 +21,6 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-
-inline void PrintTo(const QString& text, std::ostream* os)
-{
-    *os << '"' << text.toStdString() << '"';
-}
 
 namespace brovant::test {
 namespace {
@@ -209,22 +206,6 @@ QString marks(const QString& file)
     return readRows(file, QStringLiteral("SELECT LISTE_NR, DUE_MARK, EXPORTED_N_NI FROM "
                                          "Brov_Kopfdaten ORDER BY rowid"))
         .join(u' ');
-}
-
-bool copyTree(const QString& from, const QString& to)
-{
-    QDirIterator it(from, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
-    bool ok = QDir().mkpath(to);
-    while (ok && it.hasNext()) {
-        const QString file = it.next();
-        const QString target = to + u'/' + QDir(from).relativeFilePath(file);
-        ok = QDir().mkpath(QFileInfo(target).path()) && QFile::copy(file, target);
-    }
-    // Empty folders count too: the card and the export folder.
-    QDirIterator dirs(from, QDir::Dirs | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
-    while (ok && dirs.hasNext())
-        ok = QDir().mkpath(to + u'/' + QDir(from).relativeFilePath(dirs.next()));
-    return ok;
 }
 
 QString canonical(const QString& path)

@@ -12,6 +12,7 @@
 #include "tool/KillSoak.h"
 #include "platform/Profile.h"
 #include "platform/Registry.h"
+#include "support/CopyTree.h"
 #include "support/TempRoot.h"
 #include "tool/ToolRun.h"
 
@@ -45,20 +46,6 @@ int uniform(Rng& rng, int low, int high)
 QString padded(const QString& text, int width)
 {
     return text.leftJustified(width, u' ', true);
-}
-
-bool copyFolder(const QString& from, const QString& to)
-{
-    QDir().mkpath(to);
-    QDirIterator it(from, QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden,
-                    QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        const QString path = it.next();
-        const QString target = to + u'/' + QDir(from).relativeFilePath(path);
-        if (it.fileInfo().isDir() ? !QDir().mkpath(target) : !QFile::copy(path, target))
-            return false;
-    }
-    return true;
 }
 
 // One kind of work the tool is killed in, on a device root of its own.
@@ -885,7 +872,7 @@ TEST(KillSoak, KilledProgramsLeaveASoundDevice)
     };
 
     for (auto& a : activities) {
-        ASSERT_TRUE(copyFolder(demo, a->root()));
+        ASSERT_TRUE(copyTree(demo, a->root()));
         ASSERT_EQ(a->setUp(), "") << a->name();
         // The first runs go to their end: how long a run takes.
         for (int i = 0; i < 3; ++i) {

@@ -11,6 +11,7 @@
 #include "platform/Clock.h"
 #include "platform/KeepAwake.h"
 #include "platform/MessageDialogs.h"
+#include "support/QtPrinting.h"
 #include "support/TempRoot.h"
 
 #include <QDir>
@@ -22,11 +23,6 @@
 #include <map>
 #include <optional>
 #include <ostream>
-
-inline void PrintTo(const QString& text, std::ostream* os)
-{
-    *os << '"' << text.toStdString() << '"';
-}
 
 namespace brovant {
 namespace {

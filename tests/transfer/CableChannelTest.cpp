@@ -547,20 +547,5 @@ TEST_F(CableChannelTest, ReplaysARecordedSend)
     EXPECT_EQ(replay.strayedAt(), -1);
 }
 
-TEST(Transcript, EscapesEveryByteAndReadsItBack)
-{
-    QByteArray all;
-    for (int b = 0; b < 256; ++b)
-        all += char(b);
-    all += "  <x> ";
-    const QList<TranscriptEntry> entries{{true, all}, {false, "\x16\x16\x01TD01\x02 a b \x03"}};
-    QList<TranscriptEntry> back;
-    ASSERT_TRUE(
-        transcript::parse(transcript::format(entries, QStringLiteral("c\nd")), back, nullptr));
-    EXPECT_EQ(back, entries);
-    EXPECT_FALSE(transcript::parse("X <SYN>\n", back, nullptr));
-    EXPECT_FALSE(transcript::parse("D <SYX>\n", back, nullptr));
-}
-
 } // namespace
 } // namespace brovant::test

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/SerialLine.h"
+#include "support/QtPrinting.h"
 #include "transfer/SerialFrames.h"
 
 #include <QList>
@@ -12,12 +13,6 @@
 #include <vector>
 
 #include <ostream>
-
-// Bytes in failure messages as text with escapes, not as a list of chars.
-inline void PrintTo(const QByteArray& bytes, std::ostream* os)
-{
-    *os << '"' << bytes.toPercentEncoding(" !#$&'()*+,-./:;=?@[]^_`{|}~<>").constData() << '"';
-}
 
 namespace brovant::test {
 

@@ -4,6 +4,7 @@
 #include "platform/MessageDialogs.h"
 #include "platform/serial/SerialPort.h"
 #include "support/PseudoTerminal.h"
+#include "support/QtPrinting.h"
 #include "support/TempRoot.h"
 #include "tally/CaliperTelegram.h"
 
@@ -23,11 +24,6 @@
 #include <ctime>
 #include <functional>
 #include <random>
-
-inline void PrintTo(const QString& s, std::ostream* os)
-{
-    *os << '"' << s.toStdString() << '"';
-}
 
 namespace brovant {
 namespace {

@@ -1,6 +1,6 @@
 // Scripted far ends for the receivers of serial frames (the device's cable receive, the office
-// peer's receive) and the checks that hold for any script, however hostile. Header only: the
-// transfer tests, the tool tests and the libFuzzer targets all use it.
+// peer's receive) and the checks that hold for any script, however hostile. Header only: both
+// receivers' probes use it.
 //
 // A script is bytes: the first says how many bytes one read hands out at most (0: all there
 // are); the rest is what the far end sends, in turns separated by kTurnBreak. The first turn is
@@ -27,11 +27,6 @@
 namespace brovant::test {
 
 inline constexpr QByteArrayView kTurnBreak = "\xFE\xFF";
-
-inline QByteArray script(int chunk, const QList<QByteArray>& turns)
-{
-    return QByteArray(1, char(chunk)) + turns.join(kTurnBreak.toByteArray());
-}
 
 class ScriptedLine final : public SerialLine {
 public:

@@ -1,7 +1,7 @@
-#include "transfer/OfficeReceiveFuzzing.h"
+#include "fuzz/OfficeReceiveFuzzing.h"
 
+#include "fuzz/SerialScript.h"
 #include "platform/Clock.h"
-#include "transfer/SerialScript.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,4 +1,4 @@
-#include "tally/CaliperSentenceFuzzing.h"
+#include "fuzz/CaliperSentenceFuzzing.h"
 
 #include "masterdata/MasterTables.h"
 

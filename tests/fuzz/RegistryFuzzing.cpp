@@ -1,4 +1,4 @@
-#include "platform/RegistryFuzzing.h"
+#include "fuzz/RegistryFuzzing.h"
 
 #include <QDir>
 #include <QFile>

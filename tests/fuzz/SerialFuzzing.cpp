@@ -1,9 +1,9 @@
-#include "transfer/SerialFuzzing.h"
+#include "fuzz/SerialFuzzing.h"
 
+#include "fuzz/SerialScript.h"
 #include "platform/Clock.h"
 #include "platform/MessageDialogs.h"
 #include "transfer/PeerLine.h"
-#include "transfer/SerialScript.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,4 +1,4 @@
-#include "transfer/ListImportFuzzing.h"
+#include "fuzz/ListImportFuzzing.h"
 
 #include "data/Database.h"
 #include "data/Schema.h"

@@ -1,4 +1,4 @@
-#include "masterdata/ConfigImportFuzzing.h"
+#include "fuzz/ConfigImportFuzzing.h"
 
 #include "data/Schema.h"
 

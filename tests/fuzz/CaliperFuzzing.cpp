@@ -1,4 +1,4 @@
-#include "tally/CaliperFuzzing.h"
+#include "fuzz/CaliperFuzzing.h"
 
 namespace brovant::test {
 namespace {
