@@ -31,11 +31,11 @@ void brovantInitIconResources();
 namespace brovant {
 
 BrovantApp::BrovantApp(DeviceSession& session, AppState& state, Clock& clock)
-    : CNorvMFCApp(session, state, clock)
+    : ScreenStack(session, state, clock)
     , m_qtDialogs(std::make_unique<QtMessageDialogs>(mainWindow(), session.root(),
                                                      [this] {
-                                                         if (CNorvBaseDlg* active = GetActiveDlg())
-                                                             active->ShowFullScreen();
+                                                         if (Screen* active = activeScreen())
+                                                             active->bringToFront();
                                                      }))
     , m_lifecycle(std::make_unique<AppLifecycle>(session, state, clock, *m_qtDialogs, *this))
 {
@@ -59,7 +59,7 @@ BrovantApp::BrovantApp(DeviceSession& session, AppState& state, Clock& clock)
 BrovantApp::~BrovantApp()
 {
     shutdown();
-    CNorvMFCApp::destroyScreens();
+    ScreenStack::destroyScreens();
 }
 
 void BrovantApp::replaceMessages(MessageDialogs* dialogs)
@@ -96,8 +96,8 @@ void BrovantApp::secondStart()
     mainWindow()->show();
     mainWindow()->raise();
     mainWindow()->activateWindow();
-    if (CNorvBaseDlg* active = GetActiveDlg())
-        active->ShowFullScreen();
+    if (Screen* active = activeScreen())
+        active->bringToFront();
     // A link lost while the device slept comes back only when the port is opened again.
     m_caliper->restart([this](bool busy) { setWaitCursor(busy); });
 }
@@ -107,19 +107,19 @@ void BrovantApp::showMainMenu()
     if (!m_mainMenu)
         m_mainMenu = addScreen(std::make_unique<MainMenuDlg>(*this));
     showMainWindow();
-    m_mainMenu->ShowFullScreen();
+    m_mainMenu->bringToFront();
     m_mainMenu->updateClock();
 }
 
 void BrovantApp::setMainMenuActive(bool active)
 {
     if (!active) {
-        SetActiveDlg(nullptr);
+        setActiveScreen(nullptr);
         return;
     }
-    if (GetActiveDlg() == m_mainMenu)
+    if (activeScreen() == m_mainMenu)
         return;
-    SwitchToDialog(m_mainMenu, 0);
+    switchTo(m_mainMenu);
 }
 
 void BrovantApp::createScreens()
@@ -144,7 +144,7 @@ void BrovantApp::createScreens()
 void BrovantApp::destroyScreens()
 {
     m_mainMenu = nullptr;
-    CNorvMFCApp::destroyScreens();
+    ScreenStack::destroyScreens();
 }
 
 void BrovantApp::setWaitCursor(bool wait)
@@ -160,7 +160,7 @@ void BrovantApp::setWaitCursor(bool wait)
 
 void BrovantApp::repaint()
 {
-    if (CNorvBaseDlg* active = GetActiveDlg())
+    if (Screen* active = activeScreen())
         active->repaint();
     else if (m_mainMenu)
         m_mainMenu->repaint();

@@ -2,7 +2,7 @@
 // shutdown through AppLifecycle and answers a second start by bringing the active screen back.
 #pragma once
 
-#include "app/CNorvMFCApp.h"
+#include "app/ScreenStack.h"
 #include "workflow/AppLifecycle.h"
 
 #include <memory>
@@ -16,7 +16,7 @@ class MainMenuDlg;
 class QtMessageDialogs;
 class TransferChannels;
 
-class BrovantApp : public CNorvMFCApp, public ScreenHost {
+class BrovantApp : public ScreenStack, public ScreenHost {
     Q_OBJECT
 public:
     BrovantApp(DeviceSession& session, AppState& state, Clock& clock);

@@ -1,9 +1,9 @@
 #include "app/CableSettingsDlg.h"
 
-#include "app/CNorvMFCApp.h"
 #include "app/KeyTables.h"
-#include "workflow/AppState.h"
+#include "app/ScreenStack.h"
 #include "masterdata/DeviceSession.h"
+#include "workflow/AppState.h"
 
 #include <QComboBox>
 #include <QLabel>
@@ -17,13 +17,13 @@ constexpr int kRowHeight = 30;
 
 } // namespace
 
-CableSettingsDlg::CableSettingsDlg(CNorvMFCApp& app)
-    : CNorvKeybDlg(app, QStringLiteral("cableSettings"))
+CableSettingsDlg::CableSettingsDlg(ScreenStack& app)
+    : KeypadScreen(app, QStringLiteral("cableSettings"))
     , m_logic(app.session().store(), app.state().tables)
 {
 }
 
-void CableSettingsDlg::OnInitDialog()
+void CableSettingsDlg::setUp()
 {
     addTitle(QStringLiteral("Einstellungen - Kabel"), 4, 20);
     setStyleSheet(QStringLiteral("QComboBox QAbstractItemView::item { min-height: 26px; }"));
@@ -58,10 +58,10 @@ void CableSettingsDlg::OnInitDialog()
     }
     connect(m_port, &QComboBox::currentIndexChanged, this, &CableSettingsDlg::showSerialFields);
 
-    SetKeyboard(new CNorvKeyboard(keys::kBottomBarArea, keys::bottomBar(0, false)));
+    addKeyboard(new OnScreenKeyboard(keys::kBottomBarArea, keys::bottomBar(0, false)));
 }
 
-void CableSettingsDlg::InitDialog()
+void CableSettingsDlg::enter()
 {
     const CableEntries stored = m_logic.read();
     m_port->setCurrentIndex(stored.portEntry);
@@ -87,24 +87,24 @@ void CableSettingsDlg::showSerialFields()
     }
 }
 
-void CableSettingsDlg::OnOK()
+void CableSettingsDlg::onOk()
 {
     m_logic.confirm(shown());
     returnToCommunication();
 }
 
-void CableSettingsDlg::OnCancel()
+void CableSettingsDlg::onCancel()
 {
     returnToCommunication();
 }
 
 void CableSettingsDlg::returnToCommunication()
 {
-    CNorvBaseDlg* target = app().findScreen(QStringLiteral("printerSettings"));
+    Screen* target = app().findScreen(QStringLiteral("printerSettings"));
     if (!target)
-        target = GetPrevDlg();
+        target = previousScreen();
     if (target && target != this)
-        app().SwitchToDialog(target, 0);
+        app().switchTo(target);
 }
 
 } // namespace brovant

@@ -1,12 +1,12 @@
 #include "app/DemoTour.h"
 
 #include "app/BrovantApp.h"
-#include "app/CNorvKeyboard.h"
 #include "app/ConfigurationDlg.h"
 #include "app/DistributionDlg.h"
 #include "app/ListHeaderDlg.h"
 #include "app/ListSelectionDlg.h"
 #include "app/MainMenuDlg.h"
+#include "app/OnScreenKeyboard.h"
 #include "app/PrinterSettingsDlg.h"
 #include "app/QtMessageDialogs.h"
 #include "app/RegionDlg.h"
@@ -16,8 +16,6 @@
 #include "app/TallyDlg.h"
 #include "app/TariffAssignmentDlg.h"
 #include "app/TotalsDlg.h"
-#include "workflow/AppState.h"
-#include "workflow/ListSelectionLogic.h"
 #include "data/Dataset.h"
 #include "data/Schema.h"
 #include "evaluation/Reports.h"
@@ -25,6 +23,8 @@
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
 #include "tally/Lookup.h"
+#include "workflow/AppState.h"
+#include "workflow/ListSelectionLogic.h"
 
 #include <QApplication>
 #include <QComboBox>
@@ -173,20 +173,20 @@ private:
 };
 
 // Clicks the key of that object name on the screen's shown keyboard, as a finger would.
-void press(CNorvKeybDlg* screen, const QString& key)
+void press(KeypadScreen* screen, const QString& key)
 {
-    if (auto* found = screen->keyboard()->findChild<CNorvKey*>(key))
+    if (auto* found = screen->keyboard()->findChild<KeyButton*>(key))
         found->click();
 }
 
-void type(CNorvKeybDlg* screen, const QString& text)
+void type(KeypadScreen* screen, const QString& text)
 {
     for (const QChar c : text)
         press(screen, QStringLiteral("char_") + c);
 }
 
 // The three configuration pages, then a modem entry typed on the soft keys and confirmed.
-void tourConfiguration(CNorvMFCApp& app, Camera& camera)
+void tourConfiguration(ScreenStack& app, Camera& camera)
 {
     auto* config = qobject_cast<ConfigurationDlg*>(app.findScreen(QStringLiteral("configuration")));
     if (!config)
@@ -199,34 +199,34 @@ void tourConfiguration(CNorvMFCApp& app, Camera& camera)
     }
     config->findChild<QAbstractButton*>(QStringLiteral("pageModem"))->click();
     type(config, QStringLiteral("BÜRO"));
-    press(config, QStringLiteral("key%1").arg(CNorvKeybDlg::kNextField));
-    press(config, QStringLiteral("key%1").arg(CNorvKeybDlg::kZiff));
+    press(config, QStringLiteral("key%1").arg(KeypadScreen::kNextField));
+    press(config, QStringLiteral("key%1").arg(KeypadScreen::kZiff));
     type(config, QStringLiteral("07612345"));
     camera.take(QStringLiteral("Konfiguration Modem Ziffern"));
-    press(config, QStringLiteral("key%1").arg(CNorvKeybDlg::kEnter));
+    press(config, QStringLiteral("key%1").arg(KeypadScreen::kEnter));
 }
 
 // The system information, reached with the main menu's key, and back.
 void tourSystemInfo(BrovantApp& app, Camera& camera)
 {
     press(app.mainMenu(), QStringLiteral("key%1").arg(MainMenuDlg::kSystemInfo));
-    auto* info = qobject_cast<CNorvKeybDlg*>(app.findScreen(QStringLiteral("systemInfo")));
-    if (!info || app.GetActiveDlg() != info)
+    auto* info = qobject_cast<KeypadScreen*>(app.findScreen(QStringLiteral("systemInfo")));
+    if (!info || app.activeScreen() != info)
         return;
     camera.take(QStringLiteral("Systeminfo"));
-    press(info, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
+    press(info, QStringLiteral("key%1").arg(Screen::kCancel));
 }
 
 // The assignments of all regions; region, species and tariff picked from the list keyboards make a
 // combination that exists already, so saving is refused. Then back.
-void tourTariffAssignment(CNorvMFCApp& app, Camera& camera)
+void tourTariffAssignment(ScreenStack& app, Camera& camera)
 {
     auto* screen =
         qobject_cast<TariffAssignmentDlg*>(app.findScreen(QStringLiteral("tariffAssignment")));
     if (!screen)
         return;
     const auto pick = [screen](const QString& code) {
-        CNorvKeyboard* list = screen->keyboard();
+        OnScreenKeyboard* list = screen->keyboard();
         for (int page = 0; page < list->pageCount(); ++page) {
             list->showPage(page);
             for (int i = 0; i < list->keyCount(); ++i) {
@@ -239,31 +239,31 @@ void tourTariffAssignment(CNorvMFCApp& app, Camera& camera)
     };
     screen->openAll();
     camera.take(QStringLiteral("Tarif-Zuordnung"));
-    screen->findChild<CNorvKey*>(QStringLiteral("key%1").arg(TariffAssignmentDlg::kRegionKeys))
+    screen->findChild<KeyButton*>(QStringLiteral("key%1").arg(TariffAssignmentDlg::kRegionKeys))
         ->click();
     pick(QStringLiteral("WR01"));
     pick(QStringLiteral("FI"));
     camera.take(QStringLiteral("Tarif-Zuordnung Tarifliste"));
     pick(QStringLiteral("FI01"));
-    screen->findChild<CNorvKey*>(QStringLiteral("key%1").arg(TariffAssignmentDlg::kSave))->click();
-    press(screen, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
+    screen->findChild<KeyButton*>(QStringLiteral("key%1").arg(TariffAssignmentDlg::kSave))->click();
+    press(screen, QStringLiteral("key%1").arg(Screen::kCancel));
 }
 
 // Characters from the letter or digit keyboard, switching with "Ziff" until the key is shown.
-void typeAny(CNorvKeybDlg* screen, const QString& text)
+void typeAny(KeypadScreen* screen, const QString& text)
 {
     for (const QChar c : text) {
         const QString key = QStringLiteral("char_") + c;
-        for (int tries = 0; tries < 3 && !screen->keyboard()->findChild<CNorvKey*>(key); ++tries)
-            press(screen, QStringLiteral("key%1").arg(CNorvKeybDlg::kZiff));
+        for (int tries = 0; tries < 3 && !screen->keyboard()->findChild<KeyButton*>(key); ++tries)
+            press(screen, QStringLiteral("key%1").arg(KeypadScreen::kZiff));
         press(screen, key);
     }
 }
 
 // The entry of the list keyboard shown now, turning its pages.
-void pickEntry(CNorvKeybDlg* screen, const QString& text)
+void pickEntry(KeypadScreen* screen, const QString& text)
 {
-    CNorvKeyboard* list = screen->keyboard();
+    OnScreenKeyboard* list = screen->keyboard();
     for (int page = 0; page < list->pageCount(); ++page) {
         list->showPage(page);
         for (int i = 0; i < list->keyCount(); ++i) {
@@ -283,22 +283,22 @@ void tourNewList(BrovantApp& app, Camera& camera, TourDialogs& dialogs)
 {
     press(app.mainMenu(), QStringLiteral("key%1").arg(MainMenuDlg::kNewList));
     auto* header = qobject_cast<ListHeaderDlg*>(app.findScreen(QStringLiteral("listHeader")));
-    if (!header || app.GetActiveDlg() != header)
+    if (!header || app.activeScreen() != header)
         return;
-    const QString next = QStringLiteral("key%1").arg(CNorvKeybDlg::kNextField);
-    const QString enter = QStringLiteral("key%1").arg(CNorvKeybDlg::kEnter);
+    const QString next = QStringLiteral("key%1").arg(KeypadScreen::kNextField);
+    const QString enter = QStringLiteral("key%1").arg(KeypadScreen::kEnter);
     camera.take(QStringLiteral("Liste anlegen Seite 1"));
     typeAny(header, QStringLiteral("HIEB01"));
     press(header, next);
     typeAny(header, QStringLiteral("NORDHANG"));
     for (int field = 0; field < 3; ++field)
         press(header, next);
-    press(header, QStringLiteral("key%1").arg(CNorvKeybDlg::kZiff));
+    press(header, QStringLiteral("key%1").arg(KeypadScreen::kZiff));
     typeAny(header, QStringLiteral("WR9"));
     dialogs.answerNext(2); // "Abbruch"
     press(header, enter);
     header->findChild<QLineEdit*>(QStringLiteral("REGION_A"))->clear();
-    press(header, QStringLiteral("key%1").arg(CNorvKeybDlg::kZiff));
+    press(header, QStringLiteral("key%1").arg(KeypadScreen::kZiff));
     camera.take(QStringLiteral("Liste anlegen Wuchsregionen"));
     pickEntry(header, QStringLiteral("WR01"));
     press(header, enter);
@@ -320,22 +320,22 @@ void tourNewList(BrovantApp& app, Camera& camera, TourDialogs& dialogs)
     press(header, next);
     camera.take(QStringLiteral("Liste anlegen Seite 9"));
     press(header, enter); // "Es wurden nicht alle Pflicht-Kopfdaten eingegeben!"
-    press(header, QStringLiteral("key%1").arg(CNorvKeybDlg::kPreviousField));
-    press(header, QStringLiteral("key%1").arg(CNorvKeybDlg::kPreviousField));
+    press(header, QStringLiteral("key%1").arg(KeypadScreen::kPreviousField));
+    press(header, QStringLiteral("key%1").arg(KeypadScreen::kPreviousField));
     header->findChild<QLineEdit*>(QStringLiteral("KOPF12_A"))->setFocus(Qt::MouseFocusReason);
     pickEntry(header, QStringLiteral("Max Mustermann"));
     camera.take(QStringLiteral("Liste anlegen Seite 7"));
     for (int page = 7; page <= 9; ++page)
         press(header, enter);
 
-    auto* info = qobject_cast<CNorvKeybDlg*>(app.findScreen(QStringLiteral("listInfo")));
+    auto* info = qobject_cast<KeypadScreen*>(app.findScreen(QStringLiteral("listInfo")));
     if (!info)
         return;
-    app.SwitchToDialog(info, 0);
+    app.switchTo(info);
     camera.take(QStringLiteral("Listeninformation"));
-    press(info, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
-    if (app.GetActiveDlg() != app.mainMenu())
-        app.SwitchToDialog(app.mainMenu(), 0);
+    press(info, QStringLiteral("key%1").arg(Screen::kCancel));
+    if (app.activeScreen() != app.mainMenu())
+        app.switchTo(app.mainMenu());
 }
 
 // Two more lists beside whatever the device holds, written the way a finished header is stored.
@@ -365,13 +365,13 @@ void addTourLists(DeviceSession& session)
 // question (answered "NEIN") and the model list question (answered "Ja"), then back.
 // From the main menu to the list selection, the list whose name starts with `name` selected,
 // `tab` shown and `key` pressed: the screen that key opened, or null where a step failed.
-CNorvBaseDlg* fromListSelection(BrovantApp& app, const QString& name, int tab, int key)
+Screen* fromListSelection(BrovantApp& app, const QString& name, int tab, int key)
 {
-    if (app.GetActiveDlg() != app.mainMenu())
-        app.SwitchToDialog(app.mainMenu(), 0);
+    if (app.activeScreen() != app.mainMenu())
+        app.switchTo(app.mainMenu());
     press(app.mainMenu(), QStringLiteral("key%1").arg(MainMenuDlg::kSelectList));
     auto* lists = qobject_cast<ListSelectionDlg*>(app.findScreen(QStringLiteral("listSelection")));
-    if (!lists || app.GetActiveDlg() != lists)
+    if (!lists || app.activeScreen() != lists)
         return nullptr;
     const auto found = lists->listView()->findItems(name, Qt::MatchStartsWith, 0);
     if (found.isEmpty())
@@ -379,26 +379,26 @@ CNorvBaseDlg* fromListSelection(BrovantApp& app, const QString& name, int tab, i
     lists->listView()->setCurrentItem(found.first());
     lists->showTab(tab);
     press(lists, QStringLiteral("key%1").arg(key));
-    CNorvBaseDlg* opened = app.GetActiveDlg();
+    Screen* opened = app.activeScreen();
     return opened == lists ? nullptr : opened;
 }
 
 // Back from the list selection to the main menu, where the tour left it open.
 void backFromListSelection(BrovantApp& app)
 {
-    CNorvBaseDlg* lists = app.findScreen(QStringLiteral("listSelection"));
-    if (auto* screen = qobject_cast<CNorvKeybDlg*>(lists); screen && app.GetActiveDlg() == lists)
-        press(screen, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
+    Screen* lists = app.findScreen(QStringLiteral("listSelection"));
+    if (auto* screen = qobject_cast<KeypadScreen*>(lists); screen && app.activeScreen() == lists)
+        press(screen, QStringLiteral("key%1").arg(Screen::kCancel));
 }
 
 void tourListSelection(BrovantApp& app, Camera& camera, TourDialogs& dialogs)
 {
-    if (app.GetActiveDlg() != app.mainMenu())
-        app.SwitchToDialog(app.mainMenu(), 0);
+    if (app.activeScreen() != app.mainMenu())
+        app.switchTo(app.mainMenu());
     addTourLists(app.session());
     press(app.mainMenu(), QStringLiteral("key%1").arg(MainMenuDlg::kSelectList));
     auto* screen = qobject_cast<ListSelectionDlg*>(app.findScreen(QStringLiteral("listSelection")));
-    if (!screen || app.GetActiveDlg() != screen)
+    if (!screen || app.activeScreen() != screen)
         return;
     const char* tabs[] = {"Holzaufnahme", "Auswertung", "DÜ"};
     for (int tab = 0; tab < 3; ++tab) {
@@ -416,7 +416,7 @@ void tourListSelection(BrovantApp& app, Camera& camera, TourDialogs& dialogs)
     dialogs.answerNext(1); // "Ja"
     press(screen, QStringLiteral("key%1").arg(ListSelectionDlg::kModel));
     camera.take(QStringLiteral("Listenauswahl Modell-Liste"));
-    press(screen, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
+    press(screen, QStringLiteral("key%1").arg(Screen::kCancel));
 }
 
 // The regions of "SUED02" from the list selection's "Region": one picked from the master regions,
@@ -427,7 +427,7 @@ void tourRegion(BrovantApp& app, Camera& camera)
         app, QStringLiteral("SUED02"), ListSelectionDlg::TallyTab, ListSelectionDlg::kRegion));
     if (!regions)
         return;
-    CNorvKeyboard* list = regions->keyboard();
+    OnScreenKeyboard* list = regions->keyboard();
     for (int i = 0; i < list->keyCount(); ++i) {
         if (list->key(i)->def().commandId == RegionDlg::kRegionEntry
             && list->key(i)->caption() == QLatin1StringView("WR01")) {
@@ -436,14 +436,14 @@ void tourRegion(BrovantApp& app, Camera& camera)
         }
     }
     camera.take(QStringLiteral("Wuchsregionen"));
-    press(regions, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
+    press(regions, QStringLiteral("key%1").arg(Screen::kCancel));
     backFromListSelection(app);
 }
 
 // The key showing `caption` on the keyboard shown now, turning its pages.
-void pickCaption(CNorvKeybDlg* screen, const QString& caption)
+void pickCaption(KeypadScreen* screen, const QString& caption)
 {
-    CNorvKeyboard* keys = screen->keyboard();
+    OnScreenKeyboard* keys = screen->keyboard();
     for (int page = 0; page < keys->pageCount(); ++page) {
         keys->showPage(page);
         for (int i = 0; i < keys->keyCount(); ++i) {
@@ -460,12 +460,12 @@ void pickCaption(CNorvKeybDlg* screen, const QString& caption)
 // 12, another for the caliper's key 8); the totals; then back to the list selection.
 void tourTally(BrovantApp& app, Camera& camera)
 {
-    if (app.GetActiveDlg() != app.mainMenu())
-        app.SwitchToDialog(app.mainMenu(), 0);
+    if (app.activeScreen() != app.mainMenu())
+        app.switchTo(app.mainMenu());
     press(app.mainMenu(), QStringLiteral("key%1").arg(MainMenuDlg::kSelectList));
     auto* lists = qobject_cast<ListSelectionDlg*>(app.findScreen(QStringLiteral("listSelection")));
     auto* tally = qobject_cast<TallyDlg*>(app.findScreen(QStringLiteral("tally")));
-    if (!lists || !tally || app.GetActiveDlg() != lists)
+    if (!lists || !tally || app.activeScreen() != lists)
         return;
     QTreeWidget* view = lists->listView();
     const auto found = view->findItems(QStringLiteral("SUED02"), Qt::MatchStartsWith, 0);
@@ -474,11 +474,11 @@ void tourTally(BrovantApp& app, Camera& camera)
     view->setCurrentItem(found.first());
     lists->showTab(ListSelectionDlg::TallyTab);
     press(lists, QStringLiteral("key%1").arg(ListSelectionDlg::kTally));
-    if (app.GetActiveDlg() != tally)
+    if (app.activeScreen() != tally)
         return;
     camera.take(QStringLiteral("Holzaufnahme"));
 
-    const QString enter = QStringLiteral("key%1").arg(CNorvKeybDlg::kEnter);
+    const QString enter = QStringLiteral("key%1").arg(KeypadScreen::kEnter);
     press(tally, enter); // nothing entered yet: "Holzart fehlt !!!"
     camera.take(QStringLiteral("Holzaufnahme Holzarten"));
     pickCaption(tally, QStringLiteral("BU"));
@@ -489,7 +489,7 @@ void tourTally(BrovantApp& app, Camera& camera)
         press(tally, enter);
     }
     // Back over the class to the count; Enter leads on through the class to the diameter.
-    const QString previous = QStringLiteral("key%1").arg(CNorvKeybDlg::kPreviousField);
+    const QString previous = QStringLiteral("key%1").arg(KeypadScreen::kPreviousField);
     press(tally, previous);
     press(tally, previous);
     type(tally, QStringLiteral("3"));
@@ -508,7 +508,7 @@ void tourTally(BrovantApp& app, Camera& camera)
 
     press(tally, QStringLiteral("key%1").arg(TallyDlg::kSpeciesSetup));
     auto* species = qobject_cast<SpeciesSelectionDlg*>(app.findScreen(QStringLiteral("species")));
-    if (species && app.GetActiveDlg() == species) {
+    if (species && app.activeScreen() == species) {
         camera.take(QStringLiteral("Einstellung der Holzart"));
         press(species, QStringLiteral("key%1").arg(SpeciesSelectionDlg::kLetters));
         type(species, QStringLiteral("KIR"));
@@ -520,19 +520,19 @@ void tourTally(BrovantApp& app, Camera& camera)
         press(species, enter);
         press(species, QStringLiteral("key%1").arg(SpeciesSelectionDlg::kCaliperKey));
         camera.take(QStringLiteral("Einstellung der Holzart HA12 und Kluppe"));
-        press(species, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
+        press(species, QStringLiteral("key%1").arg(Screen::kCancel));
     }
-    if (app.GetActiveDlg() != tally)
+    if (app.activeScreen() != tally)
         return;
     press(tally, QStringLiteral("key%1").arg(TallyDlg::kEtc));
     press(tally, QStringLiteral("key%1").arg(TallyDlg::kEval));
-    if (CNorvBaseDlg* totals = app.findScreen(QStringLiteral("totals"));
-        totals && app.GetActiveDlg() == totals) {
+    if (Screen* totals = app.findScreen(QStringLiteral("totals"));
+        totals && app.activeScreen() == totals) {
         camera.take(QStringLiteral("Gesamtsumme"));
-        totals->OnCommand(CNorvBaseDlg::IDCANCEL);
+        totals->onCommand(Screen::kCancel);
     }
-    if (app.GetActiveDlg() == tally)
-        press(tally, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
+    if (app.activeScreen() == tally)
+        press(tally, QStringLiteral("key%1").arg(Screen::kCancel));
 }
 
 // A mixed stand in "EICHE03", saved as the tally saves trees (class and volume from the master
@@ -589,13 +589,12 @@ void tourReports(BrovantApp& app, Camera& camera)
     camera.take(QStringLiteral("Gesamtsumme Eichenwertholz"));
     press(totals, QStringLiteral("key%1").arg(TotalsDlg::kDistribution));
     if (auto* chart = app.findScreen(QStringLiteral("distribution"));
-        chart && app.GetActiveDlg() == chart) {
+        chart && app.activeScreen() == chart) {
         camera.take(QStringLiteral("Durchmesserverteilung alle"));
-        press(static_cast<CNorvKeybDlg*>(chart),
+        press(static_cast<KeypadScreen*>(chart),
               QStringLiteral("key%1").arg(DistributionDlg::kNextSpecies));
         camera.take(QStringLiteral("Durchmesserverteilung Holzart"));
-        press(static_cast<CNorvKeybDlg*>(chart),
-              QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
+        press(static_cast<KeypadScreen*>(chart), QStringLiteral("key%1").arg(Screen::kCancel));
     }
 
     // "Ausdruck" writes the listing into the printer path; its pages as the paper shows them.
@@ -616,7 +615,7 @@ void tourReports(BrovantApp& app, Camera& camera)
             camera.keep(image, QStringLiteral("Ausdruck Seite %1").arg(i + 1));
         }
     }
-    press(totals, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
+    press(totals, QStringLiteral("key%1").arg(Screen::kCancel));
     backFromListSelection(app);
 }
 
@@ -627,8 +626,8 @@ void tourReports(BrovantApp& app, Camera& camera)
 // (left with "Abbruch").
 void tourSettings(BrovantApp& app, Camera& camera, TourDialogs& dialogs)
 {
-    app.mainMenu()->OnCommand(MainMenuDlg::kSettings);
-    auto* settings = qobject_cast<SettingsDlg*>(app.GetActiveDlg());
+    app.mainMenu()->onCommand(MainMenuDlg::kSettings);
+    auto* settings = qobject_cast<SettingsDlg*>(app.activeScreen());
     if (!settings)
         return;
     const char* tabs[] = {"Funktionen", "Konfiguration", "Einstellungen"};
@@ -639,20 +638,20 @@ void tourSettings(BrovantApp& app, Camera& camera, TourDialogs& dialogs)
     settings->showTab(0);
     dialogs.answerNext(MessageDialogs::Yes);
     dialogs.answerNext(MessageDialogs::Yes); // the left "NEIN"
-    settings->OnCommand(SettingsDlg::kDeleteAll);
+    settings->onCommand(SettingsDlg::kDeleteAll);
     dialogs.answerNext(MessageDialogs::No);
-    settings->OnCommand(SettingsDlg::kReset);
+    settings->onCommand(SettingsDlg::kReset);
     dialogs.answerNext(MessageDialogs::Yes);
-    settings->OnCommand(SettingsDlg::kBackup);
+    settings->onCommand(SettingsDlg::kBackup);
     RestoreDlg::setRunner([&camera](RestoreDlg& dialog) {
         dialog.show();
         camera.take(dialog.windowTitle(), &dialog, QPoint(0, 0));
         dialog.findChild<QPushButton*>(QStringLiteral("button%1").arg(RestoreDlg::kCancel))
             ->click();
     });
-    settings->OnCommand(SettingsDlg::kRestore);
+    settings->onCommand(SettingsDlg::kRestore);
     RestoreDlg::setRunner({});
-    settings->OnCommand(CNorvBaseDlg::IDCANCEL);
+    settings->onCommand(Screen::kCancel);
 }
 
 namespace {
@@ -661,15 +660,15 @@ namespace {
 // cable settings on ActiveSync and on a serial port, both left with the back key.
 void tourCommunication(BrovantApp& app, Camera& camera)
 {
-    app.mainMenu()->OnCommand(MainMenuDlg::kSettings);
-    auto* settings = qobject_cast<SettingsDlg*>(app.GetActiveDlg());
+    app.mainMenu()->onCommand(MainMenuDlg::kSettings);
+    auto* settings = qobject_cast<SettingsDlg*>(app.activeScreen());
     if (!settings)
         return;
     settings->showTab(1);
-    settings->OnCommand(SettingsDlg::kCommunication);
-    auto* screen = qobject_cast<PrinterSettingsDlg*>(app.GetActiveDlg());
+    settings->onCommand(SettingsDlg::kCommunication);
+    auto* screen = qobject_cast<PrinterSettingsDlg*>(app.activeScreen());
     if (!screen) {
-        settings->OnCommand(CNorvBaseDlg::IDCANCEL);
+        settings->onCommand(Screen::kCancel);
         return;
     }
     camera.take(QStringLiteral("Kommunikation Uebertragung"));
@@ -680,14 +679,14 @@ void tourCommunication(BrovantApp& app, Camera& camera)
     camera.take(QStringLiteral("Kommunikation Drucker"));
     screen->showTab(PrinterSettingsDlg::TransferTab);
     screen->findChild<QAbstractButton*>(QStringLiteral("cable"))->click();
-    if (auto* cable = qobject_cast<CNorvKeybDlg*>(app.GetActiveDlg()); cable && cable != screen) {
+    if (auto* cable = qobject_cast<KeypadScreen*>(app.activeScreen()); cable && cable != screen) {
         camera.take(QStringLiteral("Einstellungen Kabel ActiveSync"));
         cable->findChild<QComboBox*>(QStringLiteral("port"))->setCurrentIndex(0);
         camera.take(QStringLiteral("Einstellungen Kabel COM1"));
-        press(cable, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
+        press(cable, QStringLiteral("key%1").arg(Screen::kCancel));
     }
-    press(screen, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
-    settings->OnCommand(CNorvBaseDlg::IDCANCEL);
+    press(screen, QStringLiteral("key%1").arg(Screen::kCancel));
+    settings->onCommand(Screen::kCancel);
 }
 
 } // namespace
@@ -714,8 +713,8 @@ int runDemoTour(const QString& rootDir, const QString& outDir)
     TourDialogs dialogs(
         app.mainWindow(), session.root(),
         [&app] {
-            if (CNorvBaseDlg* active = app.GetActiveDlg())
-                active->ShowFullScreen();
+            if (Screen* active = app.activeScreen())
+                active->bringToFront();
         },
         camera);
     app.replaceMessages(&dialogs);
@@ -725,10 +724,10 @@ int runDemoTour(const QString& rootDir, const QString& outDir)
     MainMenuDlg* menu = app.mainMenu();
     camera.take(QStringLiteral("Hauptmenue"));
     if (!session.configurationLoaded())
-        menu->OnCommand(MainMenuDlg::kNewList);
+        menu->onCommand(MainMenuDlg::kNewList);
     tourConfiguration(app, camera);
     dialogs.answerNext(MessageDialogs::No);
-    menu->OnCommand(CNorvBaseDlg::IDCANCEL);
+    menu->onCommand(Screen::kCancel);
     tourSystemInfo(app, camera);
     tourTariffAssignment(app, camera);
     tourNewList(app, camera, dialogs);

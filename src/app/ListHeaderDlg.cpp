@@ -1,13 +1,13 @@
 #include "app/ListHeaderDlg.h"
 
-#include "app/CNorvMFCApp.h"
 #include "app/KeyTables.h"
+#include "app/ScreenStack.h"
 #include "app/TariffAssignmentDlg.h"
-#include "workflow/AppLifecycle.h"
-#include "workflow/AppState.h"
 #include "data/Schema.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/MessageDialogs.h"
+#include "workflow/AppLifecycle.h"
+#include "workflow/AppState.h"
 
 #include <QApplication>
 #include <QFontMetrics>
@@ -37,7 +37,7 @@ std::vector<KeyDef> choiceKeys(int columns)
     std::vector<KeyDef> keys = keys::codeList(ListHeaderDlg::kChoiceEntry, columns, 6);
     for (KeyDef& key : keys) {
         if (key.commandId == 0 && key.bitmap == 129)
-            key.commandId = CNorvKeybDlg::kZiff;
+            key.commandId = KeypadScreen::kZiff;
     }
     return keys;
 }
@@ -53,20 +53,20 @@ QLabel* makeLabel(QWidget* parent, const QString& field, const QRect& place)
 
 } // namespace
 
-ListHeaderDlg::ListHeaderDlg(CNorvMFCApp& app)
-    : CNorvDBDialog(app, QStringLiteral("listHeader"), schema::Kopfdaten)
+ListHeaderDlg::ListHeaderDlg(ScreenStack& app)
+    : RecordScreen(app, QStringLiteral("listHeader"), schema::Kopfdaten)
     , m_logic(dataset(), app.session().store(), app.state(), app.clock(), app.messages())
 {
 }
 
-void ListHeaderDlg::OnInitDialog()
+void ListHeaderDlg::setUp()
 {
-    SetKeyboard(new CNorvKeyboard(keys::kFullArea, keys::letters()));
-    SetKeyboard(new CNorvKeyboard(keys::kFullArea, keys::digits()));
+    addKeyboard(new OnScreenKeyboard(keys::kFullArea, keys::letters()));
+    addKeyboard(new OnScreenKeyboard(keys::kFullArea, keys::digits()));
     for (size_t i = 0; i < m_choiceKeys.size(); ++i) {
-        m_choiceKeys[i] = new CNorvKeyboard(keys::kFullArea, choiceKeys(i == 0 ? 2 : 1));
-        SetKeyboard(m_choiceKeys[i]);
-        connect(m_choiceKeys[i], &CNorvKeyboard::entryChosen, this,
+        m_choiceKeys[i] = new OnScreenKeyboard(keys::kFullArea, choiceKeys(i == 0 ? 2 : 1));
+        addKeyboard(m_choiceKeys[i]);
+        connect(m_choiceKeys[i], &OnScreenKeyboard::entryChosen, this,
                 [this](int, int, const QString& text) { choiceTaken(text); });
     }
 
@@ -83,12 +83,12 @@ void ListHeaderDlg::OnInitDialog()
     m_pageNumber = new QLabel(this);
     m_pageNumber->setObjectName(QStringLiteral("pageNumber"));
     m_pageNumber->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-    m_pageNumber->setGeometry(CNorvMFCApp::kScreenWidth - 44, 1, 40, kTitleHeight);
+    m_pageNumber->setGeometry(ScreenStack::kScreenWidth - 44, 1, 40, kTitleHeight);
 
     for (int page = 1; page <= ListHeaderLogic::kPages; ++page) {
         auto* container = new QWidget(this);
         container->setObjectName(QStringLiteral("page%1").arg(page));
-        container->setGeometry(0, kPagesTop, CNorvMFCApp::kScreenWidth,
+        container->setGeometry(0, kPagesTop, ScreenStack::kScreenWidth,
                                keys::kFullArea.top() - kPagesTop);
         if (page == 1)
             buildFirstPage(container);
@@ -122,7 +122,7 @@ void ListHeaderDlg::buildFirstPage(QWidget* page)
 
 void ListHeaderDlg::buildFreePage(int page, QWidget* container)
 {
-    const int width = CNorvMFCApp::kScreenWidth - 2 * kMargin;
+    const int width = ScreenStack::kScreenWidth - 2 * kMargin;
     for (int i = 0; i < 2; ++i) {
         const int field = ListHeaderLogic::firstFieldOf(page) + i;
         const QString name = ListHeaderLogic::freeFieldName(field);
@@ -151,7 +151,7 @@ void ListHeaderDlg::refreshLabels()
     }
     labelWidth = std::min(labelWidth, kMaxLabelWidth);
     const int editLeft = kMargin + labelWidth + 2 * kMargin;
-    const int editWidth = CNorvMFCApp::kScreenWidth - kMargin - editLeft;
+    const int editWidth = ScreenStack::kScreenWidth - kMargin - editLeft;
     for (QLabel* label : m_pages[0]->findChildren<QLabel*>()) {
         label->resize(labelWidth, kEditHeight);
         auto* edit = qobject_cast<QLineEdit*>(label->buddy());
@@ -172,15 +172,15 @@ void ListHeaderDlg::openNew(const QString& presetName)
 {
     m_preset = presetName;
     app().state().currentList = -1;
-    Activate();
+    activate();
 }
 
 void ListHeaderDlg::openExisting()
 {
-    Activate();
+    activate();
 }
 
-void ListHeaderDlg::InitDialog()
+void ListHeaderDlg::enter()
 {
     refreshLabels();
     AppState& state = app().state();
@@ -198,7 +198,7 @@ void ListHeaderDlg::InitDialog()
                                                : QString());
     // Shown before the page is set up: a hidden field cannot take the focus, and the question
     // about the model list is asked over the new, empty page.
-    ShowFullScreen();
+    bringToFront();
     showPage();
     if (fresh && m_logic.offerModel())
         showPage();
@@ -246,7 +246,7 @@ void ListHeaderDlg::fieldFocused(QLineEdit* edit)
     m_choiceIndex = -1;
     if (!choices.isEmpty()) {
         // Two columns when every entry fits on its key in one line, as the key draws it.
-        const CNorvKey* narrow = m_choiceKeys[0]->keyFor(kChoiceEntry);
+        const KeyButton* narrow = m_choiceKeys[0]->keyFor(kChoiceEntry);
         QFont font = narrow->font();
         font.setPixelSize(std::clamp(narrow->height() / 2, 9, 14));
         const QFontMetrics metrics(font);
@@ -291,7 +291,7 @@ void ListHeaderDlg::turnPage(bool down)
         showPage();
 }
 
-void ListHeaderDlg::OnCommand(int id)
+void ListHeaderDlg::onCommand(int id)
 {
     switch (id) {
     case kPreviousField:
@@ -299,7 +299,7 @@ void ListHeaderDlg::OnCommand(int id)
         // Page 1 is left only by Enter, so its checks always run; there the keys move between
         // its fields.
         if (m_logic.page() == 1)
-            CNorvDBDialog::OnCommand(id);
+            RecordScreen::onCommand(id);
         else
             turnPage(id == kNextField);
         return;
@@ -309,11 +309,11 @@ void ListHeaderDlg::OnCommand(int id)
     case kChoiceEntry:
         return; // taken by choiceTaken
     default:
-        CNorvDBDialog::OnCommand(id);
+        RecordScreen::onCommand(id);
     }
 }
 
-void ListHeaderDlg::OnOK()
+void ListHeaderDlg::onOk()
 {
     storeFields();
     // Copying the model list's trees may take a while.
@@ -345,7 +345,7 @@ void ListHeaderDlg::OnOK()
     }
 }
 
-void ListHeaderDlg::OnCancel()
+void ListHeaderDlg::onCancel()
 {
     // Back leaves without writing the page shown; pages left with Enter are written already.
     toListSelection();
@@ -355,27 +355,27 @@ void ListHeaderDlg::keyPressEvent(QKeyEvent* event)
 {
     switch (event->key()) {
     case Qt::Key_Up:
-        OnCommand(kPreviousField);
+        onCommand(kPreviousField);
         return;
     case Qt::Key_Down:
-        OnCommand(kNextField);
+        onCommand(kNextField);
         return;
     case Qt::Key_Return:
     case Qt::Key_Enter:
-        OnCommand(kEnter);
+        onCommand(kEnter);
         return;
     default:
-        CNorvDBDialog::keyPressEvent(event);
+        RecordScreen::keyPressEvent(event);
     }
 }
 
 void ListHeaderDlg::toListSelection()
 {
-    CNorvBaseDlg* target = app().findScreen(QStringLiteral("listSelection"));
+    Screen* target = app().findScreen(QStringLiteral("listSelection"));
     if (!target)
         target = app().findScreen(QStringLiteral("mainMenu"));
     if (target)
-        app().SwitchToDialog(target, 0);
+        app().switchTo(target);
 }
 
 } // namespace brovant

@@ -1,12 +1,12 @@
 #include "app/ListInfoDlg.h"
 
-#include "app/CNorvMFCApp.h"
 #include "app/KeyTables.h"
-#include "workflow/AppState.h"
+#include "app/ScreenStack.h"
 #include "data/Dataset.h"
 #include "data/FieldDescriptor.h"
 #include "data/Schema.h"
 #include "masterdata/DeviceSession.h"
+#include "workflow/AppState.h"
 
 #include <QFontMetrics>
 #include <QLabel>
@@ -29,25 +29,25 @@ std::vector<KeyDef> barKeys()
 {
     std::vector<KeyDef> keys = keys::bottomBar(0, false);
     std::erase_if(keys, [](const KeyDef& key) {
-        return key.commandId != CNorvBaseDlg::IDCANCEL && key.commandId != CNorvKeybDlg::kEnter;
+        return key.commandId != Screen::kCancel && key.commandId != KeypadScreen::kEnter;
     });
     return keys;
 }
 
 } // namespace
 
-ListInfoDlg::ListInfoDlg(CNorvMFCApp& app)
-    : CNorvKeybDlg(app, QStringLiteral("listInfo"))
+ListInfoDlg::ListInfoDlg(ScreenStack& app)
+    : KeypadScreen(app, QStringLiteral("listInfo"))
 {
 }
 
-void ListInfoDlg::OnInitDialog()
+void ListInfoDlg::setUp()
 {
-    SetKeyboard(new CNorvKeyboard(keys::kBottomBarArea, barKeys()));
+    addKeyboard(new OnScreenKeyboard(keys::kBottomBarArea, barKeys()));
 
     m_title = addTitle(QString(), 1, kTitleHeight);
 
-    QFont font = GetDefaultFont();
+    QFont font = defaultFont();
     font.setPixelSize(11);
     for (int field = 1; field <= ListHeaderLogic::kFreeFields; ++field) {
         const QString name = ListHeaderLogic::freeFieldName(field);
@@ -69,7 +69,7 @@ void ListInfoDlg::OnInitDialog()
     }
 }
 
-void ListInfoDlg::InitDialog()
+void ListInfoDlg::enter()
 {
     const SettingsStore& store = app().session().store();
     Dataset row(app().session().database(), schema::Kopfdaten);
@@ -86,7 +86,7 @@ void ListInfoDlg::InitDialog()
         labelWidth = std::max(labelWidth, metrics.horizontalAdvance(label));
     }
     labelWidth = std::min(labelWidth + kMargin, kMaxLabelWidth);
-    const int valueWidth = CNorvMFCApp::kScreenWidth - 2 * kMargin - labelWidth;
+    const int valueWidth = ScreenStack::kScreenWidth - 2 * kMargin - labelWidth;
     for (int field = 1; field <= ListHeaderLogic::kFreeFields; ++field) {
         QLabel* label = m_labels[size_t(field - 1)];
         QLabel* value = m_values[size_t(field - 1)];

@@ -1,15 +1,15 @@
 #include "app/ListSelectionDlg.h"
 
-#include "app/CNorvMFCApp.h"
 #include "app/KeyTables.h"
 #include "app/Printing.h"
-#include "workflow/AppLifecycle.h"
-#include "workflow/AppState.h"
+#include "app/ScreenStack.h"
 #include "device/BackupService.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/MessageDialogs.h"
 #include "transfer/ListCsvExport.h"
 #include "transfer/TransferChannels.h"
+#include "workflow/AppLifecycle.h"
+#include "workflow/AppState.h"
 
 #include <QHeaderView>
 #include <QKeyEvent>
@@ -86,15 +86,15 @@ std::vector<KeyDef> transferKeys()
 
 } // namespace
 
-ListSelectionDlg::ListSelectionDlg(CNorvMFCApp& app)
-    : CNorvKeybDlg(app, QStringLiteral("listSelection"))
+ListSelectionDlg::ListSelectionDlg(ScreenStack& app)
+    : KeypadScreen(app, QStringLiteral("listSelection"))
 {
     setWindowTitle(QStringLiteral("Listenauswahl"));
 }
 
 ListSelectionDlg::~ListSelectionDlg() = default;
 
-void ListSelectionDlg::OnInitDialog()
+void ListSelectionDlg::setUp()
 {
     DeviceSession& session = app().session();
     m_logic = std::make_unique<ListSelectionLogic>(session.root(), session.database(),
@@ -112,7 +112,7 @@ void ListSelectionDlg::OnInitDialog()
     });
     connect(m_list, &QTreeWidget::itemDoubleClicked, this, [this] {
         if (!m_busy)
-            OnCommand(IDOK);
+            onCommand(kOk);
     });
 
     m_tabs = new QTabBar(this);
@@ -123,7 +123,7 @@ void ListSelectionDlg::OnInitDialog()
     m_tabs->setUsesScrollButtons(false);
     m_tabs->setElideMode(Qt::ElideNone);
     m_tabs->setFocusPolicy(Qt::NoFocus);
-    QFont tabFont = GetDefaultFont();
+    QFont tabFont = defaultFont();
     tabFont.setPixelSize(11);
     m_tabs->setFont(tabFont);
     // The long first caption gets the room the two short ones do not need; the chosen tab is
@@ -135,9 +135,9 @@ void ListSelectionDlg::OnInitDialog()
                        "QTabBar::tab:selected { background: #2e5e3a; color: white; }"));
     m_tabs->setGeometry(kTabArea);
 
-    SetKeyboard(new CNorvKeyboard(kKeyArea, tallyKeys()));
-    SetKeyboard(new CNorvKeyboard(kKeyArea, evaluationKeys()));
-    SetKeyboard(new CNorvKeyboard(kKeyArea, transferKeys()));
+    addKeyboard(new OnScreenKeyboard(kKeyArea, tallyKeys()));
+    addKeyboard(new OnScreenKeyboard(kKeyArea, evaluationKeys()));
+    addKeyboard(new OnScreenKeyboard(kKeyArea, transferKeys()));
     connect(m_tabs, &QTabBar::currentChanged, this, &ListSelectionDlg::showTab);
     showTab(TallyTab);
 }
@@ -149,10 +149,10 @@ void ListSelectionDlg::showTab(int index)
     showKeyboard(index);
 }
 
-void ListSelectionDlg::InitDialog()
+void ListSelectionDlg::enter()
 {
     // Coming back from editing a header or from tallying saves the database first.
-    if (const CNorvBaseDlg* previous = GetPrevDlg();
+    if (const Screen* previous = previousScreen();
         previous
         && (previous->objectName() == QLatin1StringView("listHeader")
             || previous->objectName() == QLatin1StringView("tally")))
@@ -212,8 +212,8 @@ void ListSelectionDlg::backToList()
 void ListSelectionDlg::switchTo(const char* screen)
 {
     // Screens that are not there yet (tally, totals, region, printouts) leave the user here.
-    if (CNorvBaseDlg* target = app().findScreen(QString::fromLatin1(screen)))
-        app().SwitchToDialog(target, 0);
+    if (Screen* target = app().findScreen(QString::fromLatin1(screen)))
+        app().switchTo(target);
     else
         backToList();
 }
@@ -239,9 +239,9 @@ void ListSelectionDlg::go(ListSelectionLogic::Target target)
         return;
     case Target::Region:
         // The region screen is told by a property that it was opened for one list.
-        if (CNorvBaseDlg* region = app().findScreen(QStringLiteral("region"))) {
+        if (Screen* region = app().findScreen(QStringLiteral("region"))) {
             region->setProperty("regionMode", 1);
-            app().SwitchToDialog(region, 0);
+            app().switchTo(region);
         } else {
             backToList();
         }
@@ -257,8 +257,7 @@ void ListSelectionDlg::go(ListSelectionLogic::Target target)
     }
 }
 
-
-void ListSelectionDlg::OnCommand(int id)
+void ListSelectionDlg::onCommand(int id)
 {
     switch (id) {
     case kMark: {
@@ -337,7 +336,7 @@ void ListSelectionDlg::OnCommand(int id)
     case kBackspace:
         return;
     default:
-        CNorvKeybDlg::OnCommand(id);
+        KeypadScreen::onCommand(id);
     }
 }
 
@@ -350,7 +349,7 @@ void ListSelectionDlg::send()
         showRows();
     m_busy = wasBusy;
     if (result != Transfer::NotStarted)
-        ShowFullScreen();
+        bringToFront();
     backToList();
 }
 
@@ -362,17 +361,17 @@ void ListSelectionDlg::receive()
         showRows();
     m_busy = wasBusy;
     if (received)
-        ShowFullScreen();
+        bringToFront();
     backToList();
 }
 
-void ListSelectionDlg::OnOK()
+void ListSelectionDlg::onOk()
 {
     // Confirm (Enter, a double tap on a row) opens the list for tallying, as "Holz" does.
-    OnCommand(kTally);
+    onCommand(kTally);
 }
 
-void ListSelectionDlg::OnCancel()
+void ListSelectionDlg::onCancel()
 {
     switchTo("mainMenu");
 }
@@ -382,15 +381,15 @@ bool ListSelectionDlg::eventFilter(QObject* watched, QEvent* event)
     if (watched == m_list && event->type() == QEvent::KeyPress) {
         const int key = static_cast<QKeyEvent*>(event)->key();
         if (key == Qt::Key_Delete) {
-            OnCommand(kDelete);
+            onCommand(kDelete);
             return true;
         }
         if (key == Qt::Key_Return || key == Qt::Key_Enter) {
-            OnCommand(IDOK);
+            onCommand(kOk);
             return true;
         }
     }
-    return CNorvKeybDlg::eventFilter(watched, event);
+    return KeypadScreen::eventFilter(watched, event);
 }
 
 } // namespace brovant

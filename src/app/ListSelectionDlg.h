@@ -4,7 +4,7 @@
 // database is ListSelectionLogic's; this class shows the rows and switches screens.
 #pragma once
 
-#include "app/CNorvKeybDlg.h"
+#include "app/KeypadScreen.h"
 #include "workflow/ListSelectionLogic.h"
 
 #include <memory>
@@ -14,7 +14,7 @@ class QTreeWidget;
 
 namespace brovant {
 
-class ListSelectionDlg : public CNorvKeybDlg {
+class ListSelectionDlg : public KeypadScreen {
     Q_OBJECT
 public:
     // Key commands.
@@ -33,20 +33,20 @@ public:
 
     enum Tab { TallyTab, EvaluationTab, TransferTab };
 
-    explicit ListSelectionDlg(CNorvMFCApp& app);
+    explicit ListSelectionDlg(ScreenStack& app);
     ~ListSelectionDlg() override;
 
     ListSelectionLogic& logic() { return *m_logic; }
     QTreeWidget* listView() const { return m_list; }
     void showTab(int index);
 
-    void InitDialog() override;
-    void OnCommand(int id) override;
-    void OnOK() override;
-    void OnCancel() override;
+    void enter() override;
+    void onCommand(int id) override;
+    void onOk() override;
+    void onCancel() override;
 
 protected:
-    void OnInitDialog() override;
+    void setUp() override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:

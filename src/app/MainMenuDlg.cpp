@@ -1,19 +1,19 @@
 #include "app/MainMenuDlg.h"
 
-#include "app/CNorvMFCApp.h"
 #include "app/KeyTables.h"
-#include "workflow/AppState.h"
+#include "app/ScreenStack.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
 #include "platform/MessageDialogs.h"
+#include "workflow/AppState.h"
 
 #include <QLabel>
 #include <QSvgWidget>
 
 namespace brovant {
 
-MainMenuDlg::MainMenuDlg(CNorvMFCApp& app)
-    : CNorvKeybDlg(app, QStringLiteral("mainMenu"))
+MainMenuDlg::MainMenuDlg(ScreenStack& app)
+    : KeypadScreen(app, QStringLiteral("mainMenu"))
 {
     m_timer.setInterval(1000);
     connect(&m_timer, &QTimer::timeout, this, &MainMenuDlg::updateClock);
@@ -31,9 +31,9 @@ QString MainMenuDlg::dateText(const QDateTime& time)
     return QString::asprintf("%02d.%02d.%4d", d.day(), d.month(), d.year());
 }
 
-void MainMenuDlg::OnInitDialog()
+void MainMenuDlg::setUp()
 {
-    SetKeyboard(new CNorvKeyboard(keys::kTallArea, keys::mainMenu()));
+    addKeyboard(new OnScreenKeyboard(keys::kTallArea, keys::mainMenu()));
 
     addTitle(QString::fromUtf8(kTitle), 2, 20, 14);
 
@@ -44,7 +44,7 @@ void MainMenuDlg::OnInitDialog()
     caliper->setObjectName(QStringLiteral("picture1008"));
     caliper->setGeometry(174, 22, 60, 45);
 
-    QFont clockFont = GetDefaultFont();
+    QFont clockFont = defaultFont();
     clockFont.setBold(true);
     clockFont.setPixelSize(18);
     m_clock = new QLabel(this);
@@ -52,7 +52,7 @@ void MainMenuDlg::OnInitDialog()
     m_clock->setFont(clockFont);
     m_clock->setAlignment(Qt::AlignCenter);
     m_clock->setGeometry(66, 24, 108, 22);
-    QFont dateFont = GetDefaultFont();
+    QFont dateFont = defaultFont();
     dateFont.setPixelSize(13);
     m_date = new QLabel(this);
     m_date->setObjectName(QStringLiteral("date"));
@@ -62,13 +62,13 @@ void MainMenuDlg::OnInitDialog()
     updateClock();
 }
 
-void MainMenuDlg::InitDialog()
+void MainMenuDlg::enter()
 {
     updateClock();
     m_timer.start();
 }
 
-void MainMenuDlg::OnLeave()
+void MainMenuDlg::leave()
 {
     m_timer.stop();
 }
@@ -86,16 +86,16 @@ void MainMenuDlg::openWorkArea(const char* screen, bool needsMasterData, bool re
         app().messages().notice(QStringLiteral("Keine Stammdaten vorhanden!"));
         return;
     }
-    CNorvBaseDlg* target = app().findScreen(QString::fromLatin1(screen));
+    Screen* target = app().findScreen(QString::fromLatin1(screen));
     if (!target)
         return;
     m_timer.stop();
     if (resetList)
         app().state().currentList = -1;
-    app().SwitchToDialog(target, 0);
+    app().switchTo(target);
 }
 
-void MainMenuDlg::OnCommand(int id)
+void MainMenuDlg::onCommand(int id)
 {
     switch (id) {
     case kNewList:
@@ -111,16 +111,16 @@ void MainMenuDlg::OnCommand(int id)
         openWorkArea("settings", false, false);
         return;
     default:
-        CNorvKeybDlg::OnCommand(id);
+        KeypadScreen::onCommand(id);
     }
 }
 
-void MainMenuDlg::OnCancel()
+void MainMenuDlg::onCancel()
 {
     if (app().messages().yesNo(QStringLiteral("Programm beenden?")) != MessageDialogs::Yes)
         return;
     m_timer.stop();
-    app().SwitchToDialog(nullptr, 0);
+    app().switchTo(nullptr);
 }
 
 } // namespace brovant

@@ -2,7 +2,7 @@
 // ways into the work areas. The only place the program is ended from.
 #pragma once
 
-#include "app/CNorvKeybDlg.h"
+#include "app/KeypadScreen.h"
 
 #include <QTimer>
 
@@ -10,7 +10,7 @@ class QLabel;
 
 namespace brovant {
 
-class MainMenuDlg : public CNorvKeybDlg {
+class MainMenuDlg : public KeypadScreen {
     Q_OBJECT
 public:
     static constexpr const char* kTitle = "Brovanterfassung V3.03t";
@@ -19,12 +19,12 @@ public:
     static constexpr int kSystemInfo = 1005;
     static constexpr int kSettings = 1007;
 
-    explicit MainMenuDlg(CNorvMFCApp& app);
+    explicit MainMenuDlg(ScreenStack& app);
 
-    void InitDialog() override;
-    void OnLeave() override;
-    void OnCommand(int id) override;
-    void OnCancel() override;
+    void enter() override;
+    void leave() override;
+    void onCommand(int id) override;
+    void onCancel() override;
 
     // Reads the clock and writes "%02d:%02d:%02d" and "%02d.%02d.%4d".
     void updateClock();
@@ -33,7 +33,7 @@ public:
     static QString dateText(const QDateTime& time);
 
 protected:
-    void OnInitDialog() override;
+    void setUp() override;
 
 private:
     void openWorkArea(const char* screen, bool needsMasterData, bool resetList);

@@ -1,10 +1,10 @@
 #include "app/PrinterSettingsDlg.h"
 
-#include "app/CNorvMFCApp.h"
 #include "app/KeyTables.h"
+#include "app/ScreenStack.h"
+#include "masterdata/DeviceSession.h"
 #include "workflow/AppState.h"
 #include "workflow/CableSettingsLogic.h"
-#include "masterdata/DeviceSession.h"
 
 #include <QButtonGroup>
 #include <QCheckBox>
@@ -57,13 +57,13 @@ void selectData(QComboBox* combo, int value)
 
 } // namespace
 
-PrinterSettingsDlg::PrinterSettingsDlg(CNorvMFCApp& app)
-    : CNorvKeybDlg(app, QStringLiteral("printerSettings"))
+PrinterSettingsDlg::PrinterSettingsDlg(ScreenStack& app)
+    : KeypadScreen(app, QStringLiteral("printerSettings"))
     , m_logic(app.session().store(), app.state().tables)
 {
 }
 
-void PrinterSettingsDlg::OnInitDialog()
+void PrinterSettingsDlg::setUp()
 {
     addTitle(QStringLiteral("Einstellungen - Kommunikation"), 0, 18, 12);
     // Big marks and list lines: the screen is worked with gloves.
@@ -80,14 +80,14 @@ void PrinterSettingsDlg::OnInitDialog()
     m_tabs->setUsesScrollButtons(false);
     m_tabs->setElideMode(Qt::ElideNone);
     m_tabs->setFocusPolicy(Qt::NoFocus);
-    QFont tabFont = GetDefaultFont();
+    QFont tabFont = defaultFont();
     tabFont.setPixelSize(11);
     m_tabs->setFont(tabFont);
     m_tabs->setStyleSheet(
         QStringLiteral("QTabBar::tab { width: 78px; height: 24px; padding: 0px; }"));
-    m_tabs->setGeometry(0, 20, CNorvMFCApp::kScreenWidth, 26);
+    m_tabs->setGeometry(0, 20, ScreenStack::kScreenWidth, 26);
     m_pages = new QStackedWidget(this);
-    m_pages->setGeometry(0, kPagesTop, CNorvMFCApp::kScreenWidth,
+    m_pages->setGeometry(0, kPagesTop, ScreenStack::kScreenWidth,
                          keys::kBottomBarArea.top() - kPagesTop - 2);
     connect(m_tabs, &QTabBar::currentChanged, this, &PrinterSettingsDlg::showTab);
 
@@ -98,13 +98,13 @@ void PrinterSettingsDlg::OnInitDialog()
         m_pages->addWidget(page);
     }
 
-    SetKeyboard(new CNorvKeyboard(keys::kBottomBarArea, keys::bottomBar(0, false)));
+    addKeyboard(new OnScreenKeyboard(keys::kBottomBarArea, keys::bottomBar(0, false)));
 }
 
 void PrinterSettingsDlg::buildTransferTab(QWidget* page)
 {
     addLabel(page, QStringLiteral("mode"), QStringLiteral("Übertragung über:"), 0)
-        ->resize(CNorvMFCApp::kScreenWidth - 2 * kLabelLeft, kRowHeight);
+        ->resize(ScreenStack::kScreenWidth - 2 * kLabelLeft, kRowHeight);
     m_modes = new QButtonGroup(page);
     for (int mode = CommunicationSettingsLogic::kCableMode;
          mode <= CommunicationSettingsLogic::kFtpMode; ++mode) {
@@ -249,14 +249,14 @@ void PrinterSettingsDlg::showTab(int index)
     m_pages->setCurrentIndex(index);
 }
 
-void PrinterSettingsDlg::InitDialog()
+void PrinterSettingsDlg::enter()
 {
-    CNorvBaseDlg* cableScreen = app().findScreen(QString::fromLatin1(kCableScreen));
-    const bool backFromCable = m_inCableSettings && cableScreen && GetPrevDlg() == cableScreen;
+    Screen* cableScreen = app().findScreen(QString::fromLatin1(kCableScreen));
+    const bool backFromCable = m_inCableSettings && cableScreen && previousScreen() == cableScreen;
     m_inCableSettings = false;
     if (!backFromCable) {
         // A fresh start: what the store holds now, on the first tab.
-        m_caller = GetPrevDlg();
+        m_caller = previousScreen();
         m_shown = m_logic.read();
         fillFields();
         showTab(TransferTab);
@@ -329,33 +329,33 @@ void PrinterSettingsDlg::stepPageLength(int step)
 
 void PrinterSettingsDlg::openCableSettings()
 {
-    CNorvBaseDlg* cable = app().findScreen(QString::fromLatin1(kCableScreen));
+    Screen* cable = app().findScreen(QString::fromLatin1(kCableScreen));
     if (!cable)
         return;
     m_inCableSettings = true;
-    app().SwitchToDialog(cable, 0);
+    app().switchTo(cable);
 }
 
-void PrinterSettingsDlg::OnOK()
+void PrinterSettingsDlg::onOk()
 {
     m_logic.confirm(m_shown);
     returnToCaller();
 }
 
-void PrinterSettingsDlg::OnCancel()
+void PrinterSettingsDlg::onCancel()
 {
     returnToCaller();
 }
 
 void PrinterSettingsDlg::returnToCaller()
 {
-    CNorvBaseDlg* target = m_caller;
+    Screen* target = m_caller;
     if (!target || target == this || target == app().findScreen(QString::fromLatin1(kCableScreen)))
         target = app().findScreen(QStringLiteral("settings"));
     if (!target)
         target = app().findScreen(QStringLiteral("mainMenu"));
     if (target)
-        app().SwitchToDialog(target, 0);
+        app().switchTo(target);
 }
 
 } // namespace brovant

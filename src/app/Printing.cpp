@@ -1,12 +1,12 @@
 #include "app/Printing.h"
 
-#include "app/CNorvMFCApp.h"
-#include "workflow/AppLifecycle.h"
-#include "workflow/AppState.h"
+#include "app/ScreenStack.h"
 #include "evaluation/print/ReportPrinter.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
 #include "platform/MessageDialogs.h"
+#include "workflow/AppLifecycle.h"
+#include "workflow/AppState.h"
 
 namespace brovant {
 namespace {
@@ -28,7 +28,7 @@ private:
 
 } // namespace
 
-std::optional<QString> Printing::run(CNorvMFCApp& app, ReportKind kind, std::int64_t listId)
+std::optional<QString> Printing::run(ScreenStack& app, ReportKind kind, std::int64_t listId)
 {
     const MasterTables& tables = app.state().tables;
     MessageDialogs& dialogs = app.messages();

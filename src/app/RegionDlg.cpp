@@ -1,11 +1,11 @@
 #include "app/RegionDlg.h"
 
-#include "app/CNorvMFCApp.h"
 #include "app/KeyTables.h"
+#include "app/ScreenStack.h"
 #include "app/TariffAssignmentDlg.h"
+#include "masterdata/DeviceSession.h"
 #include "workflow/AppState.h"
 #include "workflow/ListHeaderLogic.h"
-#include "masterdata/DeviceSession.h"
 
 #include <QHeaderView>
 #include <QLabel>
@@ -31,7 +31,7 @@ std::vector<KeyDef> regionKeys()
     std::vector<KeyDef> keys = keys::codeList(RegionDlg::kRegionEntry, 3, 6);
     for (KeyDef& key : keys) {
         if (key.commandId == 0 && key.bitmap == 129)
-            key.commandId = CNorvKeybDlg::kZiff;
+            key.commandId = KeypadScreen::kZiff;
     }
     return keys;
 }
@@ -48,25 +48,26 @@ std::vector<KeyDef> actionKeys()
 
 } // namespace
 
-RegionDlg::RegionDlg(CNorvMFCApp& app)
-    : CNorvKeybDlg(app, QStringLiteral("region"))
+RegionDlg::RegionDlg(ScreenStack& app)
+    : KeypadScreen(app, QStringLiteral("region"))
     , m_logic(app.session().database(), app.messages())
 {
     setWindowTitle(QStringLiteral("Wuchsregionen"));
 }
 
-void RegionDlg::OnInitDialog()
+void RegionDlg::setUp()
 {
-    m_regionKeys = new CNorvKeyboard(keys::kFullArea, regionKeys());
-    SetKeyboard(m_regionKeys);
-    SetKeyboard(new CNorvKeyboard(keys::kFullArea, keys::letters()));
-    SetKeyboard(new CNorvKeyboard(keys::kFullArea, keys::digits()));
-    connect(m_regionKeys, &CNorvKeyboard::entryChosen, this, [this](int, int, const QString& code) {
-        m_region->setText(code.trimmed());
-        add();
-    });
-    auto* actions = new CNorvKeyboard(kActionArea, actionKeys(), this);
-    connect(actions, &CNorvKeyboard::command, this, [this](int id) { OnCommand(id); });
+    m_regionKeys = new OnScreenKeyboard(keys::kFullArea, regionKeys());
+    addKeyboard(m_regionKeys);
+    addKeyboard(new OnScreenKeyboard(keys::kFullArea, keys::letters()));
+    addKeyboard(new OnScreenKeyboard(keys::kFullArea, keys::digits()));
+    connect(m_regionKeys, &OnScreenKeyboard::entryChosen, this,
+            [this](int, int, const QString& code) {
+                m_region->setText(code.trimmed());
+                add();
+            });
+    auto* actions = new OnScreenKeyboard(kActionArea, actionKeys(), this);
+    connect(actions, &OnScreenKeyboard::command, this, [this](int id) { onCommand(id); });
 
     m_title = addTitle(windowTitle(), 0, kTitleHeight);
 
@@ -85,9 +86,9 @@ void RegionDlg::OnInitDialog()
     m_region->setFont(font);
 }
 
-void RegionDlg::InitDialog()
+void RegionDlg::enter()
 {
-    const CNorvBaseDlg* previous = GetPrevDlg();
+    const Screen* previous = previousScreen();
     const bool fromTariffs =
         previous && previous->objectName() == QLatin1StringView("tariffAssignment");
     m_logic.open(app().state().currentList);
@@ -149,8 +150,7 @@ void RegionDlg::remove()
         showRows(std::min(row, int(m_logic.rows().size()) - 1));
 }
 
-
-void RegionDlg::OnCommand(int id)
+void RegionDlg::onCommand(int id)
 {
     switch (id) {
     case kAdd:
@@ -166,19 +166,19 @@ void RegionDlg::OnCommand(int id)
         keys::stepSelection(*m_view, id == kPreviousField ? -1 : 1);
         return;
     default:
-        CNorvKeybDlg::OnCommand(id);
+        KeypadScreen::onCommand(id);
     }
 }
 
-void RegionDlg::OnOK()
+void RegionDlg::onOk()
 {
     add();
 }
 
-void RegionDlg::OnCancel()
+void RegionDlg::onCancel()
 {
-    if (CNorvBaseDlg* lists = app().findScreen(QStringLiteral("listSelection")))
-        app().SwitchToDialog(lists, 0);
+    if (Screen* lists = app().findScreen(QStringLiteral("listSelection")))
+        app().switchTo(lists);
 }
 
 } // namespace brovant

@@ -4,7 +4,7 @@
 // written is RegionLogic's; a region without tariffs leads to the tariff assignment.
 #pragma once
 
-#include "app/CNorvKeybDlg.h"
+#include "app/KeypadScreen.h"
 #include "workflow/RegionLogic.h"
 
 class QLabel;
@@ -13,7 +13,7 @@ class QTreeWidget;
 
 namespace brovant {
 
-class RegionDlg : public CNorvKeybDlg {
+class RegionDlg : public KeypadScreen {
     Q_OBJECT
 public:
     static constexpr int kAdd = 1701;
@@ -24,18 +24,18 @@ public:
     // Keyboards in the order they are attached.
     enum KeyboardIndex { RegionList, Letters, Digits };
 
-    explicit RegionDlg(CNorvMFCApp& app);
+    explicit RegionDlg(ScreenStack& app);
 
     RegionLogic& logic() { return m_logic; }
     QTreeWidget* regionView() const { return m_view; }
 
-    void InitDialog() override;
-    void OnCommand(int id) override;
-    void OnOK() override;
-    void OnCancel() override;
+    void enter() override;
+    void onCommand(int id) override;
+    void onOk() override;
+    void onCancel() override;
 
 protected:
-    void OnInitDialog() override;
+    void setUp() override;
 
 private:
     void showRows(int selected);
@@ -46,7 +46,7 @@ private:
     QLabel* m_title = nullptr;
     QTreeWidget* m_view = nullptr;
     QLineEdit* m_region = nullptr;
-    CNorvKeyboard* m_regionKeys = nullptr;
+    OnScreenKeyboard* m_regionKeys = nullptr;
 };
 
 } // namespace brovant

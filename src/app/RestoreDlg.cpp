@@ -1,9 +1,9 @@
 #include "app/RestoreDlg.h"
 
-#include "app/CNorvBaseDlg.h"
-#include "app/CNorvMFCApp.h"
-#include "workflow/AppLifecycle.h"
+#include "app/Screen.h"
+#include "app/ScreenStack.h"
 #include "device/BackupService.h"
+#include "workflow/AppLifecycle.h"
 
 #include <QLabel>
 #include <QListWidget>
@@ -31,7 +31,7 @@ void RestoreDlg::setRunner(Runner runner)
     ::brovant::runner() = std::move(runner);
 }
 
-bool RestoreDlg::open(CNorvMFCApp& app)
+bool RestoreDlg::open(ScreenStack& app)
 {
     if (app.backup().folderOrNotice().isEmpty())
         return false;
@@ -44,21 +44,21 @@ bool RestoreDlg::open(CNorvMFCApp& app)
             dialog.exec();
         restored = dialog.restored();
     }
-    if (CNorvBaseDlg* active = app.GetActiveDlg())
-        active->ShowFullScreen();
+    if (Screen* active = app.activeScreen())
+        active->bringToFront();
     return restored;
 }
 
-RestoreDlg::RestoreDlg(CNorvMFCApp& app, QWidget* parent)
+RestoreDlg::RestoreDlg(ScreenStack& app, QWidget* parent)
     : QDialog(parent, Qt::FramelessWindowHint | Qt::Dialog)
     , m_app(app)
 {
     setObjectName(QStringLiteral("restore"));
     setWindowTitle(QStringLiteral("Wiederherstellen"));
     setModal(true);
-    setFont(CNorvBaseDlg::GetDefaultFont());
+    setFont(Screen::defaultFont());
     const QPoint origin = parent ? parent->mapToGlobal(QPoint(0, 0)) : QPoint(0, 0);
-    setGeometry(QRect(origin, QSize(CNorvMFCApp::kScreenWidth, CNorvMFCApp::kScreenHeight)));
+    setGeometry(QRect(origin, QSize(ScreenStack::kScreenWidth, ScreenStack::kScreenHeight)));
 
     auto* caption = new QLabel(QStringLiteral("Auswahl Datensicherung"), this);
     caption->setObjectName(QStringLiteral("caption"));

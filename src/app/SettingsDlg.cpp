@@ -1,19 +1,19 @@
 #include "app/SettingsDlg.h"
 
-#include "app/CNorvMFCApp.h"
 #include "app/ConfigurationDlg.h"
 #include "app/KeyTables.h"
 #include "app/QtMessageDialogs.h"
 #include "app/RestoreDlg.h"
+#include "app/ScreenStack.h"
 #include "app/TariffAssignmentDlg.h"
-#include "workflow/AppLifecycle.h"
-#include "workflow/AppState.h"
-#include "workflow/SettingsLogic.h"
 #include "device/BackupService.h"
 #include "device/DeviceControls.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
 #include "platform/MessageDialogs.h"
+#include "workflow/AppLifecycle.h"
+#include "workflow/AppState.h"
+#include "workflow/SettingsLogic.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -61,8 +61,8 @@ QSlider* addSlider(QWidget* page, int id, int maximum, int y)
 
 } // namespace
 
-SettingsDlg::SettingsDlg(CNorvMFCApp& app)
-    : CNorvKeybDlg(app, QStringLiteral("settings"))
+SettingsDlg::SettingsDlg(ScreenStack& app)
+    : KeypadScreen(app, QStringLiteral("settings"))
 {
 }
 
@@ -75,11 +75,11 @@ QPushButton* SettingsDlg::addButton(QWidget* page, int id, const QString& captio
     button->setObjectName(QStringLiteral("button%1").arg(id));
     button->setGeometry(x, y, w, 40);
     button->setFocusPolicy(Qt::NoFocus);
-    connect(button, &QPushButton::clicked, this, [this, id] { OnCommand(id); });
+    connect(button, &QPushButton::clicked, this, [this, id] { onCommand(id); });
     return button;
 }
 
-void SettingsDlg::OnInitDialog()
+void SettingsDlg::setUp()
 {
     m_logic = std::make_unique<SettingsLogic>(app().session(), app().state(), app().messages());
 
@@ -92,7 +92,7 @@ void SettingsDlg::OnInitDialog()
     // All three tabs must show at once on the narrow screen.
     m_tabs->setUsesScrollButtons(false);
     m_tabs->setElideMode(Qt::ElideNone);
-    QFont tabFont = GetDefaultFont();
+    QFont tabFont = defaultFont();
     tabFont.setPixelSize(11);
     m_tabs->setFont(tabFont);
     m_tabs->setStyleSheet(
@@ -113,8 +113,8 @@ void SettingsDlg::OnInitDialog()
     m_cardBackup = new QCheckBox(QStringLiteral("Speicherkarte verwenden"), functions);
     m_cardBackup->setObjectName(QStringLiteral("check1195"));
     m_cardBackup->setGeometry(6, 128, 230, 28);
-    connect(m_autoBackup, &QCheckBox::clicked, this, [this] { OnCommand(kAutomaticBackup); });
-    connect(m_cardBackup, &QCheckBox::clicked, this, [this] { OnCommand(kCardBackup); });
+    connect(m_autoBackup, &QCheckBox::clicked, this, [this] { onCommand(kAutomaticBackup); });
+    connect(m_cardBackup, &QCheckBox::clicked, this, [this] { onCommand(kCardBackup); });
     addButton(functions, kReset, QStringLiteral("Reset"), 4, 166, 232);
     m_pages->addWidget(functions);
 
@@ -135,8 +135,8 @@ void SettingsDlg::OnInitDialog()
     m_time->setObjectName(QStringLiteral("time1023"));
     m_time->setDisplayFormat(QStringLiteral("HH:mm:ss"));
     m_time->setGeometry(94, 4 + kRow, 140, 24);
-    connect(m_date, &QDateEdit::dateChanged, this, [this] { OnCommand(kDate); });
-    connect(m_time, &QTimeEdit::timeChanged, this, [this] { OnCommand(kTime); });
+    connect(m_date, &QDateEdit::dateChanged, this, [this] { onCommand(kDate); });
+    connect(m_time, &QTimeEdit::timeChanged, this, [this] { onCommand(kTime); });
     addLabel(device, QStringLiteral("Lautstärke:"), 4 + 2 * kRow);
     m_volume = addSlider(device, kVolume, 6, 4 + 2 * kRow);
     addLabel(device, QStringLiteral("Beleuchtung:"), 4 + 3 * kRow);
@@ -147,7 +147,7 @@ void SettingsDlg::OnInitDialog()
         const int id = s == m_volume           ? kVolume
                        : s == m_backlightMains ? kBacklightMains
                                                : kBacklightBattery;
-        connect(s, &QSlider::valueChanged, this, [this, id] { OnCommand(id); });
+        connect(s, &QSlider::valueChanged, this, [this, id] { onCommand(id); });
     }
     addLabel(device, QStringLiteral("Ausschalten:"), 4 + 5 * kRow);
     m_switchOff = new QComboBox(device);
@@ -155,11 +155,11 @@ void SettingsDlg::OnInitDialog()
     for (const auto& [text, seconds] : kSwitchOffChoices)
         m_switchOff->addItem(QString::fromUtf8(text), seconds);
     m_switchOff->setGeometry(94, 4 + 5 * kRow, 140, 24);
-    connect(m_switchOff, &QComboBox::currentIndexChanged, this, [this] { OnCommand(kSwitchOff); });
+    connect(m_switchOff, &QComboBox::currentIndexChanged, this, [this] { onCommand(kSwitchOff); });
     m_pages->addWidget(device);
 
-    SetKeyboard(new CNorvKeyboard(keys::kBottomBarArea, keys::bottomBar(0, true)));
-    SetKeyboard(new CNorvKeyboard(keys::kFullArea, keys::digits()));
+    addKeyboard(new OnScreenKeyboard(keys::kBottomBarArea, keys::bottomBar(0, true)));
+    addKeyboard(new OnScreenKeyboard(keys::kFullArea, keys::digits()));
     showTab(0);
 }
 
@@ -171,7 +171,7 @@ void SettingsDlg::showTab(int index)
     showKeyboard(0);
 }
 
-void SettingsDlg::InitDialog()
+void SettingsDlg::enter()
 {
     // Every control shows what the device holds now; nothing is written while filling them.
     m_loading = true;
@@ -205,11 +205,11 @@ void SettingsDlg::applyDateTime(int changed)
 
 void SettingsDlg::goTo(const char* screen)
 {
-    if (CNorvBaseDlg* target = app().findScreen(QString::fromLatin1(screen)))
-        app().SwitchToDialog(target, 0);
+    if (Screen* target = app().findScreen(QString::fromLatin1(screen)))
+        app().switchTo(target);
 }
 
-void SettingsDlg::OnCommand(int id)
+void SettingsDlg::onCommand(int id)
 {
     if (m_loading)
         return;
@@ -280,11 +280,11 @@ void SettingsDlg::OnCommand(int id)
             m_logic->switchOffNotApplied();
         return;
     default:
-        CNorvKeybDlg::OnCommand(id);
+        KeypadScreen::onCommand(id);
     }
 }
 
-void SettingsDlg::OnCancel()
+void SettingsDlg::onCancel()
 {
     goTo("mainMenu");
 }

@@ -3,7 +3,7 @@
 // screens, and the device settings (date, time, volume, backlight, switch-off) applied at once.
 #pragma once
 
-#include "app/CNorvKeybDlg.h"
+#include "app/KeypadScreen.h"
 
 #include <memory>
 
@@ -20,7 +20,7 @@ namespace brovant {
 
 class SettingsLogic;
 
-class SettingsDlg : public CNorvKeybDlg {
+class SettingsDlg : public KeypadScreen {
     Q_OBJECT
 public:
     enum Control {
@@ -45,17 +45,17 @@ public:
     // "Ausschalten:" entries and the seconds each writes.
     static const std::array<std::pair<const char*, int>, 6> kSwitchOffChoices;
 
-    explicit SettingsDlg(CNorvMFCApp& app);
+    explicit SettingsDlg(ScreenStack& app);
     ~SettingsDlg() override;
 
-    void InitDialog() override;
-    void OnCommand(int id) override;
-    void OnCancel() override;
+    void enter() override;
+    void onCommand(int id) override;
+    void onCancel() override;
 
     void showTab(int index);
 
 protected:
-    void OnInitDialog() override;
+    void setUp() override;
 
 private:
     QPushButton* addButton(QWidget* page, int id, const QString& caption, int x, int y, int w);

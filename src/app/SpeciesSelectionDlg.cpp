@@ -1,11 +1,11 @@
 #include "app/SpeciesSelectionDlg.h"
 
-#include "app/CNorvMFCApp.h"
 #include "app/KeyTables.h"
-#include "workflow/AppState.h"
+#include "app/ScreenStack.h"
 #include "data/FieldDescriptor.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/MessageDialogs.h"
+#include "workflow/AppState.h"
 
 #include <QLabel>
 #include <QLineEdit>
@@ -46,22 +46,22 @@ std::vector<KeyDef> slotKeys()
 
 } // namespace
 
-SpeciesSelectionDlg::SpeciesSelectionDlg(CNorvMFCApp& app)
-    : CNorvKeybDlg(app, QStringLiteral("species"))
+SpeciesSelectionDlg::SpeciesSelectionDlg(ScreenStack& app)
+    : KeypadScreen(app, QStringLiteral("species"))
 {
     setWindowTitle(QStringLiteral("* Einstellung der Holzart *"));
 }
 
-void SpeciesSelectionDlg::OnInitDialog()
+void SpeciesSelectionDlg::setUp()
 {
-    m_slots = new CNorvKeyboard(keys::kFullArea, slotKeys());
-    SetKeyboard(m_slots);
-    SetKeyboard(new CNorvKeyboard(keys::kFullArea, keys::digits()));
-    SetKeyboard(new CNorvKeyboard(keys::kFullArea, keys::letters()));
+    m_slots = new OnScreenKeyboard(keys::kFullArea, slotKeys());
+    addKeyboard(m_slots);
+    addKeyboard(new OnScreenKeyboard(keys::kFullArea, keys::digits()));
+    addKeyboard(new OnScreenKeyboard(keys::kFullArea, keys::letters()));
 
     addTitle(windowTitle(), 0, kTitleHeight);
 
-    QFont large = GetDefaultFont();
+    QFont large = defaultFont();
     large.setPixelSize(18);
     auto* caption = new QLabel(QStringLiteral("Holzart:"), this);
     caption->setObjectName(QStringLiteral("label_BAUMART"));
@@ -85,12 +85,12 @@ void SpeciesSelectionDlg::OnInitDialog()
     hint->setGeometry(kHintPlace);
 }
 
-void SpeciesSelectionDlg::InitDialog()
+void SpeciesSelectionDlg::enter()
 {
     m_code->clear();
     showCodes();
     showKeyboard(SlotKeys);
-    ShowFullScreen();
+    bringToFront();
     m_code->setFocus(Qt::OtherFocusReason);
 }
 
@@ -140,7 +140,7 @@ void SpeciesSelectionDlg::assignCaliperKey()
     m_code->clear();
 }
 
-void SpeciesSelectionDlg::OnCommand(int id)
+void SpeciesSelectionDlg::onCommand(int id)
 {
     if (id >= kFirstSlot && id < kFirstSlot + MasterTables::kMainSpecies) {
         assignSlot(id - kFirstSlot + 1);
@@ -160,22 +160,22 @@ void SpeciesSelectionDlg::OnCommand(int id)
     case kNextField:
         return; // one field only
     default:
-        CNorvKeybDlg::OnCommand(id);
+        KeypadScreen::onCommand(id);
     }
 }
 
-void SpeciesSelectionDlg::OnEnter()
+void SpeciesSelectionDlg::onEnterKey()
 {
     showKeyboard(SlotKeys);
 }
 
-void SpeciesSelectionDlg::OnCancel()
+void SpeciesSelectionDlg::onCancel()
 {
-    CNorvBaseDlg* target = app().findScreen(QStringLiteral("tally"));
+    Screen* target = app().findScreen(QStringLiteral("tally"));
     if (!target)
-        target = GetPrevDlg();
+        target = previousScreen();
     if (target && target != this)
-        app().SwitchToDialog(target, 0);
+        app().switchTo(target);
 }
 
 } // namespace brovant

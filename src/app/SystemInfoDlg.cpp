@@ -1,8 +1,8 @@
 #include "app/SystemInfoDlg.h"
 
-#include "app/CNorvMFCApp.h"
 #include "app/KeyTables.h"
 #include "app/MainMenuDlg.h"
+#include "app/ScreenStack.h"
 #include "device/DeviceControls.h"
 #include "device/DeviceRoutes.h"
 #include "masterdata/DeviceSession.h"
@@ -24,7 +24,7 @@ QLabel* addLabel(QWidget* parent, const QString& name, const QString& text, cons
 {
     auto* label = new QLabel(text, parent);
     label->setObjectName(name);
-    QFont font = CNorvBaseDlg::GetDefaultFont();
+    QFont font = Screen::defaultFont();
     font.setPixelSize(pixelSize);
     font.setBold(bold);
     label->setFont(font);
@@ -34,8 +34,8 @@ QLabel* addLabel(QWidget* parent, const QString& name, const QString& text, cons
 
 } // namespace
 
-SystemInfoDlg::SystemInfoDlg(CNorvMFCApp& app)
-    : CNorvKeybDlg(app, QStringLiteral("systemInfo"))
+SystemInfoDlg::SystemInfoDlg(ScreenStack& app)
+    : KeypadScreen(app, QStringLiteral("systemInfo"))
 {
     m_timer.setInterval(kRefreshMs);
     connect(&m_timer, &QTimer::timeout, this, &SystemInfoDlg::refresh);
@@ -50,11 +50,11 @@ QString SystemInfoDlg::buildLine(const QString& version, const char* compileDate
     return QStringLiteral("Version %1 vom %2").arg(version, shown);
 }
 
-void SystemInfoDlg::OnInitDialog()
+void SystemInfoDlg::setUp()
 {
     // Without a soft keyboard "Ziff" has nothing to switch.
-    SetKeyboard(new CNorvKeyboard(keys::kBottomBarArea, keys::bottomBar(0, false)));
-    const int width = CNorvMFCApp::kScreenWidth;
+    addKeyboard(new OnScreenKeyboard(keys::kBottomBarArea, keys::bottomBar(0, false)));
+    const int width = ScreenStack::kScreenWidth;
     const int textWidth = width - 2 * kIndent;
 
     QLabel* title = addLabel(this, QStringLiteral("title"), QStringLiteral("Systeminfo"),
@@ -99,13 +99,13 @@ void SystemInfoDlg::OnInitDialog()
     refresh();
 }
 
-void SystemInfoDlg::InitDialog()
+void SystemInfoDlg::enter()
 {
     refresh();
     m_timer.start();
 }
 
-void SystemInfoDlg::OnLeave()
+void SystemInfoDlg::leave()
 {
     m_timer.stop();
 }

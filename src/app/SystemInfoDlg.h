@@ -3,7 +3,7 @@
 // back returns to the screen it came from.
 #pragma once
 
-#include "app/CNorvKeybDlg.h"
+#include "app/KeypadScreen.h"
 
 #include <QTimer>
 
@@ -14,15 +14,15 @@ namespace brovant {
 
 struct BatteryStatus;
 
-class SystemInfoDlg : public CNorvKeybDlg {
+class SystemInfoDlg : public KeypadScreen {
     Q_OBJECT
 public:
     static constexpr int kRefreshMs = 1000;
 
-    explicit SystemInfoDlg(CNorvMFCApp& app);
+    explicit SystemInfoDlg(ScreenStack& app);
 
-    void InitDialog() override;
-    void OnLeave() override;
+    void enter() override;
+    void leave() override;
 
     // Reads the battery and the clock into the screen.
     void refresh();
@@ -32,7 +32,7 @@ public:
     static QString buildLine(const QString& version, const char* compileDate);
 
 protected:
-    void OnInitDialog() override;
+    void setUp() override;
 
 private:
     void showBattery(const BatteryStatus& status);

@@ -1,10 +1,9 @@
 #include "app/TallyDlg.h"
 
-#include "app/CNorvMFCApp.h"
 #include "app/KeyTables.h"
+#include "app/ScreenStack.h"
 #include "app/TariffAssignmentDlg.h"
 #include "app/TotalsDlg.h"
-#include "workflow/AppState.h"
 #include "data/FieldDescriptor.h"
 #include "data/Schema.h"
 #include "device/BackupService.h"
@@ -12,6 +11,7 @@
 #include "platform/MessageDialogs.h"
 #include "tally/CaliperSentence.h"
 #include "tally/caliper/CaliperReader.h"
+#include "workflow/AppState.h"
 
 #include <QApplication>
 #include <QFontMetrics>
@@ -161,8 +161,8 @@ void setFittedText(QLabel* label, const QString& text)
 
 } // namespace
 
-TallyDlg::TallyDlg(CNorvMFCApp& app)
-    : CNorvKeybDlg(app, QStringLiteral("tally"))
+TallyDlg::TallyDlg(ScreenStack& app)
+    : KeypadScreen(app, QStringLiteral("tally"))
     , m_logic(app.session().database(), app.state().tables, app.state().speciesTariffs,
               app.messages())
 {
@@ -176,7 +176,7 @@ TallyDlg::~TallyDlg()
     disconnect(m_focusConnection);
 }
 
-void TallyDlg::OnInitDialog()
+void TallyDlg::setUp()
 {
     const std::pair<const char*, int> lists[] = {
         {"Holzarten", kSpeciesEntry},
@@ -188,21 +188,21 @@ void TallyDlg::OnInitDialog()
         // Tariffs are many and long: nine a page.
         const int rows = lists[i].second == kTariffEntry ? 3 : 4;
         auto* bar =
-            new CNorvKeyboard(keys::kFullArea, codeKeys(lists[i].first, lists[i].second, rows));
-        SetKeyboard(bar);
-        connect(bar, &CNorvKeyboard::entryChosen, this, &TallyDlg::codeChosen);
+            new OnScreenKeyboard(keys::kFullArea, codeKeys(lists[i].first, lists[i].second, rows));
+        addKeyboard(bar);
+        connect(bar, &OnScreenKeyboard::entryChosen, this, &TallyDlg::codeChosen);
         m_codeBars[i] = bar;
     }
-    SetKeyboard(new CNorvKeyboard(keys::kFullArea, numericKeys()));
-    SetKeyboard(new CNorvKeyboard(keys::kFullArea, secondaryKeys()));
-    SetKeyboard(new CNorvKeyboard(keys::kFullArea, keys::letters()));
+    addKeyboard(new OnScreenKeyboard(keys::kFullArea, numericKeys()));
+    addKeyboard(new OnScreenKeyboard(keys::kFullArea, secondaryKeys()));
+    addKeyboard(new OnScreenKeyboard(keys::kFullArea, keys::letters()));
 
     m_title = addTitle(QString(), 0, kTitleHeight);
     buildFields();
 
     m_focusConnection =
         connect(qApp, &QApplication::focusChanged, this, [this](QWidget* old, QWidget* now) {
-            if (app().GetActiveDlg() != this)
+            if (app().activeScreen() != this)
                 return;
             if (fieldOf(old) >= 0)
                 commit(static_cast<QLineEdit*>(old));
@@ -214,9 +214,9 @@ void TallyDlg::OnInitDialog()
 void TallyDlg::buildFields()
 {
     setStyleSheet(QStringLiteral("QLineEdit { padding: 0px 2px; }"));
-    QFont captionFont = GetDefaultFont();
+    QFont captionFont = defaultFont();
     captionFont.setPixelSize(11);
-    QFont editFont = GetDefaultFont();
+    QFont editFont = defaultFont();
     editFont.setPixelSize(15);
     QFont homeFont = editFont;
     homeFont.setPixelSize(19);
@@ -294,7 +294,7 @@ void TallyDlg::buildFields()
     m_position->setFont(captionFont);
     m_position->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     m_position->setGeometry(kPreviewWidth + 4, kPreview1Top,
-                            CNorvMFCApp::kScreenWidth - kPreviewWidth - 7, kPreviewHeight - 1);
+                            ScreenStack::kScreenWidth - kPreviewWidth - 7, kPreviewHeight - 1);
 
     // The caliper's state at the right of the title row, which it shares with the title while
     // the caliper is switched on.
@@ -306,12 +306,12 @@ void TallyDlg::buildFields()
     m_caliperState->setFont(stateFont);
     m_caliperState->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     const int stateWidth = QFontMetrics(stateFont).horizontalAdvance(kCaliperConnected) + 4;
-    m_caliperState->setGeometry(CNorvMFCApp::kScreenWidth - stateWidth - 2, 0, stateWidth,
+    m_caliperState->setGeometry(ScreenStack::kScreenWidth - stateWidth - 2, 0, stateWidth,
                                 kTitleHeight);
     m_caliperState->hide();
 }
 
-void TallyDlg::InitDialog()
+void TallyDlg::enter()
 {
     m_pendingMeasurements.clear();
     m_measuring = false;
@@ -330,15 +330,15 @@ void TallyDlg::InitDialog()
         QMetaObject::invokeMethod(
             this,
             [this] {
-                if (app().GetActiveDlg() == this)
-                    OnCancel();
+                if (app().activeScreen() == this)
+                    onCancel();
             },
             Qt::QueuedConnection);
         return;
     }
     setFittedText(m_title, m_logic.title());
     // A hidden field cannot take the focus.
-    ShowFullScreen();
+    bringToFront();
     settle();
 
     if (CaliperReader* caliper = app().caliper()) {
@@ -358,7 +358,7 @@ void TallyDlg::showCaliperState()
 {
     const CaliperReader* caliper = app().caliper();
     const bool shown = caliper && app().state().tables.caliperActive != 0;
-    const int titleWidth = CNorvMFCApp::kScreenWidth - (shown ? m_caliperState->width() + 2 : 0);
+    const int titleWidth = ScreenStack::kScreenWidth - (shown ? m_caliperState->width() + 2 : 0);
     if (m_title->width() != titleWidth) {
         m_title->setGeometry(0, 0, titleWidth, kTitleHeight);
         setFittedText(m_title, m_logic.title());
@@ -375,7 +375,7 @@ void TallyDlg::showCaliperState()
     m_caliperState->setPalette(palette);
 }
 
-void TallyDlg::OnLeave()
+void TallyDlg::leave()
 {
     if (CaliperReader* caliper = app().caliper())
         caliper->stop();
@@ -531,7 +531,7 @@ void TallyDlg::codeChosen(int command, int entry, const QString& code)
     }
 }
 
-void TallyDlg::OnCommand(int id)
+void TallyDlg::onCommand(int id)
 {
     switch (id) {
     case kEnd:
@@ -608,29 +608,29 @@ void TallyDlg::OnCommand(int id)
     case kCaliperClassEntry:
         return; // taken by codeChosen
     default:
-        CNorvKeybDlg::OnCommand(id);
+        KeypadScreen::onCommand(id);
     }
 }
 
-void TallyDlg::OnEnter()
+void TallyDlg::onEnterKey()
 {
     commitFocused();
     const Field field = focusedField();
     if (field == Field::Diameter) {
-        OnOK();
+        onOk();
         return;
     }
     focusField(Field(int(field) + 1));
 }
 
-void TallyDlg::OnOK()
+void TallyDlg::onOk()
 {
     commitFocused();
     m_logic.save();
     settle();
 }
 
-void TallyDlg::OnCancel()
+void TallyDlg::onCancel()
 {
     // Leaves without writing the record shown; the list selection makes the backup.
     if (app().findScreen(QStringLiteral("listSelection")))
@@ -652,7 +652,7 @@ void TallyDlg::takeSentenceMeasurement(const QString& speciesCode, int diameter)
 
 void TallyDlg::takeCaliperMeasurement(const CaliperMeasurement& measurement)
 {
-    if (app().GetActiveDlg() != this)
+    if (app().activeScreen() != this)
         return;
     // One that arrives while another's message is open waits its turn.
     if (m_measuring) {
@@ -668,7 +668,7 @@ void TallyDlg::takeCaliperMeasurement(const CaliperMeasurement& measurement)
     m_measuring = true;
     commitFocused();
     take(measurement);
-    while (!m_pendingMeasurements.empty() && app().GetActiveDlg() == this) {
+    while (!m_pendingMeasurements.empty() && app().activeScreen() == this) {
         const CaliperMeasurement next = m_pendingMeasurements.front();
         m_pendingMeasurements.erase(m_pendingMeasurements.begin());
         take(next);
@@ -678,25 +678,25 @@ void TallyDlg::takeCaliperMeasurement(const CaliperMeasurement& measurement)
 
 void TallyDlg::switchTo(const char* screen)
 {
-    if (CNorvBaseDlg* target = app().findScreen(QString::fromLatin1(screen)))
-        app().SwitchToDialog(target, 0);
+    if (Screen* target = app().findScreen(QString::fromLatin1(screen)))
+        app().switchTo(target);
 }
 
 void TallyDlg::keyPressEvent(QKeyEvent* event)
 {
     switch (event->key()) {
     case Qt::Key_Up:
-        OnCommand(kUp);
+        onCommand(kUp);
         return;
     case Qt::Key_Down:
-        OnCommand(kDown);
+        onCommand(kDown);
         return;
     case Qt::Key_Return:
     case Qt::Key_Enter:
-        OnCommand(kEnter);
+        onCommand(kEnter);
         return;
     default:
-        CNorvKeybDlg::keyPressEvent(event);
+        KeypadScreen::keyPressEvent(event);
     }
 }
 
@@ -711,7 +711,7 @@ bool TallyDlg::eventFilter(QObject* watched, QEvent* event)
             return true;
         }
     }
-    return CNorvKeybDlg::eventFilter(watched, event);
+    return KeypadScreen::eventFilter(watched, event);
 }
 
 } // namespace brovant

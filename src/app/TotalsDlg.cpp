@@ -1,11 +1,11 @@
 #include "app/TotalsDlg.h"
 
-#include "app/CNorvMFCApp.h"
 #include "app/KeyTables.h"
 #include "app/Printing.h"
-#include "workflow/AppState.h"
+#include "app/ScreenStack.h"
 #include "evaluation/Totals.h"
 #include "masterdata/DeviceSession.h"
+#include "workflow/AppState.h"
 
 #include <QHeaderView>
 #include <QTreeWidget>
@@ -41,13 +41,13 @@ std::vector<KeyDef> keyBar()
 
 } // namespace
 
-TotalsDlg::TotalsDlg(CNorvMFCApp& app)
-    : CNorvKeybDlg(app, QStringLiteral("totals"))
+TotalsDlg::TotalsDlg(ScreenStack& app)
+    : KeypadScreen(app, QStringLiteral("totals"))
 {
     setWindowTitle(QStringLiteral("Gesamtsumme"));
 }
 
-void TotalsDlg::OnInitDialog()
+void TotalsDlg::setUp()
 {
     addTitle(windowTitle(), 0, kTitleHeight);
 
@@ -68,23 +68,23 @@ void TotalsDlg::OnInitDialog()
             m_view->headerItem()->setTextAlignment(column, Qt::AlignRight | Qt::AlignVCenter);
     }
 
-    SetKeyboard(new CNorvKeyboard(kKeyArea, keyBar()));
+    addKeyboard(new OnScreenKeyboard(kKeyArea, keyBar()));
 }
 
 void TotalsDlg::openAsTallied()
 {
     m_nextOrder = Totals::Order::AsTallied;
-    app().SwitchToDialog(this, 0);
+    app().switchTo(this);
 }
 
-void TotalsDlg::InitDialog()
+void TotalsDlg::enter()
 {
-    CNorvBaseDlg* from = GetPrevDlg();
+    Screen* from = previousScreen();
     if (m_opener && from && from != m_opener
         && from == app().findScreen(QStringLiteral("distribution"))) {
         // Back from the distribution opened here: the rows in the order they were opened in,
         // and back from here still where it led before.
-        setPrevDlg(m_opener);
+        setPreviousScreen(m_opener);
     } else {
         m_opener = from;
         m_order = m_nextOrder;
@@ -115,14 +115,13 @@ void TotalsDlg::rebuild()
 void TotalsDlg::switchTo(const char* screen)
 {
     // A screen that does not exist (a bare framework in tests) leaves the user here.
-    if (CNorvBaseDlg* target = app().findScreen(QString::fromLatin1(screen)))
-        app().SwitchToDialog(target, 0);
+    if (Screen* target = app().findScreen(QString::fromLatin1(screen)))
+        app().switchTo(target);
     else
         m_view->setFocus(Qt::OtherFocusReason);
 }
 
-
-void TotalsDlg::OnCommand(int id)
+void TotalsDlg::onCommand(int id)
 {
     switch (id) {
     case kPrint:
@@ -141,7 +140,7 @@ void TotalsDlg::OnCommand(int id)
         keys::stepSelection(*m_view, id == kPreviousField ? -1 : 1);
         return;
     default:
-        CNorvKeybDlg::OnCommand(id);
+        KeypadScreen::onCommand(id);
     }
 }
 

@@ -4,14 +4,14 @@
 // opened it. The sums are Totals'.
 #pragma once
 
-#include "app/CNorvKeybDlg.h"
+#include "app/KeypadScreen.h"
 #include "evaluation/Totals.h"
 
 class QTreeWidget;
 
 namespace brovant {
 
-class TotalsDlg : public CNorvKeybDlg {
+class TotalsDlg : public KeypadScreen {
     Q_OBJECT
 public:
     // Key commands.
@@ -19,7 +19,7 @@ public:
     static constexpr int kAssortment = 1202; // "Sortiment"
     static constexpr int kDistribution = 1203; // "Vert.": the diameter distribution
 
-    explicit TotalsDlg(CNorvMFCApp& app);
+    explicit TotalsDlg(ScreenStack& app);
 
     QTreeWidget* totalsView() const { return m_view; }
 
@@ -27,11 +27,11 @@ public:
     // sorted again ("BHD/Stufe"). Every other way in sorts the species by code.
     void openAsTallied();
 
-    void InitDialog() override;
-    void OnCommand(int id) override;
+    void enter() override;
+    void onCommand(int id) override;
 
 protected:
-    void OnInitDialog() override;
+    void setUp() override;
 
 private:
     void rebuild();
@@ -41,7 +41,7 @@ private:
     Totals::Order m_order = Totals::Order::BySpecies;
     Totals::Order m_nextOrder = Totals::Order::BySpecies;
     // The screen this one was opened from, where back leads even after the distribution.
-    CNorvBaseDlg* m_opener = nullptr;
+    Screen* m_opener = nullptr;
 };
 
 } // namespace brovant

@@ -4,7 +4,7 @@
 // office) and the demo configuration's master data read straight from its file.
 #pragma once
 
-#include "app/CNorvKeyboard.h"
+#include "app/OnScreenKeyboard.h"
 #include "app/ProgramFixture.h"
 #include "platform/Cp1252.h"
 #include "platform/MessageDialogs.h"

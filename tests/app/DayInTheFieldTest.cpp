@@ -162,7 +162,7 @@ protected:
     void toMainMenu()
     {
         for (int i = 0; i < 4 && h.active() != h.app.mainMenu(); ++i)
-            h.press(CNorvBaseDlg::IDCANCEL);
+            h.press(Screen::kCancel);
         ASSERT_EQ(h.active(), h.app.mainMenu());
     }
     void openListSelection(int tab)
@@ -220,25 +220,25 @@ protected:
         h.press(MainMenuDlg::kNewList);
         ASSERT_EQ(h.activeName(), QStringLiteral("listHeader"));
         type(list.name);
-        h.press(CNorvKeybDlg::kNextField);
+        h.press(KeypadScreen::kNextField);
         type(list.addition);
-        h.press(CNorvKeybDlg::kNextField); // the date stays today's
-        h.press(CNorvKeybDlg::kNextField);
+        h.press(KeypadScreen::kNextField); // the date stays today's
+        h.press(KeypadScreen::kNextField);
         if (list.factor != 100)
             type(QString::number(list.factor));
-        h.press(CNorvKeybDlg::kNextField);
+        h.press(KeypadScreen::kNextField);
         h.pick(list.region);
-        h.press(CNorvKeybDlg::kEnter);
+        h.press(KeypadScreen::kEnter);
         h.pick(QStringLiteral("Forstamt Musterwald"));
         h.pick(QStringLiteral("Revier Hirschberg"));
-        h.press(CNorvKeybDlg::kEnter);
+        h.press(KeypadScreen::kEnter);
         type(department);
         for (int page = 3; page < 7; ++page)
-            h.press(CNorvKeybDlg::kEnter);
+            h.press(KeypadScreen::kEnter);
         tapField("KOPF12_A");
         h.pick(recorder);
         for (int page = 7; page <= 9; ++page)
-            h.press(CNorvKeybDlg::kEnter);
+            h.press(KeypadScreen::kEnter);
         ASSERT_EQ(h.activeName(), QStringLiteral("listSelection"));
     }
 
@@ -381,7 +381,7 @@ protected:
     // Back to the list selection, which makes its automatic backup and shows the list chosen.
     void closeTally(const List& list)
     {
-        h.press(CNorvBaseDlg::IDCANCEL);
+        h.press(Screen::kCancel);
         ASSERT_EQ(h.activeName(), QStringLiteral("listSelection"));
         automaticBackup();
         EXPECT_EQ(selectedList(), list.name);
@@ -455,7 +455,7 @@ protected:
                 return;
             tapField(name);
             if (wanted == u'-') {
-                h.press(CNorvKeybDlg::kZiff);
+                h.press(KeypadScreen::kZiff);
                 h.press(Tally::kClear);
                 tapField("BHD");
                 now.clear();
@@ -474,7 +474,7 @@ protected:
         }
         ASSERT_EQ(QApplication::focusWidget()->objectName(), QStringLiteral("BHD"));
         h.type(QString::number(t.diameter));
-        h.press(CNorvKeybDlg::kEnter);
+        h.press(KeypadScreen::kEnter);
         saved(list, t.diameter);
         h.clock.advanceMs(12000);
     }
@@ -798,12 +798,12 @@ void ForesterDay::setUpTheHandheld()
     tapButton(QStringLiteral("cable"));
     ASSERT_EQ(h.activeName(), QStringLiteral("cableSettings"));
     choose("port", QStringLiteral("COM1"));
-    h.press(CNorvKeybDlg::kEnter);
+    h.press(KeypadScreen::kEnter);
     ASSERT_EQ(h.activeName(), QStringLiteral("printerSettings"));
     tapTab("tabs", PrinterSettingsDlg::CaliperTab);
     tapButton(QStringLiteral("caliperActive"));
     choose("caliperPort", QStringLiteral("COM3"));
-    h.press(CNorvKeybDlg::kEnter);
+    h.press(KeypadScreen::kEnter);
     ASSERT_EQ(h.activeName(), QStringLiteral("settings"));
     EXPECT_EQ(said(), QStringList{"Frage: Hiermit werden nur Holzlisten gesichert, für|die "
                                   "Konfiguration muss ein Backup gemacht|werden. Wollen Sie die "
@@ -865,7 +865,7 @@ void ForesterDay::tallyByKeypad()
         QStringList notices;
         if (l == 0) {
             h.type(QStringLiteral("25"));
-            h.press(CNorvKeybDlg::kEnter);
+            h.press(KeypadScreen::kEnter);
             notices << QStringLiteral("Hinweis: Holzart fehlt !!!");
             ASSERT_EQ(tally()->keyboardIndex(), Tally::SpeciesKeys);
             tapField("BHD");
@@ -878,7 +878,7 @@ void ForesterDay::tallyByKeypad()
             if (l == 1 && i >= 200 && i <= 206)
                 t.caliperClass = i < 206 ? QStringLiteral("W") : QStringLiteral("-");
             if (l == 2 && i == 100) {
-                h.press(CNorvKeybDlg::kEnter);
+                h.press(KeypadScreen::kEnter);
                 notices << QStringLiteral("Hinweis: Eingabe fehlt !!!");
             }
             ASSERT_NO_FATAL_FAILURE(typeTree(list, t)) << list.name.toStdString() << " " << i;
@@ -944,7 +944,7 @@ void ForesterDay::correctTrees()
         tapField("BHD");
         const int diameter = list.trees[n - 3].diameter + 11;
         h.type(QString::number(diameter));
-        h.press(CNorvKeybDlg::kEnter);
+        h.press(KeypadScreen::kEnter);
         corrected(list, n - 3, diameter);
         EXPECT_EQ(screenLabel("position"), QStringLiteral("%1/%2").arg(n - 1).arg(n));
         EXPECT_EQ(shownRecord(), list.trees[n - 2].shown());
@@ -1020,14 +1020,14 @@ void ForesterDay::correctTrees()
         ASSERT_EQ(tally()->keyboardIndex(), Tally::TariffKeys);
         QString other;
         for (int i = 0; i < h.keyboard()->keyCount() && other.isEmpty(); ++i) {
-            const CNorvKey* key = h.keyboard()->key(i);
+            const KeyButton* key = h.keyboard()->key(i);
             if (key->def().commandId == Tally::kTariffEntry && !key->caption().isEmpty()
                 && key->caption() != last.tariff)
                 other = key->caption();
         }
         ASSERT_FALSE(other.isEmpty());
         h.pick(other);
-        h.press(CNorvKeybDlg::kEnter);
+        h.press(KeypadScreen::kEnter);
         last.tariff = other;
         corrected(list, list.trees.size() - 1, last.diameter);
         EXPECT_EQ(screenLabel("position"), QStringLiteral("neu"));
@@ -1051,7 +1051,7 @@ void ForesterDay::totalsAndListings()
         EXPECT_EQ(shownTotals(), expectedTotals(list)) << list.name.toStdString();
         if (&list == &lists[0])
             h.press(TotalsDlg::kPrint);
-        h.press(CNorvBaseDlg::IDCANCEL);
+        h.press(Screen::kCancel);
         ASSERT_EQ(h.activeName(), QStringLiteral("listSelection"));
         if (&list == &lists[1])
             h.press(ListSelectionDlg::kPrint);
@@ -1318,7 +1318,7 @@ void ForesterDay::endTheDay()
 {
     ASSERT_NO_FATAL_FAILURE(toMainMenu());
     h.dialogs.answerNext(MessageDialogs::Yes);
-    h.press(CNorvBaseDlg::IDCANCEL);
+    h.press(Screen::kCancel);
     EXPECT_EQ(h.active(), nullptr);
     EXPECT_EQ(said(), QStringList{"Frage: Programm beenden? [JA/NEIN] JA"});
     h.app.shutdown();

@@ -41,7 +41,7 @@ protected:
     ListSelectionDlg* lists(int row)
     {
         auto* screen = find<ListSelectionDlg>("listSelection");
-        app.SwitchToDialog(screen);
+        app.switchTo(screen);
         screen->showTab(ListSelectionDlg::EvaluationTab);
         QTreeWidgetItem* item = screen->listView()->topLevelItem(row);
         if (item)
@@ -97,11 +97,11 @@ TEST_F(Distribution, StepsThroughTheSpecies)
     } steps[] = {
         {0, -1, "Alle Holzarten: 9 Stk", {2, 0, 1, 4, 0, 0, 2}},
         {DistributionDlg::kNextSpecies, 0, "FI: 6 Stk", {4, 0, 0, 2}},
-        {CNorvKeybDlg::kNextField, 1, "KI: 3 Stk", {2, 0, 1}},
+        {KeypadScreen::kNextField, 1, "KI: 3 Stk", {2, 0, 1}},
         // Past the last species back to all of them, and backwards round to the last.
         {DistributionDlg::kNextSpecies, -1, "Alle Holzarten: 9 Stk", {}},
         {DistributionDlg::kPreviousSpecies, 1, "KI: 3 Stk", {}},
-        {CNorvKeybDlg::kPreviousField, 0, "FI: 6 Stk", {}},
+        {KeypadScreen::kPreviousField, 0, "FI: 6 Stk", {}},
         {DistributionDlg::kAllSpecies, -1, "Alle Holzarten: 9 Stk", {}},
     };
     for (const auto& s : steps) {
@@ -121,7 +121,7 @@ TEST_F(Distribution, StepsThroughTheSpecies)
     EXPECT_GE(chart->width(), 230);
     EXPECT_GE(chart->height(), 200);
 
-    press(CNorvBaseDlg::IDCANCEL);
+    press(Screen::kCancel);
     EXPECT_EQ(activeName(), QStringLiteral("totals"));
 }
 
@@ -158,7 +158,7 @@ TEST_F(Distribution, PrintKeysWriteIntoThePrinterPath)
     EXPECT_TRUE(pdfText(classes).contains(QStringLiteral("Summe 3 1.34 3 1.34")));
 
     // The list selection's keys print the selected list the same way.
-    press(CNorvBaseDlg::IDCANCEL);
+    press(Screen::kCancel);
     session.root().removeFile(QStringLiteral("\\Ausdrucke\\WALD_1_Ausdruck.pdf"));
     dialogs.clear();
     dialogs.setFallback(MessageDialogs::Yes, 1);

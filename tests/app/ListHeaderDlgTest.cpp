@@ -10,12 +10,12 @@ using Dlg = ListHeaderDlg;
 
 struct HeaderProgram : Program {
     void newList() { press(MainMenuDlg::kNewList); }
-    void enter() { press(CNorvKeybDlg::kEnter); }
+    void enter() { press(KeypadScreen::kEnter); }
     QStringList choices()
     {
         QStringList out;
         for (int i = 0; i < keyboard()->keyCount(); ++i) {
-            CNorvKey* key = keyboard()->key(i);
+            KeyButton* key = keyboard()->key(i);
             if (key->def().commandId == Dlg::kChoiceEntry && !key->caption().isEmpty())
                 out << key->caption();
         }
@@ -23,9 +23,9 @@ struct HeaderProgram : Program {
     }
     QString page() { return label(QStringLiteral("pageNumber")); }
     // Where the screen goes when a list is done or given up.
-    CNorvBaseDlg* listSelection() const
+    Screen* listSelection() const
     {
-        CNorvBaseDlg* selection = app.findScreen(QStringLiteral("listSelection"));
+        Screen* selection = app.findScreen(QStringLiteral("listSelection"));
         return selection ? selection : app.mainMenu();
     }
     QStringList stored(const char* columns)
@@ -48,10 +48,10 @@ struct HeaderProgram : Program {
     {
         type(text(name));
         for (int field = 0; field < 4; ++field)
-            press(CNorvKeybDlg::kNextField);
+            press(KeypadScreen::kNextField);
         ASSERT_EQ(str(focused()), "REGION_A");
         if (screen->keyboardIndex() != Dlg::Letters)
-            press(CNorvKeybDlg::kZiff); // from the region list to the letters
+            press(KeypadScreen::kZiff); // from the region list to the letters
         type(text(region));
     }
     Dlg* screen = find<Dlg>("listHeader");
@@ -81,13 +81,13 @@ TEST(ListHeaderDlg, ANewListIsMadePageByPageFromTheMainMenu)
     EXPECT_EQ(p.screen->keyboardIndex(), Dlg::Letters);
 
     p.type(QStringLiteral("HIEB01"));
-    p.press(CNorvKeybDlg::kNextField);
+    p.press(KeypadScreen::kNextField);
     EXPECT_EQ(str(p.focused()), "ZUSATZ_A");
     p.type(QStringLiteral("NORDHANG"));
-    p.press(CNorvKeybDlg::kNextField);
+    p.press(KeypadScreen::kNextField);
     EXPECT_EQ(p.screen->keyboardIndex(), Dlg::Digits); // the date
-    p.press(CNorvKeybDlg::kNextField);
-    p.press(CNorvKeybDlg::kNextField);
+    p.press(KeypadScreen::kNextField);
+    p.press(KeypadScreen::kNextField);
     EXPECT_EQ(str(p.focused()), "REGION_A");
     EXPECT_EQ(p.choices(), (QStringList{"OSTALB", "RHEINEB", "SCHWARZW", "WR01", "WR02"}));
     p.pick(QStringLiteral("WR01"));
@@ -123,7 +123,7 @@ TEST(ListHeaderDlg, ANewListIsMadePageByPageFromTheMainMenu)
     QTest::mouseClick(p.edit("KOPF12_A"), Qt::LeftButton);
     EXPECT_EQ(str(p.focused()), "KOPF12_A");
     p.pick(QStringLiteral("Anna Probe"));
-    p.press(CNorvKeybDlg::kZiff);
+    p.press(KeypadScreen::kZiff);
     EXPECT_EQ(p.screen->keyboardIndex(), Dlg::Letters);
     p.type(QStringLiteral("-ß"));
     for (int page = 7; page <= 9; ++page)
@@ -172,7 +172,7 @@ TEST(ListHeaderDlg, ZuordnenOpensTheRegionsTariffsAndBackReturnsToTheList)
     p.enter();
     ASSERT_EQ(p.active(), p.app.findScreen(QStringLiteral("tariffAssignment")));
     EXPECT_EQ(str(p.label("title")), "Tarif-Zuordnung: WR77");
-    p.press(CNorvBaseDlg::IDCANCEL);
+    p.press(Screen::kCancel);
 
     ASSERT_EQ(p.active(), p.screen);
     EXPECT_EQ(str(p.page()), "1/9");
@@ -190,7 +190,7 @@ TEST(ListHeaderDlg, CursorKeysMoveOnPageOneAndTurnTheFreePages)
     HeaderProgram p;
     p.newList();
     p.fillFirstPage("L1", "WR01");
-    p.press(CNorvKeybDlg::kPreviousField); // page 1: back to the previous field
+    p.press(KeypadScreen::kPreviousField); // page 1: back to the previous field
     EXPECT_EQ(str(p.focused()), "KOR_FAKTOR_N");
     EXPECT_EQ(str(p.page()), "1/9");
     p.enter();
@@ -200,9 +200,9 @@ TEST(ListHeaderDlg, CursorKeysMoveOnPageOneAndTurnTheFreePages)
         int command;
         const char* page;
     } steps[] = {
-        {CNorvKeybDlg::kNextField, "3/9"},
-        {CNorvKeybDlg::kPreviousField, "2/9"},
-        {CNorvKeybDlg::kNextField, "3/9"},
+        {KeypadScreen::kNextField, "3/9"},
+        {KeypadScreen::kPreviousField, "2/9"},
+        {KeypadScreen::kNextField, "3/9"},
     };
     for (const auto& s : steps) {
         p.press(s.command);
@@ -232,7 +232,7 @@ TEST(ListHeaderDlg, TheModelList)
     EXPECT_FALSE(p.edit("LISTE_NR")->isReadOnly());
 
     // The model list itself keeps its name and starts at the next field.
-    p.app.SwitchToDialog(p.app.mainMenu(), 0);
+    p.app.switchTo(p.app.mainMenu());
     p.state.currentList = 4;
     p.screen->openExisting();
     ASSERT_EQ(p.active(), p.screen);
@@ -246,7 +246,7 @@ TEST(ListHeaderDlg, ListInformationShowsTheFreeFieldsOfTheCurrentList)
     HeaderProgram p;
     p.addList(1, "EINS", "Forstamt Eichengrund");
     p.addList(2, "ZWEI", QString(40, u'W').toLatin1().constData());
-    CNorvBaseDlg* info = p.app.findScreen(QStringLiteral("listInfo"));
+    Screen* info = p.app.findScreen(QStringLiteral("listInfo"));
     ASSERT_NE(info, nullptr);
     const struct {
         int list;
@@ -260,8 +260,8 @@ TEST(ListHeaderDlg, ListInformationShowsTheFreeFieldsOfTheCurrentList)
     for (const auto& c : cases) {
         SCOPED_TRACE(c.list);
         p.state.currentList = c.list;
-        p.app.SwitchToDialog(p.app.mainMenu(), 0);
-        p.app.SwitchToDialog(info, 0);
+        p.app.switchTo(p.app.mainMenu());
+        p.app.switchTo(info);
         EXPECT_EQ(str(p.label("title")), c.title);
         EXPECT_EQ(str(p.label("label_KOPF1_A")), "Forstamt:");
         EXPECT_EQ(str(p.label("label_KOPF16_A")), "Bemerkung:");
@@ -275,7 +275,7 @@ TEST(ListHeaderDlg, ListInformationShowsTheFreeFieldsOfTheCurrentList)
         EXPECT_EQ(str(p.label("KOPF12_A")), c.list == 7 ? "" : "Anna Probe");
         // Nothing can be typed; back returns to the screen that opened it.
         EXPECT_TRUE(info->findChildren<QLineEdit*>().isEmpty());
-        p.press(CNorvBaseDlg::IDCANCEL);
+        p.press(Screen::kCancel);
         EXPECT_EQ(p.active(), p.app.mainMenu());
     }
 }

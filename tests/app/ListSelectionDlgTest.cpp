@@ -39,7 +39,7 @@ protected:
     void open()
     {
         if (active() != app.mainMenu())
-            app.SwitchToDialog(app.mainMenu());
+            app.switchTo(app.mainMenu());
         press(MainMenuDlg::kSelectList);
         ASSERT_EQ(active(), screen);
     }
@@ -49,9 +49,10 @@ protected:
     {
         QTest::mouseClick(tabs(), Qt::LeftButton, {}, tabs()->tabRect(index).center());
     }
-    CNorvKey* shownKey(int command)
+    KeyButton* shownKey(int command)
     {
-        for (CNorvKey* key : screen->findChildren<CNorvKey*>(QStringLiteral("key%1").arg(command)))
+        for (KeyButton* key :
+             screen->findChildren<KeyButton*>(QStringLiteral("key%1").arg(command)))
             if (key->isVisible())
                 return key;
         return nullptr;
@@ -122,7 +123,7 @@ TEST_F(ListScreen, ColumnsTabsAndKeyBars)
             for (int key : bar.keys)
                 EXPECT_EQ(shownKey(key) != nullptr, &bar == &bars[i]) << i << " " << key;
         }
-        EXPECT_NE(shownKey(CNorvBaseDlg::IDCANCEL), nullptr);
+        EXPECT_NE(shownKey(Screen::kCancel), nullptr);
     }
     EXPECT_EQ(shownKey(Dlg::kMark)->text(), QStringLiteral("DÜ"));
 }
@@ -185,7 +186,7 @@ TEST_F(ListScreen, WaysToOtherScreens)
     press(Dlg::kInfo);
     EXPECT_EQ(activeName(), QStringLiteral("listInfo"));
     EXPECT_EQ(state.currentList, 3);
-    app.SwitchToDialog(screen);
+    app.switchTo(screen);
     EXPECT_EQ(selectedRow(), 2);
 
     // A double tap on the model list warns, and opens the tally all the same.
@@ -193,7 +194,7 @@ TEST_F(ListScreen, WaysToOtherScreens)
     EXPECT_EQ(dialogs.asked(), QStringList{"Holzaufnahme in Modell-Liste |nicht möglich!|"});
     EXPECT_EQ(state.currentList, 2);
     EXPECT_EQ(activeName(), QStringLiteral("tally"));
-    app.SwitchToDialog(screen);
+    app.switchTo(screen);
 
     // Evaluation of a list with trees.
     dialogs.clear();
@@ -203,15 +204,15 @@ TEST_F(ListScreen, WaysToOtherScreens)
     EXPECT_TRUE(dialogs.asked().isEmpty());
     EXPECT_EQ(state.currentList, 1);
     EXPECT_EQ(activeName(), QStringLiteral("totals"));
-    app.SwitchToDialog(screen);
+    app.switchTo(screen);
 
     // "Neu" opens the header screen for a new list.
     tab(Dlg::TallyTab);
     press(Dlg::kNew);
     EXPECT_EQ(state.currentList, -1);
     EXPECT_EQ(activeName(), QStringLiteral("listHeader"));
-    app.SwitchToDialog(screen);
-    press(CNorvBaseDlg::IDCANCEL);
+    app.switchTo(screen);
+    press(Screen::kCancel);
     EXPECT_EQ(active(), app.mainMenu());
 }
 
@@ -298,8 +299,8 @@ TEST_F(ListScreen, AutomaticBackupOnReturnFromTheHeaderOrTheTally)
     };
     for (const auto& c : cases) {
         session.store().writeInt(Setting::BackupAuto, 0, c.automatic);
-        app.SwitchToDialog(app.findScreen(QString::fromLatin1(c.from)));
-        app.SwitchToDialog(screen);
+        app.switchTo(app.findScreen(QString::fromLatin1(c.from)));
+        app.switchTo(screen);
         EXPECT_EQ(app.backup().entries().size(), c.backups) << c.from << " " << c.automatic;
         EXPECT_EQ(shown().size(), 1);
     }

@@ -3,16 +3,16 @@
 #pragma once
 
 #include "app/BrovantApp.h"
-#include "app/CNorvKey.h"
-#include "app/CNorvKeybDlg.h"
+#include "app/KeyButton.h"
+#include "app/KeypadScreen.h"
 #include "app/MainMenuDlg.h"
-#include "workflow/AppState.h"
 #include "data/Dataset.h"
 #include "data/Schema.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
 #include "platform/MessageDialogs.h"
 #include "support/TempRoot.h"
+#include "workflow/AppState.h"
 
 #include <QApplication>
 #include <QFile>
@@ -91,21 +91,21 @@ public:
     }
     ~Program() { app.shutdown(); }
 
-    template <class Screen> Screen* find(const char* name) const
+    template <class S> S* find(const char* name) const
     {
-        return qobject_cast<Screen*>(app.findScreen(QLatin1StringView(name)));
+        return qobject_cast<S*>(app.findScreen(QLatin1StringView(name)));
     }
-    CNorvBaseDlg* active() const { return app.GetActiveDlg(); }
-    CNorvKeyboard* keyboard() const
+    Screen* active() const { return app.activeScreen(); }
+    OnScreenKeyboard* keyboard() const
     {
-        auto* screen = qobject_cast<CNorvKeybDlg*>(active());
+        auto* screen = qobject_cast<KeypadScreen*>(active());
         return screen ? screen->keyboard() : nullptr;
     }
     // The shown key of that name: bar keys exist once per keyboard.
     void press(const QString& objectName)
     {
         ASSERT_NE(active(), nullptr) << str(objectName);
-        for (CNorvKey* key : active()->findChildren<CNorvKey*>(objectName)) {
+        for (KeyButton* key : active()->findChildren<KeyButton*>(objectName)) {
             if (key->isVisible()) {
                 QTest::mouseClick(key, Qt::LeftButton);
                 return;
@@ -126,15 +126,15 @@ public:
     {
         for (const QChar c : characters) {
             const QString name = QStringLiteral("char_") + c;
-            for (int i = 0; i < 3 && keyboard() && !keyboard()->findChild<CNorvKey*>(name); ++i)
-                press(CNorvKeybDlg::kZiff);
+            for (int i = 0; i < 3 && keyboard() && !keyboard()->findChild<KeyButton*>(name); ++i)
+                press(KeypadScreen::kZiff);
             press(name);
         }
     }
     // The entry showing `caption` on the list keyboard shown now, turning its pages.
     void pick(const QString& caption)
     {
-        CNorvKeyboard* list = keyboard();
+        OnScreenKeyboard* list = keyboard();
         ASSERT_NE(list, nullptr);
         for (int page = 0; page < list->pageCount(); ++page) {
             list->showPage(page);

@@ -43,7 +43,7 @@ TEST(RegionDlg, RegionKeyOpensTheListsRegionsToAddAndRemove)
     // on this screen the region joins the list.
     p.type(QStringLiteral("WR9"));
     p.dialogs.answerNext(1);
-    p.press(CNorvKeybDlg::kEnter);
+    p.press(KeypadScreen::kEnter);
     ASSERT_EQ(p.activeName(), QStringLiteral("tariffAssignment"));
     EXPECT_EQ(p.label("title"), QStringLiteral("Tarif-Zuordnung: WR9"));
     p.insert(schema::Einstellungen, {{u"ID", 9000},
@@ -51,7 +51,7 @@ TEST(RegionDlg, RegionKeyOpensTheListsRegionsToAddAndRemove)
                                      {u"REGION_A", "WR9"},
                                      {u"BAUMART", "FI"},
                                      {u"TARIF", "FI01"}});
-    p.press(CNorvBaseDlg::IDCANCEL);
+    p.press(Screen::kCancel);
     ASSERT_EQ(p.active(), screen);
     EXPECT_EQ(shown(), wr02 + QStringList{"WR9|FI"});
 
@@ -65,7 +65,7 @@ TEST(RegionDlg, RegionKeyOpensTheListsRegionsToAddAndRemove)
     EXPECT_EQ(p.dialogs.asked().last(),
               QStringLiteral("Wuchsregion WR9|aus der Liste entfernen?|"));
 
-    p.press(CNorvBaseDlg::IDCANCEL);
+    p.press(Screen::kCancel);
     EXPECT_EQ(p.activeName(), QStringLiteral("listSelection"));
 }
 

@@ -178,7 +178,7 @@ TEST_F(SettingsScreen, DeleteAllOnlyWithTheRightHandJa)
     const struct {
         int second; // Yes is the left "NEIN", No the right "JA"
         int lists;
-        CNorvBaseDlg* shown;
+        Screen* shown;
     } steps[] = {{MessageDialogs::Yes, 1, screen}, {MessageDialogs::No, 0, app.mainMenu()}};
     for (const auto& s : steps) {
         dialogs.answerNext(MessageDialogs::Yes);
@@ -203,9 +203,9 @@ TEST_F(SettingsScreen, ResetOnlyWhenConfirmedAndWaysToOtherScreens)
           std::pair{SettingsDlg::kCommunication, "printerSettings"}}) {
         click(button);
         EXPECT_EQ(str(active()->objectName()), goesTo);
-        app.SwitchToDialog(screen);
+        app.switchTo(screen);
     }
-    press(CNorvBaseDlg::IDCANCEL);
+    press(Screen::kCancel);
     EXPECT_EQ(active(), app.mainMenu());
 }
 

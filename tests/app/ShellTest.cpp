@@ -82,9 +82,9 @@ TEST(Shell, MenuCaptionsDoNotRunOverTheirPictures)
     ASSERT_TRUE(p.app.start());
     for (int command : {MainMenuDlg::kNewList, MainMenuDlg::kSelectList, MainMenuDlg::kSystemInfo,
                         MainMenuDlg::kSettings}) {
-        auto* key = p.app.mainMenu()->findChild<CNorvKey*>(QStringLiteral("key%1").arg(command));
+        auto* key = p.app.mainMenu()->findChild<KeyButton*>(QStringLiteral("key%1").arg(command));
         ASSERT_NE(key, nullptr) << command;
-        const CNorvKey::Layout places = key->layout();
+        const KeyButton::Layout places = key->layout();
         EXPECT_FALSE(places.caption.isEmpty()) << command;
         EXPECT_GE(places.picture.height(), key->height() / 3) << command;
         EXPECT_FALSE(places.picture.intersects(places.caption)) << command;
@@ -97,11 +97,11 @@ TEST(Shell, EndingTheProgramAsksFirst)
 {
     Program p(unstarted(false));
     ASSERT_TRUE(p.app.start());
-    QSignalSpy finished(&p.app, &CNorvMFCApp::finished);
+    QSignalSpy finished(&p.app, &ScreenStack::finished);
     for (const int answer : {MessageDialogs::No, MessageDialogs::Yes}) {
         p.dialogs.clear();
         p.dialogs.answerNext(answer);
-        p.press(CNorvBaseDlg::IDCANCEL);
+        p.press(Screen::kCancel);
         const bool yes = answer == MessageDialogs::Yes;
         EXPECT_EQ(p.dialogs.asked(), QStringList{QStringLiteral("Programm beenden?||")});
         EXPECT_EQ(finished.count(), yes ? 1 : 0);
@@ -123,7 +123,7 @@ TEST(Shell, InfoWindowCancelKeyIsTheOnlyKeyDuringAJob)
     EXPECT_FALSE(cancel->isVisible());
     shown.offerCancel(true);
     EXPECT_TRUE(cancel->isVisible());
-    p.press(CNorvBaseDlg::IDCANCEL);
+    p.press(Screen::kCancel);
     EXPECT_FALSE(shown.cancelRequested());
     EXPECT_TRUE(p.dialogs.asked().isEmpty());
     QTest::mouseClick(cancel, Qt::LeftButton);
@@ -131,7 +131,7 @@ TEST(Shell, InfoWindowCancelKeyIsTheOnlyKeyDuringAJob)
     shown.info(MessageDialogs::Hide, QString());
     EXPECT_FALSE(cancel->isVisible());
     EXPECT_FALSE(shown.cancelRequested());
-    p.press(CNorvBaseDlg::IDCANCEL);
+    p.press(Screen::kCancel);
     EXPECT_EQ(p.dialogs.asked(), QStringList{QStringLiteral("Programm beenden?||")});
 }
 

@@ -89,7 +89,7 @@ TEST(TariffAssignmentDlg, CodesPickedOrTypedAreSaved)
     } const cases[] = {
         // clang-format off
         {"all from lists, refused", "WR01", true, "FI", "FI02", true, Dlg::kSave, false, {"FI01 "}},
-        {"typed region, saved by Enter", "WR9", false, "TA", "TA01", true, CNorvKeybDlg::kEnter,
+        {"typed region, saved by Enter", "WR9", false, "TA", "TA01", true, KeypadScreen::kEnter,
          true, {"TA01 "}},
         {"typed tariff", "WR9", false, "FI", "FI01", false, Dlg::kSave, true, {"FI01 "}},
         // clang-format on
@@ -178,11 +178,11 @@ TEST(TariffAssignmentDlg, BrowsingAndDeleting)
 TEST(TariffAssignmentDlg, CancelReturnsToTheScreenThatOpenedIt)
 {
     TariffProgram p;
-    auto* caller = p.app.addScreen(std::make_unique<CNorvKeybDlg>(p.app, QStringLiteral("caller")));
-    p.app.SwitchToDialog(caller, 0);
+    auto* caller = p.app.addScreen(std::make_unique<KeypadScreen>(p.app, QStringLiteral("caller")));
+    p.app.switchTo(caller);
     p.screen->openRegion(QStringLiteral("WR01"));
     p.type(QStringLiteral("X"));
-    p.press(CNorvBaseDlg::IDCANCEL);
+    p.press(Screen::kCancel);
     EXPECT_EQ(p.active(), caller);
     EXPECT_TRUE(p.dialogs.asked().isEmpty());
 }
@@ -205,7 +205,7 @@ TEST(TariffAssignmentDlg, EverythingFitsAboveTheKeyboard)
         place(p.edit(name));
     for (int id : {Dlg::kUp, Dlg::kDown, Dlg::kSave, Dlg::kDelete, Dlg::kRegionKeys,
                    Dlg::kSpeciesKeys, Dlg::kTariffKeys, Dlg::kLetterKeys})
-        place(p.screen->findChild<CNorvKey*>(QStringLiteral("key%1").arg(id)));
+        place(p.screen->findChild<KeyButton*>(QStringLiteral("key%1").arg(id)));
 
     // Each edit shows its longest value whole; a history line shows all of its text.
     const struct {

@@ -14,7 +14,7 @@ namespace brovant {
 struct AppState;
 class BackupService;
 class CaliperReader;
-class CNorvBaseDlg;
+class Screen;
 class Clock;
 class DeviceControls;
 class DeviceSession;
@@ -22,14 +22,14 @@ class MessageDialogs;
 class ScreenHost;
 class TransferChannels;
 
-class CNorvMFCApp : public QObject {
+class ScreenStack : public QObject {
     Q_OBJECT
 public:
     static constexpr int kScreenWidth = 240;
     static constexpr int kScreenHeight = 320;
 
-    CNorvMFCApp(DeviceSession& session, AppState& state, Clock& clock);
-    ~CNorvMFCApp() override;
+    ScreenStack(DeviceSession& session, AppState& state, Clock& clock);
+    ~ScreenStack() override;
 
     QWidget* mainWindow() const { return m_window.get(); }
     // Full screen on a device display (linuxfb, eglfs), a fixed-size window elsewhere.
@@ -37,22 +37,22 @@ public:
 
     // Hides the active screen, runs the next one's per-activation set-up and shows it full
     // screen. Switching to no screen ends the program (finished()).
-    void SwitchToDialog(CNorvBaseDlg* screen, int flag = 0);
-    CNorvBaseDlg* GetActiveDlg() const { return m_active; }
-    void SetActiveDlg(CNorvBaseDlg* screen) { m_active = screen; }
+    void switchTo(Screen* screen);
+    Screen* activeScreen() const { return m_active; }
+    void setActiveScreen(Screen* screen) { m_active = screen; }
 
     // Takes a created screen over; screens are destroyed in reverse order of adding.
-    template <class Screen> Screen* addScreen(std::unique_ptr<Screen> screen)
+    template <class S> S* addScreen(std::unique_ptr<S> screen)
     {
-        Screen* raw = screen.get();
-        raw->Create();
+        S* raw = screen.get();
+        raw->create();
         m_screens.push_back(std::move(screen));
         return raw;
     }
     void destroyScreens();
     // A created screen by its object name, or null while that screen does not exist.
-    CNorvBaseDlg* findScreen(const QString& objectName) const;
-    const std::vector<std::unique_ptr<CNorvBaseDlg>>& screens() const { return m_screens; }
+    Screen* findScreen(const QString& objectName) const;
+    const std::vector<std::unique_ptr<Screen>>& screens() const { return m_screens; }
 
     void setMessages(MessageDialogs* messages) { m_messages = messages; }
     MessageDialogs& messages() const { return *m_messages; }
@@ -77,7 +77,7 @@ public:
     CaliperReader* caliper() const { return m_caliper; }
 
 signals:
-    void activeChanged(CNorvBaseDlg* screen);
+    void activeChanged(Screen* screen);
     void finished();
 
 private:
@@ -90,8 +90,8 @@ private:
     CaliperReader* m_caliper = nullptr;
     TransferChannels* m_channels = nullptr;
     std::unique_ptr<QWidget> m_window;
-    std::vector<std::unique_ptr<CNorvBaseDlg>> m_screens;
-    CNorvBaseDlg* m_active = nullptr;
+    std::vector<std::unique_ptr<Screen>> m_screens;
+    Screen* m_active = nullptr;
 };
 
 } // namespace brovant

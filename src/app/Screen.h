@@ -1,6 +1,6 @@
 // Screen framework: a full-screen dialog. Every screen is created once, hidden, and is then only
 // shown and hidden by the application's single active-screen slot. Commands (button ids, key
-// ids) arrive at OnCommand; a screen maps them to its handlers.
+// ids) arrive at onCommand; a screen maps them to its handlers.
 #pragma once
 
 #include <QFont>
@@ -11,55 +11,54 @@ class QLabel;
 
 namespace brovant {
 
-class CNorvMFCApp;
+class ScreenStack;
 
-class CNorvBaseDlg : public QWidget {
+class Screen : public QWidget {
     Q_OBJECT
 public:
     // Shared command ids.
-    static constexpr int IDOK = 1;
-    static constexpr int IDCANCEL = 2;
+    static constexpr int kOk = 1;
+    static constexpr int kCancel = 2;
 
-    CNorvBaseDlg(CNorvMFCApp& app, const QString& objectName);
+    Screen(ScreenStack& app, const QString& objectName);
 
-    // First-time set-up; runs once, from Create().
-    void Create();
-    bool IsCreated() const { return m_created; }
+    // First-time set-up; runs once, from create().
+    void create();
+    bool isCreated() const { return m_created; }
 
     // Per activation: runs each time the screen is switched to, before it is shown.
-    virtual void InitDialog() {}
+    virtual void enter() {}
     // Runs when the screen is left (timers stop here).
-    virtual void OnLeave() {}
+    virtual void leave() {}
 
-    virtual void OnCommand(int id);
+    virtual void onCommand(int id);
     // The screen's cancel command: by default back to the screen that was active before.
-    virtual void OnCancel();
-    virtual void OnOK() {}
+    virtual void onCancel();
+    virtual void onOk() {}
 
     // Switches to this screen, or runs its per-activation set-up again when it already is the
     // active one.
-    void Activate();
+    void activate();
 
-    void ShowFullScreen();
-    void Hide(int flag = 0);
-    CNorvBaseDlg* GetPrevDlg() const { return m_prev; }
-    void setPrevDlg(CNorvBaseDlg* prev) { m_prev = prev; }
+    void bringToFront();
+    Screen* previousScreen() const { return m_prev; }
+    void setPreviousScreen(Screen* prev) { m_prev = prev; }
 
-    static QFont GetDefaultFont();
+    static QFont defaultFont();
     // The screen's centred bold title line across the full width, named "title".
     QLabel* addTitle(const QString& text, int y, int height, int pixelSize = 13);
     // Index of `text` among the first `count` entries of `table`, or -1.
-    static int TextOffset(const QString& text, const QStringList& table, int count);
+    static int indexIn(const QString& text, const QStringList& table, int count);
 
-    CNorvMFCApp& app() const { return m_app; }
+    ScreenStack& app() const { return m_app; }
 
 protected:
-    virtual void OnInitDialog() {}
+    virtual void setUp() {}
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
-    CNorvMFCApp& m_app;
-    CNorvBaseDlg* m_prev = nullptr;
+    ScreenStack& m_app;
+    Screen* m_prev = nullptr;
     bool m_created = false;
 };
 

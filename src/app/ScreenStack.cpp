@@ -1,15 +1,15 @@
-#include "app/CNorvMFCApp.h"
+#include "app/ScreenStack.h"
 
-#include "app/CNorvBaseDlg.h"
+#include "app/Screen.h"
+#include "device/BackupService.h"
 #include "workflow/AppLifecycle.h"
 #include "workflow/AppState.h"
-#include "device/BackupService.h"
 
 #include <QGuiApplication>
 
 namespace brovant {
 
-CNorvMFCApp::CNorvMFCApp(DeviceSession& session, AppState& state, Clock& clock)
+ScreenStack::ScreenStack(DeviceSession& session, AppState& state, Clock& clock)
     : m_session(session)
     , m_state(state)
     , m_clock(clock)
@@ -20,12 +20,12 @@ CNorvMFCApp::CNorvMFCApp(DeviceSession& session, AppState& state, Clock& clock)
     m_window->setFixedSize(kScreenWidth, kScreenHeight);
 }
 
-CNorvMFCApp::~CNorvMFCApp()
+ScreenStack::~ScreenStack()
 {
     destroyScreens();
 }
 
-ScreenHost& CNorvMFCApp::host()
+ScreenHost& ScreenStack::host()
 {
     // A bare framework (tests of single screens) has no start-up to serve.
     struct Quiet final : ScreenHost {
@@ -40,7 +40,7 @@ ScreenHost& CNorvMFCApp::host()
     return quiet;
 }
 
-void CNorvMFCApp::showMainWindow()
+void ScreenStack::showMainWindow()
 {
     const QString platform = QGuiApplication::platformName();
     if (platform == QLatin1StringView("linuxfb") || platform.startsWith(QLatin1StringView("eglfs")))
@@ -49,12 +49,12 @@ void CNorvMFCApp::showMainWindow()
         m_window->show();
 }
 
-void CNorvMFCApp::SwitchToDialog(CNorvBaseDlg* screen, int)
+void ScreenStack::switchTo(Screen* screen)
 {
-    CNorvBaseDlg* previous = m_active;
+    Screen* previous = m_active;
     if (previous && previous != screen) {
-        previous->OnLeave();
-        previous->Hide(0);
+        previous->leave();
+        previous->hide();
     }
     m_active = screen;
     if (!screen) {
@@ -63,13 +63,13 @@ void CNorvMFCApp::SwitchToDialog(CNorvBaseDlg* screen, int)
         return;
     }
     if (previous != screen)
-        screen->setPrevDlg(previous);
-    screen->InitDialog();
-    screen->ShowFullScreen();
+        screen->setPreviousScreen(previous);
+    screen->enter();
+    screen->bringToFront();
     emit activeChanged(screen);
 }
 
-BackupService& CNorvMFCApp::backup() const
+BackupService& ScreenStack::backup() const
 {
     // Start-up sets the device flag, and tests and the demo tour replace the messages.
     m_backup->setDialogs(messages());
@@ -78,7 +78,7 @@ BackupService& CNorvMFCApp::backup() const
     return *m_backup;
 }
 
-CNorvBaseDlg* CNorvMFCApp::findScreen(const QString& objectName) const
+Screen* ScreenStack::findScreen(const QString& objectName) const
 {
     for (const auto& screen : m_screens) {
         if (screen->objectName() == objectName)
@@ -87,7 +87,7 @@ CNorvBaseDlg* CNorvMFCApp::findScreen(const QString& objectName) const
     return nullptr;
 }
 
-void CNorvMFCApp::destroyScreens()
+void ScreenStack::destroyScreens()
 {
     m_active = nullptr;
     while (!m_screens.empty())
