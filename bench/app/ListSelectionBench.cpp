@@ -50,7 +50,7 @@ struct Program {
         app.replaceMessages(&dialogs);
         if (!app.start())
             return false;
-        screen = qobject_cast<ListSelectionDlg*>(app.findScreen(QStringLiteral("listSelection")));
+        screen = app.screen<ListSelectionDlg>();
         if (!screen)
             return false;
         // The last list is the current one: its row is selected and scrolled into view.

@@ -1,6 +1,7 @@
 #include "app/CableSettingsDlg.h"
 
 #include "app/KeyTables.h"
+#include "app/PrinterSettingsDlg.h"
 #include "app/ScreenStack.h"
 #include "masterdata/DeviceSession.h"
 #include "workflow/AppState.h"
@@ -100,7 +101,7 @@ void CableSettingsDlg::onCancel()
 
 void CableSettingsDlg::returnToCommunication()
 {
-    Screen* target = app().findScreen(QStringLiteral("printerSettings"));
+    Screen* target = app().screen<PrinterSettingsDlg>();
     if (!target)
         target = previousScreen();
     if (target && target != this)

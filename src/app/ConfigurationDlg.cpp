@@ -1,6 +1,7 @@
 #include "app/ConfigurationDlg.h"
 
 #include "app/KeyTables.h"
+#include "app/MainMenuDlg.h"
 #include "app/ScreenStack.h"
 #include "data/Schema.h"
 #include "masterdata/DeviceSession.h"
@@ -197,7 +198,7 @@ void ConfigurationDlg::onCommand(int id)
     }
     // Leaving a page would drop what was typed on it; the user decides.
     if (pageModified()
-        && app().messages().yesNo(QStringLiteral("Änderungen speichern?")) == MessageDialogs::Yes
+        && app().messages().yesNo(QStringLiteral("Änderungen speichern?")) == Answer::Yes
         && !confirmPage()) {
         m_pageKeys[size_t(page)]->setChecked(false);
         return;
@@ -220,7 +221,7 @@ void ConfigurationDlg::returnToCaller()
 {
     Screen* target = previousScreen();
     if (!target || target == this)
-        target = app().findScreen(QStringLiteral("mainMenu"));
+        target = app().screen<MainMenuDlg>();
     if (target)
         app().switchTo(target);
 }

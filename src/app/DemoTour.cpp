@@ -4,6 +4,7 @@
 #include "app/ConfigurationDlg.h"
 #include "app/DistributionDlg.h"
 #include "app/ListHeaderDlg.h"
+#include "app/ListInfoDlg.h"
 #include "app/ListSelectionDlg.h"
 #include "app/MainMenuDlg.h"
 #include "app/OnScreenKeyboard.h"
@@ -13,6 +14,7 @@
 #include "app/RestoreDlg.h"
 #include "app/SettingsDlg.h"
 #include "app/SpeciesSelectionDlg.h"
+#include "app/SystemInfoDlg.h"
 #include "app/TallyDlg.h"
 #include "app/TariffAssignmentDlg.h"
 #include "app/TotalsDlg.h"
@@ -134,10 +136,10 @@ public:
         , m_camera(camera)
     {
     }
-    void answerNext(int answer) { m_answers.push_back(answer); }
+    void answerNext(Answer answer) { m_answers.push_back(answer); }
 
 protected:
-    int run(MessageDialog& dialog) override
+    Answer run(MessageDialog& dialog) override
     {
         dialog.show();
         m_camera.take(QStringLiteral("%1-%2").arg(
@@ -152,8 +154,9 @@ protected:
             QApplication::processEvents();
         }
         if (m_answers.empty())
-            return dialog.findChild<QWidget*>(QStringLiteral("button1055")) ? 1 : No;
-        const int answer = m_answers.front();
+            return dialog.findChild<QWidget*>(QStringLiteral("button1055")) ? Answer::Ok
+                                                                            : Answer::No;
+        const Answer answer = m_answers.front();
         m_answers.pop_front();
         return answer;
     }
@@ -168,7 +171,7 @@ protected:
 
 private:
     Camera& m_camera;
-    std::deque<int> m_answers;
+    std::deque<Answer> m_answers;
     QString m_lastInfo;
 };
 
@@ -176,6 +179,12 @@ private:
 void press(KeypadScreen* screen, const QString& key)
 {
     if (auto* found = screen->keyboard()->findChild<KeyButton*>(key))
+        found->click();
+}
+
+void press(KeypadScreen* screen, int command)
+{
+    if (KeyButton* found = screen->keyboard()->keyFor(command))
         found->click();
 }
 
@@ -188,7 +197,7 @@ void type(KeypadScreen* screen, const QString& text)
 // The three configuration pages, then a modem entry typed on the soft keys and confirmed.
 void tourConfiguration(ScreenStack& app, Camera& camera)
 {
-    auto* config = qobject_cast<ConfigurationDlg*>(app.findScreen(QStringLiteral("configuration")));
+    auto* config = app.screen<ConfigurationDlg>();
     if (!config)
         return;
     config->openPage(int(ConfigPage::CompanyHeader));
@@ -199,30 +208,29 @@ void tourConfiguration(ScreenStack& app, Camera& camera)
     }
     config->findChild<QAbstractButton*>(QStringLiteral("pageModem"))->click();
     type(config, QStringLiteral("BÜRO"));
-    press(config, QStringLiteral("key%1").arg(KeypadScreen::kNextField));
-    press(config, QStringLiteral("key%1").arg(KeypadScreen::kZiff));
+    press(config, KeypadScreen::kNextField);
+    press(config, KeypadScreen::kZiff);
     type(config, QStringLiteral("07612345"));
     camera.take(QStringLiteral("Konfiguration Modem Ziffern"));
-    press(config, QStringLiteral("key%1").arg(KeypadScreen::kEnter));
+    press(config, KeypadScreen::kEnter);
 }
 
 // The system information, reached with the main menu's key, and back.
 void tourSystemInfo(BrovantApp& app, Camera& camera)
 {
-    press(app.mainMenu(), QStringLiteral("key%1").arg(MainMenuDlg::kSystemInfo));
-    auto* info = qobject_cast<KeypadScreen*>(app.findScreen(QStringLiteral("systemInfo")));
+    press(app.mainMenu(), MainMenuDlg::kSystemInfo);
+    auto* info = app.screen<SystemInfoDlg>();
     if (!info || app.activeScreen() != info)
         return;
     camera.take(QStringLiteral("Systeminfo"));
-    press(info, QStringLiteral("key%1").arg(Screen::kCancel));
+    press(info, Screen::kCancel);
 }
 
 // The assignments of all regions; region, species and tariff picked from the list keyboards make a
 // combination that exists already, so saving is refused. Then back.
 void tourTariffAssignment(ScreenStack& app, Camera& camera)
 {
-    auto* screen =
-        qobject_cast<TariffAssignmentDlg*>(app.findScreen(QStringLiteral("tariffAssignment")));
+    auto* screen = app.screen<TariffAssignmentDlg>();
     if (!screen)
         return;
     const auto pick = [screen](const QString& code) {
@@ -239,14 +247,13 @@ void tourTariffAssignment(ScreenStack& app, Camera& camera)
     };
     screen->openAll();
     camera.take(QStringLiteral("Tarif-Zuordnung"));
-    screen->findChild<KeyButton*>(QStringLiteral("key%1").arg(TariffAssignmentDlg::kRegionKeys))
-        ->click();
+    screen->shownKey(TariffAssignmentDlg::kRegionKeys)->click();
     pick(QStringLiteral("WR01"));
     pick(QStringLiteral("FI"));
     camera.take(QStringLiteral("Tarif-Zuordnung Tarifliste"));
     pick(QStringLiteral("FI01"));
-    screen->findChild<KeyButton*>(QStringLiteral("key%1").arg(TariffAssignmentDlg::kSave))->click();
-    press(screen, QStringLiteral("key%1").arg(Screen::kCancel));
+    screen->shownKey(TariffAssignmentDlg::kSave)->click();
+    press(screen, Screen::kCancel);
 }
 
 // Characters from the letter or digit keyboard, switching with "Ziff" until the key is shown.
@@ -255,7 +262,7 @@ void typeAny(KeypadScreen* screen, const QString& text)
     for (const QChar c : text) {
         const QString key = QStringLiteral("char_") + c;
         for (int tries = 0; tries < 3 && !screen->keyboard()->findChild<KeyButton*>(key); ++tries)
-            press(screen, QStringLiteral("key%1").arg(KeypadScreen::kZiff));
+            press(screen, KeypadScreen::kZiff);
         press(screen, key);
     }
 }
@@ -281,24 +288,24 @@ void pickEntry(KeypadScreen* screen, const QString& text)
 // list information of the new list.
 void tourNewList(BrovantApp& app, Camera& camera, TourDialogs& dialogs)
 {
-    press(app.mainMenu(), QStringLiteral("key%1").arg(MainMenuDlg::kNewList));
-    auto* header = qobject_cast<ListHeaderDlg*>(app.findScreen(QStringLiteral("listHeader")));
+    press(app.mainMenu(), MainMenuDlg::kNewList);
+    auto* header = app.screen<ListHeaderDlg>();
     if (!header || app.activeScreen() != header)
         return;
-    const QString next = QStringLiteral("key%1").arg(KeypadScreen::kNextField);
-    const QString enter = QStringLiteral("key%1").arg(KeypadScreen::kEnter);
+    const int next = KeypadScreen::kNextField;
+    const int enter = KeypadScreen::kEnter;
     camera.take(QStringLiteral("Liste anlegen Seite 1"));
     typeAny(header, QStringLiteral("HIEB01"));
     press(header, next);
     typeAny(header, QStringLiteral("NORDHANG"));
     for (int field = 0; field < 3; ++field)
         press(header, next);
-    press(header, QStringLiteral("key%1").arg(KeypadScreen::kZiff));
+    press(header, KeypadScreen::kZiff);
     typeAny(header, QStringLiteral("WR9"));
-    dialogs.answerNext(2); // "Abbruch"
+    dialogs.answerNext(Answer::Second); // "Abbruch"
     press(header, enter);
     header->findChild<QLineEdit*>(QStringLiteral("REGION_A"))->clear();
-    press(header, QStringLiteral("key%1").arg(KeypadScreen::kZiff));
+    press(header, KeypadScreen::kZiff);
     camera.take(QStringLiteral("Liste anlegen Wuchsregionen"));
     pickEntry(header, QStringLiteral("WR01"));
     press(header, enter);
@@ -320,20 +327,20 @@ void tourNewList(BrovantApp& app, Camera& camera, TourDialogs& dialogs)
     press(header, next);
     camera.take(QStringLiteral("Liste anlegen Seite 9"));
     press(header, enter); // "Es wurden nicht alle Pflicht-Kopfdaten eingegeben!"
-    press(header, QStringLiteral("key%1").arg(KeypadScreen::kPreviousField));
-    press(header, QStringLiteral("key%1").arg(KeypadScreen::kPreviousField));
+    press(header, KeypadScreen::kPreviousField);
+    press(header, KeypadScreen::kPreviousField);
     header->findChild<QLineEdit*>(QStringLiteral("KOPF12_A"))->setFocus(Qt::MouseFocusReason);
     pickEntry(header, QStringLiteral("Max Mustermann"));
     camera.take(QStringLiteral("Liste anlegen Seite 7"));
     for (int page = 7; page <= 9; ++page)
         press(header, enter);
 
-    auto* info = qobject_cast<KeypadScreen*>(app.findScreen(QStringLiteral("listInfo")));
+    auto* info = app.screen<ListInfoDlg>();
     if (!info)
         return;
     app.switchTo(info);
     camera.take(QStringLiteral("Listeninformation"));
-    press(info, QStringLiteral("key%1").arg(Screen::kCancel));
+    press(info, Screen::kCancel);
     if (app.activeScreen() != app.mainMenu())
         app.switchTo(app.mainMenu());
 }
@@ -369,8 +376,8 @@ Screen* fromListSelection(BrovantApp& app, const QString& name, int tab, int key
 {
     if (app.activeScreen() != app.mainMenu())
         app.switchTo(app.mainMenu());
-    press(app.mainMenu(), QStringLiteral("key%1").arg(MainMenuDlg::kSelectList));
-    auto* lists = qobject_cast<ListSelectionDlg*>(app.findScreen(QStringLiteral("listSelection")));
+    press(app.mainMenu(), MainMenuDlg::kSelectList);
+    auto* lists = app.screen<ListSelectionDlg>();
     if (!lists || app.activeScreen() != lists)
         return nullptr;
     const auto found = lists->listView()->findItems(name, Qt::MatchStartsWith, 0);
@@ -378,7 +385,7 @@ Screen* fromListSelection(BrovantApp& app, const QString& name, int tab, int key
         return nullptr;
     lists->listView()->setCurrentItem(found.first());
     lists->showTab(tab);
-    press(lists, QStringLiteral("key%1").arg(key));
+    press(lists, key);
     Screen* opened = app.activeScreen();
     return opened == lists ? nullptr : opened;
 }
@@ -386,9 +393,9 @@ Screen* fromListSelection(BrovantApp& app, const QString& name, int tab, int key
 // Back from the list selection to the main menu, where the tour left it open.
 void backFromListSelection(BrovantApp& app)
 {
-    Screen* lists = app.findScreen(QStringLiteral("listSelection"));
+    Screen* lists = app.screen<ListSelectionDlg>();
     if (auto* screen = qobject_cast<KeypadScreen*>(lists); screen && app.activeScreen() == lists)
-        press(screen, QStringLiteral("key%1").arg(Screen::kCancel));
+        press(screen, Screen::kCancel);
 }
 
 void tourListSelection(BrovantApp& app, Camera& camera, TourDialogs& dialogs)
@@ -396,8 +403,8 @@ void tourListSelection(BrovantApp& app, Camera& camera, TourDialogs& dialogs)
     if (app.activeScreen() != app.mainMenu())
         app.switchTo(app.mainMenu());
     addTourLists(app.session());
-    press(app.mainMenu(), QStringLiteral("key%1").arg(MainMenuDlg::kSelectList));
-    auto* screen = qobject_cast<ListSelectionDlg*>(app.findScreen(QStringLiteral("listSelection")));
+    press(app.mainMenu(), MainMenuDlg::kSelectList);
+    auto* screen = app.screen<ListSelectionDlg>();
     if (!screen || app.activeScreen() != screen)
         return;
     const char* tabs[] = {"Holzaufnahme", "Auswertung", "DÜ"};
@@ -407,16 +414,16 @@ void tourListSelection(BrovantApp& app, Camera& camera, TourDialogs& dialogs)
     }
     QTreeWidget* view = screen->listView();
     view->setCurrentItem(view->topLevelItem(view->topLevelItemCount() - 1));
-    press(screen, QStringLiteral("key%1").arg(ListSelectionDlg::kMark));
+    press(screen, ListSelectionDlg::kMark);
     camera.take(QStringLiteral("Listenauswahl markiert"));
 
     screen->showTab(ListSelectionDlg::TallyTab);
-    dialogs.answerNext(MessageDialogs::No);
-    press(screen, QStringLiteral("key%1").arg(ListSelectionDlg::kDelete));
-    dialogs.answerNext(1); // "Ja"
-    press(screen, QStringLiteral("key%1").arg(ListSelectionDlg::kModel));
+    dialogs.answerNext(Answer::No);
+    press(screen, ListSelectionDlg::kDelete);
+    dialogs.answerNext(Answer::First); // "Ja"
+    press(screen, ListSelectionDlg::kModel);
     camera.take(QStringLiteral("Listenauswahl Modell-Liste"));
-    press(screen, QStringLiteral("key%1").arg(Screen::kCancel));
+    press(screen, Screen::kCancel);
 }
 
 // The regions of "SUED02" from the list selection's "Region": one picked from the master regions,
@@ -436,7 +443,7 @@ void tourRegion(BrovantApp& app, Camera& camera)
         }
     }
     camera.take(QStringLiteral("Wuchsregionen"));
-    press(regions, QStringLiteral("key%1").arg(Screen::kCancel));
+    press(regions, Screen::kCancel);
     backFromListSelection(app);
 }
 
@@ -462,9 +469,9 @@ void tourTally(BrovantApp& app, Camera& camera)
 {
     if (app.activeScreen() != app.mainMenu())
         app.switchTo(app.mainMenu());
-    press(app.mainMenu(), QStringLiteral("key%1").arg(MainMenuDlg::kSelectList));
-    auto* lists = qobject_cast<ListSelectionDlg*>(app.findScreen(QStringLiteral("listSelection")));
-    auto* tally = qobject_cast<TallyDlg*>(app.findScreen(QStringLiteral("tally")));
+    press(app.mainMenu(), MainMenuDlg::kSelectList);
+    auto* lists = app.screen<ListSelectionDlg>();
+    auto* tally = app.screen<TallyDlg>();
     if (!lists || !tally || app.activeScreen() != lists)
         return;
     QTreeWidget* view = lists->listView();
@@ -473,12 +480,12 @@ void tourTally(BrovantApp& app, Camera& camera)
         return;
     view->setCurrentItem(found.first());
     lists->showTab(ListSelectionDlg::TallyTab);
-    press(lists, QStringLiteral("key%1").arg(ListSelectionDlg::kTally));
+    press(lists, ListSelectionDlg::kTally);
     if (app.activeScreen() != tally)
         return;
     camera.take(QStringLiteral("Holzaufnahme"));
 
-    const QString enter = QStringLiteral("key%1").arg(KeypadScreen::kEnter);
+    const int enter = KeypadScreen::kEnter;
     press(tally, enter); // nothing entered yet: "Holzart fehlt !!!"
     camera.take(QStringLiteral("Holzaufnahme Holzarten"));
     pickCaption(tally, QStringLiteral("BU"));
@@ -489,7 +496,7 @@ void tourTally(BrovantApp& app, Camera& camera)
         press(tally, enter);
     }
     // Back over the class to the count; Enter leads on through the class to the diameter.
-    const QString previous = QStringLiteral("key%1").arg(KeypadScreen::kPreviousField);
+    const int previous = KeypadScreen::kPreviousField;
     press(tally, previous);
     press(tally, previous);
     type(tally, QStringLiteral("3"));
@@ -499,40 +506,39 @@ void tourTally(BrovantApp& app, Camera& camera)
     camera.take(QStringLiteral("Holzaufnahme Eingabe"));
     press(tally, enter);
     camera.take(QStringLiteral("Holzaufnahme drei Baeume"));
-    press(tally, QStringLiteral("key%1").arg(TallyDlg::kUp));
+    press(tally, TallyDlg::kUp);
     camera.take(QStringLiteral("Holzaufnahme zurueckgeblaettert"));
-    press(tally, QStringLiteral("key%1").arg(TallyDlg::kEtc));
-    press(tally, QStringLiteral("key%1").arg(TallyDlg::kEnd));
-    press(tally, QStringLiteral("key%1").arg(TallyDlg::kEtc));
+    press(tally, TallyDlg::kEtc);
+    press(tally, TallyDlg::kEnd);
+    press(tally, TallyDlg::kEtc);
     camera.take(QStringLiteral("Holzaufnahme Funktionen"));
 
-    press(tally, QStringLiteral("key%1").arg(TallyDlg::kSpeciesSetup));
-    auto* species = qobject_cast<SpeciesSelectionDlg*>(app.findScreen(QStringLiteral("species")));
+    press(tally, TallyDlg::kSpeciesSetup);
+    auto* species = app.screen<SpeciesSelectionDlg>();
     if (species && app.activeScreen() == species) {
         camera.take(QStringLiteral("Einstellung der Holzart"));
-        press(species, QStringLiteral("key%1").arg(SpeciesSelectionDlg::kLetters));
+        press(species, SpeciesSelectionDlg::kLetters);
         type(species, QStringLiteral("KIR"));
         camera.take(QStringLiteral("Einstellung der Holzart getippt"));
         press(species, enter);
-        press(species, QStringLiteral("key%1").arg(SpeciesSelectionDlg::kFirstSlot + 11));
-        press(species, QStringLiteral("key%1").arg(SpeciesSelectionDlg::kLetters));
+        press(species, SpeciesSelectionDlg::kFirstSlot + 11);
+        press(species, SpeciesSelectionDlg::kLetters);
         type(species, QStringLiteral("WEI"));
         press(species, enter);
-        press(species, QStringLiteral("key%1").arg(SpeciesSelectionDlg::kCaliperKey));
+        press(species, SpeciesSelectionDlg::kCaliperKey);
         camera.take(QStringLiteral("Einstellung der Holzart HA12 und Kluppe"));
-        press(species, QStringLiteral("key%1").arg(Screen::kCancel));
+        press(species, Screen::kCancel);
     }
     if (app.activeScreen() != tally)
         return;
-    press(tally, QStringLiteral("key%1").arg(TallyDlg::kEtc));
-    press(tally, QStringLiteral("key%1").arg(TallyDlg::kEval));
-    if (Screen* totals = app.findScreen(QStringLiteral("totals"));
-        totals && app.activeScreen() == totals) {
+    press(tally, TallyDlg::kEtc);
+    press(tally, TallyDlg::kEval);
+    if (Screen* totals = app.screen<TotalsDlg>(); totals && app.activeScreen() == totals) {
         camera.take(QStringLiteral("Gesamtsumme"));
         totals->onCommand(Screen::kCancel);
     }
     if (app.activeScreen() == tally)
-        press(tally, QStringLiteral("key%1").arg(Screen::kCancel));
+        press(tally, Screen::kCancel);
 }
 
 // A mixed stand in "EICHE03", saved as the tally saves trees (class and volume from the master
@@ -587,18 +593,16 @@ void tourReports(BrovantApp& app, Camera& camera)
     if (!totals)
         return;
     camera.take(QStringLiteral("Gesamtsumme Eichenwertholz"));
-    press(totals, QStringLiteral("key%1").arg(TotalsDlg::kDistribution));
-    if (auto* chart = app.findScreen(QStringLiteral("distribution"));
-        chart && app.activeScreen() == chart) {
+    press(totals, TotalsDlg::kDistribution);
+    if (auto* chart = app.screen<DistributionDlg>(); chart && app.activeScreen() == chart) {
         camera.take(QStringLiteral("Durchmesserverteilung alle"));
-        press(static_cast<KeypadScreen*>(chart),
-              QStringLiteral("key%1").arg(DistributionDlg::kNextSpecies));
+        press(static_cast<KeypadScreen*>(chart), DistributionDlg::kNextSpecies);
         camera.take(QStringLiteral("Durchmesserverteilung Holzart"));
-        press(static_cast<KeypadScreen*>(chart), QStringLiteral("key%1").arg(Screen::kCancel));
+        press(static_cast<KeypadScreen*>(chart), Screen::kCancel);
     }
 
     // "Ausdruck" writes the listing into the printer path; its pages as the paper shows them.
-    press(totals, QStringLiteral("key%1").arg(TotalsDlg::kPrint));
+    press(totals, TotalsDlg::kPrint);
     const ReportSources sources{session.database(), session.store(), tables, app.clock().now()};
     if (const auto report = reports::listing(sources, list->idFile)) {
         const int pageLength = reports::pageLength(tables);
@@ -615,7 +619,7 @@ void tourReports(BrovantApp& app, Camera& camera)
             camera.keep(image, QStringLiteral("Ausdruck Seite %1").arg(i + 1));
         }
     }
-    press(totals, QStringLiteral("key%1").arg(Screen::kCancel));
+    press(totals, Screen::kCancel);
     backFromListSelection(app);
 }
 
@@ -636,12 +640,12 @@ void tourSettings(BrovantApp& app, Camera& camera, TourDialogs& dialogs)
         camera.take(QStringLiteral("Einstellungen-") + QLatin1StringView(tabs[tab]));
     }
     settings->showTab(0);
-    dialogs.answerNext(MessageDialogs::Yes);
-    dialogs.answerNext(MessageDialogs::Yes); // the left "NEIN"
+    dialogs.answerNext(Answer::Yes);
+    dialogs.answerNext(Answer::Yes); // the left "NEIN"
     settings->onCommand(SettingsDlg::kDeleteAll);
-    dialogs.answerNext(MessageDialogs::No);
+    dialogs.answerNext(Answer::No);
     settings->onCommand(SettingsDlg::kReset);
-    dialogs.answerNext(MessageDialogs::Yes);
+    dialogs.answerNext(Answer::Yes);
     settings->onCommand(SettingsDlg::kBackup);
     RestoreDlg::setRunner([&camera](RestoreDlg& dialog) {
         dialog.show();
@@ -683,9 +687,9 @@ void tourCommunication(BrovantApp& app, Camera& camera)
         camera.take(QStringLiteral("Einstellungen Kabel ActiveSync"));
         cable->findChild<QComboBox*>(QStringLiteral("port"))->setCurrentIndex(0);
         camera.take(QStringLiteral("Einstellungen Kabel COM1"));
-        press(cable, QStringLiteral("key%1").arg(Screen::kCancel));
+        press(cable, Screen::kCancel);
     }
-    press(screen, QStringLiteral("key%1").arg(Screen::kCancel));
+    press(screen, Screen::kCancel);
     settings->onCommand(Screen::kCancel);
 }
 
@@ -726,7 +730,7 @@ int runDemoTour(const QString& rootDir, const QString& outDir)
     if (!session.configurationLoaded())
         menu->onCommand(MainMenuDlg::kNewList);
     tourConfiguration(app, camera);
-    dialogs.answerNext(MessageDialogs::No);
+    dialogs.answerNext(Answer::No);
     menu->onCommand(Screen::kCancel);
     tourSystemInfo(app, camera);
     tourTariffAssignment(app, camera);

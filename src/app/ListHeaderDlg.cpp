@@ -1,6 +1,8 @@
 #include "app/ListHeaderDlg.h"
 
 #include "app/KeyTables.h"
+#include "app/ListSelectionDlg.h"
+#include "app/MainMenuDlg.h"
 #include "app/ScreenStack.h"
 #include "app/TariffAssignmentDlg.h"
 #include "data/Schema.h"
@@ -331,8 +333,8 @@ void ListHeaderDlg::onOk()
         showPage();
         return;
     case PageExit::AssignTariffs:
-        if (auto* tariffs = qobject_cast<TariffAssignmentDlg*>(
-                app().findScreen(QStringLiteral("tariffAssignment")))) {
+        if (auto* tariffs =
+                qobject_cast<TariffAssignmentDlg*>(app().screen<TariffAssignmentDlg>())) {
             tariffs->openRegion(m_logic.region());
             return;
         }
@@ -371,9 +373,9 @@ void ListHeaderDlg::keyPressEvent(QKeyEvent* event)
 
 void ListHeaderDlg::toListSelection()
 {
-    Screen* target = app().findScreen(QStringLiteral("listSelection"));
+    Screen* target = app().screen<ListSelectionDlg>();
     if (!target)
-        target = app().findScreen(QStringLiteral("mainMenu"));
+        target = app().screen<MainMenuDlg>();
     if (target)
         app().switchTo(target);
 }

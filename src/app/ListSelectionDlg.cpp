@@ -1,8 +1,14 @@
 #include "app/ListSelectionDlg.h"
 
 #include "app/KeyTables.h"
+#include "app/ListHeaderDlg.h"
+#include "app/ListInfoDlg.h"
+#include "app/MainMenuDlg.h"
 #include "app/Printing.h"
+#include "app/RegionDlg.h"
 #include "app/ScreenStack.h"
+#include "app/TallyDlg.h"
+#include "app/TotalsDlg.h"
 #include "device/BackupService.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/MessageDialogs.h"
@@ -152,10 +158,9 @@ void ListSelectionDlg::showTab(int index)
 void ListSelectionDlg::enter()
 {
     // Coming back from editing a header or from tallying saves the database first.
-    if (const Screen* previous = previousScreen();
-        previous
-        && (previous->objectName() == QLatin1StringView("listHeader")
-            || previous->objectName() == QLatin1StringView("tally")))
+    if (const Screen* previous = previousScreen(); previous
+                                                   && (qobject_cast<const ListHeaderDlg*>(previous)
+                                                       || qobject_cast<const TallyDlg*>(previous)))
         app().backup().automaticIfEnabled();
     rebuild();
 }
@@ -209,10 +214,10 @@ void ListSelectionDlg::backToList()
     m_list->setFocus(Qt::OtherFocusReason);
 }
 
-void ListSelectionDlg::switchTo(const char* screen)
+void ListSelectionDlg::switchTo(Screen* target)
 {
     // Screens that are not there yet (tally, totals, region, printouts) leave the user here.
-    if (Screen* target = app().findScreen(QString::fromLatin1(screen)))
+    if (target)
         app().switchTo(target);
     else
         backToList();
@@ -226,20 +231,20 @@ void ListSelectionDlg::go(ListSelectionLogic::Target target)
         backToList();
         return;
     case Target::ListHeader:
-        switchTo("listHeader");
+        switchTo(app().screen<ListHeaderDlg>());
         return;
     case Target::ListInfo:
-        switchTo("listInfo");
+        switchTo(app().screen<ListInfoDlg>());
         return;
     case Target::Tally:
-        switchTo("tally");
+        switchTo(app().screen<TallyDlg>());
         return;
     case Target::Totals:
-        switchTo("totals");
+        switchTo(app().screen<TotalsDlg>());
         return;
     case Target::Region:
         // The region screen is told by a property that it was opened for one list.
-        if (Screen* region = app().findScreen(QStringLiteral("region"))) {
+        if (Screen* region = app().screen<RegionDlg>()) {
             region->setProperty("regionMode", 1);
             app().switchTo(region);
         } else {
@@ -373,7 +378,7 @@ void ListSelectionDlg::onOk()
 
 void ListSelectionDlg::onCancel()
 {
-    switchTo("mainMenu");
+    switchTo(app().screen<MainMenuDlg>());
 }
 
 bool ListSelectionDlg::eventFilter(QObject* watched, QEvent* event)

@@ -56,7 +56,7 @@ private:
     void showRows();
     void showSelection();
     void go(ListSelectionLogic::Target target);
-    void switchTo(const char* screen);
+    void switchTo(Screen* target);
     void send();
     void receive();
     // Gives the list the focus again after a message or a transfer.

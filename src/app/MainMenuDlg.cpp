@@ -1,7 +1,11 @@
 #include "app/MainMenuDlg.h"
 
 #include "app/KeyTables.h"
+#include "app/ListHeaderDlg.h"
+#include "app/ListSelectionDlg.h"
 #include "app/ScreenStack.h"
+#include "app/SettingsDlg.h"
+#include "app/SystemInfoDlg.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
 #include "platform/MessageDialogs.h"
@@ -80,13 +84,12 @@ void MainMenuDlg::updateClock()
     m_date->setText(dateText(now));
 }
 
-void MainMenuDlg::openWorkArea(const char* screen, bool needsMasterData, bool resetList)
+void MainMenuDlg::openWorkArea(Screen* target, bool needsMasterData, bool resetList)
 {
     if (needsMasterData && !app().session().configurationLoaded()) {
         app().messages().notice(QStringLiteral("Keine Stammdaten vorhanden!"));
         return;
     }
-    Screen* target = app().findScreen(QString::fromLatin1(screen));
     if (!target)
         return;
     m_timer.stop();
@@ -99,16 +102,16 @@ void MainMenuDlg::onCommand(int id)
 {
     switch (id) {
     case kNewList:
-        openWorkArea("listHeader", true, true);
+        openWorkArea(app().screen<ListHeaderDlg>(), true, true);
         return;
     case kSelectList:
-        openWorkArea("listSelection", true, false);
+        openWorkArea(app().screen<ListSelectionDlg>(), true, false);
         return;
     case kSystemInfo:
-        openWorkArea("systemInfo", false, false);
+        openWorkArea(app().screen<SystemInfoDlg>(), false, false);
         return;
     case kSettings:
-        openWorkArea("settings", false, false);
+        openWorkArea(app().screen<SettingsDlg>(), false, false);
         return;
     default:
         KeypadScreen::onCommand(id);
@@ -117,7 +120,7 @@ void MainMenuDlg::onCommand(int id)
 
 void MainMenuDlg::onCancel()
 {
-    if (app().messages().yesNo(QStringLiteral("Programm beenden?")) != MessageDialogs::Yes)
+    if (app().messages().yesNo(QStringLiteral("Programm beenden?")) != Answer::Yes)
         return;
     m_timer.stop();
     app().switchTo(nullptr);

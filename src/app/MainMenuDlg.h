@@ -36,7 +36,7 @@ protected:
     void setUp() override;
 
 private:
-    void openWorkArea(const char* screen, bool needsMasterData, bool resetList);
+    void openWorkArea(Screen* target, bool needsMasterData, bool resetList);
 
     QTimer m_timer;
     QLabel* m_clock = nullptr;

@@ -1,7 +1,10 @@
 #include "app/PrinterSettingsDlg.h"
 
+#include "app/CableSettingsDlg.h"
 #include "app/KeyTables.h"
+#include "app/MainMenuDlg.h"
 #include "app/ScreenStack.h"
+#include "app/SettingsDlg.h"
 #include "masterdata/DeviceSession.h"
 #include "workflow/AppState.h"
 #include "workflow/CableSettingsLogic.h"
@@ -29,8 +32,6 @@ constexpr int kLabelWidth = 92;
 constexpr int kFieldLeft = 98;
 constexpr int kFieldWidth = 138;
 constexpr int kPagesTop = 48;
-
-const char* const kCableScreen = "cableSettings";
 
 QLabel* addLabel(QWidget* page, const QString& name, const QString& text, int y)
 {
@@ -251,7 +252,7 @@ void PrinterSettingsDlg::showTab(int index)
 
 void PrinterSettingsDlg::enter()
 {
-    Screen* cableScreen = app().findScreen(QString::fromLatin1(kCableScreen));
+    Screen* cableScreen = app().screen<CableSettingsDlg>();
     const bool backFromCable = m_inCableSettings && cableScreen && previousScreen() == cableScreen;
     m_inCableSettings = false;
     if (!backFromCable) {
@@ -329,7 +330,7 @@ void PrinterSettingsDlg::stepPageLength(int step)
 
 void PrinterSettingsDlg::openCableSettings()
 {
-    Screen* cable = app().findScreen(QString::fromLatin1(kCableScreen));
+    Screen* cable = app().screen<CableSettingsDlg>();
     if (!cable)
         return;
     m_inCableSettings = true;
@@ -350,10 +351,10 @@ void PrinterSettingsDlg::onCancel()
 void PrinterSettingsDlg::returnToCaller()
 {
     Screen* target = m_caller;
-    if (!target || target == this || target == app().findScreen(QString::fromLatin1(kCableScreen)))
-        target = app().findScreen(QStringLiteral("settings"));
+    if (!target || target == this || target == app().screen<CableSettingsDlg>())
+        target = app().screen<SettingsDlg>();
     if (!target)
-        target = app().findScreen(QStringLiteral("mainMenu"));
+        target = app().screen<MainMenuDlg>();
     if (target)
         app().switchTo(target);
 }

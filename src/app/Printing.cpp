@@ -34,7 +34,7 @@ std::optional<QString> Printing::run(ScreenStack& app, ReportKind kind, std::int
     MessageDialogs& dialogs = app.messages();
     if (reports::askBeforePrinting(tables)
         && dialogs.yesNo(QStringLiteral("Soll der Ausdruck"), QStringLiteral("gestartet werden?"))
-               != MessageDialogs::Yes)
+               != Answer::Yes)
         return std::nullopt;
 
     DeviceSession& session = app.session();

@@ -1,6 +1,7 @@
 #include "app/RegionDlg.h"
 
 #include "app/KeyTables.h"
+#include "app/ListSelectionDlg.h"
 #include "app/ScreenStack.h"
 #include "app/TariffAssignmentDlg.h"
 #include "masterdata/DeviceSession.h"
@@ -89,8 +90,7 @@ void RegionDlg::setUp()
 void RegionDlg::enter()
 {
     const Screen* previous = previousScreen();
-    const bool fromTariffs =
-        previous && previous->objectName() == QLatin1StringView("tariffAssignment");
+    const bool fromTariffs = previous && qobject_cast<const TariffAssignmentDlg*>(previous);
     m_logic.open(app().state().currentList);
     m_title->setText(m_logic.listName().isEmpty()
                          ? windowTitle()
@@ -134,8 +134,7 @@ void RegionDlg::add()
         break;
     }
     case RegionLogic::Added::AssignTariffs:
-        if (auto* tariffs = qobject_cast<TariffAssignmentDlg*>(
-                app().findScreen(QStringLiteral("tariffAssignment"))))
+        if (auto* tariffs = qobject_cast<TariffAssignmentDlg*>(app().screen<TariffAssignmentDlg>()))
             tariffs->openRegion(region);
         break;
     case RegionLogic::Added::No:
@@ -177,7 +176,7 @@ void RegionDlg::onOk()
 
 void RegionDlg::onCancel()
 {
-    if (Screen* lists = app().findScreen(QStringLiteral("listSelection")))
+    if (Screen* lists = app().screen<ListSelectionDlg>())
         app().switchTo(lists);
 }
 

@@ -1,5 +1,6 @@
 #include "app/Screen.h"
 
+#include "app/KeyButton.h"
 #include "app/ScreenStack.h"
 
 #include <QKeyEvent>
@@ -53,6 +54,15 @@ void Screen::bringToFront()
     setGeometry(0, 0, ScreenStack::kScreenWidth, ScreenStack::kScreenHeight);
     show();
     raise();
+}
+
+KeyButton* Screen::shownKey(int commandId) const
+{
+    for (KeyButton* key : findChildren<KeyButton*>()) {
+        if (key->def().commandId == commandId && key->isVisibleTo(this))
+            return key;
+    }
+    return nullptr;
 }
 
 QFont Screen::defaultFont()

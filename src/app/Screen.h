@@ -11,6 +11,7 @@ class QLabel;
 
 namespace brovant {
 
+class KeyButton;
 class ScreenStack;
 
 class Screen : public QWidget {
@@ -43,6 +44,9 @@ public:
     void bringToFront();
     Screen* previousScreen() const { return m_prev; }
     void setPreviousScreen(Screen* prev) { m_prev = prev; }
+
+    // The shown key sending `commandId` (bar keys exist once per keyboard), or null.
+    KeyButton* shownKey(int commandId) const;
 
     static QFont defaultFont();
     // The screen's centred bold title line across the full width, named "title".

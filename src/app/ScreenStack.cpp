@@ -78,15 +78,6 @@ BackupService& ScreenStack::backup() const
     return *m_backup;
 }
 
-Screen* ScreenStack::findScreen(const QString& objectName) const
-{
-    for (const auto& screen : m_screens) {
-        if (screen->objectName() == objectName)
-            return screen.get();
-    }
-    return nullptr;
-}
-
 void ScreenStack::destroyScreens()
 {
     m_active = nullptr;

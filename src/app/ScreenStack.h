@@ -3,6 +3,8 @@
 // and shows the next one full screen. Start-up, shutdown and what each screen does live elsewhere.
 #pragma once
 
+#include "app/Screen.h"
+
 #include <QObject>
 #include <QWidget>
 
@@ -14,7 +16,6 @@ namespace brovant {
 struct AppState;
 class BackupService;
 class CaliperReader;
-class Screen;
 class Clock;
 class DeviceControls;
 class DeviceSession;
@@ -50,8 +51,15 @@ public:
         return raw;
     }
     void destroyScreens();
-    // A created screen by its object name, or null while that screen does not exist.
-    Screen* findScreen(const QString& objectName) const;
+    // The created screen of that type, or null while it does not exist.
+    template <class S> S* screen() const
+    {
+        for (const auto& screen : m_screens) {
+            if (auto* found = qobject_cast<S*>(screen.get()))
+                return found;
+        }
+        return nullptr;
+    }
     const std::vector<std::unique_ptr<Screen>>& screens() const { return m_screens; }
 
     void setMessages(MessageDialogs* messages) { m_messages = messages; }

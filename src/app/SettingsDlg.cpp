@@ -2,6 +2,8 @@
 
 #include "app/ConfigurationDlg.h"
 #include "app/KeyTables.h"
+#include "app/MainMenuDlg.h"
+#include "app/PrinterSettingsDlg.h"
 #include "app/QtMessageDialogs.h"
 #include "app/RestoreDlg.h"
 #include "app/ScreenStack.h"
@@ -188,7 +190,7 @@ void SettingsDlg::enter()
     const SettingsStore& store = app().session().store();
     if (auto* communication =
             findChild<QPushButton*>(QStringLiteral("button%1").arg(kCommunication)))
-        communication->setEnabled(app().findScreen(QStringLiteral("printerSettings")) != nullptr);
+        communication->setEnabled(app().screen<PrinterSettingsDlg>() != nullptr);
     m_autoBackup->setChecked(store.readInt(Setting::BackupAuto) == 1);
     m_cardBackup->setChecked(store.readInt(Setting::BackupKarte) == 1);
     m_loading = false;
@@ -203,9 +205,9 @@ void SettingsDlg::applyDateTime(int changed)
                                                 : QDateTime(now.date(), m_time->time()));
 }
 
-void SettingsDlg::goTo(const char* screen)
+void SettingsDlg::goTo(Screen* target)
 {
-    if (Screen* target = app().findScreen(QString::fromLatin1(screen)))
+    if (target)
         app().switchTo(target);
 }
 
@@ -217,14 +219,14 @@ void SettingsDlg::onCommand(int id)
     switch (id) {
     case kDeleteAll:
         if (m_logic->deleteAll(app().host()))
-            goTo("mainMenu");
+            goTo(app().screen<MainMenuDlg>());
         return;
     case kReloadConfiguration:
         m_logic->reloadConfiguration(app().channels(), app().host());
         return;
     case kBackup: {
         const QStringList question = BackupService::question();
-        if (app().messages().yesNo(question[0], question[1], question[2]) != MessageDialogs::Yes)
+        if (app().messages().yesNo(question[0], question[1], question[2]) != Answer::Yes)
             return;
         app().host().setWaitCursor(true);
         app().backup().backup(BackupService::Kind::Manual);
@@ -246,21 +248,19 @@ void SettingsDlg::onCommand(int id)
     case kReset:
         if (app().messages().yesNo(QStringLiteral("Wollen Sie den Reset"),
                                    QStringLiteral("durchführen?"))
-            == MessageDialogs::Yes)
+            == Answer::Yes)
             device.reset();
         return;
     case kCompanyHeader:
-        if (auto* screen =
-                qobject_cast<ConfigurationDlg*>(app().findScreen(QStringLiteral("configuration"))))
+        if (auto* screen = app().screen<ConfigurationDlg>())
             screen->openPage(0);
         return;
     case kTariffAssignment:
-        if (auto* screen = qobject_cast<TariffAssignmentDlg*>(
-                app().findScreen(QStringLiteral("tariffAssignment"))))
+        if (auto* screen = qobject_cast<TariffAssignmentDlg*>(app().screen<TariffAssignmentDlg>()))
             screen->openAll();
         return;
     case kCommunication:
-        goTo("printerSettings");
+        goTo(app().screen<PrinterSettingsDlg>());
         return;
     case kDate:
     case kTime:
@@ -286,7 +286,7 @@ void SettingsDlg::onCommand(int id)
 
 void SettingsDlg::onCancel()
 {
-    goTo("mainMenu");
+    goTo(app().screen<MainMenuDlg>());
 }
 
 } // namespace brovant

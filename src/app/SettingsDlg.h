@@ -60,7 +60,7 @@ protected:
 private:
     QPushButton* addButton(QWidget* page, int id, const QString& caption, int x, int y, int w);
     void applyDateTime(int changed);
-    void goTo(const char* screen);
+    void goTo(Screen* target);
 
     std::unique_ptr<SettingsLogic> m_logic;
     QTabBar* m_tabs = nullptr;

@@ -2,6 +2,7 @@
 
 #include "app/KeyTables.h"
 #include "app/ScreenStack.h"
+#include "app/TallyDlg.h"
 #include "data/FieldDescriptor.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/MessageDialogs.h"
@@ -171,7 +172,7 @@ void SpeciesSelectionDlg::onEnterKey()
 
 void SpeciesSelectionDlg::onCancel()
 {
-    Screen* target = app().findScreen(QStringLiteral("tally"));
+    Screen* target = app().screen<TallyDlg>();
     if (!target)
         target = previousScreen();
     if (target && target != this)

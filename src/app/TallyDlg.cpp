@@ -1,7 +1,10 @@
 #include "app/TallyDlg.h"
 
 #include "app/KeyTables.h"
+#include "app/ListSelectionDlg.h"
+#include "app/MainMenuDlg.h"
 #include "app/ScreenStack.h"
+#include "app/SpeciesSelectionDlg.h"
 #include "app/TariffAssignmentDlg.h"
 #include "app/TotalsDlg.h"
 #include "data/FieldDescriptor.h"
@@ -564,10 +567,9 @@ void TallyDlg::onCommand(int id)
         if (m_logic.checkHasTrees()) {
             // "Eval" prepares the totals sorted by species; "BHD/Stufe" shows the trees as the
             // tally holds them.
-            if (auto* totals =
-                    qobject_cast<TotalsDlg*>(app().findScreen(QStringLiteral("totals")))) {
+            if (auto* totals = app().screen<TotalsDlg>()) {
                 if (id == kEval)
-                    switchTo("totals");
+                    switchTo(app().screen<TotalsDlg>());
                 else
                     totals->openAsTallied();
                 return;
@@ -577,7 +579,7 @@ void TallyDlg::onCommand(int id)
         return;
     case kSpeciesSetup:
         commitFocused();
-        switchTo("species");
+        switchTo(app().screen<SpeciesSelectionDlg>());
         return;
     case kEtc:
         showKeyboard(keyboardIndex() == Secondary ? barOf(focusedField()) : Secondary);
@@ -633,10 +635,10 @@ void TallyDlg::onOk()
 void TallyDlg::onCancel()
 {
     // Leaves without writing the record shown; the list selection makes the backup.
-    if (app().findScreen(QStringLiteral("listSelection")))
-        switchTo("listSelection");
+    if (app().screen<ListSelectionDlg>())
+        switchTo(app().screen<ListSelectionDlg>());
     else
-        switchTo("mainMenu");
+        switchTo(app().screen<MainMenuDlg>());
 }
 
 void TallyDlg::takeMeasurement(int speciesKey, int diameter)
@@ -676,9 +678,9 @@ void TallyDlg::takeCaliperMeasurement(const CaliperMeasurement& measurement)
     m_measuring = false;
 }
 
-void TallyDlg::switchTo(const char* screen)
+void TallyDlg::switchTo(Screen* target)
 {
-    if (Screen* target = app().findScreen(QString::fromLatin1(screen)))
+    if (target)
         app().switchTo(target);
 }
 

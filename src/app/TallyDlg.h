@@ -96,7 +96,7 @@ private:
     // After a load, save or navigation: the fields shown afresh, the focus where the logic says.
     void settle();
     void toTotals();
-    void switchTo(const char* screen);
+    void switchTo(Screen* target);
 
     // One measurement of either caliper format: a species text, when there is one, goes in
     // before the key is applied.

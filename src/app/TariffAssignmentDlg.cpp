@@ -1,6 +1,7 @@
 #include "app/TariffAssignmentDlg.h"
 
 #include "app/KeyTables.h"
+#include "app/MainMenuDlg.h"
 #include "app/ScreenStack.h"
 #include "data/Schema.h"
 #include "workflow/AppState.h"
@@ -333,7 +334,7 @@ void TariffAssignmentDlg::returnToCaller()
 {
     Screen* target = previousScreen();
     if (!target || target == this)
-        target = app().findScreen(QStringLiteral("mainMenu"));
+        target = app().screen<MainMenuDlg>();
     if (target)
         app().switchTo(target);
 }

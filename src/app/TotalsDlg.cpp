@@ -1,5 +1,6 @@
 #include "app/TotalsDlg.h"
 
+#include "app/DistributionDlg.h"
 #include "app/KeyTables.h"
 #include "app/Printing.h"
 #include "app/ScreenStack.h"
@@ -80,8 +81,7 @@ void TotalsDlg::openAsTallied()
 void TotalsDlg::enter()
 {
     Screen* from = previousScreen();
-    if (m_opener && from && from != m_opener
-        && from == app().findScreen(QStringLiteral("distribution"))) {
+    if (m_opener && from && from != m_opener && from == app().screen<DistributionDlg>()) {
         // Back from the distribution opened here: the rows in the order they were opened in,
         // and back from here still where it led before.
         setPreviousScreen(m_opener);
@@ -112,10 +112,10 @@ void TotalsDlg::rebuild()
     m_view->setFocus(Qt::OtherFocusReason);
 }
 
-void TotalsDlg::switchTo(const char* screen)
+void TotalsDlg::switchTo(Screen* target)
 {
     // A screen that does not exist (a bare framework in tests) leaves the user here.
-    if (Screen* target = app().findScreen(QString::fromLatin1(screen)))
+    if (target)
         app().switchTo(target);
     else
         m_view->setFocus(Qt::OtherFocusReason);
@@ -133,7 +133,7 @@ void TotalsDlg::onCommand(int id)
         m_view->setFocus(Qt::OtherFocusReason);
         return;
     case kDistribution:
-        switchTo("distribution");
+        switchTo(app().screen<DistributionDlg>());
         return;
     case kPreviousField:
     case kNextField:

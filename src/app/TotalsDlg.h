@@ -35,7 +35,7 @@ protected:
 
 private:
     void rebuild();
-    void switchTo(const char* screen);
+    void switchTo(Screen* target);
 
     QTreeWidget* m_view = nullptr;
     Totals::Order m_order = Totals::Order::BySpecies;

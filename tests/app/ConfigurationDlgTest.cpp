@@ -30,7 +30,7 @@ struct ConfigProgram : Program {
     {
         return rows(QStringLiteral("SELECT %1 FROM Brov_Konfiguration").arg(text(column)));
     }
-    ConfigurationDlg* screen = find<ConfigurationDlg>("configuration");
+    ConfigurationDlg* screen = find<ConfigurationDlg>();
 };
 
 // A letter word into the first field (all selected, so it replaces), the next-field key, the
@@ -147,12 +147,12 @@ TEST(ConfigurationDlg, LeavingAChangedPageAsksWhetherToSave)
     const struct {
         const char* name;
         bool typeSomething;
-        int answer;
+        Answer answer;
         const char* stored; // FIRMENKOPF/1 afterwards
     } cases[] = {
-        {"unchanged page asks nothing", false, MessageDialogs::Yes, "<absent>"},
-        {"yes saves", true, MessageDialogs::Yes, "HOLZ"},
-        {"no drops", true, MessageDialogs::No, "<absent>"},
+        {"unchanged page asks nothing", false, Answer::Yes, "<absent>"},
+        {"yes saves", true, Answer::Yes, "HOLZ"},
+        {"no drops", true, Answer::No, "<absent>"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);

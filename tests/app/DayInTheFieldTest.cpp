@@ -179,7 +179,7 @@ protected:
         ASSERT_EQ(h.activeName(), QStringLiteral("settings"));
         tapTab("tabs1021", tab);
     }
-    QTreeWidget* listView() { return h.find<ListSelectionDlg>("listSelection")->listView(); }
+    QTreeWidget* listView() { return h.find<ListSelectionDlg>()->listView(); }
     // A tap on the list's row in the list selection.
     void selectList(const QString& name)
     {
@@ -344,7 +344,7 @@ protected:
 
     // --- the tally screen ---------------------------------------------------------------------
 
-    Tally* tally() { return h.find<Tally>("tally"); }
+    Tally* tally() { return h.find<Tally>(); }
     QString screenLabel(const char* name)
     {
         auto* label = tally()->findChild<QLabel*>(QLatin1StringView(name));
@@ -611,7 +611,7 @@ protected:
     QStringList shownTotals()
     {
         QStringList out;
-        auto* view = h.find<TotalsDlg>("totals")->totalsView();
+        auto* view = h.find<TotalsDlg>()->totalsView();
         for (int i = 0; i < view->topLevelItemCount(); ++i) {
             QStringList cells;
             for (int c = 0; c < view->columnCount(); ++c)
@@ -789,7 +789,7 @@ void ForesterDay::setUpTheHandheld()
     ASSERT_TRUE(QFile::link(cable.end(0), h.root.host(QStringLiteral("dev/COM1"))));
 
     ASSERT_NO_FATAL_FAILURE(openSettings(0));
-    h.dialogs.answerNext(MessageDialogs::Yes);
+    h.dialogs.answerNext(Answer::Yes);
     tapButton(QStringLiteral("check1194"));
     autoBackup = true;
     tapTab("tabs1021", 1);
@@ -956,7 +956,7 @@ void ForesterDay::correctTrees()
         h.pick(species);
         tapField("STK");
         h.type(QStringLiteral("3"));
-        h.dialogs.answerNext(MessageDialogs::Yes);
+        h.dialogs.answerNext(Answer::Yes);
         h.press(Tally::kDown);
         next.species = species;
         next.tariff = speciesTariff[species];
@@ -966,12 +966,12 @@ void ForesterDay::correctTrees()
 
         tapField("BHD");
         h.type(QStringLiteral("33"));
-        h.dialogs.answerNext(MessageDialogs::No);
+        h.dialogs.answerNext(Answer::No);
         h.press(Tally::kUp);
         EXPECT_EQ(screenLabel("position"), QStringLiteral("%1/%2").arg(n - 1).arg(n));
         EXPECT_EQ(shownRecord(), list.trees[n - 2].shown());
 
-        h.dialogs.answerNext(MessageDialogs::Yes);
+        h.dialogs.answerNext(Answer::Yes);
         h.press(Tally::kEtc);
         h.press(Tally::kDelete);
         list.trees.erase(list.trees.begin() + qsizetype(n - 2));
@@ -981,10 +981,10 @@ void ForesterDay::correctTrees()
         h.press(Tally::kEtc);
         h.press(Tally::kFirst);
         EXPECT_EQ(screenLabel("position"), QStringLiteral("1/%1").arg(n - 1));
-        h.dialogs.answerNext(MessageDialogs::No);
+        h.dialogs.answerNext(Answer::No);
         h.press(Tally::kEtc);
         h.press(Tally::kDelete);
-        h.dialogs.answerNext(MessageDialogs::Yes);
+        h.dialogs.answerNext(Answer::Yes);
         h.press(Tally::kEtc);
         h.press(Tally::kDelete);
         list.trees.erase(list.trees.begin());
@@ -1087,7 +1087,7 @@ void ForesterDay::markAndBackUp()
                                          "EICHE03 |A0|EICHEN ABT. 7"}));
     h.clock.setNow(QDateTime(QDate(2026, 5, 4), QTime(17, 2, 0)));
     ASSERT_NO_FATAL_FAILURE(openSettings(0));
-    h.dialogs.answerNext(MessageDialogs::Yes);
+    h.dialogs.answerNext(Answer::Yes);
     tapButton(QStringLiteral("button%1").arg(SettingsDlg::kBackup));
     backupMade(QStringLiteral("Manu"));
     manualBackup = backups.back().name;
@@ -1257,8 +1257,8 @@ void ForesterDay::deleteAll()
 {
     h.clock.setNow(QDateTime(QDate(2026, 5, 4), QTime(17, 45, 0)));
     ASSERT_NO_FATAL_FAILURE(openSettings(0));
-    h.dialogs.answerNext(MessageDialogs::Yes); // "Fortsetzen"
-    h.dialogs.answerNext(MessageDialogs::No);  // the right-hand "JA"
+    h.dialogs.answerNext(Answer::Yes); // "Fortsetzen"
+    h.dialogs.answerNext(Answer::No);  // the right-hand "JA"
     tapButton(QStringLiteral("button%1").arg(SettingsDlg::kDeleteAll));
     EXPECT_EQ(h.active(), h.app.mainMenu());
     EXPECT_EQ(said(), (QStringList{
@@ -1317,7 +1317,7 @@ void ForesterDay::goOnWithANewList()
 void ForesterDay::endTheDay()
 {
     ASSERT_NO_FATAL_FAILURE(toMainMenu());
-    h.dialogs.answerNext(MessageDialogs::Yes);
+    h.dialogs.answerNext(Answer::Yes);
     h.press(Screen::kCancel);
     EXPECT_EQ(h.active(), nullptr);
     EXPECT_EQ(said(), QStringList{"Frage: Programm beenden? [JA/NEIN] JA"});

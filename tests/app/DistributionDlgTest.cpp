@@ -40,7 +40,7 @@ protected:
     // The list selection's evaluation tab with the list in `row` tapped.
     ListSelectionDlg* lists(int row)
     {
-        auto* screen = find<ListSelectionDlg>("listSelection");
+        auto* screen = find<ListSelectionDlg>();
         app.switchTo(screen);
         screen->showTab(ListSelectionDlg::EvaluationTab);
         QTreeWidgetItem* item = screen->listView()->topLevelItem(row);
@@ -84,7 +84,7 @@ TEST_F(Distribution, StepsThroughTheSpecies)
     EXPECT_EQ(keyboard()->keyFor(TotalsDlg::kDistribution)->caption(), QStringLiteral("Vert."));
     press(TotalsDlg::kDistribution);
     ASSERT_EQ(activeName(), QStringLiteral("distribution"));
-    auto* screen = find<DistributionDlg>("distribution");
+    auto* screen = find<DistributionDlg>();
     EXPECT_EQ(label(QStringLiteral("title")), QStringLiteral("Durchmesserverteilung"));
 
     // As opened: all species. The stems per class are the evaluation's; the screen shows the
@@ -146,12 +146,12 @@ TEST_F(Distribution, PrintKeysWriteIntoThePrinterPath)
     session.store().writeText(Setting::PrinterPath, 0, QStringLiteral("\\Ausdrucke"));
     settingsChanged();
     const QString classes = QStringLiteral("\\Ausdrucke\\WALD_1_Sortiment.pdf");
-    dialogs.answerNext(MessageDialogs::No);
+    dialogs.answerNext(Answer::No);
     press(TotalsDlg::kAssortment);
     EXPECT_EQ(dialogs.asked(), QStringList{"Soll der Ausdruck|gestartet werden?|"});
     EXPECT_FALSE(session.root().isFile(classes));
     dialogs.clear();
-    dialogs.answerNext(MessageDialogs::Yes);
+    dialogs.answerNext(Answer::Yes);
     press(TotalsDlg::kAssortment);
     EXPECT_EQ(dialogs.asked().size(), 1);
     ASSERT_TRUE(session.root().isFile(classes));
@@ -161,7 +161,7 @@ TEST_F(Distribution, PrintKeysWriteIntoThePrinterPath)
     press(Screen::kCancel);
     session.root().removeFile(QStringLiteral("\\Ausdrucke\\WALD_1_Ausdruck.pdf"));
     dialogs.clear();
-    dialogs.setFallback(MessageDialogs::Yes, 1);
+    dialogs.setFallback(Answer::Yes, Answer::First);
     lists(0);
     press(ListSelectionDlg::kPrint);
     EXPECT_EQ(activeName(), QStringLiteral("listSelection"));

@@ -1,4 +1,6 @@
 #include "app/ListHeaderDlg.h"
+#include "app/ListInfoDlg.h"
+#include "app/ListSelectionDlg.h"
 #include "app/ProgramFixture.h"
 #include "app/TariffAssignmentDlg.h"
 
@@ -25,7 +27,7 @@ struct HeaderProgram : Program {
     // Where the screen goes when a list is done or given up.
     Screen* listSelection() const
     {
-        Screen* selection = app.findScreen(QStringLiteral("listSelection"));
+        Screen* selection = app.screen<ListSelectionDlg>();
         return selection ? selection : app.mainMenu();
     }
     QStringList stored(const char* columns)
@@ -54,7 +56,7 @@ struct HeaderProgram : Program {
             press(KeypadScreen::kZiff); // from the region list to the letters
         type(text(region));
     }
-    Dlg* screen = find<Dlg>("listHeader");
+    Dlg* screen = find<Dlg>();
 };
 
 TEST(ListHeaderDlg, ANewListIsMadePageByPageFromTheMainMenu)
@@ -141,18 +143,18 @@ TEST(ListHeaderDlg, LeavingTheFirstPageGoesWhereTheAnswerLeads)
     const struct {
         const char* listName;
         const char* region;
-        int answer;
+        Answer answer; // None: nothing to answer
         bool stays; // else the list selection
     } cases[] = {
-        {"", "WR01", MessageDialogs::Yes, false}, // the list given up
-        {"L1", "", 0, true},                      // a field missing
+        {"", "WR01", Answer::Yes, false}, // the list given up
+        {"L1", "", Answer::None, true},   // a field missing
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(std::string(c.listName) + "/" + c.region);
         HeaderProgram p;
         p.newList();
         p.fillFirstPage(c.listName, c.region);
-        if (c.answer)
+        if (c.answer != Answer::None)
             p.dialogs.answerNext(c.answer);
         p.enter();
         EXPECT_EQ(p.dialogs.asked().size(), 1);
@@ -168,9 +170,9 @@ TEST(ListHeaderDlg, ZuordnenOpensTheRegionsTariffsAndBackReturnsToTheList)
     HeaderProgram p;
     p.newList();
     p.fillFirstPage("L1", "WR77");
-    p.dialogs.answerNext(1);
+    p.dialogs.answerNext(Answer::First);
     p.enter();
-    ASSERT_EQ(p.active(), p.app.findScreen(QStringLiteral("tariffAssignment")));
+    ASSERT_EQ(p.active(), p.app.screen<TariffAssignmentDlg>());
     EXPECT_EQ(str(p.label("title")), "Tarif-Zuordnung: WR77");
     p.press(Screen::kCancel);
 
@@ -223,7 +225,7 @@ TEST(ListHeaderDlg, TheModelList)
     // A new list taken from the model shows the model's values on its pages.
     HeaderProgram p;
     p.addList(4, "MODELL", "Forstamt Tannenhöhe");
-    p.dialogs.answerNext(MessageDialogs::Yes);
+    p.dialogs.answerNext(Answer::Yes);
     p.newList();
     EXPECT_EQ(p.dialogs.asked().size(), 1);
     EXPECT_EQ(str(p.edit("ZUSATZ_A")->text()), "Zusatz 4");
@@ -246,7 +248,7 @@ TEST(ListHeaderDlg, ListInformationShowsTheFreeFieldsOfTheCurrentList)
     HeaderProgram p;
     p.addList(1, "EINS", "Forstamt Eichengrund");
     p.addList(2, "ZWEI", QString(40, u'W').toLatin1().constData());
-    Screen* info = p.app.findScreen(QStringLiteral("listInfo"));
+    Screen* info = p.app.screen<ListInfoDlg>();
     ASSERT_NE(info, nullptr);
     const struct {
         int list;

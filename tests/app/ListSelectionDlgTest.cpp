@@ -1,7 +1,11 @@
 #include "app/ListSelectionDlg.h"
+#include "app/ListHeaderDlg.h"
+#include "app/ListInfoDlg.h"
 #include "app/ProgramFixture.h"
-#include "workflow/OfficeChannel.h"
+#include "app/SettingsDlg.h"
+#include "app/TallyDlg.h"
 #include "device/BackupService.h"
+#include "workflow/OfficeChannel.h"
 
 #include <QTabBar>
 #include <QTreeWidget>
@@ -49,14 +53,6 @@ protected:
     {
         QTest::mouseClick(tabs(), Qt::LeftButton, {}, tabs()->tabRect(index).center());
     }
-    KeyButton* shownKey(int command)
-    {
-        for (KeyButton* key :
-             screen->findChildren<KeyButton*>(QStringLiteral("key%1").arg(command)))
-            if (key->isVisible())
-                return key;
-        return nullptr;
-    }
     void tapRow(int row, bool twice = false)
     {
         QTreeWidgetItem* item = view()->topLevelItem(row);
@@ -81,7 +77,7 @@ protected:
     int selectedRow() { return view()->indexOfTopLevelItem(view()->currentItem()); }
     int count(const char* sql) { return Program::count(QString::fromLatin1(sql)); }
 
-    Dlg* screen = find<Dlg>("listSelection");
+    Dlg* screen = find<Dlg>();
 };
 
 TEST_F(ListScreen, ColumnsTabsAndKeyBars)
@@ -121,11 +117,11 @@ TEST_F(ListScreen, ColumnsTabsAndKeyBars)
         tab(i);
         for (const auto& bar : bars) {
             for (int key : bar.keys)
-                EXPECT_EQ(shownKey(key) != nullptr, &bar == &bars[i]) << i << " " << key;
+                EXPECT_EQ(screen->shownKey(key) != nullptr, &bar == &bars[i]) << i << " " << key;
         }
-        EXPECT_NE(shownKey(Screen::kCancel), nullptr);
+        EXPECT_NE(screen->shownKey(Screen::kCancel), nullptr);
     }
-    EXPECT_EQ(shownKey(Dlg::kMark)->text(), QStringLiteral("DÜ"));
+    EXPECT_EQ(screen->shownKey(Dlg::kMark)->text(), QStringLiteral("DÜ"));
 }
 
 TEST_F(ListScreen, MarkTheTappedRowInPlace)
@@ -159,16 +155,16 @@ TEST_F(ListScreen, DeleteByKeyAndByTheDeleteKey)
     addList(2, QStringLiteral("ZWEI"));
     open();
     tapRow(1);
-    dialogs.answerNext(MessageDialogs::Yes);
-    dialogs.answerNext(MessageDialogs::Yes);
+    dialogs.answerNext(Answer::Yes);
+    dialogs.answerNext(Answer::Yes);
     press(Dlg::kDelete);
     EXPECT_EQ(shown(), QStringList{"EINS    |   0|Zusatz von EINS"});
     EXPECT_EQ(selectedRow(), 0);
 
     // The last row, with the device's Delete key on the list.
     dialogs.clear();
-    dialogs.answerNext(MessageDialogs::Yes);
-    dialogs.answerNext(MessageDialogs::Yes);
+    dialogs.answerNext(Answer::Yes);
+    dialogs.answerNext(Answer::Yes);
     QTest::keyClick(view(), Qt::Key_Delete);
     EXPECT_EQ(view()->topLevelItemCount(), 0);
     EXPECT_EQ(count("SELECT COUNT(*) FROM Brov_Kopfdaten"), 0);
@@ -235,7 +231,7 @@ TEST_F(ListScreen, ModelListFromTheSelectedList)
     addList(2, QStringLiteral("FELD"));
     open();
     tapRow(1);
-    dialogs.answerNext(1);
+    dialogs.answerNext(Answer::First);
     press(Dlg::kModel);
     EXPECT_EQ(shown().last(), QStringLiteral("MODELL  |   0|Zusatz von FELD"));
     EXPECT_EQ(selectedRow(), 2);
@@ -291,17 +287,19 @@ TEST_F(ListScreen, AutomaticBackupOnReturnFromTheHeaderOrTheTally)
     state.currentList = 1;
     const struct {
         int automatic;
-        const char* from;
+        Screen* from;
         size_t backups;
     } cases[] = {
-        {1, "settings", 0}, {0, "listHeader", 0}, {1, "listHeader", 1},
-        {1, "listInfo", 1}, {1, "tally", 2},
+        {1, app.screen<SettingsDlg>(), 0},   {0, app.screen<ListHeaderDlg>(), 0},
+        {1, app.screen<ListHeaderDlg>(), 1}, {1, app.screen<ListInfoDlg>(), 1},
+        {1, app.screen<TallyDlg>(), 2},
     };
     for (const auto& c : cases) {
         session.store().writeInt(Setting::BackupAuto, 0, c.automatic);
-        app.switchTo(app.findScreen(QString::fromLatin1(c.from)));
+        app.switchTo(c.from);
         app.switchTo(screen);
-        EXPECT_EQ(app.backup().entries().size(), c.backups) << c.from << " " << c.automatic;
+        EXPECT_EQ(app.backup().entries().size(), c.backups)
+            << c.from->objectName().toStdString() << " " << c.automatic;
         EXPECT_EQ(shown().size(), 1);
     }
 }

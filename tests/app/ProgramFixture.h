@@ -91,10 +91,7 @@ public:
     }
     ~Program() { app.shutdown(); }
 
-    template <class S> S* find(const char* name) const
-    {
-        return qobject_cast<S*>(app.findScreen(QLatin1StringView(name)));
-    }
+    template <class S> S* find() const { return app.screen<S>(); }
     Screen* active() const { return app.activeScreen(); }
     OnScreenKeyboard* keyboard() const
     {
@@ -113,7 +110,13 @@ public:
         }
         FAIL() << "no visible key " << str(objectName) << " on " << str(active()->objectName());
     }
-    void press(int command) { press(QStringLiteral("key%1").arg(command)); }
+    void press(int command)
+    {
+        ASSERT_NE(active(), nullptr) << command;
+        KeyButton* key = active()->shownKey(command);
+        ASSERT_NE(key, nullptr) << "no visible key " << command << " on " << str(activeName());
+        QTest::mouseClick(key, Qt::LeftButton);
+    }
     void click(int button)
     {
         auto* b = active()->findChild<QPushButton*>(QStringLiteral("button%1").arg(button));

@@ -82,7 +82,7 @@ TEST(Shell, MenuCaptionsDoNotRunOverTheirPictures)
     ASSERT_TRUE(p.app.start());
     for (int command : {MainMenuDlg::kNewList, MainMenuDlg::kSelectList, MainMenuDlg::kSystemInfo,
                         MainMenuDlg::kSettings}) {
-        auto* key = p.app.mainMenu()->findChild<KeyButton*>(QStringLiteral("key%1").arg(command));
+        KeyButton* key = p.app.mainMenu()->shownKey(command);
         ASSERT_NE(key, nullptr) << command;
         const KeyButton::Layout places = key->layout();
         EXPECT_FALSE(places.caption.isEmpty()) << command;
@@ -98,11 +98,11 @@ TEST(Shell, EndingTheProgramAsksFirst)
     Program p(unstarted(false));
     ASSERT_TRUE(p.app.start());
     QSignalSpy finished(&p.app, &ScreenStack::finished);
-    for (const int answer : {MessageDialogs::No, MessageDialogs::Yes}) {
+    for (const Answer answer : {Answer::No, Answer::Yes}) {
         p.dialogs.clear();
         p.dialogs.answerNext(answer);
         p.press(Screen::kCancel);
-        const bool yes = answer == MessageDialogs::Yes;
+        const bool yes = answer == Answer::Yes;
         EXPECT_EQ(p.dialogs.asked(), QStringList{QStringLiteral("Programm beenden?||")});
         EXPECT_EQ(finished.count(), yes ? 1 : 0);
         EXPECT_EQ(p.active(), yes ? nullptr : p.app.mainMenu());

@@ -33,8 +33,8 @@ struct SpeciesProgram : Program {
         press(KeypadScreen::kEnter);
     }
 
-    TallyDlg* tally = find<TallyDlg>("tally");
-    Dlg* screen = find<Dlg>("species");
+    TallyDlg* tally = find<TallyDlg>();
+    Dlg* screen = find<Dlg>();
 };
 
 TEST(SpeciesSelectionDlg, OpensWithTheSlotsOnTheirKeys)

@@ -25,7 +25,7 @@ struct InfoProgram : Program {
     QString text(const char* name) const { return label(QLatin1StringView(name), screen); }
     QProgressBar* bar() const { return screen->findChild<QProgressBar*>("batteryBar"); }
     QLabel* stateWord() const { return screen->findChild<QLabel*>("batteryState"); }
-    SystemInfoDlg* screen = find<SystemInfoDlg>("systemInfo");
+    SystemInfoDlg* screen = find<SystemInfoDlg>();
 };
 
 struct ProfileCase {

@@ -66,7 +66,7 @@ struct TallyProgram : Program {
         if (active() != app.mainMenu())
             app.switchTo(app.mainMenu());
         press(MainMenuDlg::kSelectList);
-        auto* selection = find<ListSelectionDlg>("listSelection");
+        auto* selection = find<ListSelectionDlg>();
         ASSERT_EQ(active(), selection);
         const auto rows = selection->listView()->findItems(text(name), Qt::MatchStartsWith);
         ASSERT_EQ(rows.size(), 1) << name;
@@ -136,7 +136,7 @@ struct TallyProgram : Program {
     }
 
     std::int64_t lists = 0;
-    Dlg* screen = find<Dlg>("tally");
+    Dlg* screen = find<Dlg>();
 };
 
 TEST(TallyDlg, TwoTreesByKeypad)
@@ -259,7 +259,7 @@ TEST(TallyDlg, BrowseWithTheArrowsAskingToSave)
 
     // A change, and the device's Up key: saved on "JA".
     p.enter("STK", "3");
-    p.dialogs.answerNext(MessageDialogs::Yes);
+    p.dialogs.answerNext(Answer::Yes);
     QTest::keyClick(p.field("STK"), Qt::Key_Up);
     EXPECT_EQ(p.dialogs.asked().size(), 1);
     EXPECT_EQ(p.stored(list).value(1), QStringLiteral("2|1|3|BU|40|40|525|BU01||"));
@@ -276,7 +276,7 @@ TEST(TallyDlg, BrowseWithTheArrowsAskingToSave)
     p.press(Dlg::kEtc);
     p.press(Dlg::kFirst);
     EXPECT_EQ(p.label("position"), QStringLiteral("1/2"));
-    p.dialogs.answerNext(MessageDialogs::Yes);
+    p.dialogs.answerNext(Answer::Yes);
     p.press(Dlg::kEtc);
     p.press(Dlg::kDelete);
     EXPECT_EQ(p.stored(list), QStringList{"2|1|3|BU|40|40|525|BU01||"});
@@ -370,7 +370,7 @@ TEST(TallyDlg, ClassesKeyShowsTheTotalsInTallyOrder)
     for (const auto& [species, tariff] :
          {std::pair("KI", "KI01"), {"FI", "FI01"}, {"KI", "KI01"}, {"BU", "BU01"}})
         p.tally(species, tariff, "1", "30");
-    auto* totals = p.find<TotalsDlg>("totals");
+    auto* totals = p.find<TotalsDlg>();
     ASSERT_NE(totals, nullptr);
     const auto species = [&] {
         QStringList codes;
@@ -487,7 +487,7 @@ TEST(TallyDlg, CaliperPortThatDoesNotOpenLeavesTheScreenByHand)
 TEST(TallyDlg, UnreadableListGoesBackToTheListSelection)
 {
     TallyProgram p;
-    p.app.switchTo(p.find<ListSelectionDlg>("listSelection"));
+    p.app.switchTo(p.find<ListSelectionDlg>());
     p.state.currentList = 42; // no such list
     p.app.switchTo(p.screen);
     EXPECT_EQ(p.dialogs.asked(), QStringList{"Datenbank nicht lesbar!||"});

@@ -33,7 +33,7 @@ struct TariffProgram : Program {
     {
         return count(QStringLiteral("SELECT COUNT(*) FROM Brov_Einstellungen WHERE ID_TYPE = 3"));
     }
-    Dlg* screen = find<Dlg>("tariffAssignment");
+    Dlg* screen = find<Dlg>();
 };
 
 TEST(TariffAssignmentDlg, OpensOnAnEmptyLineBelowThePrecedingRows)
@@ -158,7 +158,7 @@ TEST(TariffAssignmentDlg, BrowsingAndDeleting)
 
     p.press(Dlg::kTariffKeys);
     p.pick(QStringLiteral("ALN01"));
-    p.dialogs.answerNext(MessageDialogs::Yes);
+    p.dialogs.answerNext(Answer::Yes);
     QTest::keyClick(p.edit("TARIF"), Qt::Key_Up);
     EXPECT_EQ(p.dialogs.asked().size(), 1);
     EXPECT_EQ(str(p.editLine()), "WR02/WEI/ALN01");
@@ -166,7 +166,7 @@ TEST(TariffAssignmentDlg, BrowsingAndDeleting)
     p.press(Dlg::kDown);
     EXPECT_EQ(str(p.editLine()), "WR02/UL/ALN01");
 
-    p.dialogs.answerNext(MessageDialogs::Yes);
+    p.dialogs.answerNext(Answer::Yes);
     p.press(Dlg::kDelete);
     EXPECT_EQ(p.dialogs.asked().size(), 2);
     EXPECT_EQ(p.assignments(), before - 1);
@@ -205,7 +205,7 @@ TEST(TariffAssignmentDlg, EverythingFitsAboveTheKeyboard)
         place(p.edit(name));
     for (int id : {Dlg::kUp, Dlg::kDown, Dlg::kSave, Dlg::kDelete, Dlg::kRegionKeys,
                    Dlg::kSpeciesKeys, Dlg::kTariffKeys, Dlg::kLetterKeys})
-        place(p.screen->findChild<KeyButton*>(QStringLiteral("key%1").arg(id)));
+        place(p.screen->shownKey(id));
 
     // Each edit shows its longest value whole; a history line shows all of its text.
     const struct {

@@ -14,7 +14,7 @@ class TotalsScreen : public ::testing::Test, protected Program {
 protected:
     TotalsScreen()
     {
-        screen = find<TotalsDlg>("totals");
+        screen = find<TotalsDlg>();
         if (!screen)
             screen = app.addScreen(std::make_unique<TotalsDlg>(app));
     }
@@ -35,7 +35,7 @@ protected:
     // "Eval" on the list selection screen for the list in `row`.
     void evaluate(int row)
     {
-        auto* lists = find<ListSelectionDlg>("listSelection");
+        auto* lists = find<ListSelectionDlg>();
         ASSERT_NE(lists, nullptr);
         app.switchTo(lists);
         lists->showTab(ListSelectionDlg::EvaluationTab);
