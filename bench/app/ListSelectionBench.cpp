@@ -50,12 +50,12 @@ struct Program {
         app.replaceMessages(&dialogs);
         if (!app.start())
             return false;
-        screen = app.screen<ListSelectionDlg>();
+        screen = app.stack().screen<ListSelectionDlg>();
         if (!screen)
             return false;
         // The last list is the current one: its row is selected and scrolled into view.
         state.currentList = kLists;
-        app.switchTo(screen);
+        app.stack().switchTo(screen);
         QApplication::processEvents();
         return screen->listView()->topLevelItemCount() == kLists;
     }

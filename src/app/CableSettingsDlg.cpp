@@ -18,9 +18,10 @@ constexpr int kRowHeight = 30;
 
 } // namespace
 
-CableSettingsDlg::CableSettingsDlg(ScreenStack& app)
-    : KeypadScreen(app, QStringLiteral("cableSettings"))
-    , m_logic(app.session().store(), app.state().tables)
+CableSettingsDlg::CableSettingsDlg(ScreenServices& services)
+    : KeypadScreen(services.stack, QStringLiteral("cableSettings"))
+    , m_services(services)
+    , m_logic(services.session.store(), services.state.tables)
 {
 }
 
@@ -101,11 +102,11 @@ void CableSettingsDlg::onCancel()
 
 void CableSettingsDlg::returnToCommunication()
 {
-    Screen* target = app().screen<PrinterSettingsDlg>();
+    Screen* target = stack().screen<PrinterSettingsDlg>();
     if (!target)
         target = previousScreen();
     if (target && target != this)
-        app().switchTo(target);
+        stack().switchTo(target);
 }
 
 } // namespace brovant

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "app/KeypadScreen.h"
+#include "app/ScreenServices.h"
 #include "workflow/CableSettingsLogic.h"
 
 #include <array>
@@ -15,8 +16,10 @@ namespace brovant {
 
 class CableSettingsDlg : public KeypadScreen {
     Q_OBJECT
+    ScreenServices& m_services;
+
 public:
-    explicit CableSettingsDlg(ScreenStack& app);
+    explicit CableSettingsDlg(ScreenServices& services);
 
     void enter() override;
     void onOk() override;

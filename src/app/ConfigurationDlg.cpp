@@ -34,9 +34,11 @@ int columnsOf(ConfigPage page)
 
 } // namespace
 
-ConfigurationDlg::ConfigurationDlg(ScreenStack& app)
-    : RecordScreen(app, QStringLiteral("configuration"), schema::Konfiguration)
-    , m_logic(app.session().store(), dataset())
+ConfigurationDlg::ConfigurationDlg(ScreenServices& services)
+    : RecordScreen(services.stack, services.session.database(), QStringLiteral("configuration"),
+                   schema::Konfiguration)
+    , m_services(services)
+    , m_logic(services.session.store(), dataset())
 {
 }
 
@@ -135,12 +137,12 @@ void ConfigurationDlg::openPage(int page)
 {
     if (!ConfigurationLogic::isPage(page))
         return;
-    if (app().activeScreen() == this) {
+    if (stack().activeScreen() == this) {
         onCommand(kPageCommand + page);
         return;
     }
     m_page = ConfigPage(page);
-    app().switchTo(this);
+    stack().switchTo(this);
 }
 
 void ConfigurationDlg::enter()
@@ -162,7 +164,7 @@ void ConfigurationDlg::showPage(ConfigPage page)
         edit->setCursorPosition(0);
     m_edits[size_t(page)].front()->setFocus(Qt::TabFocusReason);
     if (!opened.ok())
-        app().messages().notice(opened.error);
+        m_services.messages.notice(opened.error);
 }
 
 bool ConfigurationDlg::pageModified()
@@ -181,7 +183,7 @@ bool ConfigurationDlg::confirmPage()
     storeFields();
     const ConfigResult confirmed = m_logic.confirm(m_page);
     if (!confirmed.ok())
-        app().messages().notice(confirmed.error);
+        m_services.messages.notice(confirmed.error);
     return confirmed.ok();
 }
 
@@ -198,7 +200,7 @@ void ConfigurationDlg::onCommand(int id)
     }
     // Leaving a page would drop what was typed on it; the user decides.
     if (pageModified()
-        && app().messages().yesNo(QStringLiteral("Änderungen speichern?")) == Answer::Yes
+        && m_services.messages.yesNo(QStringLiteral("Änderungen speichern?")) == Answer::Yes
         && !confirmPage()) {
         m_pageKeys[size_t(page)]->setChecked(false);
         return;
@@ -221,9 +223,9 @@ void ConfigurationDlg::returnToCaller()
 {
     Screen* target = previousScreen();
     if (!target || target == this)
-        target = app().screen<MainMenuDlg>();
+        target = stack().screen<MainMenuDlg>();
     if (target)
-        app().switchTo(target);
+        stack().switchTo(target);
 }
 
 } // namespace brovant

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "app/RecordScreen.h"
+#include "app/ScreenServices.h"
 #include "workflow/ConfigurationLogic.h"
 
 #include <array>
@@ -15,11 +16,13 @@ namespace brovant {
 
 class ConfigurationDlg : public RecordScreen {
     Q_OBJECT
+    ScreenServices& m_services;
+
 public:
     // Page keys send kPageCommand + page.
     static constexpr int kPageCommand = 1201;
 
-    explicit ConfigurationDlg(ScreenStack& app);
+    explicit ConfigurationDlg(ScreenServices& services);
 
     // Switches to this screen at `page` (a ConfigPage value), or turns to that page when the
     // screen is already shown. The screen returns to whatever was active before it.

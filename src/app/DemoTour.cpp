@@ -195,9 +195,9 @@ void type(KeypadScreen* screen, const QString& text)
 }
 
 // The three configuration pages, then a modem entry typed on the soft keys and confirmed.
-void tourConfiguration(ScreenStack& app, Camera& camera)
+void tourConfiguration(BrovantApp& app, Camera& camera)
 {
-    auto* config = app.screen<ConfigurationDlg>();
+    auto* config = app.stack().screen<ConfigurationDlg>();
     if (!config)
         return;
     config->openPage(int(ConfigPage::CompanyHeader));
@@ -219,8 +219,8 @@ void tourConfiguration(ScreenStack& app, Camera& camera)
 void tourSystemInfo(BrovantApp& app, Camera& camera)
 {
     press(app.mainMenu(), MainMenuDlg::kSystemInfo);
-    auto* info = app.screen<SystemInfoDlg>();
-    if (!info || app.activeScreen() != info)
+    auto* info = app.stack().screen<SystemInfoDlg>();
+    if (!info || app.stack().activeScreen() != info)
         return;
     camera.take(QStringLiteral("Systeminfo"));
     press(info, Screen::kCancel);
@@ -228,9 +228,9 @@ void tourSystemInfo(BrovantApp& app, Camera& camera)
 
 // The assignments of all regions; region, species and tariff picked from the list keyboards make a
 // combination that exists already, so saving is refused. Then back.
-void tourTariffAssignment(ScreenStack& app, Camera& camera)
+void tourTariffAssignment(BrovantApp& app, Camera& camera)
 {
-    auto* screen = app.screen<TariffAssignmentDlg>();
+    auto* screen = app.stack().screen<TariffAssignmentDlg>();
     if (!screen)
         return;
     const auto pick = [screen](const QString& code) {
@@ -289,8 +289,8 @@ void pickEntry(KeypadScreen* screen, const QString& text)
 void tourNewList(BrovantApp& app, Camera& camera, TourDialogs& dialogs)
 {
     press(app.mainMenu(), MainMenuDlg::kNewList);
-    auto* header = app.screen<ListHeaderDlg>();
-    if (!header || app.activeScreen() != header)
+    auto* header = app.stack().screen<ListHeaderDlg>();
+    if (!header || app.stack().activeScreen() != header)
         return;
     const int next = KeypadScreen::kNextField;
     const int enter = KeypadScreen::kEnter;
@@ -335,14 +335,14 @@ void tourNewList(BrovantApp& app, Camera& camera, TourDialogs& dialogs)
     for (int page = 7; page <= 9; ++page)
         press(header, enter);
 
-    auto* info = app.screen<ListInfoDlg>();
+    auto* info = app.stack().screen<ListInfoDlg>();
     if (!info)
         return;
-    app.switchTo(info);
+    app.stack().switchTo(info);
     camera.take(QStringLiteral("Listeninformation"));
     press(info, Screen::kCancel);
-    if (app.activeScreen() != app.mainMenu())
-        app.switchTo(app.mainMenu());
+    if (app.stack().activeScreen() != app.mainMenu())
+        app.stack().switchTo(app.mainMenu());
 }
 
 // Two more lists beside whatever the device holds, written the way a finished header is stored.
@@ -374,11 +374,11 @@ void addTourLists(DeviceSession& session)
 // `tab` shown and `key` pressed: the screen that key opened, or null where a step failed.
 Screen* fromListSelection(BrovantApp& app, const QString& name, int tab, int key)
 {
-    if (app.activeScreen() != app.mainMenu())
-        app.switchTo(app.mainMenu());
+    if (app.stack().activeScreen() != app.mainMenu())
+        app.stack().switchTo(app.mainMenu());
     press(app.mainMenu(), MainMenuDlg::kSelectList);
-    auto* lists = app.screen<ListSelectionDlg>();
-    if (!lists || app.activeScreen() != lists)
+    auto* lists = app.stack().screen<ListSelectionDlg>();
+    if (!lists || app.stack().activeScreen() != lists)
         return nullptr;
     const auto found = lists->listView()->findItems(name, Qt::MatchStartsWith, 0);
     if (found.isEmpty())
@@ -386,26 +386,27 @@ Screen* fromListSelection(BrovantApp& app, const QString& name, int tab, int key
     lists->listView()->setCurrentItem(found.first());
     lists->showTab(tab);
     press(lists, key);
-    Screen* opened = app.activeScreen();
+    Screen* opened = app.stack().activeScreen();
     return opened == lists ? nullptr : opened;
 }
 
 // Back from the list selection to the main menu, where the tour left it open.
 void backFromListSelection(BrovantApp& app)
 {
-    Screen* lists = app.screen<ListSelectionDlg>();
-    if (auto* screen = qobject_cast<KeypadScreen*>(lists); screen && app.activeScreen() == lists)
+    Screen* lists = app.stack().screen<ListSelectionDlg>();
+    if (auto* screen = qobject_cast<KeypadScreen*>(lists);
+        screen && app.stack().activeScreen() == lists)
         press(screen, Screen::kCancel);
 }
 
 void tourListSelection(BrovantApp& app, Camera& camera, TourDialogs& dialogs)
 {
-    if (app.activeScreen() != app.mainMenu())
-        app.switchTo(app.mainMenu());
+    if (app.stack().activeScreen() != app.mainMenu())
+        app.stack().switchTo(app.mainMenu());
     addTourLists(app.session());
     press(app.mainMenu(), MainMenuDlg::kSelectList);
-    auto* screen = app.screen<ListSelectionDlg>();
-    if (!screen || app.activeScreen() != screen)
+    auto* screen = app.stack().screen<ListSelectionDlg>();
+    if (!screen || app.stack().activeScreen() != screen)
         return;
     const char* tabs[] = {"Holzaufnahme", "Auswertung", "DÜ"};
     for (int tab = 0; tab < 3; ++tab) {
@@ -467,12 +468,12 @@ void pickCaption(KeypadScreen* screen, const QString& caption)
 // 12, another for the caliper's key 8); the totals; then back to the list selection.
 void tourTally(BrovantApp& app, Camera& camera)
 {
-    if (app.activeScreen() != app.mainMenu())
-        app.switchTo(app.mainMenu());
+    if (app.stack().activeScreen() != app.mainMenu())
+        app.stack().switchTo(app.mainMenu());
     press(app.mainMenu(), MainMenuDlg::kSelectList);
-    auto* lists = app.screen<ListSelectionDlg>();
-    auto* tally = app.screen<TallyDlg>();
-    if (!lists || !tally || app.activeScreen() != lists)
+    auto* lists = app.stack().screen<ListSelectionDlg>();
+    auto* tally = app.stack().screen<TallyDlg>();
+    if (!lists || !tally || app.stack().activeScreen() != lists)
         return;
     QTreeWidget* view = lists->listView();
     const auto found = view->findItems(QStringLiteral("SUED02"), Qt::MatchStartsWith, 0);
@@ -481,7 +482,7 @@ void tourTally(BrovantApp& app, Camera& camera)
     view->setCurrentItem(found.first());
     lists->showTab(ListSelectionDlg::TallyTab);
     press(lists, ListSelectionDlg::kTally);
-    if (app.activeScreen() != tally)
+    if (app.stack().activeScreen() != tally)
         return;
     camera.take(QStringLiteral("Holzaufnahme"));
 
@@ -514,8 +515,8 @@ void tourTally(BrovantApp& app, Camera& camera)
     camera.take(QStringLiteral("Holzaufnahme Funktionen"));
 
     press(tally, TallyDlg::kSpeciesSetup);
-    auto* species = app.screen<SpeciesSelectionDlg>();
-    if (species && app.activeScreen() == species) {
+    auto* species = app.stack().screen<SpeciesSelectionDlg>();
+    if (species && app.stack().activeScreen() == species) {
         camera.take(QStringLiteral("Einstellung der Holzart"));
         press(species, SpeciesSelectionDlg::kLetters);
         type(species, QStringLiteral("KIR"));
@@ -529,15 +530,16 @@ void tourTally(BrovantApp& app, Camera& camera)
         camera.take(QStringLiteral("Einstellung der Holzart HA12 und Kluppe"));
         press(species, Screen::kCancel);
     }
-    if (app.activeScreen() != tally)
+    if (app.stack().activeScreen() != tally)
         return;
     press(tally, TallyDlg::kEtc);
     press(tally, TallyDlg::kEval);
-    if (Screen* totals = app.screen<TotalsDlg>(); totals && app.activeScreen() == totals) {
+    if (Screen* totals = app.stack().screen<TotalsDlg>();
+        totals && app.stack().activeScreen() == totals) {
         camera.take(QStringLiteral("Gesamtsumme"));
         totals->onCommand(Screen::kCancel);
     }
-    if (app.activeScreen() == tally)
+    if (app.stack().activeScreen() == tally)
         press(tally, Screen::kCancel);
 }
 
@@ -594,7 +596,8 @@ void tourReports(BrovantApp& app, Camera& camera)
         return;
     camera.take(QStringLiteral("Gesamtsumme Eichenwertholz"));
     press(totals, TotalsDlg::kDistribution);
-    if (auto* chart = app.screen<DistributionDlg>(); chart && app.activeScreen() == chart) {
+    if (auto* chart = app.stack().screen<DistributionDlg>();
+        chart && app.stack().activeScreen() == chart) {
         camera.take(QStringLiteral("Durchmesserverteilung alle"));
         press(static_cast<KeypadScreen*>(chart), DistributionDlg::kNextSpecies);
         camera.take(QStringLiteral("Durchmesserverteilung Holzart"));
@@ -631,7 +634,7 @@ void tourReports(BrovantApp& app, Camera& camera)
 void tourSettings(BrovantApp& app, Camera& camera, TourDialogs& dialogs)
 {
     app.mainMenu()->onCommand(MainMenuDlg::kSettings);
-    auto* settings = qobject_cast<SettingsDlg*>(app.activeScreen());
+    auto* settings = qobject_cast<SettingsDlg*>(app.stack().activeScreen());
     if (!settings)
         return;
     const char* tabs[] = {"Funktionen", "Konfiguration", "Einstellungen"};
@@ -665,12 +668,12 @@ namespace {
 void tourCommunication(BrovantApp& app, Camera& camera)
 {
     app.mainMenu()->onCommand(MainMenuDlg::kSettings);
-    auto* settings = qobject_cast<SettingsDlg*>(app.activeScreen());
+    auto* settings = qobject_cast<SettingsDlg*>(app.stack().activeScreen());
     if (!settings)
         return;
     settings->showTab(1);
     settings->onCommand(SettingsDlg::kCommunication);
-    auto* screen = qobject_cast<PrinterSettingsDlg*>(app.activeScreen());
+    auto* screen = qobject_cast<PrinterSettingsDlg*>(app.stack().activeScreen());
     if (!screen) {
         settings->onCommand(Screen::kCancel);
         return;
@@ -683,7 +686,8 @@ void tourCommunication(BrovantApp& app, Camera& camera)
     camera.take(QStringLiteral("Kommunikation Drucker"));
     screen->showTab(PrinterSettingsDlg::TransferTab);
     screen->findChild<QAbstractButton*>(QStringLiteral("cable"))->click();
-    if (auto* cable = qobject_cast<KeypadScreen*>(app.activeScreen()); cable && cable != screen) {
+    if (auto* cable = qobject_cast<KeypadScreen*>(app.stack().activeScreen());
+        cable && cable != screen) {
         camera.take(QStringLiteral("Einstellungen Kabel ActiveSync"));
         cable->findChild<QComboBox*>(QStringLiteral("port"))->setCurrentIndex(0);
         camera.take(QStringLiteral("Einstellungen Kabel COM1"));
@@ -713,11 +717,11 @@ int runDemoTour(const QString& rootDir, const QString& outDir)
     // A fixed morning in May, so the pictures do not change from run to run.
     ManualClock clock(QDateTime(QDate(2026, 5, 4), QTime(7, 30, 0)));
     BrovantApp app(session, state, clock);
-    Camera camera(app.mainWindow(), outDir);
+    Camera camera(app.stack().mainWindow(), outDir);
     TourDialogs dialogs(
-        app.mainWindow(), session.root(),
+        app.stack().mainWindow(), session.root(),
         [&app] {
-            if (Screen* active = app.activeScreen())
+            if (Screen* active = app.stack().activeScreen())
                 active->bringToFront();
         },
         camera);

@@ -61,8 +61,9 @@ std::vector<KeyDef> keyBar()
 
 } // namespace
 
-DistributionDlg::DistributionDlg(ScreenStack& app)
-    : KeypadScreen(app, QStringLiteral("distribution"))
+DistributionDlg::DistributionDlg(ScreenServices& services)
+    : KeypadScreen(services.stack, QStringLiteral("distribution"))
+    , m_services(services)
 {
     setWindowTitle(QStringLiteral("Durchmesserverteilung"));
 }
@@ -86,8 +87,8 @@ void DistributionDlg::setUp()
 
 void DistributionDlg::enter()
 {
-    m_distribution = DiameterDistribution::compute(app().session().database(),
-                                                   app().state().currentList, app().state().tables);
+    m_distribution = DiameterDistribution::compute(
+        m_services.session.database(), m_services.state.currentList, m_services.state.tables);
     showSpecies(-1);
 }
 

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "app/KeypadScreen.h"
+#include "app/ScreenServices.h"
 #include "evaluation/DiameterDistribution.h"
 
 #include <optional>
@@ -17,13 +18,15 @@ class DistributionChart;
 
 class DistributionDlg : public KeypadScreen {
     Q_OBJECT
+    ScreenServices& m_services;
+
 public:
     // Key commands.
     static constexpr int kPreviousSpecies = 1301;
     static constexpr int kAllSpecies = 1302;
     static constexpr int kNextSpecies = 1303;
 
-    explicit DistributionDlg(ScreenStack& app);
+    explicit DistributionDlg(ScreenServices& services);
 
     // -1 while all species are shown, else the index into the distribution's species.
     int shownSpecies() const { return m_species; }

@@ -55,9 +55,12 @@ QLabel* makeLabel(QWidget* parent, const QString& field, const QRect& place)
 
 } // namespace
 
-ListHeaderDlg::ListHeaderDlg(ScreenStack& app)
-    : RecordScreen(app, QStringLiteral("listHeader"), schema::Kopfdaten)
-    , m_logic(dataset(), app.session().store(), app.state(), app.clock(), app.messages())
+ListHeaderDlg::ListHeaderDlg(ScreenServices& services)
+    : RecordScreen(services.stack, services.session.database(), QStringLiteral("listHeader"),
+                   schema::Kopfdaten)
+    , m_services(services)
+    , m_logic(dataset(), services.session.store(), services.state, services.clock,
+              services.messages)
 {
 }
 
@@ -143,7 +146,7 @@ void ListHeaderDlg::buildFreePage(int page, QWidget* container)
 void ListHeaderDlg::refreshLabels()
 {
     // The configuration may have changed since the screen was last shown.
-    const SettingsStore& store = app().session().store();
+    const SettingsStore& store = m_services.session.store();
     QLabel* nameLabel = m_pages[0]->findChild<QLabel*>(QStringLiteral("label_LISTE_NR"));
     const QFontMetrics metrics(nameLabel->font());
     int labelWidth = metrics.horizontalAdvance(nameLabel->text());
@@ -173,7 +176,7 @@ void ListHeaderDlg::refreshLabels()
 void ListHeaderDlg::openNew(const QString& presetName)
 {
     m_preset = presetName;
-    app().state().currentList = -1;
+    m_services.state.currentList = -1;
     activate();
 }
 
@@ -185,7 +188,7 @@ void ListHeaderDlg::openExisting()
 void ListHeaderDlg::enter()
 {
     refreshLabels();
-    AppState& state = app().state();
+    AppState& state = m_services.state;
     bool fresh = state.currentList == -1;
     if (!fresh && !m_logic.openExisting(state.currentList)) {
         // The list is gone (deleted meanwhile): a new one is made instead.
@@ -193,7 +196,7 @@ void ListHeaderDlg::enter()
         fresh = true;
     }
     if (fresh && !m_logic.startNew(m_preset, false))
-        app().messages().notice(QStringLiteral("Datenbank nicht lesbar!"));
+        m_services.messages.notice(QStringLiteral("Datenbank nicht lesbar!"));
     m_preset.clear();
     m_name->setReadOnly(m_logic.nameReadOnly());
     m_name->setStyleSheet(m_name->isReadOnly() ? QStringLiteral("background: #e8e8e2;")
@@ -242,7 +245,7 @@ void ListHeaderDlg::fieldFocused(QLineEdit* edit)
     } else {
         const auto free = std::find(m_freeEdits.begin(), m_freeEdits.end(), edit);
         if (free != m_freeEdits.end())
-            choices = ListHeaderLogic::choices(app().session().store(),
+            choices = ListHeaderLogic::choices(m_services.session.store(),
                                                int(free - m_freeEdits.begin()) + 1);
     }
     m_choiceIndex = -1;
@@ -321,10 +324,10 @@ void ListHeaderDlg::onOk()
     // Copying the model list's trees may take a while.
     const bool copying = m_logic.page() == 1 && m_logic.isNew() && m_logic.seededFromModel();
     if (copying)
-        app().host().setWaitCursor(true);
+        m_services.host.setWaitCursor(true);
     const PageExit exit = m_logic.leavePage();
     if (copying)
-        app().host().setWaitCursor(false);
+        m_services.host.setWaitCursor(false);
     switch (exit) {
     case PageExit::Stay:
         m_title->setText(m_logic.title());
@@ -333,8 +336,7 @@ void ListHeaderDlg::onOk()
         showPage();
         return;
     case PageExit::AssignTariffs:
-        if (auto* tariffs =
-                qobject_cast<TariffAssignmentDlg*>(app().screen<TariffAssignmentDlg>())) {
+        if (auto* tariffs = stack().screen<TariffAssignmentDlg>()) {
             tariffs->openRegion(m_logic.region());
             return;
         }
@@ -373,11 +375,11 @@ void ListHeaderDlg::keyPressEvent(QKeyEvent* event)
 
 void ListHeaderDlg::toListSelection()
 {
-    Screen* target = app().screen<ListSelectionDlg>();
+    Screen* target = stack().screen<ListSelectionDlg>();
     if (!target)
-        target = app().screen<MainMenuDlg>();
+        target = stack().screen<MainMenuDlg>();
     if (target)
-        app().switchTo(target);
+        stack().switchTo(target);
 }
 
 } // namespace brovant

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "app/RecordScreen.h"
+#include "app/ScreenServices.h"
 #include "workflow/ListHeaderLogic.h"
 
 #include <array>
@@ -15,6 +16,8 @@ namespace brovant {
 
 class ListHeaderDlg : public RecordScreen {
     Q_OBJECT
+    ScreenServices& m_services;
+
 public:
     // What the keys of the list keyboard send.
     static constexpr int kChoiceEntry = 1401;
@@ -23,7 +26,7 @@ public:
     // entries fit, else in one.
     enum KeyboardIndex { Letters, Digits, Choices, WideChoices };
 
-    explicit ListHeaderDlg(ScreenStack& app);
+    explicit ListHeaderDlg(ScreenServices& services);
 
     // Switch to this screen for a new list (the current list becomes -1) named `presetName`, or
     // for the current list.

@@ -36,8 +36,9 @@ std::vector<KeyDef> barKeys()
 
 } // namespace
 
-ListInfoDlg::ListInfoDlg(ScreenStack& app)
-    : KeypadScreen(app, QStringLiteral("listInfo"))
+ListInfoDlg::ListInfoDlg(ScreenServices& services)
+    : KeypadScreen(services.stack, QStringLiteral("listInfo"))
+    , m_services(services)
 {
 }
 
@@ -71,10 +72,10 @@ void ListInfoDlg::setUp()
 
 void ListInfoDlg::enter()
 {
-    const SettingsStore& store = app().session().store();
-    Dataset row(app().session().database(), schema::Kopfdaten);
-    const bool found = app().state().currentList >= 0
-                       && row.reset(Filter::byList(app().state().currentList)) && !row.eof();
+    const SettingsStore& store = m_services.session.store();
+    Dataset row(m_services.session.database(), schema::Kopfdaten);
+    const bool found = m_services.state.currentList >= 0
+                       && row.reset(Filter::byList(m_services.state.currentList)) && !row.eof();
     const QString name = found ? withoutTrailingBlanks(row.loadText(u"LISTE_NR")) : QString();
     m_title->setText(QStringLiteral("Liste: %1").arg(name));
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "app/KeypadScreen.h"
+#include "app/ScreenServices.h"
 #include "workflow/ListHeaderLogic.h"
 
 #include <array>
@@ -13,8 +14,10 @@ namespace brovant {
 
 class ListInfoDlg : public KeypadScreen {
     Q_OBJECT
+    ScreenServices& m_services;
+
 public:
-    explicit ListInfoDlg(ScreenStack& app);
+    explicit ListInfoDlg(ScreenServices& services);
 
     void enter() override;
     void onOk() override { onCancel(); }

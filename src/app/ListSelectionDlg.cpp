@@ -92,8 +92,9 @@ std::vector<KeyDef> transferKeys()
 
 } // namespace
 
-ListSelectionDlg::ListSelectionDlg(ScreenStack& app)
-    : KeypadScreen(app, QStringLiteral("listSelection"))
+ListSelectionDlg::ListSelectionDlg(ScreenServices& services)
+    : KeypadScreen(services.stack, QStringLiteral("listSelection"))
+    , m_services(services)
 {
     setWindowTitle(QStringLiteral("Listenauswahl"));
 }
@@ -102,10 +103,10 @@ ListSelectionDlg::~ListSelectionDlg() = default;
 
 void ListSelectionDlg::setUp()
 {
-    DeviceSession& session = app().session();
-    m_logic = std::make_unique<ListSelectionLogic>(session.root(), session.database(),
-                                                   session.store(), app().state(), app().messages(),
-                                                   app().clock(), &app().host());
+    DeviceSession& session = m_services.session;
+    m_logic = std::make_unique<ListSelectionLogic>(
+        session.root(), session.database(), session.store(), m_services.state, m_services.messages,
+        m_services.clock, &m_services.host);
 
     addTitle(windowTitle(), 0, kTitleHeight);
 
@@ -161,7 +162,7 @@ void ListSelectionDlg::enter()
     if (const Screen* previous = previousScreen(); previous
                                                    && (qobject_cast<const ListHeaderDlg*>(previous)
                                                        || qobject_cast<const TallyDlg*>(previous)))
-        app().backup().automaticIfEnabled();
+        m_services.backup.automaticIfEnabled();
     rebuild();
 }
 
@@ -218,7 +219,7 @@ void ListSelectionDlg::switchTo(Screen* target)
 {
     // Screens that are not there yet (tally, totals, region, printouts) leave the user here.
     if (target)
-        app().switchTo(target);
+        stack().switchTo(target);
     else
         backToList();
 }
@@ -231,32 +232,32 @@ void ListSelectionDlg::go(ListSelectionLogic::Target target)
         backToList();
         return;
     case Target::ListHeader:
-        switchTo(app().screen<ListHeaderDlg>());
+        switchTo(stack().screen<ListHeaderDlg>());
         return;
     case Target::ListInfo:
-        switchTo(app().screen<ListInfoDlg>());
+        switchTo(stack().screen<ListInfoDlg>());
         return;
     case Target::Tally:
-        switchTo(app().screen<TallyDlg>());
+        switchTo(stack().screen<TallyDlg>());
         return;
     case Target::Totals:
-        switchTo(app().screen<TotalsDlg>());
+        switchTo(stack().screen<TotalsDlg>());
         return;
     case Target::Region:
         // The region screen is told by a property that it was opened for one list.
-        if (Screen* region = app().screen<RegionDlg>()) {
+        if (Screen* region = stack().screen<RegionDlg>()) {
             region->setProperty("regionMode", 1);
-            app().switchTo(region);
+            stack().switchTo(region);
         } else {
             backToList();
         }
         return;
     case Target::TallyPrintout:
-        Printing::run(app(), ReportKind::Listing, app().state().currentList);
+        Printing::run(m_services, ReportKind::Listing, m_services.state.currentList);
         backToList();
         return;
     case Target::AssortmentPrintout:
-        Printing::run(app(), ReportKind::ClassTable, app().state().currentList);
+        Printing::run(m_services, ReportKind::ClassTable, m_services.state.currentList);
         backToList();
         return;
     }
@@ -321,15 +322,15 @@ void ListSelectionDlg::onCommand(int id)
         const auto& rows = m_logic->rows();
         const size_t row = size_t(std::max(m_logic->selectedRow(), 0));
         if (row >= rows.size()) {
-            app().messages().beep();
+            m_services.messages.beep();
         } else {
-            DeviceSession& session = app().session();
+            DeviceSession& session = m_services.session;
             ListCsvExport csv(session.root(), session.database(), session.store(),
-                              app().messages());
+                              m_services.messages);
             if (const std::optional<QString> path = csv.write(rows[row].idFile))
-                app().messages().notice(QStringLiteral("CSV-Datei erstellt:"),
-                                        path->section(u'\\', -1), path->section(u'\\', 0, -2),
-                                        QStringLiteral("OK"), false);
+                m_services.messages.notice(QStringLiteral("CSV-Datei erstellt:"),
+                                           path->section(u'\\', -1), path->section(u'\\', 0, -2),
+                                           QStringLiteral("OK"), false);
         }
         backToList();
         return;
@@ -349,7 +350,7 @@ void ListSelectionDlg::send()
 {
     using Transfer = ListSelectionLogic::Transfer;
     const bool wasBusy = std::exchange(m_busy, true);
-    const Transfer result = m_logic->send(app().channels());
+    const Transfer result = m_logic->send(m_services.channels);
     if (result == Transfer::Done)
         showRows();
     m_busy = wasBusy;
@@ -361,7 +362,8 @@ void ListSelectionDlg::send()
 void ListSelectionDlg::receive()
 {
     const bool wasBusy = std::exchange(m_busy, true);
-    const bool received = m_logic->receive(app().channels(), &app().session().keepAwake()) == ListSelectionLogic::Transfer::Done;
+    const bool received = m_logic->receive(m_services.channels, &m_services.session.keepAwake())
+                          == ListSelectionLogic::Transfer::Done;
     if (received)
         showRows();
     m_busy = wasBusy;
@@ -378,7 +380,7 @@ void ListSelectionDlg::onOk()
 
 void ListSelectionDlg::onCancel()
 {
-    switchTo(app().screen<MainMenuDlg>());
+    switchTo(stack().screen<MainMenuDlg>());
 }
 
 bool ListSelectionDlg::eventFilter(QObject* watched, QEvent* event)

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "app/KeypadScreen.h"
+#include "app/ScreenServices.h"
 #include "workflow/ListSelectionLogic.h"
 
 #include <memory>
@@ -16,6 +17,8 @@ namespace brovant {
 
 class ListSelectionDlg : public KeypadScreen {
     Q_OBJECT
+    ScreenServices& m_services;
+
 public:
     // Key commands.
     static constexpr int kMark = 1101;
@@ -33,7 +36,7 @@ public:
 
     enum Tab { TallyTab, EvaluationTab, TransferTab };
 
-    explicit ListSelectionDlg(ScreenStack& app);
+    explicit ListSelectionDlg(ScreenServices& services);
     ~ListSelectionDlg() override;
 
     ListSelectionLogic& logic() { return *m_logic; }

@@ -16,8 +16,9 @@
 
 namespace brovant {
 
-MainMenuDlg::MainMenuDlg(ScreenStack& app)
-    : KeypadScreen(app, QStringLiteral("mainMenu"))
+MainMenuDlg::MainMenuDlg(ScreenServices& services)
+    : KeypadScreen(services.stack, QStringLiteral("mainMenu"))
+    , m_services(services)
 {
     m_timer.setInterval(1000);
     connect(&m_timer, &QTimer::timeout, this, &MainMenuDlg::updateClock);
@@ -79,39 +80,39 @@ void MainMenuDlg::leave()
 
 void MainMenuDlg::updateClock()
 {
-    const QDateTime now = app().clock().now();
+    const QDateTime now = m_services.clock.now();
     m_clock->setText(clockText(now));
     m_date->setText(dateText(now));
 }
 
 void MainMenuDlg::openWorkArea(Screen* target, bool needsMasterData, bool resetList)
 {
-    if (needsMasterData && !app().session().configurationLoaded()) {
-        app().messages().notice(QStringLiteral("Keine Stammdaten vorhanden!"));
+    if (needsMasterData && !m_services.session.configurationLoaded()) {
+        m_services.messages.notice(QStringLiteral("Keine Stammdaten vorhanden!"));
         return;
     }
     if (!target)
         return;
     m_timer.stop();
     if (resetList)
-        app().state().currentList = -1;
-    app().switchTo(target);
+        m_services.state.currentList = -1;
+    stack().switchTo(target);
 }
 
 void MainMenuDlg::onCommand(int id)
 {
     switch (id) {
     case kNewList:
-        openWorkArea(app().screen<ListHeaderDlg>(), true, true);
+        openWorkArea(stack().screen<ListHeaderDlg>(), true, true);
         return;
     case kSelectList:
-        openWorkArea(app().screen<ListSelectionDlg>(), true, false);
+        openWorkArea(stack().screen<ListSelectionDlg>(), true, false);
         return;
     case kSystemInfo:
-        openWorkArea(app().screen<SystemInfoDlg>(), false, false);
+        openWorkArea(stack().screen<SystemInfoDlg>(), false, false);
         return;
     case kSettings:
-        openWorkArea(app().screen<SettingsDlg>(), false, false);
+        openWorkArea(stack().screen<SettingsDlg>(), false, false);
         return;
     default:
         KeypadScreen::onCommand(id);
@@ -120,10 +121,10 @@ void MainMenuDlg::onCommand(int id)
 
 void MainMenuDlg::onCancel()
 {
-    if (app().messages().yesNo(QStringLiteral("Programm beenden?")) != Answer::Yes)
+    if (m_services.messages.yesNo(QStringLiteral("Programm beenden?")) != Answer::Yes)
         return;
     m_timer.stop();
-    app().switchTo(nullptr);
+    stack().switchTo(nullptr);
 }
 
 } // namespace brovant

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "app/KeypadScreen.h"
+#include "app/ScreenServices.h"
 
 #include <QTimer>
 
@@ -12,6 +13,8 @@ namespace brovant {
 
 class MainMenuDlg : public KeypadScreen {
     Q_OBJECT
+    ScreenServices& m_services;
+
 public:
     static constexpr const char* kTitle = "Brovanterfassung V3.03t";
     static constexpr int kNewList = 1004;
@@ -19,7 +22,7 @@ public:
     static constexpr int kSystemInfo = 1005;
     static constexpr int kSettings = 1007;
 
-    explicit MainMenuDlg(ScreenStack& app);
+    explicit MainMenuDlg(ScreenServices& services);
 
     void enter() override;
     void leave() override;

@@ -58,9 +58,10 @@ void selectData(QComboBox* combo, int value)
 
 } // namespace
 
-PrinterSettingsDlg::PrinterSettingsDlg(ScreenStack& app)
-    : KeypadScreen(app, QStringLiteral("printerSettings"))
-    , m_logic(app.session().store(), app.state().tables)
+PrinterSettingsDlg::PrinterSettingsDlg(ScreenServices& services)
+    : KeypadScreen(services.stack, QStringLiteral("printerSettings"))
+    , m_services(services)
+    , m_logic(services.session.store(), services.state.tables)
 {
 }
 
@@ -252,7 +253,7 @@ void PrinterSettingsDlg::showTab(int index)
 
 void PrinterSettingsDlg::enter()
 {
-    Screen* cableScreen = app().screen<CableSettingsDlg>();
+    Screen* cableScreen = stack().screen<CableSettingsDlg>();
     const bool backFromCable = m_inCableSettings && cableScreen && previousScreen() == cableScreen;
     m_inCableSettings = false;
     if (!backFromCable) {
@@ -264,7 +265,7 @@ void PrinterSettingsDlg::enter()
     }
     if (auto* cable = findChild<QPushButton*>(QStringLiteral("cable")))
         cable->setEnabled(cableScreen != nullptr);
-    const CableSettingsLogic line(app().session().store(), app().state().tables);
+    const CableSettingsLogic line(m_services.session.store(), m_services.state.tables);
     m_cableLine->setText(CableSettingsLogic::describe(line.read()));
     showKeyboard(0);
 }
@@ -272,7 +273,7 @@ void PrinterSettingsDlg::enter()
 void PrinterSettingsDlg::fillFields()
 {
     m_loading = true;
-    const SettingsStore& store = app().session().store();
+    const SettingsStore& store = m_services.session.store();
     if (QAbstractButton* mode = m_modes->button(m_shown.mode))
         mode->setChecked(true);
     m_modemEntry->clear();
@@ -293,7 +294,7 @@ void PrinterSettingsDlg::fillFields()
     selectData(m_printerBaudrate, m_shown.printerBaudrate);
     m_printFolder->clear();
     m_printFolder->addItems(
-        CommunicationSettingsLogic::printFolders(app().session().root(), m_shown.printerPath));
+        CommunicationSettingsLogic::printFolders(m_services.session.root(), m_shown.printerPath));
     m_printFolder->setCurrentIndex(m_printFolder->findText(m_shown.printerPath));
     m_loading = false;
     showPrinterType();
@@ -330,11 +331,11 @@ void PrinterSettingsDlg::stepPageLength(int step)
 
 void PrinterSettingsDlg::openCableSettings()
 {
-    Screen* cable = app().screen<CableSettingsDlg>();
+    Screen* cable = stack().screen<CableSettingsDlg>();
     if (!cable)
         return;
     m_inCableSettings = true;
-    app().switchTo(cable);
+    stack().switchTo(cable);
 }
 
 void PrinterSettingsDlg::onOk()
@@ -351,12 +352,12 @@ void PrinterSettingsDlg::onCancel()
 void PrinterSettingsDlg::returnToCaller()
 {
     Screen* target = m_caller;
-    if (!target || target == this || target == app().screen<CableSettingsDlg>())
-        target = app().screen<SettingsDlg>();
+    if (!target || target == this || target == stack().screen<CableSettingsDlg>())
+        target = stack().screen<SettingsDlg>();
     if (!target)
-        target = app().screen<MainMenuDlg>();
+        target = stack().screen<MainMenuDlg>();
     if (target)
-        app().switchTo(target);
+        stack().switchTo(target);
 }
 
 } // namespace brovant

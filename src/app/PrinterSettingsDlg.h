@@ -5,6 +5,7 @@
 #pragma once
 
 #include "app/KeypadScreen.h"
+#include "app/ScreenServices.h"
 #include "workflow/CommunicationSettingsLogic.h"
 
 class QButtonGroup;
@@ -19,10 +20,12 @@ namespace brovant {
 
 class PrinterSettingsDlg : public KeypadScreen {
     Q_OBJECT
+    ScreenServices& m_services;
+
 public:
     enum Tab { TransferTab = 0, CaliperTab = 1, PrinterTab = 2 };
 
-    explicit PrinterSettingsDlg(ScreenStack& app);
+    explicit PrinterSettingsDlg(ScreenServices& services);
 
     void enter() override;
     void onOk() override;

@@ -1,14 +1,11 @@
 #include "app/RecordScreen.h"
 
-#include "app/ScreenStack.h"
-#include "masterdata/DeviceSession.h"
-
 namespace brovant {
 
-RecordScreen::RecordScreen(ScreenStack& app, const QString& objectName,
+RecordScreen::RecordScreen(ScreenStack& stack, Database& database, const QString& objectName,
                            const TableDescriptor& table)
-    : KeypadScreen(app, objectName)
-    , m_dataset(std::make_unique<Dataset>(app.session().database(), table))
+    : KeypadScreen(stack, objectName)
+    , m_dataset(std::make_unique<Dataset>(database, table))
 {
 }
 

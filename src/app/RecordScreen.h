@@ -16,7 +16,8 @@ namespace brovant {
 class RecordScreen : public KeypadScreen {
     Q_OBJECT
 public:
-    RecordScreen(ScreenStack& app, const QString& objectName, const TableDescriptor& table);
+    RecordScreen(ScreenStack& stack, Database& database, const QString& objectName,
+                 const TableDescriptor& table);
 
     Dataset& dataset() { return *m_dataset; }
 

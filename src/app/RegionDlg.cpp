@@ -49,9 +49,10 @@ std::vector<KeyDef> actionKeys()
 
 } // namespace
 
-RegionDlg::RegionDlg(ScreenStack& app)
-    : KeypadScreen(app, QStringLiteral("region"))
-    , m_logic(app.session().database(), app.messages())
+RegionDlg::RegionDlg(ScreenServices& services)
+    : KeypadScreen(services.stack, QStringLiteral("region"))
+    , m_services(services)
+    , m_logic(services.session.database(), services.messages)
 {
     setWindowTitle(QStringLiteral("Wuchsregionen"));
 }
@@ -91,16 +92,16 @@ void RegionDlg::enter()
 {
     const Screen* previous = previousScreen();
     const bool fromTariffs = previous && qobject_cast<const TariffAssignmentDlg*>(previous);
-    m_logic.open(app().state().currentList);
+    m_logic.open(m_services.state.currentList);
     m_title->setText(m_logic.listName().isEmpty()
                          ? windowTitle()
                          : QStringLiteral("%1: %2").arg(windowTitle(), m_logic.listName()));
     m_regionKeys->setCodeTable(m_logic.masterRegions(), {}, kRegionEntry);
-    m_region->setPlaceholderText(ListHeaderLogic::fixedLabel(app().session().store(), 3));
+    m_region->setPlaceholderText(ListHeaderLogic::fixedLabel(m_services.session.store(), 3));
     showKeyboard(RegionList);
     showRows(-1);
     // Back from assigning its tariffs, the region waiting in the field joins the list.
-    if (fromTariffs && ListHeaderLogic::hasTariffs(app().session().database(), m_region->text()))
+    if (fromTariffs && ListHeaderLogic::hasTariffs(m_services.session.database(), m_region->text()))
         add();
     else if (!fromTariffs)
         m_region->clear();
@@ -134,7 +135,7 @@ void RegionDlg::add()
         break;
     }
     case RegionLogic::Added::AssignTariffs:
-        if (auto* tariffs = qobject_cast<TariffAssignmentDlg*>(app().screen<TariffAssignmentDlg>()))
+        if (auto* tariffs = stack().screen<TariffAssignmentDlg>())
             tariffs->openRegion(region);
         break;
     case RegionLogic::Added::No:
@@ -176,8 +177,8 @@ void RegionDlg::onOk()
 
 void RegionDlg::onCancel()
 {
-    if (Screen* lists = app().screen<ListSelectionDlg>())
-        app().switchTo(lists);
+    if (Screen* lists = stack().screen<ListSelectionDlg>())
+        stack().switchTo(lists);
 }
 
 } // namespace brovant

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "app/KeypadScreen.h"
+#include "app/ScreenServices.h"
 #include "workflow/RegionLogic.h"
 
 class QLabel;
@@ -15,6 +16,8 @@ namespace brovant {
 
 class RegionDlg : public KeypadScreen {
     Q_OBJECT
+    ScreenServices& m_services;
+
 public:
     static constexpr int kAdd = 1701;
     static constexpr int kRemove = 1702;
@@ -24,7 +27,7 @@ public:
     // Keyboards in the order they are attached.
     enum KeyboardIndex { RegionList, Letters, Digits };
 
-    explicit RegionDlg(ScreenStack& app);
+    explicit RegionDlg(ScreenServices& services);
 
     RegionLogic& logic() { return m_logic; }
     QTreeWidget* regionView() const { return m_view; }

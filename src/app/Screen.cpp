@@ -8,9 +8,9 @@
 
 namespace brovant {
 
-Screen::Screen(ScreenStack& app, const QString& objectName)
-    : QWidget(app.mainWindow())
-    , m_app(app)
+Screen::Screen(ScreenStack& stack, const QString& objectName)
+    : QWidget(stack.mainWindow())
+    , m_stack(stack)
 {
     setObjectName(objectName);
     setGeometry(0, 0, ScreenStack::kScreenWidth, ScreenStack::kScreenHeight);
@@ -38,15 +38,15 @@ void Screen::onCommand(int id)
 void Screen::onCancel()
 {
     if (m_prev && m_prev != this)
-        m_app.switchTo(m_prev);
+        m_stack.switchTo(m_prev);
 }
 
 void Screen::activate()
 {
-    if (m_app.activeScreen() == this)
+    if (m_stack.activeScreen() == this)
         enter();
     else
-        m_app.switchTo(this);
+        m_stack.switchTo(this);
 }
 
 void Screen::bringToFront()

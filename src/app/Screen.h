@@ -21,7 +21,7 @@ public:
     static constexpr int kOk = 1;
     static constexpr int kCancel = 2;
 
-    Screen(ScreenStack& app, const QString& objectName);
+    Screen(ScreenStack& stack, const QString& objectName);
 
     // First-time set-up; runs once, from create().
     void create();
@@ -54,14 +54,14 @@ public:
     // Index of `text` among the first `count` entries of `table`, or -1.
     static int indexIn(const QString& text, const QStringList& table, int count);
 
-    ScreenStack& app() const { return m_app; }
+    ScreenStack& stack() const { return m_stack; }
 
 protected:
     virtual void setUp() {}
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
-    ScreenStack& m_app;
+    ScreenStack& m_stack;
     Screen* m_prev = nullptr;
     bool m_created = false;
 };

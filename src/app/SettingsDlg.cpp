@@ -63,8 +63,9 @@ QSlider* addSlider(QWidget* page, int id, int maximum, int y)
 
 } // namespace
 
-SettingsDlg::SettingsDlg(ScreenStack& app)
-    : KeypadScreen(app, QStringLiteral("settings"))
+SettingsDlg::SettingsDlg(ScreenServices& services)
+    : KeypadScreen(services.stack, QStringLiteral("settings"))
+    , m_services(services)
 {
 }
 
@@ -83,7 +84,8 @@ QPushButton* SettingsDlg::addButton(QWidget* page, int id, const QString& captio
 
 void SettingsDlg::setUp()
 {
-    m_logic = std::make_unique<SettingsLogic>(app().session(), app().state(), app().messages());
+    m_logic =
+        std::make_unique<SettingsLogic>(m_services.session, m_services.state, m_services.messages);
 
     m_tabs = new QTabBar(this);
     m_tabs->setObjectName(QStringLiteral("tabs1021"));
@@ -177,20 +179,20 @@ void SettingsDlg::enter()
 {
     // Every control shows what the device holds now; nothing is written while filling them.
     m_loading = true;
-    const QDateTime now = app().clock().now();
+    const QDateTime now = m_services.clock.now();
     m_date->setDate(now.date());
     m_time->setTime(now.time());
-    DeviceControls& device = app().device();
+    DeviceControls& device = m_services.device;
     m_backlightMains->setValue(device.backlight(PowerSource::Mains).value_or(0));
     m_backlightBattery->setValue(device.backlight(PowerSource::Battery).value_or(0));
     for (size_t i = 0; i < kSwitchOffChoices.size(); ++i) {
         if (kSwitchOffChoices[i].second == device.switchOff())
             m_switchOff->setCurrentIndex(int(i));
     }
-    const SettingsStore& store = app().session().store();
+    const SettingsStore& store = m_services.session.store();
     if (auto* communication =
             findChild<QPushButton*>(QStringLiteral("button%1").arg(kCommunication)))
-        communication->setEnabled(app().screen<PrinterSettingsDlg>() != nullptr);
+        communication->setEnabled(stack().screen<PrinterSettingsDlg>() != nullptr);
     m_autoBackup->setChecked(store.readInt(Setting::BackupAuto) == 1);
     m_cardBackup->setChecked(store.readInt(Setting::BackupKarte) == 1);
     m_loading = false;
@@ -200,44 +202,44 @@ void SettingsDlg::applyDateTime(int changed)
 {
     // The pickers were filled when the screen opened; the part the user did not touch is taken
     // from the clock now, so the time keeps running while the screen is open.
-    const QDateTime now = app().clock().now();
-    app().device().setDateTime(changed == kDate ? QDateTime(m_date->date(), now.time())
-                                                : QDateTime(now.date(), m_time->time()));
+    const QDateTime now = m_services.clock.now();
+    m_services.device.setDateTime(changed == kDate ? QDateTime(m_date->date(), now.time())
+                                                   : QDateTime(now.date(), m_time->time()));
 }
 
 void SettingsDlg::goTo(Screen* target)
 {
     if (target)
-        app().switchTo(target);
+        stack().switchTo(target);
 }
 
 void SettingsDlg::onCommand(int id)
 {
     if (m_loading)
         return;
-    DeviceControls& device = app().device();
+    DeviceControls& device = m_services.device;
     switch (id) {
     case kDeleteAll:
-        if (m_logic->deleteAll(app().host()))
-            goTo(app().screen<MainMenuDlg>());
+        if (m_logic->deleteAll(m_services.host))
+            goTo(stack().screen<MainMenuDlg>());
         return;
     case kReloadConfiguration:
-        m_logic->reloadConfiguration(app().channels(), app().host());
+        m_logic->reloadConfiguration(m_services.channels, m_services.host);
         return;
     case kBackup: {
         const QStringList question = BackupService::question();
-        if (app().messages().yesNo(question[0], question[1], question[2]) != Answer::Yes)
+        if (m_services.messages.yesNo(question[0], question[1], question[2]) != Answer::Yes)
             return;
-        app().host().setWaitCursor(true);
-        app().backup().backup(BackupService::Kind::Manual);
-        app().host().setWaitCursor(false);
+        m_services.host.setWaitCursor(true);
+        m_services.backup.backup(BackupService::Kind::Manual);
+        m_services.host.setWaitCursor(false);
         return;
     }
     case kRestore:
-        if (auto* dialogs = dynamic_cast<QtMessageDialogs*>(&app().messages()))
+        if (auto* dialogs = dynamic_cast<QtMessageDialogs*>(&m_services.messages))
             dialogs->playQuestion();
-        if (RestoreDlg::open(app()))
-            m_logic->afterRestore(app().host());
+        if (RestoreDlg::open(m_services))
+            m_logic->afterRestore(m_services.host);
         return;
     case kAutomaticBackup:
         m_autoBackup->setChecked(m_logic->setAutomaticBackup(m_autoBackup->isChecked()));
@@ -246,21 +248,21 @@ void SettingsDlg::onCommand(int id)
         m_cardBackup->setChecked(m_logic->setCardBackup(m_cardBackup->isChecked()));
         return;
     case kReset:
-        if (app().messages().yesNo(QStringLiteral("Wollen Sie den Reset"),
-                                   QStringLiteral("durchführen?"))
+        if (m_services.messages.yesNo(QStringLiteral("Wollen Sie den Reset"),
+                                      QStringLiteral("durchführen?"))
             == Answer::Yes)
             device.reset();
         return;
     case kCompanyHeader:
-        if (auto* screen = app().screen<ConfigurationDlg>())
+        if (auto* screen = stack().screen<ConfigurationDlg>())
             screen->openPage(0);
         return;
     case kTariffAssignment:
-        if (auto* screen = qobject_cast<TariffAssignmentDlg*>(app().screen<TariffAssignmentDlg>()))
+        if (auto* screen = stack().screen<TariffAssignmentDlg>())
             screen->openAll();
         return;
     case kCommunication:
-        goTo(app().screen<PrinterSettingsDlg>());
+        goTo(stack().screen<PrinterSettingsDlg>());
         return;
     case kDate:
     case kTime:
@@ -286,7 +288,7 @@ void SettingsDlg::onCommand(int id)
 
 void SettingsDlg::onCancel()
 {
-    goTo(app().screen<MainMenuDlg>());
+    goTo(stack().screen<MainMenuDlg>());
 }
 
 } // namespace brovant

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "app/KeypadScreen.h"
+#include "app/ScreenServices.h"
 
 #include <memory>
 
@@ -22,6 +23,8 @@ class SettingsLogic;
 
 class SettingsDlg : public KeypadScreen {
     Q_OBJECT
+    ScreenServices& m_services;
+
 public:
     enum Control {
         kDeleteAll = 1019,
@@ -45,7 +48,7 @@ public:
     // "Ausschalten:" entries and the seconds each writes.
     static const std::array<std::pair<const char*, int>, 6> kSwitchOffChoices;
 
-    explicit SettingsDlg(ScreenStack& app);
+    explicit SettingsDlg(ScreenServices& services);
     ~SettingsDlg() override;
 
     void enter() override;

@@ -47,8 +47,9 @@ std::vector<KeyDef> slotKeys()
 
 } // namespace
 
-SpeciesSelectionDlg::SpeciesSelectionDlg(ScreenStack& app)
-    : KeypadScreen(app, QStringLiteral("species"))
+SpeciesSelectionDlg::SpeciesSelectionDlg(ScreenServices& services)
+    : KeypadScreen(services.stack, QStringLiteral("species"))
+    , m_services(services)
 {
     setWindowTitle(QStringLiteral("* Einstellung der Holzart *"));
 }
@@ -97,7 +98,7 @@ void SpeciesSelectionDlg::enter()
 
 void SpeciesSelectionDlg::showCodes()
 {
-    const MasterTables& tables = app().state().tables;
+    const MasterTables& tables = m_services.state.tables;
     for (int slot = 0; slot < MasterTables::kMainSpecies; ++slot) {
         m_slots->keyFor(kFirstSlot + slot)
             ->setCaption(QStringLiteral("HA%1\n%2")
@@ -112,7 +113,7 @@ std::optional<QString> SpeciesSelectionDlg::typedCode()
 {
     const QString typed = withoutTrailingBlanks(m_code->text());
     if (typed.isEmpty()) {
-        app().messages().beep();
+        m_services.messages.beep();
         return std::nullopt;
     }
     // Held as the species table holds it: blank-padded to the field's three characters.
@@ -124,8 +125,8 @@ void SpeciesSelectionDlg::assignSlot(int slot)
     const std::optional<QString> code = typedCode();
     if (!code)
         return;
-    app().state().tables.mainSpecies[size_t(slot - 1)] = *code;
-    app().session().store().writeText(Setting::HauptHolzart, slot, *code);
+    m_services.state.tables.mainSpecies[size_t(slot - 1)] = *code;
+    m_services.session.store().writeText(Setting::HauptHolzart, slot, *code);
     showCodes();
     m_code->clear();
 }
@@ -135,8 +136,8 @@ void SpeciesSelectionDlg::assignCaliperKey()
     const std::optional<QString> code = typedCode();
     if (!code)
         return;
-    app().state().tables.caliperSpecies = *code;
-    app().session().store().writeText(Setting::KluppeHolzart, 0, *code);
+    m_services.state.tables.caliperSpecies = *code;
+    m_services.session.store().writeText(Setting::KluppeHolzart, 0, *code);
     showCodes();
     m_code->clear();
 }
@@ -172,11 +173,11 @@ void SpeciesSelectionDlg::onEnterKey()
 
 void SpeciesSelectionDlg::onCancel()
 {
-    Screen* target = app().screen<TallyDlg>();
+    Screen* target = stack().screen<TallyDlg>();
     if (!target)
         target = previousScreen();
     if (target && target != this)
-        app().switchTo(target);
+        stack().switchTo(target);
 }
 
 } // namespace brovant

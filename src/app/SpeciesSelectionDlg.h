@@ -5,6 +5,7 @@
 #pragma once
 
 #include "app/KeypadScreen.h"
+#include "app/ScreenServices.h"
 #include "masterdata/MasterTables.h"
 
 #include <optional>
@@ -16,6 +17,8 @@ namespace brovant {
 
 class SpeciesSelectionDlg : public KeypadScreen {
     Q_OBJECT
+    ScreenServices& m_services;
+
 public:
     // Key commands: "HA1" is kFirstSlot, "HA12" kFirstSlot + 11.
     static constexpr int kFirstSlot = 1601;
@@ -25,7 +28,7 @@ public:
     // Keyboards in the order they are attached.
     enum KeyboardIndex { SlotKeys, Digits, Letters };
 
-    explicit SpeciesSelectionDlg(ScreenStack& app);
+    explicit SpeciesSelectionDlg(ScreenServices& services);
 
     void enter() override;
     void onCommand(int id) override;

@@ -34,8 +34,9 @@ QLabel* addLabel(QWidget* parent, const QString& name, const QString& text, cons
 
 } // namespace
 
-SystemInfoDlg::SystemInfoDlg(ScreenStack& app)
-    : KeypadScreen(app, QStringLiteral("systemInfo"))
+SystemInfoDlg::SystemInfoDlg(ScreenServices& services)
+    : KeypadScreen(services.stack, QStringLiteral("systemInfo"))
+    , m_services(services)
 {
     m_timer.setInterval(kRefreshMs);
     connect(&m_timer, &QTimer::timeout, this, &SystemInfoDlg::refresh);
@@ -71,7 +72,7 @@ void SystemInfoDlg::setUp()
     addLabel(this, QStringLiteral("hardwareLabel"), QStringLiteral("Hardware:"),
              QRect(8, 88, width - 16, kLineHeight), 12, true);
     QLabel* hardware =
-        addLabel(this, QStringLiteral("hardware"), hardwareDescription(app().session().root()),
+        addLabel(this, QStringLiteral("hardware"), hardwareDescription(m_services.session.root()),
                  QRect(kIndent, 106, textWidth, 2 * kLineHeight));
     hardware->setWordWrap(true);
     hardware->setAlignment(Qt::AlignLeft | Qt::AlignTop);
@@ -112,8 +113,8 @@ void SystemInfoDlg::leave()
 
 void SystemInfoDlg::refresh()
 {
-    showBattery(app().device().battery());
-    const QDateTime now = app().clock().now();
+    showBattery(m_services.device.battery());
+    const QDateTime now = m_services.clock.now();
     m_time->setText(MainMenuDlg::clockText(now));
     m_date->setText(MainMenuDlg::dateText(now));
 }

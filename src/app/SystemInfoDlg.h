@@ -4,6 +4,7 @@
 #pragma once
 
 #include "app/KeypadScreen.h"
+#include "app/ScreenServices.h"
 
 #include <QTimer>
 
@@ -16,10 +17,12 @@ struct BatteryStatus;
 
 class SystemInfoDlg : public KeypadScreen {
     Q_OBJECT
+    ScreenServices& m_services;
+
 public:
     static constexpr int kRefreshMs = 1000;
 
-    explicit SystemInfoDlg(ScreenStack& app);
+    explicit SystemInfoDlg(ScreenServices& services);
 
     void enter() override;
     void leave() override;

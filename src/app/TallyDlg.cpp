@@ -164,13 +164,14 @@ void setFittedText(QLabel* label, const QString& text)
 
 } // namespace
 
-TallyDlg::TallyDlg(ScreenStack& app)
-    : KeypadScreen(app, QStringLiteral("tally"))
-    , m_logic(app.session().database(), app.state().tables, app.state().speciesTariffs,
-              app.messages())
+TallyDlg::TallyDlg(ScreenServices& services)
+    : KeypadScreen(services.stack, QStringLiteral("tally"))
+    , m_services(services)
+    , m_logic(services.session.database(), services.state.tables, services.state.speciesTariffs,
+              services.messages)
 {
     setWindowTitle(QStringLiteral("Holzaufnahme"));
-    m_logic.setBackupHook([this] { this->app().backup().automaticIfEnabled(); });
+    m_logic.setBackupHook([this] { m_services.backup.automaticIfEnabled(); });
 }
 
 TallyDlg::~TallyDlg()
@@ -205,7 +206,7 @@ void TallyDlg::setUp()
 
     m_focusConnection =
         connect(qApp, &QApplication::focusChanged, this, [this](QWidget* old, QWidget* now) {
-            if (app().activeScreen() != this)
+            if (stack().activeScreen() != this)
                 return;
             if (fieldOf(old) >= 0)
                 commit(static_cast<QLineEdit*>(old));
@@ -318,7 +319,7 @@ void TallyDlg::enter()
 {
     m_pendingMeasurements.clear();
     m_measuring = false;
-    const MasterTables& tables = app().state().tables;
+    const MasterTables& tables = m_services.state.tables;
     m_codeBars[SpeciesKeys]->setCodeTable(listOf(tables.mainSpecies), {}, kSpeciesEntry);
     m_codeBars[QualityKeys]->setCodeTable(listOf(tables.naShort), listOf(tables.naLong),
                                           kQualityEntry);
@@ -327,13 +328,13 @@ void TallyDlg::enter()
     m_tariffCodes.clear();
     m_codeBars[TariffKeys]->setCodeTable({}, {}, kTariffEntry);
 
-    if (!m_logic.open(app().state().currentList)) {
-        app().messages().notice(QStringLiteral("Datenbank nicht lesbar!"));
+    if (!m_logic.open(m_services.state.currentList)) {
+        m_services.messages.notice(QStringLiteral("Datenbank nicht lesbar!"));
         // This runs inside the switch to this screen, which a switch from here would undo.
         QMetaObject::invokeMethod(
             this,
             [this] {
-                if (app().activeScreen() == this)
+                if (stack().activeScreen() == this)
                     onCancel();
             },
             Qt::QueuedConnection);
@@ -344,7 +345,7 @@ void TallyDlg::enter()
     bringToFront();
     settle();
 
-    if (CaliperReader* caliper = app().caliper()) {
+    if (CaliperReader* caliper = m_services.caliper) {
         connect(caliper, &CaliperReader::measured, this, &TallyDlg::takeMeasurement,
                 Qt::UniqueConnection);
         connect(caliper, &CaliperReader::measuredSpecies, this, &TallyDlg::takeSentenceMeasurement,
@@ -359,8 +360,8 @@ void TallyDlg::enter()
 
 void TallyDlg::showCaliperState()
 {
-    const CaliperReader* caliper = app().caliper();
-    const bool shown = caliper && app().state().tables.caliperActive != 0;
+    const CaliperReader* caliper = m_services.caliper;
+    const bool shown = caliper && m_services.state.tables.caliperActive != 0;
     const int titleWidth = ScreenStack::kScreenWidth - (shown ? m_caliperState->width() + 2 : 0);
     if (m_title->width() != titleWidth) {
         m_title->setGeometry(0, 0, titleWidth, kTitleHeight);
@@ -380,7 +381,7 @@ void TallyDlg::showCaliperState()
 
 void TallyDlg::leave()
 {
-    if (CaliperReader* caliper = app().caliper())
+    if (CaliperReader* caliper = m_services.caliper)
         caliper->stop();
     m_pendingMeasurements.clear();
 }
@@ -567,9 +568,9 @@ void TallyDlg::onCommand(int id)
         if (m_logic.checkHasTrees()) {
             // "Eval" prepares the totals sorted by species; "BHD/Stufe" shows the trees as the
             // tally holds them.
-            if (auto* totals = app().screen<TotalsDlg>()) {
+            if (auto* totals = stack().screen<TotalsDlg>()) {
                 if (id == kEval)
-                    switchTo(app().screen<TotalsDlg>());
+                    switchTo(stack().screen<TotalsDlg>());
                 else
                     totals->openAsTallied();
                 return;
@@ -579,7 +580,7 @@ void TallyDlg::onCommand(int id)
         return;
     case kSpeciesSetup:
         commitFocused();
-        switchTo(app().screen<SpeciesSelectionDlg>());
+        switchTo(stack().screen<SpeciesSelectionDlg>());
         return;
     case kEtc:
         showKeyboard(keyboardIndex() == Secondary ? barOf(focusedField()) : Secondary);
@@ -635,10 +636,10 @@ void TallyDlg::onOk()
 void TallyDlg::onCancel()
 {
     // Leaves without writing the record shown; the list selection makes the backup.
-    if (app().screen<ListSelectionDlg>())
-        switchTo(app().screen<ListSelectionDlg>());
+    if (stack().screen<ListSelectionDlg>())
+        switchTo(stack().screen<ListSelectionDlg>());
     else
-        switchTo(app().screen<MainMenuDlg>());
+        switchTo(stack().screen<MainMenuDlg>());
 }
 
 void TallyDlg::takeMeasurement(int speciesKey, int diameter)
@@ -648,13 +649,14 @@ void TallyDlg::takeMeasurement(int speciesKey, int diameter)
 
 void TallyDlg::takeSentenceMeasurement(const QString& speciesCode, int diameter)
 {
-    const std::optional<QString> species = speciesForCaliperCode(app().state().tables, speciesCode);
+    const std::optional<QString> species =
+        speciesForCaliperCode(m_services.state.tables, speciesCode);
     takeCaliperMeasurement({-1, species.value_or(QString()), diameter});
 }
 
 void TallyDlg::takeCaliperMeasurement(const CaliperMeasurement& measurement)
 {
-    if (app().activeScreen() != this)
+    if (stack().activeScreen() != this)
         return;
     // One that arrives while another's message is open waits its turn.
     if (m_measuring) {
@@ -670,7 +672,7 @@ void TallyDlg::takeCaliperMeasurement(const CaliperMeasurement& measurement)
     m_measuring = true;
     commitFocused();
     take(measurement);
-    while (!m_pendingMeasurements.empty() && app().activeScreen() == this) {
+    while (!m_pendingMeasurements.empty() && stack().activeScreen() == this) {
         const CaliperMeasurement next = m_pendingMeasurements.front();
         m_pendingMeasurements.erase(m_pendingMeasurements.begin());
         take(next);
@@ -681,7 +683,7 @@ void TallyDlg::takeCaliperMeasurement(const CaliperMeasurement& measurement)
 void TallyDlg::switchTo(Screen* target)
 {
     if (target)
-        app().switchTo(target);
+        stack().switchTo(target);
 }
 
 void TallyDlg::keyPressEvent(QKeyEvent* event)

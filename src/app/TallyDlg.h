@@ -6,6 +6,7 @@
 #pragma once
 
 #include "app/KeypadScreen.h"
+#include "app/ScreenServices.h"
 #include "workflow/TallyLogic.h"
 
 #include <array>
@@ -19,6 +20,8 @@ namespace brovant {
 
 class TallyDlg : public KeypadScreen {
     Q_OBJECT
+    ScreenServices& m_services;
+
 public:
     using Field = TallyLogic::Field;
 
@@ -51,7 +54,7 @@ public:
         Letters
     };
 
-    explicit TallyDlg(ScreenStack& app);
+    explicit TallyDlg(ScreenServices& services);
     ~TallyDlg() override;
 
     TallyLogic& logic() { return m_logic; }

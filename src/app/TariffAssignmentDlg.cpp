@@ -4,6 +4,7 @@
 #include "app/MainMenuDlg.h"
 #include "app/ScreenStack.h"
 #include "data/Schema.h"
+#include "masterdata/DeviceSession.h"
 #include "workflow/AppState.h"
 
 #include <QFontDatabase>
@@ -82,9 +83,11 @@ QString trimmedRight(const QString& code)
 
 } // namespace
 
-TariffAssignmentDlg::TariffAssignmentDlg(ScreenStack& app)
-    : RecordScreen(app, QStringLiteral("tariffAssignment"), schema::Einstellungen)
-    , m_logic(dataset(), app.state().tables, app.state().speciesTariffs, app.messages())
+TariffAssignmentDlg::TariffAssignmentDlg(ScreenServices& services)
+    : RecordScreen(services.stack, services.session.database(), QStringLiteral("tariffAssignment"),
+                   schema::Einstellungen)
+    , m_services(services)
+    , m_logic(dataset(), services.state.tables, services.state.speciesTariffs, services.messages)
 {
 }
 
@@ -334,9 +337,9 @@ void TariffAssignmentDlg::returnToCaller()
 {
     Screen* target = previousScreen();
     if (!target || target == this)
-        target = app().screen<MainMenuDlg>();
+        target = stack().screen<MainMenuDlg>();
     if (target)
-        app().switchTo(target);
+        stack().switchTo(target);
 }
 
 } // namespace brovant

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "app/RecordScreen.h"
+#include "app/ScreenServices.h"
 #include "workflow/TariffAssignmentLogic.h"
 
 #include <array>
@@ -14,6 +15,8 @@ namespace brovant {
 
 class TariffAssignmentDlg : public RecordScreen {
     Q_OBJECT
+    ScreenServices& m_services;
+
 public:
     static constexpr int kUp = 1301;
     static constexpr int kDown = 1302;
@@ -32,7 +35,7 @@ public:
     // Keyboards in the order they are attached.
     enum KeyboardIndex { Letters, Digits, RegionList, SpeciesList, TariffList };
 
-    explicit TariffAssignmentDlg(ScreenStack& app);
+    explicit TariffAssignmentDlg(ScreenServices& services);
 
     // Switch to this screen for all regions, or for one (from the list header). The screen
     // returns to whatever was active before it.

@@ -42,8 +42,9 @@ std::vector<KeyDef> keyBar()
 
 } // namespace
 
-TotalsDlg::TotalsDlg(ScreenStack& app)
-    : KeypadScreen(app, QStringLiteral("totals"))
+TotalsDlg::TotalsDlg(ScreenServices& services)
+    : KeypadScreen(services.stack, QStringLiteral("totals"))
+    , m_services(services)
 {
     setWindowTitle(QStringLiteral("Gesamtsumme"));
 }
@@ -75,13 +76,13 @@ void TotalsDlg::setUp()
 void TotalsDlg::openAsTallied()
 {
     m_nextOrder = Totals::Order::AsTallied;
-    app().switchTo(this);
+    stack().switchTo(this);
 }
 
 void TotalsDlg::enter()
 {
     Screen* from = previousScreen();
-    if (m_opener && from && from != m_opener && from == app().screen<DistributionDlg>()) {
+    if (m_opener && from && from != m_opener && from == stack().screen<DistributionDlg>()) {
         // Back from the distribution opened here: the rows in the order they were opened in,
         // and back from here still where it led before.
         setPreviousScreen(m_opener);
@@ -97,7 +98,7 @@ void TotalsDlg::rebuild()
 {
     m_view->clear();
     const auto totals =
-        Totals::compute(app().session().database(), app().state().currentList, m_order);
+        Totals::compute(m_services.session.database(), m_services.state.currentList, m_order);
     if (totals) {
         QList<QTreeWidgetItem*> items;
         for (const Totals::Row& row : totals->rows()) {
@@ -116,7 +117,7 @@ void TotalsDlg::switchTo(Screen* target)
 {
     // A screen that does not exist (a bare framework in tests) leaves the user here.
     if (target)
-        app().switchTo(target);
+        stack().switchTo(target);
     else
         m_view->setFocus(Qt::OtherFocusReason);
 }
@@ -125,15 +126,15 @@ void TotalsDlg::onCommand(int id)
 {
     switch (id) {
     case kPrint:
-        Printing::run(app(), ReportKind::Listing, app().state().currentList);
+        Printing::run(m_services, ReportKind::Listing, m_services.state.currentList);
         m_view->setFocus(Qt::OtherFocusReason);
         return;
     case kAssortment:
-        Printing::run(app(), ReportKind::ClassTable, app().state().currentList);
+        Printing::run(m_services, ReportKind::ClassTable, m_services.state.currentList);
         m_view->setFocus(Qt::OtherFocusReason);
         return;
     case kDistribution:
-        switchTo(app().screen<DistributionDlg>());
+        switchTo(stack().screen<DistributionDlg>());
         return;
     case kPreviousField:
     case kNextField:

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "app/KeypadScreen.h"
+#include "app/ScreenServices.h"
 #include "evaluation/Totals.h"
 
 class QTreeWidget;
@@ -13,13 +14,15 @@ namespace brovant {
 
 class TotalsDlg : public KeypadScreen {
     Q_OBJECT
+    ScreenServices& m_services;
+
 public:
     // Key commands.
     static constexpr int kPrint = 1201;      // "Ausdruck"
     static constexpr int kAssortment = 1202; // "Sortiment"
     static constexpr int kDistribution = 1203; // "Vert.": the diameter distribution
 
-    explicit TotalsDlg(ScreenStack& app);
+    explicit TotalsDlg(ScreenServices& services);
 
     QTreeWidget* totalsView() const { return m_view; }
 

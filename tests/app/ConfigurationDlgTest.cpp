@@ -108,12 +108,12 @@ TEST(ConfigurationDlg, ConfirmReturnsToTheScreenThatOpenedIt)
     for (const bool fromOtherScreen : {true, false}) {
         SCOPED_TRACE(fromOtherScreen);
         ConfigProgram p;
-        auto* caller =
-            p.app.addScreen(std::make_unique<KeypadScreen>(p.app, QStringLiteral("caller")));
+        auto* caller = p.app.stack().addScreen(
+            std::make_unique<KeypadScreen>(p.app.stack(), QStringLiteral("caller")));
         if (fromOtherScreen)
-            p.app.switchTo(caller);
+            p.app.stack().switchTo(caller);
         else
-            p.app.setActiveScreen(nullptr);
+            p.app.stack().setActiveScreen(nullptr);
         p.screen->openPage(int(ConfigPage::CompanyHeader));
         ASSERT_EQ(p.active(), p.screen);
         p.press(KeypadScreen::kEnter);

@@ -756,8 +756,8 @@ protected:
 void ForesterDay::startWithTheStagedConfiguration()
 {
     ASSERT_TRUE(h.app.start());
-    h.app.mainWindow()->activateWindow();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(h.app.mainWindow()));
+    h.app.stack().mainWindow()->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(h.app.stack().mainWindow()));
     EXPECT_EQ(said(), (QStringList{
                           "Info: Datenbank wird initialisiert...",
                           "Fortschritt: 0 10 20 30 100",
@@ -1228,8 +1228,8 @@ void ForesterDay::restoreTheManualBackup()
     tapButton(QStringLiteral("button%1").arg(SettingsDlg::kRestore));
     RestoreDlg::setRunner({});
     // As when a modal screen closes on the device, the program's window takes the keys back.
-    h.app.mainWindow()->activateWindow();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(h.app.mainWindow()));
+    h.app.stack().mainWindow()->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(h.app.stack().mainWindow()));
     EXPECT_EQ(listed, offered);
     backupMade(QStringLiteral("Auto")); // the state before the restore
     receivedLists = 0;

@@ -41,7 +41,7 @@ protected:
     ListSelectionDlg* lists(int row)
     {
         auto* screen = find<ListSelectionDlg>();
-        app.switchTo(screen);
+        app.stack().switchTo(screen);
         screen->showTab(ListSelectionDlg::EvaluationTab);
         QTreeWidgetItem* item = screen->listView()->topLevelItem(row);
         if (item)

@@ -1,10 +1,6 @@
 #include "app/KeypadScreen.h"
 #include "app/KeyTables.h"
 #include "app/ScreenStack.h"
-#include "masterdata/DeviceSession.h"
-#include "platform/Clock.h"
-#include "support/TempRoot.h"
-#include "workflow/AppState.h"
 
 #include <QLineEdit>
 #include <QSignalSpy>
@@ -52,9 +48,7 @@ TEST(KeyTables, LayoutsFitTheirAreas)
 class Keypad : public ::testing::Test {
 protected:
     Keypad()
-        : session(root.path())
-        , app(session, state, clock)
-        , dlg(app, QStringLiteral("test"))
+        : dlg(app, QStringLiteral("test"))
     {
         dlg.addKeyboard(new OnScreenKeyboard(keys::kFullArea, keys::letters()));
         dlg.addKeyboard(new OnScreenKeyboard(keys::kFullArea, keys::digits()));
@@ -73,10 +67,6 @@ protected:
         QTest::mouseClick(key, Qt::LeftButton);
     }
 
-    test::TempRoot root;
-    DeviceSession session;
-    AppState state;
-    ManualClock clock;
     ScreenStack app;
     KeypadScreen dlg;
     QLineEdit* edit = nullptr;

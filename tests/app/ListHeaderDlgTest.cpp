@@ -27,7 +27,7 @@ struct HeaderProgram : Program {
     // Where the screen goes when a list is done or given up.
     Screen* listSelection() const
     {
-        Screen* selection = app.screen<ListSelectionDlg>();
+        Screen* selection = app.stack().screen<ListSelectionDlg>();
         return selection ? selection : app.mainMenu();
     }
     QStringList stored(const char* columns)
@@ -172,7 +172,7 @@ TEST(ListHeaderDlg, ZuordnenOpensTheRegionsTariffsAndBackReturnsToTheList)
     p.fillFirstPage("L1", "WR77");
     p.dialogs.answerNext(Answer::First);
     p.enter();
-    ASSERT_EQ(p.active(), p.app.screen<TariffAssignmentDlg>());
+    ASSERT_EQ(p.active(), p.app.stack().screen<TariffAssignmentDlg>());
     EXPECT_EQ(str(p.label("title")), "Tarif-Zuordnung: WR77");
     p.press(Screen::kCancel);
 
@@ -234,7 +234,7 @@ TEST(ListHeaderDlg, TheModelList)
     EXPECT_FALSE(p.edit("LISTE_NR")->isReadOnly());
 
     // The model list itself keeps its name and starts at the next field.
-    p.app.switchTo(p.app.mainMenu());
+    p.app.stack().switchTo(p.app.mainMenu());
     p.state.currentList = 4;
     p.screen->openExisting();
     ASSERT_EQ(p.active(), p.screen);
@@ -248,7 +248,7 @@ TEST(ListHeaderDlg, ListInformationShowsTheFreeFieldsOfTheCurrentList)
     HeaderProgram p;
     p.addList(1, "EINS", "Forstamt Eichengrund");
     p.addList(2, "ZWEI", QString(40, u'W').toLatin1().constData());
-    Screen* info = p.app.screen<ListInfoDlg>();
+    Screen* info = p.app.stack().screen<ListInfoDlg>();
     ASSERT_NE(info, nullptr);
     const struct {
         int list;
@@ -262,8 +262,8 @@ TEST(ListHeaderDlg, ListInformationShowsTheFreeFieldsOfTheCurrentList)
     for (const auto& c : cases) {
         SCOPED_TRACE(c.list);
         p.state.currentList = c.list;
-        p.app.switchTo(p.app.mainMenu());
-        p.app.switchTo(info);
+        p.app.stack().switchTo(p.app.mainMenu());
+        p.app.stack().switchTo(info);
         EXPECT_EQ(str(p.label("title")), c.title);
         EXPECT_EQ(str(p.label("label_KOPF1_A")), "Forstamt:");
         EXPECT_EQ(str(p.label("label_KOPF16_A")), "Bemerkung:");

@@ -24,9 +24,9 @@ struct WithChannels {
 class ListScreen : public ::testing::Test, protected WithChannels, protected Program {
 protected:
     ListScreen()
+        : Program(ProgramSetup().through(channels))
     {
         channels.root = &session.root();
-        app.setChannels(&channels);
     }
 
     void addList(int id, const QString& name, int mark = 0, int trees = 0)
@@ -43,7 +43,7 @@ protected:
     void open()
     {
         if (active() != app.mainMenu())
-            app.switchTo(app.mainMenu());
+            app.stack().switchTo(app.mainMenu());
         press(MainMenuDlg::kSelectList);
         ASSERT_EQ(active(), screen);
     }
@@ -182,7 +182,7 @@ TEST_F(ListScreen, WaysToOtherScreens)
     press(Dlg::kInfo);
     EXPECT_EQ(activeName(), QStringLiteral("listInfo"));
     EXPECT_EQ(state.currentList, 3);
-    app.switchTo(screen);
+    app.stack().switchTo(screen);
     EXPECT_EQ(selectedRow(), 2);
 
     // A double tap on the model list warns, and opens the tally all the same.
@@ -190,7 +190,7 @@ TEST_F(ListScreen, WaysToOtherScreens)
     EXPECT_EQ(dialogs.asked(), QStringList{"Holzaufnahme in Modell-Liste |nicht möglich!|"});
     EXPECT_EQ(state.currentList, 2);
     EXPECT_EQ(activeName(), QStringLiteral("tally"));
-    app.switchTo(screen);
+    app.stack().switchTo(screen);
 
     // Evaluation of a list with trees.
     dialogs.clear();
@@ -200,14 +200,14 @@ TEST_F(ListScreen, WaysToOtherScreens)
     EXPECT_TRUE(dialogs.asked().isEmpty());
     EXPECT_EQ(state.currentList, 1);
     EXPECT_EQ(activeName(), QStringLiteral("totals"));
-    app.switchTo(screen);
+    app.stack().switchTo(screen);
 
     // "Neu" opens the header screen for a new list.
     tab(Dlg::TallyTab);
     press(Dlg::kNew);
     EXPECT_EQ(state.currentList, -1);
     EXPECT_EQ(activeName(), QStringLiteral("listHeader"));
-    app.switchTo(screen);
+    app.stack().switchTo(screen);
     press(Screen::kCancel);
     EXPECT_EQ(active(), app.mainMenu());
 }
@@ -290,14 +290,14 @@ TEST_F(ListScreen, AutomaticBackupOnReturnFromTheHeaderOrTheTally)
         Screen* from;
         size_t backups;
     } cases[] = {
-        {1, app.screen<SettingsDlg>(), 0},   {0, app.screen<ListHeaderDlg>(), 0},
-        {1, app.screen<ListHeaderDlg>(), 1}, {1, app.screen<ListInfoDlg>(), 1},
-        {1, app.screen<TallyDlg>(), 2},
+        {1, app.stack().screen<SettingsDlg>(), 0},   {0, app.stack().screen<ListHeaderDlg>(), 0},
+        {1, app.stack().screen<ListHeaderDlg>(), 1}, {1, app.stack().screen<ListInfoDlg>(), 1},
+        {1, app.stack().screen<TallyDlg>(), 2},
     };
     for (const auto& c : cases) {
         session.store().writeInt(Setting::BackupAuto, 0, c.automatic);
-        app.switchTo(c.from);
-        app.switchTo(screen);
+        app.stack().switchTo(c.from);
+        app.stack().switchTo(screen);
         EXPECT_EQ(app.backup().entries().size(), c.backups)
             << c.from->objectName().toStdString() << " " << c.automatic;
         EXPECT_EQ(shown().size(), 1);

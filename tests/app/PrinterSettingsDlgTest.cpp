@@ -27,7 +27,7 @@ struct CommunicationProgram : Program {
     // Main menu, "Funktionen/Einstellungen", tab "Konfiguration", "Kommunikation".
     void open()
     {
-        app.switchTo(app.mainMenu());
+        app.stack().switchTo(app.mainMenu());
         press(MainMenuDlg::kSettings);
         auto* settings = qobject_cast<SettingsDlg*>(active());
         ASSERT_NE(settings, nullptr);

@@ -203,7 +203,7 @@ TEST_F(SettingsScreen, ResetOnlyWhenConfirmedAndWaysToOtherScreens)
           std::pair{SettingsDlg::kCommunication, "printerSettings"}}) {
         click(button);
         EXPECT_EQ(str(active()->objectName()), goesTo);
-        app.switchTo(screen);
+        app.stack().switchTo(screen);
     }
     press(Screen::kCancel);
     EXPECT_EQ(active(), app.mainMenu());

@@ -30,7 +30,7 @@ TEST(Shell, FreshDeviceStartsOnTheMainMenuWithClockAndDate)
     EXPECT_EQ(p.label("date"), QStringLiteral("04.05.2026"));
     EXPECT_TRUE(p.session.configurationLoaded());
     EXPECT_TRUE(p.dialogs.asked().isEmpty());
-    EXPECT_EQ(p.app.mainWindow()->size(), QSize(240, 320));
+    EXPECT_EQ(p.app.stack().mainWindow()->size(), QSize(240, 320));
 
     const struct {
         QDateTime time;
@@ -97,7 +97,7 @@ TEST(Shell, EndingTheProgramAsksFirst)
 {
     Program p(unstarted(false));
     ASSERT_TRUE(p.app.start());
-    QSignalSpy finished(&p.app, &ScreenStack::finished);
+    QSignalSpy finished(&p.app.stack(), &ScreenStack::finished);
     for (const Answer answer : {Answer::No, Answer::Yes}) {
         p.dialogs.clear();
         p.dialogs.answerNext(answer);

@@ -17,7 +17,7 @@ struct SpeciesProgram : Program {
     // "Einstellung" on the tally screen's secondary keys.
     void open()
     {
-        app.switchTo(tally);
+        app.stack().switchTo(tally);
         press(TallyDlg::kEtc);
         press(TallyDlg::kSpeciesSetup);
         ASSERT_EQ(active(), screen);

@@ -64,7 +64,7 @@ TEST(SystemInfoDlg, ShowsTheBatteryRouteOfTheDevice)
         ASSERT_NE(program.screen, nullptr);
 
         program.openFromMenu();
-        ASSERT_EQ(program.app.activeScreen(), program.screen);
+        ASSERT_EQ(program.app.stack().activeScreen(), program.screen);
         EXPECT_TRUE(program.screen->isVisible());
         EXPECT_FALSE(program.app.mainMenu()->isVisible());
         EXPECT_EQ(program.text("title"), QStringLiteral("Systeminfo"));
@@ -115,7 +115,7 @@ TEST(SystemInfoDlg, ClockAndBatteryRunOnlyWhileShown)
     EXPECT_EQ(program.stateWord()->text(), QStringLiteral("niedrig"));
 
     program.press(Screen::kCancel);
-    EXPECT_EQ(program.app.activeScreen(), program.app.mainMenu());
+    EXPECT_EQ(program.app.stack().activeScreen(), program.app.mainMenu());
     EXPECT_TRUE(program.app.mainMenu()->isVisible());
     EXPECT_TRUE(program.app.mainMenu()->clockRunning());
     EXPECT_FALSE(program.screen->isVisible());

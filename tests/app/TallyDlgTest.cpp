@@ -64,7 +64,7 @@ struct TallyProgram : Program {
     void open(const char* name)
     {
         if (active() != app.mainMenu())
-            app.switchTo(app.mainMenu());
+            app.stack().switchTo(app.mainMenu());
         press(MainMenuDlg::kSelectList);
         auto* selection = find<ListSelectionDlg>();
         ASSERT_EQ(active(), selection);
@@ -473,9 +473,9 @@ TEST(TallyDlg, CaliperPortThatDoesNotOpenLeavesTheScreenByHand)
     p.state.tables.caliperPort = 4;
     const std::int64_t list = p.addList("L1", "Abt. 12");
     if (p.active() != p.app.mainMenu())
-        p.app.switchTo(p.app.mainMenu());
+        p.app.stack().switchTo(p.app.mainMenu());
     p.state.currentList = int(list);
-    p.app.switchTo(p.screen);
+    p.app.stack().switchTo(p.screen);
     EXPECT_EQ(p.dialogs.asked(),
               QStringList{serialOpenFailureLines(serialPortName(4)).join(u'|') + u'|'});
     EXPECT_FALSE(p.app.caliper()->running());
@@ -487,9 +487,9 @@ TEST(TallyDlg, CaliperPortThatDoesNotOpenLeavesTheScreenByHand)
 TEST(TallyDlg, UnreadableListGoesBackToTheListSelection)
 {
     TallyProgram p;
-    p.app.switchTo(p.find<ListSelectionDlg>());
+    p.app.stack().switchTo(p.find<ListSelectionDlg>());
     p.state.currentList = 42; // no such list
-    p.app.switchTo(p.screen);
+    p.app.stack().switchTo(p.screen);
     EXPECT_EQ(p.dialogs.asked(), QStringList{"Datenbank nicht lesbar!||"});
     QTest::qWait(0);
     EXPECT_EQ(p.active()->objectName(), QStringLiteral("listSelection"));

@@ -178,8 +178,9 @@ TEST(TariffAssignmentDlg, BrowsingAndDeleting)
 TEST(TariffAssignmentDlg, CancelReturnsToTheScreenThatOpenedIt)
 {
     TariffProgram p;
-    auto* caller = p.app.addScreen(std::make_unique<KeypadScreen>(p.app, QStringLiteral("caller")));
-    p.app.switchTo(caller);
+    auto* caller = p.app.stack().addScreen(
+        std::make_unique<KeypadScreen>(p.app.stack(), QStringLiteral("caller")));
+    p.app.stack().switchTo(caller);
     p.screen->openRegion(QStringLiteral("WR01"));
     p.type(QStringLiteral("X"));
     p.press(Screen::kCancel);

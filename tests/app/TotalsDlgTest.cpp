@@ -16,7 +16,7 @@ protected:
     {
         screen = find<TotalsDlg>();
         if (!screen)
-            screen = app.addScreen(std::make_unique<TotalsDlg>(app));
+            screen = app.stack().addScreen(std::make_unique<TotalsDlg>(app.services()));
     }
 
     void addList(int id, const QString& name, int factor,
@@ -37,7 +37,7 @@ protected:
     {
         auto* lists = find<ListSelectionDlg>();
         ASSERT_NE(lists, nullptr);
-        app.switchTo(lists);
+        app.stack().switchTo(lists);
         lists->showTab(ListSelectionDlg::EvaluationTab);
         QTreeWidgetItem* item = lists->listView()->topLevelItem(row);
         ASSERT_NE(item, nullptr);
