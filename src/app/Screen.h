@@ -1,5 +1,5 @@
 // Screen framework: a full-screen dialog. Every screen is created once, hidden, and is then only
-// shown and hidden by the application's single active-screen slot. Commands (button ids, key
+// shown and hidden by its stack's single active-screen slot. Commands (button ids, key
 // ids) arrive at onCommand; a screen maps them to its handlers.
 #pragma once
 
