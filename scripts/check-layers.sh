@@ -19,11 +19,13 @@ RANKS = {
     "workflow": 5,
     "app": 6,
     "tool": 6,
+    "office": 6,
 }
 # Subfolders that belong to the layer above them.
 PARTS = {
     "platform/serial": "platform",
     "platform/logind": "platform",
+    "data/office": "data",
     "tally/caliper": "tally",
     "evaluation/print": "evaluation",
 }

@@ -9,6 +9,8 @@ packages=(
     libgtest-dev libgmock-dev libbenchmark-dev
     fonts-dejavu-core
     poppler-utils
+    libqt6sql6-sqlite libqt6sql6-psql libcpp-httplib-dev postgresql-15
+    chromium chromium-driver python3-selenium
 )
 
 missing=()

@@ -1,12 +1,12 @@
 // A 20,000-line cable transfer over a pseudo-terminal pair, each direction: the device's cable
-// channel on the master side, the office peer of the admin tool on the slave side (opened by its
-// path with termios, as brovant-tool office-* opens a port), each in its own thread.
+// channel on the master side, its office peer (CableOffice) on the slave side (opened by its path
+// with termios, as brovant-tool office-* opens a port), each in its own thread.
 #include "platform/Clock.h"
 #include "platform/DeviceRoot.h"
 #include "platform/MessageDialogs.h"
 #include "platform/PosixSerialLine.h"
-#include "tool/ToolOffice.h"
 #include "transfer/CableChannel.h"
+#include "transfer/CableOffice.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -156,13 +156,16 @@ void BM_DeviceSendsToOffice(benchmark::State& state)
     }
     QuietDialogs dialogs;
     SystemClock clock;
+    SystemClock officeClock;
     for (auto _ : state) {
         const Run run = transfer(
             [&](SerialLine& line) {
                 CableChannel cable(device, dialogs, clock, lend(line), 1);
                 return cable.send();
             },
-            [&](SerialLine& line) { return officeReceive(line, office.path(), OfficeTiming{}); });
+            [&](SerialLine& line) {
+                return CableOffice(line, officeClock, OfficeTiming{}).receive(office.path());
+            });
         report(state, run, dialogs);
     }
 }
@@ -175,13 +178,16 @@ void BM_OfficeSendsToDevice(benchmark::State& state)
     const auto files = listFiles();
     QuietDialogs dialogs;
     SystemClock clock;
+    SystemClock officeClock;
     for (auto _ : state) {
         const Run run = transfer(
             [&](SerialLine& line) {
                 CableChannel cable(device, dialogs, clock, lend(line), 1);
                 return cable.receive();
             },
-            [&](SerialLine& line) { return officeSend(line, files, OfficeTiming{}); });
+            [&](SerialLine& line) {
+                return CableOffice(line, officeClock, OfficeTiming{}).send(files);
+            });
         report(state, run, dialogs);
         if (QDir(device.hostPath(QStringLiteral("\\Import"))).entryList(QDir::Files).size()
             != kFiles)

@@ -20,6 +20,7 @@
 #include "app/TotalsDlg.h"
 #include "data/Dataset.h"
 #include "data/Schema.h"
+#include "data/TreeRows.h"
 #include "evaluation/Reports.h"
 #include "evaluation/print/ReportPrinter.h"
 #include "masterdata/DeviceSession.h"
@@ -570,8 +571,7 @@ void tourReports(BrovantApp& app, Camera& camera)
         {"KI", "KI01", 32, 1},
     };
     Dataset rowsOut(session.database(), schema::Holzdaten);
-    auto maxId = session.database().query(QStringLiteral("SELECT MAX(ID) FROM Brov_Holzdaten"));
-    std::int64_t id = maxId.next() ? maxId.integer(0) : 0;
+    std::int64_t id = TreeRows(session.database()).maxId();
     for (const auto& t : trees) {
         const auto cls = lookup::classOf(tables, t.diameter);
         if (!cls)

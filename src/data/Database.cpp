@@ -62,7 +62,9 @@ bool Database::open()
     if (m_db)
         return true;
     const QByteArray path = QFile::encodeName(m_file);
-    makeOwnerOnly(path);
+    // A database in memory (the office's scratch) has no file to protect.
+    if (m_file != QLatin1StringView(kInMemory))
+        makeOwnerOnly(path);
     // A connection belongs to the thread that opened it, so SQLite's own locking per call is
     // only cost (it shows in walks over the master rows).
     if (sqlite3_open_v2(path.constData(), &m_db,
@@ -218,6 +220,18 @@ void Database::release(sqlite3_stmt* stmt, bool cached)
             return;
         }
     }
+}
+
+std::int64_t Database::userVersion()
+{
+    auto q = query(QStringLiteral("PRAGMA user_version"));
+    return q.next() ? q.integer(0) : 0;
+}
+
+bool Database::setUserVersion(std::int64_t value)
+{
+    // A pragma takes no bound value; the number is written by the program.
+    return exec(QStringLiteral("PRAGMA user_version = %1").arg(value));
 }
 
 std::int64_t Database::lastInsertRowId() const

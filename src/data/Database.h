@@ -24,6 +24,8 @@ public:
     // skips the flushes; only for throw-away data such as fuzzing.
     enum class Durability { Full, Relaxed };
 
+    // `hostFile` kInMemory: a database that lives only as long as the connection.
+    static constexpr const char* kInMemory = ":memory:";
     explicit Database(QString hostFile, Durability durability = Durability::Full);
     ~Database();
     Database(const Database&) = delete;
@@ -88,6 +90,10 @@ public:
     Query query(const QString& sql);
 
     std::int64_t lastInsertRowId() const;
+    // The file's own number (SQLite's user_version), 0 until set; it commits with the
+    // transaction that sets it.
+    std::int64_t userVersion();
+    bool setUserVersion(std::int64_t value);
     int changes() const;
 
     // Rolls back unless committed. Transactions nest (savepoints).

@@ -27,6 +27,31 @@ struct Filter {
     {
         return {QStringLiteral("ID_FILE = ?"), {FieldValue(listId)}, {}};
     }
+    static Filter byRowId(std::int64_t rowId)
+    {
+        return {QStringLiteral("rowid = ?"), {FieldValue(rowId)}, {}};
+    }
+    // All rows by their ID (master rows, trees).
+    static Filter byId() { return ordered(QStringLiteral("ID")); }
+    // Master rows of one ID_TYPE, by ID; or by region, then ID.
+    static Filter byType(int type)
+    {
+        return {
+            QStringLiteral("ID_TYPE = ?"), {FieldValue(std::int64_t(type))}, QStringLiteral("ID")};
+    }
+    static Filter byTypeRegionFirst(int type)
+    {
+        return {QStringLiteral("ID_TYPE = ?"),
+                {FieldValue(std::int64_t(type))},
+                QStringLiteral("REGION_A, ID")};
+    }
+    // Master rows of one ID_TYPE and region, the stored region's trailing blanks ignored; by ID.
+    static Filter byTypeAndRegion(int type, const QString& region)
+    {
+        return {QStringLiteral("ID_TYPE = ? AND rtrim(REGION_A) = ?"),
+                {FieldValue(std::int64_t(type)), FieldValue(region)},
+                QStringLiteral("ID")};
+    }
 };
 
 class Dataset {

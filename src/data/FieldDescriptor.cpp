@@ -31,6 +31,24 @@ bool isEmptyValue(const FieldValue& value)
     return false;
 }
 
+std::int64_t numberOf(const FieldValue& value)
+{
+    if (const auto* n = std::get_if<std::int64_t>(&value))
+        return *n;
+    if (const auto* s = std::get_if<QString>(&value))
+        return s->trimmed().toLongLong();
+    return 0;
+}
+
+QString textOf(const FieldValue& value)
+{
+    if (const auto* s = std::get_if<QString>(&value))
+        return *s;
+    if (const auto* n = std::get_if<std::int64_t>(&value))
+        return QString::number(*n);
+    return {};
+}
+
 QString formatScaled(std::int64_t value, int decimals)
 {
     if (decimals <= 0)

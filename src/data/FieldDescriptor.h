@@ -58,6 +58,12 @@ QString formatValue(const FieldDescriptor& field, const FieldValue& value);
 // A text field's value as typed: the blanks that pad it to its width removed.
 QString withoutTrailingBlanks(QString text);
 
+// A number field's integer: empty reads as 0, text as the digits it holds.
+std::int64_t numberOf(const FieldValue& value);
+
+// A field's text as stored, a number in digits, empty as "".
+QString textOf(const FieldValue& value);
+
 // Scaled integer of a number as it is shown: 135 with 2 decimals -> "1.35". No padding.
 QString formatScaled(std::int64_t value, int decimals);
 

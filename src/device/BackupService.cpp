@@ -1,7 +1,7 @@
 #include "device/BackupService.h"
 
+#include "data/DatabaseSnapshot.h"
 #include "data/StructureCheck.h"
-#include "device/DatabaseSnapshot.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
 #include "platform/MediumFile.h"

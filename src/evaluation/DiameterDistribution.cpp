@@ -1,7 +1,6 @@
 #include "evaluation/DiameterDistribution.h"
 
-#include "data/Database.h"
-#include "data/FieldDescriptor.h"
+#include "data/TreeRows.h"
 #include "evaluation/ReportSources.h"
 #include "masterdata/MasterTables.h"
 #include "tally/Lookup.h"
@@ -53,14 +52,9 @@ std::optional<DiameterDistribution> DiameterDistribution::compute(Database& db, 
     QStringList unknownCodes;
 
     // The totals screen's query and grouping: codes in sorted order, padded and typed as one.
-    auto q = db.query(QStringLiteral("SELECT BAUMART, STK, KUBATUR, DMSTUFE FROM Brov_Holzdaten"
-                                     " WHERE ID_FILE = ? ORDER BY BAUMART"));
-    if (!q.valid())
-        return std::nullopt;
-    q.bind(1, listId);
     size_t current = 0;
-    while (q.next()) {
-        const QString code = withoutTrailingBlanks(q.text(0));
+    const auto add = [&](const Database::Query& tree) {
+        const QString code = withoutTrailingBlanks(tree.text(0));
         if (d.m_species.empty() || d.m_species[current].species != code) {
             const auto found = std::find_if(d.m_species.begin(), d.m_species.end(),
                                             [&](const Series& s) { return s.species == code; });
@@ -68,12 +62,16 @@ std::optional<DiameterDistribution> DiameterDistribution::compute(Database& db, 
             if (found == d.m_species.end())
                 d.m_species.push_back({code, {}, 0, 0});
         }
-        const QString cls = lookup::classCode(q.text(3));
+        const QString cls = lookup::classCode(tree.text(3));
         if (!classIndex.contains(cls) && !unknownCodes.contains(cls))
             unknownCodes << cls;
         trees.push_back(
-            {current, cls, q.integer(1), lookup::correctedVolume(q.integer(2), d.m_factor)});
-    }
+            {current, cls, tree.integer(1), lookup::correctedVolume(tree.integer(2), d.m_factor)});
+        return true;
+    };
+    if (!TreeRows(db).scan(listId, TreeRows::Order::BySpecies,
+                           {"BAUMART", "STK", "KUBATUR", "DMSTUFE"}, add))
+        return std::nullopt;
 
     unknownCodes.sort();
     for (const QString& code : unknownCodes) {

@@ -1,7 +1,8 @@
 #include "evaluation/ReportAssortments.h"
 
-#include "data/Database.h"
-#include "data/FieldDescriptor.h"
+#include "data/MasterRows.h"
+#include "data/Schema.h"
+#include "data/TreeRows.h"
 #include "evaluation/ReportSources.h"
 #include "masterdata/MasterTables.h"
 #include "tally/Lookup.h"
@@ -26,15 +27,14 @@ using Weights = std::array<std::int64_t, AssortmentDistribution::kAssortments>;
 QHash<QString, Weights> assortmentRows(Database& db)
 {
     QHash<QString, Weights> rows;
-    auto q = db.query(QStringLiteral("SELECT BAUMART, DMSTUFE, HS1, HS2, HS3, HS4, HS5, HS6"
-                                     " FROM Brov_Einstellungen WHERE ID_TYPE = 4 ORDER BY rowid"));
-    while (q.next()) {
-        const QString key = rowKey(q.text(0), q.text(1));
+    for (const TableRow& row :
+         MasterRows(db).ofType(schema::SpeciesVolumeRow, MasterRows::Order::Stored)) {
+        const QString key = rowKey(row.text(u"BAUMART"), row.text(u"DMSTUFE"));
         if (rows.contains(key))
             continue;
         Weights w{};
         for (int k = 0; k < AssortmentDistribution::kAssortments; ++k)
-            w[size_t(k)] = q.integer(2 + k);
+            w[size_t(k)] = row.number(QStringLiteral("HS%1").arg(k + 1));
         rows.insert(key, w);
     }
     return rows;
@@ -73,17 +73,12 @@ std::optional<AssortmentDistribution> AssortmentDistribution::compute(Database& 
         return std::nullopt;
     const QHash<QString, Weights> rows = assortmentRows(db);
 
-    auto q = db.query(QStringLiteral("SELECT BAUMART, KUBATUR, DMSTUFE FROM Brov_Holzdaten"
-                                     " WHERE ID_FILE = ? ORDER BY BAUMART"));
-    if (!q.valid())
-        return std::nullopt;
-    q.bind(1, listId);
     AssortmentDistribution d;
     std::vector<std::array<double, kAssortments>> exact;
     std::vector<std::int64_t> sorted;
     size_t current = 0;
-    while (q.next()) {
-        const QString code = withoutTrailingBlanks(q.text(0));
+    const auto add = [&](const Database::Query& tree) {
+        const QString code = withoutTrailingBlanks(tree.text(0));
         if (d.m_species.empty() || d.m_species[current].species != code) {
             const auto found = std::find_if(d.m_species.begin(), d.m_species.end(),
                                             [&](const Species& s) { return s.species == code; });
@@ -94,21 +89,25 @@ std::optional<AssortmentDistribution> AssortmentDistribution::compute(Database& 
                 sorted.push_back(0);
             }
         }
-        const std::int64_t volume = lookup::correctedVolume(q.integer(1), *factor);
+        const std::int64_t volume = lookup::correctedVolume(tree.integer(1), *factor);
         Species& s = d.m_species[current];
         s.volume += volume;
-        const auto row = rows.constFind(rowKey(code, q.text(2)));
+        const auto row = rows.constFind(rowKey(code, tree.text(2)));
         const std::int64_t weight =
             row == rows.constEnd() ? 0 : std::accumulate(row->begin(), row->end(), std::int64_t(0));
         if (weight <= 0 || std::any_of(row->begin(), row->end(), [](auto w) { return w < 0; })) {
             s.unsorted += volume;
-            continue;
+            return true;
         }
         for (int k = 0; k < kAssortments; ++k)
             exact[current][size_t(k)] +=
                 double(volume) * double((*row)[size_t(k)]) / double(weight);
         sorted[current] += volume;
-    }
+        return true;
+    };
+    if (!TreeRows(db).scan(listId, TreeRows::Order::BySpecies, {"BAUMART", "KUBATUR", "DMSTUFE"},
+                           add))
+        return std::nullopt;
     for (size_t i = 0; i < d.m_species.size(); ++i)
         d.m_species[i].volumes = split(sorted[i], exact[i]);
     return d;

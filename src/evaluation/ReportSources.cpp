@@ -1,20 +1,10 @@
 #include "evaluation/ReportSources.h"
 
-#include "data/Database.h"
-#include "data/FieldDescriptor.h"
+#include "data/ListStore.h"
 #include "masterdata/SettingsStore.h"
 
 namespace brovant::report {
 namespace {
-
-std::int64_t numberOf(const FieldValue& value)
-{
-    if (const auto* n = std::get_if<std::int64_t>(&value))
-        return *n;
-    if (const auto* s = std::get_if<QString>(&value))
-        return s->trimmed().toLongLong();
-    return 0;
-}
 
 constexpr int kFreeFields = 16;
 
@@ -35,24 +25,16 @@ QStringList companyLines(const SettingsStore& store)
 
 std::optional<int> listFactor(Database& db, std::int64_t listId)
 {
-    auto q = db.query(QStringLiteral("SELECT KOR_FAKTOR_N FROM Brov_Kopfdaten WHERE ID_FILE = ?"
-                                     " ORDER BY rowid LIMIT 1"));
-    q.bind(1, listId);
-    if (!q.next())
+    const auto list = ListStore(db).byId(listId);
+    if (!list)
         return std::nullopt;
-    return int(numberOf(q.value(0)));
+    return int(list->number(u"KOR_FAKTOR_N"));
 }
 
 std::optional<ListHeader> listHeader(Database& db, const SettingsStore& store, std::int64_t listId)
 {
-    QString columns = QStringLiteral("LISTE_NR, ZUSATZ_A, DATUM_A, KOR_FAKTOR_N, REGION_A");
-    for (int k = 1; k <= kFreeFields; ++k)
-        columns += QStringLiteral(", KOPF%1_A").arg(k);
-    auto q = db.query(QStringLiteral("SELECT %1 FROM Brov_Kopfdaten WHERE ID_FILE = ?"
-                                     " ORDER BY rowid LIMIT 1")
-                          .arg(columns));
-    q.bind(1, listId);
-    if (!q.next())
+    const auto list = ListStore(db).byId(listId);
+    if (!list)
         return std::nullopt;
 
     // The labels as imported keep their blanks; a label never imported reads as the screen's own.
@@ -61,18 +43,20 @@ std::optional<ListHeader> listHeader(Database& db, const SettingsStore& store, s
         return text.isEmpty() ? fallback : text;
     };
     ListHeader header;
-    header.listNo = withoutTrailingBlanks(q.text(0));
-    header.factor = int(numberOf(q.value(3)));
+    header.listNo = withoutTrailingBlanks(list->text(u"LISTE_NR"));
+    header.factor = int(list->number(u"KOR_FAKTOR_N"));
     header.fields.emplace_back(QStringLiteral("Liste:"), header.listNo);
-    const QString addition = q.text(1).trimmed();
+    const QString addition = list->text(u"ZUSATZ_A").trimmed();
     if (!addition.isEmpty())
         header.fields.emplace_back(label(0, QStringLiteral("Zusatz:")), addition);
-    header.fields.emplace_back(label(1, QStringLiteral("Datum:")), q.text(2).trimmed());
+    header.fields.emplace_back(label(1, QStringLiteral("Datum:")),
+                               list->text(u"DATUM_A").trimmed());
     header.fields.emplace_back(label(2, QStringLiteral("Korr.-Faktor:")),
                                QStringLiteral("%1 %").arg(header.factor));
-    header.fields.emplace_back(label(3, QStringLiteral("Wuchsreg:")), q.text(4).trimmed());
+    header.fields.emplace_back(label(3, QStringLiteral("Wuchsreg:")),
+                               list->text(u"REGION_A").trimmed());
     for (int k = 1; k <= kFreeFields; ++k) {
-        const QString value = q.text(4 + k).trimmed();
+        const QString value = list->text(QStringLiteral("KOPF%1_A").arg(k)).trimmed();
         if (!value.isEmpty())
             header.fields.emplace_back(label(k + 3, QStringLiteral("Feld %1:").arg(k)), value);
     }

@@ -1,8 +1,7 @@
 #include "evaluation/Totals.h"
 
-#include "data/Database.h"
-#include "data/FieldDescriptor.h"
-#include "data/Schema.h"
+#include "data/ListStore.h"
+#include "data/TreeRows.h"
 #include "tally/Lookup.h"
 
 #include <algorithm>
@@ -10,30 +9,12 @@
 namespace brovant {
 namespace {
 
-QLatin1StringView tableName(const TableDescriptor& table)
-{
-    return QLatin1StringView(table.name);
-}
-
-// A number field as the record reads it: empty is 0, text holds digits.
-std::int64_t numberOf(const FieldValue& value)
-{
-    if (const auto* n = std::get_if<std::int64_t>(&value))
-        return *n;
-    if (const auto* s = std::get_if<QString>(&value))
-        return s->trimmed().toLongLong();
-    return 0;
-}
-
 std::optional<int> listFactor(Database& db, std::int64_t listId)
 {
-    auto q = db.query(QStringLiteral("SELECT KOR_FAKTOR_N FROM %1 WHERE ID_FILE = ? ORDER BY rowid"
-                                     " LIMIT 1")
-                          .arg(tableName(schema::Kopfdaten)));
-    q.bind(1, listId);
-    if (!q.next())
+    const auto list = ListStore(db).byId(listId);
+    if (!list)
         return std::nullopt;
-    return int(numberOf(q.value(0)));
+    return int(list->number(u"KOR_FAKTOR_N"));
 }
 
 } // namespace
@@ -46,21 +27,15 @@ std::optional<Totals> Totals::compute(Database& db, std::int64_t listId, Order o
     Totals totals;
     totals.m_factor = *factor;
 
-    // Only the three columns summed; the ID_FILE index finds the list's rows. The tally reads
-    // them in rowid order.
-    auto q = db.query(QStringLiteral("SELECT BAUMART, STK, KUBATUR FROM %1 WHERE ID_FILE = ?"
-                                     " ORDER BY %2")
-                          .arg(tableName(schema::Holzdaten), order == Order::BySpecies
-                                                                 ? QStringLiteral("BAUMART")
-                                                                 : QStringLiteral("rowid")));
-    if (!q.valid())
-        return std::nullopt;
-    q.bind(1, listId);
+    // The tally reads the trees in stored order.
     std::vector<SpeciesTotal>& species = totals.m_species;
     SpeciesTotal* current = nullptr;
-    while (q.next()) {
+    // Only the three columns summed.
+    const TreeRows::Order treeOrder =
+        order == Order::BySpecies ? TreeRows::Order::BySpecies : TreeRows::Order::Stored;
+    const auto add = [&](const Database::Query& tree) {
         // Codes may come padded to the field's width (list files) or not (typed): one species.
-        const QString code = withoutTrailingBlanks(q.text(0));
+        const QString code = withoutTrailingBlanks(tree.text(0));
         // Sorted by code, a record almost always belongs to the species of the one before.
         if (!current || current->species != code) {
             const auto found =
@@ -73,9 +48,12 @@ std::optional<Totals> Totals::compute(Database& db, std::int64_t listId, Order o
                 current = &species.back();
             }
         }
-        current->count += q.integer(1);
-        current->volume += lookup::correctedVolume(q.integer(2), totals.m_factor);
-    }
+        current->count += tree.integer(1);
+        current->volume += lookup::correctedVolume(tree.integer(2), totals.m_factor);
+        return true;
+    };
+    if (!TreeRows(db).scan(listId, treeOrder, {"BAUMART", "STK", "KUBATUR"}, add))
+        return std::nullopt;
     for (const SpeciesTotal& t : species) {
         totals.m_count += t.count;
         totals.m_volume += t.volume;
@@ -107,10 +85,7 @@ std::vector<Totals::Row> Totals::rows() const
 
 bool hasTrees(Database& db, std::int64_t listId)
 {
-    auto q = db.query(QStringLiteral("SELECT 1 FROM %1 WHERE ID_FILE = ? LIMIT 1")
-                          .arg(tableName(schema::Holzdaten)));
-    q.bind(1, listId);
-    return q.next();
+    return TreeRows(db).any(listId);
 }
 
 } // namespace brovant

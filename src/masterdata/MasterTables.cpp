@@ -1,6 +1,6 @@
 #include "masterdata/MasterTables.h"
 
-#include "data/Database.h"
+#include "data/MasterRows.h"
 #include "data/Schema.h"
 #include "platform/KeepAwake.h"
 #include "platform/MessageDialogs.h"
@@ -155,20 +155,21 @@ public:
 private:
     static QStringList sortedByQuery(Database& db)
     {
-        auto rows = db.query(QStringLiteral(
-            "SELECT TARIF FROM Brov_Einstellungen WHERE ID_TYPE = ? ORDER BY ID, rowid"));
-        rows.bind(1, std::int64_t(schema::TariffVolumeRow));
         const FieldDescriptor& tariffField = einstellungenField(u"TARIF");
         QStringList tariffs;
         QString previous;
         bool haveRow = false;
-        while (rows.next() && tariffs.size() < MasterTables::kMaxTariffs) {
-            const QString tariff = formatValue(tariffField, rows.value(0));
-            if (!haveRow || tariff != previous)
-                tariffs << tariff;
-            previous = tariff;
-            haveRow = true;
-        }
+        MasterRows(db).scan({schema::TariffVolumeRow}, MasterRows::Order::ById, {"TARIF"},
+                            [&](const Database::Query& row) {
+                                if (tariffs.size() >= MasterTables::kMaxTariffs)
+                                    return false;
+                                const QString tariff = formatValue(tariffField, row.value(0));
+                                if (!haveRow || tariff != previous)
+                                    tariffs << tariff;
+                                previous = tariff;
+                                haveRow = true;
+                                return true;
+                            });
         return tariffs;
     }
 
@@ -192,47 +193,44 @@ void addTariffChoice(MasterTables& t, const QString& species, const QString& tar
 void loadLookupRows(Database& db, MasterTables& t)
 {
     size_t expected = 0;
-    auto count = db.query(QStringLiteral("SELECT COUNT(*) FROM Brov_Einstellungen"));
-    if (count.next())
-        expected = size_t(std::max<std::int64_t>(0, count.integer(0)));
+    expected = size_t(std::max(0, MasterRows(db).count()));
     t.volumes.reserve(expected);
     TariffTableBuilder tariffs;
 
-    auto rows = db.query(QStringLiteral(
-        "SELECT ID_TYPE, BHDBIS, DMSTUFE, BHD, TARIF, KUBATUR, BAUMART, ID FROM Brov_Einstellungen "
-        "WHERE ID_TYPE IN (?, ?, ?) ORDER BY rowid"));
-    rows.bind(1, std::int64_t(schema::DiameterClassRow))
-        .bind(2, std::int64_t(schema::TariffVolumeRow))
-        .bind(3, std::int64_t(schema::TariffAssignmentRow));
     const FieldDescriptor& classField = einstellungenField(u"DMSTUFE");
     const FieldDescriptor& speciesField = einstellungenField(u"BAUMART");
     int reach = std::numeric_limits<int>::min();
-    while (rows.next()) {
-        switch (rows.integer(0)) {
-        case schema::DiameterClassRow: {
-            MasterTables::DiameterClass c;
-            c.upperBound = int(rows.integer(1));
-            c.code = formatValue(classField, rows.value(2));
-            c.diameter = int(rows.integer(3));
-            reach = std::max(reach, c.upperBound);
-            t.classes.push_back(std::move(c));
-            t.classReach.push_back(reach);
-            break;
-        }
-        case schema::TariffVolumeRow: {
-            ++t.volumeRows;
-            const std::string_view tariff = rows.utf8(4);
-            tariffs.add(rows.type(7), rows.integer(7), tariff);
-            t.volumes.addUtf8(tariff, rows.utf8(2), int(rows.integer(5)));
-            break;
-        }
-        case schema::TariffAssignmentRow:
-            addTariffChoice(t, formatValue(speciesField, rows.value(6)), rows.text(4));
-            break;
-        default:
-            break;
-        }
-    }
+    MasterRows(db).scan(
+        {schema::DiameterClassRow, schema::TariffVolumeRow, schema::TariffAssignmentRow},
+        MasterRows::Order::Stored,
+        {"ID_TYPE", "BHDBIS", "DMSTUFE", "BHD", "TARIF", "KUBATUR", "BAUMART", "ID"},
+        [&](const Database::Query& rows) {
+            switch (rows.integer(0)) {
+            case schema::DiameterClassRow: {
+                MasterTables::DiameterClass c;
+                c.upperBound = int(rows.integer(1));
+                c.code = formatValue(classField, rows.value(2));
+                c.diameter = int(rows.integer(3));
+                reach = std::max(reach, c.upperBound);
+                t.classes.push_back(std::move(c));
+                t.classReach.push_back(reach);
+                break;
+            }
+            case schema::TariffVolumeRow: {
+                ++t.volumeRows;
+                const std::string_view tariff = rows.utf8(4);
+                tariffs.add(rows.type(7), rows.integer(7), tariff);
+                t.volumes.addUtf8(tariff, rows.utf8(2), int(rows.integer(5)));
+                break;
+            }
+            case schema::TariffAssignmentRow:
+                addTariffChoice(t, formatValue(speciesField, rows.value(6)), rows.text(4));
+                break;
+            default:
+                break;
+            }
+            return true;
+        });
     t.volumes.finish();
     t.tariffs = tariffs.finish(db);
 }
@@ -290,12 +288,11 @@ QString MasterTables::describe() const
 void MasterTables::reloadTariffChoices(Database& db)
 {
     speciesTariffChoices.clear();
-    auto rows = db.query(QStringLiteral(
-        "SELECT BAUMART, TARIF FROM Brov_Einstellungen WHERE ID_TYPE = ? ORDER BY rowid"));
-    rows.bind(1, std::int64_t(schema::TariffAssignmentRow));
     const FieldDescriptor& speciesField = einstellungenField(u"BAUMART");
-    while (rows.next())
-        addTariffChoice(*this, formatValue(speciesField, rows.value(0)), rows.text(1));
+    for (const TableRow& row :
+         MasterRows(db).ofType(schema::TariffAssignmentRow, MasterRows::Order::Stored))
+        addTariffChoice(*this, formatValue(speciesField, row.value(u"BAUMART")),
+                        row.text(u"TARIF"));
 }
 
 MasterTables loadSettings(const SettingsStore& store, Database& db, MessageDialogs* dialogs,

@@ -1,6 +1,6 @@
 // Master data and settings: the layout of the program's registry key (every section, value, type
 // and default in one table) and typed access to it. The in-memory tables filled from it are
-// MasterTables (SettingsLoad); the registry itself is the platform's.
+// MasterTables (loadSettings); the registry itself is the platform's.
 #pragma once
 
 #include "platform/Profile.h"

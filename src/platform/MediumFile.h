@@ -1,5 +1,5 @@
-// Files written whole or not at all on a medium that may be full or failing: the commit of a
-// QSaveFile that also checks the sync, which QSaveFile itself does not.
+// Platform layer: files written whole or not at all on a medium that may be full or failing: the
+// commit of a QSaveFile that also checks the sync, which QSaveFile itself does not.
 #pragma once
 
 class QSaveFile;

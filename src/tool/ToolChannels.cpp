@@ -8,8 +8,7 @@
 #include "workflow/AppState.h"
 #include "workflow/ListSelectionLogic.h"
 #include "workflow/SettingsLogic.h"
-#include "data/Database.h"
-#include "data/Schema.h"
+#include "data/ListStore.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
 #include "platform/PosixSerialLine.h"
@@ -109,24 +108,15 @@ private:
     TransferChannels& m_channels;
 };
 
-// The lists after row `afterRow` that meet `condition`, in table order.
-QStringList listNumbers(Database& db, const char* condition, std::int64_t afterRow = 0)
+// The numbers of `lists`, in their order; with `dueOnly` those whose DUE_MARK is 1.
+QStringList listNumbers(const std::vector<TableRow>& lists, bool dueOnly = false)
 {
-    auto q =
-        db.query(QStringLiteral("SELECT LISTE_NR FROM %1 WHERE rowid > ? AND (%2) ORDER BY rowid")
-                     .arg(QLatin1StringView(schema::Kopfdaten.name), QLatin1StringView(condition)));
-    q.bind(1, afterRow);
     QStringList names;
-    while (q.next())
-        names << withoutTrailingBlanks(q.text(0));
+    for (const TableRow& list : lists) {
+        if (!dueOnly || list.number(u"DUE_MARK") == 1)
+            names << withoutTrailingBlanks(list.text(u"LISTE_NR"));
+    }
     return names;
-}
-
-std::int64_t lastRowId(Database& db)
-{
-    auto q = db.query(QStringLiteral("SELECT COALESCE(MAX(rowid), 0) FROM %1")
-                          .arg(QLatin1StringView(schema::Kopfdaten.name)));
-    return q.next() ? q.integer(0) : 0;
 }
 
 // The list screen's side of a transfer: its logic over the channels the settings choose.
@@ -149,7 +139,7 @@ struct ListTransfer {
 int sendLists(DeviceSession& session, QTextStream& out, QTextStream& err)
 {
     ListTransfer transfer(session, err);
-    const QStringList marked = listNumbers(session.database(), "DUE_MARK = 1");
+    const QStringList marked = listNumbers(ListStore(session.database()).all(), true);
     switch (transfer.logic.send(transfer.channels)) {
     case ListSelectionLogic::Transfer::NotStarted:
         return 0; // nothing marked: the notice said so, and nothing failed
@@ -166,11 +156,11 @@ int sendLists(DeviceSession& session, QTextStream& out, QTextStream& err)
 int receiveLists(DeviceSession& session, QTextStream& out, QTextStream& err)
 {
     ListTransfer transfer(session, err);
-    const std::int64_t before = lastRowId(session.database());
+    const std::int64_t before = ListStore(session.database()).lastRowId();
     if (transfer.logic.receive(transfer.channels) != ListSelectionLogic::Transfer::Done)
         return 1;
     // The lists made before a file the import refused stay, so they are named in every case.
-    for (const QString& name : listNumbers(session.database(), "1", before))
+    for (const QString& name : listNumbers(ListStore(session.database()).after(before)))
         out << name << '\n';
     return transfer.dialogs.notices() == 0 ? 0 : 1;
 }

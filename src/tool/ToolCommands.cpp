@@ -95,7 +95,7 @@ void printSettings(DeviceSession& session, QTextStream& out)
     out << tables.describe();
 
     Dataset rows(session.database(), schema::Einstellungen);
-    rows.reset(Filter::ordered(QStringLiteral("ID")));
+    rows.reset(Filter::byId());
     int counts[5] = {};
     for (rows.moveFirst(); !rows.eof(); rows.moveNext()) {
         const auto type = rows.loadInt(u"ID_TYPE");
@@ -104,9 +104,7 @@ void printSettings(DeviceSession& session, QTextStream& out)
     out << "Stammdatensätze: Stufen " << counts[1] << ", Kubaturen " << counts[2]
         << ", Tarifzuordnungen " << counts[3] << ", Sortenkubaturen " << counts[4] << '\n';
     out << "Durchmesserstufen:";
-    rows.reset({QStringLiteral("ID_TYPE = ?"),
-                {FieldValue(std::int64_t(schema::DiameterClassRow))},
-                QStringLiteral("ID")});
+    rows.reset(Filter::byType(schema::DiameterClassRow));
     for (rows.moveFirst(); !rows.eof(); rows.moveNext())
         out << " " << rows.loadFormatted(u"DMSTUFE") << "(≤" << rows.loadInt(u"BHDBIS") << ")";
     out << '\n';

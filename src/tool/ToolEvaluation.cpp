@@ -6,6 +6,7 @@
 #include "workflow/ListSelectionLogic.h"
 #include "data/Dataset.h"
 #include "data/Schema.h"
+#include "data/TreeRows.h"
 #include "evaluation/Totals.h"
 #include "masterdata/DeviceSession.h"
 #include "masterdata/MasterTables.h"
@@ -194,13 +195,10 @@ int tally(DeviceSession& session, std::int64_t listId, const std::function<int(T
     // A run of its own remembers what the screen would have: the tariffs flagged at the last
     // shutdown, and over them the tariff of each species' latest tree in this list.
     std::array<QString, TallyLogic::kSpeciesSlots> speciesTariffs;
-    auto earlier = session.database().query(QStringLiteral(
-        "SELECT BAUMART, TARIF FROM Brov_Holzdaten WHERE ID_FILE = ? ORDER BY rowid"));
-    earlier.bind(1, listId);
-    while (earlier.next()) {
-        const int slot = tables.speciesIndex(earlier.text(0));
+    for (const TableRow& tree : TreeRows(session.database()).ofList(listId)) {
+        const int slot = tables.speciesIndex(tree.text(u"BAUMART"));
         if (slot >= 0)
-            speciesTariffs[size_t(slot)] = withoutTrailingBlanks(earlier.text(1)).left(5);
+            speciesTariffs[size_t(slot)] = withoutTrailingBlanks(tree.text(u"TARIF")).left(5);
     }
     TallyLogic::recallSpeciesTariffs(session.database(), tables, speciesTariffs);
     ConsoleDialogs dialogs(err, false);

@@ -5,8 +5,7 @@
 
 #include "workflow/AppState.h"
 #include "workflow/ListSelectionLogic.h"
-#include "data/Database.h"
-#include "data/Schema.h"
+#include "data/ListStore.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
 #include "tool/ConsoleDialogs.h"
@@ -66,13 +65,8 @@ int exportLists(DeviceSession& session, QTextStream& out, QTextStream& err)
     CountingDialogs dialogs(err);
     ListFileExport exporter(session.root(), db, session.store(), dialogs);
     std::vector<std::int64_t> marked;
-    {
-        auto q =
-            db.query(QStringLiteral("SELECT ID_FILE FROM %1 WHERE DUE_MARK <> 0 ORDER BY rowid")
-                         .arg(QLatin1StringView(schema::Kopfdaten.name)));
-        while (q.next())
-            marked.push_back(q.integer(0));
-    }
+    for (const TableRow& list : ListStore(db).marked())
+        marked.push_back(list.number(u"ID_FILE"));
     if (marked.empty()) {
         err << "Keine Liste für DÜ markiert!\n";
         return 0;
@@ -96,22 +90,14 @@ int exportLists(DeviceSession& session, QTextStream& out, QTextStream& err)
 int importLists(DeviceSession& session, QTextStream& out, QTextStream& err)
 {
     Database& db = session.database();
-    const QLatin1StringView table(schema::Kopfdaten.name);
-    std::int64_t lastRow = 0;
-    {
-        auto q = db.query(QStringLiteral("SELECT COALESCE(MAX(rowid), 0) FROM %1").arg(table));
-        if (q.next())
-            lastRow = q.integer(0);
-    }
+    ListStore lists(db);
+    const std::int64_t lastRow = lists.lastRowId();
     CountingDialogs dialogs(err);
     const KeepAwake::Scope awake(session.keepAwake());
     const ListFileImport::Outcome outcome = ListFileImport(session.root(), db, dialogs).run();
     // The lists made before a file that failed stay, so they are named in every case.
-    auto q = db.query(
-        QStringLiteral("SELECT LISTE_NR FROM %1 WHERE rowid > ? ORDER BY rowid").arg(table));
-    q.bind(1, lastRow);
-    while (q.next())
-        out << withoutTrailingBlanks(q.text(0)) << '\n';
+    for (const TableRow& list : lists.after(lastRow))
+        out << withoutTrailingBlanks(list.text(u"LISTE_NR")) << '\n';
     return outcome.result == ListFileImport::Result::Imported ? 0 : 1;
 }
 
@@ -139,14 +125,12 @@ int toggleMark(DeviceSession& session, const QString& name, QTextStream& out, QT
     logic.setSelectedRow(index);
     if (!logic.toggleMark())
         return 1;
-    auto q = db.query(QStringLiteral("SELECT DUE_MARK FROM %1 ORDER BY rowid LIMIT 1 OFFSET ?")
-                          .arg(QLatin1StringView(schema::Kopfdaten.name)));
-    q.bind(1, std::int64_t(index));
-    if (!q.next()) {
+    const auto list = ListStore(db).at(index);
+    if (!list) {
         err << "Datenbank nicht lesbar!\n";
         return 1;
     }
-    out << (q.integer(0) != 0 ? "1" : "0") << '\n';
+    out << (list->number(u"DUE_MARK") != 0 ? "1" : "0") << '\n';
     return 0;
 }
 

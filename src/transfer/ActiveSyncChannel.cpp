@@ -15,8 +15,6 @@ namespace brovant {
 namespace {
 
 const QString kCaption = QStringLiteral("ActiveSync");
-const QString kStartMarker = QStringLiteral("start.tmp");
-const QString kEndMarker = QStringLiteral("end.tmp");
 
 QString exportFolder()
 {
@@ -26,6 +24,11 @@ QString exportFolder()
 QString importFolder()
 {
     return QString::fromUtf16(ListFileImport::kFolder);
+}
+
+QString marker(const QString& folder, const char16_t* name)
+{
+    return DeviceRoot::join(folder, QString::fromUtf16(name));
 }
 
 } // namespace
@@ -47,11 +50,11 @@ bool ActiveSyncChannel::send()
     const QString folder = exportFolder();
 
     m_dialogs.info(MessageDialogs::Show, kCaption, QStringLiteral("Warten auf Computeranfrage..."));
-    createMarker(DeviceRoot::join(folder, QStringLiteral("export.tmp")));
-    bool done = waitFor(DeviceRoot::join(folder, kStartMarker), kStartRounds);
+    createMarker(marker(folder, kSendRequest));
+    bool done = waitFor(marker(folder, kStartMarker), kStartRounds);
     if (done) {
         m_dialogs.info(MessageDialogs::Show, kCaption, QStringLiteral("Datenübertragung läuft..."));
-        done = waitFor(DeviceRoot::join(folder, kEndMarker), kEndRounds);
+        done = waitFor(marker(folder, kEndMarker), kEndRounds);
     }
     // The PC has its copies, or it never will: the files and markers go either way.
     emptyFolder(folder);
@@ -71,17 +74,17 @@ bool ActiveSyncChannel::receive()
     // Old files, and markers left from an earlier transfer, must not pass for this one.
     emptyFolder(folder);
     m_dialogs.info(MessageDialogs::Show, kCaption, QStringLiteral("Warten auf Datenempfang..."));
-    createMarker(DeviceRoot::join(folder, QStringLiteral("import.tmp")));
-    bool done = waitFor(DeviceRoot::join(folder, kStartMarker), kStartRounds);
+    createMarker(marker(folder, kReceiveRequest));
+    bool done = waitFor(marker(folder, kStartMarker), kStartRounds);
     if (done) {
         m_dialogs.info(MessageDialogs::Show, QStringLiteral("Datenübertragung läuft..."));
-        done = waitFor(DeviceRoot::join(folder, kEndMarker), kEndRounds);
+        done = waitFor(marker(folder, kEndMarker), kEndRounds);
     }
     m_dialogs.info(MessageDialogs::Hide, QString());
     if (done) {
         // The list files stay for the import; "import.tmp" too, the import reads only list files.
-        m_root.removeFile(DeviceRoot::join(folder, kStartMarker));
-        m_root.removeFile(DeviceRoot::join(folder, kEndMarker));
+        m_root.removeFile(marker(folder, kStartMarker));
+        m_root.removeFile(marker(folder, kEndMarker));
     } else {
         emptyFolder(folder);
         showFailure();

@@ -16,6 +16,13 @@ class MessageDialogs;
 
 class ActiveSyncChannel {
 public:
+    // The markers: the request in "\Export" for a send, in "\Import" for a receive; the PC's
+    // two answers in the same folder.
+    static constexpr const char16_t* kSendRequest = u"export.tmp";
+    static constexpr const char16_t* kReceiveRequest = u"import.tmp";
+    static constexpr const char16_t* kStartMarker = u"start.tmp";
+    static constexpr const char16_t* kEndMarker = u"end.tmp";
+
     // The PC gets this many rounds to start, then this many to finish.
     static constexpr int kRoundMs = 1000;
     static constexpr int kStartRounds = 60;

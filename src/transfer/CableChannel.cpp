@@ -25,18 +25,6 @@ const QString kReceiving = QStringLiteral("Datenempfang...");
 
 constexpr std::array<qint32, 8> kBaudRates = {1200, 2400, 4800, 9600, 19200, 38400, 57600, 115200};
 
-bool writeByte(SerialLine& line, char byte)
-{
-    return line.write(QByteArrayView(&byte, 1));
-}
-
-// After a bad frame the rest of it may still be on its way; it must not be taken for the repeat.
-void discardPending(SerialLine& line)
-{
-    for (int i = 0; i < 64 && !line.read(frames::kMaxStep, 0).isEmpty(); ++i) {
-    }
-}
-
 // Reads on while bytes keep coming, until `done` holds or maxBytes came.
 QByteArray readBurst(SerialLine& line, int maxBytes, int firstWaitMs,
                      const std::function<bool(const QByteArray&)>& done)
@@ -252,7 +240,7 @@ bool CableChannel::sendFiles(SerialLine& line)
             ++m_summary.lines;
         }
     }
-    return writeByte(line, frames::kEot);
+    return frames::writeByte(line, frames::kEot);
 }
 
 bool CableChannel::sendLine(SerialLine& line, const QByteArray& frame)
@@ -297,8 +285,8 @@ bool CableChannel::receiveFiles(SerialLine& line)
     frames::Collector collector;
     QByteArray step;
     for (int round = 0; round < kEnqRounds && step.isEmpty(); ++round) {
-        if (!writeByte(line, frames::kSyn) || !writeByte(line, frames::kSyn)
-            || !writeByte(line, frames::kEnq))
+        if (!frames::writeByte(line, frames::kSyn) || !frames::writeByte(line, frames::kSyn)
+            || !frames::writeByte(line, frames::kEnq))
             return false;
         step = frames::readStep(line, collector, readWaitMs(kPollMs));
         // A few bytes are an echo or noise, not a frame; a lone EOT is a transfer of nothing.
@@ -343,9 +331,9 @@ bool CableChannel::receiveFiles(SerialLine& line)
             if (++naks > kMaxNaks)
                 return false;
             m_clock.sleepMs(kNakPauseMs);
-            discardPending(line);
+            frames::discardPending(line);
         }
-        if (!writeByte(line, answer))
+        if (!frames::writeByte(line, answer))
             return false;
         collector.clear();
         step = frames::readStep(line, collector, readWaitMs(kPollMs));

@@ -4,6 +4,7 @@
 #include "platform/DeviceRoot.h"
 #include "platform/MediumFile.h"
 #include "platform/MessageDialogs.h"
+#include "transfer/ActiveSyncChannel.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -24,7 +25,7 @@ const QString kExportFolder = QStringLiteral("\\Export");
 const QString kImportFolder = QStringLiteral("\\Import");
 const QString kConfigName = QStringLiteral("STAMM.DAT");
 // Left behind by the ActiveSync handshake; it means nothing to the office.
-const QString kActiveSyncMarker = QStringLiteral("export.tmp");
+const QString kActiveSyncMarker = QString::fromUtf16(ActiveSyncChannel::kSendRequest);
 
 // Runs nmcli and waits for it; false when it failed or did not finish in time.
 bool runNmcli(const QString& nmcli, const QStringList& arguments, int timeoutMs,

@@ -1,9 +1,8 @@
 #include "transfer/ListCsvExport.h"
 
-#include "data/Database.h"
-#include "data/FieldDescriptor.h"
 #include "data/FixedRecords.h"
-#include "data/Schema.h"
+#include "data/ListStore.h"
+#include "data/TreeRows.h"
 #include "masterdata/SettingsStore.h"
 #include "platform/DeviceRoot.h"
 #include "platform/MediumFile.h"
@@ -51,46 +50,35 @@ const QString& cannotCreate()
     return text;
 }
 
-QLatin1StringView tableName(const TableDescriptor& table)
-{
-    return QLatin1StringView(table.name);
-}
-
 // Codes and texts come blank-padded from list files and unpadded when typed.
-QString textOf(const FieldValue& value)
+QString unpadded(const FieldValue& value)
 {
-    QString text;
-    if (const auto* s = std::get_if<QString>(&value))
-        text = *s;
-    else if (const auto* n = std::get_if<std::int64_t>(&value))
-        text = QString::number(*n);
-    return withoutTrailingBlanks(std::move(text));
+    return withoutTrailingBlanks(textOf(value));
 }
 
-std::optional<std::int64_t> numberOf(const FieldValue& value)
+// Empty when nothing was stored.
+std::optional<std::int64_t> storedNumber(const FieldValue& value)
 {
-    if (const auto* n = std::get_if<std::int64_t>(&value))
-        return *n;
-    if (const auto* s = std::get_if<QString>(&value))
-        return s->trimmed().toLongLong();
-    return std::nullopt;
+    if (std::holds_alternative<std::monostate>(value))
+        return std::nullopt;
+    return numberOf(value);
 }
 
 QString textCell(const FieldValue& value)
 {
-    return ListCsvExport::guarded(textOf(value));
+    return ListCsvExport::guarded(unpadded(value));
 }
 
 // An empty field stays an empty cell rather than a 0 nobody entered.
 QString integerCell(const FieldValue& value)
 {
-    const auto n = numberOf(value);
+    const auto n = storedNumber(value);
     return n ? QString::number(*n) : QString();
 }
 
 QString hundredthsCell(const FieldValue& value)
 {
-    const auto n = numberOf(value);
+    const auto n = storedNumber(value);
     return n ? ListCsvExport::hundredths(*n) : QString();
 }
 
@@ -104,14 +92,12 @@ struct ListHeader {
 
 std::optional<ListHeader> readHeader(Database& db, std::int64_t listId)
 {
-    auto q = db.query(QStringLiteral("SELECT LISTE_NR, ZUSATZ_A, DATUM_A, REGION_A, KOR_FAKTOR_N "
-                                     "FROM %1 WHERE ID_FILE = ? ORDER BY rowid LIMIT 1")
-                          .arg(tableName(schema::Kopfdaten)));
-    q.bind(1, listId);
-    if (!q.next())
+    const auto list = ListStore(db).byId(listId);
+    if (!list)
         return std::nullopt;
-    return ListHeader{textOf(q.value(0)), textOf(q.value(1)), textOf(q.value(2)),
-                      textOf(q.value(3)), q.value(4)};
+    return ListHeader{unpadded(list->value(u"LISTE_NR")), unpadded(list->value(u"ZUSATZ_A")),
+                      unpadded(list->value(u"DATUM_A")), unpadded(list->value(u"REGION_A")),
+                      list->value(u"KOR_FAKTOR_N")};
 }
 
 QString fileNameOf(const ListHeader& header)
@@ -221,22 +207,13 @@ std::optional<QString> ListCsvExport::write(std::int64_t listId)
 
     // Each record's corrected volume truncated before anything sums it, as the totals screen does;
     // a list without a factor corrects to 0 there too.
-    const std::int64_t factor = numberOf(header->factor).value_or(0);
+    const std::int64_t factor = storedNumber(header->factor).value_or(0);
     const QStringList listColumns = {guarded(header->addition), guarded(header->date),
                                      guarded(header->region), hundredthsCell(header->factor)};
     const QString number = guarded(header->number);
-    auto q = m_db.query(QStringLiteral("SELECT ID, BAUMART, TARIF, NA, KA, STK, BHD, DMSTUFE, "
-                                       "KUBATUR FROM %1 WHERE ID_FILE = ? ORDER BY rowid")
-                            .arg(tableName(schema::Holzdaten)));
-    if (!q.valid()) {
-        file.cancelWriting();
-        m_dialogs.notice(cannotCreate());
-        return std::nullopt;
-    }
-    q.bind(1, listId);
-    while (q.next()) {
+    const auto add = [&](const Database::Query& q) {
         const FieldValue volume = q.value(8);
-        const auto stored = numberOf(volume);
+        const auto stored = storedNumber(volume);
         addLine(
             out,
             QStringList{number, integerCell(q.value(0)), textCell(q.value(1)), textCell(q.value(2)),
@@ -244,6 +221,14 @@ std::optional<QString> ListCsvExport::write(std::int64_t listId)
                         integerCell(q.value(6)), textCell(q.value(7)), hundredthsCell(volume),
                         stored ? hundredths(lookup::correctedVolume(*stored, factor)) : QString()}
                 + listColumns);
+        return true;
+    };
+    if (!TreeRows(m_db).scan(
+            listId, TreeRows::Order::Stored,
+            {"ID", "BAUMART", "TARIF", "NA", "KA", "STK", "BHD", "DMSTUFE", "KUBATUR"}, add)) {
+        file.cancelWriting();
+        m_dialogs.notice(cannotCreate());
+        return std::nullopt;
     }
     out.flush();
     if (!commitToMedium(file)) {

@@ -1,9 +1,11 @@
 #include "transfer/ListFileExport.h"
 
-#include "data/Database.h"
-#include "data/FieldDescriptor.h"
 #include "data/FixedRecords.h"
+#include "data/ListStore.h"
+#include "data/MasterRows.h"
+#include "data/RegionRows.h"
 #include "data/Schema.h"
+#include "data/TreeRows.h"
 #include "masterdata/SettingsStore.h"
 #include "platform/DeviceRoot.h"
 #include "platform/MediumFile.h"
@@ -30,34 +32,6 @@ const QString& cannotCreate()
     return text;
 }
 
-QLatin1StringView tableName(const TableDescriptor& table)
-{
-    return QLatin1StringView(table.name);
-}
-
-const FieldDescriptor& fieldOf(const TableDescriptor& table, QStringView name)
-{
-    return table.fields[size_t(table.indexOf(name))];
-}
-
-std::int64_t numberOf(const FieldValue& value)
-{
-    if (const auto* n = std::get_if<std::int64_t>(&value))
-        return *n;
-    if (const auto* s = std::get_if<QString>(&value))
-        return s->trimmed().toLongLong();
-    return 0;
-}
-
-QString textOf(const FieldValue& value)
-{
-    if (const auto* s = std::get_if<QString>(&value))
-        return *s;
-    if (const auto* n = std::get_if<std::int64_t>(&value))
-        return QString::number(*n);
-    return {};
-}
-
 // Two regions are the same when their first eight characters agree once trailing blanks are
 // gone; case counts.
 QString regionKey(const FieldValue& value)
@@ -65,35 +39,14 @@ QString regionKey(const FieldValue& value)
     return withoutTrailingBlanks(textOf(value).left(kRegionKeyLength));
 }
 
-// Columns of a SELECT and the fields that format them, in one order.
-class Columns {
-public:
-    Columns(const TableDescriptor& table, std::initializer_list<const char16_t*> names)
-    {
-        for (const char16_t* name : names) {
-            m_fields.push_back(&fieldOf(table, name));
-            m_sql +=
-                (m_sql.isEmpty() ? QString() : QStringLiteral(", ")) + QString::fromUtf16(name);
-        }
-    }
-    const QString& sql() const { return m_sql; }
-    QString formatted(const Database::Query& q, int column) const
-    {
-        return formatValue(*m_fields[size_t(column)], q.value(column));
-    }
-    // All columns formatted and joined, from `first` on.
-    QString joined(const Database::Query& q, int first = 0) const
-    {
-        QString line;
-        for (int i = first; i < int(m_fields.size()); ++i)
-            line += formatted(q, i);
-        return line;
-    }
-
-private:
-    std::vector<const FieldDescriptor*> m_fields;
-    QString m_sql;
-};
+// The named fields of a row, each formatted to its width, joined in the order given.
+QString joined(const TableRow& row, std::initializer_list<const char16_t*> names)
+{
+    QString line;
+    for (const char16_t* name : names)
+        line += row.formatted(name);
+    return line;
+}
 
 QString label(const SettingsStore& store, int index)
 {
@@ -120,9 +73,7 @@ ListFileExport::ListFileExport(const DeviceRoot& root, Database& db, const Setti
 
 int ListFileExport::markedCount() const
 {
-    auto q = m_db.query(QStringLiteral("SELECT COUNT(*) FROM %1 WHERE DUE_MARK <> 0")
-                            .arg(tableName(schema::Kopfdaten)));
-    return q.next() ? int(q.integer(0)) : 0;
+    return ListStore(m_db).markedCount();
 }
 
 int ListFileExport::writeMarked()
@@ -131,13 +82,8 @@ int ListFileExport::writeMarked()
     m_root.removeMatching(DeviceRoot::join(folder, QStringLiteral("*.*")));
     // Row ids first: writing a file must not disturb the walk.
     std::vector<std::int64_t> rows;
-    {
-        auto q =
-            m_db.query(QStringLiteral("SELECT rowid FROM %1 WHERE DUE_MARK <> 0 ORDER BY rowid")
-                           .arg(tableName(schema::Kopfdaten)));
-        while (q.next())
-            rows.push_back(q.integer(0));
-    }
+    for (const TableRow& list : ListStore(m_db).marked())
+        rows.push_back(list.rowId());
     // A list whose file cannot be written is still counted, and unmarked with the others after
     // the transfer; its message has been shown.
     for (const std::int64_t row : rows)
@@ -165,58 +111,37 @@ QString ListFileExport::filePath(std::int64_t listId) const
 bool ListFileExport::markExported()
 {
     Database::Transaction transaction(m_db);
-    auto q = m_db.query(QStringLiteral("UPDATE %1 SET DUE_MARK = 0, "
-                                       "EXPORTED_N_NI = COALESCE(EXPORTED_N_NI, 0) + 1 "
-                                       "WHERE DUE_MARK <> 0")
-                            .arg(tableName(schema::Kopfdaten)));
-    return transaction.active() && q.run() && transaction.commit();
+    return transaction.active() && ListStore(m_db).markSent() && transaction.commit();
 }
 
 std::optional<std::int64_t> ListFileExport::headerRow(std::int64_t listId) const
 {
-    auto q =
-        m_db.query(QStringLiteral("SELECT rowid FROM %1 WHERE ID_FILE = ? ORDER BY rowid LIMIT 1")
-                       .arg(tableName(schema::Kopfdaten)));
-    q.bind(1, listId);
-    if (!q.next())
+    const auto list = ListStore(m_db).byId(listId);
+    if (!list)
         return std::nullopt;
-    return q.integer(0);
+    return list->rowId();
 }
 
 QString ListFileExport::fileName(std::int64_t headerRowId) const
 {
-    auto q = m_db.query(QStringLiteral("SELECT LISTE_NR FROM %1 WHERE rowid = ?")
-                            .arg(tableName(schema::Kopfdaten)));
-    q.bind(1, headerRowId);
-    const FieldValue value = q.next() ? q.value(0) : FieldValue{};
-    return formatValue(fieldOf(schema::Kopfdaten, u"LISTE_NR"), value) + QStringLiteral(".DAT");
+    const auto list = ListStore(m_db).byRowId(headerRowId);
+    return (list ? list->formatted(u"LISTE_NR")
+                 : TableRow(schema::Kopfdaten).formatted(u"LISTE_NR"))
+           + QStringLiteral(".DAT");
 }
 
 bool ListFileExport::writeHeaderRow(std::int64_t headerRowId)
 {
-    // Every header field, in the table's order, so a column is its field's index.
-    const TableDescriptor& kopf = schema::Kopfdaten;
-    std::vector<FieldValue> header(kopf.fields.size());
-    {
-        QString columns;
-        for (const FieldDescriptor& f : kopf.fields)
-            columns +=
-                (columns.isEmpty() ? QString() : QStringLiteral(", ")) + QLatin1StringView(f.name);
-        auto q = m_db.query(
-            QStringLiteral("SELECT %1 FROM %2 WHERE rowid = ?").arg(columns, tableName(kopf)));
-        q.bind(1, headerRowId);
-        if (!q.next())
-            return false;
-        for (size_t i = 0; i < header.size(); ++i)
-            header[i] = q.value(int(i));
-    }
+    const auto header = ListStore(m_db).byRowId(headerRowId);
+    if (!header)
+        return false;
     const auto value = [&](QStringView name) -> const FieldValue& {
-        return header[size_t(kopf.indexOf(name))];
+        return header->value(name);
     };
     const auto formatted = [&](QStringView name) {
-        return formatValue(fieldOf(kopf, name), value(name));
+        return header->formatted(name);
     };
-    const std::int64_t listId = numberOf(value(u"ID_FILE"));
+    const std::int64_t listId = header->number(u"ID_FILE");
 
     // A list number from the office may hold anything; it never names a file outside "\Export".
     const QString name = formatted(u"LISTE_NR") + QStringLiteral(".DAT");
@@ -263,38 +188,28 @@ bool ListFileExport::writeHeaderRow(std::int64_t headerRowId)
     }
 
     m_dialogs.progress(10);
-    {
-        const Columns regions(schema::Region, {u"REGION_A", u"BAUMART", u"TARIF"});
-        auto q = m_db.query(QStringLiteral("SELECT %1 FROM %2 WHERE ID_FILE = ? ORDER BY rowid")
-                                .arg(regions.sql(), tableName(schema::Region)));
-        q.bind(1, listId);
-        while (q.next())
-            out.add(QStringLiteral("REG") + regions.joined(q));
-    }
+    for (const TableRow& region : RegionRows(m_db).ofList(listId))
+        out.add(QStringLiteral("REG") + joined(region, {u"REGION_A", u"BAUMART", u"TARIF"}));
 
     m_dialogs.progress(40);
     {
-        const Columns trees(schema::Holzdaten, {u"ID_TYPE", u"PARZ", u"STK", u"BAUMART", u"BHD",
-                                                u"DMSTUFE", u"KUBATUR", u"NA", u"KA", u"TARIF"});
-        auto q = m_db.query(QStringLiteral("SELECT %1 FROM %2 WHERE ID_FILE = ? ORDER BY rowid")
-                                .arg(trees.sql(), tableName(schema::Holzdaten)));
-        q.bind(1, listId);
         const QString felled = QStringLiteral("10A");
         const QString other = QStringLiteral("10B");
-        while (q.next())
-            out.add((numberOf(q.value(0)) == 1 ? felled : other) + trees.joined(q, 1));
+        for (const TableRow& tree : TreeRows(m_db).ofList(listId)) {
+            out.add((tree.number(u"ID_TYPE") == 1 ? felled : other)
+                    + joined(tree, {u"PARZ", u"STK", u"BAUMART", u"BHD", u"DMSTUFE", u"KUBATUR",
+                                    u"NA", u"KA", u"TARIF"}));
+        }
     }
 
     m_dialogs.progress(60);
     {
         const QString listRegion = regionKey(value(u"REGION_A"));
-        const Columns tariffs(schema::Einstellungen, {u"REGION_A", u"BAUMART", u"TARIF"});
-        auto q = m_db.query(QStringLiteral("SELECT %1 FROM %2 WHERE ID_TYPE = ? ORDER BY ID, rowid")
-                                .arg(tariffs.sql(), tableName(schema::Einstellungen)));
-        q.bind(1, std::int64_t(schema::TariffAssignmentRow));
-        while (q.next()) {
-            if (regionKey(q.value(0)) == listRegion)
-                out.add(QStringLiteral("712") + tariffs.joined(q));
+        for (const TableRow& tariff :
+             MasterRows(m_db).ofType(schema::TariffAssignmentRow, MasterRows::Order::ById)) {
+            if (regionKey(tariff.value(u"REGION_A")) == listRegion)
+                out.add(QStringLiteral("712")
+                        + joined(tariff, {u"REGION_A", u"BAUMART", u"TARIF"}));
         }
     }
 

@@ -1,8 +1,10 @@
 #include "transfer/ListFileImport.h"
 
-#include "data/Database.h"
 #include "data/FixedRecords.h"
+#include "data/ListStore.h"
+#include "data/RegionRows.h"
 #include "data/Schema.h"
+#include "data/TreeRows.h"
 #include "platform/DeviceRoot.h"
 #include "platform/MessageDialogs.h"
 
@@ -20,11 +22,6 @@ namespace {
 // The device's "%lu" reads into a 32-bit unsigned long and stops growing there.
 constexpr std::int64_t kNumberLimit = std::numeric_limits<std::uint32_t>::max();
 constexpr int kMaxDecimals = 18;
-
-QLatin1StringView tableName(const TableDescriptor& table)
-{
-    return QLatin1StringView(table.name);
-}
 
 int decimalsOf(const TableDescriptor& table, QStringView field)
 {
@@ -44,7 +41,9 @@ struct Line : Record {
 class ListWriter {
 public:
     ListWriter(Database& db, std::int64_t listId)
-        : m_db(db)
+        : m_lists(db)
+        , m_trees(db)
+        , m_regions(db)
         , m_listId(listId)
     {
     }
@@ -77,17 +76,14 @@ private:
             return Step::WrongStructure;
         if (!ensureHeader())
             return Step::Failed;
-        auto q = m_db.query(QStringLiteral("UPDATE %1 SET LISTE_NR = ?, DATUM_A = ?, "
-                                           "KOR_FAKTOR_N = ?, REGION_A = ?, STRUKTUR = ? "
-                                           "WHERE rowid = ?")
-                                .arg(tableName(schema::Kopfdaten)));
-        q.bind(1, line.text(3, 8))
-            .bind(2, line.text(31, 10))
-            .bind(3, line.number(61, 4, decimalsOf(schema::Kopfdaten, u"KOR_FAKTOR_N")))
-            .bind(4, line.text(85, 8))
-            .bind(5, line.text(93, 6))
-            .bind(6, m_headerRow);
-        return q.run() ? Step::Ok : Step::Failed;
+        const bool written = m_lists.update(
+            m_headerRow, {{QStringLiteral("LISTE_NR"), line.text(3, 8)},
+                          {QStringLiteral("DATUM_A"), line.text(31, 10)},
+                          {QStringLiteral("KOR_FAKTOR_N"),
+                           line.number(61, 4, decimalsOf(schema::Kopfdaten, u"KOR_FAKTOR_N"))},
+                          {QStringLiteral("REGION_A"), line.text(85, 8)},
+                          {QStringLiteral("STRUKTUR"), line.text(93, 6)}});
+        return written ? Step::Ok : Step::Failed;
     }
 
     // Record n carries the header texts 2n-3 and 2n-2.
@@ -95,26 +91,21 @@ private:
     {
         if (!ensureHeader())
             return Step::Failed;
-        auto q =
-            m_db.query(QStringLiteral("UPDATE %1 SET KOPF%2_A = ?, KOPF%3_A = ? WHERE rowid = ?")
-                           .arg(tableName(schema::Kopfdaten))
-                           .arg(2 * record - 3)
-                           .arg(2 * record - 2));
-        q.bind(1, line.text(23, 40)).bind(2, line.text(83, 40)).bind(3, m_headerRow);
-        return q.run() ? Step::Ok : Step::Failed;
+        const bool written = m_lists.update(
+            m_headerRow, {{QStringLiteral("KOPF%1_A").arg(2 * record - 3), line.text(23, 40)},
+                          {QStringLiteral("KOPF%1_A").arg(2 * record - 2), line.text(83, 40)}});
+        return written ? Step::Ok : Step::Failed;
     }
 
     Step region(const Line& line)
     {
-        auto q = m_db.query(QStringLiteral("INSERT INTO %1 (ID, ID_FILE, REGION_A, BAUMART, TARIF) "
-                                           "VALUES (?, ?, ?, ?, ?)")
-                                .arg(tableName(schema::Region)));
-        q.bind(1, m_regions++)
-            .bind(2, m_listId)
-            .bind(3, line.text(3, 8))
-            .bind(4, line.text(11, 3))
-            .bind(5, line.text(14, 5));
-        return q.run() ? Step::Ok : Step::Failed;
+        TableRow row(schema::Region);
+        row.set(u"ID", m_regionCount++);
+        row.set(u"ID_FILE", m_listId);
+        row.set(u"REGION_A", line.text(3, 8));
+        row.set(u"BAUMART", line.text(11, 3));
+        row.set(u"TARIF", line.text(14, 5));
+        return m_regions.insert(row) ? Step::Ok : Step::Failed;
     }
 
     Step tree(const Line& line, std::int64_t type)
@@ -122,23 +113,20 @@ private:
         static const int stkDecimals = decimalsOf(schema::Holzdaten, u"STK");
         static const int bhdDecimals = decimalsOf(schema::Holzdaten, u"BHD");
         static const int volumeDecimals = decimalsOf(schema::Holzdaten, u"KUBATUR");
-        auto q = m_db.query(QStringLiteral("INSERT INTO %1 (ID, ID_FILE, ID_TYPE, PARZ, STK, "
-                                           "BAUMART, BHD, DMSTUFE, KUBATUR, NA, KA, TARIF) "
-                                           "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")
-                                .arg(tableName(schema::Holzdaten)));
-        q.bind(1, m_trees++)
-            .bind(2, m_listId)
-            .bind(3, type)
-            .bind(4, line.text(3, 5))
-            .bind(5, line.number(8, 2, stkDecimals))
-            .bind(6, line.text(10, 3))
-            .bind(7, line.number(13, 3, bhdDecimals))
-            .bind(8, line.text(16, 2))
-            .bind(9, line.number(18, 7, volumeDecimals))
-            .bind(10, line.text(25, 2))
-            .bind(11, line.text(27, 2))
-            .bind(12, line.text(29, 5));
-        return q.run() ? Step::Ok : Step::Failed;
+        TableRow row(schema::Holzdaten);
+        row.set(u"ID", m_treeCount++);
+        row.set(u"ID_FILE", m_listId);
+        row.set(u"ID_TYPE", type);
+        row.set(u"PARZ", line.text(3, 5));
+        row.set(u"STK", line.number(8, 2, stkDecimals));
+        row.set(u"BAUMART", line.text(10, 3));
+        row.set(u"BHD", line.number(13, 3, bhdDecimals));
+        row.set(u"DMSTUFE", line.text(16, 2));
+        row.set(u"KUBATUR", line.number(18, 7, volumeDecimals));
+        row.set(u"NA", line.text(25, 2));
+        row.set(u"KA", line.text(27, 2));
+        row.set(u"TARIF", line.text(29, 5));
+        return m_trees.insert(row) ? Step::Ok : Step::Failed;
     }
 
     // The new header starts cleared, with its number and nothing marked or exported.
@@ -146,21 +134,20 @@ private:
     {
         if (m_headerRow >= 0)
             return true;
-        auto q = m_db.query(QStringLiteral("INSERT INTO %1 (ID_FILE, DUE_MARK, EXPORTED_N_NI) "
-                                           "VALUES (?, 0, 0)")
-                                .arg(tableName(schema::Kopfdaten)));
-        q.bind(1, m_listId);
-        if (!q.run())
+        const auto row = m_lists.addEmpty(m_listId);
+        if (!row)
             return false;
-        m_headerRow = m_db.lastInsertRowId();
+        m_headerRow = *row;
         return true;
     }
 
-    Database& m_db;
+    ListStore m_lists;
+    TreeRows m_trees;
+    RegionRows m_regions;
     std::int64_t m_listId;
     std::int64_t m_headerRow = -1;
-    std::int64_t m_regions = 0;
-    std::int64_t m_trees = 0;
+    std::int64_t m_regionCount = 0;
+    std::int64_t m_treeCount = 0;
 };
 
 enum class FileResult { Imported, WrongStructure, Failed };
@@ -201,12 +188,6 @@ FileResult importLines(Database& db, QIODevice& in, std::int64_t listId, bool* h
 // removal of the file leaves the claim: the next run removes it when the database carries its
 // token (the list is in) and reads it again when not, so no list comes in twice or goes missing.
 const QString kClaimSuffix = QStringLiteral(".imp");
-
-std::int64_t committedToken(Database& db)
-{
-    auto q = db.query(QStringLiteral("PRAGMA user_version"));
-    return q.next() ? q.integer(0) : 0;
-}
 
 // The token of a claim's name, 0 for any other name.
 std::int64_t claimToken(const QString& name)
@@ -291,7 +272,7 @@ ListFileImport::Outcome ListFileImport::run()
 {
     Outcome outcome;
     const QString folder = QString::fromUtf16(kFolder);
-    std::int64_t committed = committedToken(m_db);
+    std::int64_t committed = m_db.userVersion();
     QStringList names;
     for (const QString& name :
          m_root.find(DeviceRoot::join(folder, u'*' + kClaimSuffix), DeviceRoot::Kind::Files)) {
@@ -310,14 +291,8 @@ ListFileImport::Outcome ListFileImport::run()
         if (!file.open(QIODevice::ReadOnly))
             continue;
         // The number follows the last header in table order, not the largest one.
-        std::int64_t listId = 0;
-        {
-            auto last = m_db.query(QStringLiteral("SELECT ID_FILE FROM %1 ORDER BY rowid DESC "
-                                                  "LIMIT 1")
-                                       .arg(tableName(schema::Kopfdaten)));
-            if (last.next())
-                listId = last.integer(0) + 1;
-        }
+        const auto last = ListStore(m_db).lastId();
+        const std::int64_t listId = last ? *last + 1 : 0;
         std::int64_t token = 0;
         while (token == 0 || token == committed)
             token = QRandomGenerator::global()->bounded(std::numeric_limits<qint32>::max());
@@ -325,7 +300,7 @@ ListFileImport::Outcome ListFileImport::run()
             folder, QStringLiteral("%1.%2").arg(originalName(name)).arg(token) + kClaimSuffix);
         QString current = devicePath;
         const auto claimFile = [&] {
-            if (!m_db.exec(QStringLiteral("PRAGMA user_version = %1").arg(token)))
+            if (!m_db.setUserVersion(token))
                 return false;
             // Where the file cannot be renamed, it is removed after the commit as before.
             if (m_root.moveFile(devicePath, claim))

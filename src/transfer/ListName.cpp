@@ -61,4 +61,14 @@ bool isFileName(QStringView name)
                           [](QChar c) { return isLetter(c) || isDigit(c); });
 }
 
+QString printable(QStringView name)
+{
+    QString shown;
+    for (const QChar c : name)
+        shown += c.unicode() < 0x20 || c.unicode() == 0x7F
+                     ? QStringLiteral("\\x%1").arg(c.unicode(), 2, 16, QChar(u'0'))
+                     : QString(c);
+    return shown;
+}
+
 } // namespace brovant::listname

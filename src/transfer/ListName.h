@@ -4,6 +4,7 @@
 // header refuses a name that breaks it, and every receiving end refuses an arriving one that does.
 #pragma once
 
+#include <QString>
 #include <QStringView>
 
 namespace brovant::listname {
@@ -16,5 +17,8 @@ bool canTravel(QStringView name);
 // A list file's name: such a name, blank padding included, then a dot and one to three letters
 // or digits, split at the last dot ("AB.3    .DAT" is "AB.3    " and "DAT"); or the name alone.
 bool isFileName(QStringView name);
+
+// A refused name as a message shows it: control characters as "\xNN".
+QString printable(QStringView name);
 
 } // namespace brovant::listname

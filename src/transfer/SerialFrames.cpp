@@ -207,10 +207,21 @@ QByteArray readStep(SerialLine& line, Collector& collector, int firstWaitMs)
     return collector.drain();
 }
 
+bool writeByte(SerialLine& line, char byte)
+{
+    return line.write(QByteArrayView(&byte, 1));
+}
+
+void discardPending(SerialLine& line)
+{
+    for (int i = 0; i < 64 && !line.read(kMaxStep, 0).isEmpty(); ++i) {
+    }
+}
+
 void refuseFrame(SerialLine& line, Collector& collector, int maxNaks, int waitMs)
 {
     for (int naks = 0; naks < maxNaks; ++naks) {
-        if (!line.write(QByteArrayView(&kNak, 1)))
+        if (!writeByte(line, kNak))
             return;
         collector.clear();
         const QByteArray step = readStep(line, collector, waitMs);

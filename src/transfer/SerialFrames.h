@@ -1,5 +1,5 @@
-// Data transfer: the bytes of the serial line protocol, shared by the device's cable channel and
-// the office peer of the admin tool. One text line of a list file travels as one frame:
+// Data transfer: the bytes of the serial line protocol, shared by the device's end (CableChannel)
+// and the office's (CableOffice). One text line of a list file travels as one frame:
 //   SYN SYN SOH, record type (first three bytes of the line), sequence digit ('0' + running line
 //   number % 10), STX, rest of the line, ETX, two upper-case hex checksum digits, CR LF DEL NUL.
 // The checksum is the low eight bits of 1 (for SOH) plus every byte from the record type to ETX.
@@ -115,6 +115,12 @@ inline constexpr int kMaxStep = 4 * kMaxLine;
 // it; a step cut short by silence or overlong noise comes back as it is; empty when the line
 // stayed silent. A complete step already held is returned without reading.
 QByteArray readStep(SerialLine& line, Collector& collector, int firstWaitMs);
+
+// One control byte on its own; false when the line took it not.
+bool writeByte(SerialLine& line, char byte);
+
+// After a bad frame the rest of it may still be on its way; it must not be taken for the repeat.
+void discardPending(SerialLine& line);
 
 // Answers NAK to a frame the receiver will not take, and to its repeats until the sender gives
 // up (falls silent or sends EOT), at most maxNaks times: the sender fails at once rather than

@@ -257,9 +257,7 @@ void AppLifecycle::markTariffFlags()
     if (!db.isOpen())
         return;
     Dataset rows(db, schema::Einstellungen);
-    if (!rows.reset(Filter{QStringLiteral("ID_TYPE = ?"),
-                           {FieldValue(std::int64_t(schema::TariffAssignmentRow))},
-                           QStringLiteral("ID")}))
+    if (!rows.reset(Filter::byType(schema::TariffAssignmentRow)))
         return;
     Database::Transaction transaction(db);
     for (bool more = rows.moveFirst(); more; more = rows.moveNext()) {

@@ -1,6 +1,8 @@
 #include "workflow/ListHeaderLogic.h"
 
 #include "workflow/AppState.h"
+#include "data/ListStore.h"
+#include "data/MasterRows.h"
 #include "data/Schema.h"
 #include "masterdata/SettingsStore.h"
 #include "platform/Clock.h"
@@ -19,15 +21,6 @@ constexpr char16_t kAddition[] = u"ZUSATZ_A";
 constexpr char16_t kDate[] = u"DATUM_A";
 constexpr char16_t kFactor[] = u"KOR_FAKTOR_N";
 constexpr char16_t kRegion[] = u"REGION_A";
-
-// Only blanks: the way SQLite's rtrim() compares, so both sides agree.
-QString trimRight(const QString& text)
-{
-    qsizetype end = text.size();
-    while (end > 0 && text[end - 1] == u' ')
-        --end;
-    return text.left(end);
-}
 
 const FieldDescriptor& nameField()
 {
@@ -65,13 +58,13 @@ QString ListHeaderLogic::fixedLabel(const SettingsStore& store, int index)
     static const char* const kOwnTexts[] = {"Zusatz:", "Datum:", "Korr.-Faktor:", "Wuchsreg:"};
     if (index < 0 || index >= int(std::size(kOwnTexts)))
         return {};
-    const QString label = trimRight(store.readText(Setting::KopfLabel, index));
+    const QString label = withoutTrailingBlanks(store.readText(Setting::KopfLabel, index));
     return label.isEmpty() ? QString::fromUtf8(kOwnTexts[index]) : label;
 }
 
 QString ListHeaderLogic::freeLabel(const SettingsStore& store, int field)
 {
-    const QString label = trimRight(store.readText(Setting::KopfLabel, field + 3));
+    const QString label = withoutTrailingBlanks(store.readText(Setting::KopfLabel, field + 3));
     // Without a configuration the field still needs a name the user can tell apart.
     return label.isEmpty() ? QStringLiteral("Feld %1:").arg(field) : label;
 }
@@ -85,7 +78,7 @@ QStringList ListHeaderLogic::choices(const SettingsStore& store, int field)
 {
     QStringList out;
     for (int entry = 1; entry <= kChoiceEntries; ++entry) {
-        const QString choice = trimRight(store.choice(field, entry));
+        const QString choice = withoutTrailingBlanks(store.choice(field, entry));
         if (!choice.trimmed().isEmpty())
             out << choice;
     }
@@ -110,11 +103,9 @@ QString ListHeaderLogic::dateText(const QDate& date)
 QStringList ListHeaderLogic::regions(Database& db)
 {
     QStringList found;
-    auto q = db.query(QStringLiteral("SELECT REGION_A FROM %1 WHERE ID_TYPE = ? ORDER BY ID, rowid")
-                          .arg(QLatin1StringView(schema::Einstellungen.name)));
-    q.bind(1, std::int64_t(schema::TariffAssignmentRow));
-    while (q.next()) {
-        const QString region = trimRight(q.text(0));
+    for (const TableRow& row :
+         MasterRows(db).ofType(schema::TariffAssignmentRow, MasterRows::Order::ById)) {
+        const QString region = withoutTrailingBlanks(row.text(kRegion));
         if (!region.isEmpty() && !found.contains(region))
             found << region;
     }
@@ -231,12 +222,12 @@ std::int64_t ListHeaderLogic::listId() const
 
 QString ListHeaderLogic::title() const
 {
-    return QStringLiteral("Liste: %1").arg(trimRight(m_rows.loadText(kName)));
+    return QStringLiteral("Liste: %1").arg(withoutTrailingBlanks(m_rows.loadText(kName)));
 }
 
 QString ListHeaderLogic::region() const
 {
-    return trimRight(m_rows.loadText(kRegion));
+    return withoutTrailingBlanks(m_rows.loadText(kRegion));
 }
 
 bool ListHeaderLogic::fieldEmpty(QStringView field) const
@@ -246,12 +237,10 @@ bool ListHeaderLogic::fieldEmpty(QStringView field) const
 
 bool ListHeaderLogic::nameTaken(const QString& name) const
 {
-    auto q = m_rows.database().query(QStringLiteral("SELECT ID_FILE, LISTE_NR FROM %1")
-                                         .arg(QLatin1StringView(schema::Kopfdaten.name)));
     const QString wanted = formatValue(nameField(), FieldValue(name));
     const std::int64_t own = listId();
-    while (q.next()) {
-        if (q.integer(0) != own && formatValue(nameField(), q.value(1)) == wanted)
+    for (const TableRow& list : ListStore(m_rows.database()).all()) {
+        if (list.number(kListId) != own && list.formatted(kName) == wanted)
             return true;
     }
     return false;
@@ -259,11 +248,7 @@ bool ListHeaderLogic::nameTaken(const QString& name) const
 
 bool ListHeaderLogic::hasTariffs(Database& db, const QString& region)
 {
-    auto q = db.query(
-        QStringLiteral("SELECT 1 FROM %1 WHERE ID_TYPE = ? AND rtrim(REGION_A) = ? LIMIT 1")
-            .arg(QLatin1StringView(schema::Einstellungen.name)));
-    q.bind(1, std::int64_t(schema::TariffAssignmentRow)).bind(2, trimRight(region));
-    return q.next();
+    return MasterRows(db).hasAssignments(region);
 }
 
 bool ListHeaderLogic::askToAssignTariffs(MessageDialogs& dialogs)

@@ -3,7 +3,10 @@
 #include "workflow/AppLifecycle.h"
 #include "workflow/AppState.h"
 #include "data/Dataset.h"
+#include "data/ListStore.h"
+#include "data/RegionRows.h"
 #include "data/Schema.h"
+#include "data/TreeRows.h"
 #include "masterdata/SettingsStore.h"
 #include "platform/Clock.h"
 #include "platform/KeepAwake.h"
@@ -16,11 +19,6 @@
 namespace brovant {
 namespace {
 
-QLatin1StringView tableName(const TableDescriptor& table)
-{
-    return QLatin1StringView(table.name);
-}
-
 const FieldDescriptor& listNoField()
 {
     return schema::Kopfdaten.fields[size_t(schema::Kopfdaten.indexOf(u"LISTE_NR"))];
@@ -29,25 +27,6 @@ const FieldDescriptor& listNoField()
 QString formattedListNo(const FieldValue& value)
 {
     return formatValue(listNoField(), value);
-}
-
-// Integer of a stored number; an empty field counts as 0, as the device's fields do.
-std::int64_t numberOf(const FieldValue& value)
-{
-    if (const auto* n = std::get_if<std::int64_t>(&value))
-        return *n;
-    if (const auto* s = std::get_if<QString>(&value))
-        return s->trimmed().toLongLong();
-    return 0;
-}
-
-QString textOf(const FieldValue& value)
-{
-    if (const auto* s = std::get_if<QString>(&value))
-        return *s;
-    if (const auto* n = std::get_if<std::int64_t>(&value))
-        return QString::number(*n);
-    return {};
 }
 
 } // namespace
@@ -68,13 +47,10 @@ ListSelectionLogic::ListSelectionLogic(const DeviceRoot& root, Database& db,
 std::vector<ListSelectionLogic::Row> ListSelectionLogic::readRows(Database& db)
 {
     std::vector<Row> rows;
-    auto q = db.query(QStringLiteral("SELECT ID_FILE, LISTE_NR, ZUSATZ_A, DUE_MARK, EXPORTED_N_NI "
-                                     "FROM %1 ORDER BY rowid")
-                          .arg(tableName(schema::Kopfdaten)));
-    while (q.next()) {
-        rows.push_back({numberOf(q.value(0)), formattedListNo(q.value(1)),
-                        markText(numberOf(q.value(3)), numberOf(q.value(4))),
-                        textOf(q.value(2)).left(kAdditionWidth)});
+    for (const TableRow& list : ListStore(db).all()) {
+        rows.push_back({list.number(u"ID_FILE"), list.formatted(u"LISTE_NR"),
+                        markText(list.number(u"DUE_MARK"), list.number(u"EXPORTED_N_NI")),
+                        list.text(u"ZUSATZ_A").left(kAdditionWidth)});
     }
     return rows;
 }
@@ -113,13 +89,10 @@ void ListSelectionLogic::build()
 
 std::optional<ListSelectionLogic::Selected> ListSelectionLogic::recordAt(int index) const
 {
-    auto q = m_db.query(QStringLiteral("SELECT rowid, ID_FILE, LISTE_NR FROM %1 ORDER BY rowid "
-                                       "LIMIT 1 OFFSET ?")
-                            .arg(tableName(schema::Kopfdaten)));
-    q.bind(1, std::int64_t(index));
-    if (!q.next())
+    const auto list = ListStore(m_db).at(index);
+    if (!list)
         return std::nullopt;
-    return Selected{q.integer(0), numberOf(q.value(1)), formattedListNo(q.value(2))};
+    return Selected{list->rowId(), list->number(u"ID_FILE"), list->formatted(u"LISTE_NR")};
 }
 
 bool ListSelectionLogic::tableEmpty() const
@@ -142,20 +115,17 @@ std::optional<QString> ListSelectionLogic::toggleMark()
 {
     if (!selectRow())
         return std::nullopt;
-    auto read = m_db.query(QStringLiteral("SELECT DUE_MARK, EXPORTED_N_NI FROM %1 WHERE rowid = ?")
-                               .arg(tableName(schema::Kopfdaten)));
-    read.bind(1, m_current->rowId);
-    if (!read.next())
+    ListStore lists(m_db);
+    const auto list = lists.byRowId(m_current->rowId);
+    if (!list)
         return std::nullopt;
-    const std::int64_t mark = numberOf(read.value(0)) == 0 ? 1 : 0;
-    const std::int64_t exported = numberOf(read.value(1));
+    const std::int64_t mark = list->number(u"DUE_MARK") == 0 ? 1 : 0;
+    const std::int64_t exported = list->number(u"EXPORTED_N_NI");
     bool saved = false;
     {
         Database::Transaction transaction(m_db);
-        auto write = m_db.query(QStringLiteral("UPDATE %1 SET DUE_MARK = ? WHERE rowid = ?")
-                                    .arg(tableName(schema::Kopfdaten)));
-        write.bind(1, mark).bind(2, m_current->rowId);
-        saved = transaction.active() && write.run() && transaction.commit();
+        saved = transaction.active() && lists.setDueMark(m_current->rowId, mark)
+                && transaction.commit();
     }
     if (!saved) {
         m_dialogs.notice(QStringLiteral("Satz nicht gespeichert!"));
@@ -165,24 +135,6 @@ std::optional<QString> ListSelectionLogic::toggleMark()
     if (m_selected >= 0 && size_t(m_selected) < m_rows.size())
         m_rows[size_t(m_selected)].mark = text;
     return text;
-}
-
-bool ListSelectionLogic::deleteList(std::int64_t headerRowId, std::int64_t childListId)
-{
-    Database::Transaction transaction(m_db);
-    if (!transaction.active())
-        return false;
-    auto header = m_db.query(
-        QStringLiteral("DELETE FROM %1 WHERE rowid = ?").arg(tableName(schema::Kopfdaten)));
-    if (!header.bind(1, headerRowId).run())
-        return false;
-    for (const TableDescriptor* table : {&schema::Holzdaten, &schema::Region}) {
-        auto children =
-            m_db.query(QStringLiteral("DELETE FROM %1 WHERE ID_FILE = ?").arg(tableName(*table)));
-        if (!children.bind(1, childListId).run())
-            return false;
-    }
-    return transaction.commit();
 }
 
 bool ListSelectionLogic::deleteSelected()
@@ -200,7 +152,7 @@ bool ListSelectionLogic::deleteSelected()
     if (!selectRow())
         return false;
     setWaitCursor(true);
-    const bool deleted = deleteList(m_current->rowId, m_state.currentList);
+    const bool deleted = ListStore(m_db).remove(m_current->rowId, m_state.currentList);
     if (deleted && size_t(m_selected) < m_rows.size())
         m_rows.erase(m_rows.begin() + m_selected);
     setWaitCursor(false);
@@ -252,17 +204,7 @@ ListSelectionLogic::Target ListSelectionLogic::withTrees(Target target)
 
 bool ListSelectionLogic::hasTrees(std::int64_t listId) const
 {
-    auto q = m_db.query(QStringLiteral("SELECT 1 FROM %1 WHERE ID_FILE = ? LIMIT 1")
-                            .arg(tableName(schema::Holzdaten)));
-    q.bind(1, listId);
-    return q.next();
-}
-
-std::int64_t ListSelectionLogic::lastIdFile() const
-{
-    auto q = m_db.query(QStringLiteral("SELECT ID_FILE FROM %1 ORDER BY rowid DESC LIMIT 1")
-                            .arg(tableName(schema::Kopfdaten)));
-    return q.next() ? numberOf(q.value(0)) : 0;
+    return TreeRows(m_db).any(listId);
 }
 
 std::optional<std::int64_t> ListSelectionLogic::insertModel(std::optional<std::int64_t> fromRowId)
@@ -270,12 +212,11 @@ std::optional<std::int64_t> ListSelectionLogic::insertModel(std::optional<std::i
     Database::Transaction transaction(m_db);
     if (!transaction.active())
         return std::nullopt;
-    const std::int64_t modelId = lastIdFile() + 1;
+    const std::int64_t modelId = ListStore(m_db).lastId().value_or(0) + 1;
     Dataset heads(m_db, schema::Kopfdaten);
     if (fromRowId) {
         // The selected list's header, its other fields kept.
-        if (!heads.reset({QStringLiteral("rowid = ?"), {FieldValue(*fromRowId)}, {}})
-            || heads.eof())
+        if (!heads.reset(Filter::byRowId(*fromRowId)) || heads.eof())
             return std::nullopt;
         const QDate today = m_clock.now().date();
         heads.setText(u"DATUM_A",
@@ -296,9 +237,7 @@ std::optional<std::int64_t> ListSelectionLogic::insertModel(std::optional<std::i
     if (fromRowId) {
         Dataset regions(m_db, schema::Region);
         Dataset copies(m_db, schema::Region);
-        auto maxId = m_db.query(
-            QStringLiteral("SELECT COALESCE(MAX(ID), 0) FROM %1").arg(tableName(schema::Region)));
-        std::int64_t nextId = maxId.next() ? maxId.integer(0) + 1 : 1;
+        std::int64_t nextId = RegionRows(m_db).nextId();
         if (!regions.reset(Filter::byList(m_state.currentList)))
             return std::nullopt;
         const int count = regions.count();
@@ -338,18 +277,16 @@ bool ListSelectionLogic::buildModel()
 
     setWaitCursor(true);
     std::optional<std::int64_t> oldModel;
-    auto walk = m_db.query(QStringLiteral("SELECT rowid, LISTE_NR FROM %1 ORDER BY rowid")
-                               .arg(tableName(schema::Kopfdaten)));
-    while (!oldModel && walk.next()) {
-        if (formattedListNo(walk.value(1)) == QStringView(kModelName))
-            oldModel = walk.integer(0);
+    for (const TableRow& list : ListStore(m_db).all()) {
+        if (!oldModel && list.formatted(u"LISTE_NR") == QStringView(kModelName))
+            oldModel = list.rowId();
     }
     // Old and new model list change together, so a failure keeps the old one.
     Database::Transaction transaction(m_db);
     // The old model's header goes, but its child rows are chosen by the current list number,
     // that is the list selected here: the device deletes them that way.
-    const bool deleted =
-        transaction.active() && (!oldModel || deleteList(*oldModel, m_state.currentList));
+    const bool deleted = transaction.active()
+                         && (!oldModel || ListStore(m_db).remove(*oldModel, m_state.currentList));
     const bool copy = answer == Answer::First;
     const std::optional<std::int64_t> modelId =
         deleted ? insertModel(copy ? std::optional(selectedRowId) : std::nullopt) : std::nullopt;
@@ -366,9 +303,7 @@ bool ListSelectionLogic::buildModel()
 
 int ListSelectionLogic::markedCount() const
 {
-    auto q = m_db.query(QStringLiteral("SELECT COUNT(*) FROM %1 WHERE DUE_MARK = 1")
-                            .arg(tableName(schema::Kopfdaten)));
-    return q.next() ? int(q.integer(0)) : 0;
+    return ListStore(m_db).dueCount();
 }
 
 bool ListSelectionLogic::readyToSend()
@@ -381,10 +316,8 @@ bool ListSelectionLogic::readyToSend()
 
 bool ListSelectionLogic::markedNamesTravel()
 {
-    auto q = m_db.query(QStringLiteral("SELECT LISTE_NR FROM %1 WHERE DUE_MARK <> 0 ORDER BY rowid")
-                            .arg(tableName(schema::Kopfdaten)));
-    while (q.next()) {
-        const QString name = formattedListNo(q.value(0));
+    for (const TableRow& list : ListStore(m_db).marked()) {
+        const QString name = list.formatted(u"LISTE_NR");
         if (!listname::canTravel(name)) {
             m_dialogs.notice(QStringLiteral("Listenname nicht zulässig:"),
                              QStringLiteral("\"%1\"").arg(name.trimmed()),

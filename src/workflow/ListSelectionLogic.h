@@ -125,8 +125,6 @@ private:
     bool markedNamesTravel();
     bool tableEmpty() const;
     Target withTrees(Target target);
-    bool deleteList(std::int64_t headerRowId, std::int64_t childListId);
-    std::int64_t lastIdFile() const;
     // The new model list's number, or none when it could not be written.
     std::optional<std::int64_t> insertModel(std::optional<std::int64_t> fromRowId);
     void setWaitCursor(bool wait);

@@ -1,29 +1,13 @@
 #include "workflow/RegionLogic.h"
 
 #include "workflow/ListHeaderLogic.h"
-#include "data/Database.h"
+#include "data/ListStore.h"
+#include "data/MasterRows.h"
+#include "data/RegionRows.h"
 #include "data/Schema.h"
 #include "platform/MessageDialogs.h"
 
 namespace brovant {
-namespace {
-
-QLatin1StringView tableName(const TableDescriptor& table)
-{
-    return QLatin1StringView(table.name);
-}
-
-// Only blanks, as SQLite's rtrim() takes them, so both sides compare alike.
-QString trimRight(const QString& text)
-{
-    qsizetype end = text.size();
-    while (end > 0 && text[end - 1] == u' ')
-        --end;
-    return text.left(end);
-}
-
-} // namespace
-
 RegionLogic::RegionLogic(Database& db, MessageDialogs& dialogs)
     : m_db(db)
     , m_dialogs(dialogs)
@@ -35,13 +19,11 @@ bool RegionLogic::open(std::int64_t listId)
     m_listId = -1;
     m_listName.clear();
     m_rows.clear();
-    auto q = m_db.query(QStringLiteral("SELECT LISTE_NR FROM %1 WHERE ID_FILE = ? LIMIT 1")
-                            .arg(tableName(schema::Kopfdaten)));
-    q.bind(1, listId);
-    if (!q.next())
+    const auto list = ListStore(m_db).byId(listId);
+    if (!list)
         return false;
     m_listId = listId;
-    m_listName = trimRight(q.text(0));
+    m_listName = withoutTrailingBlanks(list->text(u"LISTE_NR"));
     readRows();
     return true;
 }
@@ -49,12 +31,11 @@ bool RegionLogic::open(std::int64_t listId)
 void RegionLogic::readRows()
 {
     m_rows.clear();
-    auto q = m_db.query(QStringLiteral("SELECT REGION_A, BAUMART, TARIF FROM %1 WHERE ID_FILE = ? "
-                                       "ORDER BY rowid")
-                            .arg(tableName(schema::Region)));
-    q.bind(1, m_listId);
-    while (q.next())
-        m_rows.push_back({trimRight(q.text(0)), trimRight(q.text(1)), trimRight(q.text(2))});
+    for (const TableRow& row : RegionRows(m_db).ofList(m_listId)) {
+        m_rows.push_back({withoutTrailingBlanks(row.text(u"REGION_A")),
+                          withoutTrailingBlanks(row.text(u"BAUMART")),
+                          withoutTrailingBlanks(row.text(u"TARIF"))});
+    }
 }
 
 QStringList RegionLogic::listRegions() const
@@ -74,7 +55,7 @@ QStringList RegionLogic::masterRegions() const
 
 RegionLogic::Added RegionLogic::add(const QString& typed)
 {
-    const QString region = trimRight(typed.trimmed());
+    const QString region = withoutTrailingBlanks(typed.trimmed());
     if (m_listId < 0)
         return Added::No;
     if (region.isEmpty()) {
@@ -92,25 +73,18 @@ RegionLogic::Added RegionLogic::add(const QString& typed)
     bool written = false;
     {
         Database::Transaction transaction(m_db);
-        auto maxId = m_db.query(
-            QStringLiteral("SELECT COALESCE(MAX(ID), 0) FROM %1").arg(tableName(schema::Region)));
-        std::int64_t nextId = maxId.next() ? maxId.integer(0) + 1 : 1;
-        auto assignments = m_db.query(QStringLiteral("SELECT REGION_A, BAUMART, TARIF FROM %1 "
-                                                     "WHERE ID_TYPE = ? AND rtrim(REGION_A) = ? "
-                                                     "ORDER BY ID, rowid")
-                                          .arg(tableName(schema::Einstellungen)));
-        assignments.bind(1, std::int64_t(schema::TariffAssignmentRow)).bind(2, region);
+        RegionRows regions(m_db);
+        std::int64_t nextId = regions.nextId();
         written = transaction.active();
-        while (written && assignments.next()) {
-            auto insert = m_db.query(QStringLiteral("INSERT INTO %1 (ID, ID_FILE, REGION_A, "
-                                                    "BAUMART, TARIF) VALUES (?, ?, ?, ?, ?)")
-                                         .arg(tableName(schema::Region)));
-            written = insert.bind(1, nextId++)
-                          .bind(2, m_listId)
-                          .bind(3, assignments.value(0))
-                          .bind(4, assignments.value(1))
-                          .bind(5, assignments.value(2))
-                          .run();
+        for (const TableRow& assignment : MasterRows(m_db).assignments(region)) {
+            if (!written)
+                break;
+            TableRow row(schema::Region);
+            row.set(u"ID", nextId++);
+            row.set(u"ID_FILE", m_listId);
+            for (const char16_t* field : {u"REGION_A", u"BAUMART", u"TARIF"})
+                row.set(field, assignment.value(field));
+            written = regions.insert(row);
         }
         written = written && transaction.commit();
     }
@@ -134,10 +108,7 @@ bool RegionLogic::remove(int row)
     bool removed = false;
     {
         Database::Transaction transaction(m_db);
-        auto q =
-            m_db.query(QStringLiteral("DELETE FROM %1 WHERE ID_FILE = ? AND rtrim(REGION_A) = ?")
-                           .arg(tableName(schema::Region)));
-        removed = transaction.active() && q.bind(1, m_listId).bind(2, region).run()
+        removed = transaction.active() && RegionRows(m_db).remove(m_listId, region)
                   && transaction.commit();
     }
     readRows();

@@ -2,6 +2,7 @@
 
 #include "workflow/AppLifecycle.h"
 #include "workflow/AppState.h"
+#include "data/ListStore.h"
 #include "data/Schema.h"
 #include "masterdata/ConfigImport.h"
 #include "masterdata/DeviceSession.h"
@@ -45,9 +46,7 @@ void SettingsLogic::afterRestore(ScreenHost& host)
     host.repaint();
     if (m_state.currentList < 0)
         return;
-    auto list = db.query(QStringLiteral("SELECT 1 FROM Brov_Kopfdaten WHERE ID_FILE = ?"));
-    list.bind(1, std::int64_t(m_state.currentList));
-    if (!list.next())
+    if (!ListStore(db).byId(m_state.currentList))
         m_state.currentList = -1;
 }
 

@@ -1,6 +1,7 @@
 #include "workflow/TallyLogic.h"
 
-#include "data/FieldDescriptor.h"
+#include "data/ListStore.h"
+#include "data/MasterRows.h"
 #include "data/Schema.h"
 #include "masterdata/MasterTables.h"
 #include "platform/MessageDialogs.h"
@@ -39,26 +40,26 @@ TallyLogic::TallyLogic(Database& db, const MasterTables& tables,
 void TallyLogic::recallSpeciesTariffs(Database& db, const MasterTables& tables,
                                       std::array<QString, kSpeciesSlots>& speciesTariffs)
 {
-    auto rows = db.query(QStringLiteral("SELECT BAUMART, TARIF FROM Brov_Einstellungen "
-                                        "WHERE ID_TYPE = ? AND BHD = 1 ORDER BY ID, rowid"));
-    rows.bind(1, std::int64_t(schema::TariffAssignmentRow));
-    while (rows.next()) {
-        const int slot = tables.speciesIndex(rows.text(0));
+    // BHD 1 flags the tariff a species had at the last shutdown.
+    for (const TableRow& row :
+         MasterRows(db).ofType(schema::TariffAssignmentRow, MasterRows::Order::ById)) {
+        if (row.number(u"BHD") != 1)
+            continue;
+        const int slot = tables.speciesIndex(row.text(u"BAUMART"));
         if (slot >= 0 && speciesTariffs[size_t(slot)].isEmpty())
-            speciesTariffs[size_t(slot)] = withoutTrailingBlanks(rows.text(1)).left(5);
+            speciesTariffs[size_t(slot)] = withoutTrailingBlanks(row.text(u"TARIF")).left(5);
     }
 }
 
 bool TallyLogic::open(std::int64_t listId)
 {
-    auto head = m_db.query(QStringLiteral(
-        "SELECT LISTE_NR, ZUSATZ_A, KOR_FAKTOR_N FROM Brov_Kopfdaten WHERE ID_FILE = ?"));
-    head.bind(1, listId);
-    if (!head.next())
+    const auto head = ListStore(m_db).byId(listId);
+    if (!head)
         return false;
     m_title = QStringLiteral("Liste: %1 - %2")
-                  .arg(withoutTrailingBlanks(head.text(0)), withoutTrailingBlanks(head.text(1)));
-    m_factor = int(head.integer(2));
+                  .arg(withoutTrailingBlanks(head->text(u"LISTE_NR")),
+                       withoutTrailingBlanks(head->text(u"ZUSATZ_A")));
+    m_factor = int(head->number(u"KOR_FAKTOR_N"));
     m_listId = listId;
     m_tree = Tree{};
     m_lastSpecies.clear();

@@ -1,5 +1,6 @@
 #include "workflow/TariffAssignmentLogic.h"
 
+#include "data/MasterRows.h"
 #include "data/Schema.h"
 #include "platform/MessageDialogs.h"
 
@@ -17,25 +18,11 @@ const FieldDescriptor& fieldOf(QStringView name)
     return schema::Einstellungen.fields[size_t(schema::Einstellungen.indexOf(name))];
 }
 
-// Only blanks: the way SQLite's rtrim() compares, so both sides agree.
-QString trimRight(const QString& text)
-{
-    qsizetype end = text.size();
-    while (end > 0 && text[end - 1] == u' ')
-        --end;
-    return text.left(end);
-}
-
 // Stored values are blank-padded to the field's length, as the configuration import stores them,
 // so typed and imported rows look alike to every lookup.
 QString padded(QStringView field, const QString& value)
 {
     return formatValue(fieldOf(field), FieldValue(value));
-}
-
-FieldValue assignmentType()
-{
-    return FieldValue(std::int64_t(schema::TariffAssignmentRow));
 }
 
 } // namespace
@@ -54,17 +41,14 @@ bool TariffAssignmentLogic::openAll()
 {
     m_regionOnly = false;
     m_region.clear();
-    return open(
-        {QStringLiteral("ID_TYPE = ?"), {assignmentType()}, QStringLiteral("REGION_A, ID")});
+    return open(Filter::byTypeRegionFirst(schema::TariffAssignmentRow));
 }
 
 bool TariffAssignmentLogic::openRegion(const QString& region)
 {
     m_regionOnly = true;
-    m_region = trimRight(region);
-    return open({QStringLiteral("ID_TYPE = ? AND rtrim(REGION_A) = ?"),
-                 {assignmentType(), FieldValue(m_region)},
-                 QStringLiteral("ID")});
+    m_region = withoutTrailingBlanks(region);
+    return open(Filter::byTypeAndRegion(schema::TariffAssignmentRow, m_region));
 }
 
 bool TariffAssignmentLogic::open(const Filter& filter)
@@ -78,8 +62,9 @@ bool TariffAssignmentLogic::open(const Filter& filter)
 
 TariffRow TariffAssignmentLogic::editLine() const
 {
-    return {trimRight(m_rows.loadText(kRegion)), trimRight(m_rows.loadText(kSpecies)),
-            trimRight(m_rows.loadText(kTariff))};
+    return {withoutTrailingBlanks(m_rows.loadText(kRegion)),
+            withoutTrailingBlanks(m_rows.loadText(kSpecies)),
+            withoutTrailingBlanks(m_rows.loadText(kTariff))};
 }
 
 void TariffAssignmentLogic::setEditLine(const TariffRow& row)
@@ -132,14 +117,10 @@ bool TariffAssignmentLogic::check(const TariffRow& row) const
                          QStringLiteral("vorhanden !!!"));
         return false;
     }
-    auto same = m_rows.database().query(
-        QStringLiteral("SELECT ID FROM %1 WHERE ID_TYPE = ? AND rtrim(REGION_A) = ? AND "
-                       "rtrim(BAUMART) = ?")
-            .arg(QLatin1StringView(schema::Einstellungen.name)));
-    same.bind(1, assignmentType()).bind(2, row.region).bind(3, row.species);
     const std::int64_t ownId = m_rows.loadInt(u"ID");
-    while (same.next()) {
-        if (onNewRow() || same.integer(0) != ownId) {
+    for (const std::int64_t id :
+         MasterRows(m_rows.database()).assignmentIds(row.region, row.species)) {
+        if (onNewRow() || id != ownId) {
             m_dialogs.notice(QStringLiteral("Kombination WR/HA"),
                              QStringLiteral("existiert bereits!"));
             return false;
@@ -150,11 +131,7 @@ bool TariffAssignmentLogic::check(const TariffRow& row) const
 
 std::int64_t TariffAssignmentLogic::nextId() const
 {
-    auto q = m_rows.database().query(QStringLiteral("SELECT MAX(ID) FROM %1")
-                                         .arg(QLatin1StringView(schema::Einstellungen.name)));
-    if (!q.next() || isEmptyValue(q.value(0)))
-        return 0;
-    return q.integer(0) + 1;
+    return MasterRows(m_rows.database()).nextId();
 }
 
 bool TariffAssignmentLogic::insertRow(const TariffRow& row)
@@ -269,12 +246,10 @@ void TariffAssignmentLogic::assignmentsChanged(const TariffRow& removed, const T
 QStringList TariffAssignmentLogic::regions() const
 {
     QStringList found;
-    auto q = m_rows.database().query(QStringLiteral("SELECT REGION_A FROM %1 WHERE ID_TYPE = ? "
-                                                    "ORDER BY ID, rowid")
-                                         .arg(QLatin1StringView(schema::Einstellungen.name)));
-    q.bind(1, assignmentType());
-    while (found.size() < kMaxRegions && q.next()) {
-        const QString region = trimRight(q.text(0));
+    const auto rows =
+        MasterRows(m_rows.database()).ofType(schema::TariffAssignmentRow, MasterRows::Order::ById);
+    for (auto row = rows.begin(); found.size() < kMaxRegions && row != rows.end(); ++row) {
+        const QString region = withoutTrailingBlanks(row->text(kRegion));
         if (!region.isEmpty() && !found.contains(padded(kRegion, region)))
             found << padded(kRegion, region);
     }

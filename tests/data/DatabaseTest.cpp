@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <QDir>
+#include <QTemporaryDir>
+
 #include <sys/stat.h>
 
 #include <limits>
@@ -279,3 +282,22 @@ TEST(Database, OpenFailuresReportTheReason)
 
 } // namespace
 } // namespace brovant
+
+namespace brovant::test {
+
+// A scratch database in memory leaves no file behind in the working folder.
+TEST(DatabaseInMemory, KeepsTablesAndLeavesNoFile)
+{
+    QTemporaryDir dir;
+    const QString before = QDir::currentPath();
+    ASSERT_TRUE(QDir::setCurrent(dir.path()));
+    {
+        Database db(QString::fromLatin1(Database::kInMemory), Database::Durability::Relaxed);
+        ASSERT_TRUE(db.open());
+        EXPECT_TRUE(db.query(QStringLiteral("SELECT COUNT(*) FROM Brov_Kopfdaten")).next());
+    }
+    EXPECT_EQ(QDir(dir.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList());
+    QDir::setCurrent(before);
+}
+
+} // namespace brovant::test

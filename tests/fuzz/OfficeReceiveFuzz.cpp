@@ -1,7 +1,7 @@
 // libFuzzer target: every input is a script of the device's end of a cable transfer, played to
 // the office peer's receive with one temporary output folder; a broken invariant aborts with its
 // description.
-#include "tool/OfficeReceiveFuzzing.h"
+#include "transfer/OfficeReceiveFuzzing.h"
 
 #include <QTemporaryDir>
 

@@ -1,8 +1,10 @@
 // The ActiveSync channel against a scripted office PC that acts while the handheld sleeps: both
 // directions, both time-outs on the clock the channel waited by (minutes of waiting run in
 // milliseconds), the progress texts and messages with the moment they came, and what the
-// handheld's folders hold afterwards. Also which channel the transfer settings choose.
+// handheld's folders hold afterwards; the office PC's own end against it. Also which channel the
+// transfer settings choose.
 #include "transfer/ActiveSyncChannel.h"
+#include "transfer/ActiveSyncOffice.h"
 #include "transfer/SettingsChannels.h"
 
 #include "masterdata/DeviceSession.h"
@@ -368,6 +370,64 @@ TEST(ActiveSyncChannel, TheHandheldStaysAwakeWhileItWaits)
     }
 }
 
+TEST(ActiveSyncOffice, AnswersTheHandheldsRequest)
+{
+    const struct {
+        const char* name;
+        bool collect;
+        QStringList exported; // in "\Export" before the send
+        bool ok;
+        QStringList copied;
+        QString error;
+    } cases[] = {
+        {"collect", true, {"FELD.DAT", "WALD.DAT"}, true, {"FELD.DAT", "WALD.DAT"}, ""},
+        // Without end.tmp the handheld's send fails and its lists stay marked.
+        {"a name no list can have",
+         true,
+         {"AB#3    .DAT", "WALD.DAT"},
+         false,
+         {},
+         "Dateiname abgelehnt: \"AB#3    .DAT\""},
+        {"deliver", false, {}, true, {"FELD.DAT", "WALD.DAT"}, ""},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        Bench bench;
+        test::TempRoot office;
+        for (const QString& name : c.exported)
+            bench.root.writeFile("Export/" + name, kWald);
+        office.writeFile("FELD.DAT", kFeld);
+        office.writeFile("WALD.DAT", kWald);
+        ManualClock officeClock;
+        ActiveSyncOffice peer(bench.session.root(), officeClock);
+        ActiveSyncOffice::Result result;
+        bench.clock.at(1000, [&] {
+            result = c.collect
+                         ? peer.collect(office.host("in"), 0)
+                         : peer.deliver({office.host("FELD.DAT"), office.host("WALD.DAT")}, 0);
+        });
+        EXPECT_EQ(c.collect ? bench.channel.send() : bench.channel.receive(), c.ok);
+        EXPECT_EQ(result.ok, c.ok);
+        EXPECT_EQ(result.error, c.error);
+        EXPECT_EQ(result.files, c.copied);
+        EXPECT_EQ(c.collect ? QDir(office.host("in")).entryList(QDir::Files)
+                            : bench.folder("Import"),
+                  c.collect ? c.copied : c.copied + QStringList{"import.tmp"});
+        EXPECT_EQ(c.collect ? office.readFile("in/WALD.DAT")
+                            : bench.root.readFile("Import/WALD.DAT"),
+                  c.ok ? kWald : QByteArray());
+    }
+
+    // The handheld never asks: no answer, after the time given.
+    Bench bench;
+    ManualClock officeClock;
+    const ActiveSyncOffice::Result result =
+        ActiveSyncOffice(bench.session.root(), officeClock).collect(bench.root.host("in"), 3000);
+    EXPECT_EQ(result.error, QStringLiteral("Keine Anfrage vom Gerät (\\Export\\export.tmp)"));
+    EXPECT_EQ(officeClock.sleptMs(), 3000);
+    EXPECT_EQ(bench.folder("Export"), QStringList());
+}
+
 using Route = SettingsChannels::Route;
 
 TEST(SettingsChannels, RouteByModeAndPort)
@@ -393,8 +453,8 @@ TEST(SettingsChannels, RouteByModeAndPort)
     }
 }
 
-// The settings are read at each transfer. Channels that are not there yet fail at once, with the
-// transfer's failure message and without waiting.
+// The settings are read at each transfer. Without a port opener the cable and the modem fail at
+// once, with the transfer's failure message and without waiting.
 TEST(SettingsChannels, TheSettingsInForceChooseTheChannel)
 {
     Bench bench;

@@ -151,6 +151,16 @@ TEST_F(ListCsvExportTest, AFileThatCannotBeWrittenLeavesNothingBehind)
     EXPECT_EQ(root.readFile(QStringLiteral("My Documents")), QByteArray("in the way"));
 }
 
+// Trees that cannot be read make no file with the header alone.
+TEST_F(ListCsvExportTest, UnreadableTreesLeaveNoFile)
+{
+    list(1, "L1", {{"KOR_FAKTOR_N", num(100)}});
+    ASSERT_TRUE(db().exec(QStringLiteral("DROP TABLE Brov_Holzdaten")));
+    EXPECT_EQ(exporter().write(1), std::nullopt);
+    EXPECT_EQ(dialogs.asked(), QStringList{"Datei kann nicht erzeugt werden!||"});
+    EXPECT_TRUE(filesIn("My Documents").isEmpty());
+}
+
 TEST_F(ListCsvExportTest, ALinkUnderTheNameIsReplacedNotFollowed)
 {
     list(1, "L1", {{"KOR_FAKTOR_N", num(100)}});

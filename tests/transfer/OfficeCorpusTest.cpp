@@ -2,7 +2,7 @@
 // probe's checks can fail.
 #include "support/Corpus.h"
 #include "support/TempRoot.h"
-#include "tool/OfficeReceiveFuzzing.h"
+#include "transfer/OfficeReceiveFuzzing.h"
 
 #include <QDir>
 #include <QFile>

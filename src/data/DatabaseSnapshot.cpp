@@ -1,4 +1,4 @@
-#include "device/DatabaseSnapshot.h"
+#include "data/DatabaseSnapshot.h"
 
 #include <QFile>
 #include <QFileInfo>

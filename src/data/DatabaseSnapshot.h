@@ -1,4 +1,4 @@
-// Device services: whole copies of the SQLite database file that are safe to keep. The copy is a
+// Data layer: whole copies of the SQLite database file that are safe to keep. The copy is a
 // snapshot of what was committed (SQLite's online backup on a connection of its own), flushed to
 // the medium before anyone may rely on it; and the check that a file is a complete database.
 // Names, folders and numbering are the backup service's.

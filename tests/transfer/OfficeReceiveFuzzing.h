@@ -1,11 +1,11 @@
-// The office peer's receive (brovant-tool office-receive) fed by a scripted device
-// (transfer/SerialScript.h), and what must hold for any script: nothing written outside the
+// The office peer's receive (CableOffice, behind brovant-tool office-receive) fed by a scripted
+// device (transfer/SerialScript.h), and what must hold for any script: nothing written outside the
 // output folder, and there only after EOT and only plain-named files, each begun by its header
 // line; one ACK per accepted line. Shared by the corpus test and the libFuzzer target, so an input
 // the fuzzer finds becomes a test case by dropping it into tests/fuzz/corpus/office_receive.
 #pragma once
 
-#include "tool/ToolOffice.h"
+#include "transfer/CableOffice.h"
 
 #include <QByteArrayView>
 #include <QMap>

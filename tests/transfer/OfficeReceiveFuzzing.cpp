@@ -1,5 +1,6 @@
-#include "tool/OfficeReceiveFuzzing.h"
+#include "transfer/OfficeReceiveFuzzing.h"
 
+#include "platform/Clock.h"
 #include "transfer/SerialScript.h"
 
 #include <QDir>
@@ -38,7 +39,8 @@ OfficeReceiveProbe::Outcome OfficeReceiveProbe::receive(QByteArrayView input)
     ScriptedLine line(input);
     OfficeTiming timing;
     timing.enquiryWaitMs = 5000; // fifty rounds of ENQ
-    outcome.result = officeReceive(line, out(), timing);
+    ManualClock clock;
+    outcome.result = CableOffice(line, clock, timing).receive(out());
     outcome.written = line.written();
     outcome.offeredEot = line.offeredEot();
     return outcome;

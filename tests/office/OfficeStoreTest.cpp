@@ -1,0 +1,180 @@
+#include "OfficeFixture.h"
+
+#include "office/ListReading.h"
+#include "office/Passwords.h"
+
+#include <QDir>
+#include <QFile>
+
+namespace brovant::test {
+namespace {
+
+using office::IntakeResult;
+using Kind = IntakeResult::Kind;
+
+TEST_P(OfficeStoreTest, SameBytesAreOneListOtherContentANewVersion)
+{
+    const QByteArray first = deviceFile("export_all_pairs.dat");
+    const QByteArray second = edited(first, "   0.59", "   0.61");
+    ASSERT_NE(first, second);
+
+    const IntakeResult a = take(first);
+    const IntakeResult again = take(first, QStringLiteral("other name.DAT"));
+    const IntakeResult b = take(second);
+    EXPECT_EQ(a.kind, Kind::Imported);
+    EXPECT_EQ(again.kind, Kind::Duplicate);
+    EXPECT_EQ(again.id, a.id);
+    EXPECT_EQ(b.kind, Kind::Imported);
+    EXPECT_EQ(office::describe(a), QStringLiteral("imported HIEB01 %1").arg(a.id));
+    EXPECT_EQ(office::describe(again), QStringLiteral("duplicate HIEB01 %1").arg(a.id));
+
+    // The table shows the newest; the older stays as history.
+    EXPECT_EQ(listCount(false), 1);
+    const auto versions = store->versions(QStringLiteral("HIEB01"));
+    ASSERT_EQ(versions.size(), 2u);
+    EXPECT_EQ(versions[0].id, b.id);
+    EXPECT_EQ(versions[0].version, 2);
+    EXPECT_TRUE(versions[0].current);
+    EXPECT_FALSE(versions[1].current);
+    EXPECT_GT(versions[0].volume, versions[1].volume);
+    EXPECT_EQ(store->fileBytes(a.id), first);
+    EXPECT_EQ(store->fileBytes(b.id), second);
+}
+
+TEST_P(OfficeStoreTest, RefusedFilesLeaveTheStoreAsItWas)
+{
+    const QByteArray good = deviceFile("export_all_pairs.dat");
+    ASSERT_EQ(take(good).kind, Kind::Imported);
+    struct Case {
+        const char* what;
+        QByteArray bytes;
+        const char* reason;
+    } cases[] = {
+        {"empty", QByteArray(), "leere Datei"},
+        {"text", "Hallo\r\n", "keine Listendatei"},
+        {"cut inside a line", good.left(good.size() - 5), "Datei unvollständig"},
+        {"no header record", good.left(good.indexOf("\r\n") + 2), "Datei unvollständig"},
+        {"wrong tag", edited(good, "T00300", "T00200"), "Falsche Struktur der Liste!"},
+        {"no tag", deviceFile("export_no_trees.dat"), "Falsche Struktur der Liste!"},
+        {"NUL byte", edited(good, "Steilhang", QByteArray("Steil\0ang", 9)), "keine Listendatei"},
+        {"too large", good + QByteArray(office::kMaxListFileBytes, 'x') + "\r\n", "Datei zu groß"},
+    };
+    for (const Case& c : cases) {
+        const IntakeResult r = take(c.bytes, QStringLiteral("X.DAT"));
+        EXPECT_EQ(r.kind, Kind::Rejected) << c.what;
+        EXPECT_EQ(r.reason, QString::fromUtf8(c.reason)) << c.what;
+        EXPECT_EQ(office::describe(r), QStringLiteral("rejected X.DAT: ") + QString::fromUtf8(c.reason));
+    }
+    EXPECT_EQ(listCount(), 1);
+}
+
+TEST_P(OfficeStoreTest, KeepsHeaderRegionsAndTreesAsTheDeviceWroteThem)
+{
+    const IntakeResult r = take(deviceFile("export_all_pairs.dat"));
+    const auto content = store->content(r.id);
+    ASSERT_TRUE(content);
+    EXPECT_EQ(content->listNumber, QStringLiteral("HIEB01"));
+    EXPECT_EQ(content->date, QStringLiteral("04.05.2026"));
+    EXPECT_EQ(content->day, QStringLiteral("2026-05-04"));
+    EXPECT_EQ(content->region, QStringLiteral("WR01"));
+    ASSERT_EQ(content->header.size(), 17u);
+    EXPECT_EQ(content->header[0].label, QStringLiteral("Zusatz:"));
+    EXPECT_EQ(content->header[0].text, QStringLiteral("Abt. 12 Süd, Steilhang"));
+    EXPECT_EQ(content->header[1].label, QStringLiteral("Forstamt:"));
+    EXPECT_EQ(content->header[1].text, QStringLiteral("Forstamt Grünwald"));
+    EXPECT_EQ(content->header[2].label, QStringLiteral("Revier:"));
+    ASSERT_EQ(content->regions.size(), 2u);
+    EXPECT_EQ(content->regions[1].species, QStringLiteral("BU"));
+    ASSERT_EQ(content->trees.size(), 3u);
+    const office::StoredTree& t = content->trees[1];
+    EXPECT_EQ(t.kind, 2);
+    EXPECT_EQ(t.parcel, QStringLiteral("12a"));
+    EXPECT_EQ(t.count, 12);
+    EXPECT_EQ(t.species, QStringLiteral("BU"));
+    EXPECT_EQ(t.diameter, 140);
+    EXPECT_EQ(t.diameterClass, QStringLiteral("99"));
+    EXPECT_EQ(t.volume, 123456);
+    EXPECT_EQ(t.na, QStringLiteral("N1"));
+    EXPECT_EQ(t.ka, QStringLiteral("K2"));
+    EXPECT_EQ(t.tariff, QStringLiteral("BU01"));
+}
+
+TEST_P(OfficeStoreTest, FiltersSortsAndPages)
+{
+    const QByteArray base = deviceFile("export_all_pairs.dat");
+    // Three lists: other numbers, dates and regions; one header text with SQL and wildcards.
+    take(base);
+    take(edited(edited(base, "HIEB01", "HIEB02"), "04.05.2026", "20.06.2026"));
+    take(edited(edited(edited(base, "HIEB01", "HIEB03"), "Steilhang", "'%_; --  "), "WR01", "WR09"));
+    struct Case {
+        const char* what;
+        office::ListQuery query;
+        QStringList numbers;
+    };
+    const auto q = [](auto setup) {
+        office::ListQuery query;
+        query.sort = office::ListQuery::Column::Number;
+        query.descending = false;
+        setup(query);
+        return query;
+    };
+    const Case cases[] = {
+        {"all by number", q([](auto&) {}), {"HIEB01", "HIEB02", "HIEB03"}},
+        {"descending", q([](auto& x) { x.descending = true; }), {"HIEB03", "HIEB02", "HIEB01"}},
+        {"from June", q([](auto& x) { x.fromDay = "2026-06-01"; }), {"HIEB02"}},
+        {"until May", q([](auto& x) { x.toDay = "2026-05-31"; }), {"HIEB01", "HIEB03"}},
+        {"region", q([](auto& x) { x.region = "WR09"; }), {"HIEB03"}},
+        {"header text, any case", q([](auto& x) { x.text = "steilHANG"; }), {"HIEB01", "HIEB02"}},
+        {"wildcards are text", q([](auto& x) { x.text = "'%_"; }), {"HIEB03"}},
+        {"percent alone", q([](auto& x) { x.text = "%"; }), {"HIEB03"}},
+        {"list number", q([](auto& x) { x.text = "hieb02"; }), {"HIEB02"}},
+        {"page two", q([](auto& x) { x.limit = 2, x.offset = 2; }), {"HIEB03"}},
+    };
+    for (const Case& c : cases) {
+        QStringList got;
+        for (const auto& list : store->lists(c.query))
+            got << list.listNumber;
+        EXPECT_EQ(got, c.numbers) << c.what;
+        office::ListQuery counted = c.query;
+        counted.limit = 0;
+        EXPECT_EQ(store->count(counted), int(store->lists(counted).size())) << c.what;
+    }
+    EXPECT_EQ(store->regions(), (QStringList{"WR01", "WR09"}));
+}
+
+TEST_P(OfficeStoreTest, UsersAndPasswords)
+{
+    ASSERT_TRUE(store->addUser(office::hashedUser("anna", office::Role::Clerk, "Fichte 1", 1000)));
+    ASSERT_TRUE(store->addUser(office::hashedUser("bert", office::Role::Reader, "x", 1000)));
+    // Adding a name again replaces it.
+    ASSERT_TRUE(store->addUser(office::hashedUser("bert", office::Role::Admin, "neu", 1000)));
+    const auto anna = store->user("anna");
+    const auto bert = store->user("bert");
+    ASSERT_TRUE(anna && bert);
+    EXPECT_EQ(anna->role, office::Role::Clerk);
+    EXPECT_EQ(bert->role, office::Role::Admin);
+    EXPECT_TRUE(office::passwordMatches(*anna, "Fichte 1"));
+    EXPECT_FALSE(office::passwordMatches(*anna, "fichte 1"));
+    EXPECT_FALSE(office::passwordMatches(*bert, "x"));
+    EXPECT_NE(anna->salt, bert->salt);
+    EXPECT_EQ(store->users().size(), 2u);
+    EXPECT_FALSE(store->user("carl"));
+}
+
+TEST_P(OfficeStoreTest, ReopeningKeepsTheSchemaAndTheLists)
+{
+    take(deviceFile("export_all_pairs.dat"));
+    const int version = store->schemaVersion();
+    EXPECT_GE(version, 1);
+    store.reset();
+    QString error;
+    store = office::OfficeStore::open(location, &error);
+    ASSERT_TRUE(store) << error.toStdString();
+    EXPECT_EQ(store->schemaVersion(), version);
+    EXPECT_EQ(listCount(), 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(Stores, OfficeStoreTest, ::testing::Values("sqlite", "postgresql"));
+
+} // namespace
+} // namespace brovant::test

@@ -1,0 +1,182 @@
+// The office's end of the cable protocol against scripted devices: every frame checked and
+// answered, files named only after EOT and kept beside their namesakes, frames repeated on NAK.
+#include "transfer/CableOffice.h"
+
+#include "platform/Clock.h"
+#include "support/TempRoot.h"
+#include "tool/ToolRun.h"
+#include "transfer/PeerLine.h"
+#include "transfer/SerialFrames.h"
+
+#include <gtest/gtest.h>
+
+namespace brovant::test {
+namespace {
+
+using namespace frames;
+
+QByteArray header(const QByteArray& name12)
+{
+    return "TD0" + name12 + "Quendrax     0Brovant_V300_D\r\n";
+}
+
+// Device frames for the office's receive: the SendingPeer answers ENQ, ACK and NAK as the
+// device does when it sends.
+OfficeResult receiveFrom(const QList<QByteArray>& lines, const QString& out,
+                         std::function<QByteArray(int, int, const QByteArray&)> mangle = {},
+                         int stopAfter = 1 << 20, QByteArray* answers = nullptr)
+{
+    PeerLine device;
+    SendingPeer sender(device, lines);
+    sender.mangle = std::move(mangle);
+    sender.stopAfter = stopAfter;
+    ManualClock clock;
+    const OfficeResult result = CableOffice(device, clock, OfficeTiming{}).receive(out);
+    if (answers)
+        *answers = sender.answers();
+    return result;
+}
+
+TEST(OfficeReceive, ChecksEveryFrameAndWritesFilesAfterEot)
+{
+    const auto spoilChecksum = [](int index, int times) {
+        return [=](int i, int attempt, const QByteArray& frame) {
+            QByteArray f = frame;
+            if (i == index && attempt < times)
+                f[f.indexOf(kEtx) + 2] = f[f.indexOf(kEtx) + 2] == 'A' ? 'B' : 'A';
+            return f;
+        };
+    };
+    const auto spoilPayload = [](int index) {
+        return [=](int i, int attempt, const QByteArray& frame) {
+            return i == index && attempt == 0 ? QByteArray(frame).remove(9, 1) : frame;
+        };
+    };
+    const auto spoilDigit = [](int index) {
+        return [=](int i, int attempt, const QByteArray& frame) {
+            return i == index && attempt == 0 ? QByteArray(frame).replace(6, 1, "5") : frame;
+        };
+    };
+    // A byte of the payload turned into EOT, the rest of the frame following, or nothing.
+    const auto eotInPayload = [](int index, bool cut) {
+        return [=](int i, int attempt, const QByteArray& frame) {
+            if (i != index || (!cut && attempt > 0))
+                return frame;
+            return cut ? frame.first(9) + kEot : QByteArray(frame).replace(9, 1, "\x04");
+        };
+    };
+    const QList<QByteArray> lines{"001before any header\r\n", header("ONE.DAT     "), "001one\r\n",
+                                  header("one.dat     "), "001one again\r\n"};
+    const struct {
+        const char* what;
+        std::function<QByteArray(int, int, const QByteArray&)> mangle;
+        int stopAfter;
+        bool ok;
+        QByteArray answers;
+    } cases[] = {
+        {"clean", {}, 1 << 20, true, "AAAAA"},
+        {"checksum wrong twice", spoilChecksum(2, 2), 1 << 20, true, "AANNAAA"},
+        {"payload byte lost", spoilPayload(3), 1 << 20, true, "AAANAA"},
+        {"wrong digit", spoilDigit(3), 1 << 20, true, "AAANAA"},
+        {"EOT inside a frame", eotInPayload(2, false), 1 << 20, true, "AANAAA"},
+        {"checksum never right", spoilChecksum(1, 99), 1 << 20, false, "A" + QByteArray(15, 'N')},
+        {"frame cut short by EOT", eotInPayload(3, true), 1 << 20, false,
+         "AAA" + QByteArray(15, 'N')},
+        {"device goes silent", {}, 4, false, "AAAA"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        TempRoot out;
+        QByteArray answers;
+        const OfficeResult r = receiveFrom(lines, out.path(), c.mangle, c.stopAfter, &answers);
+        EXPECT_EQ(r.ok, c.ok) << r.error.toStdString();
+        EXPECT_EQ(answers, c.answers);
+        if (!c.ok) {
+            EXPECT_TRUE(filesIn(out.path()).isEmpty()); // nothing before EOT
+            continue;
+        }
+        // A second file of the same name, in any case, is kept beside the first.
+        EXPECT_EQ(filesIn(out.path()),
+                  (QMap<QString, QByteArray>{
+                      {"ONE.DAT", header("ONE.DAT     ") + "001one\r\n"},
+                      {"one_2.dat", header("one.dat     ") + "001one again\r\n"}}));
+        EXPECT_EQ(r.files, (QStringList{"ONE.DAT", "one_2.dat"}));
+        EXPECT_EQ(r.lines, 5u);
+    }
+}
+
+TEST(OfficeReceive, KeepsEveryDeliveryOfAName)
+{
+    TempRoot out;
+    const QByteArray name = "AB.3    .DAT";
+    for (const char* text : {"001first\r\n", "001second\r\n", "001third\r\n"})
+        EXPECT_TRUE(receiveFrom({header(name), text}, out.path()).ok);
+    EXPECT_EQ(filesIn(out.path()),
+              (QMap<QString, QByteArray>{{"AB.3    .DAT", header(name) + "001first\r\n"},
+                                         {"AB.3_2.DAT", header(name) + "001second\r\n"},
+                                         {"AB.3_3.DAT", header(name) + "001third\r\n"}}));
+    const OfficeResult refused = receiveFrom({header("AB/3    .DAT"), "001x\r\n"}, out.path());
+    EXPECT_FALSE(refused.ok);
+    EXPECT_EQ(refused.error, QStringLiteral("Dateiname abgelehnt: \"AB/3    .DAT\""));
+    EXPECT_EQ(filesIn(out.path()).size(), 3);
+}
+
+TEST(OfficeSend, FramesEveryFileAndRepeatsOnNakOrSilence)
+{
+    const QList<std::pair<QString, QByteArray>> files{
+        {"A.DAT", header("A.DAT       ") + "001a\r\n10A1\r\n10A2\r\n"},
+        {"B.DAT", header("B.DAT       ") + "001b\r\n10A1\r\n10A2\r\n10A3\r\n10A4\r\n"}};
+    const struct {
+        const char* what;
+        QByteArray start;                // what the device sends first
+        std::vector<QByteArray> answers; // to the fourth frame, attempt by attempt
+        bool ok;
+        int sends;
+    } cases[] = {
+        {"clean", "\x16\x16\x05", {}, true, 1},
+        {"stray poll before the ACK", "\x16\x16\x05", {"\x16\x16\x05\x06"}, true, 1},
+        {"ten NAKs", "\x16\x16\x05", std::vector<QByteArray>(10, "\x15"), true, 11},
+        {"eleven NAKs", "\x16\x16\x05", std::vector<QByteArray>(11, "\x15"), false, 11},
+        {"silence, then ACK", "\x16\x16\x05", {"", "\x06"}, true, 2},
+        {"silence", "\x16\x16\x05", std::vector<QByteArray>(11, ""), false, 11},
+        {"nobody asks", "\x06\x15", {}, false, 0},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        PeerLine device;
+        device.send(c.start);
+        int index = -1;
+        int sends = 0;
+        QByteArray previous;
+        QByteArray digits;
+        device.onWrite = [&](const QByteArray& bytes) {
+            if (!bytes.startsWith("\x16\x16\x01"))
+                return;
+            if (bytes != previous)
+                digits += bytes[6];
+            index += bytes != previous;
+            previous = bytes;
+            if (index != 3) {
+                device.send("\x06");
+                return;
+            }
+            const size_t at = size_t(sends++);
+            device.send(at < c.answers.size() ? c.answers[at] : QByteArray("\x06"));
+        };
+        OfficeTiming timing;
+        timing.enquiryWaitMs = 300;
+        ManualClock clock;
+        const OfficeResult r = CableOffice(device, clock, timing).send(files);
+        EXPECT_EQ(r.ok, c.ok) << r.error.toStdString();
+        EXPECT_EQ(sends, c.sends);
+        EXPECT_EQ(device.allWritten().endsWith(kEot), c.ok);
+        if (c.ok) {
+            EXPECT_EQ(digits, "1234567890");
+            EXPECT_EQ(r.files, (QStringList{"A.DAT", "B.DAT"}));
+            EXPECT_EQ(r.lines, 10u);
+        }
+    }
+}
+
+} // namespace
+} // namespace brovant::test
