@@ -50,12 +50,12 @@ struct Program {
         app.replaceMessages(&dialogs);
         if (!app.start())
             return false;
-        screen = qobject_cast<ListSelectionDlg*>(app.findScreen(QStringLiteral("listSelection")));
+        screen = app.stack().screen<ListSelectionDlg>();
         if (!screen)
             return false;
         // The last list is the current one: its row is selected and scrolled into view.
         state.currentList = kLists;
-        app.SwitchToDialog(screen);
+        app.stack().switchTo(screen);
         QApplication::processEvents();
         return screen->listView()->topLevelItemCount() == kLists;
     }
@@ -70,7 +70,7 @@ void BM_ListSelectionInitDialog(benchmark::State& state)
         return;
     }
     for (auto _ : state) {
-        program.screen->InitDialog();
+        program.screen->enter();
         QApplication::processEvents();
     }
 }
@@ -88,7 +88,7 @@ void BM_ListSelectionInitDialogAndPaint(benchmark::State& state)
         return;
     }
     for (auto _ : state) {
-        program.screen->InitDialog();
+        program.screen->enter();
         program.screen->repaint();
     }
 }

@@ -34,15 +34,15 @@ public:
     {
         notices.append(l1);
     }
-    int yesNo(const QString&, const QString&, const QString&, const QString&,
-              const QString&) override
-    {
-        return No;
-    }
-    int question(const QString&, const QString&, const QString&, const QString&, const QString&,
+    Answer yesNo(const QString&, const QString&, const QString&, const QString&,
                  const QString&) override
     {
-        return NoChoice;
+        return Answer::No;
+    }
+    Answer question(const QString&, const QString&, const QString&, const QString&, const QString&,
+                    const QString&) override
+    {
+        return Answer::None;
     }
     void info(int, const QString&, const QString& line2, const QString&) override { last = line2; }
     void progress(double) override {}

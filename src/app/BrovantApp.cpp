@@ -31,49 +31,57 @@ void brovantInitIconResources();
 namespace brovant {
 
 BrovantApp::BrovantApp(DeviceSession& session, AppState& state, Clock& clock)
-    : CNorvMFCApp(session, state, clock)
-    , m_qtDialogs(std::make_unique<QtMessageDialogs>(mainWindow(), session.root(),
+    : m_session(session)
+    , m_state(state)
+    , m_clock(clock)
+    , m_qtDialogs(std::make_unique<QtMessageDialogs>(m_stack.mainWindow(), session.root(),
                                                      [this] {
-                                                         if (CNorvBaseDlg* active = GetActiveDlg())
-                                                             active->ShowFullScreen();
+                                                         if (Screen* active =
+                                                                 m_stack.activeScreen())
+                                                             active->bringToFront();
                                                      }))
-    , m_lifecycle(std::make_unique<AppLifecycle>(session, state, clock, *m_qtDialogs, *this))
+    , m_device(makeDeviceControls(session, clock))
 {
     brovantInitIconResources();
-    setMessages(m_qtDialogs.get());
-    // The channel is chosen by the transfer settings in force at each transfer.
-    m_channels = std::make_unique<SettingsChannels>(
-        session.root(), session.store(), *m_qtDialogs, clock, &session.keepAwake(),
-        CableChannel::settingsOpener(session.store(),
-                                     qtSerialOpener(session.root(), *m_qtDialogs)));
-    setChannels(m_channels.get());
-    m_device = makeDeviceControls(session, clock);
-    setDevice(m_device.get());
     // The device flag is only known once start-up has run; backup() reads it then.
     m_backup = std::make_unique<BackupService>(session, *m_qtDialogs, state.getac);
-    setBackup(m_backup.get());
-    m_caliper = std::make_unique<CaliperReader>(session.root(), *m_qtDialogs, clock);
-    setCaliper(m_caliper.get());
+    replaceMessages(m_qtDialogs.get());
 }
 
 BrovantApp::~BrovantApp()
 {
     shutdown();
-    CNorvMFCApp::destroyScreens();
+    m_stack.destroyScreens();
 }
 
 void BrovantApp::replaceMessages(MessageDialogs* dialogs)
 {
-    setMessages(dialogs);
-    m_lifecycle = std::make_unique<AppLifecycle>(session(), state(), clock(), *dialogs, *this);
+    m_messages = dialogs;
+    m_lifecycle = std::make_unique<AppLifecycle>(m_session, m_state, m_clock, *dialogs, *this);
+    // The channel is chosen by the transfer settings in force at each transfer.
     m_channels = std::make_unique<SettingsChannels>(
-        session().root(), session().store(), *dialogs, clock(), &session().keepAwake(),
-        CableChannel::settingsOpener(session().store(),
-                                     qtSerialOpener(session().root(), *dialogs)));
-    setChannels(m_channels.get());
+        m_session.root(), m_session.store(), *dialogs, m_clock, &m_session.keepAwake(),
+        CableChannel::settingsOpener(m_session.store(),
+                                     qtSerialOpener(m_session.root(), *dialogs)));
     // The reader keeps the dialogs it was made with; it is made again before anyone started it.
-    m_caliper = std::make_unique<CaliperReader>(session().root(), *dialogs, clock());
-    setCaliper(m_caliper.get());
+    m_caliper = std::make_unique<CaliperReader>(m_session.root(), *dialogs, m_clock);
+}
+
+BackupService& BrovantApp::backup() const
+{
+    // Start-up sets the device flag, and tests and the demo tour replace the messages.
+    m_backup->setDialogs(*m_messages);
+    m_backup->setGetac(m_state.getac);
+    m_backup->setClock(&m_clock);
+    return *m_backup;
+}
+
+ScreenServices& BrovantApp::services()
+{
+    if (!m_services)
+        m_services.emplace(ScreenServices{m_stack, m_session, m_state, m_clock, *m_messages,
+                                          channels(), *m_device, backup(), m_caliper.get(), *this});
+    return *m_services;
 }
 
 bool BrovantApp::start()
@@ -87,17 +95,17 @@ void BrovantApp::shutdown()
     if (m_shutDown)
         return;
     m_shutDown = true;
-    if (m_mainMenu || !screens().empty())
+    if (m_mainMenu || !m_stack.screens().empty())
         m_lifecycle->shutdown();
 }
 
 void BrovantApp::secondStart()
 {
-    mainWindow()->show();
-    mainWindow()->raise();
-    mainWindow()->activateWindow();
-    if (CNorvBaseDlg* active = GetActiveDlg())
-        active->ShowFullScreen();
+    m_stack.mainWindow()->show();
+    m_stack.mainWindow()->raise();
+    m_stack.mainWindow()->activateWindow();
+    if (Screen* active = m_stack.activeScreen())
+        active->bringToFront();
     // A link lost while the device slept comes back only when the port is opened again.
     m_caliper->restart([this](bool busy) { setWaitCursor(busy); });
 }
@@ -105,46 +113,48 @@ void BrovantApp::secondStart()
 void BrovantApp::showMainMenu()
 {
     if (!m_mainMenu)
-        m_mainMenu = addScreen(std::make_unique<MainMenuDlg>(*this));
-    showMainWindow();
-    m_mainMenu->ShowFullScreen();
+        m_mainMenu = m_stack.addScreen(std::make_unique<MainMenuDlg>(services()));
+    m_stack.showMainWindow();
+    m_mainMenu->bringToFront();
     m_mainMenu->updateClock();
 }
 
 void BrovantApp::setMainMenuActive(bool active)
 {
     if (!active) {
-        SetActiveDlg(nullptr);
+        m_stack.setActiveScreen(nullptr);
         return;
     }
-    if (GetActiveDlg() == m_mainMenu)
+    if (m_stack.activeScreen() == m_mainMenu)
         return;
-    SwitchToDialog(m_mainMenu, 0);
+    m_stack.switchTo(m_mainMenu);
 }
 
 void BrovantApp::createScreens()
 {
     // Later screens join here, in the device's order of creation.
-    addScreen(std::make_unique<SystemInfoDlg>(*this));
-    addScreen(std::make_unique<SettingsDlg>(*this));
-    addScreen(std::make_unique<ConfigurationDlg>(*this));
-    addScreen(std::make_unique<ListHeaderDlg>(*this));
-    addScreen(std::make_unique<ListSelectionDlg>(*this));
-    addScreen(std::make_unique<TariffAssignmentDlg>(*this));
-    addScreen(std::make_unique<ListInfoDlg>(*this));
-    addScreen(std::make_unique<RegionDlg>(*this));
-    addScreen(std::make_unique<TallyDlg>(*this));
-    addScreen(std::make_unique<SpeciesSelectionDlg>(*this));
-    addScreen(std::make_unique<TotalsDlg>(*this));
-    addScreen(std::make_unique<DistributionDlg>(*this));
-    addScreen(std::make_unique<PrinterSettingsDlg>(*this));
-    addScreen(std::make_unique<CableSettingsDlg>(*this));
+    ScreenServices& with = services();
+    m_stack.addScreen(std::make_unique<SystemInfoDlg>(with));
+    m_stack.addScreen(std::make_unique<SettingsDlg>(with));
+    m_stack.addScreen(std::make_unique<ConfigurationDlg>(with));
+    m_stack.addScreen(std::make_unique<ListHeaderDlg>(with));
+    m_stack.addScreen(std::make_unique<ListSelectionDlg>(with));
+    m_stack.addScreen(std::make_unique<TariffAssignmentDlg>(with));
+    m_stack.addScreen(std::make_unique<ListInfoDlg>(with));
+    m_stack.addScreen(std::make_unique<RegionDlg>(with));
+    m_stack.addScreen(std::make_unique<TallyDlg>(with));
+    m_stack.addScreen(std::make_unique<SpeciesSelectionDlg>(with));
+    m_stack.addScreen(std::make_unique<TotalsDlg>(with));
+    m_stack.addScreen(std::make_unique<DistributionDlg>(with));
+    m_stack.addScreen(std::make_unique<PrinterSettingsDlg>(with));
+    m_stack.addScreen(std::make_unique<CableSettingsDlg>(with));
 }
 
 void BrovantApp::destroyScreens()
 {
     m_mainMenu = nullptr;
-    CNorvMFCApp::destroyScreens();
+    m_stack.destroyScreens();
+    m_services.reset();
 }
 
 void BrovantApp::setWaitCursor(bool wait)
@@ -160,7 +170,7 @@ void BrovantApp::setWaitCursor(bool wait)
 
 void BrovantApp::repaint()
 {
-    if (CNorvBaseDlg* active = GetActiveDlg())
+    if (Screen* active = m_stack.activeScreen())
         active->repaint();
     else if (m_mainMenu)
         m_mainMenu->repaint();

@@ -1,9 +1,10 @@
 #include "app/CableSettingsDlg.h"
 
-#include "app/CNorvMFCApp.h"
 #include "app/KeyTables.h"
-#include "workflow/AppState.h"
+#include "app/PrinterSettingsDlg.h"
+#include "app/ScreenStack.h"
 #include "masterdata/DeviceSession.h"
+#include "workflow/AppState.h"
 
 #include <QComboBox>
 #include <QLabel>
@@ -17,13 +18,14 @@ constexpr int kRowHeight = 30;
 
 } // namespace
 
-CableSettingsDlg::CableSettingsDlg(CNorvMFCApp& app)
-    : CNorvKeybDlg(app, QStringLiteral("cableSettings"))
-    , m_logic(app.session().store(), app.state().tables)
+CableSettingsDlg::CableSettingsDlg(ScreenServices& services)
+    : KeypadScreen(services.stack, QStringLiteral("cableSettings"))
+    , m_services(services)
+    , m_logic(services.session.store(), services.state.tables)
 {
 }
 
-void CableSettingsDlg::OnInitDialog()
+void CableSettingsDlg::setUp()
 {
     addTitle(QStringLiteral("Einstellungen - Kabel"), 4, 20);
     setStyleSheet(QStringLiteral("QComboBox QAbstractItemView::item { min-height: 26px; }"));
@@ -58,10 +60,10 @@ void CableSettingsDlg::OnInitDialog()
     }
     connect(m_port, &QComboBox::currentIndexChanged, this, &CableSettingsDlg::showSerialFields);
 
-    SetKeyboard(new CNorvKeyboard(keys::kBottomBarArea, keys::bottomBar(0, false)));
+    addKeyboard(new OnScreenKeyboard(keys::kBottomBarArea, keys::bottomBar(0, false)));
 }
 
-void CableSettingsDlg::InitDialog()
+void CableSettingsDlg::enter()
 {
     const CableEntries stored = m_logic.read();
     m_port->setCurrentIndex(stored.portEntry);
@@ -87,24 +89,24 @@ void CableSettingsDlg::showSerialFields()
     }
 }
 
-void CableSettingsDlg::OnOK()
+void CableSettingsDlg::onOk()
 {
     m_logic.confirm(shown());
     returnToCommunication();
 }
 
-void CableSettingsDlg::OnCancel()
+void CableSettingsDlg::onCancel()
 {
     returnToCommunication();
 }
 
 void CableSettingsDlg::returnToCommunication()
 {
-    CNorvBaseDlg* target = app().findScreen(QStringLiteral("printerSettings"));
+    Screen* target = stack().screen<PrinterSettingsDlg>();
     if (!target)
-        target = GetPrevDlg();
+        target = previousScreen();
     if (target && target != this)
-        app().SwitchToDialog(target, 0);
+        stack().switchTo(target);
 }
 
 } // namespace brovant

@@ -3,7 +3,8 @@
 // rate, word length and stop bits. Both confirm and cancel lead back to the communication screen.
 #pragma once
 
-#include "app/CNorvKeybDlg.h"
+#include "app/KeypadScreen.h"
+#include "app/ScreenServices.h"
 #include "workflow/CableSettingsLogic.h"
 
 #include <array>
@@ -13,20 +14,22 @@ class QLabel;
 
 namespace brovant {
 
-class CableSettingsDlg : public CNorvKeybDlg {
+class CableSettingsDlg : public KeypadScreen {
     Q_OBJECT
-public:
-    explicit CableSettingsDlg(CNorvMFCApp& app);
+    ScreenServices& m_services;
 
-    void InitDialog() override;
-    void OnOK() override;
-    void OnCancel() override;
+public:
+    explicit CableSettingsDlg(ScreenServices& services);
+
+    void enter() override;
+    void onOk() override;
+    void onCancel() override;
 
     // The lists' entries as they stand.
     CableEntries shown() const;
 
 protected:
-    void OnInitDialog() override;
+    void setUp() override;
 
 private:
     void showSerialFields();

@@ -1,7 +1,8 @@
 #include "app/ConfigurationDlg.h"
 
-#include "app/CNorvMFCApp.h"
 #include "app/KeyTables.h"
+#include "app/MainMenuDlg.h"
+#include "app/ScreenStack.h"
 #include "data/Schema.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/MessageDialogs.h"
@@ -33,16 +34,18 @@ int columnsOf(ConfigPage page)
 
 } // namespace
 
-ConfigurationDlg::ConfigurationDlg(CNorvMFCApp& app)
-    : CNorvDBDialog(app, QStringLiteral("configuration"), schema::Konfiguration)
-    , m_logic(app.session().store(), dataset())
+ConfigurationDlg::ConfigurationDlg(ScreenServices& services)
+    : RecordScreen(services.stack, services.session.database(), QStringLiteral("configuration"),
+                   schema::Konfiguration)
+    , m_services(services)
+    , m_logic(services.session.store(), dataset())
 {
 }
 
-void ConfigurationDlg::OnInitDialog()
+void ConfigurationDlg::setUp()
 {
-    SetKeyboard(new CNorvKeyboard(keys::kFullArea, keys::letters()));
-    SetKeyboard(new CNorvKeyboard(keys::kFullArea, keys::digits()));
+    addKeyboard(new OnScreenKeyboard(keys::kFullArea, keys::letters()));
+    addKeyboard(new OnScreenKeyboard(keys::kFullArea, keys::digits()));
 
     // A field reached by the field keys comes all selected, so typing replaces it, yet shows its
     // start: imported company lines end in blanks. A tap still places the cursor.
@@ -60,7 +63,7 @@ void ConfigurationDlg::OnInitDialog()
         "QPushButton:checked { background: #2e5e3a; color: white; font-weight: bold; }"
         "QLineEdit { padding: 0px 1px; }"));
 
-    const int keyWidth = CNorvMFCApp::kScreenWidth / ConfigurationLogic::kPages;
+    const int keyWidth = ScreenStack::kScreenWidth / ConfigurationLogic::kPages;
     for (int i = 0; i < ConfigurationLogic::kPages; ++i) {
         const auto page = ConfigPage(i);
         auto* key = new QPushButton(ConfigurationLogic::pageTitle(page), this);
@@ -68,12 +71,12 @@ void ConfigurationDlg::OnInitDialog()
         key->setFocusPolicy(Qt::NoFocus);
         key->setCheckable(true);
         key->setGeometry(i * keyWidth, kPageKeyTop, keyWidth - 1, kPageKeyHeight);
-        connect(key, &QPushButton::clicked, this, [this, i] { OnCommand(kPageCommand + i); });
+        connect(key, &QPushButton::clicked, this, [this, i] { onCommand(kPageCommand + i); });
         m_pageKeys[size_t(i)] = key;
 
         auto* fields = new QWidget(this);
         fields->setObjectName(QStringLiteral("fields") + ConfigurationLogic::pageTitle(page));
-        fields->setGeometry(0, kFieldsTop, CNorvMFCApp::kScreenWidth,
+        fields->setGeometry(0, kFieldsTop, ScreenStack::kScreenWidth,
                             keys::kFullArea.top() - kFieldsTop);
         buildPage(page, fields);
         fields->hide();
@@ -85,7 +88,7 @@ void ConfigurationDlg::buildPage(ConfigPage page, QWidget* container)
 {
     const std::span<const ConfigBinding> fields = ConfigurationLogic::bindings(page);
     const size_t columns = size_t(columnsOf(page));
-    QFont font = GetDefaultFont();
+    QFont font = defaultFont();
     if (columns > 1)
         font.setPixelSize(11);
     const QFontMetrics metrics(font);
@@ -96,7 +99,7 @@ void ConfigurationDlg::buildPage(ConfigPage page, QWidget* container)
     }
     // Each cell is margin, label, gap, edit, margin; the edits of a row get equal widths.
     constexpr int kGap = 2;
-    int editWidth = CNorvMFCApp::kScreenWidth - 3 * kGap * int(columns);
+    int editWidth = ScreenStack::kScreenWidth - 3 * kGap * int(columns);
     for (size_t c = 0; c < columns; ++c)
         editWidth -= labelWidth[c];
     editWidth /= int(columns);
@@ -111,7 +114,7 @@ void ConfigurationDlg::buildPage(ConfigPage page, QWidget* container)
         const int editLeft = left + labelWidth[column] + kGap;
         // A field left alone on the last row gets the rest of the width.
         const bool alone = column == 0 && i + 1 == fields.size();
-        const int width = alone ? CNorvMFCApp::kScreenWidth - kGap - editLeft : editWidth;
+        const int width = alone ? ScreenStack::kScreenWidth - kGap - editLeft : editWidth;
         const QString name = QString::fromLatin1(binding.column);
 
         auto* label = new QLabel(QString::fromUtf8(binding.label), container);
@@ -134,15 +137,15 @@ void ConfigurationDlg::openPage(int page)
 {
     if (!ConfigurationLogic::isPage(page))
         return;
-    if (app().GetActiveDlg() == this) {
-        OnCommand(kPageCommand + page);
+    if (stack().activeScreen() == this) {
+        onCommand(kPageCommand + page);
         return;
     }
     m_page = ConfigPage(page);
-    app().SwitchToDialog(this, 0);
+    stack().switchTo(this);
 }
 
-void ConfigurationDlg::InitDialog()
+void ConfigurationDlg::enter()
 {
     showKeyboard(0);
     showPage(m_page);
@@ -161,7 +164,7 @@ void ConfigurationDlg::showPage(ConfigPage page)
         edit->setCursorPosition(0);
     m_edits[size_t(page)].front()->setFocus(Qt::TabFocusReason);
     if (!opened.ok())
-        app().messages().notice(opened.error);
+        m_services.messages.notice(opened.error);
 }
 
 bool ConfigurationDlg::pageModified()
@@ -180,15 +183,15 @@ bool ConfigurationDlg::confirmPage()
     storeFields();
     const ConfigResult confirmed = m_logic.confirm(m_page);
     if (!confirmed.ok())
-        app().messages().notice(confirmed.error);
+        m_services.messages.notice(confirmed.error);
     return confirmed.ok();
 }
 
-void ConfigurationDlg::OnCommand(int id)
+void ConfigurationDlg::onCommand(int id)
 {
     const int page = id - kPageCommand;
     if (!ConfigurationLogic::isPage(page)) {
-        CNorvDBDialog::OnCommand(id);
+        RecordScreen::onCommand(id);
         return;
     }
     if (ConfigPage(page) == m_page) {
@@ -197,7 +200,7 @@ void ConfigurationDlg::OnCommand(int id)
     }
     // Leaving a page would drop what was typed on it; the user decides.
     if (pageModified()
-        && app().messages().yesNo(QStringLiteral("Änderungen speichern?")) == MessageDialogs::Yes
+        && m_services.messages.yesNo(QStringLiteral("Änderungen speichern?")) == Answer::Yes
         && !confirmPage()) {
         m_pageKeys[size_t(page)]->setChecked(false);
         return;
@@ -205,24 +208,24 @@ void ConfigurationDlg::OnCommand(int id)
     showPage(ConfigPage(page));
 }
 
-void ConfigurationDlg::OnOK()
+void ConfigurationDlg::onOk()
 {
     if (confirmPage())
         returnToCaller();
 }
 
-void ConfigurationDlg::OnCancel()
+void ConfigurationDlg::onCancel()
 {
     returnToCaller();
 }
 
 void ConfigurationDlg::returnToCaller()
 {
-    CNorvBaseDlg* target = GetPrevDlg();
+    Screen* target = previousScreen();
     if (!target || target == this)
-        target = app().findScreen(QStringLiteral("mainMenu"));
+        target = stack().screen<MainMenuDlg>();
     if (target)
-        app().SwitchToDialog(target, 0);
+        stack().switchTo(target);
 }
 
 } // namespace brovant

@@ -3,7 +3,8 @@
 // full soft keyboard; confirming writes the shown page to the row and the registry.
 #pragma once
 
-#include "app/CNorvDBDialog.h"
+#include "app/RecordScreen.h"
+#include "app/ScreenServices.h"
 #include "workflow/ConfigurationLogic.h"
 
 #include <array>
@@ -13,26 +14,28 @@ class QPushButton;
 
 namespace brovant {
 
-class ConfigurationDlg : public CNorvDBDialog {
+class ConfigurationDlg : public RecordScreen {
     Q_OBJECT
+    ScreenServices& m_services;
+
 public:
     // Page keys send kPageCommand + page.
     static constexpr int kPageCommand = 1201;
 
-    explicit ConfigurationDlg(CNorvMFCApp& app);
+    explicit ConfigurationDlg(ScreenServices& services);
 
     // Switches to this screen at `page` (a ConfigPage value), or turns to that page when the
     // screen is already shown. The screen returns to whatever was active before it.
     void openPage(int page);
     ConfigPage page() const { return m_page; }
 
-    void InitDialog() override;
-    void OnCommand(int id) override;
-    void OnOK() override;
-    void OnCancel() override;
+    void enter() override;
+    void onCommand(int id) override;
+    void onOk() override;
+    void onCancel() override;
 
 protected:
-    void OnInitDialog() override;
+    void setUp() override;
 
 private:
     void buildPage(ConfigPage page, QWidget* container);

@@ -1,23 +1,23 @@
 #include "app/DemoTour.h"
 
 #include "app/BrovantApp.h"
-#include "app/CNorvKeyboard.h"
 #include "app/ConfigurationDlg.h"
 #include "app/DistributionDlg.h"
 #include "app/ListHeaderDlg.h"
+#include "app/ListInfoDlg.h"
 #include "app/ListSelectionDlg.h"
 #include "app/MainMenuDlg.h"
+#include "app/OnScreenKeyboard.h"
 #include "app/PrinterSettingsDlg.h"
 #include "app/QtMessageDialogs.h"
 #include "app/RegionDlg.h"
 #include "app/RestoreDlg.h"
 #include "app/SettingsDlg.h"
 #include "app/SpeciesSelectionDlg.h"
+#include "app/SystemInfoDlg.h"
 #include "app/TallyDlg.h"
 #include "app/TariffAssignmentDlg.h"
 #include "app/TotalsDlg.h"
-#include "workflow/AppState.h"
-#include "workflow/ListSelectionLogic.h"
 #include "data/Dataset.h"
 #include "data/Schema.h"
 #include "data/TreeRows.h"
@@ -26,6 +26,8 @@
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
 #include "tally/Lookup.h"
+#include "workflow/AppState.h"
+#include "workflow/ListSelectionLogic.h"
 
 #include <QApplication>
 #include <QComboBox>
@@ -135,10 +137,10 @@ public:
         , m_camera(camera)
     {
     }
-    void answerNext(int answer) { m_answers.push_back(answer); }
+    void answerNext(Answer answer) { m_answers.push_back(answer); }
 
 protected:
-    int run(MessageDialog& dialog) override
+    Answer run(MessageDialog& dialog) override
     {
         dialog.show();
         m_camera.take(QStringLiteral("%1-%2").arg(
@@ -153,8 +155,9 @@ protected:
             QApplication::processEvents();
         }
         if (m_answers.empty())
-            return dialog.findChild<QWidget*>(QStringLiteral("button1055")) ? 1 : No;
-        const int answer = m_answers.front();
+            return dialog.findChild<QWidget*>(QStringLiteral("button1055")) ? Answer::Ok
+                                                                            : Answer::No;
+        const Answer answer = m_answers.front();
         m_answers.pop_front();
         return answer;
     }
@@ -169,27 +172,33 @@ protected:
 
 private:
     Camera& m_camera;
-    std::deque<int> m_answers;
+    std::deque<Answer> m_answers;
     QString m_lastInfo;
 };
 
 // Clicks the key of that object name on the screen's shown keyboard, as a finger would.
-void press(CNorvKeybDlg* screen, const QString& key)
+void press(KeypadScreen* screen, const QString& key)
 {
-    if (auto* found = screen->keyboard()->findChild<CNorvKey*>(key))
+    if (auto* found = screen->keyboard()->findChild<KeyButton*>(key))
         found->click();
 }
 
-void type(CNorvKeybDlg* screen, const QString& text)
+void press(KeypadScreen* screen, int command)
+{
+    if (KeyButton* found = screen->keyboard()->keyFor(command))
+        found->click();
+}
+
+void type(KeypadScreen* screen, const QString& text)
 {
     for (const QChar c : text)
         press(screen, QStringLiteral("char_") + c);
 }
 
 // The three configuration pages, then a modem entry typed on the soft keys and confirmed.
-void tourConfiguration(CNorvMFCApp& app, Camera& camera)
+void tourConfiguration(BrovantApp& app, Camera& camera)
 {
-    auto* config = qobject_cast<ConfigurationDlg*>(app.findScreen(QStringLiteral("configuration")));
+    auto* config = app.stack().screen<ConfigurationDlg>();
     if (!config)
         return;
     config->openPage(int(ConfigPage::CompanyHeader));
@@ -200,34 +209,33 @@ void tourConfiguration(CNorvMFCApp& app, Camera& camera)
     }
     config->findChild<QAbstractButton*>(QStringLiteral("pageModem"))->click();
     type(config, QStringLiteral("BÜRO"));
-    press(config, QStringLiteral("key%1").arg(CNorvKeybDlg::kNextField));
-    press(config, QStringLiteral("key%1").arg(CNorvKeybDlg::kZiff));
+    press(config, KeypadScreen::kNextField);
+    press(config, KeypadScreen::kZiff);
     type(config, QStringLiteral("07612345"));
     camera.take(QStringLiteral("Konfiguration Modem Ziffern"));
-    press(config, QStringLiteral("key%1").arg(CNorvKeybDlg::kEnter));
+    press(config, KeypadScreen::kEnter);
 }
 
 // The system information, reached with the main menu's key, and back.
 void tourSystemInfo(BrovantApp& app, Camera& camera)
 {
-    press(app.mainMenu(), QStringLiteral("key%1").arg(MainMenuDlg::kSystemInfo));
-    auto* info = qobject_cast<CNorvKeybDlg*>(app.findScreen(QStringLiteral("systemInfo")));
-    if (!info || app.GetActiveDlg() != info)
+    press(app.mainMenu(), MainMenuDlg::kSystemInfo);
+    auto* info = app.stack().screen<SystemInfoDlg>();
+    if (!info || app.stack().activeScreen() != info)
         return;
     camera.take(QStringLiteral("Systeminfo"));
-    press(info, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
+    press(info, Screen::kCancel);
 }
 
 // The assignments of all regions; region, species and tariff picked from the list keyboards make a
 // combination that exists already, so saving is refused. Then back.
-void tourTariffAssignment(CNorvMFCApp& app, Camera& camera)
+void tourTariffAssignment(BrovantApp& app, Camera& camera)
 {
-    auto* screen =
-        qobject_cast<TariffAssignmentDlg*>(app.findScreen(QStringLiteral("tariffAssignment")));
+    auto* screen = app.stack().screen<TariffAssignmentDlg>();
     if (!screen)
         return;
     const auto pick = [screen](const QString& code) {
-        CNorvKeyboard* list = screen->keyboard();
+        OnScreenKeyboard* list = screen->keyboard();
         for (int page = 0; page < list->pageCount(); ++page) {
             list->showPage(page);
             for (int i = 0; i < list->keyCount(); ++i) {
@@ -240,31 +248,30 @@ void tourTariffAssignment(CNorvMFCApp& app, Camera& camera)
     };
     screen->openAll();
     camera.take(QStringLiteral("Tarif-Zuordnung"));
-    screen->findChild<CNorvKey*>(QStringLiteral("key%1").arg(TariffAssignmentDlg::kRegionKeys))
-        ->click();
+    screen->shownKey(TariffAssignmentDlg::kRegionKeys)->click();
     pick(QStringLiteral("WR01"));
     pick(QStringLiteral("FI"));
     camera.take(QStringLiteral("Tarif-Zuordnung Tarifliste"));
     pick(QStringLiteral("FI01"));
-    screen->findChild<CNorvKey*>(QStringLiteral("key%1").arg(TariffAssignmentDlg::kSave))->click();
-    press(screen, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
+    screen->shownKey(TariffAssignmentDlg::kSave)->click();
+    press(screen, Screen::kCancel);
 }
 
 // Characters from the letter or digit keyboard, switching with "Ziff" until the key is shown.
-void typeAny(CNorvKeybDlg* screen, const QString& text)
+void typeAny(KeypadScreen* screen, const QString& text)
 {
     for (const QChar c : text) {
         const QString key = QStringLiteral("char_") + c;
-        for (int tries = 0; tries < 3 && !screen->keyboard()->findChild<CNorvKey*>(key); ++tries)
-            press(screen, QStringLiteral("key%1").arg(CNorvKeybDlg::kZiff));
+        for (int tries = 0; tries < 3 && !screen->keyboard()->findChild<KeyButton*>(key); ++tries)
+            press(screen, KeypadScreen::kZiff);
         press(screen, key);
     }
 }
 
 // The entry of the list keyboard shown now, turning its pages.
-void pickEntry(CNorvKeybDlg* screen, const QString& text)
+void pickEntry(KeypadScreen* screen, const QString& text)
 {
-    CNorvKeyboard* list = screen->keyboard();
+    OnScreenKeyboard* list = screen->keyboard();
     for (int page = 0; page < list->pageCount(); ++page) {
         list->showPage(page);
         for (int i = 0; i < list->keyCount(); ++i) {
@@ -282,24 +289,24 @@ void pickEntry(CNorvKeybDlg* screen, const QString& text)
 // list information of the new list.
 void tourNewList(BrovantApp& app, Camera& camera, TourDialogs& dialogs)
 {
-    press(app.mainMenu(), QStringLiteral("key%1").arg(MainMenuDlg::kNewList));
-    auto* header = qobject_cast<ListHeaderDlg*>(app.findScreen(QStringLiteral("listHeader")));
-    if (!header || app.GetActiveDlg() != header)
+    press(app.mainMenu(), MainMenuDlg::kNewList);
+    auto* header = app.stack().screen<ListHeaderDlg>();
+    if (!header || app.stack().activeScreen() != header)
         return;
-    const QString next = QStringLiteral("key%1").arg(CNorvKeybDlg::kNextField);
-    const QString enter = QStringLiteral("key%1").arg(CNorvKeybDlg::kEnter);
+    const int next = KeypadScreen::kNextField;
+    const int enter = KeypadScreen::kEnter;
     camera.take(QStringLiteral("Liste anlegen Seite 1"));
     typeAny(header, QStringLiteral("HIEB01"));
     press(header, next);
     typeAny(header, QStringLiteral("NORDHANG"));
     for (int field = 0; field < 3; ++field)
         press(header, next);
-    press(header, QStringLiteral("key%1").arg(CNorvKeybDlg::kZiff));
+    press(header, KeypadScreen::kZiff);
     typeAny(header, QStringLiteral("WR9"));
-    dialogs.answerNext(2); // "Abbruch"
+    dialogs.answerNext(Answer::Second); // "Abbruch"
     press(header, enter);
     header->findChild<QLineEdit*>(QStringLiteral("REGION_A"))->clear();
-    press(header, QStringLiteral("key%1").arg(CNorvKeybDlg::kZiff));
+    press(header, KeypadScreen::kZiff);
     camera.take(QStringLiteral("Liste anlegen Wuchsregionen"));
     pickEntry(header, QStringLiteral("WR01"));
     press(header, enter);
@@ -321,22 +328,22 @@ void tourNewList(BrovantApp& app, Camera& camera, TourDialogs& dialogs)
     press(header, next);
     camera.take(QStringLiteral("Liste anlegen Seite 9"));
     press(header, enter); // "Es wurden nicht alle Pflicht-Kopfdaten eingegeben!"
-    press(header, QStringLiteral("key%1").arg(CNorvKeybDlg::kPreviousField));
-    press(header, QStringLiteral("key%1").arg(CNorvKeybDlg::kPreviousField));
+    press(header, KeypadScreen::kPreviousField);
+    press(header, KeypadScreen::kPreviousField);
     header->findChild<QLineEdit*>(QStringLiteral("KOPF12_A"))->setFocus(Qt::MouseFocusReason);
     pickEntry(header, QStringLiteral("Max Mustermann"));
     camera.take(QStringLiteral("Liste anlegen Seite 7"));
     for (int page = 7; page <= 9; ++page)
         press(header, enter);
 
-    auto* info = qobject_cast<CNorvKeybDlg*>(app.findScreen(QStringLiteral("listInfo")));
+    auto* info = app.stack().screen<ListInfoDlg>();
     if (!info)
         return;
-    app.SwitchToDialog(info, 0);
+    app.stack().switchTo(info);
     camera.take(QStringLiteral("Listeninformation"));
-    press(info, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
-    if (app.GetActiveDlg() != app.mainMenu())
-        app.SwitchToDialog(app.mainMenu(), 0);
+    press(info, Screen::kCancel);
+    if (app.stack().activeScreen() != app.mainMenu())
+        app.stack().switchTo(app.mainMenu());
 }
 
 // Two more lists beside whatever the device holds, written the way a finished header is stored.
@@ -366,40 +373,41 @@ void addTourLists(DeviceSession& session)
 // question (answered "NEIN") and the model list question (answered "Ja"), then back.
 // From the main menu to the list selection, the list whose name starts with `name` selected,
 // `tab` shown and `key` pressed: the screen that key opened, or null where a step failed.
-CNorvBaseDlg* fromListSelection(BrovantApp& app, const QString& name, int tab, int key)
+Screen* fromListSelection(BrovantApp& app, const QString& name, int tab, int key)
 {
-    if (app.GetActiveDlg() != app.mainMenu())
-        app.SwitchToDialog(app.mainMenu(), 0);
-    press(app.mainMenu(), QStringLiteral("key%1").arg(MainMenuDlg::kSelectList));
-    auto* lists = qobject_cast<ListSelectionDlg*>(app.findScreen(QStringLiteral("listSelection")));
-    if (!lists || app.GetActiveDlg() != lists)
+    if (app.stack().activeScreen() != app.mainMenu())
+        app.stack().switchTo(app.mainMenu());
+    press(app.mainMenu(), MainMenuDlg::kSelectList);
+    auto* lists = app.stack().screen<ListSelectionDlg>();
+    if (!lists || app.stack().activeScreen() != lists)
         return nullptr;
     const auto found = lists->listView()->findItems(name, Qt::MatchStartsWith, 0);
     if (found.isEmpty())
         return nullptr;
     lists->listView()->setCurrentItem(found.first());
     lists->showTab(tab);
-    press(lists, QStringLiteral("key%1").arg(key));
-    CNorvBaseDlg* opened = app.GetActiveDlg();
+    press(lists, key);
+    Screen* opened = app.stack().activeScreen();
     return opened == lists ? nullptr : opened;
 }
 
 // Back from the list selection to the main menu, where the tour left it open.
 void backFromListSelection(BrovantApp& app)
 {
-    CNorvBaseDlg* lists = app.findScreen(QStringLiteral("listSelection"));
-    if (auto* screen = qobject_cast<CNorvKeybDlg*>(lists); screen && app.GetActiveDlg() == lists)
-        press(screen, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
+    Screen* lists = app.stack().screen<ListSelectionDlg>();
+    if (auto* screen = qobject_cast<KeypadScreen*>(lists);
+        screen && app.stack().activeScreen() == lists)
+        press(screen, Screen::kCancel);
 }
 
 void tourListSelection(BrovantApp& app, Camera& camera, TourDialogs& dialogs)
 {
-    if (app.GetActiveDlg() != app.mainMenu())
-        app.SwitchToDialog(app.mainMenu(), 0);
+    if (app.stack().activeScreen() != app.mainMenu())
+        app.stack().switchTo(app.mainMenu());
     addTourLists(app.session());
-    press(app.mainMenu(), QStringLiteral("key%1").arg(MainMenuDlg::kSelectList));
-    auto* screen = qobject_cast<ListSelectionDlg*>(app.findScreen(QStringLiteral("listSelection")));
-    if (!screen || app.GetActiveDlg() != screen)
+    press(app.mainMenu(), MainMenuDlg::kSelectList);
+    auto* screen = app.stack().screen<ListSelectionDlg>();
+    if (!screen || app.stack().activeScreen() != screen)
         return;
     const char* tabs[] = {"Holzaufnahme", "Auswertung", "DÜ"};
     for (int tab = 0; tab < 3; ++tab) {
@@ -408,16 +416,16 @@ void tourListSelection(BrovantApp& app, Camera& camera, TourDialogs& dialogs)
     }
     QTreeWidget* view = screen->listView();
     view->setCurrentItem(view->topLevelItem(view->topLevelItemCount() - 1));
-    press(screen, QStringLiteral("key%1").arg(ListSelectionDlg::kMark));
+    press(screen, ListSelectionDlg::kMark);
     camera.take(QStringLiteral("Listenauswahl markiert"));
 
     screen->showTab(ListSelectionDlg::TallyTab);
-    dialogs.answerNext(MessageDialogs::No);
-    press(screen, QStringLiteral("key%1").arg(ListSelectionDlg::kDelete));
-    dialogs.answerNext(1); // "Ja"
-    press(screen, QStringLiteral("key%1").arg(ListSelectionDlg::kModel));
+    dialogs.answerNext(Answer::No);
+    press(screen, ListSelectionDlg::kDelete);
+    dialogs.answerNext(Answer::First); // "Ja"
+    press(screen, ListSelectionDlg::kModel);
     camera.take(QStringLiteral("Listenauswahl Modell-Liste"));
-    press(screen, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
+    press(screen, Screen::kCancel);
 }
 
 // The regions of "SUED02" from the list selection's "Region": one picked from the master regions,
@@ -428,7 +436,7 @@ void tourRegion(BrovantApp& app, Camera& camera)
         app, QStringLiteral("SUED02"), ListSelectionDlg::TallyTab, ListSelectionDlg::kRegion));
     if (!regions)
         return;
-    CNorvKeyboard* list = regions->keyboard();
+    OnScreenKeyboard* list = regions->keyboard();
     for (int i = 0; i < list->keyCount(); ++i) {
         if (list->key(i)->def().commandId == RegionDlg::kRegionEntry
             && list->key(i)->caption() == QLatin1StringView("WR01")) {
@@ -437,14 +445,14 @@ void tourRegion(BrovantApp& app, Camera& camera)
         }
     }
     camera.take(QStringLiteral("Wuchsregionen"));
-    press(regions, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
+    press(regions, Screen::kCancel);
     backFromListSelection(app);
 }
 
 // The key showing `caption` on the keyboard shown now, turning its pages.
-void pickCaption(CNorvKeybDlg* screen, const QString& caption)
+void pickCaption(KeypadScreen* screen, const QString& caption)
 {
-    CNorvKeyboard* keys = screen->keyboard();
+    OnScreenKeyboard* keys = screen->keyboard();
     for (int page = 0; page < keys->pageCount(); ++page) {
         keys->showPage(page);
         for (int i = 0; i < keys->keyCount(); ++i) {
@@ -461,12 +469,12 @@ void pickCaption(CNorvKeybDlg* screen, const QString& caption)
 // 12, another for the caliper's key 8); the totals; then back to the list selection.
 void tourTally(BrovantApp& app, Camera& camera)
 {
-    if (app.GetActiveDlg() != app.mainMenu())
-        app.SwitchToDialog(app.mainMenu(), 0);
-    press(app.mainMenu(), QStringLiteral("key%1").arg(MainMenuDlg::kSelectList));
-    auto* lists = qobject_cast<ListSelectionDlg*>(app.findScreen(QStringLiteral("listSelection")));
-    auto* tally = qobject_cast<TallyDlg*>(app.findScreen(QStringLiteral("tally")));
-    if (!lists || !tally || app.GetActiveDlg() != lists)
+    if (app.stack().activeScreen() != app.mainMenu())
+        app.stack().switchTo(app.mainMenu());
+    press(app.mainMenu(), MainMenuDlg::kSelectList);
+    auto* lists = app.stack().screen<ListSelectionDlg>();
+    auto* tally = app.stack().screen<TallyDlg>();
+    if (!lists || !tally || app.stack().activeScreen() != lists)
         return;
     QTreeWidget* view = lists->listView();
     const auto found = view->findItems(QStringLiteral("SUED02"), Qt::MatchStartsWith, 0);
@@ -474,12 +482,12 @@ void tourTally(BrovantApp& app, Camera& camera)
         return;
     view->setCurrentItem(found.first());
     lists->showTab(ListSelectionDlg::TallyTab);
-    press(lists, QStringLiteral("key%1").arg(ListSelectionDlg::kTally));
-    if (app.GetActiveDlg() != tally)
+    press(lists, ListSelectionDlg::kTally);
+    if (app.stack().activeScreen() != tally)
         return;
     camera.take(QStringLiteral("Holzaufnahme"));
 
-    const QString enter = QStringLiteral("key%1").arg(CNorvKeybDlg::kEnter);
+    const int enter = KeypadScreen::kEnter;
     press(tally, enter); // nothing entered yet: "Holzart fehlt !!!"
     camera.take(QStringLiteral("Holzaufnahme Holzarten"));
     pickCaption(tally, QStringLiteral("BU"));
@@ -490,7 +498,7 @@ void tourTally(BrovantApp& app, Camera& camera)
         press(tally, enter);
     }
     // Back over the class to the count; Enter leads on through the class to the diameter.
-    const QString previous = QStringLiteral("key%1").arg(CNorvKeybDlg::kPreviousField);
+    const int previous = KeypadScreen::kPreviousField;
     press(tally, previous);
     press(tally, previous);
     type(tally, QStringLiteral("3"));
@@ -500,40 +508,40 @@ void tourTally(BrovantApp& app, Camera& camera)
     camera.take(QStringLiteral("Holzaufnahme Eingabe"));
     press(tally, enter);
     camera.take(QStringLiteral("Holzaufnahme drei Baeume"));
-    press(tally, QStringLiteral("key%1").arg(TallyDlg::kUp));
+    press(tally, TallyDlg::kUp);
     camera.take(QStringLiteral("Holzaufnahme zurueckgeblaettert"));
-    press(tally, QStringLiteral("key%1").arg(TallyDlg::kEtc));
-    press(tally, QStringLiteral("key%1").arg(TallyDlg::kEnd));
-    press(tally, QStringLiteral("key%1").arg(TallyDlg::kEtc));
+    press(tally, TallyDlg::kEtc);
+    press(tally, TallyDlg::kEnd);
+    press(tally, TallyDlg::kEtc);
     camera.take(QStringLiteral("Holzaufnahme Funktionen"));
 
-    press(tally, QStringLiteral("key%1").arg(TallyDlg::kSpeciesSetup));
-    auto* species = qobject_cast<SpeciesSelectionDlg*>(app.findScreen(QStringLiteral("species")));
-    if (species && app.GetActiveDlg() == species) {
+    press(tally, TallyDlg::kSpeciesSetup);
+    auto* species = app.stack().screen<SpeciesSelectionDlg>();
+    if (species && app.stack().activeScreen() == species) {
         camera.take(QStringLiteral("Einstellung der Holzart"));
-        press(species, QStringLiteral("key%1").arg(SpeciesSelectionDlg::kLetters));
+        press(species, SpeciesSelectionDlg::kLetters);
         type(species, QStringLiteral("KIR"));
         camera.take(QStringLiteral("Einstellung der Holzart getippt"));
         press(species, enter);
-        press(species, QStringLiteral("key%1").arg(SpeciesSelectionDlg::kFirstSlot + 11));
-        press(species, QStringLiteral("key%1").arg(SpeciesSelectionDlg::kLetters));
+        press(species, SpeciesSelectionDlg::kFirstSlot + 11);
+        press(species, SpeciesSelectionDlg::kLetters);
         type(species, QStringLiteral("WEI"));
         press(species, enter);
-        press(species, QStringLiteral("key%1").arg(SpeciesSelectionDlg::kCaliperKey));
+        press(species, SpeciesSelectionDlg::kCaliperKey);
         camera.take(QStringLiteral("Einstellung der Holzart HA12 und Kluppe"));
-        press(species, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
+        press(species, Screen::kCancel);
     }
-    if (app.GetActiveDlg() != tally)
+    if (app.stack().activeScreen() != tally)
         return;
-    press(tally, QStringLiteral("key%1").arg(TallyDlg::kEtc));
-    press(tally, QStringLiteral("key%1").arg(TallyDlg::kEval));
-    if (CNorvBaseDlg* totals = app.findScreen(QStringLiteral("totals"));
-        totals && app.GetActiveDlg() == totals) {
+    press(tally, TallyDlg::kEtc);
+    press(tally, TallyDlg::kEval);
+    if (Screen* totals = app.stack().screen<TotalsDlg>();
+        totals && app.stack().activeScreen() == totals) {
         camera.take(QStringLiteral("Gesamtsumme"));
-        totals->OnCommand(CNorvBaseDlg::IDCANCEL);
+        totals->onCommand(Screen::kCancel);
     }
-    if (app.GetActiveDlg() == tally)
-        press(tally, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
+    if (app.stack().activeScreen() == tally)
+        press(tally, Screen::kCancel);
 }
 
 // A mixed stand in "EICHE03", saved as the tally saves trees (class and volume from the master
@@ -587,19 +595,17 @@ void tourReports(BrovantApp& app, Camera& camera)
     if (!totals)
         return;
     camera.take(QStringLiteral("Gesamtsumme Eichenwertholz"));
-    press(totals, QStringLiteral("key%1").arg(TotalsDlg::kDistribution));
-    if (auto* chart = app.findScreen(QStringLiteral("distribution"));
-        chart && app.GetActiveDlg() == chart) {
+    press(totals, TotalsDlg::kDistribution);
+    if (auto* chart = app.stack().screen<DistributionDlg>();
+        chart && app.stack().activeScreen() == chart) {
         camera.take(QStringLiteral("Durchmesserverteilung alle"));
-        press(static_cast<CNorvKeybDlg*>(chart),
-              QStringLiteral("key%1").arg(DistributionDlg::kNextSpecies));
+        press(static_cast<KeypadScreen*>(chart), DistributionDlg::kNextSpecies);
         camera.take(QStringLiteral("Durchmesserverteilung Holzart"));
-        press(static_cast<CNorvKeybDlg*>(chart),
-              QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
+        press(static_cast<KeypadScreen*>(chart), Screen::kCancel);
     }
 
     // "Ausdruck" writes the listing into the printer path; its pages as the paper shows them.
-    press(totals, QStringLiteral("key%1").arg(TotalsDlg::kPrint));
+    press(totals, TotalsDlg::kPrint);
     const ReportSources sources{session.database(), session.store(), tables, app.clock().now()};
     if (const auto report = reports::listing(sources, list->idFile)) {
         const int pageLength = reports::pageLength(tables);
@@ -616,7 +622,7 @@ void tourReports(BrovantApp& app, Camera& camera)
             camera.keep(image, QStringLiteral("Ausdruck Seite %1").arg(i + 1));
         }
     }
-    press(totals, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
+    press(totals, Screen::kCancel);
     backFromListSelection(app);
 }
 
@@ -627,8 +633,8 @@ void tourReports(BrovantApp& app, Camera& camera)
 // (left with "Abbruch").
 void tourSettings(BrovantApp& app, Camera& camera, TourDialogs& dialogs)
 {
-    app.mainMenu()->OnCommand(MainMenuDlg::kSettings);
-    auto* settings = qobject_cast<SettingsDlg*>(app.GetActiveDlg());
+    app.mainMenu()->onCommand(MainMenuDlg::kSettings);
+    auto* settings = qobject_cast<SettingsDlg*>(app.stack().activeScreen());
     if (!settings)
         return;
     const char* tabs[] = {"Funktionen", "Konfiguration", "Einstellungen"};
@@ -637,22 +643,22 @@ void tourSettings(BrovantApp& app, Camera& camera, TourDialogs& dialogs)
         camera.take(QStringLiteral("Einstellungen-") + QLatin1StringView(tabs[tab]));
     }
     settings->showTab(0);
-    dialogs.answerNext(MessageDialogs::Yes);
-    dialogs.answerNext(MessageDialogs::Yes); // the left "NEIN"
-    settings->OnCommand(SettingsDlg::kDeleteAll);
-    dialogs.answerNext(MessageDialogs::No);
-    settings->OnCommand(SettingsDlg::kReset);
-    dialogs.answerNext(MessageDialogs::Yes);
-    settings->OnCommand(SettingsDlg::kBackup);
+    dialogs.answerNext(Answer::Yes);
+    dialogs.answerNext(Answer::Yes); // the left "NEIN"
+    settings->onCommand(SettingsDlg::kDeleteAll);
+    dialogs.answerNext(Answer::No);
+    settings->onCommand(SettingsDlg::kReset);
+    dialogs.answerNext(Answer::Yes);
+    settings->onCommand(SettingsDlg::kBackup);
     RestoreDlg::setRunner([&camera](RestoreDlg& dialog) {
         dialog.show();
         camera.take(dialog.windowTitle(), &dialog, QPoint(0, 0));
         dialog.findChild<QPushButton*>(QStringLiteral("button%1").arg(RestoreDlg::kCancel))
             ->click();
     });
-    settings->OnCommand(SettingsDlg::kRestore);
+    settings->onCommand(SettingsDlg::kRestore);
     RestoreDlg::setRunner({});
-    settings->OnCommand(CNorvBaseDlg::IDCANCEL);
+    settings->onCommand(Screen::kCancel);
 }
 
 namespace {
@@ -661,15 +667,15 @@ namespace {
 // cable settings on ActiveSync and on a serial port, both left with the back key.
 void tourCommunication(BrovantApp& app, Camera& camera)
 {
-    app.mainMenu()->OnCommand(MainMenuDlg::kSettings);
-    auto* settings = qobject_cast<SettingsDlg*>(app.GetActiveDlg());
+    app.mainMenu()->onCommand(MainMenuDlg::kSettings);
+    auto* settings = qobject_cast<SettingsDlg*>(app.stack().activeScreen());
     if (!settings)
         return;
     settings->showTab(1);
-    settings->OnCommand(SettingsDlg::kCommunication);
-    auto* screen = qobject_cast<PrinterSettingsDlg*>(app.GetActiveDlg());
+    settings->onCommand(SettingsDlg::kCommunication);
+    auto* screen = qobject_cast<PrinterSettingsDlg*>(app.stack().activeScreen());
     if (!screen) {
-        settings->OnCommand(CNorvBaseDlg::IDCANCEL);
+        settings->onCommand(Screen::kCancel);
         return;
     }
     camera.take(QStringLiteral("Kommunikation Uebertragung"));
@@ -680,14 +686,15 @@ void tourCommunication(BrovantApp& app, Camera& camera)
     camera.take(QStringLiteral("Kommunikation Drucker"));
     screen->showTab(PrinterSettingsDlg::TransferTab);
     screen->findChild<QAbstractButton*>(QStringLiteral("cable"))->click();
-    if (auto* cable = qobject_cast<CNorvKeybDlg*>(app.GetActiveDlg()); cable && cable != screen) {
+    if (auto* cable = qobject_cast<KeypadScreen*>(app.stack().activeScreen());
+        cable && cable != screen) {
         camera.take(QStringLiteral("Einstellungen Kabel ActiveSync"));
         cable->findChild<QComboBox*>(QStringLiteral("port"))->setCurrentIndex(0);
         camera.take(QStringLiteral("Einstellungen Kabel COM1"));
-        press(cable, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
+        press(cable, Screen::kCancel);
     }
-    press(screen, QStringLiteral("key%1").arg(CNorvBaseDlg::IDCANCEL));
-    settings->OnCommand(CNorvBaseDlg::IDCANCEL);
+    press(screen, Screen::kCancel);
+    settings->onCommand(Screen::kCancel);
 }
 
 } // namespace
@@ -710,12 +717,12 @@ int runDemoTour(const QString& rootDir, const QString& outDir)
     // A fixed morning in May, so the pictures do not change from run to run.
     ManualClock clock(QDateTime(QDate(2026, 5, 4), QTime(7, 30, 0)));
     BrovantApp app(session, state, clock);
-    Camera camera(app.mainWindow(), outDir);
+    Camera camera(app.stack().mainWindow(), outDir);
     TourDialogs dialogs(
-        app.mainWindow(), session.root(),
+        app.stack().mainWindow(), session.root(),
         [&app] {
-            if (CNorvBaseDlg* active = app.GetActiveDlg())
-                active->ShowFullScreen();
+            if (Screen* active = app.stack().activeScreen())
+                active->bringToFront();
         },
         camera);
     app.replaceMessages(&dialogs);
@@ -725,10 +732,10 @@ int runDemoTour(const QString& rootDir, const QString& outDir)
     MainMenuDlg* menu = app.mainMenu();
     camera.take(QStringLiteral("Hauptmenue"));
     if (!session.configurationLoaded())
-        menu->OnCommand(MainMenuDlg::kNewList);
+        menu->onCommand(MainMenuDlg::kNewList);
     tourConfiguration(app, camera);
-    dialogs.answerNext(MessageDialogs::No);
-    menu->OnCommand(CNorvBaseDlg::IDCANCEL);
+    dialogs.answerNext(Answer::No);
+    menu->onCommand(Screen::kCancel);
     tourSystemInfo(app, camera);
     tourTariffAssignment(app, camera);
     tourNewList(app, camera, dialogs);

@@ -1,10 +1,10 @@
 #include "app/DistributionDlg.h"
 
-#include "app/CNorvMFCApp.h"
 #include "app/KeyTables.h"
-#include "workflow/AppState.h"
+#include "app/ScreenStack.h"
 #include "evaluation/print/ChartPainter.h"
 #include "masterdata/DeviceSession.h"
+#include "workflow/AppState.h"
 
 #include <QLabel>
 #include <QPainter>
@@ -61,33 +61,34 @@ std::vector<KeyDef> keyBar()
 
 } // namespace
 
-DistributionDlg::DistributionDlg(CNorvMFCApp& app)
-    : CNorvKeybDlg(app, QStringLiteral("distribution"))
+DistributionDlg::DistributionDlg(ScreenServices& services)
+    : KeypadScreen(services.stack, QStringLiteral("distribution"))
+    , m_services(services)
 {
     setWindowTitle(QStringLiteral("Durchmesserverteilung"));
 }
 
-void DistributionDlg::OnInitDialog()
+void DistributionDlg::setUp()
 {
     addTitle(windowTitle(), 0, kTitleHeight);
     m_caption = new QLabel(this);
     m_caption->setObjectName(QStringLiteral("caption"));
     m_caption->setGeometry(kCaptionArea);
     m_caption->setAlignment(Qt::AlignCenter);
-    QFont font = GetDefaultFont();
+    QFont font = defaultFont();
     font.setPixelSize(12);
     font.setBold(true);
     m_caption->setFont(font);
     m_chart = new DistributionChart(this);
     m_chart->setObjectName(QStringLiteral("chart"));
     m_chart->setGeometry(kChartArea);
-    SetKeyboard(new CNorvKeyboard(kKeyArea, keyBar()));
+    addKeyboard(new OnScreenKeyboard(kKeyArea, keyBar()));
 }
 
-void DistributionDlg::InitDialog()
+void DistributionDlg::enter()
 {
-    m_distribution = DiameterDistribution::compute(app().session().database(),
-                                                   app().state().currentList, app().state().tables);
+    m_distribution = DiameterDistribution::compute(
+        m_services.session.database(), m_services.state.currentList, m_services.state.tables);
     showSpecies(-1);
 }
 
@@ -117,7 +118,7 @@ void DistributionDlg::showSpecies(int species)
     m_chart->setChart(m_distribution->chart(m_species));
 }
 
-void DistributionDlg::OnCommand(int id)
+void DistributionDlg::onCommand(int id)
 {
     const int count = m_distribution ? int(m_distribution->species().size()) : 0;
     switch (id) {
@@ -134,7 +135,7 @@ void DistributionDlg::OnCommand(int id)
         showSpecies(-1);
         return;
     default:
-        CNorvKeybDlg::OnCommand(id);
+        KeypadScreen::onCommand(id);
     }
 }
 

@@ -4,7 +4,8 @@
 // drawing ChartPainter's; back returns to the totals.
 #pragma once
 
-#include "app/CNorvKeybDlg.h"
+#include "app/KeypadScreen.h"
+#include "app/ScreenServices.h"
 #include "evaluation/DiameterDistribution.h"
 
 #include <optional>
@@ -15,26 +16,28 @@ namespace brovant {
 
 class DistributionChart;
 
-class DistributionDlg : public CNorvKeybDlg {
+class DistributionDlg : public KeypadScreen {
     Q_OBJECT
+    ScreenServices& m_services;
+
 public:
     // Key commands.
     static constexpr int kPreviousSpecies = 1301;
     static constexpr int kAllSpecies = 1302;
     static constexpr int kNextSpecies = 1303;
 
-    explicit DistributionDlg(CNorvMFCApp& app);
+    explicit DistributionDlg(ScreenServices& services);
 
     // -1 while all species are shown, else the index into the distribution's species.
     int shownSpecies() const { return m_species; }
     const ReportChart& shownChart() const;
     QString caption() const;
 
-    void InitDialog() override;
-    void OnCommand(int id) override;
+    void enter() override;
+    void onCommand(int id) override;
 
 protected:
-    void OnInitDialog() override;
+    void setUp() override;
 
 private:
     void showSpecies(int species);

@@ -3,7 +3,7 @@
 // the keyboard's area.
 #pragma once
 
-#include "app/CNorvKey.h"
+#include "app/KeyButton.h"
 
 #include <QRect>
 

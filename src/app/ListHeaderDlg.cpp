@@ -1,13 +1,15 @@
 #include "app/ListHeaderDlg.h"
 
-#include "app/CNorvMFCApp.h"
 #include "app/KeyTables.h"
+#include "app/ListSelectionDlg.h"
+#include "app/MainMenuDlg.h"
+#include "app/ScreenStack.h"
 #include "app/TariffAssignmentDlg.h"
-#include "workflow/AppLifecycle.h"
-#include "workflow/AppState.h"
 #include "data/Schema.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/MessageDialogs.h"
+#include "workflow/AppLifecycle.h"
+#include "workflow/AppState.h"
 
 #include <QApplication>
 #include <QFontMetrics>
@@ -37,7 +39,7 @@ std::vector<KeyDef> choiceKeys(int columns)
     std::vector<KeyDef> keys = keys::codeList(ListHeaderDlg::kChoiceEntry, columns, 6);
     for (KeyDef& key : keys) {
         if (key.commandId == 0 && key.bitmap == 129)
-            key.commandId = CNorvKeybDlg::kZiff;
+            key.commandId = KeypadScreen::kZiff;
     }
     return keys;
 }
@@ -53,20 +55,23 @@ QLabel* makeLabel(QWidget* parent, const QString& field, const QRect& place)
 
 } // namespace
 
-ListHeaderDlg::ListHeaderDlg(CNorvMFCApp& app)
-    : CNorvDBDialog(app, QStringLiteral("listHeader"), schema::Kopfdaten)
-    , m_logic(dataset(), app.session().store(), app.state(), app.clock(), app.messages())
+ListHeaderDlg::ListHeaderDlg(ScreenServices& services)
+    : RecordScreen(services.stack, services.session.database(), QStringLiteral("listHeader"),
+                   schema::Kopfdaten)
+    , m_services(services)
+    , m_logic(dataset(), services.session.store(), services.state, services.clock,
+              services.messages)
 {
 }
 
-void ListHeaderDlg::OnInitDialog()
+void ListHeaderDlg::setUp()
 {
-    SetKeyboard(new CNorvKeyboard(keys::kFullArea, keys::letters()));
-    SetKeyboard(new CNorvKeyboard(keys::kFullArea, keys::digits()));
+    addKeyboard(new OnScreenKeyboard(keys::kFullArea, keys::letters()));
+    addKeyboard(new OnScreenKeyboard(keys::kFullArea, keys::digits()));
     for (size_t i = 0; i < m_choiceKeys.size(); ++i) {
-        m_choiceKeys[i] = new CNorvKeyboard(keys::kFullArea, choiceKeys(i == 0 ? 2 : 1));
-        SetKeyboard(m_choiceKeys[i]);
-        connect(m_choiceKeys[i], &CNorvKeyboard::entryChosen, this,
+        m_choiceKeys[i] = new OnScreenKeyboard(keys::kFullArea, choiceKeys(i == 0 ? 2 : 1));
+        addKeyboard(m_choiceKeys[i]);
+        connect(m_choiceKeys[i], &OnScreenKeyboard::entryChosen, this,
                 [this](int, int, const QString& text) { choiceTaken(text); });
     }
 
@@ -83,12 +88,12 @@ void ListHeaderDlg::OnInitDialog()
     m_pageNumber = new QLabel(this);
     m_pageNumber->setObjectName(QStringLiteral("pageNumber"));
     m_pageNumber->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-    m_pageNumber->setGeometry(CNorvMFCApp::kScreenWidth - 44, 1, 40, kTitleHeight);
+    m_pageNumber->setGeometry(ScreenStack::kScreenWidth - 44, 1, 40, kTitleHeight);
 
     for (int page = 1; page <= ListHeaderLogic::kPages; ++page) {
         auto* container = new QWidget(this);
         container->setObjectName(QStringLiteral("page%1").arg(page));
-        container->setGeometry(0, kPagesTop, CNorvMFCApp::kScreenWidth,
+        container->setGeometry(0, kPagesTop, ScreenStack::kScreenWidth,
                                keys::kFullArea.top() - kPagesTop);
         if (page == 1)
             buildFirstPage(container);
@@ -122,7 +127,7 @@ void ListHeaderDlg::buildFirstPage(QWidget* page)
 
 void ListHeaderDlg::buildFreePage(int page, QWidget* container)
 {
-    const int width = CNorvMFCApp::kScreenWidth - 2 * kMargin;
+    const int width = ScreenStack::kScreenWidth - 2 * kMargin;
     for (int i = 0; i < 2; ++i) {
         const int field = ListHeaderLogic::firstFieldOf(page) + i;
         const QString name = ListHeaderLogic::freeFieldName(field);
@@ -141,7 +146,7 @@ void ListHeaderDlg::buildFreePage(int page, QWidget* container)
 void ListHeaderDlg::refreshLabels()
 {
     // The configuration may have changed since the screen was last shown.
-    const SettingsStore& store = app().session().store();
+    const SettingsStore& store = m_services.session.store();
     QLabel* nameLabel = m_pages[0]->findChild<QLabel*>(QStringLiteral("label_LISTE_NR"));
     const QFontMetrics metrics(nameLabel->font());
     int labelWidth = metrics.horizontalAdvance(nameLabel->text());
@@ -151,7 +156,7 @@ void ListHeaderDlg::refreshLabels()
     }
     labelWidth = std::min(labelWidth, kMaxLabelWidth);
     const int editLeft = kMargin + labelWidth + 2 * kMargin;
-    const int editWidth = CNorvMFCApp::kScreenWidth - kMargin - editLeft;
+    const int editWidth = ScreenStack::kScreenWidth - kMargin - editLeft;
     for (QLabel* label : m_pages[0]->findChildren<QLabel*>()) {
         label->resize(labelWidth, kEditHeight);
         auto* edit = qobject_cast<QLineEdit*>(label->buddy());
@@ -171,19 +176,19 @@ void ListHeaderDlg::refreshLabels()
 void ListHeaderDlg::openNew(const QString& presetName)
 {
     m_preset = presetName;
-    app().state().currentList = -1;
-    Activate();
+    m_services.state.currentList = -1;
+    activate();
 }
 
 void ListHeaderDlg::openExisting()
 {
-    Activate();
+    activate();
 }
 
-void ListHeaderDlg::InitDialog()
+void ListHeaderDlg::enter()
 {
     refreshLabels();
-    AppState& state = app().state();
+    AppState& state = m_services.state;
     bool fresh = state.currentList == -1;
     if (!fresh && !m_logic.openExisting(state.currentList)) {
         // The list is gone (deleted meanwhile): a new one is made instead.
@@ -191,14 +196,14 @@ void ListHeaderDlg::InitDialog()
         fresh = true;
     }
     if (fresh && !m_logic.startNew(m_preset, false))
-        app().messages().notice(QStringLiteral("Datenbank nicht lesbar!"));
+        m_services.messages.notice(QStringLiteral("Datenbank nicht lesbar!"));
     m_preset.clear();
     m_name->setReadOnly(m_logic.nameReadOnly());
     m_name->setStyleSheet(m_name->isReadOnly() ? QStringLiteral("background: #e8e8e2;")
                                                : QString());
     // Shown before the page is set up: a hidden field cannot take the focus, and the question
     // about the model list is asked over the new, empty page.
-    ShowFullScreen();
+    bringToFront();
     showPage();
     if (fresh && m_logic.offerModel())
         showPage();
@@ -240,13 +245,13 @@ void ListHeaderDlg::fieldFocused(QLineEdit* edit)
     } else {
         const auto free = std::find(m_freeEdits.begin(), m_freeEdits.end(), edit);
         if (free != m_freeEdits.end())
-            choices = ListHeaderLogic::choices(app().session().store(),
+            choices = ListHeaderLogic::choices(m_services.session.store(),
                                                int(free - m_freeEdits.begin()) + 1);
     }
     m_choiceIndex = -1;
     if (!choices.isEmpty()) {
         // Two columns when every entry fits on its key in one line, as the key draws it.
-        const CNorvKey* narrow = m_choiceKeys[0]->keyFor(kChoiceEntry);
+        const KeyButton* narrow = m_choiceKeys[0]->keyFor(kChoiceEntry);
         QFont font = narrow->font();
         font.setPixelSize(std::clamp(narrow->height() / 2, 9, 14));
         const QFontMetrics metrics(font);
@@ -291,7 +296,7 @@ void ListHeaderDlg::turnPage(bool down)
         showPage();
 }
 
-void ListHeaderDlg::OnCommand(int id)
+void ListHeaderDlg::onCommand(int id)
 {
     switch (id) {
     case kPreviousField:
@@ -299,7 +304,7 @@ void ListHeaderDlg::OnCommand(int id)
         // Page 1 is left only by Enter, so its checks always run; there the keys move between
         // its fields.
         if (m_logic.page() == 1)
-            CNorvDBDialog::OnCommand(id);
+            RecordScreen::onCommand(id);
         else
             turnPage(id == kNextField);
         return;
@@ -309,20 +314,20 @@ void ListHeaderDlg::OnCommand(int id)
     case kChoiceEntry:
         return; // taken by choiceTaken
     default:
-        CNorvDBDialog::OnCommand(id);
+        RecordScreen::onCommand(id);
     }
 }
 
-void ListHeaderDlg::OnOK()
+void ListHeaderDlg::onOk()
 {
     storeFields();
     // Copying the model list's trees may take a while.
     const bool copying = m_logic.page() == 1 && m_logic.isNew() && m_logic.seededFromModel();
     if (copying)
-        app().host().setWaitCursor(true);
+        m_services.host.setWaitCursor(true);
     const PageExit exit = m_logic.leavePage();
     if (copying)
-        app().host().setWaitCursor(false);
+        m_services.host.setWaitCursor(false);
     switch (exit) {
     case PageExit::Stay:
         m_title->setText(m_logic.title());
@@ -331,8 +336,7 @@ void ListHeaderDlg::OnOK()
         showPage();
         return;
     case PageExit::AssignTariffs:
-        if (auto* tariffs = qobject_cast<TariffAssignmentDlg*>(
-                app().findScreen(QStringLiteral("tariffAssignment")))) {
+        if (auto* tariffs = stack().screen<TariffAssignmentDlg>()) {
             tariffs->openRegion(m_logic.region());
             return;
         }
@@ -345,7 +349,7 @@ void ListHeaderDlg::OnOK()
     }
 }
 
-void ListHeaderDlg::OnCancel()
+void ListHeaderDlg::onCancel()
 {
     // Back leaves without writing the page shown; pages left with Enter are written already.
     toListSelection();
@@ -355,27 +359,27 @@ void ListHeaderDlg::keyPressEvent(QKeyEvent* event)
 {
     switch (event->key()) {
     case Qt::Key_Up:
-        OnCommand(kPreviousField);
+        onCommand(kPreviousField);
         return;
     case Qt::Key_Down:
-        OnCommand(kNextField);
+        onCommand(kNextField);
         return;
     case Qt::Key_Return:
     case Qt::Key_Enter:
-        OnCommand(kEnter);
+        onCommand(kEnter);
         return;
     default:
-        CNorvDBDialog::keyPressEvent(event);
+        RecordScreen::keyPressEvent(event);
     }
 }
 
 void ListHeaderDlg::toListSelection()
 {
-    CNorvBaseDlg* target = app().findScreen(QStringLiteral("listSelection"));
+    Screen* target = stack().screen<ListSelectionDlg>();
     if (!target)
-        target = app().findScreen(QStringLiteral("mainMenu"));
+        target = stack().screen<MainMenuDlg>();
     if (target)
-        app().SwitchToDialog(target, 0);
+        stack().switchTo(target);
 }
 
 } // namespace brovant

@@ -4,7 +4,8 @@
 // checks and writes the page, the bar's cursor keys turn the free pages.
 #pragma once
 
-#include "app/CNorvDBDialog.h"
+#include "app/RecordScreen.h"
+#include "app/ScreenServices.h"
 #include "workflow/ListHeaderLogic.h"
 
 #include <array>
@@ -13,8 +14,10 @@ class QLabel;
 
 namespace brovant {
 
-class ListHeaderDlg : public CNorvDBDialog {
+class ListHeaderDlg : public RecordScreen {
     Q_OBJECT
+    ScreenServices& m_services;
+
 public:
     // What the keys of the list keyboard send.
     static constexpr int kChoiceEntry = 1401;
@@ -23,7 +26,7 @@ public:
     // entries fit, else in one.
     enum KeyboardIndex { Letters, Digits, Choices, WideChoices };
 
-    explicit ListHeaderDlg(CNorvMFCApp& app);
+    explicit ListHeaderDlg(ScreenServices& services);
 
     // Switch to this screen for a new list (the current list becomes -1) named `presetName`, or
     // for the current list.
@@ -31,13 +34,13 @@ public:
     void openExisting();
     ListHeaderLogic& logic() { return m_logic; }
 
-    void InitDialog() override;
-    void OnCommand(int id) override;
-    void OnOK() override;
-    void OnCancel() override;
+    void enter() override;
+    void onCommand(int id) override;
+    void onOk() override;
+    void onCancel() override;
 
 protected:
-    void OnInitDialog() override;
+    void setUp() override;
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
@@ -63,7 +66,7 @@ private:
     std::array<QLineEdit*, 4> m_fixedEdits{};
     std::array<QLabel*, ListHeaderLogic::kFreeFields> m_freeLabels{};
     std::array<QLineEdit*, ListHeaderLogic::kFreeFields> m_freeEdits{};
-    std::array<CNorvKeyboard*, 2> m_choiceKeys{};
+    std::array<OnScreenKeyboard*, 2> m_choiceKeys{};
     QLineEdit* m_focused = nullptr;
     // The choice keyboard of the focused field, or -1 when it has no choice list.
     int m_choiceIndex = -1;

@@ -1,12 +1,12 @@
 #include "app/ListInfoDlg.h"
 
-#include "app/CNorvMFCApp.h"
 #include "app/KeyTables.h"
-#include "workflow/AppState.h"
+#include "app/ScreenStack.h"
 #include "data/Dataset.h"
 #include "data/FieldDescriptor.h"
 #include "data/Schema.h"
 #include "masterdata/DeviceSession.h"
+#include "workflow/AppState.h"
 
 #include <QFontMetrics>
 #include <QLabel>
@@ -29,25 +29,26 @@ std::vector<KeyDef> barKeys()
 {
     std::vector<KeyDef> keys = keys::bottomBar(0, false);
     std::erase_if(keys, [](const KeyDef& key) {
-        return key.commandId != CNorvBaseDlg::IDCANCEL && key.commandId != CNorvKeybDlg::kEnter;
+        return key.commandId != Screen::kCancel && key.commandId != KeypadScreen::kEnter;
     });
     return keys;
 }
 
 } // namespace
 
-ListInfoDlg::ListInfoDlg(CNorvMFCApp& app)
-    : CNorvKeybDlg(app, QStringLiteral("listInfo"))
+ListInfoDlg::ListInfoDlg(ScreenServices& services)
+    : KeypadScreen(services.stack, QStringLiteral("listInfo"))
+    , m_services(services)
 {
 }
 
-void ListInfoDlg::OnInitDialog()
+void ListInfoDlg::setUp()
 {
-    SetKeyboard(new CNorvKeyboard(keys::kBottomBarArea, barKeys()));
+    addKeyboard(new OnScreenKeyboard(keys::kBottomBarArea, barKeys()));
 
     m_title = addTitle(QString(), 1, kTitleHeight);
 
-    QFont font = GetDefaultFont();
+    QFont font = defaultFont();
     font.setPixelSize(11);
     for (int field = 1; field <= ListHeaderLogic::kFreeFields; ++field) {
         const QString name = ListHeaderLogic::freeFieldName(field);
@@ -69,12 +70,12 @@ void ListInfoDlg::OnInitDialog()
     }
 }
 
-void ListInfoDlg::InitDialog()
+void ListInfoDlg::enter()
 {
-    const SettingsStore& store = app().session().store();
-    Dataset row(app().session().database(), schema::Kopfdaten);
-    const bool found = app().state().currentList >= 0
-                       && row.reset(Filter::byList(app().state().currentList)) && !row.eof();
+    const SettingsStore& store = m_services.session.store();
+    Dataset row(m_services.session.database(), schema::Kopfdaten);
+    const bool found = m_services.state.currentList >= 0
+                       && row.reset(Filter::byList(m_services.state.currentList)) && !row.eof();
     const QString name = found ? withoutTrailingBlanks(row.loadText(u"LISTE_NR")) : QString();
     m_title->setText(QStringLiteral("Liste: %1").arg(name));
 
@@ -86,7 +87,7 @@ void ListInfoDlg::InitDialog()
         labelWidth = std::max(labelWidth, metrics.horizontalAdvance(label));
     }
     labelWidth = std::min(labelWidth + kMargin, kMaxLabelWidth);
-    const int valueWidth = CNorvMFCApp::kScreenWidth - 2 * kMargin - labelWidth;
+    const int valueWidth = ScreenStack::kScreenWidth - 2 * kMargin - labelWidth;
     for (int field = 1; field <= ListHeaderLogic::kFreeFields; ++field) {
         QLabel* label = m_labels[size_t(field - 1)];
         QLabel* value = m_values[size_t(field - 1)];

@@ -2,7 +2,8 @@
 // current list, each beside its label; back returns to the screen that opened it.
 #pragma once
 
-#include "app/CNorvKeybDlg.h"
+#include "app/KeypadScreen.h"
+#include "app/ScreenServices.h"
 #include "workflow/ListHeaderLogic.h"
 
 #include <array>
@@ -11,16 +12,18 @@ class QLabel;
 
 namespace brovant {
 
-class ListInfoDlg : public CNorvKeybDlg {
+class ListInfoDlg : public KeypadScreen {
     Q_OBJECT
-public:
-    explicit ListInfoDlg(CNorvMFCApp& app);
+    ScreenServices& m_services;
 
-    void InitDialog() override;
-    void OnOK() override { OnCancel(); }
+public:
+    explicit ListInfoDlg(ScreenServices& services);
+
+    void enter() override;
+    void onOk() override { onCancel(); }
 
 protected:
-    void OnInitDialog() override;
+    void setUp() override;
 
 private:
     QLabel* m_title = nullptr;

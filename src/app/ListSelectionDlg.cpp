@@ -1,15 +1,21 @@
 #include "app/ListSelectionDlg.h"
 
-#include "app/CNorvMFCApp.h"
 #include "app/KeyTables.h"
+#include "app/ListHeaderDlg.h"
+#include "app/ListInfoDlg.h"
+#include "app/MainMenuDlg.h"
 #include "app/Printing.h"
-#include "workflow/AppLifecycle.h"
-#include "workflow/AppState.h"
+#include "app/RegionDlg.h"
+#include "app/ScreenStack.h"
+#include "app/TallyDlg.h"
+#include "app/TotalsDlg.h"
 #include "device/BackupService.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/MessageDialogs.h"
 #include "transfer/ListCsvExport.h"
 #include "transfer/TransferChannels.h"
+#include "workflow/AppLifecycle.h"
+#include "workflow/AppState.h"
 
 #include <QHeaderView>
 #include <QKeyEvent>
@@ -86,20 +92,21 @@ std::vector<KeyDef> transferKeys()
 
 } // namespace
 
-ListSelectionDlg::ListSelectionDlg(CNorvMFCApp& app)
-    : CNorvKeybDlg(app, QStringLiteral("listSelection"))
+ListSelectionDlg::ListSelectionDlg(ScreenServices& services)
+    : KeypadScreen(services.stack, QStringLiteral("listSelection"))
+    , m_services(services)
 {
     setWindowTitle(QStringLiteral("Listenauswahl"));
 }
 
 ListSelectionDlg::~ListSelectionDlg() = default;
 
-void ListSelectionDlg::OnInitDialog()
+void ListSelectionDlg::setUp()
 {
-    DeviceSession& session = app().session();
-    m_logic = std::make_unique<ListSelectionLogic>(session.root(), session.database(),
-                                                   session.store(), app().state(), app().messages(),
-                                                   app().clock(), &app().host());
+    DeviceSession& session = m_services.session;
+    m_logic = std::make_unique<ListSelectionLogic>(
+        session.root(), session.database(), session.store(), m_services.state, m_services.messages,
+        m_services.clock, &m_services.host);
 
     addTitle(windowTitle(), 0, kTitleHeight);
 
@@ -112,7 +119,7 @@ void ListSelectionDlg::OnInitDialog()
     });
     connect(m_list, &QTreeWidget::itemDoubleClicked, this, [this] {
         if (!m_busy)
-            OnCommand(IDOK);
+            onCommand(kOk);
     });
 
     m_tabs = new QTabBar(this);
@@ -123,7 +130,7 @@ void ListSelectionDlg::OnInitDialog()
     m_tabs->setUsesScrollButtons(false);
     m_tabs->setElideMode(Qt::ElideNone);
     m_tabs->setFocusPolicy(Qt::NoFocus);
-    QFont tabFont = GetDefaultFont();
+    QFont tabFont = defaultFont();
     tabFont.setPixelSize(11);
     m_tabs->setFont(tabFont);
     // The long first caption gets the room the two short ones do not need; the chosen tab is
@@ -135,9 +142,9 @@ void ListSelectionDlg::OnInitDialog()
                        "QTabBar::tab:selected { background: #2e5e3a; color: white; }"));
     m_tabs->setGeometry(kTabArea);
 
-    SetKeyboard(new CNorvKeyboard(kKeyArea, tallyKeys()));
-    SetKeyboard(new CNorvKeyboard(kKeyArea, evaluationKeys()));
-    SetKeyboard(new CNorvKeyboard(kKeyArea, transferKeys()));
+    addKeyboard(new OnScreenKeyboard(kKeyArea, tallyKeys()));
+    addKeyboard(new OnScreenKeyboard(kKeyArea, evaluationKeys()));
+    addKeyboard(new OnScreenKeyboard(kKeyArea, transferKeys()));
     connect(m_tabs, &QTabBar::currentChanged, this, &ListSelectionDlg::showTab);
     showTab(TallyTab);
 }
@@ -149,14 +156,13 @@ void ListSelectionDlg::showTab(int index)
     showKeyboard(index);
 }
 
-void ListSelectionDlg::InitDialog()
+void ListSelectionDlg::enter()
 {
     // Coming back from editing a header or from tallying saves the database first.
-    if (const CNorvBaseDlg* previous = GetPrevDlg();
-        previous
-        && (previous->objectName() == QLatin1StringView("listHeader")
-            || previous->objectName() == QLatin1StringView("tally")))
-        app().backup().automaticIfEnabled();
+    if (const Screen* previous = previousScreen(); previous
+                                                   && (qobject_cast<const ListHeaderDlg*>(previous)
+                                                       || qobject_cast<const TallyDlg*>(previous)))
+        m_services.backup.automaticIfEnabled();
     rebuild();
 }
 
@@ -209,11 +215,11 @@ void ListSelectionDlg::backToList()
     m_list->setFocus(Qt::OtherFocusReason);
 }
 
-void ListSelectionDlg::switchTo(const char* screen)
+void ListSelectionDlg::switchTo(Screen* target)
 {
     // Screens that are not there yet (tally, totals, region, printouts) leave the user here.
-    if (CNorvBaseDlg* target = app().findScreen(QString::fromLatin1(screen)))
-        app().SwitchToDialog(target, 0);
+    if (target)
+        stack().switchTo(target);
     else
         backToList();
 }
@@ -226,39 +232,38 @@ void ListSelectionDlg::go(ListSelectionLogic::Target target)
         backToList();
         return;
     case Target::ListHeader:
-        switchTo("listHeader");
+        switchTo(stack().screen<ListHeaderDlg>());
         return;
     case Target::ListInfo:
-        switchTo("listInfo");
+        switchTo(stack().screen<ListInfoDlg>());
         return;
     case Target::Tally:
-        switchTo("tally");
+        switchTo(stack().screen<TallyDlg>());
         return;
     case Target::Totals:
-        switchTo("totals");
+        switchTo(stack().screen<TotalsDlg>());
         return;
     case Target::Region:
         // The region screen is told by a property that it was opened for one list.
-        if (CNorvBaseDlg* region = app().findScreen(QStringLiteral("region"))) {
+        if (Screen* region = stack().screen<RegionDlg>()) {
             region->setProperty("regionMode", 1);
-            app().SwitchToDialog(region, 0);
+            stack().switchTo(region);
         } else {
             backToList();
         }
         return;
     case Target::TallyPrintout:
-        Printing::run(app(), ReportKind::Listing, app().state().currentList);
+        Printing::run(m_services, ReportKind::Listing, m_services.state.currentList);
         backToList();
         return;
     case Target::AssortmentPrintout:
-        Printing::run(app(), ReportKind::ClassTable, app().state().currentList);
+        Printing::run(m_services, ReportKind::ClassTable, m_services.state.currentList);
         backToList();
         return;
     }
 }
 
-
-void ListSelectionDlg::OnCommand(int id)
+void ListSelectionDlg::onCommand(int id)
 {
     switch (id) {
     case kMark: {
@@ -317,15 +322,15 @@ void ListSelectionDlg::OnCommand(int id)
         const auto& rows = m_logic->rows();
         const size_t row = size_t(std::max(m_logic->selectedRow(), 0));
         if (row >= rows.size()) {
-            app().messages().beep();
+            m_services.messages.beep();
         } else {
-            DeviceSession& session = app().session();
+            DeviceSession& session = m_services.session;
             ListCsvExport csv(session.root(), session.database(), session.store(),
-                              app().messages());
+                              m_services.messages);
             if (const std::optional<QString> path = csv.write(rows[row].idFile))
-                app().messages().notice(QStringLiteral("CSV-Datei erstellt:"),
-                                        path->section(u'\\', -1), path->section(u'\\', 0, -2),
-                                        QStringLiteral("OK"), false);
+                m_services.messages.notice(QStringLiteral("CSV-Datei erstellt:"),
+                                           path->section(u'\\', -1), path->section(u'\\', 0, -2),
+                                           QStringLiteral("OK"), false);
         }
         backToList();
         return;
@@ -337,7 +342,7 @@ void ListSelectionDlg::OnCommand(int id)
     case kBackspace:
         return;
     default:
-        CNorvKeybDlg::OnCommand(id);
+        KeypadScreen::onCommand(id);
     }
 }
 
@@ -345,36 +350,37 @@ void ListSelectionDlg::send()
 {
     using Transfer = ListSelectionLogic::Transfer;
     const bool wasBusy = std::exchange(m_busy, true);
-    const Transfer result = m_logic->send(app().channels());
+    const Transfer result = m_logic->send(m_services.channels);
     if (result == Transfer::Done)
         showRows();
     m_busy = wasBusy;
     if (result != Transfer::NotStarted)
-        ShowFullScreen();
+        bringToFront();
     backToList();
 }
 
 void ListSelectionDlg::receive()
 {
     const bool wasBusy = std::exchange(m_busy, true);
-    const bool received = m_logic->receive(app().channels(), &app().session().keepAwake()) == ListSelectionLogic::Transfer::Done;
+    const bool received = m_logic->receive(m_services.channels, &m_services.session.keepAwake())
+                          == ListSelectionLogic::Transfer::Done;
     if (received)
         showRows();
     m_busy = wasBusy;
     if (received)
-        ShowFullScreen();
+        bringToFront();
     backToList();
 }
 
-void ListSelectionDlg::OnOK()
+void ListSelectionDlg::onOk()
 {
     // Confirm (Enter, a double tap on a row) opens the list for tallying, as "Holz" does.
-    OnCommand(kTally);
+    onCommand(kTally);
 }
 
-void ListSelectionDlg::OnCancel()
+void ListSelectionDlg::onCancel()
 {
-    switchTo("mainMenu");
+    switchTo(stack().screen<MainMenuDlg>());
 }
 
 bool ListSelectionDlg::eventFilter(QObject* watched, QEvent* event)
@@ -382,15 +388,15 @@ bool ListSelectionDlg::eventFilter(QObject* watched, QEvent* event)
     if (watched == m_list && event->type() == QEvent::KeyPress) {
         const int key = static_cast<QKeyEvent*>(event)->key();
         if (key == Qt::Key_Delete) {
-            OnCommand(kDelete);
+            onCommand(kDelete);
             return true;
         }
         if (key == Qt::Key_Return || key == Qt::Key_Enter) {
-            OnCommand(IDOK);
+            onCommand(kOk);
             return true;
         }
     }
-    return CNorvKeybDlg::eventFilter(watched, event);
+    return KeypadScreen::eventFilter(watched, event);
 }
 
 } // namespace brovant

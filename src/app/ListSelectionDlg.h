@@ -4,7 +4,8 @@
 // database is ListSelectionLogic's; this class shows the rows and switches screens.
 #pragma once
 
-#include "app/CNorvKeybDlg.h"
+#include "app/KeypadScreen.h"
+#include "app/ScreenServices.h"
 #include "workflow/ListSelectionLogic.h"
 
 #include <memory>
@@ -14,8 +15,10 @@ class QTreeWidget;
 
 namespace brovant {
 
-class ListSelectionDlg : public CNorvKeybDlg {
+class ListSelectionDlg : public KeypadScreen {
     Q_OBJECT
+    ScreenServices& m_services;
+
 public:
     // Key commands.
     static constexpr int kMark = 1101;
@@ -33,20 +36,20 @@ public:
 
     enum Tab { TallyTab, EvaluationTab, TransferTab };
 
-    explicit ListSelectionDlg(CNorvMFCApp& app);
+    explicit ListSelectionDlg(ScreenServices& services);
     ~ListSelectionDlg() override;
 
     ListSelectionLogic& logic() { return *m_logic; }
     QTreeWidget* listView() const { return m_list; }
     void showTab(int index);
 
-    void InitDialog() override;
-    void OnCommand(int id) override;
-    void OnOK() override;
-    void OnCancel() override;
+    void enter() override;
+    void onCommand(int id) override;
+    void onOk() override;
+    void onCancel() override;
 
 protected:
-    void OnInitDialog() override;
+    void setUp() override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
@@ -56,7 +59,7 @@ private:
     void showRows();
     void showSelection();
     void go(ListSelectionLogic::Target target);
-    void switchTo(const char* screen);
+    void switchTo(Screen* target);
     void send();
     void receive();
     // Gives the list the focus again after a message or a transfer.

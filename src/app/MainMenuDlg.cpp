@@ -1,19 +1,24 @@
 #include "app/MainMenuDlg.h"
 
-#include "app/CNorvMFCApp.h"
 #include "app/KeyTables.h"
-#include "workflow/AppState.h"
+#include "app/ListHeaderDlg.h"
+#include "app/ListSelectionDlg.h"
+#include "app/ScreenStack.h"
+#include "app/SettingsDlg.h"
+#include "app/SystemInfoDlg.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
 #include "platform/MessageDialogs.h"
+#include "workflow/AppState.h"
 
 #include <QLabel>
 #include <QSvgWidget>
 
 namespace brovant {
 
-MainMenuDlg::MainMenuDlg(CNorvMFCApp& app)
-    : CNorvKeybDlg(app, QStringLiteral("mainMenu"))
+MainMenuDlg::MainMenuDlg(ScreenServices& services)
+    : KeypadScreen(services.stack, QStringLiteral("mainMenu"))
+    , m_services(services)
 {
     m_timer.setInterval(1000);
     connect(&m_timer, &QTimer::timeout, this, &MainMenuDlg::updateClock);
@@ -31,9 +36,9 @@ QString MainMenuDlg::dateText(const QDateTime& time)
     return QString::asprintf("%02d.%02d.%4d", d.day(), d.month(), d.year());
 }
 
-void MainMenuDlg::OnInitDialog()
+void MainMenuDlg::setUp()
 {
-    SetKeyboard(new CNorvKeyboard(keys::kTallArea, keys::mainMenu()));
+    addKeyboard(new OnScreenKeyboard(keys::kTallArea, keys::mainMenu()));
 
     addTitle(QString::fromUtf8(kTitle), 2, 20, 14);
 
@@ -44,7 +49,7 @@ void MainMenuDlg::OnInitDialog()
     caliper->setObjectName(QStringLiteral("picture1008"));
     caliper->setGeometry(174, 22, 60, 45);
 
-    QFont clockFont = GetDefaultFont();
+    QFont clockFont = defaultFont();
     clockFont.setBold(true);
     clockFont.setPixelSize(18);
     m_clock = new QLabel(this);
@@ -52,7 +57,7 @@ void MainMenuDlg::OnInitDialog()
     m_clock->setFont(clockFont);
     m_clock->setAlignment(Qt::AlignCenter);
     m_clock->setGeometry(66, 24, 108, 22);
-    QFont dateFont = GetDefaultFont();
+    QFont dateFont = defaultFont();
     dateFont.setPixelSize(13);
     m_date = new QLabel(this);
     m_date->setObjectName(QStringLiteral("date"));
@@ -62,65 +67,64 @@ void MainMenuDlg::OnInitDialog()
     updateClock();
 }
 
-void MainMenuDlg::InitDialog()
+void MainMenuDlg::enter()
 {
     updateClock();
     m_timer.start();
 }
 
-void MainMenuDlg::OnLeave()
+void MainMenuDlg::leave()
 {
     m_timer.stop();
 }
 
 void MainMenuDlg::updateClock()
 {
-    const QDateTime now = app().clock().now();
+    const QDateTime now = m_services.clock.now();
     m_clock->setText(clockText(now));
     m_date->setText(dateText(now));
 }
 
-void MainMenuDlg::openWorkArea(const char* screen, bool needsMasterData, bool resetList)
+void MainMenuDlg::openWorkArea(Screen* target, bool needsMasterData, bool resetList)
 {
-    if (needsMasterData && !app().session().configurationLoaded()) {
-        app().messages().notice(QStringLiteral("Keine Stammdaten vorhanden!"));
+    if (needsMasterData && !m_services.session.configurationLoaded()) {
+        m_services.messages.notice(QStringLiteral("Keine Stammdaten vorhanden!"));
         return;
     }
-    CNorvBaseDlg* target = app().findScreen(QString::fromLatin1(screen));
     if (!target)
         return;
     m_timer.stop();
     if (resetList)
-        app().state().currentList = -1;
-    app().SwitchToDialog(target, 0);
+        m_services.state.currentList = -1;
+    stack().switchTo(target);
 }
 
-void MainMenuDlg::OnCommand(int id)
+void MainMenuDlg::onCommand(int id)
 {
     switch (id) {
     case kNewList:
-        openWorkArea("listHeader", true, true);
+        openWorkArea(stack().screen<ListHeaderDlg>(), true, true);
         return;
     case kSelectList:
-        openWorkArea("listSelection", true, false);
+        openWorkArea(stack().screen<ListSelectionDlg>(), true, false);
         return;
     case kSystemInfo:
-        openWorkArea("systemInfo", false, false);
+        openWorkArea(stack().screen<SystemInfoDlg>(), false, false);
         return;
     case kSettings:
-        openWorkArea("settings", false, false);
+        openWorkArea(stack().screen<SettingsDlg>(), false, false);
         return;
     default:
-        CNorvKeybDlg::OnCommand(id);
+        KeypadScreen::onCommand(id);
     }
 }
 
-void MainMenuDlg::OnCancel()
+void MainMenuDlg::onCancel()
 {
-    if (app().messages().yesNo(QStringLiteral("Programm beenden?")) != MessageDialogs::Yes)
+    if (m_services.messages.yesNo(QStringLiteral("Programm beenden?")) != Answer::Yes)
         return;
     m_timer.stop();
-    app().SwitchToDialog(nullptr, 0);
+    stack().switchTo(nullptr);
 }
 
 } // namespace brovant

@@ -2,7 +2,8 @@
 // ways into the work areas. The only place the program is ended from.
 #pragma once
 
-#include "app/CNorvKeybDlg.h"
+#include "app/KeypadScreen.h"
+#include "app/ScreenServices.h"
 
 #include <QTimer>
 
@@ -10,8 +11,10 @@ class QLabel;
 
 namespace brovant {
 
-class MainMenuDlg : public CNorvKeybDlg {
+class MainMenuDlg : public KeypadScreen {
     Q_OBJECT
+    ScreenServices& m_services;
+
 public:
     static constexpr const char* kTitle = "Brovanterfassung V3.03t";
     static constexpr int kNewList = 1004;
@@ -19,12 +22,12 @@ public:
     static constexpr int kSystemInfo = 1005;
     static constexpr int kSettings = 1007;
 
-    explicit MainMenuDlg(CNorvMFCApp& app);
+    explicit MainMenuDlg(ScreenServices& services);
 
-    void InitDialog() override;
-    void OnLeave() override;
-    void OnCommand(int id) override;
-    void OnCancel() override;
+    void enter() override;
+    void leave() override;
+    void onCommand(int id) override;
+    void onCancel() override;
 
     // Reads the clock and writes "%02d:%02d:%02d" and "%02d.%02d.%4d".
     void updateClock();
@@ -33,10 +36,10 @@ public:
     static QString dateText(const QDateTime& time);
 
 protected:
-    void OnInitDialog() override;
+    void setUp() override;
 
 private:
-    void openWorkArea(const char* screen, bool needsMasterData, bool resetList);
+    void openWorkArea(Screen* target, bool needsMasterData, bool resetList);
 
     QTimer m_timer;
     QLabel* m_clock = nullptr;

@@ -1,10 +1,13 @@
 #include "app/PrinterSettingsDlg.h"
 
-#include "app/CNorvMFCApp.h"
+#include "app/CableSettingsDlg.h"
 #include "app/KeyTables.h"
+#include "app/MainMenuDlg.h"
+#include "app/ScreenStack.h"
+#include "app/SettingsDlg.h"
+#include "masterdata/DeviceSession.h"
 #include "workflow/AppState.h"
 #include "workflow/CableSettingsLogic.h"
-#include "masterdata/DeviceSession.h"
 
 #include <QButtonGroup>
 #include <QCheckBox>
@@ -29,8 +32,6 @@ constexpr int kLabelWidth = 92;
 constexpr int kFieldLeft = 98;
 constexpr int kFieldWidth = 138;
 constexpr int kPagesTop = 48;
-
-const char* const kCableScreen = "cableSettings";
 
 QLabel* addLabel(QWidget* page, const QString& name, const QString& text, int y)
 {
@@ -57,13 +58,14 @@ void selectData(QComboBox* combo, int value)
 
 } // namespace
 
-PrinterSettingsDlg::PrinterSettingsDlg(CNorvMFCApp& app)
-    : CNorvKeybDlg(app, QStringLiteral("printerSettings"))
-    , m_logic(app.session().store(), app.state().tables)
+PrinterSettingsDlg::PrinterSettingsDlg(ScreenServices& services)
+    : KeypadScreen(services.stack, QStringLiteral("printerSettings"))
+    , m_services(services)
+    , m_logic(services.session.store(), services.state.tables)
 {
 }
 
-void PrinterSettingsDlg::OnInitDialog()
+void PrinterSettingsDlg::setUp()
 {
     addTitle(QStringLiteral("Einstellungen - Kommunikation"), 0, 18, 12);
     // Big marks and list lines: the screen is worked with gloves.
@@ -80,14 +82,14 @@ void PrinterSettingsDlg::OnInitDialog()
     m_tabs->setUsesScrollButtons(false);
     m_tabs->setElideMode(Qt::ElideNone);
     m_tabs->setFocusPolicy(Qt::NoFocus);
-    QFont tabFont = GetDefaultFont();
+    QFont tabFont = defaultFont();
     tabFont.setPixelSize(11);
     m_tabs->setFont(tabFont);
     m_tabs->setStyleSheet(
         QStringLiteral("QTabBar::tab { width: 78px; height: 24px; padding: 0px; }"));
-    m_tabs->setGeometry(0, 20, CNorvMFCApp::kScreenWidth, 26);
+    m_tabs->setGeometry(0, 20, ScreenStack::kScreenWidth, 26);
     m_pages = new QStackedWidget(this);
-    m_pages->setGeometry(0, kPagesTop, CNorvMFCApp::kScreenWidth,
+    m_pages->setGeometry(0, kPagesTop, ScreenStack::kScreenWidth,
                          keys::kBottomBarArea.top() - kPagesTop - 2);
     connect(m_tabs, &QTabBar::currentChanged, this, &PrinterSettingsDlg::showTab);
 
@@ -98,13 +100,13 @@ void PrinterSettingsDlg::OnInitDialog()
         m_pages->addWidget(page);
     }
 
-    SetKeyboard(new CNorvKeyboard(keys::kBottomBarArea, keys::bottomBar(0, false)));
+    addKeyboard(new OnScreenKeyboard(keys::kBottomBarArea, keys::bottomBar(0, false)));
 }
 
 void PrinterSettingsDlg::buildTransferTab(QWidget* page)
 {
     addLabel(page, QStringLiteral("mode"), QStringLiteral("Übertragung über:"), 0)
-        ->resize(CNorvMFCApp::kScreenWidth - 2 * kLabelLeft, kRowHeight);
+        ->resize(ScreenStack::kScreenWidth - 2 * kLabelLeft, kRowHeight);
     m_modes = new QButtonGroup(page);
     for (int mode = CommunicationSettingsLogic::kCableMode;
          mode <= CommunicationSettingsLogic::kFtpMode; ++mode) {
@@ -249,21 +251,21 @@ void PrinterSettingsDlg::showTab(int index)
     m_pages->setCurrentIndex(index);
 }
 
-void PrinterSettingsDlg::InitDialog()
+void PrinterSettingsDlg::enter()
 {
-    CNorvBaseDlg* cableScreen = app().findScreen(QString::fromLatin1(kCableScreen));
-    const bool backFromCable = m_inCableSettings && cableScreen && GetPrevDlg() == cableScreen;
+    Screen* cableScreen = stack().screen<CableSettingsDlg>();
+    const bool backFromCable = m_inCableSettings && cableScreen && previousScreen() == cableScreen;
     m_inCableSettings = false;
     if (!backFromCable) {
         // A fresh start: what the store holds now, on the first tab.
-        m_caller = GetPrevDlg();
+        m_caller = previousScreen();
         m_shown = m_logic.read();
         fillFields();
         showTab(TransferTab);
     }
     if (auto* cable = findChild<QPushButton*>(QStringLiteral("cable")))
         cable->setEnabled(cableScreen != nullptr);
-    const CableSettingsLogic line(app().session().store(), app().state().tables);
+    const CableSettingsLogic line(m_services.session.store(), m_services.state.tables);
     m_cableLine->setText(CableSettingsLogic::describe(line.read()));
     showKeyboard(0);
 }
@@ -271,7 +273,7 @@ void PrinterSettingsDlg::InitDialog()
 void PrinterSettingsDlg::fillFields()
 {
     m_loading = true;
-    const SettingsStore& store = app().session().store();
+    const SettingsStore& store = m_services.session.store();
     if (QAbstractButton* mode = m_modes->button(m_shown.mode))
         mode->setChecked(true);
     m_modemEntry->clear();
@@ -292,7 +294,7 @@ void PrinterSettingsDlg::fillFields()
     selectData(m_printerBaudrate, m_shown.printerBaudrate);
     m_printFolder->clear();
     m_printFolder->addItems(
-        CommunicationSettingsLogic::printFolders(app().session().root(), m_shown.printerPath));
+        CommunicationSettingsLogic::printFolders(m_services.session.root(), m_shown.printerPath));
     m_printFolder->setCurrentIndex(m_printFolder->findText(m_shown.printerPath));
     m_loading = false;
     showPrinterType();
@@ -329,33 +331,33 @@ void PrinterSettingsDlg::stepPageLength(int step)
 
 void PrinterSettingsDlg::openCableSettings()
 {
-    CNorvBaseDlg* cable = app().findScreen(QString::fromLatin1(kCableScreen));
+    Screen* cable = stack().screen<CableSettingsDlg>();
     if (!cable)
         return;
     m_inCableSettings = true;
-    app().SwitchToDialog(cable, 0);
+    stack().switchTo(cable);
 }
 
-void PrinterSettingsDlg::OnOK()
+void PrinterSettingsDlg::onOk()
 {
     m_logic.confirm(m_shown);
     returnToCaller();
 }
 
-void PrinterSettingsDlg::OnCancel()
+void PrinterSettingsDlg::onCancel()
 {
     returnToCaller();
 }
 
 void PrinterSettingsDlg::returnToCaller()
 {
-    CNorvBaseDlg* target = m_caller;
-    if (!target || target == this || target == app().findScreen(QString::fromLatin1(kCableScreen)))
-        target = app().findScreen(QStringLiteral("settings"));
+    Screen* target = m_caller;
+    if (!target || target == this || target == stack().screen<CableSettingsDlg>())
+        target = stack().screen<SettingsDlg>();
     if (!target)
-        target = app().findScreen(QStringLiteral("mainMenu"));
+        target = stack().screen<MainMenuDlg>();
     if (target)
-        app().SwitchToDialog(target, 0);
+        stack().switchTo(target);
 }
 
 } // namespace brovant

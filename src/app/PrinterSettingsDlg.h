@@ -4,7 +4,8 @@
 // cancelling drops them.
 #pragma once
 
-#include "app/CNorvKeybDlg.h"
+#include "app/KeypadScreen.h"
+#include "app/ScreenServices.h"
 #include "workflow/CommunicationSettingsLogic.h"
 
 class QButtonGroup;
@@ -17,21 +18,23 @@ class QTabBar;
 
 namespace brovant {
 
-class PrinterSettingsDlg : public CNorvKeybDlg {
+class PrinterSettingsDlg : public KeypadScreen {
     Q_OBJECT
+    ScreenServices& m_services;
+
 public:
     enum Tab { TransferTab = 0, CaliperTab = 1, PrinterTab = 2 };
 
-    explicit PrinterSettingsDlg(CNorvMFCApp& app);
+    explicit PrinterSettingsDlg(ScreenServices& services);
 
-    void InitDialog() override;
-    void OnOK() override;
-    void OnCancel() override;
+    void enter() override;
+    void onOk() override;
+    void onCancel() override;
 
     void showTab(int index);
 
 protected:
-    void OnInitDialog() override;
+    void setUp() override;
 
 private:
     void buildTransferTab(QWidget* page);
@@ -47,7 +50,7 @@ private:
     CommunicationSettingsLogic m_logic;
     CommunicationSettings m_shown;
     // The screen that opened this one; the cable settings screen comes back here.
-    CNorvBaseDlg* m_caller = nullptr;
+    Screen* m_caller = nullptr;
     bool m_inCableSettings = false;
     bool m_loading = false;
 

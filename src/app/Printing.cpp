@@ -1,12 +1,12 @@
 #include "app/Printing.h"
 
-#include "app/CNorvMFCApp.h"
-#include "workflow/AppLifecycle.h"
-#include "workflow/AppState.h"
+#include "app/ScreenServices.h"
 #include "evaluation/print/ReportPrinter.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
 #include "platform/MessageDialogs.h"
+#include "workflow/AppLifecycle.h"
+#include "workflow/AppState.h"
 
 namespace brovant {
 namespace {
@@ -28,16 +28,17 @@ private:
 
 } // namespace
 
-std::optional<QString> Printing::run(CNorvMFCApp& app, ReportKind kind, std::int64_t listId)
+std::optional<QString> Printing::run(const ScreenServices& services, ReportKind kind,
+                                     std::int64_t listId)
 {
-    const MasterTables& tables = app.state().tables;
-    MessageDialogs& dialogs = app.messages();
+    const MasterTables& tables = services.state.tables;
+    MessageDialogs& dialogs = services.messages;
     if (reports::askBeforePrinting(tables)
         && dialogs.yesNo(QStringLiteral("Soll der Ausdruck"), QStringLiteral("gestartet werden?"))
-               != MessageDialogs::Yes)
+               != Answer::Yes)
         return std::nullopt;
 
-    DeviceSession& session = app.session();
+    DeviceSession& session = services.session;
     const QString folder = tables.printerPath.trimmed().isEmpty() ? QStringLiteral("\\My Documents")
                                                                   : tables.printerPath;
     std::optional<Report> report;
@@ -47,9 +48,10 @@ std::optional<QString> Printing::run(CNorvMFCApp& app, ReportKind kind, std::int
     bool printed = false;
     {
         // The wait cursor and the info window while the pages are drawn, not under a message.
-        WaitCursor wait(app.host());
+        WaitCursor wait(services.host);
         dialogs.info(MessageDialogs::Show, QStringLiteral("Ausdruck wird erstellt..."));
-        const ReportSources sources{session.database(), session.store(), tables, app.clock().now()};
+        const ReportSources sources{session.database(), session.store(), tables,
+                                    services.clock.now()};
         report = reports::build(kind, sources, listId);
         dialogs.progress(30);
         if (report) {

@@ -13,14 +13,15 @@
 
 namespace brovant {
 
-class CNorvMFCApp;
+struct ScreenServices;
 
 class Printing {
 public:
     // Prints `kind` for list `listId` (ignored for the test page) with the settings in force.
     // The device path of the PDF written ("\My Documents\HIEB01_Ausdruck.pdf"), or nothing when
     // the user declined or it failed (the user was told).
-    static std::optional<QString> run(CNorvMFCApp& app, ReportKind kind, std::int64_t listId);
+    static std::optional<QString> run(const ScreenServices& services, ReportKind kind,
+                                      std::int64_t listId);
 };
 
 } // namespace brovant

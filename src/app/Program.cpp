@@ -95,7 +95,7 @@ int runProgram(int argc, char** argv)
     });
     WakeUpWatcher wakeUp;
     QObject::connect(&wakeUp, &WakeUpWatcher::wokeUp, &app, &BrovantApp::secondStart);
-    QObject::connect(&app, &CNorvMFCApp::finished, &qapp, &QApplication::quit,
+    QObject::connect(&app.stack(), &ScreenStack::finished, &qapp, &QApplication::quit,
                      Qt::QueuedConnection);
     if (!app.start())
         return 1;

@@ -55,7 +55,7 @@ void paintFrame(QWidget* w, const QString& title)
 } // namespace
 
 MessageDialog::MessageDialog(QWidget* parent, const QString& title, const QStringList& lines,
-                             const std::vector<Button>& buttons, int closedResult)
+                             const std::vector<Button>& buttons, Answer closedResult)
     : QDialog(parent, Qt::FramelessWindowHint | Qt::Dialog)
     , m_title(title)
     , m_closedResult(closedResult)
@@ -79,8 +79,8 @@ MessageDialog::MessageDialog(QWidget* parent, const QString& title, const QStrin
         button->setMinimumHeight(22);
         button->setAutoDefault(false);
         button->setDefault(b.controlId == 1055);
-        const int result = b.result;
-        connect(button, &QPushButton::clicked, this, [this, result] { done(result); });
+        const Answer result = b.result;
+        connect(button, &QPushButton::clicked, this, [this, result] { done(int(result)); });
         row->addWidget(button);
     }
     layout->addLayout(row);
@@ -93,7 +93,7 @@ void MessageDialog::paintEvent(QPaintEvent*)
 
 void MessageDialog::reject()
 {
-    done(m_closedResult);
+    done(int(m_closedResult));
 }
 
 InfoWindow::InfoWindow(QWidget* parent)
@@ -223,18 +223,18 @@ void QtMessageDialogs::beep()
         QApplication::beep();
 }
 
-int QtMessageDialogs::run(MessageDialog& dialog)
+Answer QtMessageDialogs::run(MessageDialog& dialog)
 {
-    return dialog.exec();
+    return Answer(dialog.exec());
 }
 
-int QtMessageDialogs::ask(const QString& title, const QStringList& lines,
-                          const std::vector<MessageDialog::Button>& buttons, int closedResult,
-                          const char16_t* sound)
+Answer QtMessageDialogs::ask(const QString& title, const QStringList& lines,
+                             const std::vector<MessageDialog::Button>& buttons, Answer closedResult,
+                             const char16_t* sound)
 {
     if (sound)
         play(sound);
-    int result = closedResult;
+    Answer result = closedResult;
     {
         MessageDialog dialog(m_window, title, lines, buttons, closedResult);
         result = run(dialog);
@@ -247,28 +247,29 @@ int QtMessageDialogs::ask(const QString& title, const QStringList& lines,
 void QtMessageDialogs::notice(const QString& line1, const QString& line2, const QString& line3,
                               const QString& caption, bool sound)
 {
-    ask(QStringLiteral("Achtung!"), {line1, line2, line3}, {{1055, caption, 1}}, 1,
-        sound ? u"\\Windows\\exclam.wav" : nullptr);
+    ask(QStringLiteral("Achtung!"), {line1, line2, line3}, {{1055, caption, Answer::Ok}},
+        Answer::Ok, sound ? u"\\Windows\\exclam.wav" : nullptr);
 }
 
-int QtMessageDialogs::yesNo(const QString& line1, const QString& line2, const QString& line3,
-                            const QString& yesCaption, const QString& noCaption)
+Answer QtMessageDialogs::yesNo(const QString& line1, const QString& line2, const QString& line3,
+                               const QString& yesCaption, const QString& noCaption)
 {
     return ask(QStringLiteral("Frage"), {line1, line2, line3},
-               {{1053, yesCaption, Yes}, {1054, noCaption, No}}, No, u"\\Windows\\question.wav");
+               {{1053, yesCaption, Answer::Yes}, {1054, noCaption, Answer::No}}, Answer::No,
+               u"\\Windows\\question.wav");
 }
 
-int QtMessageDialogs::question(const QString& line1, const QString& line2, const QString& line3,
-                               const QString& caption1, const QString& caption2,
-                               const QString& caption3)
+Answer QtMessageDialogs::question(const QString& line1, const QString& line2, const QString& line3,
+                                  const QString& caption1, const QString& caption2,
+                                  const QString& caption3)
 {
     std::vector<MessageDialog::Button> buttons;
     const QString captions[] = {caption1, caption2, caption3};
     for (int i = 0; i < 3; ++i) {
         if (!captions[i].isEmpty())
-            buttons.push_back({1056 + i, captions[i], i + 1});
+            buttons.push_back({1056 + i, captions[i], Answer(int(Answer::First) + i)});
     }
-    return ask(QStringLiteral("Frage"), {line1, line2, line3}, buttons, NoChoice,
+    return ask(QStringLiteral("Frage"), {line1, line2, line3}, buttons, Answer::None,
                u"\\Windows\\question.wav");
 }
 

@@ -24,10 +24,10 @@ public:
     struct Button {
         int controlId;
         QString caption;
-        int result;
+        Answer result;
     };
     MessageDialog(QWidget* parent, const QString& title, const QStringList& lines,
-                  const std::vector<Button>& buttons, int closedResult);
+                  const std::vector<Button>& buttons, Answer closedResult);
     QString title() const { return m_title; }
 
 protected:
@@ -36,7 +36,7 @@ protected:
 
 private:
     QString m_title;
-    int m_closedResult;
+    Answer m_closedResult;
 };
 
 // The "Info" window: one object, reused for every long job. Its "Abbruch" key is there only
@@ -75,11 +75,11 @@ public:
 
     void notice(const QString& line1, const QString& line2, const QString& line3,
                 const QString& caption, bool sound) override;
-    int yesNo(const QString& line1, const QString& line2, const QString& line3,
-              const QString& yesCaption, const QString& noCaption) override;
-    int question(const QString& line1, const QString& line2, const QString& line3,
-                 const QString& caption1, const QString& caption2,
-                 const QString& caption3) override;
+    Answer yesNo(const QString& line1, const QString& line2, const QString& line3,
+                 const QString& yesCaption, const QString& noCaption) override;
+    Answer question(const QString& line1, const QString& line2, const QString& line3,
+                    const QString& caption1, const QString& caption2,
+                    const QString& caption3) override;
     void info(int showCommand, const QString& line1, const QString& line2,
               const QString& line3) override;
     void progress(double percent) override;
@@ -94,14 +94,14 @@ public:
 
 protected:
     // Runs one modal dialog and returns its result.
-    virtual int run(MessageDialog& dialog);
+    virtual Answer run(MessageDialog& dialog);
     // Shows the info window's new state; the demo tour takes its picture here.
     virtual void infoShown() {}
 
 private:
-    int ask(const QString& title, const QStringList& lines,
-            const std::vector<MessageDialog::Button>& buttons, int closedResult,
-            const char16_t* sound);
+    Answer ask(const QString& title, const QStringList& lines,
+               const std::vector<MessageDialog::Button>& buttons, Answer closedResult,
+               const char16_t* sound);
     void play(const char16_t* devicePath);
 
     QWidget* m_window;

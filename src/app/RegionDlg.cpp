@@ -1,11 +1,12 @@
 #include "app/RegionDlg.h"
 
-#include "app/CNorvMFCApp.h"
 #include "app/KeyTables.h"
+#include "app/ListSelectionDlg.h"
+#include "app/ScreenStack.h"
 #include "app/TariffAssignmentDlg.h"
+#include "masterdata/DeviceSession.h"
 #include "workflow/AppState.h"
 #include "workflow/ListHeaderLogic.h"
-#include "masterdata/DeviceSession.h"
 
 #include <QHeaderView>
 #include <QLabel>
@@ -31,7 +32,7 @@ std::vector<KeyDef> regionKeys()
     std::vector<KeyDef> keys = keys::codeList(RegionDlg::kRegionEntry, 3, 6);
     for (KeyDef& key : keys) {
         if (key.commandId == 0 && key.bitmap == 129)
-            key.commandId = CNorvKeybDlg::kZiff;
+            key.commandId = KeypadScreen::kZiff;
     }
     return keys;
 }
@@ -48,25 +49,27 @@ std::vector<KeyDef> actionKeys()
 
 } // namespace
 
-RegionDlg::RegionDlg(CNorvMFCApp& app)
-    : CNorvKeybDlg(app, QStringLiteral("region"))
-    , m_logic(app.session().database(), app.messages())
+RegionDlg::RegionDlg(ScreenServices& services)
+    : KeypadScreen(services.stack, QStringLiteral("region"))
+    , m_services(services)
+    , m_logic(services.session.database(), services.messages)
 {
     setWindowTitle(QStringLiteral("Wuchsregionen"));
 }
 
-void RegionDlg::OnInitDialog()
+void RegionDlg::setUp()
 {
-    m_regionKeys = new CNorvKeyboard(keys::kFullArea, regionKeys());
-    SetKeyboard(m_regionKeys);
-    SetKeyboard(new CNorvKeyboard(keys::kFullArea, keys::letters()));
-    SetKeyboard(new CNorvKeyboard(keys::kFullArea, keys::digits()));
-    connect(m_regionKeys, &CNorvKeyboard::entryChosen, this, [this](int, int, const QString& code) {
-        m_region->setText(code.trimmed());
-        add();
-    });
-    auto* actions = new CNorvKeyboard(kActionArea, actionKeys(), this);
-    connect(actions, &CNorvKeyboard::command, this, [this](int id) { OnCommand(id); });
+    m_regionKeys = new OnScreenKeyboard(keys::kFullArea, regionKeys());
+    addKeyboard(m_regionKeys);
+    addKeyboard(new OnScreenKeyboard(keys::kFullArea, keys::letters()));
+    addKeyboard(new OnScreenKeyboard(keys::kFullArea, keys::digits()));
+    connect(m_regionKeys, &OnScreenKeyboard::entryChosen, this,
+            [this](int, int, const QString& code) {
+                m_region->setText(code.trimmed());
+                add();
+            });
+    auto* actions = new OnScreenKeyboard(kActionArea, actionKeys(), this);
+    connect(actions, &OnScreenKeyboard::command, this, [this](int id) { onCommand(id); });
 
     m_title = addTitle(windowTitle(), 0, kTitleHeight);
 
@@ -85,21 +88,20 @@ void RegionDlg::OnInitDialog()
     m_region->setFont(font);
 }
 
-void RegionDlg::InitDialog()
+void RegionDlg::enter()
 {
-    const CNorvBaseDlg* previous = GetPrevDlg();
-    const bool fromTariffs =
-        previous && previous->objectName() == QLatin1StringView("tariffAssignment");
-    m_logic.open(app().state().currentList);
+    const Screen* previous = previousScreen();
+    const bool fromTariffs = previous && qobject_cast<const TariffAssignmentDlg*>(previous);
+    m_logic.open(m_services.state.currentList);
     m_title->setText(m_logic.listName().isEmpty()
                          ? windowTitle()
                          : QStringLiteral("%1: %2").arg(windowTitle(), m_logic.listName()));
     m_regionKeys->setCodeTable(m_logic.masterRegions(), {}, kRegionEntry);
-    m_region->setPlaceholderText(ListHeaderLogic::fixedLabel(app().session().store(), 3));
+    m_region->setPlaceholderText(ListHeaderLogic::fixedLabel(m_services.session.store(), 3));
     showKeyboard(RegionList);
     showRows(-1);
     // Back from assigning its tariffs, the region waiting in the field joins the list.
-    if (fromTariffs && ListHeaderLogic::hasTariffs(app().session().database(), m_region->text()))
+    if (fromTariffs && ListHeaderLogic::hasTariffs(m_services.session.database(), m_region->text()))
         add();
     else if (!fromTariffs)
         m_region->clear();
@@ -133,8 +135,7 @@ void RegionDlg::add()
         break;
     }
     case RegionLogic::Added::AssignTariffs:
-        if (auto* tariffs = qobject_cast<TariffAssignmentDlg*>(
-                app().findScreen(QStringLiteral("tariffAssignment"))))
+        if (auto* tariffs = stack().screen<TariffAssignmentDlg>())
             tariffs->openRegion(region);
         break;
     case RegionLogic::Added::No:
@@ -149,8 +150,7 @@ void RegionDlg::remove()
         showRows(std::min(row, int(m_logic.rows().size()) - 1));
 }
 
-
-void RegionDlg::OnCommand(int id)
+void RegionDlg::onCommand(int id)
 {
     switch (id) {
     case kAdd:
@@ -166,19 +166,19 @@ void RegionDlg::OnCommand(int id)
         keys::stepSelection(*m_view, id == kPreviousField ? -1 : 1);
         return;
     default:
-        CNorvKeybDlg::OnCommand(id);
+        KeypadScreen::onCommand(id);
     }
 }
 
-void RegionDlg::OnOK()
+void RegionDlg::onOk()
 {
     add();
 }
 
-void RegionDlg::OnCancel()
+void RegionDlg::onCancel()
 {
-    if (CNorvBaseDlg* lists = app().findScreen(QStringLiteral("listSelection")))
-        app().SwitchToDialog(lists, 0);
+    if (Screen* lists = stack().screen<ListSelectionDlg>())
+        stack().switchTo(lists);
 }
 
 } // namespace brovant

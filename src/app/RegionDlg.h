@@ -4,7 +4,8 @@
 // written is RegionLogic's; a region without tariffs leads to the tariff assignment.
 #pragma once
 
-#include "app/CNorvKeybDlg.h"
+#include "app/KeypadScreen.h"
+#include "app/ScreenServices.h"
 #include "workflow/RegionLogic.h"
 
 class QLabel;
@@ -13,8 +14,10 @@ class QTreeWidget;
 
 namespace brovant {
 
-class RegionDlg : public CNorvKeybDlg {
+class RegionDlg : public KeypadScreen {
     Q_OBJECT
+    ScreenServices& m_services;
+
 public:
     static constexpr int kAdd = 1701;
     static constexpr int kRemove = 1702;
@@ -24,18 +27,18 @@ public:
     // Keyboards in the order they are attached.
     enum KeyboardIndex { RegionList, Letters, Digits };
 
-    explicit RegionDlg(CNorvMFCApp& app);
+    explicit RegionDlg(ScreenServices& services);
 
     RegionLogic& logic() { return m_logic; }
     QTreeWidget* regionView() const { return m_view; }
 
-    void InitDialog() override;
-    void OnCommand(int id) override;
-    void OnOK() override;
-    void OnCancel() override;
+    void enter() override;
+    void onCommand(int id) override;
+    void onOk() override;
+    void onCancel() override;
 
 protected:
-    void OnInitDialog() override;
+    void setUp() override;
 
 private:
     void showRows(int selected);
@@ -46,7 +49,7 @@ private:
     QLabel* m_title = nullptr;
     QTreeWidget* m_view = nullptr;
     QLineEdit* m_region = nullptr;
-    CNorvKeyboard* m_regionKeys = nullptr;
+    OnScreenKeyboard* m_regionKeys = nullptr;
 };
 
 } // namespace brovant

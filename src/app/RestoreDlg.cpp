@@ -1,9 +1,10 @@
 #include "app/RestoreDlg.h"
 
-#include "app/CNorvBaseDlg.h"
-#include "app/CNorvMFCApp.h"
-#include "workflow/AppLifecycle.h"
+#include "app/Screen.h"
+#include "app/ScreenServices.h"
+#include "app/ScreenStack.h"
 #include "device/BackupService.h"
+#include "workflow/AppLifecycle.h"
 
 #include <QLabel>
 #include <QListWidget>
@@ -31,34 +32,34 @@ void RestoreDlg::setRunner(Runner runner)
     ::brovant::runner() = std::move(runner);
 }
 
-bool RestoreDlg::open(CNorvMFCApp& app)
+bool RestoreDlg::open(ScreenServices& services)
 {
-    if (app.backup().folderOrNotice().isEmpty())
+    if (services.backup.folderOrNotice().isEmpty())
         return false;
     bool restored = false;
     {
-        RestoreDlg dialog(app, app.mainWindow());
+        RestoreDlg dialog(services, services.stack.mainWindow());
         if (runner())
             runner()(dialog);
         else
             dialog.exec();
         restored = dialog.restored();
     }
-    if (CNorvBaseDlg* active = app.GetActiveDlg())
-        active->ShowFullScreen();
+    if (Screen* active = services.stack.activeScreen())
+        active->bringToFront();
     return restored;
 }
 
-RestoreDlg::RestoreDlg(CNorvMFCApp& app, QWidget* parent)
+RestoreDlg::RestoreDlg(ScreenServices& services, QWidget* parent)
     : QDialog(parent, Qt::FramelessWindowHint | Qt::Dialog)
-    , m_app(app)
+    , m_services(services)
 {
     setObjectName(QStringLiteral("restore"));
     setWindowTitle(QStringLiteral("Wiederherstellen"));
     setModal(true);
-    setFont(CNorvBaseDlg::GetDefaultFont());
+    setFont(Screen::defaultFont());
     const QPoint origin = parent ? parent->mapToGlobal(QPoint(0, 0)) : QPoint(0, 0);
-    setGeometry(QRect(origin, QSize(CNorvMFCApp::kScreenWidth, CNorvMFCApp::kScreenHeight)));
+    setGeometry(QRect(origin, QSize(ScreenStack::kScreenWidth, ScreenStack::kScreenHeight)));
 
     auto* caption = new QLabel(QStringLiteral("Auswahl Datensicherung"), this);
     caption->setObjectName(QStringLiteral("caption"));
@@ -68,7 +69,7 @@ RestoreDlg::RestoreDlg(CNorvMFCApp& app, QWidget* parent)
     m_list->setObjectName(QStringLiteral("backupList"));
     m_list->setGeometry(8, kTitleHeight + 28, 224, 220);
     m_list->setSortingEnabled(true);
-    for (const BackupService::Entry& entry : app.backup().entries())
+    for (const BackupService::Entry& entry : services.backup.entries())
         m_list->addItem(entry.display());
     // The newest backup has the highest number and so stands last.
     if (m_list->count() > 0)
@@ -92,9 +93,9 @@ void RestoreDlg::restoreSelected()
     const QListWidgetItem* item = m_list->currentItem();
     if (!item)
         return;
-    ScreenHost& host = m_app.host();
+    ScreenHost& host = m_services.host;
     host.setWaitCursor(true);
-    m_restored = m_app.backup().restore(item->text().left(kNameLength));
+    m_restored = m_services.backup.restore(item->text().left(kNameLength));
     host.setWaitCursor(false);
     accept();
 }

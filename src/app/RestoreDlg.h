@@ -13,7 +13,7 @@ class QPushButton;
 
 namespace brovant {
 
-class CNorvMFCApp;
+struct ScreenServices;
 
 class RestoreDlg : public QDialog {
     Q_OBJECT
@@ -27,9 +27,9 @@ public:
 
     // Opens the screen over the main window (after the notice when the card is missing, without
     // it), then shows the active screen full screen again. True when a backup was restored.
-    static bool open(CNorvMFCApp& app);
+    static bool open(ScreenServices& services);
 
-    RestoreDlg(CNorvMFCApp& app, QWidget* parent);
+    RestoreDlg(ScreenServices& services, QWidget* parent);
 
     bool restored() const { return m_restored; }
     QListWidget* list() const { return m_list; }
@@ -40,7 +40,7 @@ protected:
 private:
     void restoreSelected();
 
-    CNorvMFCApp& m_app;
+    ScreenServices& m_services;
     QListWidget* m_list = nullptr;
     QPushButton* m_ok = nullptr;
     bool m_restored = false;

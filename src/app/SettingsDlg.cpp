@@ -1,19 +1,21 @@
 #include "app/SettingsDlg.h"
 
-#include "app/CNorvMFCApp.h"
 #include "app/ConfigurationDlg.h"
 #include "app/KeyTables.h"
+#include "app/MainMenuDlg.h"
+#include "app/PrinterSettingsDlg.h"
 #include "app/QtMessageDialogs.h"
 #include "app/RestoreDlg.h"
+#include "app/ScreenStack.h"
 #include "app/TariffAssignmentDlg.h"
-#include "workflow/AppLifecycle.h"
-#include "workflow/AppState.h"
-#include "workflow/SettingsLogic.h"
 #include "device/BackupService.h"
 #include "device/DeviceControls.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
 #include "platform/MessageDialogs.h"
+#include "workflow/AppLifecycle.h"
+#include "workflow/AppState.h"
+#include "workflow/SettingsLogic.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -61,8 +63,9 @@ QSlider* addSlider(QWidget* page, int id, int maximum, int y)
 
 } // namespace
 
-SettingsDlg::SettingsDlg(CNorvMFCApp& app)
-    : CNorvKeybDlg(app, QStringLiteral("settings"))
+SettingsDlg::SettingsDlg(ScreenServices& services)
+    : KeypadScreen(services.stack, QStringLiteral("settings"))
+    , m_services(services)
 {
 }
 
@@ -75,13 +78,14 @@ QPushButton* SettingsDlg::addButton(QWidget* page, int id, const QString& captio
     button->setObjectName(QStringLiteral("button%1").arg(id));
     button->setGeometry(x, y, w, 40);
     button->setFocusPolicy(Qt::NoFocus);
-    connect(button, &QPushButton::clicked, this, [this, id] { OnCommand(id); });
+    connect(button, &QPushButton::clicked, this, [this, id] { onCommand(id); });
     return button;
 }
 
-void SettingsDlg::OnInitDialog()
+void SettingsDlg::setUp()
 {
-    m_logic = std::make_unique<SettingsLogic>(app().session(), app().state(), app().messages());
+    m_logic =
+        std::make_unique<SettingsLogic>(m_services.session, m_services.state, m_services.messages);
 
     m_tabs = new QTabBar(this);
     m_tabs->setObjectName(QStringLiteral("tabs1021"));
@@ -92,7 +96,7 @@ void SettingsDlg::OnInitDialog()
     // All three tabs must show at once on the narrow screen.
     m_tabs->setUsesScrollButtons(false);
     m_tabs->setElideMode(Qt::ElideNone);
-    QFont tabFont = GetDefaultFont();
+    QFont tabFont = defaultFont();
     tabFont.setPixelSize(11);
     m_tabs->setFont(tabFont);
     m_tabs->setStyleSheet(
@@ -113,8 +117,8 @@ void SettingsDlg::OnInitDialog()
     m_cardBackup = new QCheckBox(QStringLiteral("Speicherkarte verwenden"), functions);
     m_cardBackup->setObjectName(QStringLiteral("check1195"));
     m_cardBackup->setGeometry(6, 128, 230, 28);
-    connect(m_autoBackup, &QCheckBox::clicked, this, [this] { OnCommand(kAutomaticBackup); });
-    connect(m_cardBackup, &QCheckBox::clicked, this, [this] { OnCommand(kCardBackup); });
+    connect(m_autoBackup, &QCheckBox::clicked, this, [this] { onCommand(kAutomaticBackup); });
+    connect(m_cardBackup, &QCheckBox::clicked, this, [this] { onCommand(kCardBackup); });
     addButton(functions, kReset, QStringLiteral("Reset"), 4, 166, 232);
     m_pages->addWidget(functions);
 
@@ -135,8 +139,8 @@ void SettingsDlg::OnInitDialog()
     m_time->setObjectName(QStringLiteral("time1023"));
     m_time->setDisplayFormat(QStringLiteral("HH:mm:ss"));
     m_time->setGeometry(94, 4 + kRow, 140, 24);
-    connect(m_date, &QDateEdit::dateChanged, this, [this] { OnCommand(kDate); });
-    connect(m_time, &QTimeEdit::timeChanged, this, [this] { OnCommand(kTime); });
+    connect(m_date, &QDateEdit::dateChanged, this, [this] { onCommand(kDate); });
+    connect(m_time, &QTimeEdit::timeChanged, this, [this] { onCommand(kTime); });
     addLabel(device, QStringLiteral("Lautstärke:"), 4 + 2 * kRow);
     m_volume = addSlider(device, kVolume, 6, 4 + 2 * kRow);
     addLabel(device, QStringLiteral("Beleuchtung:"), 4 + 3 * kRow);
@@ -147,7 +151,7 @@ void SettingsDlg::OnInitDialog()
         const int id = s == m_volume           ? kVolume
                        : s == m_backlightMains ? kBacklightMains
                                                : kBacklightBattery;
-        connect(s, &QSlider::valueChanged, this, [this, id] { OnCommand(id); });
+        connect(s, &QSlider::valueChanged, this, [this, id] { onCommand(id); });
     }
     addLabel(device, QStringLiteral("Ausschalten:"), 4 + 5 * kRow);
     m_switchOff = new QComboBox(device);
@@ -155,11 +159,11 @@ void SettingsDlg::OnInitDialog()
     for (const auto& [text, seconds] : kSwitchOffChoices)
         m_switchOff->addItem(QString::fromUtf8(text), seconds);
     m_switchOff->setGeometry(94, 4 + 5 * kRow, 140, 24);
-    connect(m_switchOff, &QComboBox::currentIndexChanged, this, [this] { OnCommand(kSwitchOff); });
+    connect(m_switchOff, &QComboBox::currentIndexChanged, this, [this] { onCommand(kSwitchOff); });
     m_pages->addWidget(device);
 
-    SetKeyboard(new CNorvKeyboard(keys::kBottomBarArea, keys::bottomBar(0, true)));
-    SetKeyboard(new CNorvKeyboard(keys::kFullArea, keys::digits()));
+    addKeyboard(new OnScreenKeyboard(keys::kBottomBarArea, keys::bottomBar(0, true)));
+    addKeyboard(new OnScreenKeyboard(keys::kFullArea, keys::digits()));
     showTab(0);
 }
 
@@ -171,24 +175,24 @@ void SettingsDlg::showTab(int index)
     showKeyboard(0);
 }
 
-void SettingsDlg::InitDialog()
+void SettingsDlg::enter()
 {
     // Every control shows what the device holds now; nothing is written while filling them.
     m_loading = true;
-    const QDateTime now = app().clock().now();
+    const QDateTime now = m_services.clock.now();
     m_date->setDate(now.date());
     m_time->setTime(now.time());
-    DeviceControls& device = app().device();
+    DeviceControls& device = m_services.device;
     m_backlightMains->setValue(device.backlight(PowerSource::Mains).value_or(0));
     m_backlightBattery->setValue(device.backlight(PowerSource::Battery).value_or(0));
     for (size_t i = 0; i < kSwitchOffChoices.size(); ++i) {
         if (kSwitchOffChoices[i].second == device.switchOff())
             m_switchOff->setCurrentIndex(int(i));
     }
-    const SettingsStore& store = app().session().store();
+    const SettingsStore& store = m_services.session.store();
     if (auto* communication =
             findChild<QPushButton*>(QStringLiteral("button%1").arg(kCommunication)))
-        communication->setEnabled(app().findScreen(QStringLiteral("printerSettings")) != nullptr);
+        communication->setEnabled(stack().screen<PrinterSettingsDlg>() != nullptr);
     m_autoBackup->setChecked(store.readInt(Setting::BackupAuto) == 1);
     m_cardBackup->setChecked(store.readInt(Setting::BackupKarte) == 1);
     m_loading = false;
@@ -198,44 +202,44 @@ void SettingsDlg::applyDateTime(int changed)
 {
     // The pickers were filled when the screen opened; the part the user did not touch is taken
     // from the clock now, so the time keeps running while the screen is open.
-    const QDateTime now = app().clock().now();
-    app().device().setDateTime(changed == kDate ? QDateTime(m_date->date(), now.time())
-                                                : QDateTime(now.date(), m_time->time()));
+    const QDateTime now = m_services.clock.now();
+    m_services.device.setDateTime(changed == kDate ? QDateTime(m_date->date(), now.time())
+                                                   : QDateTime(now.date(), m_time->time()));
 }
 
-void SettingsDlg::goTo(const char* screen)
+void SettingsDlg::goTo(Screen* target)
 {
-    if (CNorvBaseDlg* target = app().findScreen(QString::fromLatin1(screen)))
-        app().SwitchToDialog(target, 0);
+    if (target)
+        stack().switchTo(target);
 }
 
-void SettingsDlg::OnCommand(int id)
+void SettingsDlg::onCommand(int id)
 {
     if (m_loading)
         return;
-    DeviceControls& device = app().device();
+    DeviceControls& device = m_services.device;
     switch (id) {
     case kDeleteAll:
-        if (m_logic->deleteAll(app().host()))
-            goTo("mainMenu");
+        if (m_logic->deleteAll(m_services.host))
+            goTo(stack().screen<MainMenuDlg>());
         return;
     case kReloadConfiguration:
-        m_logic->reloadConfiguration(app().channels(), app().host());
+        m_logic->reloadConfiguration(m_services.channels, m_services.host);
         return;
     case kBackup: {
         const QStringList question = BackupService::question();
-        if (app().messages().yesNo(question[0], question[1], question[2]) != MessageDialogs::Yes)
+        if (m_services.messages.yesNo(question[0], question[1], question[2]) != Answer::Yes)
             return;
-        app().host().setWaitCursor(true);
-        app().backup().backup(BackupService::Kind::Manual);
-        app().host().setWaitCursor(false);
+        m_services.host.setWaitCursor(true);
+        m_services.backup.backup(BackupService::Kind::Manual);
+        m_services.host.setWaitCursor(false);
         return;
     }
     case kRestore:
-        if (auto* dialogs = dynamic_cast<QtMessageDialogs*>(&app().messages()))
+        if (auto* dialogs = dynamic_cast<QtMessageDialogs*>(&m_services.messages))
             dialogs->playQuestion();
-        if (RestoreDlg::open(app()))
-            m_logic->afterRestore(app().host());
+        if (RestoreDlg::open(m_services))
+            m_logic->afterRestore(m_services.host);
         return;
     case kAutomaticBackup:
         m_autoBackup->setChecked(m_logic->setAutomaticBackup(m_autoBackup->isChecked()));
@@ -244,23 +248,21 @@ void SettingsDlg::OnCommand(int id)
         m_cardBackup->setChecked(m_logic->setCardBackup(m_cardBackup->isChecked()));
         return;
     case kReset:
-        if (app().messages().yesNo(QStringLiteral("Wollen Sie den Reset"),
-                                   QStringLiteral("durchführen?"))
-            == MessageDialogs::Yes)
+        if (m_services.messages.yesNo(QStringLiteral("Wollen Sie den Reset"),
+                                      QStringLiteral("durchführen?"))
+            == Answer::Yes)
             device.reset();
         return;
     case kCompanyHeader:
-        if (auto* screen =
-                qobject_cast<ConfigurationDlg*>(app().findScreen(QStringLiteral("configuration"))))
+        if (auto* screen = stack().screen<ConfigurationDlg>())
             screen->openPage(0);
         return;
     case kTariffAssignment:
-        if (auto* screen = qobject_cast<TariffAssignmentDlg*>(
-                app().findScreen(QStringLiteral("tariffAssignment"))))
+        if (auto* screen = stack().screen<TariffAssignmentDlg>())
             screen->openAll();
         return;
     case kCommunication:
-        goTo("printerSettings");
+        goTo(stack().screen<PrinterSettingsDlg>());
         return;
     case kDate:
     case kTime:
@@ -280,13 +282,13 @@ void SettingsDlg::OnCommand(int id)
             m_logic->switchOffNotApplied();
         return;
     default:
-        CNorvKeybDlg::OnCommand(id);
+        KeypadScreen::onCommand(id);
     }
 }
 
-void SettingsDlg::OnCancel()
+void SettingsDlg::onCancel()
 {
-    goTo("mainMenu");
+    goTo(stack().screen<MainMenuDlg>());
 }
 
 } // namespace brovant

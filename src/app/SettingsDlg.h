@@ -3,7 +3,8 @@
 // screens, and the device settings (date, time, volume, backlight, switch-off) applied at once.
 #pragma once
 
-#include "app/CNorvKeybDlg.h"
+#include "app/KeypadScreen.h"
+#include "app/ScreenServices.h"
 
 #include <memory>
 
@@ -20,8 +21,10 @@ namespace brovant {
 
 class SettingsLogic;
 
-class SettingsDlg : public CNorvKeybDlg {
+class SettingsDlg : public KeypadScreen {
     Q_OBJECT
+    ScreenServices& m_services;
+
 public:
     enum Control {
         kDeleteAll = 1019,
@@ -45,22 +48,22 @@ public:
     // "Ausschalten:" entries and the seconds each writes.
     static const std::array<std::pair<const char*, int>, 6> kSwitchOffChoices;
 
-    explicit SettingsDlg(CNorvMFCApp& app);
+    explicit SettingsDlg(ScreenServices& services);
     ~SettingsDlg() override;
 
-    void InitDialog() override;
-    void OnCommand(int id) override;
-    void OnCancel() override;
+    void enter() override;
+    void onCommand(int id) override;
+    void onCancel() override;
 
     void showTab(int index);
 
 protected:
-    void OnInitDialog() override;
+    void setUp() override;
 
 private:
     QPushButton* addButton(QWidget* page, int id, const QString& caption, int x, int y, int w);
     void applyDateTime(int changed);
-    void goTo(const char* screen);
+    void goTo(Screen* target);
 
     std::unique_ptr<SettingsLogic> m_logic;
     QTabBar* m_tabs = nullptr;

@@ -1,11 +1,12 @@
 #include "app/SpeciesSelectionDlg.h"
 
-#include "app/CNorvMFCApp.h"
 #include "app/KeyTables.h"
-#include "workflow/AppState.h"
+#include "app/ScreenStack.h"
+#include "app/TallyDlg.h"
 #include "data/FieldDescriptor.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/MessageDialogs.h"
+#include "workflow/AppState.h"
 
 #include <QLabel>
 #include <QLineEdit>
@@ -46,22 +47,23 @@ std::vector<KeyDef> slotKeys()
 
 } // namespace
 
-SpeciesSelectionDlg::SpeciesSelectionDlg(CNorvMFCApp& app)
-    : CNorvKeybDlg(app, QStringLiteral("species"))
+SpeciesSelectionDlg::SpeciesSelectionDlg(ScreenServices& services)
+    : KeypadScreen(services.stack, QStringLiteral("species"))
+    , m_services(services)
 {
     setWindowTitle(QStringLiteral("* Einstellung der Holzart *"));
 }
 
-void SpeciesSelectionDlg::OnInitDialog()
+void SpeciesSelectionDlg::setUp()
 {
-    m_slots = new CNorvKeyboard(keys::kFullArea, slotKeys());
-    SetKeyboard(m_slots);
-    SetKeyboard(new CNorvKeyboard(keys::kFullArea, keys::digits()));
-    SetKeyboard(new CNorvKeyboard(keys::kFullArea, keys::letters()));
+    m_slots = new OnScreenKeyboard(keys::kFullArea, slotKeys());
+    addKeyboard(m_slots);
+    addKeyboard(new OnScreenKeyboard(keys::kFullArea, keys::digits()));
+    addKeyboard(new OnScreenKeyboard(keys::kFullArea, keys::letters()));
 
     addTitle(windowTitle(), 0, kTitleHeight);
 
-    QFont large = GetDefaultFont();
+    QFont large = defaultFont();
     large.setPixelSize(18);
     auto* caption = new QLabel(QStringLiteral("Holzart:"), this);
     caption->setObjectName(QStringLiteral("label_BAUMART"));
@@ -85,18 +87,18 @@ void SpeciesSelectionDlg::OnInitDialog()
     hint->setGeometry(kHintPlace);
 }
 
-void SpeciesSelectionDlg::InitDialog()
+void SpeciesSelectionDlg::enter()
 {
     m_code->clear();
     showCodes();
     showKeyboard(SlotKeys);
-    ShowFullScreen();
+    bringToFront();
     m_code->setFocus(Qt::OtherFocusReason);
 }
 
 void SpeciesSelectionDlg::showCodes()
 {
-    const MasterTables& tables = app().state().tables;
+    const MasterTables& tables = m_services.state.tables;
     for (int slot = 0; slot < MasterTables::kMainSpecies; ++slot) {
         m_slots->keyFor(kFirstSlot + slot)
             ->setCaption(QStringLiteral("HA%1\n%2")
@@ -111,7 +113,7 @@ std::optional<QString> SpeciesSelectionDlg::typedCode()
 {
     const QString typed = withoutTrailingBlanks(m_code->text());
     if (typed.isEmpty()) {
-        app().messages().beep();
+        m_services.messages.beep();
         return std::nullopt;
     }
     // Held as the species table holds it: blank-padded to the field's three characters.
@@ -123,8 +125,8 @@ void SpeciesSelectionDlg::assignSlot(int slot)
     const std::optional<QString> code = typedCode();
     if (!code)
         return;
-    app().state().tables.mainSpecies[size_t(slot - 1)] = *code;
-    app().session().store().writeText(Setting::HauptHolzart, slot, *code);
+    m_services.state.tables.mainSpecies[size_t(slot - 1)] = *code;
+    m_services.session.store().writeText(Setting::HauptHolzart, slot, *code);
     showCodes();
     m_code->clear();
 }
@@ -134,13 +136,13 @@ void SpeciesSelectionDlg::assignCaliperKey()
     const std::optional<QString> code = typedCode();
     if (!code)
         return;
-    app().state().tables.caliperSpecies = *code;
-    app().session().store().writeText(Setting::KluppeHolzart, 0, *code);
+    m_services.state.tables.caliperSpecies = *code;
+    m_services.session.store().writeText(Setting::KluppeHolzart, 0, *code);
     showCodes();
     m_code->clear();
 }
 
-void SpeciesSelectionDlg::OnCommand(int id)
+void SpeciesSelectionDlg::onCommand(int id)
 {
     if (id >= kFirstSlot && id < kFirstSlot + MasterTables::kMainSpecies) {
         assignSlot(id - kFirstSlot + 1);
@@ -160,22 +162,22 @@ void SpeciesSelectionDlg::OnCommand(int id)
     case kNextField:
         return; // one field only
     default:
-        CNorvKeybDlg::OnCommand(id);
+        KeypadScreen::onCommand(id);
     }
 }
 
-void SpeciesSelectionDlg::OnEnter()
+void SpeciesSelectionDlg::onEnterKey()
 {
     showKeyboard(SlotKeys);
 }
 
-void SpeciesSelectionDlg::OnCancel()
+void SpeciesSelectionDlg::onCancel()
 {
-    CNorvBaseDlg* target = app().findScreen(QStringLiteral("tally"));
+    Screen* target = stack().screen<TallyDlg>();
     if (!target)
-        target = GetPrevDlg();
+        target = previousScreen();
     if (target && target != this)
-        app().SwitchToDialog(target, 0);
+        stack().switchTo(target);
 }
 
 } // namespace brovant

@@ -4,7 +4,8 @@
 // code its slot holds. The settings are written at once.
 #pragma once
 
-#include "app/CNorvKeybDlg.h"
+#include "app/KeypadScreen.h"
+#include "app/ScreenServices.h"
 #include "masterdata/MasterTables.h"
 
 #include <optional>
@@ -14,8 +15,10 @@ class QLineEdit;
 
 namespace brovant {
 
-class SpeciesSelectionDlg : public CNorvKeybDlg {
+class SpeciesSelectionDlg : public KeypadScreen {
     Q_OBJECT
+    ScreenServices& m_services;
+
 public:
     // Key commands: "HA1" is kFirstSlot, "HA12" kFirstSlot + 11.
     static constexpr int kFirstSlot = 1601;
@@ -25,16 +28,16 @@ public:
     // Keyboards in the order they are attached.
     enum KeyboardIndex { SlotKeys, Digits, Letters };
 
-    explicit SpeciesSelectionDlg(CNorvMFCApp& app);
+    explicit SpeciesSelectionDlg(ScreenServices& services);
 
-    void InitDialog() override;
-    void OnCommand(int id) override;
+    void enter() override;
+    void onCommand(int id) override;
     // Enter: back from typing to the slot keys.
-    void OnEnter() override;
-    void OnCancel() override;
+    void onEnterKey() override;
+    void onCancel() override;
 
 protected:
-    void OnInitDialog() override;
+    void setUp() override;
 
 private:
     // The edit's code as it is stored (three characters), or nothing after a beep.
@@ -43,7 +46,7 @@ private:
     void assignCaliperKey();
     void showCodes();
 
-    CNorvKeyboard* m_slots = nullptr;
+    OnScreenKeyboard* m_slots = nullptr;
     QLineEdit* m_code = nullptr;
 };
 

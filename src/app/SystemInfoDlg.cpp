@@ -1,8 +1,8 @@
 #include "app/SystemInfoDlg.h"
 
-#include "app/CNorvMFCApp.h"
 #include "app/KeyTables.h"
 #include "app/MainMenuDlg.h"
+#include "app/ScreenStack.h"
 #include "device/DeviceControls.h"
 #include "device/DeviceRoutes.h"
 #include "masterdata/DeviceSession.h"
@@ -24,7 +24,7 @@ QLabel* addLabel(QWidget* parent, const QString& name, const QString& text, cons
 {
     auto* label = new QLabel(text, parent);
     label->setObjectName(name);
-    QFont font = CNorvBaseDlg::GetDefaultFont();
+    QFont font = Screen::defaultFont();
     font.setPixelSize(pixelSize);
     font.setBold(bold);
     label->setFont(font);
@@ -34,8 +34,9 @@ QLabel* addLabel(QWidget* parent, const QString& name, const QString& text, cons
 
 } // namespace
 
-SystemInfoDlg::SystemInfoDlg(CNorvMFCApp& app)
-    : CNorvKeybDlg(app, QStringLiteral("systemInfo"))
+SystemInfoDlg::SystemInfoDlg(ScreenServices& services)
+    : KeypadScreen(services.stack, QStringLiteral("systemInfo"))
+    , m_services(services)
 {
     m_timer.setInterval(kRefreshMs);
     connect(&m_timer, &QTimer::timeout, this, &SystemInfoDlg::refresh);
@@ -50,11 +51,11 @@ QString SystemInfoDlg::buildLine(const QString& version, const char* compileDate
     return QStringLiteral("Version %1 vom %2").arg(version, shown);
 }
 
-void SystemInfoDlg::OnInitDialog()
+void SystemInfoDlg::setUp()
 {
     // Without a soft keyboard "Ziff" has nothing to switch.
-    SetKeyboard(new CNorvKeyboard(keys::kBottomBarArea, keys::bottomBar(0, false)));
-    const int width = CNorvMFCApp::kScreenWidth;
+    addKeyboard(new OnScreenKeyboard(keys::kBottomBarArea, keys::bottomBar(0, false)));
+    const int width = ScreenStack::kScreenWidth;
     const int textWidth = width - 2 * kIndent;
 
     QLabel* title = addLabel(this, QStringLiteral("title"), QStringLiteral("Systeminfo"),
@@ -71,7 +72,7 @@ void SystemInfoDlg::OnInitDialog()
     addLabel(this, QStringLiteral("hardwareLabel"), QStringLiteral("Hardware:"),
              QRect(8, 88, width - 16, kLineHeight), 12, true);
     QLabel* hardware =
-        addLabel(this, QStringLiteral("hardware"), hardwareDescription(app().session().root()),
+        addLabel(this, QStringLiteral("hardware"), hardwareDescription(m_services.session.root()),
                  QRect(kIndent, 106, textWidth, 2 * kLineHeight));
     hardware->setWordWrap(true);
     hardware->setAlignment(Qt::AlignLeft | Qt::AlignTop);
@@ -99,21 +100,21 @@ void SystemInfoDlg::OnInitDialog()
     refresh();
 }
 
-void SystemInfoDlg::InitDialog()
+void SystemInfoDlg::enter()
 {
     refresh();
     m_timer.start();
 }
 
-void SystemInfoDlg::OnLeave()
+void SystemInfoDlg::leave()
 {
     m_timer.stop();
 }
 
 void SystemInfoDlg::refresh()
 {
-    showBattery(app().device().battery());
-    const QDateTime now = app().clock().now();
+    showBattery(m_services.device.battery());
+    const QDateTime now = m_services.clock.now();
     m_time->setText(MainMenuDlg::clockText(now));
     m_date->setText(MainMenuDlg::dateText(now));
 }

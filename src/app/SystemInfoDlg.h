@@ -3,7 +3,8 @@
 // back returns to the screen it came from.
 #pragma once
 
-#include "app/CNorvKeybDlg.h"
+#include "app/KeypadScreen.h"
+#include "app/ScreenServices.h"
 
 #include <QTimer>
 
@@ -14,15 +15,17 @@ namespace brovant {
 
 struct BatteryStatus;
 
-class SystemInfoDlg : public CNorvKeybDlg {
+class SystemInfoDlg : public KeypadScreen {
     Q_OBJECT
+    ScreenServices& m_services;
+
 public:
     static constexpr int kRefreshMs = 1000;
 
-    explicit SystemInfoDlg(CNorvMFCApp& app);
+    explicit SystemInfoDlg(ScreenServices& services);
 
-    void InitDialog() override;
-    void OnLeave() override;
+    void enter() override;
+    void leave() override;
 
     // Reads the battery and the clock into the screen.
     void refresh();
@@ -32,7 +35,7 @@ public:
     static QString buildLine(const QString& version, const char* compileDate);
 
 protected:
-    void OnInitDialog() override;
+    void setUp() override;
 
 private:
     void showBattery(const BatteryStatus& status);

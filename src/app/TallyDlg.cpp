@@ -1,10 +1,12 @@
 #include "app/TallyDlg.h"
 
-#include "app/CNorvMFCApp.h"
 #include "app/KeyTables.h"
+#include "app/ListSelectionDlg.h"
+#include "app/MainMenuDlg.h"
+#include "app/ScreenStack.h"
+#include "app/SpeciesSelectionDlg.h"
 #include "app/TariffAssignmentDlg.h"
 #include "app/TotalsDlg.h"
-#include "workflow/AppState.h"
 #include "data/FieldDescriptor.h"
 #include "data/Schema.h"
 #include "device/BackupService.h"
@@ -12,6 +14,7 @@
 #include "platform/MessageDialogs.h"
 #include "tally/CaliperSentence.h"
 #include "tally/caliper/CaliperReader.h"
+#include "workflow/AppState.h"
 
 #include <QApplication>
 #include <QFontMetrics>
@@ -161,13 +164,14 @@ void setFittedText(QLabel* label, const QString& text)
 
 } // namespace
 
-TallyDlg::TallyDlg(CNorvMFCApp& app)
-    : CNorvKeybDlg(app, QStringLiteral("tally"))
-    , m_logic(app.session().database(), app.state().tables, app.state().speciesTariffs,
-              app.messages())
+TallyDlg::TallyDlg(ScreenServices& services)
+    : KeypadScreen(services.stack, QStringLiteral("tally"))
+    , m_services(services)
+    , m_logic(services.session.database(), services.state.tables, services.state.speciesTariffs,
+              services.messages)
 {
     setWindowTitle(QStringLiteral("Holzaufnahme"));
-    m_logic.setBackupHook([this] { this->app().backup().automaticIfEnabled(); });
+    m_logic.setBackupHook([this] { m_services.backup.automaticIfEnabled(); });
 }
 
 TallyDlg::~TallyDlg()
@@ -176,7 +180,7 @@ TallyDlg::~TallyDlg()
     disconnect(m_focusConnection);
 }
 
-void TallyDlg::OnInitDialog()
+void TallyDlg::setUp()
 {
     const std::pair<const char*, int> lists[] = {
         {"Holzarten", kSpeciesEntry},
@@ -188,21 +192,21 @@ void TallyDlg::OnInitDialog()
         // Tariffs are many and long: nine a page.
         const int rows = lists[i].second == kTariffEntry ? 3 : 4;
         auto* bar =
-            new CNorvKeyboard(keys::kFullArea, codeKeys(lists[i].first, lists[i].second, rows));
-        SetKeyboard(bar);
-        connect(bar, &CNorvKeyboard::entryChosen, this, &TallyDlg::codeChosen);
+            new OnScreenKeyboard(keys::kFullArea, codeKeys(lists[i].first, lists[i].second, rows));
+        addKeyboard(bar);
+        connect(bar, &OnScreenKeyboard::entryChosen, this, &TallyDlg::codeChosen);
         m_codeBars[i] = bar;
     }
-    SetKeyboard(new CNorvKeyboard(keys::kFullArea, numericKeys()));
-    SetKeyboard(new CNorvKeyboard(keys::kFullArea, secondaryKeys()));
-    SetKeyboard(new CNorvKeyboard(keys::kFullArea, keys::letters()));
+    addKeyboard(new OnScreenKeyboard(keys::kFullArea, numericKeys()));
+    addKeyboard(new OnScreenKeyboard(keys::kFullArea, secondaryKeys()));
+    addKeyboard(new OnScreenKeyboard(keys::kFullArea, keys::letters()));
 
     m_title = addTitle(QString(), 0, kTitleHeight);
     buildFields();
 
     m_focusConnection =
         connect(qApp, &QApplication::focusChanged, this, [this](QWidget* old, QWidget* now) {
-            if (app().GetActiveDlg() != this)
+            if (stack().activeScreen() != this)
                 return;
             if (fieldOf(old) >= 0)
                 commit(static_cast<QLineEdit*>(old));
@@ -214,9 +218,9 @@ void TallyDlg::OnInitDialog()
 void TallyDlg::buildFields()
 {
     setStyleSheet(QStringLiteral("QLineEdit { padding: 0px 2px; }"));
-    QFont captionFont = GetDefaultFont();
+    QFont captionFont = defaultFont();
     captionFont.setPixelSize(11);
-    QFont editFont = GetDefaultFont();
+    QFont editFont = defaultFont();
     editFont.setPixelSize(15);
     QFont homeFont = editFont;
     homeFont.setPixelSize(19);
@@ -294,7 +298,7 @@ void TallyDlg::buildFields()
     m_position->setFont(captionFont);
     m_position->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     m_position->setGeometry(kPreviewWidth + 4, kPreview1Top,
-                            CNorvMFCApp::kScreenWidth - kPreviewWidth - 7, kPreviewHeight - 1);
+                            ScreenStack::kScreenWidth - kPreviewWidth - 7, kPreviewHeight - 1);
 
     // The caliper's state at the right of the title row, which it shares with the title while
     // the caliper is switched on.
@@ -306,16 +310,16 @@ void TallyDlg::buildFields()
     m_caliperState->setFont(stateFont);
     m_caliperState->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     const int stateWidth = QFontMetrics(stateFont).horizontalAdvance(kCaliperConnected) + 4;
-    m_caliperState->setGeometry(CNorvMFCApp::kScreenWidth - stateWidth - 2, 0, stateWidth,
+    m_caliperState->setGeometry(ScreenStack::kScreenWidth - stateWidth - 2, 0, stateWidth,
                                 kTitleHeight);
     m_caliperState->hide();
 }
 
-void TallyDlg::InitDialog()
+void TallyDlg::enter()
 {
     m_pendingMeasurements.clear();
     m_measuring = false;
-    const MasterTables& tables = app().state().tables;
+    const MasterTables& tables = m_services.state.tables;
     m_codeBars[SpeciesKeys]->setCodeTable(listOf(tables.mainSpecies), {}, kSpeciesEntry);
     m_codeBars[QualityKeys]->setCodeTable(listOf(tables.naShort), listOf(tables.naLong),
                                           kQualityEntry);
@@ -324,24 +328,24 @@ void TallyDlg::InitDialog()
     m_tariffCodes.clear();
     m_codeBars[TariffKeys]->setCodeTable({}, {}, kTariffEntry);
 
-    if (!m_logic.open(app().state().currentList)) {
-        app().messages().notice(QStringLiteral("Datenbank nicht lesbar!"));
+    if (!m_logic.open(m_services.state.currentList)) {
+        m_services.messages.notice(QStringLiteral("Datenbank nicht lesbar!"));
         // This runs inside the switch to this screen, which a switch from here would undo.
         QMetaObject::invokeMethod(
             this,
             [this] {
-                if (app().GetActiveDlg() == this)
-                    OnCancel();
+                if (stack().activeScreen() == this)
+                    onCancel();
             },
             Qt::QueuedConnection);
         return;
     }
     setFittedText(m_title, m_logic.title());
     // A hidden field cannot take the focus.
-    ShowFullScreen();
+    bringToFront();
     settle();
 
-    if (CaliperReader* caliper = app().caliper()) {
+    if (CaliperReader* caliper = m_services.caliper) {
         connect(caliper, &CaliperReader::measured, this, &TallyDlg::takeMeasurement,
                 Qt::UniqueConnection);
         connect(caliper, &CaliperReader::measuredSpecies, this, &TallyDlg::takeSentenceMeasurement,
@@ -356,9 +360,9 @@ void TallyDlg::InitDialog()
 
 void TallyDlg::showCaliperState()
 {
-    const CaliperReader* caliper = app().caliper();
-    const bool shown = caliper && app().state().tables.caliperActive != 0;
-    const int titleWidth = CNorvMFCApp::kScreenWidth - (shown ? m_caliperState->width() + 2 : 0);
+    const CaliperReader* caliper = m_services.caliper;
+    const bool shown = caliper && m_services.state.tables.caliperActive != 0;
+    const int titleWidth = ScreenStack::kScreenWidth - (shown ? m_caliperState->width() + 2 : 0);
     if (m_title->width() != titleWidth) {
         m_title->setGeometry(0, 0, titleWidth, kTitleHeight);
         setFittedText(m_title, m_logic.title());
@@ -375,9 +379,9 @@ void TallyDlg::showCaliperState()
     m_caliperState->setPalette(palette);
 }
 
-void TallyDlg::OnLeave()
+void TallyDlg::leave()
 {
-    if (CaliperReader* caliper = app().caliper())
+    if (CaliperReader* caliper = m_services.caliper)
         caliper->stop();
     m_pendingMeasurements.clear();
 }
@@ -531,7 +535,7 @@ void TallyDlg::codeChosen(int command, int entry, const QString& code)
     }
 }
 
-void TallyDlg::OnCommand(int id)
+void TallyDlg::onCommand(int id)
 {
     switch (id) {
     case kEnd:
@@ -564,10 +568,9 @@ void TallyDlg::OnCommand(int id)
         if (m_logic.checkHasTrees()) {
             // "Eval" prepares the totals sorted by species; "BHD/Stufe" shows the trees as the
             // tally holds them.
-            if (auto* totals =
-                    qobject_cast<TotalsDlg*>(app().findScreen(QStringLiteral("totals")))) {
+            if (auto* totals = stack().screen<TotalsDlg>()) {
                 if (id == kEval)
-                    switchTo("totals");
+                    switchTo(stack().screen<TotalsDlg>());
                 else
                     totals->openAsTallied();
                 return;
@@ -577,7 +580,7 @@ void TallyDlg::OnCommand(int id)
         return;
     case kSpeciesSetup:
         commitFocused();
-        switchTo("species");
+        switchTo(stack().screen<SpeciesSelectionDlg>());
         return;
     case kEtc:
         showKeyboard(keyboardIndex() == Secondary ? barOf(focusedField()) : Secondary);
@@ -608,35 +611,35 @@ void TallyDlg::OnCommand(int id)
     case kCaliperClassEntry:
         return; // taken by codeChosen
     default:
-        CNorvKeybDlg::OnCommand(id);
+        KeypadScreen::onCommand(id);
     }
 }
 
-void TallyDlg::OnEnter()
+void TallyDlg::onEnterKey()
 {
     commitFocused();
     const Field field = focusedField();
     if (field == Field::Diameter) {
-        OnOK();
+        onOk();
         return;
     }
     focusField(Field(int(field) + 1));
 }
 
-void TallyDlg::OnOK()
+void TallyDlg::onOk()
 {
     commitFocused();
     m_logic.save();
     settle();
 }
 
-void TallyDlg::OnCancel()
+void TallyDlg::onCancel()
 {
     // Leaves without writing the record shown; the list selection makes the backup.
-    if (app().findScreen(QStringLiteral("listSelection")))
-        switchTo("listSelection");
+    if (stack().screen<ListSelectionDlg>())
+        switchTo(stack().screen<ListSelectionDlg>());
     else
-        switchTo("mainMenu");
+        switchTo(stack().screen<MainMenuDlg>());
 }
 
 void TallyDlg::takeMeasurement(int speciesKey, int diameter)
@@ -646,13 +649,14 @@ void TallyDlg::takeMeasurement(int speciesKey, int diameter)
 
 void TallyDlg::takeSentenceMeasurement(const QString& speciesCode, int diameter)
 {
-    const std::optional<QString> species = speciesForCaliperCode(app().state().tables, speciesCode);
+    const std::optional<QString> species =
+        speciesForCaliperCode(m_services.state.tables, speciesCode);
     takeCaliperMeasurement({-1, species.value_or(QString()), diameter});
 }
 
 void TallyDlg::takeCaliperMeasurement(const CaliperMeasurement& measurement)
 {
-    if (app().GetActiveDlg() != this)
+    if (stack().activeScreen() != this)
         return;
     // One that arrives while another's message is open waits its turn.
     if (m_measuring) {
@@ -668,7 +672,7 @@ void TallyDlg::takeCaliperMeasurement(const CaliperMeasurement& measurement)
     m_measuring = true;
     commitFocused();
     take(measurement);
-    while (!m_pendingMeasurements.empty() && app().GetActiveDlg() == this) {
+    while (!m_pendingMeasurements.empty() && stack().activeScreen() == this) {
         const CaliperMeasurement next = m_pendingMeasurements.front();
         m_pendingMeasurements.erase(m_pendingMeasurements.begin());
         take(next);
@@ -676,27 +680,27 @@ void TallyDlg::takeCaliperMeasurement(const CaliperMeasurement& measurement)
     m_measuring = false;
 }
 
-void TallyDlg::switchTo(const char* screen)
+void TallyDlg::switchTo(Screen* target)
 {
-    if (CNorvBaseDlg* target = app().findScreen(QString::fromLatin1(screen)))
-        app().SwitchToDialog(target, 0);
+    if (target)
+        stack().switchTo(target);
 }
 
 void TallyDlg::keyPressEvent(QKeyEvent* event)
 {
     switch (event->key()) {
     case Qt::Key_Up:
-        OnCommand(kUp);
+        onCommand(kUp);
         return;
     case Qt::Key_Down:
-        OnCommand(kDown);
+        onCommand(kDown);
         return;
     case Qt::Key_Return:
     case Qt::Key_Enter:
-        OnCommand(kEnter);
+        onCommand(kEnter);
         return;
     default:
-        CNorvKeybDlg::keyPressEvent(event);
+        KeypadScreen::keyPressEvent(event);
     }
 }
 
@@ -711,7 +715,7 @@ bool TallyDlg::eventFilter(QObject* watched, QEvent* event)
             return true;
         }
     }
-    return CNorvKeybDlg::eventFilter(watched, event);
+    return KeypadScreen::eventFilter(watched, event);
 }
 
 } // namespace brovant

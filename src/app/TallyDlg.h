@@ -5,7 +5,8 @@
 // arrive here while the screen is shown.
 #pragma once
 
-#include "app/CNorvKeybDlg.h"
+#include "app/KeypadScreen.h"
+#include "app/ScreenServices.h"
 #include "workflow/TallyLogic.h"
 
 #include <array>
@@ -17,8 +18,10 @@ class QLineEdit;
 
 namespace brovant {
 
-class TallyDlg : public CNorvKeybDlg {
+class TallyDlg : public KeypadScreen {
     Q_OBJECT
+    ScreenServices& m_services;
+
 public:
     using Field = TallyLogic::Field;
 
@@ -51,19 +54,19 @@ public:
         Letters
     };
 
-    explicit TallyDlg(CNorvMFCApp& app);
+    explicit TallyDlg(ScreenServices& services);
     ~TallyDlg() override;
 
     TallyLogic& logic() { return m_logic; }
     QLineEdit* edit(Field field) const { return m_edits[size_t(field)]; }
 
-    void InitDialog() override;
-    void OnLeave() override;
-    void OnCommand(int id) override;
+    void enter() override;
+    void leave() override;
+    void onCommand(int id) override;
     // Enter: on to the next field; in the diameter, the last one, the confirm action.
-    void OnEnter() override;
-    void OnOK() override;
-    void OnCancel() override;
+    void onEnterKey() override;
+    void onOk() override;
+    void onCancel() override;
 
 public slots:
     // A caliper measurement (species key 0..7 or -1, diameter in cm); taken only while this screen
@@ -74,7 +77,7 @@ public slots:
     void takeSentenceMeasurement(const QString& speciesCode, int diameter);
 
 protected:
-    void OnInitDialog() override;
+    void setUp() override;
     void keyPressEvent(QKeyEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
@@ -96,7 +99,7 @@ private:
     // After a load, save or navigation: the fields shown afresh, the focus where the logic says.
     void settle();
     void toTotals();
-    void switchTo(const char* screen);
+    void switchTo(Screen* target);
 
     // One measurement of either caliper format: a species text, when there is one, goes in
     // before the key is applied.
@@ -116,7 +119,7 @@ private:
     QLabel* m_preview2 = nullptr;
     std::array<QLineEdit*, TallyLogic::kFields> m_edits{};
     QLineEdit* m_volume = nullptr;
-    std::array<CNorvKeyboard*, 4> m_codeBars{};
+    std::array<OnScreenKeyboard*, 4> m_codeBars{};
     QStringList m_tariffCodes;
     QLabel* m_caliperState = nullptr;
     // Measurements that came while one was being taken (a message was open).

@@ -1,9 +1,11 @@
 #include "app/TariffAssignmentDlg.h"
 
-#include "app/CNorvMFCApp.h"
 #include "app/KeyTables.h"
-#include "workflow/AppState.h"
+#include "app/MainMenuDlg.h"
+#include "app/ScreenStack.h"
 #include "data/Schema.h"
+#include "masterdata/DeviceSession.h"
+#include "workflow/AppState.h"
 
 #include <QFontDatabase>
 #include <QFontInfo>
@@ -81,9 +83,11 @@ QString trimmedRight(const QString& code)
 
 } // namespace
 
-TariffAssignmentDlg::TariffAssignmentDlg(CNorvMFCApp& app)
-    : CNorvDBDialog(app, QStringLiteral("tariffAssignment"), schema::Einstellungen)
-    , m_logic(dataset(), app.state().tables, app.state().speciesTariffs, app.messages())
+TariffAssignmentDlg::TariffAssignmentDlg(ScreenServices& services)
+    : RecordScreen(services.stack, services.session.database(), QStringLiteral("tariffAssignment"),
+                   schema::Einstellungen)
+    , m_services(services)
+    , m_logic(dataset(), services.state.tables, services.state.speciesTariffs, services.messages)
 {
 }
 
@@ -101,26 +105,26 @@ QFont TariffAssignmentDlg::fixedFont()
     return font;
 }
 
-void TariffAssignmentDlg::OnInitDialog()
+void TariffAssignmentDlg::setUp()
 {
-    SetKeyboard(new CNorvKeyboard(keys::kFullArea, keys::letters()));
-    SetKeyboard(new CNorvKeyboard(keys::kFullArea, keys::digits()));
+    addKeyboard(new OnScreenKeyboard(keys::kFullArea, keys::letters()));
+    addKeyboard(new OnScreenKeyboard(keys::kFullArea, keys::digits()));
     // Regions are up to eight characters, species three, tariffs five: as many keys a row as fit.
     const std::array<std::pair<int, int>, 3> lists = {
         {{kRegionEntry, 3}, {kSpeciesEntry, 5}, {kTariffEntry, 4}}};
     for (size_t i = 0; i < lists.size(); ++i) {
-        auto* list =
-            new CNorvKeyboard(keys::kFullArea, keys::codeList(lists[i].first, lists[i].second, 6));
-        SetKeyboard(list);
+        auto* list = new OnScreenKeyboard(keys::kFullArea,
+                                          keys::codeList(lists[i].first, lists[i].second, 6));
+        addKeyboard(list);
         const auto index = KeyboardIndex(RegionList + int(i));
-        connect(list, &CNorvKeyboard::entryChosen, this,
+        connect(list, &OnScreenKeyboard::entryChosen, this,
                 [this, index](int, int, const QString& code) { entryChosen(index, code); });
         m_lists[i] = list;
     }
     for (const auto& [area, defs] :
          {std::pair(kBrowseArea, browseKeys()), std::pair(kActionArea, actionKeys())}) {
-        auto* bar = new CNorvKeyboard(area, defs, this);
-        connect(bar, &CNorvKeyboard::command, this, [this](int id) { OnCommand(id); });
+        auto* bar = new OnScreenKeyboard(area, defs, this);
+        connect(bar, &OnScreenKeyboard::command, this, [this](int id) { onCommand(id); });
     }
 
     m_title = addTitle(QString(), 0, kTitleHeight);
@@ -143,7 +147,7 @@ void TariffAssignmentDlg::OnInitDialog()
     m_position->setObjectName(QStringLiteral("position"));
     m_position->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     m_position->setGeometry(headingWidth + 2, kHeadingTop,
-                            CNorvMFCApp::kScreenWidth - headingWidth - 4, kHeadingHeight);
+                            ScreenStack::kScreenWidth - headingWidth - 4, kHeadingHeight);
 
     for (size_t i = 0; i < m_history.size(); ++i) {
         auto* line = new QLineEdit(this);
@@ -185,17 +189,17 @@ void TariffAssignmentDlg::openAll()
 {
     m_regionOnly = false;
     m_region.clear();
-    Activate();
+    activate();
 }
 
 void TariffAssignmentDlg::openRegion(const QString& region)
 {
     m_regionOnly = true;
     m_region = region;
-    Activate();
+    activate();
 }
 
-void TariffAssignmentDlg::InitDialog()
+void TariffAssignmentDlg::enter()
 {
     if (m_regionOnly)
         m_logic.openRegion(m_region);
@@ -226,7 +230,7 @@ void TariffAssignmentDlg::showList(KeyboardIndex list, QLineEdit* target)
         showKeyboard(Letters);
         return;
     }
-    CNorvKeyboard* keyboard = m_lists[size_t(list - RegionList)];
+    OnScreenKeyboard* keyboard = m_lists[size_t(list - RegionList)];
     switch (list) {
     case RegionList:
         keyboard->setCodeTable(m_logic.regions(), {}, kRegionEntry);
@@ -261,7 +265,7 @@ void TariffAssignmentDlg::entryChosen(KeyboardIndex list, const QString& code)
     }
 }
 
-void TariffAssignmentDlg::OnCommand(int id)
+void TariffAssignmentDlg::onCommand(int id)
 {
     switch (id) {
     case kUp:
@@ -274,7 +278,7 @@ void TariffAssignmentDlg::OnCommand(int id)
         refresh();
         return;
     case kSave:
-        OnOK();
+        onOk();
         return;
     case kDelete:
         storeFields();
@@ -301,11 +305,11 @@ void TariffAssignmentDlg::OnCommand(int id)
     case kTariffEntry:
         return; // taken by entryChosen
     default:
-        CNorvDBDialog::OnCommand(id);
+        RecordScreen::onCommand(id);
     }
 }
 
-void TariffAssignmentDlg::OnOK()
+void TariffAssignmentDlg::onOk()
 {
     storeFields();
     const bool saved = m_logic.save();
@@ -314,7 +318,7 @@ void TariffAssignmentDlg::OnOK()
         m_regionEdit->setFocus(Qt::OtherFocusReason);
 }
 
-void TariffAssignmentDlg::OnCancel()
+void TariffAssignmentDlg::onCancel()
 {
     returnToCaller();
 }
@@ -323,19 +327,19 @@ void TariffAssignmentDlg::keyPressEvent(QKeyEvent* event)
 {
     // The device's cursor keys browse like the screen's arrow keys.
     if (event->key() == Qt::Key_Up || event->key() == Qt::Key_Down) {
-        OnCommand(event->key() == Qt::Key_Up ? kUp : kDown);
+        onCommand(event->key() == Qt::Key_Up ? kUp : kDown);
         return;
     }
-    CNorvDBDialog::keyPressEvent(event);
+    RecordScreen::keyPressEvent(event);
 }
 
 void TariffAssignmentDlg::returnToCaller()
 {
-    CNorvBaseDlg* target = GetPrevDlg();
+    Screen* target = previousScreen();
     if (!target || target == this)
-        target = app().findScreen(QStringLiteral("mainMenu"));
+        target = stack().screen<MainMenuDlg>();
     if (target)
-        app().SwitchToDialog(target, 0);
+        stack().switchTo(target);
 }
 
 } // namespace brovant

@@ -3,7 +3,8 @@
 // tariff; each can be typed or picked from a list keyboard. Keys browse, save and delete.
 #pragma once
 
-#include "app/CNorvDBDialog.h"
+#include "app/RecordScreen.h"
+#include "app/ScreenServices.h"
 #include "workflow/TariffAssignmentLogic.h"
 
 #include <array>
@@ -12,8 +13,10 @@ class QLabel;
 
 namespace brovant {
 
-class TariffAssignmentDlg : public CNorvDBDialog {
+class TariffAssignmentDlg : public RecordScreen {
     Q_OBJECT
+    ScreenServices& m_services;
+
 public:
     static constexpr int kUp = 1301;
     static constexpr int kDown = 1302;
@@ -32,7 +35,7 @@ public:
     // Keyboards in the order they are attached.
     enum KeyboardIndex { Letters, Digits, RegionList, SpeciesList, TariffList };
 
-    explicit TariffAssignmentDlg(CNorvMFCApp& app);
+    explicit TariffAssignmentDlg(ScreenServices& services);
 
     // Switch to this screen for all regions, or for one (from the list header). The screen
     // returns to whatever was active before it.
@@ -43,13 +46,13 @@ public:
     // The fixed-pitch font of the history and edit lines.
     static QFont fixedFont();
 
-    void InitDialog() override;
-    void OnCommand(int id) override;
-    void OnOK() override;
-    void OnCancel() override;
+    void enter() override;
+    void onCommand(int id) override;
+    void onOk() override;
+    void onCancel() override;
 
 protected:
-    void OnInitDialog() override;
+    void setUp() override;
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
@@ -68,7 +71,7 @@ private:
     QLineEdit* m_speciesEdit = nullptr;
     QLineEdit* m_tariffEdit = nullptr;
     // The region, species and tariff lists.
-    std::array<CNorvKeyboard*, 3> m_lists{};
+    std::array<OnScreenKeyboard*, 3> m_lists{};
 };
 
 } // namespace brovant

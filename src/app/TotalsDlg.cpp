@@ -1,11 +1,12 @@
 #include "app/TotalsDlg.h"
 
-#include "app/CNorvMFCApp.h"
+#include "app/DistributionDlg.h"
 #include "app/KeyTables.h"
 #include "app/Printing.h"
-#include "workflow/AppState.h"
+#include "app/ScreenStack.h"
 #include "evaluation/Totals.h"
 #include "masterdata/DeviceSession.h"
+#include "workflow/AppState.h"
 
 #include <QHeaderView>
 #include <QTreeWidget>
@@ -41,13 +42,14 @@ std::vector<KeyDef> keyBar()
 
 } // namespace
 
-TotalsDlg::TotalsDlg(CNorvMFCApp& app)
-    : CNorvKeybDlg(app, QStringLiteral("totals"))
+TotalsDlg::TotalsDlg(ScreenServices& services)
+    : KeypadScreen(services.stack, QStringLiteral("totals"))
+    , m_services(services)
 {
     setWindowTitle(QStringLiteral("Gesamtsumme"));
 }
 
-void TotalsDlg::OnInitDialog()
+void TotalsDlg::setUp()
 {
     addTitle(windowTitle(), 0, kTitleHeight);
 
@@ -68,23 +70,22 @@ void TotalsDlg::OnInitDialog()
             m_view->headerItem()->setTextAlignment(column, Qt::AlignRight | Qt::AlignVCenter);
     }
 
-    SetKeyboard(new CNorvKeyboard(kKeyArea, keyBar()));
+    addKeyboard(new OnScreenKeyboard(kKeyArea, keyBar()));
 }
 
 void TotalsDlg::openAsTallied()
 {
     m_nextOrder = Totals::Order::AsTallied;
-    app().SwitchToDialog(this, 0);
+    stack().switchTo(this);
 }
 
-void TotalsDlg::InitDialog()
+void TotalsDlg::enter()
 {
-    CNorvBaseDlg* from = GetPrevDlg();
-    if (m_opener && from && from != m_opener
-        && from == app().findScreen(QStringLiteral("distribution"))) {
+    Screen* from = previousScreen();
+    if (m_opener && from && from != m_opener && from == stack().screen<DistributionDlg>()) {
         // Back from the distribution opened here: the rows in the order they were opened in,
         // and back from here still where it led before.
-        setPrevDlg(m_opener);
+        setPreviousScreen(m_opener);
     } else {
         m_opener = from;
         m_order = m_nextOrder;
@@ -97,7 +98,7 @@ void TotalsDlg::rebuild()
 {
     m_view->clear();
     const auto totals =
-        Totals::compute(app().session().database(), app().state().currentList, m_order);
+        Totals::compute(m_services.session.database(), m_services.state.currentList, m_order);
     if (totals) {
         QList<QTreeWidgetItem*> items;
         for (const Totals::Row& row : totals->rows()) {
@@ -112,36 +113,35 @@ void TotalsDlg::rebuild()
     m_view->setFocus(Qt::OtherFocusReason);
 }
 
-void TotalsDlg::switchTo(const char* screen)
+void TotalsDlg::switchTo(Screen* target)
 {
     // A screen that does not exist (a bare framework in tests) leaves the user here.
-    if (CNorvBaseDlg* target = app().findScreen(QString::fromLatin1(screen)))
-        app().SwitchToDialog(target, 0);
+    if (target)
+        stack().switchTo(target);
     else
         m_view->setFocus(Qt::OtherFocusReason);
 }
 
-
-void TotalsDlg::OnCommand(int id)
+void TotalsDlg::onCommand(int id)
 {
     switch (id) {
     case kPrint:
-        Printing::run(app(), ReportKind::Listing, app().state().currentList);
+        Printing::run(m_services, ReportKind::Listing, m_services.state.currentList);
         m_view->setFocus(Qt::OtherFocusReason);
         return;
     case kAssortment:
-        Printing::run(app(), ReportKind::ClassTable, app().state().currentList);
+        Printing::run(m_services, ReportKind::ClassTable, m_services.state.currentList);
         m_view->setFocus(Qt::OtherFocusReason);
         return;
     case kDistribution:
-        switchTo("distribution");
+        switchTo(stack().screen<DistributionDlg>());
         return;
     case kPreviousField:
     case kNextField:
         keys::stepSelection(*m_view, id == kPreviousField ? -1 : 1);
         return;
     default:
-        CNorvKeybDlg::OnCommand(id);
+        KeypadScreen::onCommand(id);
     }
 }
 

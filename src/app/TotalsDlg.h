@@ -4,22 +4,25 @@
 // opened it. The sums are Totals'.
 #pragma once
 
-#include "app/CNorvKeybDlg.h"
+#include "app/KeypadScreen.h"
+#include "app/ScreenServices.h"
 #include "evaluation/Totals.h"
 
 class QTreeWidget;
 
 namespace brovant {
 
-class TotalsDlg : public CNorvKeybDlg {
+class TotalsDlg : public KeypadScreen {
     Q_OBJECT
+    ScreenServices& m_services;
+
 public:
     // Key commands.
     static constexpr int kPrint = 1201;      // "Ausdruck"
     static constexpr int kAssortment = 1202; // "Sortiment"
     static constexpr int kDistribution = 1203; // "Vert.": the diameter distribution
 
-    explicit TotalsDlg(CNorvMFCApp& app);
+    explicit TotalsDlg(ScreenServices& services);
 
     QTreeWidget* totalsView() const { return m_view; }
 
@@ -27,21 +30,21 @@ public:
     // sorted again ("BHD/Stufe"). Every other way in sorts the species by code.
     void openAsTallied();
 
-    void InitDialog() override;
-    void OnCommand(int id) override;
+    void enter() override;
+    void onCommand(int id) override;
 
 protected:
-    void OnInitDialog() override;
+    void setUp() override;
 
 private:
     void rebuild();
-    void switchTo(const char* screen);
+    void switchTo(Screen* target);
 
     QTreeWidget* m_view = nullptr;
     Totals::Order m_order = Totals::Order::BySpecies;
     Totals::Order m_nextOrder = Totals::Order::BySpecies;
     // The screen this one was opened from, where back leads even after the distribution.
-    CNorvBaseDlg* m_opener = nullptr;
+    Screen* m_opener = nullptr;
 };
 
 } // namespace brovant

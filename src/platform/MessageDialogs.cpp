@@ -2,13 +2,13 @@
 
 namespace brovant {
 
-int ScriptedDialogs::nextAnswer(int fallback)
+Answer ScriptedDialogs::nextAnswer(Answer fallback)
 {
     if (m_answers.empty()) {
         ++m_unanswered;
         return fallback;
     }
-    const int answer = m_answers.front();
+    const Answer answer = m_answers.front();
     m_answers.pop_front();
     return answer;
 }
@@ -16,23 +16,23 @@ int ScriptedDialogs::nextAnswer(int fallback)
 void ScriptedDialogs::notice(const QString& line1, const QString& line2, const QString& line3,
                              const QString& caption, bool sound)
 {
-    m_messages.push_back({Kind::Notice, {line1, line2, line3}, {caption}, 1, sound, 0, 0});
+    m_messages.push_back({Kind::Notice, {line1, line2, line3}, {caption}, Answer::Ok, sound, 0, 0});
 }
 
-int ScriptedDialogs::yesNo(const QString& line1, const QString& line2, const QString& line3,
-                           const QString& yesCaption, const QString& noCaption)
+Answer ScriptedDialogs::yesNo(const QString& line1, const QString& line2, const QString& line3,
+                              const QString& yesCaption, const QString& noCaption)
 {
-    const int answer = nextAnswer(m_fallbackYesNo);
+    const Answer answer = nextAnswer(m_fallbackYesNo);
     m_messages.push_back(
         {Kind::YesNo, {line1, line2, line3}, {yesCaption, noCaption}, answer, true, 0, 0});
     return answer;
 }
 
-int ScriptedDialogs::question(const QString& line1, const QString& line2, const QString& line3,
-                              const QString& caption1, const QString& caption2,
-                              const QString& caption3)
+Answer ScriptedDialogs::question(const QString& line1, const QString& line2, const QString& line3,
+                                 const QString& caption1, const QString& caption2,
+                                 const QString& caption3)
 {
-    const int answer = nextAnswer(m_fallbackQuestion);
+    const Answer answer = nextAnswer(m_fallbackQuestion);
     m_messages.push_back({Kind::Question,
                           {line1, line2, line3},
                           {caption1, caption2, caption3},
@@ -48,13 +48,14 @@ void ScriptedDialogs::info(int showCommand, const QString& line1, const QString&
 {
     if (showCommand == Hide)
         m_cancelOffered = false;
-    m_messages.push_back({Kind::Info, {line1, line2, line3}, {}, 0, false, 0, showCommand});
+    m_messages.push_back(
+        {Kind::Info, {line1, line2, line3}, {}, Answer::None, false, 0, showCommand});
 }
 
 void ScriptedDialogs::progress(double percent)
 {
     m_lastPercent = percent;
-    m_messages.push_back({Kind::Progress, {}, {}, 0, false, percent, 0});
+    m_messages.push_back({Kind::Progress, {}, {}, Answer::None, false, percent, 0});
 }
 
 void ScriptedDialogs::offerCancel(bool offered)

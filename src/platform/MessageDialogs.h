@@ -11,13 +11,11 @@
 
 namespace brovant {
 
+// The user's answer to a message: the button pressed, or None for a question closed without one.
+enum class Answer { None, Ok, Yes, No, First, Second, Third };
+
 class MessageDialogs {
 public:
-    // The platform's answer codes; callers test for Yes only.
-    static constexpr int Yes = 6;
-    static constexpr int No = 7;
-    // A three-button question closed without one of its buttons.
-    static constexpr int NoChoice = 4;
     // Show commands of the information window.
     static constexpr int Show = 5;
     static constexpr int Hide = 0;
@@ -28,13 +26,13 @@ public:
     virtual void notice(const QString& line1, const QString& line2 = {}, const QString& line3 = {},
                         const QString& caption = QStringLiteral("OK"), bool sound = true) = 0;
     // "Frage" with two buttons; returns Yes (left button) or No.
-    virtual int yesNo(const QString& line1, const QString& line2 = {}, const QString& line3 = {},
-                      const QString& yesCaption = QStringLiteral("JA"),
-                      const QString& noCaption = QStringLiteral("NEIN")) = 0;
-    // "Frage" with three buttons; returns 1, 2, 3, or NoChoice.
-    virtual int question(const QString& line1, const QString& line2, const QString& line3,
-                         const QString& caption1, const QString& caption2,
-                         const QString& caption3) = 0;
+    virtual Answer yesNo(const QString& line1, const QString& line2 = {}, const QString& line3 = {},
+                         const QString& yesCaption = QStringLiteral("JA"),
+                         const QString& noCaption = QStringLiteral("NEIN")) = 0;
+    // "Frage" with three buttons; returns First, Second, Third, or None.
+    virtual Answer question(const QString& line1, const QString& line2, const QString& line3,
+                            const QString& caption1, const QString& caption2,
+                            const QString& caption3) = 0;
     // The non-modal "Info" window with its progress bar.
     virtual void info(int showCommand, const QString& line1, const QString& line2 = {},
                       const QString& line3 = {}) = 0;
@@ -57,26 +55,26 @@ public:
         Kind kind;
         QStringList lines;    // always three
         QStringList captions; // button captions as shown
-        int answer = 0;       // what was returned (questions)
+        Answer answer = Answer::None; // what was returned (questions)
         bool sound = false;
         double percent = 0;  // Progress
         int showCommand = 0; // Info
     };
 
-    void answerNext(int answer) { m_answers.push_back(answer); }
-    // Answer for questions when the script has run out (No, or NoChoice for three buttons).
-    void setFallback(int yesNo, int question)
+    void answerNext(Answer answer) { m_answers.push_back(answer); }
+    // Answer for questions when the script has run out (No, or None for three buttons).
+    void setFallback(Answer yesNo, Answer question)
     {
         m_fallbackYesNo = yesNo, m_fallbackQuestion = question;
     }
 
     void notice(const QString& line1, const QString& line2, const QString& line3,
                 const QString& caption, bool sound) override;
-    int yesNo(const QString& line1, const QString& line2, const QString& line3,
-              const QString& yesCaption, const QString& noCaption) override;
-    int question(const QString& line1, const QString& line2, const QString& line3,
-                 const QString& caption1, const QString& caption2,
-                 const QString& caption3) override;
+    Answer yesNo(const QString& line1, const QString& line2, const QString& line3,
+                 const QString& yesCaption, const QString& noCaption) override;
+    Answer question(const QString& line1, const QString& line2, const QString& line3,
+                    const QString& caption1, const QString& caption2,
+                    const QString& caption3) override;
     void info(int showCommand, const QString& line1, const QString& line2,
               const QString& line3) override;
     void progress(double percent) override;
@@ -98,11 +96,11 @@ public:
     void clear();
 
 private:
-    int nextAnswer(int fallback);
+    Answer nextAnswer(Answer fallback);
     std::vector<Message> m_messages;
-    std::deque<int> m_answers;
-    int m_fallbackYesNo = No;
-    int m_fallbackQuestion = NoChoice;
+    std::deque<Answer> m_answers;
+    Answer m_fallbackYesNo = Answer::No;
+    Answer m_fallbackQuestion = Answer::None;
     int m_unanswered = 0;
     int m_beeps = 0;
     bool m_cancelOffered = false;

@@ -21,19 +21,19 @@ void ConsoleDialogs::notice(const QString& line1, const QString& line2, const QS
     print(line1, line2, line3);
 }
 
-int ConsoleDialogs::yesNo(const QString& line1, const QString& line2, const QString& line3,
-                          const QString&, const QString& noCaption)
+Answer ConsoleDialogs::yesNo(const QString& line1, const QString& line2, const QString& line3,
+                             const QString&, const QString& noCaption)
 {
     print(line1, line2, line3);
     m_err << "-> " << noCaption << '\n';
-    return No;
+    return Answer::No;
 }
 
-int ConsoleDialogs::question(const QString& line1, const QString& line2, const QString& line3,
-                             const QString&, const QString&, const QString&)
+Answer ConsoleDialogs::question(const QString& line1, const QString& line2, const QString& line3,
+                                const QString&, const QString&, const QString&)
 {
     print(line1, line2, line3);
-    return NoChoice;
+    return Answer::None;
 }
 
 void ConsoleDialogs::info(int showCommand, const QString& line1, const QString&, const QString&)

@@ -18,11 +18,11 @@ public:
 
     void notice(const QString& line1, const QString& line2, const QString& line3,
                 const QString& caption, bool sound) override;
-    int yesNo(const QString& line1, const QString& line2, const QString& line3,
-              const QString& yesCaption, const QString& noCaption) override;
-    int question(const QString& line1, const QString& line2, const QString& line3,
-                 const QString& caption1, const QString& caption2,
-                 const QString& caption3) override;
+    Answer yesNo(const QString& line1, const QString& line2, const QString& line3,
+                 const QString& yesCaption, const QString& noCaption) override;
+    Answer question(const QString& line1, const QString& line2, const QString& line3,
+                    const QString& caption1, const QString& caption2,
+                    const QString& caption3) override;
     void info(int showCommand, const QString& line1, const QString& line2,
               const QString& line3) override;
     void progress(double percent) override;

@@ -38,17 +38,17 @@ public:
                 m_err << line << '\n';
         }
     }
-    int yesNo(const QString& line1, const QString&, const QString&, const QString&,
-              const QString&) override
+    Answer yesNo(const QString& line1, const QString&, const QString&, const QString&,
+                 const QString&) override
     {
         m_err << line1 << '\n';
-        return No;
+        return Answer::No;
     }
-    int question(const QString& line1, const QString&, const QString&, const QString&,
-                 const QString&, const QString&) override
+    Answer question(const QString& line1, const QString&, const QString&, const QString&,
+                    const QString&, const QString&) override
     {
         m_err << line1 << '\n';
-        return NoChoice;
+        return Answer::None;
     }
     void info(int, const QString&, const QString&, const QString&) override {}
     void progress(double) override {}

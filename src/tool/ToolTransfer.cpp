@@ -36,13 +36,14 @@ public:
         ++m_notices;
         m_console.notice(line1, line2, line3, caption, sound);
     }
-    int yesNo(const QString& line1, const QString& line2, const QString& line3,
-              const QString& yesCaption, const QString& noCaption) override
+    Answer yesNo(const QString& line1, const QString& line2, const QString& line3,
+                 const QString& yesCaption, const QString& noCaption) override
     {
         return m_console.yesNo(line1, line2, line3, yesCaption, noCaption);
     }
-    int question(const QString& line1, const QString& line2, const QString& line3,
-                 const QString& caption1, const QString& caption2, const QString& caption3) override
+    Answer question(const QString& line1, const QString& line2, const QString& line3,
+                    const QString& caption1, const QString& caption2,
+                    const QString& caption3) override
     {
         return m_console.question(line1, line2, line3, caption1, caption2, caption3);
     }

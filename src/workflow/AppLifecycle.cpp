@@ -204,11 +204,11 @@ void AppLifecycle::recoverAfterColdBoot()
         return;
 
     m_host.setMainMenuActive(true);
-    const int answer = m_dialogs.yesNo(QStringLiteral("Kam es zum Programmverlust"),
-                                       QStringLiteral("und wollen sie letzte Daten"),
-                                       QStringLiteral("wieder herstellen?"));
+    const Answer answer = m_dialogs.yesNo(QStringLiteral("Kam es zum Programmverlust"),
+                                          QStringLiteral("und wollen sie letzte Daten"),
+                                          QStringLiteral("wieder herstellen?"));
     // A failed copy is not reported: start-up goes on with whatever database there is.
-    if (answer == MessageDialogs::Yes) {
+    if (answer == Answer::Yes) {
         m_session.database().close();
         recovery.restore();
     } else {

@@ -178,7 +178,7 @@ bool ListHeaderLogic::offerModel()
         || m_dialogs.yesNo(QStringLiteral("Soll neue Liste mit Angaben"),
                            QStringLiteral("aus der Modell-Liste"),
                            QStringLiteral("vorbelegt werden?"))
-               != MessageDialogs::Yes)
+               != Answer::Yes)
         return false;
     seedFrom(model);
     return true;
@@ -257,16 +257,16 @@ bool ListHeaderLogic::askToAssignTariffs(MessageDialogs& dialogs)
                             QStringLiteral("Wollen Sie die Tarife selbst"),
                             QStringLiteral("zuordnen?"), QStringLiteral("Zuordnen"),
                             QStringLiteral("Abbruch"), QString())
-           == 1;
+           == Answer::First;
 }
 
 PageExit ListHeaderLogic::checkFirstPage()
 {
     if (fieldEmpty(kName)) {
-        const int answer = m_dialogs.yesNo(QStringLiteral("Kein Listenname angegeben!"),
-                                           QStringLiteral("Soll die Listenanlage"),
-                                           QStringLiteral("abgebrochen werden?"));
-        return answer == MessageDialogs::No ? PageExit::Stay : PageExit::Abandon;
+        const Answer answer = m_dialogs.yesNo(QStringLiteral("Kein Listenname angegeben!"),
+                                              QStringLiteral("Soll die Listenanlage"),
+                                              QStringLiteral("abgebrochen werden?"));
+        return answer == Answer::No ? PageExit::Stay : PageExit::Abandon;
     }
     // The name becomes the list's file name on every way to the office.
     if (!listname::canTravel(formatValue(nameField(), m_rows.value(kName)))) {

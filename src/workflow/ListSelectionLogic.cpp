@@ -143,11 +143,11 @@ bool ListSelectionLogic::deleteSelected()
         return false;
     if (m_dialogs.yesNo(QStringLiteral("Soll die angewählte Liste"),
                         QStringLiteral("wirklich gelöscht werden?"))
-        != MessageDialogs::Yes)
+        != Answer::Yes)
         return false;
     if (m_dialogs.yesNo(QStringLiteral("Alle Daten der Liste"), QStringLiteral("gehen verloren!"),
                         QStringLiteral("Liste wirklich löschen?"))
-        != MessageDialogs::Yes)
+        != Answer::Yes)
         return false;
     if (!selectRow())
         return false;
@@ -268,11 +268,11 @@ bool ListSelectionLogic::buildModel()
 
     // Asked before anything is deleted: a question closed without "Ja" or "Leer" leaves the old
     // model list as it is and makes no new one.
-    const int answer = m_dialogs.question(QStringLiteral("Soll die Modell-Liste mit"),
-                                          QStringLiteral("den Angaben aus der Liste"),
-                                          QStringLiteral("vorbelegt werden?"), QStringLiteral("Ja"),
-                                          QStringLiteral("Leer"), QString());
-    if (answer != 1 && answer != 2)
+    const Answer answer = m_dialogs.question(
+        QStringLiteral("Soll die Modell-Liste mit"), QStringLiteral("den Angaben aus der Liste"),
+        QStringLiteral("vorbelegt werden?"), QStringLiteral("Ja"), QStringLiteral("Leer"),
+        QString());
+    if (answer != Answer::First && answer != Answer::Second)
         return false;
 
     setWaitCursor(true);
@@ -287,7 +287,7 @@ bool ListSelectionLogic::buildModel()
     // that is the list selected here: the device deletes them that way.
     const bool deleted = transaction.active()
                          && (!oldModel || ListStore(m_db).remove(*oldModel, m_state.currentList));
-    const bool copy = answer == 1;
+    const bool copy = answer == Answer::First;
     const std::optional<std::int64_t> modelId =
         deleted ? insertModel(copy ? std::optional(selectedRowId) : std::nullopt) : std::nullopt;
     const bool made = modelId && transaction.commit();

@@ -103,7 +103,7 @@ bool RegionLogic::remove(int row)
     const QString region = m_rows[size_t(row)].region;
     if (m_dialogs.yesNo(QStringLiteral("Wuchsregion %1").arg(region),
                         QStringLiteral("aus der Liste entfernen?"))
-        != MessageDialogs::Yes)
+        != Answer::Yes)
         return false;
     bool removed = false;
     {

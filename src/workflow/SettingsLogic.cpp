@@ -56,14 +56,14 @@ bool SettingsLogic::deleteAll(ScreenHost& host)
                         QStringLiteral("bank werden alle gespeicher-"),
                         QStringLiteral("ten Holzdaten gelöscht!"), QStringLiteral("Fortsetzen"),
                         QStringLiteral("Abbrechen"))
-        != MessageDialogs::Yes)
+        != Answer::Yes)
         return false;
     // The captions are swapped on purpose: the left "NEIN" answers 6, only the right "JA" (7)
     // deletes, so a hasty tap on the usual place keeps the data.
     if (m_dialogs.yesNo(QStringLiteral("Wollen Sie wirklich alle Holz-"),
                         QStringLiteral("daten löschen?"), QString(), QStringLiteral("NEIN"),
                         QStringLiteral("JA"))
-        != MessageDialogs::No)
+        != Answer::No)
         return false;
 
     host.setWaitCursor(true);
@@ -92,7 +92,7 @@ bool SettingsLogic::reloadConfiguration(TransferChannels& channels, ScreenHost& 
 {
     if (m_dialogs.yesNo(QStringLiteral("Wollen Sie die neue"),
                         QStringLiteral("Konfiguration laden?"))
-        != MessageDialogs::Yes)
+        != Answer::Yes)
         return false;
     const bool received = m_session.store().readInt(Setting::DueMode) == 3
                               ? channels.fetchConfiguration()
@@ -125,7 +125,7 @@ bool SettingsLogic::setAutomaticBackup(bool checked)
 {
     if (checked
         && m_dialogs.yesNo(kBackupQuestion[0], kBackupQuestion[1], kBackupQuestion[2])
-               != MessageDialogs::Yes)
+               != Answer::Yes)
         checked = false;
     m_session.store().writeInt(Setting::BackupAuto, 0, checked ? 1 : 0);
     return checked;

@@ -374,7 +374,7 @@ bool TallyLogic::removeCurrent()
         m_focus = Field::Diameter;
         return false;
     }
-    if (m_dialogs.yesNo(QStringLiteral("Aktuellen Satz wirklich löschen?")) != MessageDialogs::Yes)
+    if (m_dialogs.yesNo(QStringLiteral("Aktuellen Satz wirklich löschen?")) != Answer::Yes)
         return false;
     if (!m_rows.deleteCurrent()) {
         m_dialogs.notice(QStringLiteral("Satz nicht gelöscht!"));
@@ -391,7 +391,7 @@ bool TallyLogic::askToSave()
 {
     if (!m_changed)
         return true;
-    if (m_dialogs.yesNo(QStringLiteral("Abspeichern?")) != MessageDialogs::Yes)
+    if (m_dialogs.yesNo(QStringLiteral("Abspeichern?")) != Answer::Yes)
         return true;
     const bool fresh = isNew();
     if (!store())

@@ -198,8 +198,7 @@ bool TariffAssignmentLogic::move(int step)
     const int target = position() + step;
     if (target < 0 || target > rowCount())
         return false;
-    if (changed() && m_dialogs.yesNo(QStringLiteral("Abspeichern?")) == MessageDialogs::Yes
-        && !write())
+    if (changed() && m_dialogs.yesNo(QStringLiteral("Abspeichern?")) == Answer::Yes && !write())
         return false;
     goTo(target);
     return true;
@@ -211,7 +210,7 @@ bool TariffAssignmentLogic::deleteCurrent()
         setEditLine({});
         return false;
     }
-    if (m_dialogs.yesNo(QStringLiteral("Aktuellen Satz wirklich löschen?")) != MessageDialogs::Yes)
+    if (m_dialogs.yesNo(QStringLiteral("Aktuellen Satz wirklich löschen?")) != Answer::Yes)
         return false;
     const int index = position();
     bool deleted = false;

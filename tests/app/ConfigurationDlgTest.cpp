@@ -30,7 +30,7 @@ struct ConfigProgram : Program {
     {
         return rows(QStringLiteral("SELECT %1 FROM Brov_Konfiguration").arg(text(column)));
     }
-    ConfigurationDlg* screen = find<ConfigurationDlg>("configuration");
+    ConfigurationDlg* screen = find<ConfigurationDlg>();
 };
 
 // A letter word into the first field (all selected, so it replaces), the next-field key, the
@@ -60,13 +60,13 @@ TEST_P(ConfigurationTypingTest, SoftKeysTypeIntoTheFocusedFieldAndEnterStoresThe
     ASSERT_EQ(p.active(), p.screen);
     EXPECT_EQ(str(p.focused()), c.first);
     p.type(QStringLiteral("MÜLLER"));
-    p.press(CNorvKeybDlg::kNextField);
+    p.press(KeypadScreen::kNextField);
     EXPECT_EQ(str(p.focused()), c.second);
-    p.press(CNorvKeybDlg::kZiff);
-    EXPECT_EQ(p.keyboard()->findChild<CNorvKey*>(QStringLiteral("char_A")), nullptr);
+    p.press(KeypadScreen::kZiff);
+    EXPECT_EQ(p.keyboard()->findChild<KeyButton*>(QStringLiteral("char_A")), nullptr);
     p.type(QStringLiteral("0761-12"));
     EXPECT_EQ(str(p.edit(text(c.second))->text()), "0761-12");
-    p.press(CNorvKeybDlg::kEnter);
+    p.press(KeypadScreen::kEnter);
 
     EXPECT_EQ(p.active(), p.app.mainMenu());
     EXPECT_EQ(str(p.registry(c.section, c.firstEntry)), "MÜLLER");
@@ -89,7 +89,7 @@ TEST(ConfigurationDlg, CancelReturnsWithoutWritingAndFieldsTakeNoMoreThanTheirCo
     ConfigProgram p;
     p.screen->openPage(int(ConfigPage::Ftp));
     p.type(QStringLiteral("X"));
-    p.press(CNorvBaseDlg::IDCANCEL);
+    p.press(Screen::kCancel);
     EXPECT_EQ(p.active(), p.app.mainMenu());
     EXPECT_EQ(str(p.registry("FTP", "Server")), "<absent>");
     EXPECT_EQ(str(p.registry("FTP", "Name")), "<absent>");
@@ -97,9 +97,9 @@ TEST(ConfigurationDlg, CancelReturnsWithoutWritingAndFieldsTakeNoMoreThanTheirCo
     EXPECT_EQ(p.stored("FTP_SERVER"), QStringList{QStringLiteral("ftp.example.com")});
 
     p.screen->openPage(int(ConfigPage::Modem));
-    p.press(CNorvKeybDlg::kNextField);
+    p.press(KeypadScreen::kNextField);
     p.type(QString(25, u'7'));
-    p.press(CNorvKeybDlg::kEnter);
+    p.press(KeypadScreen::kEnter);
     EXPECT_EQ(p.registry("MODEM", "Number1"), QString(18, u'7'));
 }
 
@@ -108,17 +108,17 @@ TEST(ConfigurationDlg, ConfirmReturnsToTheScreenThatOpenedIt)
     for (const bool fromOtherScreen : {true, false}) {
         SCOPED_TRACE(fromOtherScreen);
         ConfigProgram p;
-        auto* caller =
-            p.app.addScreen(std::make_unique<CNorvKeybDlg>(p.app, QStringLiteral("caller")));
+        auto* caller = p.app.stack().addScreen(
+            std::make_unique<KeypadScreen>(p.app.stack(), QStringLiteral("caller")));
         if (fromOtherScreen)
-            p.app.SwitchToDialog(caller, 0);
+            p.app.stack().switchTo(caller);
         else
-            p.app.SetActiveDlg(nullptr);
+            p.app.stack().setActiveScreen(nullptr);
         p.screen->openPage(int(ConfigPage::CompanyHeader));
         ASSERT_EQ(p.active(), p.screen);
-        p.press(CNorvKeybDlg::kEnter);
-        EXPECT_EQ(p.active(), fromOtherScreen ? static_cast<CNorvBaseDlg*>(caller)
-                                              : static_cast<CNorvBaseDlg*>(p.app.mainMenu()));
+        p.press(KeypadScreen::kEnter);
+        EXPECT_EQ(p.active(), fromOtherScreen ? static_cast<Screen*>(caller)
+                                              : static_cast<Screen*>(p.app.mainMenu()));
     }
 }
 
@@ -131,7 +131,7 @@ TEST(ConfigurationDlg, ThePasswordStaysOutOfTheDatabase)
     p.screen->openPage(int(ConfigPage::Ftp));
     EXPECT_EQ(str(p.edit("FTP_PASSWORD")->text()), "Alt-Geheim-1");
     p.edit("FTP_PASSWORD")->setText(text("Neu-Geheim-2"));
-    p.press(CNorvKeybDlg::kEnter);
+    p.press(KeypadScreen::kEnter);
     EXPECT_EQ(str(p.registry("FTP", "Password")), "Neu-Geheim-2");
     const QDir folder(p.root.host(text("Brovant")));
     for (const QString& name : folder.entryList(QDir::Files | QDir::Hidden)) {
@@ -147,12 +147,12 @@ TEST(ConfigurationDlg, LeavingAChangedPageAsksWhetherToSave)
     const struct {
         const char* name;
         bool typeSomething;
-        int answer;
+        Answer answer;
         const char* stored; // FIRMENKOPF/1 afterwards
     } cases[] = {
-        {"unchanged page asks nothing", false, MessageDialogs::Yes, "<absent>"},
-        {"yes saves", true, MessageDialogs::Yes, "HOLZ"},
-        {"no drops", true, MessageDialogs::No, "<absent>"},
+        {"unchanged page asks nothing", false, Answer::Yes, "<absent>"},
+        {"yes saves", true, Answer::Yes, "HOLZ"},
+        {"no drops", true, Answer::No, "<absent>"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);

@@ -4,7 +4,7 @@
 // office) and the demo configuration's master data read straight from its file.
 #pragma once
 
-#include "app/CNorvKeyboard.h"
+#include "app/OnScreenKeyboard.h"
 #include "app/ProgramFixture.h"
 #include "platform/Cp1252.h"
 #include "platform/MessageDialogs.h"
@@ -82,12 +82,13 @@ inline QStringList transcript(const ScriptedDialogs& dialogs)
         case Kind::Question: {
             QString answer;
             if (m.kind == Kind::YesNo)
-                answer = m.answer == MessageDialogs::Yes  ? m.captions.value(0)
-                         : m.answer == MessageDialogs::No ? m.captions.value(1)
-                                                          : QStringLiteral("?");
+                answer = m.answer == Answer::Yes  ? m.captions.value(0)
+                         : m.answer == Answer::No ? m.captions.value(1)
+                                                  : QStringLiteral("?");
             else
-                answer = m.answer >= 1 && m.answer <= 3 ? m.captions.value(m.answer - 1)
-                                                        : QStringLiteral("keine");
+                answer = m.answer >= Answer::First
+                             ? m.captions.value(int(m.answer) - int(Answer::First))
+                             : QStringLiteral("keine");
             out << QStringLiteral("Frage: %1 [%2] %3")
                        .arg(joined(m.lines), m.captions.join(u'/'), answer);
             break;

@@ -162,7 +162,7 @@ protected:
     void toMainMenu()
     {
         for (int i = 0; i < 4 && h.active() != h.app.mainMenu(); ++i)
-            h.press(CNorvBaseDlg::IDCANCEL);
+            h.press(Screen::kCancel);
         ASSERT_EQ(h.active(), h.app.mainMenu());
     }
     void openListSelection(int tab)
@@ -179,7 +179,7 @@ protected:
         ASSERT_EQ(h.activeName(), QStringLiteral("settings"));
         tapTab("tabs1021", tab);
     }
-    QTreeWidget* listView() { return h.find<ListSelectionDlg>("listSelection")->listView(); }
+    QTreeWidget* listView() { return h.find<ListSelectionDlg>()->listView(); }
     // A tap on the list's row in the list selection.
     void selectList(const QString& name)
     {
@@ -220,25 +220,25 @@ protected:
         h.press(MainMenuDlg::kNewList);
         ASSERT_EQ(h.activeName(), QStringLiteral("listHeader"));
         type(list.name);
-        h.press(CNorvKeybDlg::kNextField);
+        h.press(KeypadScreen::kNextField);
         type(list.addition);
-        h.press(CNorvKeybDlg::kNextField); // the date stays today's
-        h.press(CNorvKeybDlg::kNextField);
+        h.press(KeypadScreen::kNextField); // the date stays today's
+        h.press(KeypadScreen::kNextField);
         if (list.factor != 100)
             type(QString::number(list.factor));
-        h.press(CNorvKeybDlg::kNextField);
+        h.press(KeypadScreen::kNextField);
         h.pick(list.region);
-        h.press(CNorvKeybDlg::kEnter);
+        h.press(KeypadScreen::kEnter);
         h.pick(QStringLiteral("Forstamt Musterwald"));
         h.pick(QStringLiteral("Revier Hirschberg"));
-        h.press(CNorvKeybDlg::kEnter);
+        h.press(KeypadScreen::kEnter);
         type(department);
         for (int page = 3; page < 7; ++page)
-            h.press(CNorvKeybDlg::kEnter);
+            h.press(KeypadScreen::kEnter);
         tapField("KOPF12_A");
         h.pick(recorder);
         for (int page = 7; page <= 9; ++page)
-            h.press(CNorvKeybDlg::kEnter);
+            h.press(KeypadScreen::kEnter);
         ASSERT_EQ(h.activeName(), QStringLiteral("listSelection"));
     }
 
@@ -344,7 +344,7 @@ protected:
 
     // --- the tally screen ---------------------------------------------------------------------
 
-    Tally* tally() { return h.find<Tally>("tally"); }
+    Tally* tally() { return h.find<Tally>(); }
     QString screenLabel(const char* name)
     {
         auto* label = tally()->findChild<QLabel*>(QLatin1StringView(name));
@@ -381,7 +381,7 @@ protected:
     // Back to the list selection, which makes its automatic backup and shows the list chosen.
     void closeTally(const List& list)
     {
-        h.press(CNorvBaseDlg::IDCANCEL);
+        h.press(Screen::kCancel);
         ASSERT_EQ(h.activeName(), QStringLiteral("listSelection"));
         automaticBackup();
         EXPECT_EQ(selectedList(), list.name);
@@ -455,7 +455,7 @@ protected:
                 return;
             tapField(name);
             if (wanted == u'-') {
-                h.press(CNorvKeybDlg::kZiff);
+                h.press(KeypadScreen::kZiff);
                 h.press(Tally::kClear);
                 tapField("BHD");
                 now.clear();
@@ -474,7 +474,7 @@ protected:
         }
         ASSERT_EQ(QApplication::focusWidget()->objectName(), QStringLiteral("BHD"));
         h.type(QString::number(t.diameter));
-        h.press(CNorvKeybDlg::kEnter);
+        h.press(KeypadScreen::kEnter);
         saved(list, t.diameter);
         h.clock.advanceMs(12000);
     }
@@ -611,7 +611,7 @@ protected:
     QStringList shownTotals()
     {
         QStringList out;
-        auto* view = h.find<TotalsDlg>("totals")->totalsView();
+        auto* view = h.find<TotalsDlg>()->totalsView();
         for (int i = 0; i < view->topLevelItemCount(); ++i) {
             QStringList cells;
             for (int c = 0; c < view->columnCount(); ++c)
@@ -756,8 +756,8 @@ protected:
 void ForesterDay::startWithTheStagedConfiguration()
 {
     ASSERT_TRUE(h.app.start());
-    h.app.mainWindow()->activateWindow();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(h.app.mainWindow()));
+    h.app.stack().mainWindow()->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(h.app.stack().mainWindow()));
     EXPECT_EQ(said(), (QStringList{
                           "Info: Datenbank wird initialisiert...",
                           "Fortschritt: 0 10 20 30 100",
@@ -789,7 +789,7 @@ void ForesterDay::setUpTheHandheld()
     ASSERT_TRUE(QFile::link(cable.end(0), h.root.host(QStringLiteral("dev/COM1"))));
 
     ASSERT_NO_FATAL_FAILURE(openSettings(0));
-    h.dialogs.answerNext(MessageDialogs::Yes);
+    h.dialogs.answerNext(Answer::Yes);
     tapButton(QStringLiteral("check1194"));
     autoBackup = true;
     tapTab("tabs1021", 1);
@@ -798,12 +798,12 @@ void ForesterDay::setUpTheHandheld()
     tapButton(QStringLiteral("cable"));
     ASSERT_EQ(h.activeName(), QStringLiteral("cableSettings"));
     choose("port", QStringLiteral("COM1"));
-    h.press(CNorvKeybDlg::kEnter);
+    h.press(KeypadScreen::kEnter);
     ASSERT_EQ(h.activeName(), QStringLiteral("printerSettings"));
     tapTab("tabs", PrinterSettingsDlg::CaliperTab);
     tapButton(QStringLiteral("caliperActive"));
     choose("caliperPort", QStringLiteral("COM3"));
-    h.press(CNorvKeybDlg::kEnter);
+    h.press(KeypadScreen::kEnter);
     ASSERT_EQ(h.activeName(), QStringLiteral("settings"));
     EXPECT_EQ(said(), QStringList{"Frage: Hiermit werden nur Holzlisten gesichert, für|die "
                                   "Konfiguration muss ein Backup gemacht|werden. Wollen Sie die "
@@ -865,7 +865,7 @@ void ForesterDay::tallyByKeypad()
         QStringList notices;
         if (l == 0) {
             h.type(QStringLiteral("25"));
-            h.press(CNorvKeybDlg::kEnter);
+            h.press(KeypadScreen::kEnter);
             notices << QStringLiteral("Hinweis: Holzart fehlt !!!");
             ASSERT_EQ(tally()->keyboardIndex(), Tally::SpeciesKeys);
             tapField("BHD");
@@ -878,7 +878,7 @@ void ForesterDay::tallyByKeypad()
             if (l == 1 && i >= 200 && i <= 206)
                 t.caliperClass = i < 206 ? QStringLiteral("W") : QStringLiteral("-");
             if (l == 2 && i == 100) {
-                h.press(CNorvKeybDlg::kEnter);
+                h.press(KeypadScreen::kEnter);
                 notices << QStringLiteral("Hinweis: Eingabe fehlt !!!");
             }
             ASSERT_NO_FATAL_FAILURE(typeTree(list, t)) << list.name.toStdString() << " " << i;
@@ -944,7 +944,7 @@ void ForesterDay::correctTrees()
         tapField("BHD");
         const int diameter = list.trees[n - 3].diameter + 11;
         h.type(QString::number(diameter));
-        h.press(CNorvKeybDlg::kEnter);
+        h.press(KeypadScreen::kEnter);
         corrected(list, n - 3, diameter);
         EXPECT_EQ(screenLabel("position"), QStringLiteral("%1/%2").arg(n - 1).arg(n));
         EXPECT_EQ(shownRecord(), list.trees[n - 2].shown());
@@ -956,7 +956,7 @@ void ForesterDay::correctTrees()
         h.pick(species);
         tapField("STK");
         h.type(QStringLiteral("3"));
-        h.dialogs.answerNext(MessageDialogs::Yes);
+        h.dialogs.answerNext(Answer::Yes);
         h.press(Tally::kDown);
         next.species = species;
         next.tariff = speciesTariff[species];
@@ -966,12 +966,12 @@ void ForesterDay::correctTrees()
 
         tapField("BHD");
         h.type(QStringLiteral("33"));
-        h.dialogs.answerNext(MessageDialogs::No);
+        h.dialogs.answerNext(Answer::No);
         h.press(Tally::kUp);
         EXPECT_EQ(screenLabel("position"), QStringLiteral("%1/%2").arg(n - 1).arg(n));
         EXPECT_EQ(shownRecord(), list.trees[n - 2].shown());
 
-        h.dialogs.answerNext(MessageDialogs::Yes);
+        h.dialogs.answerNext(Answer::Yes);
         h.press(Tally::kEtc);
         h.press(Tally::kDelete);
         list.trees.erase(list.trees.begin() + qsizetype(n - 2));
@@ -981,10 +981,10 @@ void ForesterDay::correctTrees()
         h.press(Tally::kEtc);
         h.press(Tally::kFirst);
         EXPECT_EQ(screenLabel("position"), QStringLiteral("1/%1").arg(n - 1));
-        h.dialogs.answerNext(MessageDialogs::No);
+        h.dialogs.answerNext(Answer::No);
         h.press(Tally::kEtc);
         h.press(Tally::kDelete);
-        h.dialogs.answerNext(MessageDialogs::Yes);
+        h.dialogs.answerNext(Answer::Yes);
         h.press(Tally::kEtc);
         h.press(Tally::kDelete);
         list.trees.erase(list.trees.begin());
@@ -1020,14 +1020,14 @@ void ForesterDay::correctTrees()
         ASSERT_EQ(tally()->keyboardIndex(), Tally::TariffKeys);
         QString other;
         for (int i = 0; i < h.keyboard()->keyCount() && other.isEmpty(); ++i) {
-            const CNorvKey* key = h.keyboard()->key(i);
+            const KeyButton* key = h.keyboard()->key(i);
             if (key->def().commandId == Tally::kTariffEntry && !key->caption().isEmpty()
                 && key->caption() != last.tariff)
                 other = key->caption();
         }
         ASSERT_FALSE(other.isEmpty());
         h.pick(other);
-        h.press(CNorvKeybDlg::kEnter);
+        h.press(KeypadScreen::kEnter);
         last.tariff = other;
         corrected(list, list.trees.size() - 1, last.diameter);
         EXPECT_EQ(screenLabel("position"), QStringLiteral("neu"));
@@ -1051,7 +1051,7 @@ void ForesterDay::totalsAndListings()
         EXPECT_EQ(shownTotals(), expectedTotals(list)) << list.name.toStdString();
         if (&list == &lists[0])
             h.press(TotalsDlg::kPrint);
-        h.press(CNorvBaseDlg::IDCANCEL);
+        h.press(Screen::kCancel);
         ASSERT_EQ(h.activeName(), QStringLiteral("listSelection"));
         if (&list == &lists[1])
             h.press(ListSelectionDlg::kPrint);
@@ -1087,7 +1087,7 @@ void ForesterDay::markAndBackUp()
                                          "EICHE03 |A0|EICHEN ABT. 7"}));
     h.clock.setNow(QDateTime(QDate(2026, 5, 4), QTime(17, 2, 0)));
     ASSERT_NO_FATAL_FAILURE(openSettings(0));
-    h.dialogs.answerNext(MessageDialogs::Yes);
+    h.dialogs.answerNext(Answer::Yes);
     tapButton(QStringLiteral("button%1").arg(SettingsDlg::kBackup));
     backupMade(QStringLiteral("Manu"));
     manualBackup = backups.back().name;
@@ -1228,8 +1228,8 @@ void ForesterDay::restoreTheManualBackup()
     tapButton(QStringLiteral("button%1").arg(SettingsDlg::kRestore));
     RestoreDlg::setRunner({});
     // As when a modal screen closes on the device, the program's window takes the keys back.
-    h.app.mainWindow()->activateWindow();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(h.app.mainWindow()));
+    h.app.stack().mainWindow()->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(h.app.stack().mainWindow()));
     EXPECT_EQ(listed, offered);
     backupMade(QStringLiteral("Auto")); // the state before the restore
     receivedLists = 0;
@@ -1257,8 +1257,8 @@ void ForesterDay::deleteAll()
 {
     h.clock.setNow(QDateTime(QDate(2026, 5, 4), QTime(17, 45, 0)));
     ASSERT_NO_FATAL_FAILURE(openSettings(0));
-    h.dialogs.answerNext(MessageDialogs::Yes); // "Fortsetzen"
-    h.dialogs.answerNext(MessageDialogs::No);  // the right-hand "JA"
+    h.dialogs.answerNext(Answer::Yes); // "Fortsetzen"
+    h.dialogs.answerNext(Answer::No);  // the right-hand "JA"
     tapButton(QStringLiteral("button%1").arg(SettingsDlg::kDeleteAll));
     EXPECT_EQ(h.active(), h.app.mainMenu());
     EXPECT_EQ(said(), (QStringList{
@@ -1317,8 +1317,8 @@ void ForesterDay::goOnWithANewList()
 void ForesterDay::endTheDay()
 {
     ASSERT_NO_FATAL_FAILURE(toMainMenu());
-    h.dialogs.answerNext(MessageDialogs::Yes);
-    h.press(CNorvBaseDlg::IDCANCEL);
+    h.dialogs.answerNext(Answer::Yes);
+    h.press(Screen::kCancel);
     EXPECT_EQ(h.active(), nullptr);
     EXPECT_EQ(said(), QStringList{"Frage: Programm beenden? [JA/NEIN] JA"});
     h.app.shutdown();

@@ -40,8 +40,8 @@ protected:
     // The list selection's evaluation tab with the list in `row` tapped.
     ListSelectionDlg* lists(int row)
     {
-        auto* screen = find<ListSelectionDlg>("listSelection");
-        app.SwitchToDialog(screen);
+        auto* screen = find<ListSelectionDlg>();
+        app.stack().switchTo(screen);
         screen->showTab(ListSelectionDlg::EvaluationTab);
         QTreeWidgetItem* item = screen->listView()->topLevelItem(row);
         if (item)
@@ -84,7 +84,7 @@ TEST_F(Distribution, StepsThroughTheSpecies)
     EXPECT_EQ(keyboard()->keyFor(TotalsDlg::kDistribution)->caption(), QStringLiteral("Vert."));
     press(TotalsDlg::kDistribution);
     ASSERT_EQ(activeName(), QStringLiteral("distribution"));
-    auto* screen = find<DistributionDlg>("distribution");
+    auto* screen = find<DistributionDlg>();
     EXPECT_EQ(label(QStringLiteral("title")), QStringLiteral("Durchmesserverteilung"));
 
     // As opened: all species. The stems per class are the evaluation's; the screen shows the
@@ -97,11 +97,11 @@ TEST_F(Distribution, StepsThroughTheSpecies)
     } steps[] = {
         {0, -1, "Alle Holzarten: 9 Stk", {2, 0, 1, 4, 0, 0, 2}},
         {DistributionDlg::kNextSpecies, 0, "FI: 6 Stk", {4, 0, 0, 2}},
-        {CNorvKeybDlg::kNextField, 1, "KI: 3 Stk", {2, 0, 1}},
+        {KeypadScreen::kNextField, 1, "KI: 3 Stk", {2, 0, 1}},
         // Past the last species back to all of them, and backwards round to the last.
         {DistributionDlg::kNextSpecies, -1, "Alle Holzarten: 9 Stk", {}},
         {DistributionDlg::kPreviousSpecies, 1, "KI: 3 Stk", {}},
-        {CNorvKeybDlg::kPreviousField, 0, "FI: 6 Stk", {}},
+        {KeypadScreen::kPreviousField, 0, "FI: 6 Stk", {}},
         {DistributionDlg::kAllSpecies, -1, "Alle Holzarten: 9 Stk", {}},
     };
     for (const auto& s : steps) {
@@ -121,7 +121,7 @@ TEST_F(Distribution, StepsThroughTheSpecies)
     EXPECT_GE(chart->width(), 230);
     EXPECT_GE(chart->height(), 200);
 
-    press(CNorvBaseDlg::IDCANCEL);
+    press(Screen::kCancel);
     EXPECT_EQ(activeName(), QStringLiteral("totals"));
 }
 
@@ -146,22 +146,22 @@ TEST_F(Distribution, PrintKeysWriteIntoThePrinterPath)
     session.store().writeText(Setting::PrinterPath, 0, QStringLiteral("\\Ausdrucke"));
     settingsChanged();
     const QString classes = QStringLiteral("\\Ausdrucke\\WALD_1_Sortiment.pdf");
-    dialogs.answerNext(MessageDialogs::No);
+    dialogs.answerNext(Answer::No);
     press(TotalsDlg::kAssortment);
     EXPECT_EQ(dialogs.asked(), QStringList{"Soll der Ausdruck|gestartet werden?|"});
     EXPECT_FALSE(session.root().isFile(classes));
     dialogs.clear();
-    dialogs.answerNext(MessageDialogs::Yes);
+    dialogs.answerNext(Answer::Yes);
     press(TotalsDlg::kAssortment);
     EXPECT_EQ(dialogs.asked().size(), 1);
     ASSERT_TRUE(session.root().isFile(classes));
     EXPECT_TRUE(pdfText(classes).contains(QStringLiteral("Summe 3 1.34 3 1.34")));
 
     // The list selection's keys print the selected list the same way.
-    press(CNorvBaseDlg::IDCANCEL);
+    press(Screen::kCancel);
     session.root().removeFile(QStringLiteral("\\Ausdrucke\\WALD_1_Ausdruck.pdf"));
     dialogs.clear();
-    dialogs.setFallback(MessageDialogs::Yes, 1);
+    dialogs.setFallback(Answer::Yes, Answer::First);
     lists(0);
     press(ListSelectionDlg::kPrint);
     EXPECT_EQ(activeName(), QStringLiteral("listSelection"));

@@ -1,4 +1,6 @@
 #include "app/ListHeaderDlg.h"
+#include "app/ListInfoDlg.h"
+#include "app/ListSelectionDlg.h"
 #include "app/ProgramFixture.h"
 #include "app/TariffAssignmentDlg.h"
 
@@ -10,12 +12,12 @@ using Dlg = ListHeaderDlg;
 
 struct HeaderProgram : Program {
     void newList() { press(MainMenuDlg::kNewList); }
-    void enter() { press(CNorvKeybDlg::kEnter); }
+    void enter() { press(KeypadScreen::kEnter); }
     QStringList choices()
     {
         QStringList out;
         for (int i = 0; i < keyboard()->keyCount(); ++i) {
-            CNorvKey* key = keyboard()->key(i);
+            KeyButton* key = keyboard()->key(i);
             if (key->def().commandId == Dlg::kChoiceEntry && !key->caption().isEmpty())
                 out << key->caption();
         }
@@ -23,9 +25,9 @@ struct HeaderProgram : Program {
     }
     QString page() { return label(QStringLiteral("pageNumber")); }
     // Where the screen goes when a list is done or given up.
-    CNorvBaseDlg* listSelection() const
+    Screen* listSelection() const
     {
-        CNorvBaseDlg* selection = app.findScreen(QStringLiteral("listSelection"));
+        Screen* selection = app.stack().screen<ListSelectionDlg>();
         return selection ? selection : app.mainMenu();
     }
     QStringList stored(const char* columns)
@@ -48,13 +50,13 @@ struct HeaderProgram : Program {
     {
         type(text(name));
         for (int field = 0; field < 4; ++field)
-            press(CNorvKeybDlg::kNextField);
+            press(KeypadScreen::kNextField);
         ASSERT_EQ(str(focused()), "REGION_A");
         if (screen->keyboardIndex() != Dlg::Letters)
-            press(CNorvKeybDlg::kZiff); // from the region list to the letters
+            press(KeypadScreen::kZiff); // from the region list to the letters
         type(text(region));
     }
-    Dlg* screen = find<Dlg>("listHeader");
+    Dlg* screen = find<Dlg>();
 };
 
 TEST(ListHeaderDlg, ANewListIsMadePageByPageFromTheMainMenu)
@@ -81,13 +83,13 @@ TEST(ListHeaderDlg, ANewListIsMadePageByPageFromTheMainMenu)
     EXPECT_EQ(p.screen->keyboardIndex(), Dlg::Letters);
 
     p.type(QStringLiteral("HIEB01"));
-    p.press(CNorvKeybDlg::kNextField);
+    p.press(KeypadScreen::kNextField);
     EXPECT_EQ(str(p.focused()), "ZUSATZ_A");
     p.type(QStringLiteral("NORDHANG"));
-    p.press(CNorvKeybDlg::kNextField);
+    p.press(KeypadScreen::kNextField);
     EXPECT_EQ(p.screen->keyboardIndex(), Dlg::Digits); // the date
-    p.press(CNorvKeybDlg::kNextField);
-    p.press(CNorvKeybDlg::kNextField);
+    p.press(KeypadScreen::kNextField);
+    p.press(KeypadScreen::kNextField);
     EXPECT_EQ(str(p.focused()), "REGION_A");
     EXPECT_EQ(p.choices(), (QStringList{"OSTALB", "RHEINEB", "SCHWARZW", "WR01", "WR02"}));
     p.pick(QStringLiteral("WR01"));
@@ -123,7 +125,7 @@ TEST(ListHeaderDlg, ANewListIsMadePageByPageFromTheMainMenu)
     QTest::mouseClick(p.edit("KOPF12_A"), Qt::LeftButton);
     EXPECT_EQ(str(p.focused()), "KOPF12_A");
     p.pick(QStringLiteral("Anna Probe"));
-    p.press(CNorvKeybDlg::kZiff);
+    p.press(KeypadScreen::kZiff);
     EXPECT_EQ(p.screen->keyboardIndex(), Dlg::Letters);
     p.type(QStringLiteral("-ß"));
     for (int page = 7; page <= 9; ++page)
@@ -141,18 +143,18 @@ TEST(ListHeaderDlg, LeavingTheFirstPageGoesWhereTheAnswerLeads)
     const struct {
         const char* listName;
         const char* region;
-        int answer;
+        Answer answer; // None: nothing to answer
         bool stays; // else the list selection
     } cases[] = {
-        {"", "WR01", MessageDialogs::Yes, false}, // the list given up
-        {"L1", "", 0, true},                      // a field missing
+        {"", "WR01", Answer::Yes, false}, // the list given up
+        {"L1", "", Answer::None, true},   // a field missing
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(std::string(c.listName) + "/" + c.region);
         HeaderProgram p;
         p.newList();
         p.fillFirstPage(c.listName, c.region);
-        if (c.answer)
+        if (c.answer != Answer::None)
             p.dialogs.answerNext(c.answer);
         p.enter();
         EXPECT_EQ(p.dialogs.asked().size(), 1);
@@ -168,11 +170,11 @@ TEST(ListHeaderDlg, ZuordnenOpensTheRegionsTariffsAndBackReturnsToTheList)
     HeaderProgram p;
     p.newList();
     p.fillFirstPage("L1", "WR77");
-    p.dialogs.answerNext(1);
+    p.dialogs.answerNext(Answer::First);
     p.enter();
-    ASSERT_EQ(p.active(), p.app.findScreen(QStringLiteral("tariffAssignment")));
+    ASSERT_EQ(p.active(), p.app.stack().screen<TariffAssignmentDlg>());
     EXPECT_EQ(str(p.label("title")), "Tarif-Zuordnung: WR77");
-    p.press(CNorvBaseDlg::IDCANCEL);
+    p.press(Screen::kCancel);
 
     ASSERT_EQ(p.active(), p.screen);
     EXPECT_EQ(str(p.page()), "1/9");
@@ -190,7 +192,7 @@ TEST(ListHeaderDlg, CursorKeysMoveOnPageOneAndTurnTheFreePages)
     HeaderProgram p;
     p.newList();
     p.fillFirstPage("L1", "WR01");
-    p.press(CNorvKeybDlg::kPreviousField); // page 1: back to the previous field
+    p.press(KeypadScreen::kPreviousField); // page 1: back to the previous field
     EXPECT_EQ(str(p.focused()), "KOR_FAKTOR_N");
     EXPECT_EQ(str(p.page()), "1/9");
     p.enter();
@@ -200,9 +202,9 @@ TEST(ListHeaderDlg, CursorKeysMoveOnPageOneAndTurnTheFreePages)
         int command;
         const char* page;
     } steps[] = {
-        {CNorvKeybDlg::kNextField, "3/9"},
-        {CNorvKeybDlg::kPreviousField, "2/9"},
-        {CNorvKeybDlg::kNextField, "3/9"},
+        {KeypadScreen::kNextField, "3/9"},
+        {KeypadScreen::kPreviousField, "2/9"},
+        {KeypadScreen::kNextField, "3/9"},
     };
     for (const auto& s : steps) {
         p.press(s.command);
@@ -223,7 +225,7 @@ TEST(ListHeaderDlg, TheModelList)
     // A new list taken from the model shows the model's values on its pages.
     HeaderProgram p;
     p.addList(4, "MODELL", "Forstamt Tannenhöhe");
-    p.dialogs.answerNext(MessageDialogs::Yes);
+    p.dialogs.answerNext(Answer::Yes);
     p.newList();
     EXPECT_EQ(p.dialogs.asked().size(), 1);
     EXPECT_EQ(str(p.edit("ZUSATZ_A")->text()), "Zusatz 4");
@@ -232,7 +234,7 @@ TEST(ListHeaderDlg, TheModelList)
     EXPECT_FALSE(p.edit("LISTE_NR")->isReadOnly());
 
     // The model list itself keeps its name and starts at the next field.
-    p.app.SwitchToDialog(p.app.mainMenu(), 0);
+    p.app.stack().switchTo(p.app.mainMenu());
     p.state.currentList = 4;
     p.screen->openExisting();
     ASSERT_EQ(p.active(), p.screen);
@@ -246,7 +248,7 @@ TEST(ListHeaderDlg, ListInformationShowsTheFreeFieldsOfTheCurrentList)
     HeaderProgram p;
     p.addList(1, "EINS", "Forstamt Eichengrund");
     p.addList(2, "ZWEI", QString(40, u'W').toLatin1().constData());
-    CNorvBaseDlg* info = p.app.findScreen(QStringLiteral("listInfo"));
+    Screen* info = p.app.stack().screen<ListInfoDlg>();
     ASSERT_NE(info, nullptr);
     const struct {
         int list;
@@ -260,8 +262,8 @@ TEST(ListHeaderDlg, ListInformationShowsTheFreeFieldsOfTheCurrentList)
     for (const auto& c : cases) {
         SCOPED_TRACE(c.list);
         p.state.currentList = c.list;
-        p.app.SwitchToDialog(p.app.mainMenu(), 0);
-        p.app.SwitchToDialog(info, 0);
+        p.app.stack().switchTo(p.app.mainMenu());
+        p.app.stack().switchTo(info);
         EXPECT_EQ(str(p.label("title")), c.title);
         EXPECT_EQ(str(p.label("label_KOPF1_A")), "Forstamt:");
         EXPECT_EQ(str(p.label("label_KOPF16_A")), "Bemerkung:");
@@ -275,7 +277,7 @@ TEST(ListHeaderDlg, ListInformationShowsTheFreeFieldsOfTheCurrentList)
         EXPECT_EQ(str(p.label("KOPF12_A")), c.list == 7 ? "" : "Anna Probe");
         // Nothing can be typed; back returns to the screen that opened it.
         EXPECT_TRUE(info->findChildren<QLineEdit*>().isEmpty());
-        p.press(CNorvBaseDlg::IDCANCEL);
+        p.press(Screen::kCancel);
         EXPECT_EQ(p.active(), p.app.mainMenu());
     }
 }

@@ -1,7 +1,11 @@
 #include "app/ListSelectionDlg.h"
+#include "app/ListHeaderDlg.h"
+#include "app/ListInfoDlg.h"
 #include "app/ProgramFixture.h"
-#include "workflow/OfficeChannel.h"
+#include "app/SettingsDlg.h"
+#include "app/TallyDlg.h"
 #include "device/BackupService.h"
+#include "workflow/OfficeChannel.h"
 
 #include <QTabBar>
 #include <QTreeWidget>
@@ -20,9 +24,9 @@ struct WithChannels {
 class ListScreen : public ::testing::Test, protected WithChannels, protected Program {
 protected:
     ListScreen()
+        : Program(ProgramSetup().through(channels))
     {
         channels.root = &session.root();
-        app.setChannels(&channels);
     }
 
     void addList(int id, const QString& name, int mark = 0, int trees = 0)
@@ -39,7 +43,7 @@ protected:
     void open()
     {
         if (active() != app.mainMenu())
-            app.SwitchToDialog(app.mainMenu());
+            app.stack().switchTo(app.mainMenu());
         press(MainMenuDlg::kSelectList);
         ASSERT_EQ(active(), screen);
     }
@@ -48,13 +52,6 @@ protected:
     void tab(int index)
     {
         QTest::mouseClick(tabs(), Qt::LeftButton, {}, tabs()->tabRect(index).center());
-    }
-    CNorvKey* shownKey(int command)
-    {
-        for (CNorvKey* key : screen->findChildren<CNorvKey*>(QStringLiteral("key%1").arg(command)))
-            if (key->isVisible())
-                return key;
-        return nullptr;
     }
     void tapRow(int row, bool twice = false)
     {
@@ -80,7 +77,7 @@ protected:
     int selectedRow() { return view()->indexOfTopLevelItem(view()->currentItem()); }
     int count(const char* sql) { return Program::count(QString::fromLatin1(sql)); }
 
-    Dlg* screen = find<Dlg>("listSelection");
+    Dlg* screen = find<Dlg>();
 };
 
 TEST_F(ListScreen, ColumnsTabsAndKeyBars)
@@ -120,11 +117,11 @@ TEST_F(ListScreen, ColumnsTabsAndKeyBars)
         tab(i);
         for (const auto& bar : bars) {
             for (int key : bar.keys)
-                EXPECT_EQ(shownKey(key) != nullptr, &bar == &bars[i]) << i << " " << key;
+                EXPECT_EQ(screen->shownKey(key) != nullptr, &bar == &bars[i]) << i << " " << key;
         }
-        EXPECT_NE(shownKey(CNorvBaseDlg::IDCANCEL), nullptr);
+        EXPECT_NE(screen->shownKey(Screen::kCancel), nullptr);
     }
-    EXPECT_EQ(shownKey(Dlg::kMark)->text(), QStringLiteral("DÜ"));
+    EXPECT_EQ(screen->shownKey(Dlg::kMark)->text(), QStringLiteral("DÜ"));
 }
 
 TEST_F(ListScreen, MarkTheTappedRowInPlace)
@@ -158,16 +155,16 @@ TEST_F(ListScreen, DeleteByKeyAndByTheDeleteKey)
     addList(2, QStringLiteral("ZWEI"));
     open();
     tapRow(1);
-    dialogs.answerNext(MessageDialogs::Yes);
-    dialogs.answerNext(MessageDialogs::Yes);
+    dialogs.answerNext(Answer::Yes);
+    dialogs.answerNext(Answer::Yes);
     press(Dlg::kDelete);
     EXPECT_EQ(shown(), QStringList{"EINS    |   0|Zusatz von EINS"});
     EXPECT_EQ(selectedRow(), 0);
 
     // The last row, with the device's Delete key on the list.
     dialogs.clear();
-    dialogs.answerNext(MessageDialogs::Yes);
-    dialogs.answerNext(MessageDialogs::Yes);
+    dialogs.answerNext(Answer::Yes);
+    dialogs.answerNext(Answer::Yes);
     QTest::keyClick(view(), Qt::Key_Delete);
     EXPECT_EQ(view()->topLevelItemCount(), 0);
     EXPECT_EQ(count("SELECT COUNT(*) FROM Brov_Kopfdaten"), 0);
@@ -185,7 +182,7 @@ TEST_F(ListScreen, WaysToOtherScreens)
     press(Dlg::kInfo);
     EXPECT_EQ(activeName(), QStringLiteral("listInfo"));
     EXPECT_EQ(state.currentList, 3);
-    app.SwitchToDialog(screen);
+    app.stack().switchTo(screen);
     EXPECT_EQ(selectedRow(), 2);
 
     // A double tap on the model list warns, and opens the tally all the same.
@@ -193,7 +190,7 @@ TEST_F(ListScreen, WaysToOtherScreens)
     EXPECT_EQ(dialogs.asked(), QStringList{"Holzaufnahme in Modell-Liste |nicht möglich!|"});
     EXPECT_EQ(state.currentList, 2);
     EXPECT_EQ(activeName(), QStringLiteral("tally"));
-    app.SwitchToDialog(screen);
+    app.stack().switchTo(screen);
 
     // Evaluation of a list with trees.
     dialogs.clear();
@@ -203,15 +200,15 @@ TEST_F(ListScreen, WaysToOtherScreens)
     EXPECT_TRUE(dialogs.asked().isEmpty());
     EXPECT_EQ(state.currentList, 1);
     EXPECT_EQ(activeName(), QStringLiteral("totals"));
-    app.SwitchToDialog(screen);
+    app.stack().switchTo(screen);
 
     // "Neu" opens the header screen for a new list.
     tab(Dlg::TallyTab);
     press(Dlg::kNew);
     EXPECT_EQ(state.currentList, -1);
     EXPECT_EQ(activeName(), QStringLiteral("listHeader"));
-    app.SwitchToDialog(screen);
-    press(CNorvBaseDlg::IDCANCEL);
+    app.stack().switchTo(screen);
+    press(Screen::kCancel);
     EXPECT_EQ(active(), app.mainMenu());
 }
 
@@ -234,7 +231,7 @@ TEST_F(ListScreen, ModelListFromTheSelectedList)
     addList(2, QStringLiteral("FELD"));
     open();
     tapRow(1);
-    dialogs.answerNext(1);
+    dialogs.answerNext(Answer::First);
     press(Dlg::kModel);
     EXPECT_EQ(shown().last(), QStringLiteral("MODELL  |   0|Zusatz von FELD"));
     EXPECT_EQ(selectedRow(), 2);
@@ -290,17 +287,19 @@ TEST_F(ListScreen, AutomaticBackupOnReturnFromTheHeaderOrTheTally)
     state.currentList = 1;
     const struct {
         int automatic;
-        const char* from;
+        Screen* from;
         size_t backups;
     } cases[] = {
-        {1, "settings", 0}, {0, "listHeader", 0}, {1, "listHeader", 1},
-        {1, "listInfo", 1}, {1, "tally", 2},
+        {1, app.stack().screen<SettingsDlg>(), 0},   {0, app.stack().screen<ListHeaderDlg>(), 0},
+        {1, app.stack().screen<ListHeaderDlg>(), 1}, {1, app.stack().screen<ListInfoDlg>(), 1},
+        {1, app.stack().screen<TallyDlg>(), 2},
     };
     for (const auto& c : cases) {
         session.store().writeInt(Setting::BackupAuto, 0, c.automatic);
-        app.SwitchToDialog(app.findScreen(QString::fromLatin1(c.from)));
-        app.SwitchToDialog(screen);
-        EXPECT_EQ(app.backup().entries().size(), c.backups) << c.from << " " << c.automatic;
+        app.stack().switchTo(c.from);
+        app.stack().switchTo(screen);
+        EXPECT_EQ(app.backup().entries().size(), c.backups)
+            << c.from->objectName().toStdString() << " " << c.automatic;
         EXPECT_EQ(shown().size(), 1);
     }
 }

@@ -27,7 +27,7 @@ struct CommunicationProgram : Program {
     // Main menu, "Funktionen/Einstellungen", tab "Konfiguration", "Kommunikation".
     void open()
     {
-        app.SwitchToDialog(app.mainMenu(), 0);
+        app.stack().switchTo(app.mainMenu());
         press(MainMenuDlg::kSettings);
         auto* settings = qobject_cast<SettingsDlg*>(active());
         ASSERT_NE(settings, nullptr);
@@ -118,7 +118,7 @@ TEST(PrinterSettingsDlg, ChoicesOnBothScreensAreStoredWhenConfirmed)
     p.choose("baudrate", QStringLiteral("115200"));
     p.choose("wordlength", QStringLiteral("7"));
     p.choose("stopbits", QStringLiteral("2"));
-    p.press(CNorvKeybDlg::kEnter);
+    p.press(KeypadScreen::kEnter);
 
     // Back with everything chosen before still shown, and the new line.
     ASSERT_EQ(str(p.active()->objectName()), "printerSettings");
@@ -127,7 +127,7 @@ TEST(PrinterSettingsDlg, ChoicesOnBothScreensAreStoredWhenConfirmed)
     EXPECT_EQ(str(p.label(QStringLiteral("cableLine"))), "COM4, 115200 Bd, 7 Bit, 2 Stopbits");
     EXPECT_EQ(str(p.number("DUE", "Port")), "4");
     EXPECT_EQ(str(p.number("DUE", "DueMode")), "<absent>");
-    p.press(CNorvKeybDlg::kEnter);
+    p.press(KeypadScreen::kEnter);
 
     EXPECT_EQ(str(p.active()->objectName()), "settings");
     const struct {
@@ -197,7 +197,7 @@ TEST(PrinterSettingsDlg, CancelLeavesEverythingAsItWas)
         const QString tables = p.state.tables.describe();
         c.choose(p);
         for (int i = 0; i < c.cancels; ++i)
-            p.press(CNorvBaseDlg::IDCANCEL);
+            p.press(Screen::kCancel);
         EXPECT_EQ(str(p.active()->objectName()), "settings");
         EXPECT_EQ(p.session.registry().exportText(), registry);
         EXPECT_EQ(p.state.tables.describe(), tables);
@@ -236,7 +236,7 @@ TEST(CableSettingsDlg, ActiveSyncHidesTheLineAndSwitchesAutoConnectOn)
             EXPECT_EQ(p.hidden((std::string("label_") + field).c_str()), !c.lineShown) << field;
         }
         EXPECT_FALSE(p.hidden("label_port"));
-        p.press(CNorvKeybDlg::kEnter);
+        p.press(KeypadScreen::kEnter);
         EXPECT_EQ(str(p.active()->objectName()), "printerSettings");
         EXPECT_EQ(p.autoConnect(), c.autoConnect);
         EXPECT_EQ(str(p.number("DUE", "Port")), c.stored);

@@ -3,16 +3,16 @@
 #pragma once
 
 #include "app/BrovantApp.h"
-#include "app/CNorvKey.h"
-#include "app/CNorvKeybDlg.h"
+#include "app/KeyButton.h"
+#include "app/KeypadScreen.h"
 #include "app/MainMenuDlg.h"
-#include "workflow/AppState.h"
 #include "data/Dataset.h"
 #include "data/Schema.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
 #include "platform/MessageDialogs.h"
 #include "support/TempRoot.h"
+#include "workflow/AppState.h"
 
 #include <QApplication>
 #include <QFile>
@@ -52,12 +52,14 @@ struct ProgramSetup {
     bool flushed = false; // the database flushed on every commit as on the device
     QDateTime now = QDateTime(QDate(2026, 5, 4), QTime(7, 5, 9));
     Stage stage; // more files, before the session opens them
+    TransferChannels* channels = nullptr; // instead of the ones the settings choose
 
     ProgramSetup& bare() { return demo = false, *this; }
     ProgramSetup& unstarted() { return start = false, *this; }
     ProgramSetup& durable() { return flushed = true, *this; }
     ProgramSetup& at(const QDateTime& time) { return now = time, *this; }
     ProgramSetup& staging(Stage more) { return stage = std::move(more), *this; }
+    ProgramSetup& through(TransferChannels& c) { return channels = &c, *this; }
 };
 
 class Program {
@@ -82,30 +84,29 @@ public:
         , clock(setup.now)
     {
         app.replaceMessages(&dialogs);
+        if (setup.channels)
+            app.replaceChannels(setup.channels);
         if (!setup.start)
             return;
         EXPECT_TRUE(app.start());
-        app.mainWindow()->activateWindow();
-        EXPECT_TRUE(QTest::qWaitForWindowActive(app.mainWindow()));
+        app.stack().mainWindow()->activateWindow();
+        EXPECT_TRUE(QTest::qWaitForWindowActive(app.stack().mainWindow()));
         dialogs.clear();
     }
     ~Program() { app.shutdown(); }
 
-    template <class Screen> Screen* find(const char* name) const
+    template <class S> S* find() const { return app.stack().screen<S>(); }
+    Screen* active() const { return app.stack().activeScreen(); }
+    OnScreenKeyboard* keyboard() const
     {
-        return qobject_cast<Screen*>(app.findScreen(QLatin1StringView(name)));
-    }
-    CNorvBaseDlg* active() const { return app.GetActiveDlg(); }
-    CNorvKeyboard* keyboard() const
-    {
-        auto* screen = qobject_cast<CNorvKeybDlg*>(active());
+        auto* screen = qobject_cast<KeypadScreen*>(active());
         return screen ? screen->keyboard() : nullptr;
     }
     // The shown key of that name: bar keys exist once per keyboard.
     void press(const QString& objectName)
     {
         ASSERT_NE(active(), nullptr) << str(objectName);
-        for (CNorvKey* key : active()->findChildren<CNorvKey*>(objectName)) {
+        for (KeyButton* key : active()->findChildren<KeyButton*>(objectName)) {
             if (key->isVisible()) {
                 QTest::mouseClick(key, Qt::LeftButton);
                 return;
@@ -113,7 +114,13 @@ public:
         }
         FAIL() << "no visible key " << str(objectName) << " on " << str(active()->objectName());
     }
-    void press(int command) { press(QStringLiteral("key%1").arg(command)); }
+    void press(int command)
+    {
+        ASSERT_NE(active(), nullptr) << command;
+        KeyButton* key = active()->shownKey(command);
+        ASSERT_NE(key, nullptr) << "no visible key " << command << " on " << str(activeName());
+        QTest::mouseClick(key, Qt::LeftButton);
+    }
     void click(int button)
     {
         auto* b = active()->findChild<QPushButton*>(QStringLiteral("button%1").arg(button));
@@ -126,15 +133,15 @@ public:
     {
         for (const QChar c : characters) {
             const QString name = QStringLiteral("char_") + c;
-            for (int i = 0; i < 3 && keyboard() && !keyboard()->findChild<CNorvKey*>(name); ++i)
-                press(CNorvKeybDlg::kZiff);
+            for (int i = 0; i < 3 && keyboard() && !keyboard()->findChild<KeyButton*>(name); ++i)
+                press(KeypadScreen::kZiff);
             press(name);
         }
     }
     // The entry showing `caption` on the list keyboard shown now, turning its pages.
     void pick(const QString& caption)
     {
-        CNorvKeyboard* list = keyboard();
+        OnScreenKeyboard* list = keyboard();
         ASSERT_NE(list, nullptr);
         for (int page = 0; page < list->pageCount(); ++page) {
             list->showPage(page);

@@ -17,7 +17,7 @@ TEST(RegionDlg, RegionKeyOpensTheListsRegionsToAddAndRemove)
     p.insert(schema::Kopfdaten, {{u"ID_FILE", 1}, {u"LISTE_NR", "WALD"}});
     p.press(MainMenuDlg::kSelectList);
     p.press(ListSelectionDlg::kRegion);
-    auto* screen = p.find<RegionDlg>("region");
+    auto* screen = p.find<RegionDlg>();
     ASSERT_EQ(p.active(), screen);
     EXPECT_EQ(p.label("title"), QStringLiteral("Wuchsregionen: WALD"));
     QTreeWidget* view = screen->regionView();
@@ -42,8 +42,8 @@ TEST(RegionDlg, RegionKeyOpensTheListsRegionsToAddAndRemove)
     // A typed region without tariffs: "Zuordnen" opens their assignment; once it has some, back
     // on this screen the region joins the list.
     p.type(QStringLiteral("WR9"));
-    p.dialogs.answerNext(1);
-    p.press(CNorvKeybDlg::kEnter);
+    p.dialogs.answerNext(Answer::First);
+    p.press(KeypadScreen::kEnter);
     ASSERT_EQ(p.activeName(), QStringLiteral("tariffAssignment"));
     EXPECT_EQ(p.label("title"), QStringLiteral("Tarif-Zuordnung: WR9"));
     p.insert(schema::Einstellungen, {{u"ID", 9000},
@@ -51,21 +51,21 @@ TEST(RegionDlg, RegionKeyOpensTheListsRegionsToAddAndRemove)
                                      {u"REGION_A", "WR9"},
                                      {u"BAUMART", "FI"},
                                      {u"TARIF", "FI01"}});
-    p.press(CNorvBaseDlg::IDCANCEL);
+    p.press(Screen::kCancel);
     ASSERT_EQ(p.active(), screen);
     EXPECT_EQ(shown(), wr02 + QStringList{"WR9|FI"});
 
     // The tapped row's region leaves the list after the question.
     const QPoint at = view->visualItemRect(view->topLevelItem(int(wr02.size()))).center();
     QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, at);
-    p.dialogs.answerNext(MessageDialogs::Yes);
+    p.dialogs.answerNext(Answer::Yes);
     p.press(RegionDlg::kRemove);
     EXPECT_EQ(shown(), wr02);
     EXPECT_EQ(p.rows(stored), wr02);
     EXPECT_EQ(p.dialogs.asked().last(),
               QStringLiteral("Wuchsregion WR9|aus der Liste entfernen?|"));
 
-    p.press(CNorvBaseDlg::IDCANCEL);
+    p.press(Screen::kCancel);
     EXPECT_EQ(p.activeName(), QStringLiteral("listSelection"));
 }
 

@@ -176,12 +176,12 @@ TEST_F(SettingsScreen, DeleteAllOnlyWithTheRightHandJa)
 {
     insert(schema::Kopfdaten, {{u"ID_FILE", 1}});
     const struct {
-        int second; // Yes is the left "NEIN", No the right "JA"
+        Answer second; // Yes is the left "NEIN", No the right "JA"
         int lists;
-        CNorvBaseDlg* shown;
-    } steps[] = {{MessageDialogs::Yes, 1, screen}, {MessageDialogs::No, 0, app.mainMenu()}};
+        Screen* shown;
+    } steps[] = {{Answer::Yes, 1, screen}, {Answer::No, 0, app.mainMenu()}};
     for (const auto& s : steps) {
-        dialogs.answerNext(MessageDialogs::Yes);
+        dialogs.answerNext(Answer::Yes);
         dialogs.answerNext(s.second);
         click(SettingsDlg::kDeleteAll);
         EXPECT_EQ(count(QStringLiteral("SELECT COUNT(*) FROM Brov_Kopfdaten")), s.lists);
@@ -192,7 +192,7 @@ TEST_F(SettingsScreen, DeleteAllOnlyWithTheRightHandJa)
 
 TEST_F(SettingsScreen, ResetOnlyWhenConfirmedAndWaysToOtherScreens)
 {
-    dialogs.answerNext(MessageDialogs::No);
+    dialogs.answerNext(Answer::No);
     click(SettingsDlg::kReset);
     EXPECT_EQ(dialogs.asked(), QStringList{QStringLiteral("Wollen Sie den Reset|durchführen?|")});
 
@@ -203,9 +203,9 @@ TEST_F(SettingsScreen, ResetOnlyWhenConfirmedAndWaysToOtherScreens)
           std::pair{SettingsDlg::kCommunication, "printerSettings"}}) {
         click(button);
         EXPECT_EQ(str(active()->objectName()), goesTo);
-        app.SwitchToDialog(screen);
+        app.stack().switchTo(screen);
     }
-    press(CNorvBaseDlg::IDCANCEL);
+    press(Screen::kCancel);
     EXPECT_EQ(active(), app.mainMenu());
 }
 
@@ -215,11 +215,11 @@ TEST_F(SettingsScreen, SichernOnlyWhenTheQuestionIsAnsweredYes)
         "Hiermit werden nur Holzlisten gesichert, für|die Konfiguration muss ein Backup "
         "gemacht|werden. Wollen Sie die Listen sichern?");
     const struct {
-        int answer;
+        Answer answer;
         QStringList files;
     } steps[] = {
-        {MessageDialogs::No, {}},
-        {MessageDialogs::Yes, {"0001_Manu.cdb"}},
+        {Answer::No, {}},
+        {Answer::Yes, {"0001_Manu.cdb"}},
     };
     for (const auto& step : steps) {
         dialogs.clear();

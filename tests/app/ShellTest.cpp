@@ -30,7 +30,7 @@ TEST(Shell, FreshDeviceStartsOnTheMainMenuWithClockAndDate)
     EXPECT_EQ(p.label("date"), QStringLiteral("04.05.2026"));
     EXPECT_TRUE(p.session.configurationLoaded());
     EXPECT_TRUE(p.dialogs.asked().isEmpty());
-    EXPECT_EQ(p.app.mainWindow()->size(), QSize(240, 320));
+    EXPECT_EQ(p.app.stack().mainWindow()->size(), QSize(240, 320));
 
     const struct {
         QDateTime time;
@@ -82,9 +82,9 @@ TEST(Shell, MenuCaptionsDoNotRunOverTheirPictures)
     ASSERT_TRUE(p.app.start());
     for (int command : {MainMenuDlg::kNewList, MainMenuDlg::kSelectList, MainMenuDlg::kSystemInfo,
                         MainMenuDlg::kSettings}) {
-        auto* key = p.app.mainMenu()->findChild<CNorvKey*>(QStringLiteral("key%1").arg(command));
+        KeyButton* key = p.app.mainMenu()->shownKey(command);
         ASSERT_NE(key, nullptr) << command;
-        const CNorvKey::Layout places = key->layout();
+        const KeyButton::Layout places = key->layout();
         EXPECT_FALSE(places.caption.isEmpty()) << command;
         EXPECT_GE(places.picture.height(), key->height() / 3) << command;
         EXPECT_FALSE(places.picture.intersects(places.caption)) << command;
@@ -97,12 +97,12 @@ TEST(Shell, EndingTheProgramAsksFirst)
 {
     Program p(unstarted(false));
     ASSERT_TRUE(p.app.start());
-    QSignalSpy finished(&p.app, &CNorvMFCApp::finished);
-    for (const int answer : {MessageDialogs::No, MessageDialogs::Yes}) {
+    QSignalSpy finished(&p.app.stack(), &ScreenStack::finished);
+    for (const Answer answer : {Answer::No, Answer::Yes}) {
         p.dialogs.clear();
         p.dialogs.answerNext(answer);
-        p.press(CNorvBaseDlg::IDCANCEL);
-        const bool yes = answer == MessageDialogs::Yes;
+        p.press(Screen::kCancel);
+        const bool yes = answer == Answer::Yes;
         EXPECT_EQ(p.dialogs.asked(), QStringList{QStringLiteral("Programm beenden?||")});
         EXPECT_EQ(finished.count(), yes ? 1 : 0);
         EXPECT_EQ(p.active(), yes ? nullptr : p.app.mainMenu());
@@ -123,7 +123,7 @@ TEST(Shell, InfoWindowCancelKeyIsTheOnlyKeyDuringAJob)
     EXPECT_FALSE(cancel->isVisible());
     shown.offerCancel(true);
     EXPECT_TRUE(cancel->isVisible());
-    p.press(CNorvBaseDlg::IDCANCEL);
+    p.press(Screen::kCancel);
     EXPECT_FALSE(shown.cancelRequested());
     EXPECT_TRUE(p.dialogs.asked().isEmpty());
     QTest::mouseClick(cancel, Qt::LeftButton);
@@ -131,7 +131,7 @@ TEST(Shell, InfoWindowCancelKeyIsTheOnlyKeyDuringAJob)
     shown.info(MessageDialogs::Hide, QString());
     EXPECT_FALSE(cancel->isVisible());
     EXPECT_FALSE(shown.cancelRequested());
-    p.press(CNorvBaseDlg::IDCANCEL);
+    p.press(Screen::kCancel);
     EXPECT_EQ(p.dialogs.asked(), QStringList{QStringLiteral("Programm beenden?||")});
 }
 

@@ -17,7 +17,7 @@ struct SpeciesProgram : Program {
     // "Einstellung" on the tally screen's secondary keys.
     void open()
     {
-        app.SwitchToDialog(tally);
+        app.stack().switchTo(tally);
         press(TallyDlg::kEtc);
         press(TallyDlg::kSpeciesSetup);
         ASSERT_EQ(active(), screen);
@@ -30,11 +30,11 @@ struct SpeciesProgram : Program {
     {
         press(Dlg::kLetters);
         type(text(code));
-        press(CNorvKeybDlg::kEnter);
+        press(KeypadScreen::kEnter);
     }
 
-    TallyDlg* tally = find<TallyDlg>("tally");
-    Dlg* screen = find<Dlg>("species");
+    TallyDlg* tally = find<TallyDlg>();
+    Dlg* screen = find<Dlg>();
 };
 
 TEST(SpeciesSelectionDlg, OpensWithTheSlotsOnTheirKeys)
@@ -50,9 +50,9 @@ TEST(SpeciesSelectionDlg, OpensWithTheSlotsOnTheirKeys)
         EXPECT_EQ(p.caption(Dlg::kFirstSlot + n - 1),
                   QStringLiteral("HA%1\n").arg(n) + text(expected[n - 1]));
     EXPECT_EQ(p.caption(Dlg::kCaliperKey), QStringLiteral("Kl.8\n"));
-    p.press(CNorvKeybDlg::kZiff);
+    p.press(KeypadScreen::kZiff);
     EXPECT_EQ(p.screen->keyboardIndex(), Dlg::Digits);
-    p.press(CNorvKeybDlg::kZiff);
+    p.press(KeypadScreen::kZiff);
     EXPECT_EQ(p.screen->keyboardIndex(), Dlg::SlotKeys);
 }
 
@@ -107,7 +107,7 @@ TEST(SpeciesSelectionDlg, CodesGoToTheSlotsAndTheCaliperKey)
     EXPECT_EQ(p.dialogs.beeps(), 0);
 
     // Back on the tally screen its species keys show the new slots.
-    p.press(CNorvBaseDlg::IDCANCEL);
+    p.press(Screen::kCancel);
     ASSERT_EQ(p.active(), p.tally);
     QTest::mouseClick(p.edit(QStringLiteral("BAUMART")), Qt::LeftButton);
     QStringList captions;

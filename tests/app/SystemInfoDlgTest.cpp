@@ -25,7 +25,7 @@ struct InfoProgram : Program {
     QString text(const char* name) const { return label(QLatin1StringView(name), screen); }
     QProgressBar* bar() const { return screen->findChild<QProgressBar*>("batteryBar"); }
     QLabel* stateWord() const { return screen->findChild<QLabel*>("batteryState"); }
-    SystemInfoDlg* screen = find<SystemInfoDlg>("systemInfo");
+    SystemInfoDlg* screen = find<SystemInfoDlg>();
 };
 
 struct ProfileCase {
@@ -64,7 +64,7 @@ TEST(SystemInfoDlg, ShowsTheBatteryRouteOfTheDevice)
         ASSERT_NE(program.screen, nullptr);
 
         program.openFromMenu();
-        ASSERT_EQ(program.app.GetActiveDlg(), program.screen);
+        ASSERT_EQ(program.app.stack().activeScreen(), program.screen);
         EXPECT_TRUE(program.screen->isVisible());
         EXPECT_FALSE(program.app.mainMenu()->isVisible());
         EXPECT_EQ(program.text("title"), QStringLiteral("Systeminfo"));
@@ -114,8 +114,8 @@ TEST(SystemInfoDlg, ClockAndBatteryRunOnlyWhileShown)
     EXPECT_TRUE(QTest::qWaitFor([&] { return program.text("time") == u"07:06:11"; }, 3000));
     EXPECT_EQ(program.stateWord()->text(), QStringLiteral("niedrig"));
 
-    program.press(CNorvBaseDlg::IDCANCEL);
-    EXPECT_EQ(program.app.GetActiveDlg(), program.app.mainMenu());
+    program.press(Screen::kCancel);
+    EXPECT_EQ(program.app.stack().activeScreen(), program.app.mainMenu());
     EXPECT_TRUE(program.app.mainMenu()->isVisible());
     EXPECT_TRUE(program.app.mainMenu()->clockRunning());
     EXPECT_FALSE(program.screen->isVisible());

@@ -64,9 +64,9 @@ struct TallyProgram : Program {
     void open(const char* name)
     {
         if (active() != app.mainMenu())
-            app.SwitchToDialog(app.mainMenu());
+            app.stack().switchTo(app.mainMenu());
         press(MainMenuDlg::kSelectList);
-        auto* selection = find<ListSelectionDlg>("listSelection");
+        auto* selection = find<ListSelectionDlg>();
         ASSERT_EQ(active(), selection);
         const auto rows = selection->listView()->findItems(text(name), Qt::MatchStartsWith);
         ASSERT_EQ(rows.size(), 1) << name;
@@ -88,7 +88,7 @@ struct TallyProgram : Program {
         for (const QChar c : characters) {
             const int wanted = c.isDigit() ? Dlg::Numeric : Dlg::Letters;
             if (screen->keyboardIndex() != wanted && c.isDigit()) {
-                press(CNorvKeybDlg::kZiff);
+                press(KeypadScreen::kZiff);
             } else if (screen->keyboardIndex() != wanted) {
                 press(Dlg::kEtc);
                 press(Dlg::kAlpha);
@@ -132,11 +132,11 @@ struct TallyProgram : Program {
         }
         enter("STK", count);
         enter("BHD", diameter);
-        press(CNorvKeybDlg::kEnter);
+        press(KeypadScreen::kEnter);
     }
 
     std::int64_t lists = 0;
-    Dlg* screen = find<Dlg>("tally");
+    Dlg* screen = find<Dlg>();
 };
 
 TEST(TallyDlg, TwoTreesByKeypad)
@@ -167,7 +167,7 @@ TEST(TallyDlg, TwoTreesByKeypad)
     p.pick(QStringLiteral("W"));
     EXPECT_EQ(p.focused(), QStringLiteral("BHD"));
     p.keys(QStringLiteral("25"));
-    p.press(CNorvKeybDlg::kEnter);
+    p.press(KeypadScreen::kEnter);
     EXPECT_EQ(p.stored(list), QStringList{"1|1|1|FI|26|26|59|FI01|SH|W"});
     EXPECT_EQ(p.shown(), QStringLiteral("FI01|FI|SH|W|1|0||0.00"));
     EXPECT_EQ(p.previews(), QStringLiteral(" 1      26         0.59/"));
@@ -179,10 +179,10 @@ TEST(TallyDlg, TwoTreesByKeypad)
     p.tap("STK");
     EXPECT_EQ(p.shown(), QStringLiteral("FI01|FI|SH|W|1|32|32|0.99"));
     p.keys(QStringLiteral("3"));
-    p.press(CNorvKeybDlg::kEnter);
+    p.press(KeypadScreen::kEnter);
     EXPECT_EQ(p.focused(), QStringLiteral("DMSTUFE"));
     EXPECT_EQ(p.field("KUBATUR")->text(), QStringLiteral("2.97"));
-    p.press(CNorvKeybDlg::kEnter);
+    p.press(KeypadScreen::kEnter);
     EXPECT_EQ(p.focused(), QStringLiteral("BHD"));
     QTest::keyClick(p.field("BHD"), Qt::Key_Return);
     EXPECT_EQ(p.stored(list),
@@ -193,7 +193,7 @@ TEST(TallyDlg, TwoTreesByKeypad)
     EXPECT_TRUE(p.dialogs.asked().isEmpty());
 
     // Opened again, the screen stands behind the last tree with both in the preview.
-    p.press(CNorvBaseDlg::IDCANCEL);
+    p.press(Screen::kCancel);
     EXPECT_EQ(p.active()->objectName(), QStringLiteral("listSelection"));
     p.open("L1");
     EXPECT_EQ(p.previews(), QStringLiteral(" 3      32         2.97/ 1      26         0.59"));
@@ -230,7 +230,7 @@ TEST(TallyDlg, RefusedTreeShowsTheNoticeAndFocusesTheField)
         p.tap("STK");
         p.tap("BHD");
         const QString before = p.shown();
-        p.press(CNorvKeybDlg::kEnter);
+        p.press(KeypadScreen::kEnter);
         EXPECT_EQ(p.dialogs.asked(), QStringList{text(c.notice)});
         EXPECT_EQ(p.focused(), text(c.focus));
         EXPECT_EQ(p.screen->keyboardIndex(), c.bar);
@@ -259,7 +259,7 @@ TEST(TallyDlg, BrowseWithTheArrowsAskingToSave)
 
     // A change, and the device's Up key: saved on "JA".
     p.enter("STK", "3");
-    p.dialogs.answerNext(MessageDialogs::Yes);
+    p.dialogs.answerNext(Answer::Yes);
     QTest::keyClick(p.field("STK"), Qt::Key_Up);
     EXPECT_EQ(p.dialogs.asked().size(), 1);
     EXPECT_EQ(p.stored(list).value(1), QStringLiteral("2|1|3|BU|40|40|525|BU01||"));
@@ -276,7 +276,7 @@ TEST(TallyDlg, BrowseWithTheArrowsAskingToSave)
     p.press(Dlg::kEtc);
     p.press(Dlg::kFirst);
     EXPECT_EQ(p.label("position"), QStringLiteral("1/2"));
-    p.dialogs.answerNext(MessageDialogs::Yes);
+    p.dialogs.answerNext(Answer::Yes);
     p.press(Dlg::kEtc);
     p.press(Dlg::kDelete);
     EXPECT_EQ(p.stored(list), QStringList{"2|1|3|BU|40|40|525|BU01||"});
@@ -307,9 +307,9 @@ TEST(TallyDlg, KeyBarsAndScreenSwitches)
         SCOPED_TRACE(f.field);
         p.tap(f.field);
         EXPECT_EQ(p.screen->keyboardIndex(), f.bar);
-        p.press(CNorvKeybDlg::kZiff);
+        p.press(KeypadScreen::kZiff);
         EXPECT_EQ(p.screen->keyboardIndex(), f.other);
-        p.press(CNorvKeybDlg::kZiff);
+        p.press(KeypadScreen::kZiff);
         EXPECT_EQ(p.screen->keyboardIndex(), f.bar);
         p.press(Dlg::kEtc);
         EXPECT_EQ(p.screen->keyboardIndex(), Dlg::Secondary);
@@ -329,12 +329,12 @@ TEST(TallyDlg, KeyBarsAndScreenSwitches)
     }
     EXPECT_EQ(captions, (QStringList{"FI", "TA", "DGL", "KI", text("LÄ"), "BU", "EI", "ES", "AH",
                                      "HBU", "ER", "BI"}));
-    p.press(CNorvKeybDlg::kNextField);
+    p.press(KeypadScreen::kNextField);
     EXPECT_EQ(p.focused(), QStringLiteral("NA"));
     p.tap("BHD");
-    p.press(CNorvKeybDlg::kNextField);
+    p.press(KeypadScreen::kNextField);
     EXPECT_EQ(p.focused(), QStringLiteral("TARIF"));
-    p.press(CNorvKeybDlg::kPreviousField);
+    p.press(KeypadScreen::kPreviousField);
     EXPECT_EQ(p.focused(), QStringLiteral("BHD"));
 
     // "Eval" on an empty list only says so; with a tree it and "BHD/Stufe" show the totals.
@@ -348,13 +348,13 @@ TEST(TallyDlg, KeyBarsAndScreenSwitches)
         p.press(Dlg::kEtc);
         p.press(key);
         EXPECT_EQ(p.active()->objectName(), QStringLiteral("totals"));
-        p.press(CNorvBaseDlg::IDCANCEL);
+        p.press(Screen::kCancel);
         ASSERT_EQ(p.active(), p.screen);
     }
     p.press(Dlg::kEtc);
     p.press(Dlg::kSpeciesSetup);
     EXPECT_EQ(p.active()->objectName(), QStringLiteral("species"));
-    p.press(CNorvBaseDlg::IDCANCEL);
+    p.press(Screen::kCancel);
     EXPECT_EQ(p.active(), p.screen);
     QTest::keyClick(p.field("BHD"), Qt::Key_Escape);
     EXPECT_EQ(p.active()->objectName(), QStringLiteral("listSelection"));
@@ -370,7 +370,7 @@ TEST(TallyDlg, ClassesKeyShowsTheTotalsInTallyOrder)
     for (const auto& [species, tariff] :
          {std::pair("KI", "KI01"), {"FI", "FI01"}, {"KI", "KI01"}, {"BU", "BU01"}})
         p.tally(species, tariff, "1", "30");
-    auto* totals = p.find<TotalsDlg>("totals");
+    auto* totals = p.find<TotalsDlg>();
     ASSERT_NE(totals, nullptr);
     const auto species = [&] {
         QStringList codes;
@@ -390,10 +390,10 @@ TEST(TallyDlg, ClassesKeyShowsTheTotalsInTallyOrder)
         EXPECT_EQ(species(), QString::fromLatin1(c.shown));
         p.press(TotalsDlg::kDistribution);
         ASSERT_EQ(p.active()->objectName(), QStringLiteral("distribution"));
-        p.press(CNorvBaseDlg::IDCANCEL);
+        p.press(Screen::kCancel);
         ASSERT_EQ(p.active(), totals);
         EXPECT_EQ(species(), QString::fromLatin1(c.shown));
-        p.press(CNorvBaseDlg::IDCANCEL);
+        p.press(Screen::kCancel);
         ASSERT_EQ(p.active(), p.screen);
     }
 }
@@ -458,7 +458,7 @@ TEST(TallyDlg, CaliperOnItsPortFromOpeningToLeaving)
     ASSERT_TRUE(line.write("330\r\n"));
     ASSERT_TRUE(QTest::qWaitFor([&] { return p.stored(list).size() == 3; }, 10000));
 
-    p.press(CNorvBaseDlg::IDCANCEL);
+    p.press(Screen::kCancel);
     EXPECT_FALSE(caliper->running());
     // Without a running reader a second start does not wait.
     p.app.secondStart();
@@ -473,9 +473,9 @@ TEST(TallyDlg, CaliperPortThatDoesNotOpenLeavesTheScreenByHand)
     p.state.tables.caliperPort = 4;
     const std::int64_t list = p.addList("L1", "Abt. 12");
     if (p.active() != p.app.mainMenu())
-        p.app.SwitchToDialog(p.app.mainMenu());
+        p.app.stack().switchTo(p.app.mainMenu());
     p.state.currentList = int(list);
-    p.app.SwitchToDialog(p.screen);
+    p.app.stack().switchTo(p.screen);
     EXPECT_EQ(p.dialogs.asked(),
               QStringList{serialOpenFailureLines(serialPortName(4)).join(u'|') + u'|'});
     EXPECT_FALSE(p.app.caliper()->running());
@@ -487,9 +487,9 @@ TEST(TallyDlg, CaliperPortThatDoesNotOpenLeavesTheScreenByHand)
 TEST(TallyDlg, UnreadableListGoesBackToTheListSelection)
 {
     TallyProgram p;
-    p.app.SwitchToDialog(p.find<ListSelectionDlg>("listSelection"));
+    p.app.stack().switchTo(p.find<ListSelectionDlg>());
     p.state.currentList = 42; // no such list
-    p.app.SwitchToDialog(p.screen);
+    p.app.stack().switchTo(p.screen);
     EXPECT_EQ(p.dialogs.asked(), QStringList{"Datenbank nicht lesbar!||"});
     QTest::qWait(0);
     EXPECT_EQ(p.active()->objectName(), QStringLiteral("listSelection"));

@@ -33,7 +33,7 @@ struct TariffProgram : Program {
     {
         return count(QStringLiteral("SELECT COUNT(*) FROM Brov_Einstellungen WHERE ID_TYPE = 3"));
     }
-    Dlg* screen = find<Dlg>("tariffAssignment");
+    Dlg* screen = find<Dlg>();
 };
 
 TEST(TariffAssignmentDlg, OpensOnAnEmptyLineBelowThePrecedingRows)
@@ -89,7 +89,7 @@ TEST(TariffAssignmentDlg, CodesPickedOrTypedAreSaved)
     } const cases[] = {
         // clang-format off
         {"all from lists, refused", "WR01", true, "FI", "FI02", true, Dlg::kSave, false, {"FI01 "}},
-        {"typed region, saved by Enter", "WR9", false, "TA", "TA01", true, CNorvKeybDlg::kEnter,
+        {"typed region, saved by Enter", "WR9", false, "TA", "TA01", true, KeypadScreen::kEnter,
          true, {"TA01 "}},
         {"typed tariff", "WR9", false, "FI", "FI01", false, Dlg::kSave, true, {"FI01 "}},
         // clang-format on
@@ -158,7 +158,7 @@ TEST(TariffAssignmentDlg, BrowsingAndDeleting)
 
     p.press(Dlg::kTariffKeys);
     p.pick(QStringLiteral("ALN01"));
-    p.dialogs.answerNext(MessageDialogs::Yes);
+    p.dialogs.answerNext(Answer::Yes);
     QTest::keyClick(p.edit("TARIF"), Qt::Key_Up);
     EXPECT_EQ(p.dialogs.asked().size(), 1);
     EXPECT_EQ(str(p.editLine()), "WR02/WEI/ALN01");
@@ -166,7 +166,7 @@ TEST(TariffAssignmentDlg, BrowsingAndDeleting)
     p.press(Dlg::kDown);
     EXPECT_EQ(str(p.editLine()), "WR02/UL/ALN01");
 
-    p.dialogs.answerNext(MessageDialogs::Yes);
+    p.dialogs.answerNext(Answer::Yes);
     p.press(Dlg::kDelete);
     EXPECT_EQ(p.dialogs.asked().size(), 2);
     EXPECT_EQ(p.assignments(), before - 1);
@@ -178,11 +178,12 @@ TEST(TariffAssignmentDlg, BrowsingAndDeleting)
 TEST(TariffAssignmentDlg, CancelReturnsToTheScreenThatOpenedIt)
 {
     TariffProgram p;
-    auto* caller = p.app.addScreen(std::make_unique<CNorvKeybDlg>(p.app, QStringLiteral("caller")));
-    p.app.SwitchToDialog(caller, 0);
+    auto* caller = p.app.stack().addScreen(
+        std::make_unique<KeypadScreen>(p.app.stack(), QStringLiteral("caller")));
+    p.app.stack().switchTo(caller);
     p.screen->openRegion(QStringLiteral("WR01"));
     p.type(QStringLiteral("X"));
-    p.press(CNorvBaseDlg::IDCANCEL);
+    p.press(Screen::kCancel);
     EXPECT_EQ(p.active(), caller);
     EXPECT_TRUE(p.dialogs.asked().isEmpty());
 }
@@ -205,7 +206,7 @@ TEST(TariffAssignmentDlg, EverythingFitsAboveTheKeyboard)
         place(p.edit(name));
     for (int id : {Dlg::kUp, Dlg::kDown, Dlg::kSave, Dlg::kDelete, Dlg::kRegionKeys,
                    Dlg::kSpeciesKeys, Dlg::kTariffKeys, Dlg::kLetterKeys})
-        place(p.screen->findChild<CNorvKey*>(QStringLiteral("key%1").arg(id)));
+        place(p.screen->shownKey(id));
 
     // Each edit shows its longest value whole; a history line shows all of its text.
     const struct {

@@ -14,9 +14,9 @@ class TotalsScreen : public ::testing::Test, protected Program {
 protected:
     TotalsScreen()
     {
-        screen = find<TotalsDlg>("totals");
+        screen = find<TotalsDlg>();
         if (!screen)
-            screen = app.addScreen(std::make_unique<TotalsDlg>(app));
+            screen = app.stack().addScreen(std::make_unique<TotalsDlg>(app.services()));
     }
 
     void addList(int id, const QString& name, int factor,
@@ -35,9 +35,9 @@ protected:
     // "Eval" on the list selection screen for the list in `row`.
     void evaluate(int row)
     {
-        auto* lists = find<ListSelectionDlg>("listSelection");
+        auto* lists = find<ListSelectionDlg>();
         ASSERT_NE(lists, nullptr);
-        app.SwitchToDialog(lists);
+        app.stack().switchTo(lists);
         lists->showTab(ListSelectionDlg::EvaluationTab);
         QTreeWidgetItem* item = lists->listView()->topLevelItem(row);
         ASSERT_NE(item, nullptr);
@@ -98,7 +98,7 @@ TEST_F(TotalsScreen, ShowsTheCoreCellsOfTheChosenList)
     EXPECT_EQ(shown().size(), 4);
 
     // Opened again for another list, the rows are that list's alone.
-    press(CNorvBaseDlg::IDCANCEL);
+    press(Screen::kCancel);
     ASSERT_EQ(activeName(), QStringLiteral("listSelection"));
     evaluate(1);
     ASSERT_EQ(activeName(), QStringLiteral("totals"));
@@ -111,17 +111,17 @@ TEST_F(TotalsScreen, KeyBarAndWaysOut)
     addList(1, QStringLiteral("WALD"), 100, {{"FI", 1, 45}});
     evaluate(0);
     ASSERT_EQ(activeName(), QStringLiteral("totals"));
-    CNorvKeyboard* keys = keyboard();
+    OnScreenKeyboard* keys = keyboard();
     ASSERT_NE(keys, nullptr);
     ASSERT_NE(keys->keyFor(TotalsDlg::kPrint), nullptr);
     ASSERT_NE(keys->keyFor(TotalsDlg::kAssortment), nullptr);
     EXPECT_EQ(keys->keyFor(TotalsDlg::kPrint)->caption(), QStringLiteral("Ausdruck"));
     EXPECT_EQ(keys->keyFor(TotalsDlg::kAssortment)->caption(), QStringLiteral("Sortiment"));
-    EXPECT_EQ(keys->keyFor(CNorvKeybDlg::kEnter), nullptr);
+    EXPECT_EQ(keys->keyFor(KeypadScreen::kEnter), nullptr);
 
     // The row keys step through the rows and stop at the ends.
     for (int step : {1, 1, 1, -1})
-        press(step > 0 ? CNorvKeybDlg::kNextField : CNorvKeybDlg::kPreviousField);
+        press(step > 0 ? KeypadScreen::kNextField : KeypadScreen::kPreviousField);
     EXPECT_EQ(view()->indexOfTopLevelItem(view()->currentItem()), 1);
 
     // Without the printout screens both keys leave the user here.
@@ -131,7 +131,7 @@ TEST_F(TotalsScreen, KeyBarAndWaysOut)
     EXPECT_EQ(activeName(), QStringLiteral("totals"));
     EXPECT_TRUE(dialogs.asked().isEmpty());
 
-    press(CNorvBaseDlg::IDCANCEL);
+    press(Screen::kCancel);
     EXPECT_EQ(activeName(), QStringLiteral("listSelection"));
 }
 

@@ -88,8 +88,8 @@ public:
         events << "notice " + l1;
         ScriptedDialogs::notice(l1, l2, l3, caption, sound);
     }
-    int yesNo(const QString& l1, const QString& l2, const QString& l3, const QString& yes,
-              const QString& no) override
+    Answer yesNo(const QString& l1, const QString& l2, const QString& l3, const QString& yes,
+                 const QString& no) override
     {
         events << "yesNo " + l1;
         return ScriptedDialogs::yesNo(l1, l2, l3, yes, no);

@@ -9,7 +9,7 @@ namespace {
 
 TEST(ColdBootBackup, NewestNumberedBackupIsOffered)
 {
-    for (const int answer : {MessageDialogs::Yes, MessageDialogs::No}) {
+    for (const Answer answer : {Answer::Yes, Answer::No}) {
         TestDevice device;
         device.root.writeFile("Built-in Storage/readme.txt", "");
         device.makeDatabase("Brovant/Save/0003_Auto.cdb", "older");
@@ -21,9 +21,9 @@ TEST(ColdBootBackup, NewestNumberedBackupIsOffered)
         EXPECT_GE(device.eventIndex("yesNo Kam es zum Programmverlust"), 0) << device.eventText();
         device.session->database().close();
         EXPECT_EQ(device.markerOf("Brovant/Brovant.cdb"),
-                  answer == MessageDialogs::Yes ? "newest" : "working");
+                  answer == Answer::Yes ? "newest" : "working");
         EXPECT_EQ(device.markerOf("Brovant/Save/0004_Manu.bak.cdb"),
-                  answer == MessageDialogs::Yes ? "-" : "newest");
+                  answer == Answer::Yes ? "-" : "newest");
     }
 }
 

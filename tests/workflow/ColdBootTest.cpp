@@ -5,8 +5,8 @@
 namespace brovant::test {
 namespace {
 
-constexpr int Yes = MessageDialogs::Yes;
-constexpr int No = MessageDialogs::No;
+constexpr Answer Yes = Answer::Yes;
+constexpr Answer No = Answer::No;
 const QString kWorking = "Brovant/Brovant.cdb";
 const QString kQuestion =
     "Kam es zum Programmverlust|und wollen sie letzte Daten|wieder herstellen?";
@@ -44,27 +44,29 @@ TEST(ColdBoot, RecoveryFollowsClockMediumAndAnswer)
 {
     const QString card2 = "Storage Card2", sk2 = "Speicherkarte2", sc = "Storage Card";
     const QString work = "WORK";
-    // Answer 0: no question may be asked; `aside`: the folder that must get "Brovant.bak.cdb".
+    // Answer None: no question may be asked; `aside`: the folder that must get "Brovant.bak.cdb".
     const struct {
         const char* name;
-        int year, karte, answer;
+        int year, karte;
+        Answer answer;
         bool flashFolder, working;
         QStringList backups;
         QString workingAfter, aside;
-    } cases[] = {{"card, yes", 2004, 1, Yes, true, true, {kCard}, tagOf(kCard), {}},
-                 {"card, no", 2004, 1, No, true, true, {kCard}, work, kCard},
-                 {"clock already set", 2005, 1, 0, true, true, {kCard}, work, {}},
-                 {"long after the reset year", 2026, 0, 0, true, true, {kFlash}, work, {}},
-                 {"no flash folder", 2004, 1, 0, false, true, {kCard}, work, {}},
-                 {"no backup anywhere", 2004, 1, 0, true, true, {}, work, {}},
-                 {"flash, yes", 2004, 0, Yes, true, true, {kFlash}, tagOf(kFlash), {}},
-                 {"flash, no", 2004, 0, No, true, true, {kFlash}, work, kFlash},
-                 {"Karte 0 ignores the card", 2004, 0, 0, true, true, {kCard}, work, {}},
-                 {"Karte 1 ignores the flash", 2004, 1, 0, true, true, {kFlash}, work, {}},
-                 {"last card path, yes", 2004, 1, Yes, true, true, {card2}, tagOf(card2), {}},
-                 {"last card path, no", 2004, 1, No, true, true, {card2}, work, card2},
-                 {"first card in table order", 2004, 1, Yes, true, true, {sc, sk2}, tagOf(sk2), {}},
-                 {"no working database yet", 2004, 1, Yes, true, false, {kCard}, tagOf(kCard), {}}};
+    } cases[] = {
+        {"card, yes", 2004, 1, Yes, true, true, {kCard}, tagOf(kCard), {}},
+        {"card, no", 2004, 1, No, true, true, {kCard}, work, kCard},
+        {"clock already set", 2005, 1, Answer::None, true, true, {kCard}, work, {}},
+        {"long after the reset year", 2026, 0, Answer::None, true, true, {kFlash}, work, {}},
+        {"no flash folder", 2004, 1, Answer::None, false, true, {kCard}, work, {}},
+        {"no backup anywhere", 2004, 1, Answer::None, true, true, {}, work, {}},
+        {"flash, yes", 2004, 0, Yes, true, true, {kFlash}, tagOf(kFlash), {}},
+        {"flash, no", 2004, 0, No, true, true, {kFlash}, work, kFlash},
+        {"Karte 0 ignores the card", 2004, 0, Answer::None, true, true, {kCard}, work, {}},
+        {"Karte 1 ignores the flash", 2004, 1, Answer::None, true, true, {kFlash}, work, {}},
+        {"last card path, yes", 2004, 1, Yes, true, true, {card2}, tagOf(card2), {}},
+        {"last card path, no", 2004, 1, No, true, true, {card2}, work, card2},
+        {"first card in table order", 2004, 1, Yes, true, true, {sc, sk2}, tagOf(sk2), {}},
+        {"no working database yet", 2004, 1, Yes, true, false, {kCard}, tagOf(kCard), {}}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         TestDevice d;
@@ -77,10 +79,11 @@ TEST(ColdBoot, RecoveryFollowsClockMediumAndAnswer)
         }
         if (c.working)
             d.makeDatabase(kWorking, work);
-        d.dialogs.answerNext(c.answer ? c.answer : Yes);
+        d.dialogs.answerNext(c.answer != Answer::None ? c.answer : Yes);
 
         ASSERT_TRUE(d.app->start());
-        EXPECT_EQ(d.dialogs.asked(), c.answer ? QStringList{kQuestion} : QStringList{});
+        EXPECT_EQ(d.dialogs.asked(),
+                  c.answer != Answer::None ? QStringList{kQuestion} : QStringList{});
         EXPECT_EQ(d.markerOf(kWorking), c.workingAfter);
         for (qsizetype i = 0; i < c.backups.size(); ++i) {
             const QString& folder = c.backups[i];
@@ -92,9 +95,9 @@ TEST(ColdBoot, RecoveryFollowsClockMediumAndAnswer)
         EXPECT_FALSE(QFileInfo::exists(d.root.host(asideIn("Brovant"))));
         // The question is asked over the active main menu, before the structure check.
         EXPECT_EQ(d.inOrder({"host active 1", "yesNo ", "host active 0", "info 5 Datenbank"}),
-                  c.answer != 0)
+                  c.answer != Answer::None)
             << d.eventText();
-        EXPECT_EQ(d.eventIndex("host active 0") >= 0, c.answer != 0);
+        EXPECT_EQ(d.eventIndex("host active 0") >= 0, c.answer != Answer::None);
     }
 }
 

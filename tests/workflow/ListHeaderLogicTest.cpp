@@ -2,6 +2,7 @@
 #include "AppLogicFixture.h"
 
 #include <functional>
+#include <optional>
 #include <vector>
 
 namespace brovant {
@@ -114,7 +115,7 @@ public:
 struct FirstPageCase {
     const char* name;
     std::function<void(Device&)> change;
-    std::vector<int> answers;
+    std::vector<Answer> answers;
     PageExit exit;
     QStringList asked;
 };
@@ -135,7 +136,7 @@ TEST_P(FirstPageTest, ChecksRunInOrderAndOnlyAPassingPageIsWritten)
     ASSERT_TRUE(d.logic.startNew(QStringLiteral("NEU"), false));
     d.set(u"REGION_A", "WR01");
     c.change(d);
-    for (const int answer : c.answers)
+    for (const Answer answer : c.answers)
         d.dialogs.answerNext(answer);
 
     const PageExit exit = d.logic.leavePage();
@@ -158,8 +159,8 @@ void factor(Device& d, int value)
 const FirstPageCase kFirstPageCases[] = {
     {"AllPass", [](Device&) {}, {}, PageExit::NextPage, {}},
     {"NameEmptyAbandonedOnYes", [](Device& d) { d.set(u"LISTE_NR", ""); d.set(u"DATUM_A", ""); },
-     {MessageDialogs::Yes}, PageExit::Abandon, {kNameQuestion}},
-    {"NameBlankStaysOnNo", [](Device& d) { d.set(u"LISTE_NR", "   "); }, {MessageDialogs::No},
+     {Answer::Yes}, PageExit::Abandon, {kNameQuestion}},
+    {"NameBlankStaysOnNo", [](Device& d) { d.set(u"LISTE_NR", "   "); }, {Answer::No},
      PageExit::Stay, {kNameQuestion}},
     {"NameTakenBeforeDate", [](Device& d) { d.set(u"LISTE_NR", "ALT"); d.set(u"DATUM_A", ""); },
      {}, PageExit::Stay, {kDuplicate}},
@@ -186,11 +187,11 @@ const FirstPageCase kFirstPageCases[] = {
     {"FactorNotANumber", [](Device& d) { d.set(u"KOR_FAKTOR_N", "1.00"); }, {}, PageExit::Stay,
      {kFactor}},
     {"RegionEmpty", [](Device& d) { d.set(u"REGION_A", ""); }, {}, PageExit::Stay, {kMissing}},
-    {"RegionOnlyInVolumeRowsAbandoned", [](Device& d) { d.set(u"REGION_A", "WR09"); }, {2},
+    {"RegionOnlyInVolumeRowsAbandoned", [](Device& d) { d.set(u"REGION_A", "WR09"); }, {Answer::Second},
      PageExit::Stay, {kRegionQuestion}},
     {"RegionOnlyInClassRowsClosed", [](Device& d) { d.set(u"REGION_A", "WR08"); },
-     {MessageDialogs::NoChoice}, PageExit::Stay, {kRegionQuestion}},
-    {"RegionUnknownAssignedAnyway", [](Device& d) { d.set(u"REGION_A", "WR77"); }, {1},
+     {Answer::None}, PageExit::Stay, {kRegionQuestion}},
+    {"RegionUnknownAssignedAnyway", [](Device& d) { d.set(u"REGION_A", "WR77"); }, {Answer::First},
      PageExit::AssignTariffs, {kRegionQuestion}},
     {"RegionWithTrailingBlanks", [](Device& d) { d.set(u"REGION_A", "WR01  "); }, {},
      PageExit::NextPage, {}},
@@ -211,14 +212,14 @@ TEST(ListHeader, TheModelListIsExemptFromDateRegionAndMandatoryFields)
     struct Case {
         const char* name;
         const char* region;
-        std::vector<int> answers;
+        std::vector<Answer> answers;
         PageExit exit;
         QStringList asked;
     } const cases[] = {
         {"MODELL", "", {}, PageExit::NextPage, {}},
         {"MODELL  ", "", {}, PageExit::NextPage, {}},
         // A region the model names is checked all the same.
-        {"MODELL", "WR09", {2}, PageExit::Stay, {kRegionQuestion}},
+        {"MODELL", "WR09", {Answer::Second}, PageExit::Stay, {kRegionQuestion}},
         {"modell", "", {}, PageExit::Stay, {kMissing}},
         {"MODELL2", "", {}, PageExit::Stay, {kMissing}},
     };
@@ -228,7 +229,7 @@ TEST(ListHeader, TheModelListIsExemptFromDateRegionAndMandatoryFields)
         ASSERT_TRUE(d.logic.startNew(text(c.name), false));
         d.set(u"DATUM_A", "");
         d.set(u"REGION_A", c.region);
-        for (const int answer : c.answers)
+        for (const Answer answer : c.answers)
             d.dialogs.answerNext(answer);
         EXPECT_EQ(d.logic.leavePage(), c.exit);
         EXPECT_EQ(d.dialogs.asked(), c.asked);
@@ -248,7 +249,7 @@ TEST(ListHeader, ThreeButtonQuestionOffersZuordnenAndAbbruch)
     Device d;
     ASSERT_TRUE(d.logic.startNew(QStringLiteral("NEU"), false));
     d.set(u"REGION_A", "WR77");
-    d.dialogs.answerNext(1);
+    d.dialogs.answerNext(Answer::First);
     EXPECT_EQ(d.logic.leavePage(), PageExit::AssignTariffs);
     ASSERT_EQ(d.dialogs.messages().size(), 1u);
     const ScriptedDialogs::Message& m = d.dialogs.messages().front();
@@ -326,16 +327,21 @@ TEST(ListHeader, ANewListFromTheModelTakesItsValuesAndACopyOfItsTrees)
     struct Case {
         const char* name;
         bool model;
-        int answer;
+        std::optional<Answer> answer;
         const char* region; // of the model
-        std::vector<int> regionAnswers;
+        std::vector<Answer> regionAnswers;
         PageExit exit;
     } const cases[] = {
-        {"seeded", true, MessageDialogs::Yes, "WR01", {}, PageExit::NextPage},
-        {"declined", true, MessageDialogs::No, "WR01", {}, PageExit::Stay},
-        {"no model, no question", false, 0, "WR01", {}, PageExit::Stay},
+        {"seeded", true, Answer::Yes, "WR01", {}, PageExit::NextPage},
+        {"declined", true, Answer::No, "WR01", {}, PageExit::Stay},
+        {"no model, no question", false, {}, "WR01", {}, PageExit::Stay},
         // "Zuordnen" writes the list, and the trees come along.
-        {"seeded, region unknown", true, MessageDialogs::Yes, "WR77", {1}, PageExit::AssignTariffs},
+        {"seeded, region unknown",
+         true,
+         Answer::Yes,
+         "WR77",
+         {Answer::First},
+         PageExit::AssignTariffs},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -356,14 +362,14 @@ TEST(ListHeader, ANewListFromTheModelTakesItsValuesAndACopyOfItsTrees)
             d.addTree(7, 2, "TA ", 36);
         }
         if (c.answer)
-            d.dialogs.answerNext(c.answer);
+            d.dialogs.answerNext(*c.answer);
         ASSERT_TRUE(d.logic.openNew(QStringLiteral("NEU")));
         EXPECT_EQ(d.dialogs.asked(),
                   c.model ? QStringList{QStringLiteral(
                       "Soll neue Liste mit Angaben|aus der Modell-Liste|vorbelegt "
                       "werden?")}
                           : QStringList{});
-        const bool seeded = c.answer == MessageDialogs::Yes;
+        const bool seeded = c.answer == Answer::Yes;
         EXPECT_EQ(d.logic.seededFromModel(), seeded);
         EXPECT_EQ(d.logic.listId(), c.model ? 8 : 2);
         EXPECT_EQ(str(d.rows.loadText(u"LISTE_NR")), "NEU");
@@ -375,7 +381,7 @@ TEST(ListHeader, ANewListFromTheModelTakesItsValuesAndACopyOfItsTrees)
         EXPECT_EQ(str(d.rows.loadText(u"KOPF16_A")), seeded ? "Bemerkung" : "");
 
         d.dialogs.clear();
-        for (const int answer : c.regionAnswers)
+        for (const Answer answer : c.regionAnswers)
             d.dialogs.answerNext(answer);
         EXPECT_EQ(d.logic.leavePage(), c.exit) << str(d.dialogs.asked().join(u'\n'));
         QStringList expected = {"1|1|BU |30|90"};
@@ -401,7 +407,7 @@ TEST(ListHeader, AFailedCopyWritesNothingAndKeepsTheNewRow)
     Device d;
     d.addList(3, "MODELL", "");
     d.addTree(3, 1, "FI ", 24);
-    d.dialogs.answerNext(MessageDialogs::Yes);
+    d.dialogs.answerNext(Answer::Yes);
     ASSERT_TRUE(d.logic.openNew(QStringLiteral("NEU")));
     d.set(u"REGION_A", "WR01");
     // The tree table is gone: the copy fails after the header row went in.

@@ -232,13 +232,13 @@ TEST_F(ListSelection, DeleteOnlyAfterBothQuestions)
     const QString second =
         QStringLiteral("Alle Daten der Liste|gehen verloren!|Liste wirklich löschen?");
     const struct {
-        std::vector<int> answers;
+        std::vector<Answer> answers;
         QStringList asked;
         bool deleted;
     } cases[] = {
-        {{MessageDialogs::No}, {first}, false},
-        {{MessageDialogs::Yes, MessageDialogs::No}, {first, second}, false},
-        {{MessageDialogs::Yes, MessageDialogs::Yes}, {first, second}, true},
+        {{Answer::No}, {first}, false},
+        {{Answer::Yes, Answer::No}, {first, second}, false},
+        {{Answer::Yes, Answer::Yes}, {first, second}, true},
     };
     addList({1, "EINS", 0, 0, 2, 1});
     addList({2, "ZWEI", 0, 0, 3, 2});
@@ -246,7 +246,7 @@ TEST_F(ListSelection, DeleteOnlyAfterBothQuestions)
     for (const auto& c : cases) {
         dialogs.clear();
         host.events.clear();
-        for (int a : c.answers)
+        for (const Answer a : c.answers)
             dialogs.answerNext(a);
         select(1);
         EXPECT_EQ(logic.deleteSelected(), c.deleted);
@@ -268,8 +268,8 @@ TEST_F(ListSelection, AFailedDeletionKeepsTheList)
 {
     addList({1, "EINS", 0, 0, 2, 1});
     ASSERT_TRUE(db().exec(QStringLiteral("DROP TABLE Brov_Region")));
-    dialogs.answerNext(MessageDialogs::Yes);
-    dialogs.answerNext(MessageDialogs::Yes);
+    dialogs.answerNext(Answer::Yes);
+    dialogs.answerNext(Answer::Yes);
     select(0);
     EXPECT_FALSE(logic.deleteSelected());
     EXPECT_EQ(headers(), 1);
@@ -280,8 +280,8 @@ TEST_F(ListSelection, AFailedDeletionKeepsTheList)
 TEST_F(ListSelection, AnEmptyTableMakesEveryListButtonDoNothing)
 {
     addList({1, "LETZTE", 1, 0, 1, 1});
-    dialogs.answerNext(MessageDialogs::Yes);
-    dialogs.answerNext(MessageDialogs::Yes);
+    dialogs.answerNext(Answer::Yes);
+    dialogs.answerNext(Answer::Yes);
     select(0);
     ASSERT_TRUE(logic.deleteSelected());
     EXPECT_TRUE(logic.rows().empty());
@@ -298,7 +298,7 @@ TEST_F(ListSelection, AnEmptyTableMakesEveryListButtonDoNothing)
             logic.build();
         }
         dialogs.clear();
-        dialogs.setFallback(MessageDialogs::Yes, 1);
+        dialogs.setFallback(Answer::Yes, Answer::First);
         const int before = state.currentList;
         for (const Open open : opens)
             EXPECT_EQ((logic.*open)(), Target::None);
@@ -358,7 +358,7 @@ TEST_F(ListSelection, ModelListWithTheSelectedListsData)
 {
     addList({1, "WALD", 1, 2, 4, 3});
     addList({6, "FELD", 0, 0, 1, 1});
-    dialogs.answerNext(1); // "Ja"
+    dialogs.answerNext(Answer::First); // "Ja"
     select(0);
     ASSERT_TRUE(logic.buildModel());
 
@@ -399,7 +399,7 @@ TEST_F(ListSelection, EmptyModelList)
 {
     addList({4, "WALD", 1, 2, 4, 3});
     state.currentList = 4;
-    dialogs.answerNext(2); // "Leer"
+    dialogs.answerNext(Answer::Second); // "Leer"
     select(0);
     ASSERT_TRUE(logic.buildModel());
     EXPECT_EQ(headers(), 2);
@@ -419,7 +419,7 @@ TEST_F(ListSelection, ClosedModelQuestionChangesNothing)
 {
     addList({1, "WALD", 0, 0, 4, 3});
     addList({2, "MODELL", 0, 0, 0, 2});
-    dialogs.answerNext(MessageDialogs::NoChoice);
+    dialogs.answerNext(Answer::None);
     select(0);
     EXPECT_FALSE(logic.buildModel());
     EXPECT_EQ(dialogs.asked().size(), 1);
@@ -436,12 +436,12 @@ TEST_F(ListSelection, ModelTwiceLeavesOneModelList)
 {
     addList({1, "WALD", 0, 0, 4, 3});
     addList({2, "FELD", 0, 0, 2, 2});
-    dialogs.answerNext(1);
+    dialogs.answerNext(Answer::First);
     select(0);
     ASSERT_TRUE(logic.buildModel());
     EXPECT_EQ(regionsOf(3), 3);
 
-    dialogs.answerNext(1);
+    dialogs.answerNext(Answer::First);
     select(1);
     ASSERT_TRUE(logic.buildModel());
     EXPECT_EQ(names(), (QStringList{"WALD    ", "FELD    ", "MODELL  "}));

@@ -61,27 +61,27 @@ TEST_F(Regions, AddChecksTheRegionAsTheListHeaderDoes)
     const QString unknown = "Wuchsregion nicht vorhanden!|Wollen Sie die Tarife selbst|zuordnen?";
     const struct {
         const char* region;
-        int answer;
+        std::optional<Answer> answer;
         Added added;
         QString asked;
         QStringList rows;
     } steps[] = {
-        {"", 0, Added::No, "Eingabe fehlt !!!||", {}},
-        {"WR9", 1, Added::AssignTariffs, unknown, {}},
-        {"WR9", 2, Added::No, unknown, {}},
-        {"WR9", MessageDialogs::NoChoice, Added::No, unknown, {}},
-        {"WR01", 0, Added::Yes, "", {"WR01|FI|FI01", "WR01|BU|BU01"}},
+        {"", {}, Added::No, "Eingabe fehlt !!!||", {}},
+        {"WR9", Answer::First, Added::AssignTariffs, unknown, {}},
+        {"WR9", Answer::Second, Added::No, unknown, {}},
+        {"WR9", Answer::None, Added::No, unknown, {}},
+        {"WR01", {}, Added::Yes, "", {"WR01|FI|FI01", "WR01|BU|BU01"}},
         {"WR01 ",
-         0,
+         {},
          Added::No,
          test::text("Wuchsregion ist in der|Liste bereits vorhanden!|"),
          {"WR01|FI|FI01", "WR01|BU|BU01"}},
-        {"WR02", 0, Added::Yes, "", {"WR01|FI|FI01", "WR01|BU|BU01", "WR02|FI|FI02"}},
+        {"WR02", {}, Added::Yes, "", {"WR01|FI|FI01", "WR01|BU|BU01", "WR02|FI|FI02"}},
     };
     for (const auto& s : steps) {
         dialogs.clear();
         if (s.answer)
-            dialogs.answerNext(s.answer);
+            dialogs.answerNext(*s.answer);
         EXPECT_EQ(logic.add(QString::fromUtf8(s.region)), s.added) << s.region;
         EXPECT_EQ(dialogs.asked().join(u'\n'), s.asked) << s.region;
         EXPECT_EQ(shown(), s.rows) << s.region;
@@ -99,11 +99,11 @@ TEST_F(Regions, RemoveTakesTheRegionOfTheRowAfterTheQuestion)
     ASSERT_EQ(logic.add("WR01"), Added::Yes);
     ASSERT_EQ(logic.add("WR02"), Added::Yes);
     dialogs.clear();
-    dialogs.answerNext(MessageDialogs::No);
+    dialogs.answerNext(Answer::No);
     EXPECT_FALSE(logic.remove(1));
     EXPECT_EQ(shown().size(), 3);
     EXPECT_FALSE(logic.remove(3)); // no such row: nothing asked
-    dialogs.answerNext(MessageDialogs::Yes);
+    dialogs.answerNext(Answer::Yes);
     EXPECT_TRUE(logic.remove(1));
     EXPECT_EQ(dialogs.asked(), (QStringList{"Wuchsregion WR01|aus der Liste entfernen?|",
                                             "Wuchsregion WR01|aus der Liste entfernen?|"}));

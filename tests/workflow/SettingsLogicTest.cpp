@@ -58,17 +58,20 @@ protected:
     QByteArray config;
 };
 
-// Only "Fortsetzen" and then the right-hand "JA" (answer 7) delete anything.
+// Only "Fortsetzen" and then the right-hand "JA" (No) delete anything.
 TEST_F(SettingsLogicTest, DeleteAllNeedsBothAnswersExactly)
 {
     struct Case {
-        int first;
-        int second;
+        Answer first;
+        Answer second;
         bool deletes;
     };
-    const Case cases[] = {{7, 7, false}, {6, 6, false}, {4, 7, false}, {6, 7, true}};
+    const Case cases[] = {{Answer::No, Answer::No, false},
+                          {Answer::Yes, Answer::Yes, false},
+                          {Answer::None, Answer::No, false},
+                          {Answer::Yes, Answer::No, true}};
     for (const Case& c : cases) {
-        SCOPED_TRACE(c.first * 10 + c.second);
+        SCOPED_TRACE(int(c.first) * 10 + int(c.second));
         dialogs.clear();
         dialogs.answerNext(c.first);
         dialogs.answerNext(c.second);
@@ -98,7 +101,7 @@ TEST_F(SettingsLogicTest, ReloadTakesTheFirstReceivedFile)
     const QByteArray newer = "TD0STAMM300.DAT\r\na15XYZ\r\n";
     root.writeFile(QStringLiteral("Import/b.dat"), "junk");
     root.writeFile(QStringLiteral("Import/A.DAT"), newer);
-    dialogs.answerNext(MessageDialogs::Yes);
+    dialogs.answerNext(Answer::Yes);
     EXPECT_TRUE(logic.reloadConfiguration(channel, host));
     EXPECT_EQ(channel.received, 1);
     EXPECT_EQ(channel.fetched, 0);
@@ -112,21 +115,21 @@ TEST_F(SettingsLogicTest, ReloadStopsWithoutYesTransferOrFile)
 {
     Channel channel;
     // No: nothing is fetched.
-    dialogs.answerNext(MessageDialogs::No);
+    dialogs.answerNext(Answer::No);
     EXPECT_FALSE(logic.reloadConfiguration(channel, host));
     EXPECT_EQ(channel.received, 0);
     // FTP mode fetches; a failed transfer changes nothing.
     session.store().writeInt(Setting::DueMode, 0, 3);
     channel.ok = false;
     root.writeFile(QStringLiteral("Import/x.dat"), "TD0STAMM300.DAT\r\n");
-    dialogs.answerNext(MessageDialogs::Yes);
+    dialogs.answerNext(Answer::Yes);
     EXPECT_FALSE(logic.reloadConfiguration(channel, host));
     EXPECT_EQ(channel.fetched, 1);
     EXPECT_EQ(root.readFile(QStringLiteral("Brovant/passive.dtr")), config);
     // Nothing received: the staged file stays.
     channel.ok = true;
     session.root().removeFile(QStringLiteral("\\Import\\x.dat"));
-    dialogs.answerNext(MessageDialogs::Yes);
+    dialogs.answerNext(Answer::Yes);
     EXPECT_FALSE(logic.reloadConfiguration(channel, host));
     EXPECT_EQ(root.readFile(QStringLiteral("Brovant/passive.dtr")), config);
     EXPECT_TRUE(session.configurationLoaded());
@@ -134,10 +137,10 @@ TEST_F(SettingsLogicTest, ReloadStopsWithoutYesTransferOrFile)
 
 TEST_F(SettingsLogicTest, BackupOptions)
 {
-    dialogs.answerNext(MessageDialogs::No);
+    dialogs.answerNext(Answer::No);
     EXPECT_FALSE(logic.setAutomaticBackup(true));
     EXPECT_EQ(session.store().readInt(Setting::BackupAuto), 0);
-    dialogs.answerNext(MessageDialogs::Yes);
+    dialogs.answerNext(Answer::Yes);
     EXPECT_TRUE(logic.setAutomaticBackup(true));
     EXPECT_EQ(session.store().readInt(Setting::BackupAuto), 1);
     EXPECT_EQ(dialogs.asked().first(),

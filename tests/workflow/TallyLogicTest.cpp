@@ -230,7 +230,7 @@ TEST_F(TallyLogicTest, PreviewLinesShowTheTwoRecordsBeforeTheCurrent)
             case '+':
             case '-':
                 logic->setField(Field::Diameter, QStringLiteral("25"));
-                dialogs.answerNext(*key == '+' ? MessageDialogs::Yes : MessageDialogs::No);
+                dialogs.answerNext(*key == '+' ? Answer::Yes : Answer::No);
                 break;
             case 'U':
                 ASSERT_TRUE(logic->up());
@@ -332,11 +332,11 @@ TEST_F(TallyLogicTest, LeavingAChangedRecordAsks)
     for (int d : {5, 15})
         ASSERT_TRUE(tally("FI", d, 1, "FI1"));
     struct Case {
-        int answer;
+        Answer answer;
         const char* count; // what record 2 holds afterwards
     };
-    for (const Case c : {Case{MessageDialogs::No, "1"}, Case{MessageDialogs::Yes, "4"}}) {
-        SCOPED_TRACE(c.answer);
+    for (const Case c : {Case{Answer::No, "1"}, Case{Answer::Yes, "4"}}) {
+        SCOPED_TRACE(int(c.answer));
         logic->end();
         ASSERT_TRUE(logic->up()); // record 2
         logic->setField(Field::Count, QStringLiteral("4"));
@@ -351,13 +351,13 @@ TEST_F(TallyLogicTest, LeavingAChangedRecordAsks)
     logic->end();
     logic->setField(Field::Diameter, QStringLiteral("25"));
     dialogs.clear();
-    dialogs.answerNext(MessageDialogs::Yes);
+    dialogs.answerNext(Answer::Yes);
     ASSERT_TRUE(logic->up());
     EXPECT_EQ(logic->tree().id, 3);
     EXPECT_EQ(stored(list).size(), 3);
     // A failed check keeps the record.
     logic->setField(Field::Tariff, QString());
-    dialogs.answerNext(MessageDialogs::Yes);
+    dialogs.answerNext(Answer::Yes);
     EXPECT_FALSE(logic->down());
     EXPECT_EQ(logic->tree().id, 3);
     EXPECT_EQ(dialogs.asked().last(), QStringLiteral("Tarif fehlt !!!||"));
@@ -368,15 +368,15 @@ TEST_F(TallyLogicTest, DeleteAsksAndMovesOn)
     for (int d : {5, 15, 25})
         ASSERT_TRUE(tally("FI", d, 1, "FI1"));
     ASSERT_TRUE(logic->first());
-    dialogs.answerNext(MessageDialogs::No);
+    dialogs.answerNext(Answer::No);
     EXPECT_FALSE(logic->removeCurrent());
     EXPECT_EQ(stored(list).size(), 3);
-    dialogs.answerNext(MessageDialogs::Yes);
+    dialogs.answerNext(Answer::Yes);
     ASSERT_TRUE(logic->removeCurrent());
     EXPECT_EQ(logic->tree().id, 2);
     logic->end();
     ASSERT_TRUE(logic->up());
-    dialogs.answerNext(MessageDialogs::Yes);
+    dialogs.answerNext(Answer::Yes);
     ASSERT_TRUE(logic->removeCurrent());
     // The last one gone: a new record behind the rest, numbered after it.
     EXPECT_TRUE(logic->isNew());

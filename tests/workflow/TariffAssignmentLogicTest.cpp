@@ -352,7 +352,7 @@ struct BrowseCase {
     int startUps;    // up moves before the case, none of them on a changed row
     TariffRow typed; // typed on the current row; empty: nothing typed
     int step;        // -1 up, +1 down
-    int answer;      // to "Abspeichern?"; 0: no question expected
+    Answer answer;   // to "Abspeichern?"; None: no question expected
     bool moved;
     int position;
     const char* shown; // edit line afterwards
@@ -380,7 +380,7 @@ TEST_P(TariffBrowseTest, MovesOfferAChangedRowForSaving)
         d.logic->setEditLine(c.typed);
     const QStringList before = d.stored();
     d.dialogs.clear();
-    if (c.answer)
+    if (c.answer != Answer::None)
         d.dialogs.answerNext(c.answer);
 
     EXPECT_EQ(c.step < 0 ? d.logic->moveUp() : d.logic->moveDown(), c.moved);
@@ -390,7 +390,7 @@ TEST_P(TariffBrowseTest, MovesOfferAChangedRowForSaving)
         if (m.startsWith(QStringLiteral("Abspeichern?")))
             questions << m;
     }
-    EXPECT_EQ(questions.size(), c.answer ? 1 : 0);
+    EXPECT_EQ(questions.size(), c.answer != Answer::None ? 1 : 0);
     EXPECT_EQ(d.dialogs.pendingAnswers(), 0u);
     EXPECT_EQ(d.logic->position(), c.position);
     EXPECT_EQ(str(d.logic->editLine()), c.shown);
@@ -411,21 +411,21 @@ const QString kA3Fi = QStringLiteral("A3          FI    FI02 ");
 
 // clang-format off
 const BrowseCase kBrowseCases[] = {
-    {"UpFromTheNewRowShowsTheLast", 0, {}, -1, 0, true, 4, "A3/FI/FI02", {kA1Ta, kA2Fi, kA2Ta}, {}},
-    {"UpAgainShiftsTheHistory", 1, {}, -1, 0, true, 3, "A2/TA/BU01", {kA1Fi, kA1Ta, kA2Fi}, {}},
-    {"NearTheTopLinesStayEmpty", 3, {}, -1, 0, true, 1, "A1/TA/FI02", {"", "", kA1Fi}, {}},
-    {"FirstRowHasNoPrevious", 5, {}, -1, 0, false, 0, "A1/FI/FI01", {"", "", ""}, {}},
-    {"DownFromTheLastIsTheNewRow", 1, {}, +1, 0, true, 5, "//", {kA2Fi, kA2Ta, kA3Fi}, {}},
-    {"NothingAfterTheNewRow", 0, {}, +1, 0, false, 5, "//", {kA2Fi, kA2Ta, kA3Fi}, {}},
-    {"ChangedRowAnsweredNoIsDropped", 2, row("A2", "TA", "FI01"), -1, MessageDialogs::No, true, 2,
+    {"UpFromTheNewRowShowsTheLast", 0, {}, -1, {}, true, 4, "A3/FI/FI02", {kA1Ta, kA2Fi, kA2Ta}, {}},
+    {"UpAgainShiftsTheHistory", 1, {}, -1, {}, true, 3, "A2/TA/BU01", {kA1Fi, kA1Ta, kA2Fi}, {}},
+    {"NearTheTopLinesStayEmpty", 3, {}, -1, {}, true, 1, "A1/TA/FI02", {"", "", kA1Fi}, {}},
+    {"FirstRowHasNoPrevious", 5, {}, -1, {}, false, 0, "A1/FI/FI01", {"", "", ""}, {}},
+    {"DownFromTheLastIsTheNewRow", 1, {}, +1, {}, true, 5, "//", {kA2Fi, kA2Ta, kA3Fi}, {}},
+    {"NothingAfterTheNewRow", 0, {}, +1, {}, false, 5, "//", {kA2Fi, kA2Ta, kA3Fi}, {}},
+    {"ChangedRowAnsweredNoIsDropped", 2, row("A2", "TA", "FI01"), -1, Answer::No, true, 2,
      "A2/FI/FI01", {"", kA1Fi, kA1Ta}, {}},
-    {"ChangedRowAnsweredYesIsSaved", 2, row("A2", "TA", "FI01"), -1, MessageDialogs::Yes, true, 2,
+    {"ChangedRowAnsweredYesIsSaved", 2, row("A2", "TA", "FI01"), -1, Answer::Yes, true, 2,
      "A2/FI/FI01", {"", kA1Fi, kA1Ta}, {"14|A2      |TA |FI01 "}},
-    {"FailedSaveKeepsThePlace", 2, row("A2", "FI", "FI02"), +1, MessageDialogs::Yes, false, 3,
+    {"FailedSaveKeepsThePlace", 2, row("A2", "FI", "FI02"), +1, Answer::Yes, false, 3,
      "A2/FI/FI02", {kA1Fi, kA1Ta, kA2Fi}, {}},
-    {"NewRowSavedOnTheWayUp", 0, row("A4", "BU", "BU01"), -1, MessageDialogs::Yes, true, 4,
+    {"NewRowSavedOnTheWayUp", 0, row("A4", "BU", "BU01"), -1, Answer::Yes, true, 4,
      "A3/FI/FI02", {kA1Ta, kA2Fi, kA2Ta}, {"15|A4      |BU |BU01 "}},
-    {"NewRowDroppedOnTheWayUp", 0, row("A4", "BU", "BU01"), -1, MessageDialogs::No, true, 4,
+    {"NewRowDroppedOnTheWayUp", 0, row("A4", "BU", "BU01"), -1, Answer::No, true, 4,
      "A3/FI/FI02", {kA1Ta, kA2Fi, kA2Ta}, {}},
 };
 // clang-format on
@@ -438,16 +438,16 @@ TEST(TariffAssignment, DeleteAsksAndRemovesOnlyOnYes)
     struct Case {
         const char* name;
         int ups;
-        int answer; // 0: no question expected
+        Answer answer; // None: no question expected
         bool deleted;
         const char* shown;
         int rows;
     } const cases[] = {
-        {"yes deletes, the next row follows", 3, MessageDialogs::Yes, true, "A2/TA/BU01", 4},
+        {"yes deletes, the next row follows", 3, Answer::Yes, true, "A2/TA/BU01", 4},
         // "No" keeps the typed line too, to be saved or dropped later.
-        {"no keeps", 3, MessageDialogs::No, false, "B9/KI/KI01", 5},
-        {"yes on the last row leaves the new row", 1, MessageDialogs::Yes, true, "//", 4},
-        {"the new row is only emptied", 0, 0, false, "//", 5},
+        {"no keeps", 3, Answer::No, false, "B9/KI/KI01", 5},
+        {"yes on the last row leaves the new row", 1, Answer::Yes, true, "//", 4},
+        {"the new row is only emptied", 0, {}, false, "//", 5},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -459,14 +459,14 @@ TEST(TariffAssignment, DeleteAsksAndRemovesOnlyOnYes)
             ASSERT_TRUE(d.logic->moveUp());
         const TariffRow current = d.logic->editLine();
         d.logic->setEditLine(row("B9", "KI", "KI01"));
-        if (c.answer)
+        if (c.answer != Answer::None)
             d.dialogs.answerNext(c.answer);
 
         EXPECT_EQ(d.logic->deleteCurrent(), c.deleted);
 
         const QStringList asked = d.dialogs.asked();
-        EXPECT_EQ(asked.size(), c.answer ? 1 : 0);
-        if (c.answer) {
+        EXPECT_EQ(asked.size(), c.answer != Answer::None ? 1 : 0);
+        if (c.answer != Answer::None) {
             EXPECT_EQ(str(asked.value(0)), "Aktuellen Satz wirklich löschen?||");
         }
         EXPECT_EQ(d.stored().size(), c.rows);
@@ -523,7 +523,7 @@ TEST(TariffAssignment, TheTallyFollowsAssignmentsMadeOnTheDevice)
     ASSERT_TRUE(d.logic->openRegion(QStringLiteral("WR01")));
     ASSERT_TRUE(d.logic->moveUp());
     ASSERT_EQ(str(d.logic->editLine()), "WR01/TA/FI01");
-    d.dialogs.answerNext(MessageDialogs::Yes);
+    d.dialogs.answerNext(Answer::Yes);
     ASSERT_TRUE(d.logic->deleteCurrent());
     EXPECT_EQ(offeredFor("TA"), "|FI02");
     // Changed in place: the old tariff goes, the new one is proposed.
@@ -532,7 +532,7 @@ TEST(TariffAssignment, TheTallyFollowsAssignmentsMadeOnTheDevice)
     d.logic->setEditLine(row("WR02", "TA", "BU01"));
     ASSERT_TRUE(d.logic->save());
     EXPECT_EQ(offeredFor("TA"), "BU01|BU01");
-    d.dialogs.answerNext(MessageDialogs::Yes);
+    d.dialogs.answerNext(Answer::Yes);
     ASSERT_TRUE(d.logic->deleteCurrent());
     EXPECT_EQ(offeredFor("TA"), "|");
 }

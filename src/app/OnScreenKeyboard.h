@@ -3,7 +3,7 @@
 // chosen entry. What a key does is its screen's business.
 #pragma once
 
-#include "app/CNorvKey.h"
+#include "app/KeyButton.h"
 
 #include <QRect>
 #include <QStringList>
@@ -13,10 +13,10 @@
 
 namespace brovant {
 
-class CNorvKeyboard : public QWidget {
+class OnScreenKeyboard : public QWidget {
     Q_OBJECT
 public:
-    CNorvKeyboard(const QRect& area, std::vector<KeyDef> keys, QWidget* parent = nullptr);
+    OnScreenKeyboard(const QRect& area, std::vector<KeyDef> keys, QWidget* parent = nullptr);
 
     // The list form: keys whose command id equals `commandId` take their captions from
     // `primary` in order (entries past the table stay blank); `secondary` holds a second text
@@ -32,9 +32,9 @@ public:
 
     const QRect& area() const { return m_area; }
     int keyCount() const { return int(m_keys.size()); }
-    CNorvKey* key(int index) const { return m_keys[size_t(index)]; }
+    KeyButton* key(int index) const { return m_keys[size_t(index)]; }
     // First key sending this command id, or null.
-    CNorvKey* keyFor(int commandId) const;
+    KeyButton* keyFor(int commandId) const;
     void setCaption(int index, const QString& caption);
 
     // Which key of a group was pressed last: its index among the keys with the same command
@@ -55,10 +55,10 @@ signals:
     void entryChosen(int commandId, int entry, const QString& code);
 
 private:
-    void released(CNorvKey* key);
+    void released(KeyButton* key);
 
     QRect m_area;
-    std::vector<CNorvKey*> m_keys;
+    std::vector<KeyButton*> m_keys;
     int codeKeyCount() const;
     int m_lastGroupIndex = -1;
     int m_lastEntry = -1;

@@ -32,10 +32,10 @@ struct KeyDef {
     bool isHeading() const { return commandId == 0 && secondId != 0; }
 };
 
-class CNorvKey : public QAbstractButton {
+class KeyButton : public QAbstractButton {
     Q_OBJECT
 public:
-    CNorvKey(const KeyDef& def, int index, QWidget* parent);
+    KeyButton(const KeyDef& def, int index, QWidget* parent);
 
     const KeyDef& def() const { return m_def; }
     int index() const { return m_index; }

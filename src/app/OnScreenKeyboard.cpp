@@ -1,22 +1,22 @@
-#include "app/CNorvKeyboard.h"
+#include "app/OnScreenKeyboard.h"
 
 namespace brovant {
 
-CNorvKeyboard::CNorvKeyboard(const QRect& area, std::vector<KeyDef> keys, QWidget* parent)
+OnScreenKeyboard::OnScreenKeyboard(const QRect& area, std::vector<KeyDef> keys, QWidget* parent)
     : QWidget(parent)
     , m_area(area)
 {
     setGeometry(area);
     setFocusPolicy(Qt::NoFocus);
     for (size_t i = 0; i < keys.size(); ++i) {
-        auto* key = new CNorvKey(keys[i], int(i), this);
+        auto* key = new KeyButton(keys[i], int(i), this);
         connect(key, &QAbstractButton::clicked, this, [this, key] { released(key); });
         m_keys.push_back(key);
     }
 }
 
-void CNorvKeyboard::setCodeTable(const QStringList& primary, const QStringList& secondary,
-                                 int commandId)
+void OnScreenKeyboard::setCodeTable(const QStringList& primary, const QStringList& secondary,
+                                    int commandId)
 {
     m_primary = primary;
     m_secondary = secondary;
@@ -24,15 +24,15 @@ void CNorvKeyboard::setCodeTable(const QStringList& primary, const QStringList& 
     showPage(0);
 }
 
-int CNorvKeyboard::codeKeyCount() const
+int OnScreenKeyboard::codeKeyCount() const
 {
     int count = 0;
-    for (CNorvKey* key : m_keys)
+    for (KeyButton* key : m_keys)
         count += key->def().commandId == m_codeCommand ? 1 : 0;
     return count;
 }
 
-int CNorvKeyboard::pageCount() const
+int OnScreenKeyboard::pageCount() const
 {
     const int perPage = codeKeyCount();
     if (perPage == 0)
@@ -44,11 +44,11 @@ int CNorvKeyboard::pageCount() const
     return std::max(1, (used + perPage - 1) / perPage);
 }
 
-void CNorvKeyboard::showPage(int page)
+void OnScreenKeyboard::showPage(int page)
 {
     m_page = std::clamp(page, 0, pageCount() - 1);
     int entry = m_page * codeKeyCount();
-    for (CNorvKey* key : m_keys) {
+    for (KeyButton* key : m_keys) {
         const int id = key->def().commandId;
         if (id == KeyDef::kPreviousPage)
             key->setEnabled(m_page > 0);
@@ -61,25 +61,25 @@ void CNorvKeyboard::showPage(int page)
     }
 }
 
-CNorvKey* CNorvKeyboard::keyFor(int commandId) const
+KeyButton* OnScreenKeyboard::keyFor(int commandId) const
 {
-    for (CNorvKey* key : m_keys) {
+    for (KeyButton* key : m_keys) {
         if (key->def().commandId == commandId)
             return key;
     }
     return nullptr;
 }
 
-void CNorvKeyboard::setCaption(int index, const QString& caption)
+void OnScreenKeyboard::setCaption(int index, const QString& caption)
 {
     if (index >= 0 && index < keyCount())
         m_keys[size_t(index)]->setCaption(caption);
 }
 
-void CNorvKeyboard::setUpperCase(bool upper)
+void OnScreenKeyboard::setUpperCase(bool upper)
 {
     m_upper = upper;
-    for (CNorvKey* key : m_keys) {
+    for (KeyButton* key : m_keys) {
         if (key->def().commandId != KeyDef::kCharacter || key->caption().size() != 1)
             continue;
         // "ß" has no one-letter capital; it stays as it is.
@@ -89,12 +89,12 @@ void CNorvKeyboard::setUpperCase(bool upper)
     }
 }
 
-void CNorvKeyboard::released(CNorvKey* key)
+void OnScreenKeyboard::released(KeyButton* key)
 {
     const KeyDef& def = key->def();
     m_lastCaption = key->caption();
     m_lastGroupIndex = 0;
-    for (CNorvKey* other : m_keys) {
+    for (KeyButton* other : m_keys) {
         if (other == key)
             break;
         if (other->def().commandId == def.commandId)

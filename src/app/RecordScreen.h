@@ -2,7 +2,7 @@
 // current record; loading fills the edits from the record, storing writes them back and saves.
 #pragma once
 
-#include "app/CNorvKeybDlg.h"
+#include "app/KeypadScreen.h"
 #include "data/Dataset.h"
 
 #include <QLineEdit>
@@ -13,10 +13,11 @@
 
 namespace brovant {
 
-class CNorvDBDialog : public CNorvKeybDlg {
+class RecordScreen : public KeypadScreen {
     Q_OBJECT
 public:
-    CNorvDBDialog(CNorvMFCApp& app, const QString& objectName, const TableDescriptor& table);
+    RecordScreen(ScreenStack& stack, Database& database, const QString& objectName,
+                 const TableDescriptor& table);
 
     Dataset& dataset() { return *m_dataset; }
 

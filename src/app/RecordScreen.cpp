@@ -1,18 +1,15 @@
-#include "app/CNorvDBDialog.h"
-
-#include "app/CNorvMFCApp.h"
-#include "masterdata/DeviceSession.h"
+#include "app/RecordScreen.h"
 
 namespace brovant {
 
-CNorvDBDialog::CNorvDBDialog(CNorvMFCApp& app, const QString& objectName,
-                             const TableDescriptor& table)
-    : CNorvKeybDlg(app, objectName)
-    , m_dataset(std::make_unique<Dataset>(app.session().database(), table))
+RecordScreen::RecordScreen(ScreenStack& stack, Database& database, const QString& objectName,
+                           const TableDescriptor& table)
+    : KeypadScreen(stack, objectName)
+    , m_dataset(std::make_unique<Dataset>(database, table))
 {
 }
 
-void CNorvDBDialog::bindEdit(QLineEdit* edit, const QString& field)
+void RecordScreen::bindEdit(QLineEdit* edit, const QString& field)
 {
     const int index = m_dataset->table().indexOf(field);
     if (index >= 0)
@@ -20,19 +17,19 @@ void CNorvDBDialog::bindEdit(QLineEdit* edit, const QString& field)
     m_bindings.emplace_back(edit, field);
 }
 
-void CNorvDBDialog::loadFields()
+void RecordScreen::loadFields()
 {
     for (auto& [edit, field] : m_bindings)
         edit->setText(m_dataset->loadText(field));
 }
 
-void CNorvDBDialog::storeFields()
+void RecordScreen::storeFields()
 {
     for (auto& [edit, field] : m_bindings)
         m_dataset->setText(field, edit->text());
 }
 
-bool CNorvDBDialog::saveRecord()
+bool RecordScreen::saveRecord()
 {
     return m_dataset->eof() ? m_dataset->insert() : m_dataset->save();
 }

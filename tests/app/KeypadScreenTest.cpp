@@ -1,10 +1,6 @@
-#include "app/CNorvKeybDlg.h"
-#include "app/CNorvMFCApp.h"
+#include "app/KeypadScreen.h"
 #include "app/KeyTables.h"
-#include "workflow/AppState.h"
-#include "masterdata/DeviceSession.h"
-#include "platform/Clock.h"
-#include "support/TempRoot.h"
+#include "app/ScreenStack.h"
 
 #include <QLineEdit>
 #include <QSignalSpy>
@@ -49,40 +45,34 @@ TEST(KeyTables, LayoutsFitTheirAreas)
     }
 }
 
-class Screen : public ::testing::Test {
+class Keypad : public ::testing::Test {
 protected:
-    Screen()
-        : session(root.path())
-        , app(session, state, clock)
-        , dlg(app, QStringLiteral("test"))
+    Keypad()
+        : dlg(app, QStringLiteral("test"))
     {
-        dlg.SetKeyboard(new CNorvKeyboard(keys::kFullArea, keys::letters()));
-        dlg.SetKeyboard(new CNorvKeyboard(keys::kFullArea, keys::digits()));
+        dlg.addKeyboard(new OnScreenKeyboard(keys::kFullArea, keys::letters()));
+        dlg.addKeyboard(new OnScreenKeyboard(keys::kFullArea, keys::digits()));
         edit = new QLineEdit(&dlg);
         edit->setGeometry(10, 10, 100, 20);
         app.mainWindow()->show();
         app.mainWindow()->activateWindow();
         EXPECT_TRUE(QTest::qWaitForWindowActive(app.mainWindow()));
-        dlg.ShowFullScreen();
+        dlg.bringToFront();
         edit->setFocus();
     }
     void press(const QString& name)
     {
-        auto* key = dlg.keyboard()->findChild<CNorvKey*>(name);
+        auto* key = dlg.keyboard()->findChild<KeyButton*>(name);
         ASSERT_NE(key, nullptr) << name.toStdString();
         QTest::mouseClick(key, Qt::LeftButton);
     }
 
-    test::TempRoot root;
-    DeviceSession session;
-    AppState state;
-    ManualClock clock;
-    CNorvMFCApp app;
-    CNorvKeybDlg dlg;
+    ScreenStack app;
+    KeypadScreen dlg;
     QLineEdit* edit = nullptr;
 };
 
-TEST_F(Screen, TypingSwitchingAndDeleting)
+TEST_F(Keypad, TypingSwitchingAndDeleting)
 {
     press(QStringLiteral("char_L"));
     press(QStringLiteral("char_Ä"));
@@ -102,25 +92,25 @@ TEST_F(Screen, TypingSwitchingAndDeleting)
     EXPECT_TRUE(edit->hasFocus());
 }
 
-TEST_F(Screen, ListKeyboardPagesThroughItsTable)
+TEST_F(Keypad, ListKeyboardPagesThroughItsTable)
 {
-    auto* list = new CNorvKeyboard(keys::kFullArea, keys::codeList(1159, 4, 5));
-    dlg.SetKeyboard(list);
+    auto* list = new OnScreenKeyboard(keys::kFullArea, keys::codeList(1159, 4, 5));
+    dlg.addKeyboard(list);
     dlg.showKeyboard(2);
     QStringList species;
     for (int i = 1; i <= 45; ++i)
         species << QStringLiteral("S%1").arg(i, 2, 10, QChar(u'0'));
     species << QStringList(15, QStringLiteral("     ")); // 60 entries, the last blank
     list->setCodeTable(species, {}, 1159);
-    QSignalSpy chosen(list, &CNorvKeyboard::entryChosen);
+    QSignalSpy chosen(list, &OnScreenKeyboard::entryChosen);
 
     EXPECT_EQ(list->pageCount(), 3);
-    EXPECT_FALSE(list->findChild<CNorvKey*>(QStringLiteral("pagePrevious"))->isEnabled());
+    EXPECT_FALSE(list->findChild<KeyButton*>(QStringLiteral("pagePrevious"))->isEnabled());
     QTest::mouseClick(list->key(3), Qt::LeftButton);
     press(QStringLiteral("pageNext"));
     press(QStringLiteral("pageNext"));
     EXPECT_EQ(list->page(), 2);
-    EXPECT_FALSE(list->findChild<CNorvKey*>(QStringLiteral("pageNext"))->isEnabled());
+    EXPECT_FALSE(list->findChild<KeyButton*>(QStringLiteral("pageNext"))->isEnabled());
     EXPECT_EQ(list->key(4)->caption(), QStringLiteral("S45"));
     QTest::mouseClick(list->key(4), Qt::LeftButton);
     QTest::mouseClick(list->key(5), Qt::LeftButton); // blank: nothing

@@ -1,16 +1,16 @@
-#include "app/CNorvKeybDlg.h"
+#include "app/KeypadScreen.h"
 
 #include <QApplication>
 #include <QKeyEvent>
 
 namespace brovant {
 
-void CNorvKeybDlg::SetKeyboard(CNorvKeyboard* keyboard)
+void KeypadScreen::addKeyboard(OnScreenKeyboard* keyboard)
 {
     keyboard->setParent(this);
     keyboard->setGeometry(keyboard->area());
-    connect(keyboard, &CNorvKeyboard::command, this, [this](int id) { OnCommand(id); });
-    connect(keyboard, &CNorvKeyboard::character, this, &CNorvKeybDlg::typeText);
+    connect(keyboard, &OnScreenKeyboard::command, this, [this](int id) { onCommand(id); });
+    connect(keyboard, &OnScreenKeyboard::character, this, &KeypadScreen::typeText);
     m_keyboards.push_back(keyboard);
     if (!m_active) {
         m_active = keyboard;
@@ -20,16 +20,16 @@ void CNorvKeybDlg::SetKeyboard(CNorvKeyboard* keyboard)
     }
 }
 
-void CNorvKeybDlg::showKeyboard(int index)
+void KeypadScreen::showKeyboard(int index)
 {
     if (index < 0 || size_t(index) >= m_keyboards.size())
         return;
-    for (CNorvKeyboard* k : m_keyboards)
+    for (OnScreenKeyboard* k : m_keyboards)
         k->setVisible(k == m_keyboards[size_t(index)]);
     m_active = m_keyboards[size_t(index)];
 }
 
-int CNorvKeybDlg::keyboardIndex() const
+int KeypadScreen::keyboardIndex() const
 {
     for (size_t i = 0; i < m_keyboards.size(); ++i) {
         if (m_keyboards[i] == m_active)
@@ -38,7 +38,7 @@ int CNorvKeybDlg::keyboardIndex() const
     return -1;
 }
 
-void CNorvKeybDlg::OnCommand(int id)
+void KeypadScreen::onCommand(int id)
 {
     switch (id) {
     case kZiff:
@@ -55,14 +55,14 @@ void CNorvKeybDlg::OnCommand(int id)
         sendKey(Qt::Key_Backspace);
         return;
     case kEnter:
-        OnEnter();
+        onEnterKey();
         return;
     default:
-        CNorvBaseDlg::OnCommand(id);
+        Screen::onCommand(id);
     }
 }
 
-void CNorvKeybDlg::typeText(const QString& text)
+void KeypadScreen::typeText(const QString& text)
 {
     QWidget* target = QApplication::focusWidget();
     if (!target || !isAncestorOf(target))
@@ -71,7 +71,7 @@ void CNorvKeybDlg::typeText(const QString& text)
     QApplication::sendEvent(target, &press);
 }
 
-void CNorvKeybDlg::sendKey(int key)
+void KeypadScreen::sendKey(int key)
 {
     QWidget* target = QApplication::focusWidget();
     if (!target || !isAncestorOf(target))

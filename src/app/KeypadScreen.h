@@ -3,14 +3,14 @@
 // field keys (6001 to 6004) move between fields, delete and confirm.
 #pragma once
 
-#include "app/CNorvBaseDlg.h"
-#include "app/CNorvKeyboard.h"
+#include "app/OnScreenKeyboard.h"
+#include "app/Screen.h"
 
 #include <vector>
 
 namespace brovant {
 
-class CNorvKeybDlg : public CNorvBaseDlg {
+class KeypadScreen : public Screen {
     Q_OBJECT
 public:
     static constexpr int kZiff = 1009;
@@ -19,25 +19,25 @@ public:
     static constexpr int kBackspace = 6003;
     static constexpr int kEnter = 6004;
 
-    using CNorvBaseDlg::CNorvBaseDlg;
+    using Screen::Screen;
 
     // Attaches a keyboard (the screen takes it over); the first one attached is shown. More than
     // one keyboard makes "Ziff" switch between them in turn.
-    void SetKeyboard(CNorvKeyboard* keyboard);
-    CNorvKeyboard* keyboard() const { return m_active; }
+    void addKeyboard(OnScreenKeyboard* keyboard);
+    OnScreenKeyboard* keyboard() const { return m_active; }
     void showKeyboard(int index);
     int keyboardIndex() const;
 
-    void OnCommand(int id) override;
+    void onCommand(int id) override;
 
     // What a bar's Enter does: by default the screen's confirm command.
-    virtual void OnEnter() { OnCommand(IDOK); }
+    virtual void onEnterKey() { onCommand(kOk); }
 
 private:
     void typeText(const QString& text);
     void sendKey(int key);
-    std::vector<CNorvKeyboard*> m_keyboards;
-    CNorvKeyboard* m_active = nullptr;
+    std::vector<OnScreenKeyboard*> m_keyboards;
+    OnScreenKeyboard* m_active = nullptr;
 };
 
 } // namespace brovant

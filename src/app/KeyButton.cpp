@@ -1,4 +1,4 @@
-#include "app/CNorvKey.h"
+#include "app/KeyButton.h"
 
 #include <QFile>
 #include <QFontMetricsF>
@@ -7,7 +7,7 @@
 
 namespace brovant {
 
-CNorvKey::CNorvKey(const KeyDef& def, int index, QWidget* parent)
+KeyButton::KeyButton(const KeyDef& def, int index, QWidget* parent)
     : QAbstractButton(parent)
     , m_def(def)
     , m_index(index)
@@ -28,14 +28,14 @@ CNorvKey::CNorvKey(const KeyDef& def, int index, QWidget* parent)
         setObjectName(QStringLiteral("pageNext"));
 }
 
-void CNorvKey::setCaption(const QString& caption)
+void KeyButton::setCaption(const QString& caption)
 {
     m_def.caption = caption;
     setText(caption);
     update();
 }
 
-QString CNorvKey::iconPath(int bitmap)
+QString KeyButton::iconPath(int bitmap)
 {
     switch (bitmap) {
     case 129:
@@ -67,17 +67,17 @@ QString CNorvKey::iconPath(int bitmap)
     }
 }
 
-QSize CNorvKey::sizeHint() const
+QSize KeyButton::sizeHint() const
 {
     return {m_def.width, m_def.height};
 }
 
-QRectF CNorvKey::frame() const
+QRectF KeyButton::frame() const
 {
     return QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
 }
 
-QFont CNorvKey::captionFont() const
+QFont KeyButton::captionFont() const
 {
     QFont f = font();
     f.setBold(m_def.isHeading() || m_def.style == 49 || m_def.height >= 24);
@@ -85,20 +85,20 @@ QFont CNorvKey::captionFont() const
     return f;
 }
 
-QString CNorvKey::drawnCaption() const
+QString KeyButton::drawnCaption() const
 {
     // Picture keys start their caption with two line breaks; the text stands below the picture.
     return m_def.caption.startsWith(QStringLiteral("\n\n")) ? m_def.caption.mid(2) : m_def.caption;
 }
 
-int CNorvKey::captionFlags() const
+int KeyButton::captionFlags() const
 {
     if (m_def.caption.startsWith(QStringLiteral("\n\n")))
         return Qt::AlignHCenter | Qt::AlignBottom;
     return Qt::AlignHCenter | Qt::AlignVCenter | Qt::TextWordWrap;
 }
 
-QRectF CNorvKey::captionArea() const
+QRectF KeyButton::captionArea() const
 {
     QRectF area = frame().adjusted(2, 1, -2, -1);
     if (m_def.caption.startsWith(QStringLiteral("\n\n")))
@@ -106,7 +106,7 @@ QRectF CNorvKey::captionArea() const
     return area;
 }
 
-CNorvKey::Layout CNorvKey::layout() const
+KeyButton::Layout KeyButton::layout() const
 {
     Layout out;
     const QRectF r = frame();
@@ -136,7 +136,7 @@ CNorvKey::Layout CNorvKey::layout() const
     return out;
 }
 
-void CNorvKey::paintEvent(QPaintEvent*)
+void KeyButton::paintEvent(QPaintEvent*)
 {
     QPainter p(this);
     p.setRenderHint(QPainter::Antialiasing);
