@@ -132,7 +132,7 @@ void BrovantApp::setMainMenuActive(bool active)
 
 void BrovantApp::createScreens()
 {
-    // Later screens join here, in the device's order of creation.
+    // In the device's order of creation; screens are destroyed in reverse.
     ScreenServices& with = services();
     m_stack.addScreen(std::make_unique<SystemInfoDlg>(with));
     m_stack.addScreen(std::make_unique<SettingsDlg>(with));

@@ -217,7 +217,7 @@ void ListSelectionDlg::backToList()
 
 void ListSelectionDlg::switchTo(Screen* target)
 {
-    // Screens that are not there yet (tally, totals, region, printouts) leave the user here.
+    // Without a target (a screen the stack does not hold) the user stays on the list.
     if (target)
         stack().switchTo(target);
     else
