@@ -99,6 +99,17 @@ TEST_P(OfficeStoreTest, KeepsHeaderRegionsAndTreesAsTheDeviceWroteThem)
     EXPECT_EQ(t.tariff, QStringLiteral("BU01"));
 }
 
+// Texts that mean something to SQL or to an array literal come back as they went in.
+TEST_P(OfficeStoreTest, TreeTextsWithQuotesAndBracesComeBackUnchanged)
+{
+    const IntakeResult r = take(edited(deviceFile("export_all_pairs.dat"), "12a  ", "\"\\,{'"));
+    ASSERT_EQ(r.kind, Kind::Imported) << r.reason.toStdString();
+    const auto content = store->content(r.id);
+    ASSERT_TRUE(content);
+    ASSERT_EQ(content->trees.size(), 3u);
+    EXPECT_EQ(content->trees[1].parcel, QStringLiteral("\"\\,{'"));
+}
+
 TEST_P(OfficeStoreTest, FiltersSortsAndPages)
 {
     const QByteArray base = deviceFile("export_all_pairs.dat");

@@ -105,8 +105,6 @@ const char* const kMigrations[] = {
          bytes {blob} NOT NULL))",
 };
 
-// Rows of trees per INSERT on PostgreSQL.
-constexpr size_t kTreesPerInsert = 100;
 
 QString nowText()
 {
@@ -291,6 +289,77 @@ QString orderOf(const ListQuery& query)
     return QStringLiteral(" ORDER BY ") + column + dir + QStringLiteral(", id") + dir;
 }
 
+
+// SQLite: one row a statement, prepared once, since Qt looks its parameters up by name at a cost
+// that grows with their count.
+bool insertTreesByRow(const QSqlDatabase& db, qlonglong id, const std::vector<StoredTree>& trees,
+                      QString& error)
+{
+    Statement row(db, QStringLiteral("INSERT INTO trees (list_id, pos, kind, parcel, stk, species, "
+                                     "bhd, class, volume, na, ka, tariff) VALUES "
+                                     "(?,?,?,?,?,?,?,?,?,?,?,?)"));
+    for (size_t i = 0; i < trees.size(); ++i) {
+        const StoredTree& t = trees[i];
+        row << id << qlonglong(i) << t.kind << t.parcel << t.count << t.species << t.diameter
+            << t.diameterClass << qlonglong(t.volume) << t.na << t.ka << t.tariff;
+        if (!row.run()) {
+            error = row.error();
+            return false;
+        }
+    }
+    return true;
+}
+
+// A PostgreSQL array literal of texts: every element quoted, quotes and backslashes escaped.
+QString textArray(const std::vector<StoredTree>& trees, QString StoredTree::*field)
+{
+    QString out = QStringLiteral("{");
+    for (size_t i = 0; i < trees.size(); ++i) {
+        QString value = trees[i].*field;
+        value.replace(u'\\', QStringLiteral("\\\\"));
+        value.replace(u'"', QStringLiteral("\\\""));
+        out += (i ? QStringLiteral(",\"") : QStringLiteral("\"")) + value + u'"';
+    }
+    return out + u'}';
+}
+
+template <class Number>
+QString numberArray(const std::vector<StoredTree>& trees, Number StoredTree::*field)
+{
+    QString out = QStringLiteral("{");
+    for (size_t i = 0; i < trees.size(); ++i)
+        out += (i ? QStringLiteral(",") : QString()) + QString::number(trees[i].*field);
+    return out + u'}';
+}
+
+// PostgreSQL: all trees of a list in one statement, each column bound as one array, so a list
+// costs one round trip however many trees it has.
+bool insertTreesAsArrays(const QSqlDatabase& db, qlonglong id, const std::vector<StoredTree>& trees,
+                         QString& error)
+{
+    if (trees.empty())
+        return true;
+    Statement all(db, QStringLiteral(
+                          "INSERT INTO trees (list_id, pos, kind, parcel, stk, species, bhd, class, "
+                          "volume, na, ka, tariff) SELECT ?, t.ord - 1, t.kind, t.parcel, t.stk, "
+                          "t.species, t.bhd, t.class, t.volume, t.na, t.ka, t.tariff FROM unnest("
+                          "CAST(? AS integer[]), CAST(? AS text[]), CAST(? AS integer[]), "
+                          "CAST(? AS text[]), CAST(? AS integer[]), CAST(? AS text[]), "
+                          "CAST(? AS bigint[]), CAST(? AS text[]), CAST(? AS text[]), "
+                          "CAST(? AS text[])) WITH ORDINALITY AS t(kind, parcel, stk, species, "
+                          "bhd, class, volume, na, ka, tariff, ord)"));
+    all << id << numberArray(trees, &StoredTree::kind) << textArray(trees, &StoredTree::parcel)
+        << numberArray(trees, &StoredTree::count) << textArray(trees, &StoredTree::species)
+        << numberArray(trees, &StoredTree::diameter)
+        << textArray(trees, &StoredTree::diameterClass)
+        << numberArray(trees, &StoredTree::volume) << textArray(trees, &StoredTree::na)
+        << textArray(trees, &StoredTree::ka) << textArray(trees, &StoredTree::tariff);
+    if (!all.run()) {
+        error = all.error();
+        return false;
+    }
+    return true;
+}
 } // namespace
 
 OfficeStore::OfficeStore(std::unique_ptr<Connection> connection) : m_db(std::move(connection)) {}
@@ -483,37 +552,10 @@ OfficeStore::AddResult OfficeStore::add(const QByteArray& bytes, const QString& 
             region << id << i << r.region << r.species << r.tariff;
             ok = region.run();
         }
-        // PostgreSQL: many rows a statement, few round trips. SQLite: one row a statement,
-        // prepared once, since Qt looks its parameters up by name at a cost that grows with
-        // their count.
-        const size_t perInsert = isPostgres() ? kTreesPerInsert : 1;
-        const auto insertSql = [](size_t rows) {
-            QString sql = QStringLiteral("INSERT INTO trees (list_id, pos, kind, parcel, stk, "
-                                         "species, bhd, class, volume, na, ka, tariff) VALUES ");
-            for (size_t i = 0; i < rows; ++i)
-                sql += i == 0 ? QStringLiteral("(?,?,?,?,?,?,?,?,?,?,?,?)")
-                              : QStringLiteral(",(?,?,?,?,?,?,?,?,?,?,?,?)");
-            return sql;
-        };
-        std::optional<Statement> full;
-        for (size_t first = 0; ok && first < content.trees.size(); first += perInsert) {
-            const size_t end = std::min(content.trees.size(), first + perInsert);
-            std::optional<Statement> partial;
-            if (end - first == perInsert && !full)
-                full.emplace(db, insertSql(perInsert));
-            else if (end - first != perInsert)
-                partial.emplace(db, insertSql(end - first));
-            Statement& trees = partial ? *partial : *full;
-            for (size_t i = first; i < end; ++i) {
-                const StoredTree& t = content.trees[i];
-                trees << id << qlonglong(i) << t.kind << t.parcel << t.count << t.species
-                      << t.diameter << t.diameterClass << qlonglong(t.volume) << t.na << t.ka
-                      << t.tariff;
-            }
-            ok = trees.run();
-            if (!ok)
-                m_error = trees.error();
-        }
+        if (isPostgres())
+            ok = ok && insertTreesAsArrays(db, id, content.trees, m_error);
+        else
+            ok = ok && insertTreesByRow(db, id, content.trees, m_error);
         if (!ok) {
             if (m_error.isEmpty())
                 m_error = db.lastError().text();
