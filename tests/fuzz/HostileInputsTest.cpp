@@ -1,4 +1,5 @@
 // Hostile inputs too big to keep in a corpus, through the fuzz targets' probes.
+#include "support/PeakMemory.h"
 #include "fuzz/ConfigImportFuzzing.h"
 #include "fuzz/RegistryFuzzing.h"
 #include "support/TempRoot.h"
@@ -14,26 +15,6 @@
 
 namespace brovant::test {
 namespace {
-
-// Peak resident memory since the last reset, in KiB; nullopt where the kernel does not offer it.
-std::optional<qint64> peakKib()
-{
-    std::ifstream status("/proc/self/status");
-    std::string line;
-    while (std::getline(status, line)) {
-        if (line.rfind("VmHWM:", 0) == 0)
-            return std::stoll(line.substr(6));
-    }
-    return std::nullopt;
-}
-
-bool resetPeak()
-{
-    std::ofstream clear("/proc/self/clear_refs");
-    clear << "5";
-    clear.flush();
-    return clear.good();
-}
 
 // Writes `total` bytes of `fill` between `before` and `after`, a megabyte at a time, so the test
 // itself never holds the file.

@@ -1,5 +1,6 @@
 // Reading list files from the office: the column table, the numbering of new lists and rows, the
 // structure check, files that are damaged or hostile, and a round trip through the export.
+#include "support/PeakMemory.h"
 #include "transfer/ListFileFixture.h"
 
 #include "masterdata/SettingsStore.h"
@@ -414,26 +415,6 @@ TEST_F(ListFileImportTest, ImportFileRunsInsideTheCallersTransaction)
               QStringList{"3|G       "});
     // No messages from importFile: the caller speaks.
     EXPECT_EQ(dialogs.asked(), QStringList());
-}
-
-// Peak resident memory in KiB since the last reset; nullopt where the kernel does not offer it.
-std::optional<qint64> peakKib()
-{
-    std::ifstream status("/proc/self/status");
-    std::string line;
-    while (std::getline(status, line)) {
-        if (line.rfind("VmHWM:", 0) == 0)
-            return std::stoll(line.substr(6));
-    }
-    return std::nullopt;
-}
-
-bool resetPeak()
-{
-    std::ofstream clear("/proc/self/clear_refs");
-    clear << "5";
-    clear.flush();
-    return clear.good();
 }
 
 TEST_F(ListFileImportTest, HostileFilesNeitherCrashNorHoldTheFile)
