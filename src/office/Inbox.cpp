@@ -7,6 +7,8 @@
 #include <QFileInfo>
 #include <QSaveFile>
 
+#include <future>
+
 namespace brovant::office {
 namespace {
 
@@ -42,11 +44,32 @@ bool moveInto(const QString& path, const QString& folder, const QString& reason)
 
 } // namespace
 
-IntakeResult intakeBytes(OfficeStore& store, const QByteArray& bytes, const QString& fileName)
+namespace {
+
+// A file's bytes and what they say, read without the store.
+struct ReadFile {
+    QByteArray bytes;
+    std::variant<ListContent, QString> read;
+};
+
+ReadFile readFile(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {{}, QStringLiteral("nicht lesbar")};
+    if (file.size() > kMaxListFileBytes)
+        return {{}, QStringLiteral("Datei zu groß")};
+    ReadFile out;
+    out.bytes = file.readAll();
+    out.read = readListFile(out.bytes);
+    return out;
+}
+
+IntakeResult intakeRead(OfficeStore& store, const QByteArray& bytes,
+                        const std::variant<ListContent, QString>& read, const QString& fileName)
 {
     IntakeResult result;
     result.file = fileName;
-    auto read = readListFile(bytes);
     if (auto* reason = std::get_if<QString>(&read)) {
         result.reason = *reason;
         return result;
@@ -67,6 +90,13 @@ IntakeResult intakeBytes(OfficeStore& store, const QByteArray& bytes, const QStr
     }
     result.id = added.id;
     return result;
+}
+
+} // namespace
+
+IntakeResult intakeBytes(OfficeStore& store, const QByteArray& bytes, const QString& fileName)
+{
+    return intakeRead(store, bytes, readListFile(bytes), fileName);
 }
 
 QString describe(const IntakeResult& result)
@@ -96,22 +126,28 @@ std::vector<IntakeResult> Inbox::scan()
     // Hidden names are uploads in progress (and our own temporaries); folders are done/, rejected/.
     const QFileInfoList files = dir.entryInfoList(QDir::Files | QDir::NoDotAndDotDot, QDir::Name);
     const QDateTime now = m_now();
+    QFileInfoList settled;
     for (const QFileInfo& info : files) {
         if (info.fileName().startsWith(u'.') || info.isSymLink())
             continue;
-        if (info.lastModified().msecsTo(now) < kSettleMs)
+        if (info.lastModified().msecsTo(now) >= kSettleMs)
+            settled << info;
+    }
+    // The next file is read while the store takes this one: reading needs no store, and a
+    // database server commits in the meantime.
+    std::future<ReadFile> next;
+    if (!settled.isEmpty())
+        next = std::async(std::launch::async, readFile, settled.front().filePath());
+    for (qsizetype i = 0; i < settled.size(); ++i) {
+        const QFileInfo& info = settled[i];
+        const ReadFile file = next.get();
+        if (i + 1 < settled.size())
+            next = std::async(std::launch::async, readFile, settled[i + 1].filePath());
+        // A file that cannot be opened (yet) is taken on a later scan.
+        if (file.bytes.isEmpty() && std::get_if<QString>(&file.read) &&
+            *std::get_if<QString>(&file.read) == QStringLiteral("nicht lesbar"))
             continue;
-        QFile file(info.filePath());
-        if (!file.open(QIODevice::ReadOnly))
-            continue;
-        IntakeResult result;
-        if (file.size() > kMaxListFileBytes) {
-            result.file = info.fileName();
-            result.reason = QStringLiteral("Datei zu groß");
-        } else {
-            result = intakeBytes(m_store, file.readAll(), info.fileName());
-        }
-        file.close();
+        const IntakeResult result = intakeRead(m_store, file.bytes, file.read, info.fileName());
         // A database that failed leaves the file where it is, to be taken again.
         if (result.kind == IntakeResult::Kind::Rejected &&
             result.reason.startsWith(QStringLiteral("Datenbankfehler")))
