@@ -48,6 +48,7 @@ namespace {
 
 // A file's bytes and what they say, read without the store.
 struct ReadFile {
+    bool opened = true; // false: taken on a later scan
     QByteArray bytes;
     std::variant<ListContent, QString> read;
 };
@@ -56,9 +57,9 @@ ReadFile readFile(const QString& path)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
-        return {{}, QStringLiteral("nicht lesbar")};
+        return {false, {}, QString()};
     if (file.size() > kMaxListFileBytes)
-        return {{}, QStringLiteral("Datei zu groß")};
+        return {true, {}, QStringLiteral("Datei zu groß")};
     ReadFile out;
     out.bytes = file.readAll();
     out.read = readListFile(out.bytes);
@@ -144,8 +145,7 @@ std::vector<IntakeResult> Inbox::scan()
         if (i + 1 < settled.size())
             next = std::async(std::launch::async, readFile, settled[i + 1].filePath());
         // A file that cannot be opened (yet) is taken on a later scan.
-        if (file.bytes.isEmpty() && std::get_if<QString>(&file.read) &&
-            *std::get_if<QString>(&file.read) == QStringLiteral("nicht lesbar"))
+        if (!file.opened)
             continue;
         const IntakeResult result = intakeRead(m_store, file.bytes, file.read, info.fileName());
         // A database that failed leaves the file where it is, to be taken again.

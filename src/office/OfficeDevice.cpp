@@ -5,6 +5,7 @@
 #include "evaluation/DiameterDistribution.h"
 #include "evaluation/ReportSources.h"
 #include "evaluation/Reports.h"
+#include "evaluation/Totals.h"
 #include "evaluation/print/ReportPrinter.h"
 #include "masterdata/ConfigImport.h"
 #include "office/ListReading.h"
@@ -62,6 +63,12 @@ bool OfficeDevice::add(const QByteArray& listFile, std::int64_t id)
         head.save();
     }
     return true;
+}
+
+std::vector<Totals::Row> OfficeDevice::totals(std::int64_t id)
+{
+    const auto totals = Totals::compute(m_session->database(), id);
+    return totals ? totals->rows() : std::vector<Totals::Row>{};
 }
 
 std::optional<QByteArray> OfficeDevice::csv(std::int64_t id)

@@ -5,6 +5,7 @@
 
 #include "evaluation/Report.h"
 #include "evaluation/ReportAssortments.h"
+#include "evaluation/Totals.h"
 #include "masterdata/DeviceSession.h"
 #include "masterdata/MasterTables.h"
 
@@ -13,6 +14,7 @@
 #include <QTemporaryDir>
 
 #include <memory>
+#include <vector>
 #include <optional>
 #include <variant>
 
@@ -31,6 +33,8 @@ public:
     // Takes a list file in as list `id`; false when it is not a whole list file.
     bool add(const QByteArray& listFile, std::int64_t id);
 
+    // The totals screen's rows of list `id`.
+    std::vector<Totals::Row> totals(std::int64_t id);
     std::optional<QByteArray> csv(std::int64_t id);
     std::optional<ReportChart> distribution(std::int64_t id);
     std::optional<AssortmentDistribution> assortments(std::int64_t id);
