@@ -489,7 +489,7 @@ bool Registry::createKey(Hive hive, const QString& key)
     if (!findOrCreate(hive, key))
         return false;
     changed(hive);
-    return m_batchDepth > 0 || !m_hives[indexOf(hive)]->dirty;
+    return saved(hive);
 }
 
 bool Registry::deleteKey(Hive hive, const QString& key)
@@ -501,7 +501,7 @@ bool Registry::deleteKey(Hive hive, const QString& key)
     if (!parent || parent->children.erase(fold(parts.back())) == 0)
         return false;
     changed(hive);
-    return m_batchDepth > 0 || !m_hives[indexOf(hive)]->dirty;
+    return saved(hive);
 }
 
 QStringList Registry::subkeys(Hive hive, const QString& key) const
@@ -545,37 +545,30 @@ std::optional<QString> Registry::string(Hive hive, const QString& key, const QSt
 bool Registry::setDword(Hive hive, const QString& key, const QString& name, quint32 value,
                         Create create)
 {
-    if (!validValueName(name))
-        return false;
-    const bool existed = keyExists(hive, key);
-    if (!existed && create == Create::No)
-        return false;
-    Key* k = findOrCreate(hive, key);
-    if (!k)
-        return false;
-    if (existed && HiveData::sameData(k->value(name), Key::Data(value)))
-        return true;
-    k->setValue(name, value);
-    changed(hive);
-    return m_batchDepth > 0 || !m_hives[indexOf(hive)]->dirty;
+    return validValueName(name) && setData(hive, key, name, value, create);
 }
 
 bool Registry::setString(Hive hive, const QString& key, const QString& name, const QString& value,
                          Create create)
 {
-    if (!validValueName(name) || value.size() > kMaxStringChars)
-        return false;
+    return validValueName(name) && value.size() <= kMaxStringChars
+           && setData(hive, key, name, value, create);
+}
+
+bool Registry::setData(Hive hive, const QString& key, const QString& name,
+                       const std::variant<quint32, QString>& value, Create create)
+{
     const bool existed = keyExists(hive, key);
     if (!existed && create == Create::No)
         return false;
     Key* k = findOrCreate(hive, key);
     if (!k)
         return false;
-    if (existed && HiveData::sameData(k->value(name), Key::Data(value)))
+    if (existed && HiveData::sameData(k->value(name), value))
         return true;
     k->setValue(name, value);
     changed(hive);
-    return m_batchDepth > 0 || !m_hives[indexOf(hive)]->dirty;
+    return saved(hive);
 }
 
 bool Registry::deleteValue(Hive hive, const QString& key, const QString& name)
@@ -584,7 +577,7 @@ bool Registry::deleteValue(Hive hive, const QString& key, const QString& name)
     if (!k || k->values.erase(fold(name)) == 0)
         return false;
     changed(hive);
-    return m_batchDepth > 0 || !m_hives[indexOf(hive)]->dirty;
+    return saved(hive);
 }
 
 QString Registry::exportText() const
@@ -618,6 +611,11 @@ bool Registry::flush()
             ok = save(hive) && ok;
     }
     return ok;
+}
+
+bool Registry::saved(Hive hive) const
+{
+    return m_batchDepth > 0 || !m_hives[indexOf(hive)]->dirty;
 }
 
 // A failed save leaves the change in memory and the hive dirty, so the next save retries it.

@@ -10,6 +10,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <variant>
 
 namespace brovant {
 
@@ -76,7 +77,11 @@ private:
     struct HiveData;
     Key* find(Hive hive, const QString& key) const;
     Key* findOrCreate(Hive hive, const QString& key);
+    bool setData(Hive hive, const QString& key, const QString& name,
+                 const std::variant<quint32, QString>& value, Create create);
     void changed(Hive hive);
+    // True when the change is on disk or waits for the batch to end.
+    bool saved(Hive hive) const;
     void load(Hive hive);
     bool save(Hive hive);
     QString hiveFile(Hive hive) const;

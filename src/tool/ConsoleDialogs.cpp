@@ -18,6 +18,7 @@ void ConsoleDialogs::print(const QString& line1, const QString& line2, const QSt
 void ConsoleDialogs::notice(const QString& line1, const QString& line2, const QString& line3,
                             const QString&, bool)
 {
+    ++m_notices;
     print(line1, line2, line3);
 }
 

@@ -1,5 +1,6 @@
 // Admin tool: messages go to standard error; questions are answered "no", since nobody is there
-// to ask. Progress is shown only on a terminal.
+// to ask. Progress is shown only on a terminal. Notices are counted, so a command that met one
+// can say so in its exit status.
 #pragma once
 
 #include "platform/MessageDialogs.h"
@@ -27,11 +28,14 @@ public:
               const QString& line3) override;
     void progress(double percent) override;
 
+    int notices() const { return m_notices; }
+
 private:
     void print(const QString& line1, const QString& line2, const QString& line3);
     QTextStream& m_err;
     bool m_showProgress;
     bool m_progressShown = false;
+    int m_notices = 0;
 };
 
 } // namespace brovant

@@ -22,9 +22,9 @@
 namespace brovant {
 namespace {
 
-// The console, with three changes for a transfer: notices are counted for the exit status, the
-// information window's line is shown once and not for every transferred line, and the questions
-// the command itself answers (`confirmations` of them, in order) are answered yes.
+// The console, with two changes for a transfer: the information window's line is shown once and
+// not for every transferred line, and the questions the command itself answers (`confirmations`
+// of them, in order) are answered yes.
 class TransferDialogs final : public MessageDialogs {
 public:
     TransferDialogs(QTextStream& err, int confirmations = 0)
@@ -33,12 +33,11 @@ public:
         , m_confirmations(confirmations)
     {
     }
-    int notices() const { return m_notices; }
+    int notices() const { return m_console.notices(); }
 
     void notice(const QString& line1, const QString& line2, const QString& line3,
                 const QString& caption, bool sound) override
     {
-        ++m_notices;
         m_console.notice(line1, line2, line3, caption, sound);
     }
     Answer yesNo(const QString& line1, const QString& line2, const QString& line3,
@@ -76,7 +75,6 @@ private:
     QTextStream& m_err;
     ConsoleDialogs m_console;
     int m_confirmations;
-    int m_notices = 0;
     int m_lastShow = -1;
     QString m_lastLine;
 };

@@ -20,49 +20,10 @@
 namespace brovant {
 namespace {
 
-// Console messages that also count the notices, so a list that could not be written shows in the
-// exit status.
-class CountingDialogs final : public MessageDialogs {
-public:
-    explicit CountingDialogs(QTextStream& err)
-        : m_console(err, isatty(STDERR_FILENO))
-    {
-    }
-    int notices() const { return m_notices; }
-
-    void notice(const QString& line1, const QString& line2, const QString& line3,
-                const QString& caption, bool sound) override
-    {
-        ++m_notices;
-        m_console.notice(line1, line2, line3, caption, sound);
-    }
-    Answer yesNo(const QString& line1, const QString& line2, const QString& line3,
-                 const QString& yesCaption, const QString& noCaption) override
-    {
-        return m_console.yesNo(line1, line2, line3, yesCaption, noCaption);
-    }
-    Answer question(const QString& line1, const QString& line2, const QString& line3,
-                    const QString& caption1, const QString& caption2,
-                    const QString& caption3) override
-    {
-        return m_console.question(line1, line2, line3, caption1, caption2, caption3);
-    }
-    void info(int showCommand, const QString& line1, const QString& line2,
-              const QString& line3) override
-    {
-        m_console.info(showCommand, line1, line2, line3);
-    }
-    void progress(double percent) override { m_console.progress(percent); }
-
-private:
-    ConsoleDialogs m_console;
-    int m_notices = 0;
-};
-
 int exportLists(DeviceSession& session, QTextStream& out, QTextStream& err)
 {
     Database& db = session.database();
-    CountingDialogs dialogs(err);
+    ConsoleDialogs dialogs(err, isatty(STDERR_FILENO));
     ListFileExport exporter(session.root(), db, session.store(), dialogs);
     std::vector<std::int64_t> marked;
     for (const TableRow& list : ListStore(db).marked())
@@ -92,7 +53,7 @@ int importLists(DeviceSession& session, QTextStream& out, QTextStream& err)
     Database& db = session.database();
     ListStore lists(db);
     const std::int64_t lastRow = lists.lastRowId();
-    CountingDialogs dialogs(err);
+    ConsoleDialogs dialogs(err, isatty(STDERR_FILENO));
     const KeepAwake::Scope awake(session.keepAwake());
     const ListFileImport::Outcome outcome = ListFileImport(session.root(), db, dialogs).run();
     // The lists made before a file that failed stay, so they are named in every case.
