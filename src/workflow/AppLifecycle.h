@@ -1,4 +1,4 @@
-// Application shell: start-up and shutdown of the program on a device root, in the device's
+// Workflow: start-up and shutdown of the program on a device root, in the device's
 // order: device probe, hardware-button keys, cold-boot recovery, structure check, screen creation,
 // configuration import, settings load, ActiveSync and power settings; and at exit the restoring of
 // everything start-up changed. Single-instance handling and the widgets themselves are the

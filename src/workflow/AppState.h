@@ -1,4 +1,4 @@
-// Application shell: the few application-wide values every screen reads (current list, device
+// Workflow: the few application-wide values every screen reads (current list, device
 // flags, the loaded master tables). Owned by the application object; screens keep no copies.
 #pragma once
 

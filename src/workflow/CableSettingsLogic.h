@@ -1,4 +1,4 @@
-// Application shell: the cable settings screen ("Einstellungen - Kabel") without its widgets. The
+// Workflow: the cable settings screen ("Einstellungen - Kabel") without its widgets. The
 // port list (COM1..COM9, ActiveSync) and the serial line's indices in section DUE; confirming an
 // ActiveSync port also lets the device connect to ActiveSync by itself. How the line is opened
 // is the transfer's business.

@@ -1,4 +1,4 @@
-// Application shell: the backup copies start-up offers after a cold boot: when the offer applies,
+// Workflow: the backup copies start-up offers after a cold boot: when the offer applies,
 // where the backup lies (flash or one of the card folders), and copying it over the working
 // database or aside as ".bak.cdb". Asking the user is the caller's; writing backups is not ours.
 #pragma once

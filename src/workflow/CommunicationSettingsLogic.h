@@ -1,4 +1,4 @@
-// Application shell: the printer and communication settings screen without its widgets. The
+// Workflow: the printer and communication settings screen without its widgets. The
 // transfer channel (with the modem's phone-book entry), the caliper and the printer, read from
 // the settings store into one working copy; confirming writes what the user changed and brings
 // the loaded tables in line. The serial line itself is the cable settings screen's.

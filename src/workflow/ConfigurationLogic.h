@@ -1,4 +1,4 @@
-// Application shell: the configuration screen without its widgets. Three pages (company header,
+// Workflow: the configuration screen without its widgets. Three pages (company header,
 // modem phone book, FTP access) whose values live in the registry and are mirrored into the one
 // row of Brov_Konfiguration, the row the screen's fields are bound to. The FTP password is not
 // mirrored: the database travels in every backup, the registry stays on the device, owner-only.

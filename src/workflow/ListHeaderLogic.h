@@ -1,4 +1,4 @@
-// Application shell: the list header screen without its widgets. A new list or an existing one is
+// Workflow: the list header screen without its widgets. A new list or an existing one is
 // edited in the buffers of a dataset over Brov_Kopfdaten, nine pages long: page 1 the fixed
 // fields, pages 2 to 9 the sixteen free fields two by two. Leaving a page runs its checks, with
 // the messages the user sees, and writes the row. Labels, mandatory flags and choice lists come

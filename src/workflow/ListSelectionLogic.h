@@ -1,4 +1,4 @@
-// Application shell: the list selection screen without its widgets. Reads the rows of
+// Workflow: the list selection screen without its widgets. Reads the rows of
 // Brov_Kopfdaten in table order, keeps the selected row, and runs what the screen's buttons do to
 // one list (mark, delete, model list, the checks before tally, totals and printouts), and sends
 // and receives lists over the channels it is given. Which screen opens is the screen's; how the

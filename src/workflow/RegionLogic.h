@@ -1,4 +1,4 @@
-// Application shell: the region screen without its widgets. Shows the growth regions of one list
+// Workflow: the region screen without its widgets. Shows the growth regions of one list
 // (its Brov_Region rows, the "REG" records of its list file), adds a region with the tariffs the
 // master data assign to it, and removes one. A region without assignments is checked and asked
 // about as on the list header; keyboards, layout and screen switching are the screen's.

@@ -1,4 +1,4 @@
-// Application shell: what the settings screen's functions do, without widgets: initialising the
+// Workflow: what the settings screen's functions do, without widgets: initialising the
 // database ("Delete all"), loading a new configuration ("RecKonfig") and the two backup options.
 // The screen owns the controls; the device routes belong to DeviceControls.
 #pragma once

@@ -1,4 +1,4 @@
-// Tally: the tally screen without its widgets. One list's trees (Brov_Holzdaten rows of one
+// Workflow: the tally screen without its widgets. One list's trees (Brov_Holzdaten rows of one
 // ID_FILE) are browsed record by record behind a cursor that can also stand behind the last one,
 // on the new record. Entries go in field by field and run the lookups; confirming checks, writes
 // and commits the record before anything shows it as saved. Keyboards, layout and where the

@@ -1,4 +1,4 @@
-// Application shell: the tariff assignment screen without its widgets. Browses, adds, changes and
+// Workflow: the tariff assignment screen without its widgets. Browses, adds, changes and
 // deletes the region / species / tariff rows of Brov_Einstellungen (ID_TYPE 3), checked against
 // the loaded species and tariff tables. Keyboards, fonts and layout are the screen's.
 #pragma once
