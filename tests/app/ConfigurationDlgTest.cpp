@@ -14,12 +14,7 @@ struct ConfigProgram : Program {
     {
         EXPECT_NE(screen, nullptr);
     }
-    void clickPage(const char* title)
-    {
-        auto* key = screen->findChild<QAbstractButton*>(QStringLiteral("page") + text(title));
-        ASSERT_NE(key, nullptr) << title;
-        QTest::mouseClick(key, Qt::LeftButton);
-    }
+    void clickPage(const char* title) { click(QStringLiteral("page") + text(title)); }
     QString registry(const char* section, const char* entry)
     {
         return session.profile().readString(text(section), text(entry), QStringLiteral("<absent>"));

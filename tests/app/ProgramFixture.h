@@ -112,6 +112,11 @@ public:
         driver.click(button);
         check();
     }
+    void click(const QString& objectName)
+    {
+        driver.click(objectName);
+        check();
+    }
     void type(const QString& characters)
     {
         driver.type(characters);

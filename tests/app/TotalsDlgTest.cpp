@@ -114,13 +114,7 @@ TEST_F(TotalsScreen, KeyBarAndWaysOut)
         press(step > 0 ? KeypadScreen::kNextField : KeypadScreen::kPreviousField);
     EXPECT_EQ(view()->indexOfTopLevelItem(view()->currentItem()), 1);
 
-    // Without the printout screens both keys leave the user here.
-    press(TotalsDlg::kPrint);
-    EXPECT_EQ(activeName(), QStringLiteral("totals"));
-    press(TotalsDlg::kAssortment);
-    EXPECT_EQ(activeName(), QStringLiteral("totals"));
-    EXPECT_TRUE(dialogs.asked().isEmpty());
-
+    // What the print keys do: DistributionDlgTest.cpp.
     press(Screen::kCancel);
     EXPECT_EQ(activeName(), QStringLiteral("listSelection"));
 }
