@@ -1,6 +1,7 @@
 #include "app/DemoTour.h"
 
 #include "app/BrovantApp.h"
+#include "app/CableSettingsDlg.h"
 #include "app/ConfigurationDlg.h"
 #include "app/DistributionDlg.h"
 #include "app/ListHeaderDlg.h"
@@ -12,6 +13,7 @@
 #include "app/QtMessageDialogs.h"
 #include "app/RegionDlg.h"
 #include "app/RestoreDlg.h"
+#include "app/ScreenDriver.h"
 #include "app/SettingsDlg.h"
 #include "app/SpeciesSelectionDlg.h"
 #include "app/SystemInfoDlg.h"
@@ -25,6 +27,7 @@
 #include "evaluation/print/ReportPrinter.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
+#include "platform/CopyTree.h"
 #include "tally/Lookup.h"
 #include "workflow/AppState.h"
 #include "workflow/ListSelectionLogic.h"
@@ -32,7 +35,6 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QDir>
-#include <QDirIterator>
 #include <QFile>
 #include <QLineEdit>
 #include <QPainter>
@@ -41,27 +43,8 @@
 #include <QTextStream>
 #include <QTreeWidget>
 
-#include <deque>
-
 namespace brovant {
 namespace {
-
-bool copyTree(const QString& from, const QString& to)
-{
-    QDir().mkpath(to);
-    QDirIterator it(from, QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot,
-                    QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        const QString path = it.next();
-        const QString target = to + path.mid(from.size());
-        if (it.fileInfo().isDir()) {
-            QDir().mkpath(target);
-        } else if (!path.endsWith(QStringLiteral(".brovant.lock")) && !QFile::copy(path, target)) {
-            return false;
-        }
-    }
-    return true;
-}
 
 QString slug(const QString& text)
 {
@@ -102,15 +85,16 @@ public:
             QPainter p(&picture);
             p.drawPixmap(at, overlay->grab());
         }
-        const QString file = QStringLiteral("%1/%2-%3.png")
-                                 .arg(m_outDir)
-                                 .arg(++m_count, 2, 10, QChar(u'0'))
-                                 .arg(slug(name));
-        if (picture.save(file))
-            m_files << file;
+        save(picture.toImage(), name);
     }
     // A picture that is not the window (a printed page).
-    void keep(const QImage& image, const QString& name)
+    void keep(const QImage& image, const QString& name) { save(image, name); }
+    const QStringList& files() const { return m_files; }
+    // A picture that cannot be written fails the tour.
+    void report(ScreenDriver& drive) { m_drive = &drive; }
+
+private:
+    void save(const QImage& image, const QString& name)
     {
         const QString file = QStringLiteral("%1/%2-%3.png")
                                  .arg(m_outDir)
@@ -118,17 +102,19 @@ public:
                                  .arg(slug(name));
         if (image.save(file))
             m_files << file;
+        else if (m_drive)
+            m_drive->fail(QStringLiteral("Bild %1 nicht geschrieben").arg(file));
     }
-    const QStringList& files() const { return m_files; }
 
-private:
+    ScreenDriver* m_drive = nullptr;
     QWidget* m_window;
     QString m_outDir;
     int m_count = 0;
     QStringList m_files;
 };
 
-// The real dialogs, answered from a script, each photographed over the screen behind it.
+// The real dialogs, each photographed over the screen behind it; the script records every
+// message and answers the questions.
 class TourDialogs : public QtMessageDialogs {
 public:
     TourDialogs(QWidget* window, const DeviceRoot& root, std::function<void()> afterModal,
@@ -136,8 +122,30 @@ public:
         : QtMessageDialogs(window, root, std::move(afterModal))
         , m_camera(camera)
     {
+        m_script.setFallback(Answer::No, Answer::No);
     }
-    void answerNext(Answer answer) { m_answers.push_back(answer); }
+    ScriptedDialogs& script() { return m_script; }
+
+    void notice(const QString& line1, const QString& line2, const QString& line3,
+                const QString& caption, bool sound) override
+    {
+        m_script.notice(line1, line2, line3, caption, sound);
+        m_next = Answer::Ok;
+        QtMessageDialogs::notice(line1, line2, line3, caption, sound);
+    }
+    Answer yesNo(const QString& line1, const QString& line2, const QString& line3,
+                 const QString& yesCaption, const QString& noCaption) override
+    {
+        m_next = m_script.yesNo(line1, line2, line3, yesCaption, noCaption);
+        return QtMessageDialogs::yesNo(line1, line2, line3, yesCaption, noCaption);
+    }
+    Answer question(const QString& line1, const QString& line2, const QString& line3,
+                    const QString& caption1, const QString& caption2,
+                    const QString& caption3) override
+    {
+        m_next = m_script.question(line1, line2, line3, caption1, caption2, caption3);
+        return QtMessageDialogs::question(line1, line2, line3, caption1, caption2, caption3);
+    }
 
 protected:
     Answer run(MessageDialog& dialog) override
@@ -154,12 +162,7 @@ protected:
             window->activateWindow();
             QApplication::processEvents();
         }
-        if (m_answers.empty())
-            return dialog.findChild<QWidget*>(QStringLiteral("button1055")) ? Answer::Ok
-                                                                            : Answer::No;
-        const Answer answer = m_answers.front();
-        m_answers.pop_front();
-        return answer;
+        return m_next;
     }
     void infoShown() override
     {
@@ -172,178 +175,131 @@ protected:
 
 private:
     Camera& m_camera;
-    std::deque<Answer> m_answers;
+    ScriptedDialogs m_script;
+    Answer m_next = Answer::None;
     QString m_lastInfo;
 };
 
-// Clicks the key of that object name on the screen's shown keyboard, as a finger would.
-void press(KeypadScreen* screen, const QString& key)
-{
-    if (auto* found = screen->keyboard()->findChild<KeyButton*>(key))
-        found->click();
-}
+struct Tour {
+    BrovantApp& app;
+    Camera& camera;
+    ScreenDriver& drive;
+};
 
-void press(KeypadScreen* screen, int command)
+// The three configuration pages, then a modem entry typed on the soft keys and confirmed; the
+// question to end the program, answered "NEIN".
+void tourConfiguration(Tour& t)
 {
-    if (KeyButton* found = screen->keyboard()->keyFor(command))
-        found->click();
-}
-
-void type(KeypadScreen* screen, const QString& text)
-{
-    for (const QChar c : text)
-        press(screen, QStringLiteral("char_") + c);
-}
-
-// The three configuration pages, then a modem entry typed on the soft keys and confirmed.
-void tourConfiguration(BrovantApp& app, Camera& camera)
-{
-    auto* config = app.stack().screen<ConfigurationDlg>();
-    if (!config)
+    t.app.stack().screen<ConfigurationDlg>()->openPage(int(ConfigPage::CompanyHeader));
+    if (!t.drive.expect<ConfigurationDlg>())
         return;
-    config->openPage(int(ConfigPage::CompanyHeader));
-    camera.take(QStringLiteral("Konfiguration Firmenkopf"));
+    t.camera.take(QStringLiteral("Konfiguration Firmenkopf"));
     for (const char* page : {"pageModem", "pageFTP"}) {
-        config->findChild<QAbstractButton*>(QString::fromLatin1(page))->click();
-        camera.take(QStringLiteral("Konfiguration ") + QString::fromLatin1(page + 4));
+        t.drive.click(QString::fromLatin1(page));
+        t.camera.take(QStringLiteral("Konfiguration ") + QString::fromLatin1(page + 4));
     }
-    config->findChild<QAbstractButton*>(QStringLiteral("pageModem"))->click();
-    type(config, QStringLiteral("BÜRO"));
-    press(config, KeypadScreen::kNextField);
-    press(config, KeypadScreen::kZiff);
-    type(config, QStringLiteral("07612345"));
-    camera.take(QStringLiteral("Konfiguration Modem Ziffern"));
-    press(config, KeypadScreen::kEnter);
+    t.drive.click(QStringLiteral("pageModem"));
+    t.drive.type(QStringLiteral("BÜRO"));
+    t.drive.press(KeypadScreen::kNextField);
+    t.drive.press(KeypadScreen::kZiff);
+    t.drive.type(QStringLiteral("07612345"));
+    t.camera.take(QStringLiteral("Konfiguration Modem Ziffern"));
+    t.drive.press(KeypadScreen::kEnter);
+    t.drive.expect<MainMenuDlg>();
+    t.drive.answering({Answer::No}, [&t] { t.drive.press(Screen::kCancel); });
 }
 
 // The system information, reached with the main menu's key, and back.
-void tourSystemInfo(BrovantApp& app, Camera& camera)
+void tourSystemInfo(Tour& t)
 {
-    press(app.mainMenu(), MainMenuDlg::kSystemInfo);
-    auto* info = app.stack().screen<SystemInfoDlg>();
-    if (!info || app.stack().activeScreen() != info)
+    t.drive.press(MainMenuDlg::kSystemInfo);
+    if (!t.drive.expect<SystemInfoDlg>())
         return;
-    camera.take(QStringLiteral("Systeminfo"));
-    press(info, Screen::kCancel);
+    t.camera.take(QStringLiteral("Systeminfo"));
+    t.drive.press(Screen::kCancel);
 }
 
 // The assignments of all regions; region, species and tariff picked from the list keyboards make a
 // combination that exists already, so saving is refused. Then back.
-void tourTariffAssignment(BrovantApp& app, Camera& camera)
+void tourTariffAssignment(Tour& t)
 {
-    auto* screen = app.stack().screen<TariffAssignmentDlg>();
-    if (!screen)
+    t.app.stack().screen<TariffAssignmentDlg>()->openAll();
+    if (!t.drive.expect<TariffAssignmentDlg>())
         return;
-    const auto pick = [screen](const QString& code) {
-        OnScreenKeyboard* list = screen->keyboard();
-        for (int page = 0; page < list->pageCount(); ++page) {
-            list->showPage(page);
-            for (int i = 0; i < list->keyCount(); ++i) {
-                if (list->key(i)->def().commandId > 0 && list->key(i)->caption() == code) {
-                    list->key(i)->click();
-                    return;
-                }
-            }
-        }
-    };
-    screen->openAll();
-    camera.take(QStringLiteral("Tarif-Zuordnung"));
-    screen->shownKey(TariffAssignmentDlg::kRegionKeys)->click();
-    pick(QStringLiteral("WR01"));
-    pick(QStringLiteral("FI"));
-    camera.take(QStringLiteral("Tarif-Zuordnung Tarifliste"));
-    pick(QStringLiteral("FI01"));
-    screen->shownKey(TariffAssignmentDlg::kSave)->click();
-    press(screen, Screen::kCancel);
-}
-
-// Characters from the letter or digit keyboard, switching with "Ziff" until the key is shown.
-void typeAny(KeypadScreen* screen, const QString& text)
-{
-    for (const QChar c : text) {
-        const QString key = QStringLiteral("char_") + c;
-        for (int tries = 0; tries < 3 && !screen->keyboard()->findChild<KeyButton*>(key); ++tries)
-            press(screen, KeypadScreen::kZiff);
-        press(screen, key);
-    }
-}
-
-// The entry of the list keyboard shown now, turning its pages.
-void pickEntry(KeypadScreen* screen, const QString& text)
-{
-    OnScreenKeyboard* list = screen->keyboard();
-    for (int page = 0; page < list->pageCount(); ++page) {
-        list->showPage(page);
-        for (int i = 0; i < list->keyCount(); ++i) {
-            if (list->key(i)->def().commandId == ListHeaderDlg::kChoiceEntry
-                && list->key(i)->caption() == text) {
-                list->key(i)->click();
-                return;
-            }
-        }
-    }
+    t.camera.take(QStringLiteral("Tarif-Zuordnung"));
+    t.drive.press(TariffAssignmentDlg::kRegionKeys);
+    t.drive.pick(QStringLiteral("WR01"));
+    t.drive.pick(QStringLiteral("FI"));
+    t.camera.take(QStringLiteral("Tarif-Zuordnung Tarifliste"));
+    t.drive.pick(QStringLiteral("FI01"));
+    t.drive.press(TariffAssignmentDlg::kSave);
+    t.drive.expectMessage(QStringLiteral("Kombination WR/HA"));
+    t.drive.press(Screen::kCancel);
 }
 
 // A new list from the main menu: page 1 with an unknown region (the question, answered
 // "Abbruch"), the region picked from its list, the free pages with their choice lists, then the
 // list information of the new list.
-void tourNewList(BrovantApp& app, Camera& camera, TourDialogs& dialogs)
+void tourNewList(Tour& t)
 {
-    press(app.mainMenu(), MainMenuDlg::kNewList);
-    auto* header = app.stack().screen<ListHeaderDlg>();
-    if (!header || app.stack().activeScreen() != header)
+    ScreenDriver& d = t.drive;
+    d.expect<MainMenuDlg>();
+    d.press(MainMenuDlg::kNewList);
+    if (!d.expect<ListHeaderDlg>())
         return;
     const int next = KeypadScreen::kNextField;
     const int enter = KeypadScreen::kEnter;
-    camera.take(QStringLiteral("Liste anlegen Seite 1"));
-    typeAny(header, QStringLiteral("HIEB01"));
-    press(header, next);
-    typeAny(header, QStringLiteral("NORDHANG"));
+    t.camera.take(QStringLiteral("Liste anlegen Seite 1"));
+    d.type(QStringLiteral("HIEB01"));
+    d.press(next);
+    d.type(QStringLiteral("NORDHANG"));
     for (int field = 0; field < 3; ++field)
-        press(header, next);
-    press(header, KeypadScreen::kZiff);
-    typeAny(header, QStringLiteral("WR9"));
-    dialogs.answerNext(Answer::Second); // "Abbruch"
-    press(header, enter);
-    header->findChild<QLineEdit*>(QStringLiteral("REGION_A"))->clear();
-    press(header, KeypadScreen::kZiff);
-    camera.take(QStringLiteral("Liste anlegen Wuchsregionen"));
-    pickEntry(header, QStringLiteral("WR01"));
-    press(header, enter);
+        d.press(next);
+    d.press(KeypadScreen::kZiff);
+    d.type(QStringLiteral("WR9"));
+    d.answering({Answer::Second}, [&] { d.press(enter); }); // "Abbruch"
+    if (QLineEdit* region = d.field(QStringLiteral("REGION_A")))
+        region->clear();
+    d.press(KeypadScreen::kZiff);
+    t.camera.take(QStringLiteral("Liste anlegen Wuchsregionen"));
+    d.pick(QStringLiteral("WR01"));
+    d.press(enter);
 
-    camera.take(QStringLiteral("Liste anlegen Seite 2"));
-    pickEntry(header, QStringLiteral("Forstamt Musterwald"));
-    pickEntry(header, QStringLiteral("Revier Hirschberg"));
-    press(header, enter);
-    press(header, enter); // Abteilung is mandatory: "Eingabe fehlt !!!"
-    typeAny(header, QStringLiteral("12"));
-    press(header, enter);
-    press(header, enter);
-    camera.take(QStringLiteral("Liste anlegen Seite 5 Auswahl"));
-    pickEntry(header, QStringLiteral("Durchforstung"));
-    pickEntry(header, QStringLiteral("Stammholz lang"));
-    press(header, enter);
-    press(header, enter);
-    press(header, next); // the cursor key passes page 7 by, so its mandatory field stays empty
-    press(header, next);
-    camera.take(QStringLiteral("Liste anlegen Seite 9"));
-    press(header, enter); // "Es wurden nicht alle Pflicht-Kopfdaten eingegeben!"
-    press(header, KeypadScreen::kPreviousField);
-    press(header, KeypadScreen::kPreviousField);
-    header->findChild<QLineEdit*>(QStringLiteral("KOPF12_A"))->setFocus(Qt::MouseFocusReason);
-    pickEntry(header, QStringLiteral("Max Mustermann"));
-    camera.take(QStringLiteral("Liste anlegen Seite 7"));
+    t.camera.take(QStringLiteral("Liste anlegen Seite 2"));
+    d.pick(QStringLiteral("Forstamt Musterwald"));
+    d.pick(QStringLiteral("Revier Hirschberg"));
+    d.press(enter);
+    d.press(enter);
+    d.expectMessage(QStringLiteral("Eingabe fehlt !!!")); // Abteilung is mandatory
+    d.type(QStringLiteral("12"));
+    d.press(enter);
+    d.press(enter);
+    t.camera.take(QStringLiteral("Liste anlegen Seite 5 Auswahl"));
+    d.pick(QStringLiteral("Durchforstung"));
+    d.pick(QStringLiteral("Stammholz lang"));
+    d.press(enter);
+    d.press(enter);
+    d.press(next); // the cursor key passes page 7 by, so its mandatory field stays empty
+    d.press(next);
+    t.camera.take(QStringLiteral("Liste anlegen Seite 9"));
+    d.press(enter);
+    d.expectMessage(QStringLiteral("Es wurden nicht alle"));
+    d.press(KeypadScreen::kPreviousField);
+    d.press(KeypadScreen::kPreviousField);
+    if (QLineEdit* name = d.field(QStringLiteral("KOPF12_A")))
+        name->setFocus(Qt::MouseFocusReason);
+    d.pick(QStringLiteral("Max Mustermann"));
+    t.camera.take(QStringLiteral("Liste anlegen Seite 7"));
     for (int page = 7; page <= 9; ++page)
-        press(header, enter);
-
-    auto* info = app.stack().screen<ListInfoDlg>();
-    if (!info)
+        d.press(enter);
+    if (d.failed())
         return;
-    app.stack().switchTo(info);
-    camera.take(QStringLiteral("Listeninformation"));
-    press(info, Screen::kCancel);
-    if (app.stack().activeScreen() != app.mainMenu())
-        app.stack().switchTo(app.mainMenu());
+
+    t.app.stack().switchTo(t.app.stack().screen<ListInfoDlg>());
+    t.camera.take(QStringLiteral("Listeninformation"));
+    d.press(Screen::kCancel);
+    if (t.app.stack().activeScreen() != t.app.mainMenu())
+        t.app.stack().switchTo(t.app.mainMenu());
 }
 
 // Two more lists beside whatever the device holds, written the way a finished header is stored.
@@ -369,194 +325,149 @@ void addTourLists(DeviceSession& session)
     }
 }
 
-// The list selection from the main menu: each tab, a list marked for transfer, the delete
-// question (answered "NEIN") and the model list question (answered "Ja"), then back.
-// From the main menu to the list selection, the list whose name starts with `name` selected,
-// `tab` shown and `key` pressed: the screen that key opened, or null where a step failed.
-Screen* fromListSelection(BrovantApp& app, const QString& name, int tab, int key)
+// From the main menu to the list selection, the list whose name starts with `name` selected and
+// `tab` shown.
+ListSelectionDlg* openListSelection(Tour& t, const QString& name, int tab)
 {
-    if (app.stack().activeScreen() != app.mainMenu())
-        app.stack().switchTo(app.mainMenu());
-    press(app.mainMenu(), MainMenuDlg::kSelectList);
-    auto* lists = app.stack().screen<ListSelectionDlg>();
-    if (!lists || app.stack().activeScreen() != lists)
+    t.drive.expect<MainMenuDlg>();
+    t.drive.press(MainMenuDlg::kSelectList);
+    auto* lists = t.drive.expect<ListSelectionDlg>();
+    if (!lists)
         return nullptr;
     const auto found = lists->listView()->findItems(name, Qt::MatchStartsWith, 0);
-    if (found.isEmpty())
+    if (found.isEmpty()) {
+        t.drive.fail(QStringLiteral("Liste %1 fehlt").arg(name));
         return nullptr;
+    }
     lists->listView()->setCurrentItem(found.first());
     lists->showTab(tab);
-    press(lists, key);
-    Screen* opened = app.stack().activeScreen();
-    return opened == lists ? nullptr : opened;
+    return lists;
 }
 
-// Back from the list selection to the main menu, where the tour left it open.
-void backFromListSelection(BrovantApp& app)
+// The list selection from the main menu: each tab, a list marked for transfer, the delete
+// question (answered "NEIN") and the model list question (answered "Ja"), then back.
+void tourListSelection(Tour& t)
 {
-    Screen* lists = app.stack().screen<ListSelectionDlg>();
-    if (auto* screen = qobject_cast<KeypadScreen*>(lists);
-        screen && app.stack().activeScreen() == lists)
-        press(screen, Screen::kCancel);
-}
-
-void tourListSelection(BrovantApp& app, Camera& camera, TourDialogs& dialogs)
-{
-    if (app.stack().activeScreen() != app.mainMenu())
-        app.stack().switchTo(app.mainMenu());
-    addTourLists(app.session());
-    press(app.mainMenu(), MainMenuDlg::kSelectList);
-    auto* screen = app.stack().screen<ListSelectionDlg>();
-    if (!screen || app.stack().activeScreen() != screen)
+    addTourLists(t.app.session());
+    t.drive.expect<MainMenuDlg>();
+    t.drive.press(MainMenuDlg::kSelectList);
+    auto* screen = t.drive.expect<ListSelectionDlg>();
+    if (!screen)
         return;
     const char* tabs[] = {"Holzaufnahme", "Auswertung", "DÜ"};
     for (int tab = 0; tab < 3; ++tab) {
         screen->showTab(tab);
-        camera.take(QStringLiteral("Listenauswahl ") + QString::fromUtf8(tabs[tab]));
+        t.camera.take(QStringLiteral("Listenauswahl ") + QString::fromUtf8(tabs[tab]));
     }
     QTreeWidget* view = screen->listView();
     view->setCurrentItem(view->topLevelItem(view->topLevelItemCount() - 1));
-    press(screen, ListSelectionDlg::kMark);
-    camera.take(QStringLiteral("Listenauswahl markiert"));
+    t.drive.press(ListSelectionDlg::kMark);
+    t.camera.take(QStringLiteral("Listenauswahl markiert"));
 
     screen->showTab(ListSelectionDlg::TallyTab);
-    dialogs.answerNext(Answer::No);
-    press(screen, ListSelectionDlg::kDelete);
-    dialogs.answerNext(Answer::First); // "Ja"
-    press(screen, ListSelectionDlg::kModel);
-    camera.take(QStringLiteral("Listenauswahl Modell-Liste"));
-    press(screen, Screen::kCancel);
+    t.drive.answering({Answer::No}, [&t] { t.drive.press(ListSelectionDlg::kDelete); });
+    t.drive.answering({Answer::First}, [&t] { t.drive.press(ListSelectionDlg::kModel); });
+    t.camera.take(QStringLiteral("Listenauswahl Modell-Liste"));
+    t.drive.press(Screen::kCancel);
 }
 
 // The regions of "SUED02" from the list selection's "Region": one picked from the master regions,
 // then back to the main menu.
-void tourRegion(BrovantApp& app, Camera& camera)
+void tourRegion(Tour& t)
 {
-    auto* regions = qobject_cast<RegionDlg*>(fromListSelection(
-        app, QStringLiteral("SUED02"), ListSelectionDlg::TallyTab, ListSelectionDlg::kRegion));
-    if (!regions)
+    openListSelection(t, QStringLiteral("SUED02"), ListSelectionDlg::TallyTab);
+    t.drive.press(ListSelectionDlg::kRegion);
+    if (!t.drive.expect<RegionDlg>())
         return;
-    OnScreenKeyboard* list = regions->keyboard();
-    for (int i = 0; i < list->keyCount(); ++i) {
-        if (list->key(i)->def().commandId == RegionDlg::kRegionEntry
-            && list->key(i)->caption() == QLatin1StringView("WR01")) {
-            list->key(i)->click();
-            break;
-        }
-    }
-    camera.take(QStringLiteral("Wuchsregionen"));
-    press(regions, Screen::kCancel);
-    backFromListSelection(app);
-}
-
-// The key showing `caption` on the keyboard shown now, turning its pages.
-void pickCaption(KeypadScreen* screen, const QString& caption)
-{
-    OnScreenKeyboard* keys = screen->keyboard();
-    for (int page = 0; page < keys->pageCount(); ++page) {
-        keys->showPage(page);
-        for (int i = 0; i < keys->keyCount(); ++i) {
-            if (keys->key(i)->def().commandId > 0 && keys->key(i)->caption() == caption) {
-                keys->key(i)->click();
-                return;
-            }
-        }
-    }
+    t.drive.pick(QStringLiteral("WR01"));
+    t.camera.take(QStringLiteral("Wuchsregionen"));
+    t.drive.press(Screen::kCancel);
+    t.drive.expect<ListSelectionDlg>();
+    t.drive.press(Screen::kCancel);
 }
 
 // A few trees of a fresh list by keypad: the species and tariff keys, one tree refused, three
 // saved; a step back with the arrow; the secondary keys; the species slots (a code typed for slot
 // 12, another for the caliper's key 8); the totals; then back to the list selection.
-void tourTally(BrovantApp& app, Camera& camera)
+void tourTally(Tour& t)
 {
-    if (app.stack().activeScreen() != app.mainMenu())
-        app.stack().switchTo(app.mainMenu());
-    press(app.mainMenu(), MainMenuDlg::kSelectList);
-    auto* lists = app.stack().screen<ListSelectionDlg>();
-    auto* tally = app.stack().screen<TallyDlg>();
-    if (!lists || !tally || app.stack().activeScreen() != lists)
+    ScreenDriver& d = t.drive;
+    openListSelection(t, QStringLiteral("SUED02"), ListSelectionDlg::TallyTab);
+    d.press(ListSelectionDlg::kTally);
+    if (!d.expect<TallyDlg>())
         return;
-    QTreeWidget* view = lists->listView();
-    const auto found = view->findItems(QStringLiteral("SUED02"), Qt::MatchStartsWith, 0);
-    if (found.isEmpty())
-        return;
-    view->setCurrentItem(found.first());
-    lists->showTab(ListSelectionDlg::TallyTab);
-    press(lists, ListSelectionDlg::kTally);
-    if (app.stack().activeScreen() != tally)
-        return;
-    camera.take(QStringLiteral("Holzaufnahme"));
+    t.camera.take(QStringLiteral("Holzaufnahme"));
 
     const int enter = KeypadScreen::kEnter;
-    press(tally, enter); // nothing entered yet: "Holzart fehlt !!!"
-    camera.take(QStringLiteral("Holzaufnahme Holzarten"));
-    pickCaption(tally, QStringLiteral("BU"));
-    camera.take(QStringLiteral("Holzaufnahme Tarife"));
-    pickCaption(tally, QStringLiteral("BU01"));
+    d.press(enter);
+    d.expectMessage(QStringLiteral("Holzart fehlt !!!"));
+    t.camera.take(QStringLiteral("Holzaufnahme Holzarten"));
+    d.pick(QStringLiteral("BU"));
+    t.camera.take(QStringLiteral("Holzaufnahme Tarife"));
+    d.pick(QStringLiteral("BU01"));
     for (const char* diameter : {"34", "28"}) {
-        type(tally, QString::fromLatin1(diameter));
-        press(tally, enter);
+        d.type(QString::fromLatin1(diameter));
+        d.press(enter);
     }
     // Back over the class to the count; Enter leads on through the class to the diameter.
-    const int previous = KeypadScreen::kPreviousField;
-    press(tally, previous);
-    press(tally, previous);
-    type(tally, QStringLiteral("3"));
-    press(tally, enter);
-    press(tally, enter);
-    type(tally, QStringLiteral("41"));
-    camera.take(QStringLiteral("Holzaufnahme Eingabe"));
-    press(tally, enter);
-    camera.take(QStringLiteral("Holzaufnahme drei Baeume"));
-    press(tally, TallyDlg::kUp);
-    camera.take(QStringLiteral("Holzaufnahme zurueckgeblaettert"));
-    press(tally, TallyDlg::kEtc);
-    press(tally, TallyDlg::kEnd);
-    press(tally, TallyDlg::kEtc);
-    camera.take(QStringLiteral("Holzaufnahme Funktionen"));
+    d.press(KeypadScreen::kPreviousField);
+    d.press(KeypadScreen::kPreviousField);
+    d.type(QStringLiteral("3"));
+    d.press(enter);
+    d.press(enter);
+    d.type(QStringLiteral("41"));
+    t.camera.take(QStringLiteral("Holzaufnahme Eingabe"));
+    d.press(enter);
+    t.camera.take(QStringLiteral("Holzaufnahme drei Baeume"));
+    d.press(TallyDlg::kUp);
+    t.camera.take(QStringLiteral("Holzaufnahme zurueckgeblaettert"));
+    d.press(TallyDlg::kEtc);
+    d.press(TallyDlg::kEnd);
+    d.press(TallyDlg::kEtc);
+    t.camera.take(QStringLiteral("Holzaufnahme Funktionen"));
 
-    press(tally, TallyDlg::kSpeciesSetup);
-    auto* species = app.stack().screen<SpeciesSelectionDlg>();
-    if (species && app.stack().activeScreen() == species) {
-        camera.take(QStringLiteral("Einstellung der Holzart"));
-        press(species, SpeciesSelectionDlg::kLetters);
-        type(species, QStringLiteral("KIR"));
-        camera.take(QStringLiteral("Einstellung der Holzart getippt"));
-        press(species, enter);
-        press(species, SpeciesSelectionDlg::kFirstSlot + 11);
-        press(species, SpeciesSelectionDlg::kLetters);
-        type(species, QStringLiteral("WEI"));
-        press(species, enter);
-        press(species, SpeciesSelectionDlg::kCaliperKey);
-        camera.take(QStringLiteral("Einstellung der Holzart HA12 und Kluppe"));
-        press(species, Screen::kCancel);
-    }
-    if (app.stack().activeScreen() != tally)
+    d.press(TallyDlg::kSpeciesSetup);
+    if (!d.expect<SpeciesSelectionDlg>())
         return;
-    press(tally, TallyDlg::kEtc);
-    press(tally, TallyDlg::kEval);
-    if (Screen* totals = app.stack().screen<TotalsDlg>();
-        totals && app.stack().activeScreen() == totals) {
-        camera.take(QStringLiteral("Gesamtsumme"));
-        totals->onCommand(Screen::kCancel);
-    }
-    if (app.stack().activeScreen() == tally)
-        press(tally, Screen::kCancel);
+    t.camera.take(QStringLiteral("Einstellung der Holzart"));
+    d.press(SpeciesSelectionDlg::kLetters);
+    d.type(QStringLiteral("KIR"));
+    t.camera.take(QStringLiteral("Einstellung der Holzart getippt"));
+    d.press(enter);
+    d.press(SpeciesSelectionDlg::kFirstSlot + 11);
+    d.press(SpeciesSelectionDlg::kLetters);
+    d.type(QStringLiteral("WEI"));
+    d.press(enter);
+    d.press(SpeciesSelectionDlg::kCaliperKey);
+    t.camera.take(QStringLiteral("Einstellung der Holzart HA12 und Kluppe"));
+    d.press(Screen::kCancel);
+
+    d.expect<TallyDlg>();
+    d.press(TallyDlg::kEtc);
+    d.press(TallyDlg::kEval);
+    if (!d.expect<TotalsDlg>())
+        return;
+    t.camera.take(QStringLiteral("Gesamtsumme"));
+    d.press(Screen::kCancel);
+    d.expect<TallyDlg>();
+    d.press(Screen::kCancel);
+    d.expect<ListSelectionDlg>();
+    d.press(Screen::kCancel);
 }
 
 // A mixed stand in "EICHE03", saved as the tally saves trees (class and volume from the master
 // data); then its totals, the diameter distribution (all species, then the first species) and the
 // listing, whose first two pages are kept as pictures of the paper.
-void tourReports(BrovantApp& app, Camera& camera)
+void tourReports(Tour& t)
 {
-    DeviceSession& session = app.session();
-    const MasterTables& tables = app.state().tables;
+    DeviceSession& session = t.app.session();
+    const MasterTables& tables = t.app.state().tables;
     const auto rows = ListSelectionLogic::readRows(session.database());
     const auto list = std::find_if(rows.begin(), rows.end(), [](const auto& row) {
         return row.listNo.trimmed() == QLatin1StringView("EICHE03");
     });
     if (list == rows.end())
-        return;
+        return t.drive.fail(QStringLiteral("Liste EICHE03 fehlt"));
     const struct {
         const char* species;
         const char* tariff;
@@ -572,129 +483,135 @@ void tourReports(BrovantApp& app, Camera& camera)
     };
     Dataset rowsOut(session.database(), schema::Holzdaten);
     std::int64_t id = TreeRows(session.database()).maxId();
-    for (const auto& t : trees) {
-        const auto cls = lookup::classOf(tables, t.diameter);
+    for (const auto& tree : trees) {
+        const auto cls = lookup::classOf(tables, tree.diameter);
         if (!cls)
-            return;
+            return t.drive.fail(QStringLiteral("Stärkeklasse für %1 cm fehlt").arg(tree.diameter));
         rowsOut.clearFields();
         rowsOut.setInt(u"ID", ++id);
         rowsOut.setInt(u"ID_FILE", list->idFile);
         rowsOut.setInt(u"ID_TYPE", 1);
-        rowsOut.setText(u"BAUMART", QString::fromLatin1(t.species));
-        rowsOut.setText(u"TARIF", QString::fromLatin1(t.tariff));
-        rowsOut.setInt(u"STK", t.count);
+        rowsOut.setText(u"BAUMART", QString::fromLatin1(tree.species));
+        rowsOut.setText(u"TARIF", QString::fromLatin1(tree.tariff));
+        rowsOut.setInt(u"STK", tree.count);
         rowsOut.setInt(u"BHD", cls->diameter);
         rowsOut.setText(u"DMSTUFE", cls->code);
-        rowsOut.setInt(u"KUBATUR", lookup::recordVolume(tables, QString::fromLatin1(t.tariff),
-                                                        cls->code, t.count));
+        rowsOut.setInt(u"KUBATUR", lookup::recordVolume(tables, QString::fromLatin1(tree.tariff),
+                                                        cls->code, tree.count));
         rowsOut.insert();
     }
 
-    auto* totals = qobject_cast<TotalsDlg*>(fromListSelection(
-        app, QStringLiteral("EICHE03"), ListSelectionDlg::EvaluationTab, ListSelectionDlg::kEval));
-    if (!totals)
+    ScreenDriver& d = t.drive;
+    openListSelection(t, QStringLiteral("EICHE03"), ListSelectionDlg::EvaluationTab);
+    d.press(ListSelectionDlg::kEval);
+    if (!d.expect<TotalsDlg>())
         return;
-    camera.take(QStringLiteral("Gesamtsumme Eichenwertholz"));
-    press(totals, TotalsDlg::kDistribution);
-    if (auto* chart = app.stack().screen<DistributionDlg>();
-        chart && app.stack().activeScreen() == chart) {
-        camera.take(QStringLiteral("Durchmesserverteilung alle"));
-        press(static_cast<KeypadScreen*>(chart), DistributionDlg::kNextSpecies);
-        camera.take(QStringLiteral("Durchmesserverteilung Holzart"));
-        press(static_cast<KeypadScreen*>(chart), Screen::kCancel);
-    }
+    t.camera.take(QStringLiteral("Gesamtsumme Eichenwertholz"));
+    d.press(TotalsDlg::kDistribution);
+    if (!d.expect<DistributionDlg>())
+        return;
+    t.camera.take(QStringLiteral("Durchmesserverteilung alle"));
+    d.press(DistributionDlg::kNextSpecies);
+    t.camera.take(QStringLiteral("Durchmesserverteilung Holzart"));
+    d.press(Screen::kCancel);
 
     // "Ausdruck" writes the listing into the printer path; its pages as the paper shows them.
-    press(totals, TotalsDlg::kPrint);
-    const ReportSources sources{session.database(), session.store(), tables, app.clock().now()};
-    if (const auto report = reports::listing(sources, list->idFile)) {
-        const int pageLength = reports::pageLength(tables);
-        const auto pages = ReportLayout::paginate(*report, pageLength);
-        // A4 at 100 dots per inch, the printer's margins left white.
-        const QSizeF page(827, 1169);
-        for (int i = 0; i < std::min<int>(2, int(pages.size())); ++i) {
-            QImage image(page.toSize(), QImage::Format_RGB32);
-            image.fill(Qt::white);
-            QPainter painter(&image);
-            ReportPrinter::paintPage(painter, QRectF(79, 47, 827 - 79 - 55, 1169 - 47 - 39),
-                                     *report, pages, i, pageLength);
-            painter.end();
-            camera.keep(image, QStringLiteral("Ausdruck Seite %1").arg(i + 1));
-        }
+    d.expect<TotalsDlg>();
+    d.press(TotalsDlg::kPrint);
+    const ReportSources sources{session.database(), session.store(), tables, t.app.clock().now()};
+    const auto report = reports::listing(sources, list->idFile);
+    if (!report)
+        return d.fail(QStringLiteral("Ausdruck von EICHE03 fehlt"));
+    const int pageLength = reports::pageLength(tables);
+    const auto pages = ReportLayout::paginate(*report, pageLength);
+    // A4 at 100 dots per inch, the printer's margins left white.
+    const QSizeF page(827, 1169);
+    for (int i = 0; i < std::min<int>(2, int(pages.size())); ++i) {
+        QImage image(page.toSize(), QImage::Format_RGB32);
+        image.fill(Qt::white);
+        QPainter painter(&image);
+        ReportPrinter::paintPage(painter, QRectF(79, 47, 827 - 79 - 55, 1169 - 47 - 39), *report,
+                                 pages, i, pageLength);
+        painter.end();
+        t.camera.keep(image, QStringLiteral("Ausdruck Seite %1").arg(i + 1));
     }
-    press(totals, Screen::kCancel);
-    backFromListSelection(app);
+    d.press(Screen::kCancel);
+    d.expect<ListSelectionDlg>();
+    d.press(Screen::kCancel);
 }
-
-} // namespace
 
 // The functions screen: each tab, the two questions of "Delete all" (both answered so that
 // nothing is deleted), the reset question, a manual backup and the restore screen that lists it
 // (left with "Abbruch").
-void tourSettings(BrovantApp& app, Camera& camera, TourDialogs& dialogs)
+void tourSettings(Tour& t)
 {
-    app.mainMenu()->onCommand(MainMenuDlg::kSettings);
-    auto* settings = qobject_cast<SettingsDlg*>(app.stack().activeScreen());
+    ScreenDriver& d = t.drive;
+    d.expect<MainMenuDlg>();
+    d.press(MainMenuDlg::kSettings);
+    auto* settings = d.expect<SettingsDlg>();
     if (!settings)
         return;
     const char* tabs[] = {"Funktionen", "Konfiguration", "Einstellungen"};
     for (int tab = 0; tab < 3; ++tab) {
         settings->showTab(tab);
-        camera.take(QStringLiteral("Einstellungen-") + QLatin1StringView(tabs[tab]));
+        t.camera.take(QStringLiteral("Einstellungen-") + QLatin1StringView(tabs[tab]));
     }
     settings->showTab(0);
-    dialogs.answerNext(Answer::Yes);
-    dialogs.answerNext(Answer::Yes); // the left "NEIN"
-    settings->onCommand(SettingsDlg::kDeleteAll);
-    dialogs.answerNext(Answer::No);
-    settings->onCommand(SettingsDlg::kReset);
-    dialogs.answerNext(Answer::Yes);
-    settings->onCommand(SettingsDlg::kBackup);
-    RestoreDlg::setRunner([&camera](RestoreDlg& dialog) {
+    // The second "Yes" is the left key, "NEIN".
+    d.answering({Answer::Yes, Answer::Yes}, [&d] { d.click(SettingsDlg::kDeleteAll); });
+    d.answering({Answer::No}, [&d] { d.click(SettingsDlg::kReset); });
+    d.answering({Answer::Yes}, [&d] { d.click(SettingsDlg::kBackup); });
+    bool restoreShown = false;
+    RestoreDlg::setRunner([&t, &restoreShown](RestoreDlg& dialog) {
         dialog.show();
-        camera.take(dialog.windowTitle(), &dialog, QPoint(0, 0));
+        t.camera.take(dialog.windowTitle(), &dialog, QPoint(0, 0));
         dialog.findChild<QPushButton*>(QStringLiteral("button%1").arg(RestoreDlg::kCancel))
             ->click();
+        restoreShown = true;
     });
-    settings->onCommand(SettingsDlg::kRestore);
+    d.click(SettingsDlg::kRestore);
     RestoreDlg::setRunner({});
-    settings->onCommand(Screen::kCancel);
+    if (!d.failed() && !restoreShown)
+        d.fail(QStringLiteral("Wiederherstellen fehlt"));
+    d.press(Screen::kCancel);
 }
-
-namespace {
 
 // "Kommunikation" from the settings screen: its three tabs with the caliper switched on, the
 // cable settings on ActiveSync and on a serial port, both left with the back key.
-void tourCommunication(BrovantApp& app, Camera& camera)
+void tourCommunication(Tour& t)
 {
-    app.mainMenu()->onCommand(MainMenuDlg::kSettings);
-    auto* settings = qobject_cast<SettingsDlg*>(app.stack().activeScreen());
+    ScreenDriver& d = t.drive;
+    d.expect<MainMenuDlg>();
+    d.press(MainMenuDlg::kSettings);
+    auto* settings = d.expect<SettingsDlg>();
     if (!settings)
         return;
     settings->showTab(1);
-    settings->onCommand(SettingsDlg::kCommunication);
-    auto* screen = qobject_cast<PrinterSettingsDlg*>(app.stack().activeScreen());
-    if (!screen) {
-        settings->onCommand(Screen::kCancel);
+    d.click(SettingsDlg::kCommunication);
+    auto* screen = d.expect<PrinterSettingsDlg>();
+    if (!screen)
         return;
-    }
-    camera.take(QStringLiteral("Kommunikation Uebertragung"));
+    t.camera.take(QStringLiteral("Kommunikation Uebertragung"));
     screen->showTab(PrinterSettingsDlg::CaliperTab);
-    screen->findChild<QAbstractButton*>(QStringLiteral("caliperActive"))->click();
-    camera.take(QStringLiteral("Kommunikation Kluppe"));
+    d.click(QStringLiteral("caliperActive"));
+    t.camera.take(QStringLiteral("Kommunikation Kluppe"));
     screen->showTab(PrinterSettingsDlg::PrinterTab);
-    camera.take(QStringLiteral("Kommunikation Drucker"));
+    t.camera.take(QStringLiteral("Kommunikation Drucker"));
     screen->showTab(PrinterSettingsDlg::TransferTab);
-    screen->findChild<QAbstractButton*>(QStringLiteral("cable"))->click();
-    if (auto* cable = qobject_cast<KeypadScreen*>(app.stack().activeScreen());
-        cable && cable != screen) {
-        camera.take(QStringLiteral("Einstellungen Kabel ActiveSync"));
-        cable->findChild<QComboBox*>(QStringLiteral("port"))->setCurrentIndex(0);
-        camera.take(QStringLiteral("Einstellungen Kabel COM1"));
-        press(cable, Screen::kCancel);
-    }
-    press(screen, Screen::kCancel);
-    settings->onCommand(Screen::kCancel);
+    d.click(QStringLiteral("cable"));
+    if (!d.expect<CableSettingsDlg>())
+        return;
+    t.camera.take(QStringLiteral("Einstellungen Kabel ActiveSync"));
+    auto* port = d.active()->findChild<QComboBox*>(QStringLiteral("port"));
+    if (!port)
+        return d.fail(QStringLiteral("Auswahl port fehlt"));
+    port->setCurrentIndex(0);
+    t.camera.take(QStringLiteral("Einstellungen Kabel COM1"));
+    d.press(Screen::kCancel);
+    d.expect<PrinterSettingsDlg>();
+    d.press(Screen::kCancel);
+    d.expect<SettingsDlg>();
+    d.press(Screen::kCancel);
 }
 
 } // namespace
@@ -726,25 +643,34 @@ int runDemoTour(const QString& rootDir, const QString& outDir)
         },
         camera);
     app.replaceMessages(&dialogs);
+    ScreenDriver drive(app.stack(), dialogs.script());
+    camera.report(drive);
     if (!app.start())
         return 1;
-
-    MainMenuDlg* menu = app.mainMenu();
     camera.take(QStringLiteral("Hauptmenue"));
-    if (!session.configurationLoaded())
-        menu->onCommand(MainMenuDlg::kNewList);
-    tourConfiguration(app, camera);
-    dialogs.answerNext(Answer::No);
-    menu->onCommand(Screen::kCancel);
-    tourSystemInfo(app, camera);
-    tourTariffAssignment(app, camera);
-    tourNewList(app, camera, dialogs);
-    tourListSelection(app, camera, dialogs);
-    tourRegion(app, camera);
-    tourTally(app, camera);
-    tourReports(app, camera);
-    tourSettings(app, camera, dialogs);
-    tourCommunication(app, camera);
+
+    Tour tour{app, camera, drive};
+    const std::pair<const char*, void (*)(Tour&)> steps[] = {
+        {"Konfiguration", tourConfiguration},
+        {"Systeminfo", tourSystemInfo},
+        {"Tarif-Zuordnung", tourTariffAssignment},
+        {"Liste anlegen", tourNewList},
+        {"Listenauswahl", tourListSelection},
+        {"Wuchsregionen", tourRegion},
+        {"Holzaufnahme", tourTally},
+        {"Auswertung", tourReports},
+        {"Funktionen", tourSettings},
+        {"Kommunikation", tourCommunication},
+    };
+    for (const auto& [name, step] : steps) {
+        step(tour);
+        if (drive.failed()) {
+            QTextStream(stderr) << "Demo-Rundgang: Schritt '" << name
+                                << "' fehlgeschlagen: " << drive.failure() << '\n';
+            app.shutdown();
+            return 1;
+        }
+    }
 
     app.shutdown();
     out << "Demo tour: " << camera.files().size() << " pictures in " << QDir(outDir).absolutePath()

@@ -6,7 +6,8 @@
 
 namespace brovant {
 
-// Returns the exit status; prints where the pictures are.
+// Returns the exit status and prints where the pictures are; a step that cannot be taken (a
+// screen, key or message missing) ends the tour with status 1 and its name on stderr.
 int runDemoTour(const QString& rootDir, const QString& outDir);
 
 } // namespace brovant

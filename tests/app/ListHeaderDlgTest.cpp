@@ -197,19 +197,9 @@ TEST(ListHeaderDlg, CursorKeysMoveOnPageOneAndTurnTheFreePages)
     EXPECT_EQ(str(p.page()), "1/9");
     p.enter();
     ASSERT_EQ(str(p.page()), "2/9");
-
-    const struct {
-        int command;
-        const char* page;
-    } steps[] = {
-        {KeypadScreen::kNextField, "3/9"},
-        {KeypadScreen::kPreviousField, "2/9"},
-        {KeypadScreen::kNextField, "3/9"},
-    };
-    for (const auto& s : steps) {
-        p.press(s.command);
-        EXPECT_EQ(str(p.page()), s.page);
-    }
+    // On the free pages the bar's keys turn the page (which page is the logic's).
+    p.press(KeypadScreen::kNextField);
+    EXPECT_EQ(str(p.page()), "3/9");
     // The device's own cursor keys do the same; what was typed is written first.
     p.type(QStringLiteral("ABT"));
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Down);

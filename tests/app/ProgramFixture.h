@@ -3,14 +3,16 @@
 #pragma once
 
 #include "app/BrovantApp.h"
-#include "app/KeyButton.h"
 #include "app/KeypadScreen.h"
+#include "app/ListSelectionDlg.h"
 #include "app/MainMenuDlg.h"
+#include "app/ScreenDriver.h"
 #include "data/Dataset.h"
 #include "data/Schema.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
 #include "platform/MessageDialogs.h"
+#include "support/QtPrinting.h"
 #include "support/TempRoot.h"
 #include "workflow/AppState.h"
 
@@ -20,6 +22,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTest>
+#include <QTreeWidget>
 #include <QVariant>
 
 #include <gtest/gtest.h>
@@ -27,11 +30,6 @@
 #include <functional>
 #include <initializer_list>
 #include <string>
-
-inline void PrintTo(const QString& text, std::ostream* os)
-{
-    *os << '"' << text.toStdString() << '"';
-}
 
 namespace brovant::test {
 
@@ -97,62 +95,52 @@ public:
 
     template <class S> S* find() const { return app.stack().screen<S>(); }
     Screen* active() const { return app.stack().activeScreen(); }
-    OnScreenKeyboard* keyboard() const
-    {
-        auto* screen = qobject_cast<KeypadScreen*>(active());
-        return screen ? screen->keyboard() : nullptr;
-    }
-    // The shown key of that name: bar keys exist once per keyboard.
+    OnScreenKeyboard* keyboard() const { return driver.keyboard(); }
+    // The driver's steps; one that cannot be taken fails the test.
     void press(const QString& objectName)
     {
-        ASSERT_NE(active(), nullptr) << str(objectName);
-        for (KeyButton* key : active()->findChildren<KeyButton*>(objectName)) {
-            if (key->isVisible()) {
-                QTest::mouseClick(key, Qt::LeftButton);
-                return;
-            }
-        }
-        FAIL() << "no visible key " << str(objectName) << " on " << str(active()->objectName());
+        driver.press(objectName);
+        check();
     }
     void press(int command)
     {
-        ASSERT_NE(active(), nullptr) << command;
-        KeyButton* key = active()->shownKey(command);
-        ASSERT_NE(key, nullptr) << "no visible key " << command << " on " << str(activeName());
-        QTest::mouseClick(key, Qt::LeftButton);
+        driver.press(command);
+        check();
     }
     void click(int button)
     {
-        auto* b = active()->findChild<QPushButton*>(QStringLiteral("button%1").arg(button));
-        ASSERT_NE(b, nullptr) << button;
-        EXPECT_TRUE(b->isEnabled()) << button;
-        QTest::mouseClick(b, Qt::LeftButton);
+        driver.click(button);
+        check();
     }
-    // Characters from the letter or digit keyboard, switching with "Ziff" where needed.
+    void click(const QString& objectName)
+    {
+        driver.click(objectName);
+        check();
+    }
     void type(const QString& characters)
     {
-        for (const QChar c : characters) {
-            const QString name = QStringLiteral("char_") + c;
-            for (int i = 0; i < 3 && keyboard() && !keyboard()->findChild<KeyButton*>(name); ++i)
-                press(KeypadScreen::kZiff);
-            press(name);
-        }
+        driver.type(characters);
+        check();
     }
-    // The entry showing `caption` on the list keyboard shown now, turning its pages.
     void pick(const QString& caption)
     {
-        OnScreenKeyboard* list = keyboard();
-        ASSERT_NE(list, nullptr);
-        for (int page = 0; page < list->pageCount(); ++page) {
-            list->showPage(page);
-            for (int i = 0; i < list->keyCount(); ++i) {
-                if (list->key(i)->caption() == caption && list->key(i)->def().commandId > 0) {
-                    QTest::mouseClick(list->key(i), Qt::LeftButton);
-                    return;
-                }
-            }
-        }
-        FAIL() << "no entry " << str(caption);
+        driver.pick(caption);
+        check();
+    }
+    // From the main menu to the list selection, the list whose name starts with `list` chosen on
+    // `tab`, then `key` pressed there.
+    void fromListSelection(const QString& list, int tab, int key)
+    {
+        if (active() != app.mainMenu())
+            app.stack().switchTo(app.mainMenu());
+        press(MainMenuDlg::kSelectList);
+        auto* lists = qobject_cast<ListSelectionDlg*>(active());
+        ASSERT_NE(lists, nullptr);
+        lists->showTab(tab);
+        const auto rows = lists->listView()->findItems(list, Qt::MatchStartsWith);
+        ASSERT_EQ(rows.size(), 1) << str(list);
+        lists->listView()->setCurrentItem(rows.first());
+        press(key);
     }
     QLineEdit* edit(const QString& name) const { return active()->findChild<QLineEdit*>(name); }
     QString label(const QString& name, const QWidget* on = nullptr) const
@@ -204,6 +192,14 @@ public:
     ManualClock clock;
     ScriptedDialogs dialogs;
     BrovantApp app{session, state, clock};
+    ScreenDriver driver{app.stack(), dialogs};
+
+private:
+    void check()
+    {
+        if (driver.failed())
+            ADD_FAILURE() << str(driver.takeFailure());
+    }
 };
 
 } // namespace brovant::test

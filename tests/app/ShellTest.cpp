@@ -6,6 +6,7 @@
 
 #include <QProcess>
 #include <QSignalSpy>
+#include <QTimer>
 
 namespace brovant {
 namespace {
@@ -45,17 +46,6 @@ TEST(Shell, FreshDeviceStartsOnTheMainMenuWithClockAndDate)
         EXPECT_EQ(MainMenuDlg::clockText(c.time), QLatin1StringView(c.clock));
         EXPECT_EQ(MainMenuDlg::dateText(c.time), QLatin1StringView(c.date));
     }
-}
-
-TEST(Shell, ForeignDatabaseIsReplacedAfterTheNotice)
-{
-    Program p(unstarted(false, [](const TempRoot& root) {
-        root.writeFile(QStringLiteral("Brovant/Brovant.cdb"), "Kein Datenbankformat");
-    }));
-    ASSERT_TRUE(p.app.start());
-    EXPECT_EQ(p.dialogs.asked().value(0),
-              QStringLiteral("Datenbank und Stammdaten|werden gelöscht!|"));
-    EXPECT_EQ(p.root.readFile(QStringLiteral("Brovant/Brovant.cdb.alt")), "Kein Datenbankformat");
 }
 
 // Without master data no list can be made or opened.
@@ -135,6 +125,56 @@ TEST(Shell, InfoWindowCancelKeyIsTheOnlyKeyDuringAJob)
     EXPECT_EQ(p.dialogs.asked(), QStringList{QStringLiteral("Programm beenden?||")});
 }
 
+// The real dialogs, headless: each key gives its answer and Escape what the interface names for a
+// dialog closed without one; only the notice has a default key.
+TEST(Shell, MessageDialogsAnswerByTheirKeys)
+{
+    Program p(ProgramSetup().bare());
+    QtMessageDialogs& shown = *p.app.qtMessages();
+    enum Kind { Notice, YesNo, Question };
+    const struct {
+        Kind kind;
+        const char* key; // nullptr: Escape
+        Answer answer;
+        const char* title;
+    } cases[] = {
+        {YesNo, "Ja", Answer::Yes, "Frage"},        {YesNo, "Nein", Answer::No, "Frage"},
+        {YesNo, nullptr, Answer::No, "Frage"},      {Question, "Zwei", Answer::Second, "Frage"},
+        {Question, nullptr, Answer::None, "Frage"}, {Notice, nullptr, Answer::Ok, "Achtung!"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.title) + "/" + (c.key ? c.key : "Escape"));
+        QString title;
+        int defaults = -1;
+        QTimer::singleShot(0, [&] {
+            auto* dialog = shown.window()->findChild<MessageDialog*>();
+            ASSERT_TRUE(dialog && dialog->isModal() && dialog->isVisible());
+            title = dialog->title();
+            const auto keys = dialog->findChildren<QPushButton*>();
+            defaults = int(std::count_if(keys.begin(), keys.end(),
+                                         [](const QPushButton* key) { return key->isDefault(); }));
+            for (QPushButton* key : keys) {
+                if (c.key && key->text() == QLatin1StringView(c.key))
+                    QTest::mouseClick(key, Qt::LeftButton);
+            }
+            if (!c.key)
+                QTest::keyClick(dialog, Qt::Key_Escape);
+        });
+        Answer answer = Answer::Ok;
+        if (c.kind == Notice)
+            shown.notice(QStringLiteral("Zeile"), {}, {}, QStringLiteral("OK"), false);
+        else if (c.kind == YesNo)
+            answer = shown.yesNo(QStringLiteral("Zeile"), {}, {}, QStringLiteral("Ja"),
+                                 QStringLiteral("Nein"));
+        else
+            answer = shown.question(QStringLiteral("Zeile"), {}, {}, QStringLiteral("Eins"),
+                                    QStringLiteral("Zwei"), QStringLiteral("Drei"));
+        EXPECT_EQ(answer, c.answer);
+        EXPECT_EQ(title, QLatin1StringView(c.title));
+        EXPECT_EQ(defaults, c.kind == Notice ? 1 : 0);
+    }
+}
+
 // Shutdown gives every hardware button back what it had before the program ran.
 TEST(Shell, ShutdownRestoresTheButtonKeys)
 {
@@ -176,6 +216,26 @@ TEST(Shell, SecondStartOfTheProgramHandsOver)
     EXPECT_EQ(received.first().first().toInt(), SingleInstance::kSecondStart);
     EXPECT_FALSE(QFile::exists(root.host(QStringLiteral("Registry"))));
     EXPECT_FALSE(QFile::exists(root.host(QStringLiteral("Brovant"))));
+}
+
+// The demo tour stops at the first step it cannot take and names it: on a device without master
+// data there is no region to pick.
+TEST(Shell, DemoTourFailsLoudlyAtAStepItCannotTake)
+{
+    TempRoot root;
+    TempRoot pictures;
+    QProcess tour;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    tour.setProcessEnvironment(env);
+    tour.start(
+        QStringLiteral(BROVANT_PROGRAM_PATH),
+        {QStringLiteral("--root"), root.path(), QStringLiteral("--demo-tour"), pictures.path()});
+    ASSERT_TRUE(tour.waitForFinished(60000));
+    EXPECT_EQ(tour.exitCode(), 1);
+    EXPECT_EQ(QString::fromUtf8(tour.readAllStandardError()),
+              text("Demo-Rundgang: Schritt 'Tarif-Zuordnung' fehlgeschlagen: Eintrag WR01 fehlt "
+                   "auf tariffAssignment\n"));
 }
 
 // stderr is the programs' own: without XDG_RUNTIME_DIR, on the offscreen platform, where Qt has

@@ -32,19 +32,6 @@ protected:
                                        {u"STK", count},
                                        {u"KUBATUR", volume}});
     }
-    // "Eval" on the list selection screen for the list in `row`.
-    void evaluate(int row)
-    {
-        auto* lists = find<ListSelectionDlg>();
-        ASSERT_NE(lists, nullptr);
-        app.stack().switchTo(lists);
-        lists->showTab(ListSelectionDlg::EvaluationTab);
-        QTreeWidgetItem* item = lists->listView()->topLevelItem(row);
-        ASSERT_NE(item, nullptr);
-        QTest::mouseClick(lists->listView()->viewport(), Qt::LeftButton, {},
-                          lists->listView()->visualItemRect(item).center());
-        press(ListSelectionDlg::kEval);
-    }
     QTreeWidget* view() const { return screen->findChild<QTreeWidget*>("totalsView"); }
     // Every row as "HA|Kub.|Stk|d-Kub.".
     QStringList shown() const
@@ -79,7 +66,8 @@ TEST_F(TotalsScreen, ShowsTheCoreCellsOfTheChosenList)
     addList(1, QStringLiteral("WALD"), 90,
             {{"KI", 2, 200}, {"FI", 1, 45}, {"FI", 1, 50}, {"FI", 1, 55}});
     addList(2, QStringLiteral("FELD"), 100, {{"BU", 1, 300}});
-    evaluate(0);
+    fromListSelection(QStringLiteral("WALD"), ListSelectionDlg::EvaluationTab,
+                      ListSelectionDlg::kEval);
     ASSERT_EQ(activeName(), QStringLiteral("totals"));
     EXPECT_EQ(screen->findChild<QLabel*>("title")->text(), QStringLiteral("Gesamtsumme"));
     const QTreeWidgetItem* heading = view()->headerItem();
@@ -100,7 +88,8 @@ TEST_F(TotalsScreen, ShowsTheCoreCellsOfTheChosenList)
     // Opened again for another list, the rows are that list's alone.
     press(Screen::kCancel);
     ASSERT_EQ(activeName(), QStringLiteral("listSelection"));
-    evaluate(1);
+    fromListSelection(QStringLiteral("FELD"), ListSelectionDlg::EvaluationTab,
+                      ListSelectionDlg::kEval);
     ASSERT_EQ(activeName(), QStringLiteral("totals"));
     EXPECT_EQ(shown(), computed(2));
     EXPECT_EQ(shown().first(), QStringLiteral("BU|   3.00|   1| 3.00"));
@@ -109,7 +98,8 @@ TEST_F(TotalsScreen, ShowsTheCoreCellsOfTheChosenList)
 TEST_F(TotalsScreen, KeyBarAndWaysOut)
 {
     addList(1, QStringLiteral("WALD"), 100, {{"FI", 1, 45}});
-    evaluate(0);
+    fromListSelection(QStringLiteral("WALD"), ListSelectionDlg::EvaluationTab,
+                      ListSelectionDlg::kEval);
     ASSERT_EQ(activeName(), QStringLiteral("totals"));
     OnScreenKeyboard* keys = keyboard();
     ASSERT_NE(keys, nullptr);
@@ -124,13 +114,7 @@ TEST_F(TotalsScreen, KeyBarAndWaysOut)
         press(step > 0 ? KeypadScreen::kNextField : KeypadScreen::kPreviousField);
     EXPECT_EQ(view()->indexOfTopLevelItem(view()->currentItem()), 1);
 
-    // Without the printout screens both keys leave the user here.
-    press(TotalsDlg::kPrint);
-    EXPECT_EQ(activeName(), QStringLiteral("totals"));
-    press(TotalsDlg::kAssortment);
-    EXPECT_EQ(activeName(), QStringLiteral("totals"));
-    EXPECT_TRUE(dialogs.asked().isEmpty());
-
+    // What the print keys do: DistributionDlgTest.cpp.
     press(Screen::kCancel);
     EXPECT_EQ(activeName(), QStringLiteral("listSelection"));
 }

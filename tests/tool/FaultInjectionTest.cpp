@@ -5,7 +5,7 @@
 // nothing cut short under a final name, the transfer marks kept; and once the medium works again
 // the same command must go through.
 #include "masterdata/DeviceSession.h"
-#include "support/CopyTree.h"
+#include "platform/CopyTree.h"
 #include "support/QtPrinting.h"
 #include "support/TempRoot.h"
 #include "tool/ToolRun.h"

@@ -10,9 +10,9 @@
 // for more or fewer kills. The bulk form of "tally" the soak drives is tested in
 // ToolTallyTreesTest.cpp.
 #include "tool/KillSoak.h"
+#include "platform/CopyTree.h"
 #include "platform/Profile.h"
 #include "platform/Registry.h"
-#include "support/CopyTree.h"
 #include "support/TempRoot.h"
 #include "tool/ToolRun.h"
 

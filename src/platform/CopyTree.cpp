@@ -1,15 +1,13 @@
-// A folder copied with everything below it, empty folders and hidden files included.
-#pragma once
+#include "platform/CopyTree.h"
 
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
-#include <QString>
 
-namespace brovant::test {
+namespace brovant {
 
-inline bool copyTree(const QString& from, const QString& to)
+bool copyTree(const QString& from, const QString& to)
 {
     QDirIterator it(from, QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden,
                     QDirIterator::Subdirectories);
@@ -24,4 +22,4 @@ inline bool copyTree(const QString& from, const QString& to)
     return ok;
 }
 
-} // namespace brovant::test
+} // namespace brovant
