@@ -4,6 +4,7 @@
 #include "app/QtMessageDialogs.h"
 #include "app/SingleInstance.h"
 
+#include <QDir>
 #include <QProcess>
 #include <QSignalSpy>
 #include <QTimer>
@@ -236,6 +237,31 @@ TEST(Shell, DemoTourFailsLoudlyAtAStepItCannotTake)
     EXPECT_EQ(QString::fromUtf8(tour.readAllStandardError()),
               text("Demo-Rundgang: Schritt 'Tarif-Zuordnung' fehlgeschlagen: Eintrag WR01 fehlt "
                    "auf tariffAssignment\n"));
+}
+
+// On the demo device the whole tour runs through and takes exactly the pictures the README shows.
+TEST(Shell, DemoTourTakesThePicturesOfTheReadme)
+{
+    TempRoot root;
+    ASSERT_EQ(
+        QProcess::execute(QStringLiteral(BROVANT_TOOL_PATH),
+                          {QStringLiteral("--root"), root.path(), QStringLiteral("import-config"),
+                           QStringLiteral(BROVANT_SOURCE_DIR "/demo/passive.dtr")}),
+        0);
+    TempRoot pictures;
+    QProcess tour;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    tour.setProcessEnvironment(env);
+    tour.start(
+        QStringLiteral(BROVANT_PROGRAM_PATH),
+        {QStringLiteral("--root"), root.path(), QStringLiteral("--demo-tour"), pictures.path()});
+    ASSERT_TRUE(tour.waitForFinished(300000));
+    EXPECT_EQ(tour.exitCode(), 0) << tour.readAllStandardError().toStdString();
+    const QStringList png{QStringLiteral("*.png")};
+    EXPECT_EQ(QDir(pictures.path()).entryList(png, QDir::Files, QDir::Name),
+              QDir(QStringLiteral(BROVANT_SOURCE_DIR "/docs/pictures"))
+                  .entryList(png, QDir::Files, QDir::Name));
 }
 
 // stderr is the programs' own: without XDG_RUNTIME_DIR, on the offscreen platform, where Qt has
