@@ -127,6 +127,11 @@ const BacklightCase kBacklightCases[] = {
     {"ppcutil ignores 5", {"ppcutil"}, "Brightness=2 OnOff=1", Mains, 5, false,
      "Brightness=2 OnOff=1", 2},
     {"ppcutil ignores 9", {"ppcutil"}, "", Mains, 9, false, "", {}},
+    // Reading on a ppcutil device: the level, but 0 while the light is switched off.
+    {"ppcutil off reads 0", {"ppcutil"}, "Brightness=3 OnOff=0", Mains, -1, false,
+     "Brightness=3 OnOff=0", 0},
+    {"ppcutil without OnOff", {"ppcutil"}, "Brightness=3", Mains, -1, false, "Brightness=3", 3},
+    {"ppcutil without level", {"ppcutil"}, "OnOff=1", Mains, -1, false, "OnOff=1", {}},
     {"ppcutil battery has no route", {"ppcutil"}, "", Battery, 2, false, "", {}},
     {"ppcutil without key", {"ppcutil"}, nullptr, Mains, 2, false, "<no key>", {}},
     {"no library", {}, "Brightness=2", Mains, 3, false, "Brightness=2", {}},
@@ -149,30 +154,6 @@ TEST(BacklightRoutes, WritesTheRouteOfTheDeviceFamily)
                   c.taken ? QStringList{QStringLiteral("BackLightChangeEvent")} : QStringList{});
         EXPECT_EQ(routes.backlight(c.source), c.readBack);
         EXPECT_TRUE(device.commands.isEmpty());
-    }
-}
-
-// Reading on a ppcutil device: the level, but 0 while the light is switched off.
-TEST(BacklightRoutes, PpcUtilReadsOffAsZero)
-{
-    struct Case {
-        const char* values;
-        std::optional<int> level;
-    };
-    const Case cases[] = {
-        {"Brightness=3 OnOff=1", 3},
-        {"Brightness=3 OnOff=0", 0},
-        {"Brightness=3", 3},
-        {"OnOff=1", {}},
-        {"", {}},
-    };
-    for (const Case& c : cases) {
-        Device device;
-        device.addLibraries({"ppcutil"});
-        DeviceRoutes& routes = device.open();
-        device.stageKey(Hive::CurrentUser, kBacklightKey, c.values);
-        EXPECT_EQ(routes.backlight(Mains), c.level) << c.values;
-        EXPECT_EQ(routes.backlight(Battery), std::nullopt) << c.values;
     }
 }
 
@@ -206,41 +187,40 @@ TEST(DeviceRoutes, VolumeKeepsTheWaveOutValue)
     EXPECT_TRUE(device.commands.isEmpty());
 }
 
+// With the power manager's key the timeout is written there; without it only kept.
 TEST(DeviceRoutes, SwitchOffWritesTheTimeoutAndBecomesTheKeepAwakeValue)
 {
-    for (const int seconds : {0, 60, 120, 180, 240, 300}) {
-        Device device;
-        DeviceRoutes& routes = device.open();
-        device.stageKey(Hive::LocalMachine, kTimeoutsKey, "BattSuspendTimeout=600");
-        device.session->keepAwake().readSaved();
-        EXPECT_EQ(routes.switchOff(), 600);
-
-        routes.setSwitchOff(seconds);
-        EXPECT_EQ(device.registry().dword(Hive::LocalMachine, kTimeoutsKey, kTimeout),
-                  quint32(seconds));
-        EXPECT_EQ(routes.switchOff(), seconds);
-        EXPECT_EQ(routes.signalledEvents(),
-                  QStringList{QStringLiteral("PowerManager/ReloadActivityTimeouts")});
-
-        // A long job afterwards gives back the user's choice, not the start-up value.
-        {
-            KeepAwake::Scope awake(device.session->keepAwake());
-            EXPECT_EQ(device.registry().dword(Hive::LocalMachine, kTimeoutsKey, kTimeout), 0u);
+    for (const bool key : {true, false}) {
+        for (const int seconds : {0, 60, 120, 180, 240, 300}) {
+            SCOPED_TRACE(seconds);
+            Device device;
+            DeviceRoutes& routes = device.open();
+            if (key) {
+                device.stageKey(Hive::LocalMachine, kTimeoutsKey, "BattSuspendTimeout=600");
+                device.session->keepAwake().readSaved();
+                EXPECT_EQ(routes.switchOff(), 600);
+            }
+            const auto timeout = [&] {
+                return device.registry().dword(Hive::LocalMachine, kTimeoutsKey, kTimeout);
+            };
+            const auto written = [key](quint32 value) {
+                return key ? std::optional(value) : std::nullopt;
+            };
+            routes.setSwitchOff(seconds);
+            EXPECT_EQ(timeout(), written(seconds));
+            EXPECT_EQ(routes.switchOff(), seconds);
+            EXPECT_EQ(device.session->keepAwake().saved(), quint32(seconds));
+            EXPECT_EQ(routes.signalledEvents(),
+                      key ? QStringList{QStringLiteral("PowerManager/ReloadActivityTimeouts")}
+                          : QStringList{});
+            // A long job afterwards gives back the user's choice, not the start-up value.
+            {
+                KeepAwake::Scope awake(device.session->keepAwake());
+                EXPECT_EQ(timeout(), written(0));
+            }
+            EXPECT_EQ(timeout(), written(seconds));
         }
-        EXPECT_EQ(device.registry().dword(Hive::LocalMachine, kTimeoutsKey, kTimeout),
-                  quint32(seconds));
     }
-}
-
-TEST(DeviceRoutes, SwitchOffWithoutPowerManagerKeyOnlyKeepsTheValue)
-{
-    Device device;
-    DeviceRoutes& routes = device.open();
-    routes.setSwitchOff(180);
-    EXPECT_FALSE(device.registry().keyExists(Hive::LocalMachine, kTimeoutsKey));
-    EXPECT_EQ(routes.switchOff(), 180);
-    EXPECT_EQ(device.session->keepAwake().saved(), 180u);
-    EXPECT_TRUE(routes.signalledEvents().isEmpty());
 }
 
 // Without a hardware profile nothing leaves the root: the clock is the program's, reset counts.

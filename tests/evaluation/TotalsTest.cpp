@@ -126,17 +126,13 @@ TEST_F(TotalsTest, AsTalliedKeepsTheOrderOfFirstTally)
                                            "BU|   2.00|   1| 2.00", "|||", "|   4.45|   5| 0.89"}));
 }
 
-TEST_F(TotalsTest, ListWithoutHeaderHasNoTotals)
+TEST_F(TotalsTest, ListWithoutHeaderOrDatabaseHasNoTotals)
 {
     addTrees(3, {{"FI", "", 1, 45}});
     EXPECT_FALSE(Totals::compute(db(), 3).has_value());
     EXPECT_FALSE(Totals::compute(db(), 1).has_value());
     EXPECT_TRUE(hasTrees(db(), 3));
     EXPECT_FALSE(hasTrees(db(), 1));
-}
-
-TEST_F(TotalsTest, ClosedDatabaseGivesNothing)
-{
     addList(1, QStringLiteral("L1"), 100);
     db().close();
     EXPECT_FALSE(Totals::compute(db(), 1).has_value());
