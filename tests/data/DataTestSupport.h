@@ -1,6 +1,7 @@
 // Data-layer test helpers: a device root, and SQLite read directly, not through the code tested.
 #pragma once
 
+#include "data/Database.h"
 #include "support/QtPrinting.h"
 #include "support/TempRoot.h"
 
@@ -9,6 +10,8 @@
 #include <QString>
 #include <QStringList>
 #include <sqlite3.h>
+
+#include <gtest/gtest.h>
 
 #include <ostream>
 #include <vector>
@@ -27,6 +30,14 @@ struct DatabaseRoot {
         return QDir(folder).entryList(
             QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
     }
+};
+
+// A test on the device database, open.
+class OpenDatabase : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_TRUE(db.open()) << db.lastError().toStdString(); }
+    DatabaseRoot dir;
+    Database db{dir.file};
 };
 
 using Rows = std::vector<QStringList>;

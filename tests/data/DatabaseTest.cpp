@@ -37,12 +37,7 @@ QStringList regions(Database& db)
     return out;
 }
 
-class DatabaseTest : public ::testing::Test {
-protected:
-    void SetUp() override { ASSERT_TRUE(db.open()) << db.lastError().toStdString(); }
-    DatabaseRoot dir;
-    Database db{dir.file};
-};
+using DatabaseTest = test::OpenDatabase;
 
 TEST_F(DatabaseTest, OpenCreatesEveryTableWithItsColumns)
 {

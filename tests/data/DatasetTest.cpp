@@ -12,10 +12,8 @@ namespace {
 using namespace Qt::StringLiterals;
 using Ids = std::vector<std::int64_t>;
 
-class DatasetTest : public ::testing::Test {
+class DatasetTest : public test::OpenDatabase {
 protected:
-    void SetUp() override { ASSERT_TRUE(db.open()) << db.lastError().toStdString(); }
-
     using Values = std::initializer_list<std::pair<const char16_t*, FieldValue>>;
     // Sets the named buffers; `fresh` empties all others first.
     static void put(Dataset& d, Values values, bool fresh = true)
@@ -60,9 +58,6 @@ protected:
         EXPECT_TRUE(db.open());
         return rows.join(u'|');
     }
-
-    test::DatabaseRoot dir;
-    Database db{dir.file};
 };
 
 TEST_F(DatasetTest, FiltersSelectAndOrderTheRecordsAndTheCursorStopsAtBothEnds)

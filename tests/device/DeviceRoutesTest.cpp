@@ -1,9 +1,13 @@
 #include "device/DeviceRoutes.h"
+#include "device/HardwareProfile.h"
+#include "device/LinuxHardware.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
 #include "support/QtPrinting.h"
 #include "support/TempRoot.h"
 
+#include <QFile>
+#include <QStandardPaths>
 #include <QSysInfo>
 #include <gtest/gtest.h>
 
@@ -31,7 +35,10 @@ public:
             root.writeFile(QStringLiteral("Windows/") + QLatin1StringView(file), "MZ");
         }
     }
-    void addHardware(const QByteArray& conf) { root.writeFile("Windows/hardware.conf", conf); }
+    void addHardware(const QString& conf)
+    {
+        root.writeFile("Windows/hardware.conf", conf.toUtf8());
+    }
 
     DeviceRoutes& open()
     {
@@ -120,6 +127,11 @@ const BacklightCase kBacklightCases[] = {
     {"ppcutil ignores 5", {"ppcutil"}, "Brightness=2 OnOff=1", Mains, 5, false,
      "Brightness=2 OnOff=1", 2},
     {"ppcutil ignores 9", {"ppcutil"}, "", Mains, 9, false, "", {}},
+    // Reading on a ppcutil device: the level, but 0 while the light is switched off.
+    {"ppcutil off reads 0", {"ppcutil"}, "Brightness=3 OnOff=0", Mains, -1, false,
+     "Brightness=3 OnOff=0", 0},
+    {"ppcutil without OnOff", {"ppcutil"}, "Brightness=3", Mains, -1, false, "Brightness=3", 3},
+    {"ppcutil without level", {"ppcutil"}, "OnOff=1", Mains, -1, false, "OnOff=1", {}},
     {"ppcutil battery has no route", {"ppcutil"}, "", Battery, 2, false, "", {}},
     {"ppcutil without key", {"ppcutil"}, nullptr, Mains, 2, false, "<no key>", {}},
     {"no library", {}, "Brightness=2", Mains, 3, false, "Brightness=2", {}},
@@ -142,30 +154,6 @@ TEST(BacklightRoutes, WritesTheRouteOfTheDeviceFamily)
                   c.taken ? QStringList{QStringLiteral("BackLightChangeEvent")} : QStringList{});
         EXPECT_EQ(routes.backlight(c.source), c.readBack);
         EXPECT_TRUE(device.commands.isEmpty());
-    }
-}
-
-// Reading on a ppcutil device: the level, but 0 while the light is switched off.
-TEST(BacklightRoutes, PpcUtilReadsOffAsZero)
-{
-    struct Case {
-        const char* values;
-        std::optional<int> level;
-    };
-    const Case cases[] = {
-        {"Brightness=3 OnOff=1", 3},
-        {"Brightness=3 OnOff=0", 0},
-        {"Brightness=3", 3},
-        {"OnOff=1", {}},
-        {"", {}},
-    };
-    for (const Case& c : cases) {
-        Device device;
-        device.addLibraries({"ppcutil"});
-        DeviceRoutes& routes = device.open();
-        device.stageKey(Hive::CurrentUser, kBacklightKey, c.values);
-        EXPECT_EQ(routes.backlight(Mains), c.level) << c.values;
-        EXPECT_EQ(routes.backlight(Battery), std::nullopt) << c.values;
     }
 }
 
@@ -199,41 +187,40 @@ TEST(DeviceRoutes, VolumeKeepsTheWaveOutValue)
     EXPECT_TRUE(device.commands.isEmpty());
 }
 
+// With the power manager's key the timeout is written there; without it only kept.
 TEST(DeviceRoutes, SwitchOffWritesTheTimeoutAndBecomesTheKeepAwakeValue)
 {
-    for (const int seconds : {0, 60, 120, 180, 240, 300}) {
-        Device device;
-        DeviceRoutes& routes = device.open();
-        device.stageKey(Hive::LocalMachine, kTimeoutsKey, "BattSuspendTimeout=600");
-        device.session->keepAwake().readSaved();
-        EXPECT_EQ(routes.switchOff(), 600);
-
-        routes.setSwitchOff(seconds);
-        EXPECT_EQ(device.registry().dword(Hive::LocalMachine, kTimeoutsKey, kTimeout),
-                  quint32(seconds));
-        EXPECT_EQ(routes.switchOff(), seconds);
-        EXPECT_EQ(routes.signalledEvents(),
-                  QStringList{QStringLiteral("PowerManager/ReloadActivityTimeouts")});
-
-        // A long job afterwards gives back the user's choice, not the start-up value.
-        {
-            KeepAwake::Scope awake(device.session->keepAwake());
-            EXPECT_EQ(device.registry().dword(Hive::LocalMachine, kTimeoutsKey, kTimeout), 0u);
+    for (const bool key : {true, false}) {
+        for (const int seconds : {0, 60, 120, 180, 240, 300}) {
+            SCOPED_TRACE(seconds);
+            Device device;
+            DeviceRoutes& routes = device.open();
+            if (key) {
+                device.stageKey(Hive::LocalMachine, kTimeoutsKey, "BattSuspendTimeout=600");
+                device.session->keepAwake().readSaved();
+                EXPECT_EQ(routes.switchOff(), 600);
+            }
+            const auto timeout = [&] {
+                return device.registry().dword(Hive::LocalMachine, kTimeoutsKey, kTimeout);
+            };
+            const auto written = [key](quint32 value) {
+                return key ? std::optional(value) : std::nullopt;
+            };
+            routes.setSwitchOff(seconds);
+            EXPECT_EQ(timeout(), written(seconds));
+            EXPECT_EQ(routes.switchOff(), seconds);
+            EXPECT_EQ(device.session->keepAwake().saved(), quint32(seconds));
+            EXPECT_EQ(routes.signalledEvents(),
+                      key ? QStringList{QStringLiteral("PowerManager/ReloadActivityTimeouts")}
+                          : QStringList{});
+            // A long job afterwards gives back the user's choice, not the start-up value.
+            {
+                KeepAwake::Scope awake(device.session->keepAwake());
+                EXPECT_EQ(timeout(), written(0));
+            }
+            EXPECT_EQ(timeout(), written(seconds));
         }
-        EXPECT_EQ(device.registry().dword(Hive::LocalMachine, kTimeoutsKey, kTimeout),
-                  quint32(seconds));
     }
-}
-
-TEST(DeviceRoutes, SwitchOffWithoutPowerManagerKeyOnlyKeepsTheValue)
-{
-    Device device;
-    DeviceRoutes& routes = device.open();
-    routes.setSwitchOff(180);
-    EXPECT_FALSE(device.registry().keyExists(Hive::LocalMachine, kTimeoutsKey));
-    EXPECT_EQ(routes.switchOff(), 180);
-    EXPECT_EQ(device.session->keepAwake().saved(), 180u);
-    EXPECT_TRUE(routes.signalledEvents().isEmpty());
 }
 
 // Without a hardware profile nothing leaves the root: the clock is the program's, reset counts.
@@ -341,6 +328,296 @@ TEST(DeviceRoutes, HardwareDescription)
         EXPECT_EQ(hardwareDescription(DeviceRoot(device.root.path()), host.host("product_name")),
                   c.expected)
             << c.what;
+    }
+}
+
+TEST(HardwareProfile, ParsesKeysCommentsAndPaths)
+{
+    const DeviceRoot root(QStringLiteral("/devices/one"));
+    const QString text = QStringLiteral("# Feldgerät\r\n"
+                                        "; old line\r\n"
+                                        "\r\n"
+                                        "  Backlight = /sys/class/backlight/panel  \r\n"
+                                        "backlight_levels=4\r\n"
+                                        "POWER_SUPPLY=/sys/class/power_supply/BAT1\r\n"
+                                        "uni1=\\Windows\\uni1.state\r\n"
+                                        "mixer=Master Playback\r\n"
+                                        "model=Feldgerät 7 = Wald\r\n"
+                                        "reboot=Yes\r\n"
+                                        "clock=no\r\n"
+                                        "colour=green\r\n"
+                                        "no equals sign\r\n"
+                                        "=value without key\r\n"
+                                        "mixer=PCM\r\n");
+    const HardwareProfile p = HardwareProfile::parse(text, &root);
+    EXPECT_EQ(p.backlight, QStringLiteral("/sys/class/backlight/panel"));
+    EXPECT_EQ(p.backlightLevels, 4);
+    EXPECT_EQ(p.powerSupply, QStringLiteral("/sys/class/power_supply/BAT1"));
+    EXPECT_EQ(p.uni1, root.hostPath(QStringLiteral("\\Windows\\uni1.state")));
+    EXPECT_TRUE(p.uni1.startsWith(QStringLiteral("/devices/one/")));
+    EXPECT_EQ(p.mixer, QStringLiteral("PCM"));
+    EXPECT_EQ(p.model, QStringLiteral("Feldgerät 7 = Wald"));
+    EXPECT_TRUE(p.reboot);
+    EXPECT_FALSE(p.clock);
+}
+
+TEST(HardwareProfile, DefaultsAndOddValues)
+{
+    struct Case {
+        const char* text;
+        int levels;
+        bool reboot;
+        bool clock;
+    };
+    const Case cases[] = {
+        {"", 10, false, false},
+        {"backlight_levels=0\nreboot=1\nclock=true", 10, false, false},
+        {"backlight_levels=-3\nreboot=yes please\nclock=YES", 10, false, true},
+        {"backlight_levels=abc\nreboot=yes\nreboot=no", 10, false, false},
+        {"backlight_levels=255\nREBOOT=yes", 255, true, false},
+    };
+    for (const Case& c : cases) {
+        const HardwareProfile p = HardwareProfile::parse(QString::fromUtf8(c.text));
+        EXPECT_EQ(p.backlightLevels, c.levels) << c.text;
+        EXPECT_EQ(p.reboot, c.reboot) << c.text;
+        EXPECT_EQ(p.clock, c.clock) << c.text;
+        EXPECT_TRUE(p.backlight.isEmpty() && p.mixer.isEmpty()) << c.text;
+    }
+}
+
+// sysfs-like folders below a temporary directory, and a runner that records.
+class Sysfs {
+public:
+    Sysfs()
+    {
+        dir.writeFile("backlight/panel/max_brightness", "255\n");
+        dir.writeFile("backlight/panel/brightness", "100\n");
+        dir.writeFile("power_supply/BAT0/capacity", "64\n");
+        dir.writeFile("power_supply/BAT0/status", "Charging\n");
+    }
+    LinuxHardware hardware(const QString& conf)
+    {
+        return LinuxHardware(HardwareProfile::parse(withDir(conf)), recorder());
+    }
+    // "%1" in a profile stands for the temporary folder.
+    QString withDir(QString conf) const { return conf.replace(QStringLiteral("%1"), dir.path()); }
+    CommandRunner recorder()
+    {
+        return [this](const QString& program, const QStringList& arguments) {
+            commands << program + u' ' + arguments.join(u' ');
+            return accept;
+        };
+    }
+    QByteArray brightness() const { return dir.readFile("backlight/panel/brightness"); }
+
+    test::TempRoot dir;
+    QStringList commands;
+    bool accept = true; // false: every command is missing or refused, which is no error
+};
+
+TEST(LinuxHardware, BacklightScalesToMaxBrightness)
+{
+    struct Case {
+        int levels;
+        int level;
+        bool written;
+        const char* brightness;
+        int readBack;
+        const char* max = "255\n";
+    };
+    // The lowest level is never dark, also where it would round down to 0.
+    const Case cases[] = {
+        {10, 10, true, "255\n", 10}, {10, 5, true, "128\n", 5},      {10, 0, true, "26\n", 1},
+        {10, 1, true, "26\n", 1},    {10, 12, true, "255\n", 10},    {4, 3, true, "191\n", 3},
+        {10, -1, false, "100\n", 4}, {10, 1, true, "1\n", 3, "4\n"},
+    };
+    for (const Case& c : cases) {
+        Sysfs sysfs;
+        sysfs.dir.writeFile("backlight/panel/max_brightness", c.max);
+        LinuxHardware hw =
+            sysfs.hardware(QStringLiteral("backlight=%1/backlight/panel\nbacklight_levels=")
+                           + QString::number(c.levels));
+        EXPECT_EQ(hw.setBacklight(c.level), c.written) << c.level;
+        EXPECT_EQ(sysfs.brightness(), c.brightness) << c.level;
+        EXPECT_EQ(hw.backlight(), c.readBack) << c.level;
+    }
+}
+
+TEST(LinuxHardware, MissingSysfsFilesAreSkipped)
+{
+    Sysfs sysfs;
+    LinuxHardware none = sysfs.hardware(QStringLiteral("mixer=Master\n"));
+    EXPECT_FALSE(none.setBacklight(5));
+    EXPECT_EQ(none.backlight(), std::nullopt);
+    EXPECT_EQ(none.batteryPercent(), std::nullopt);
+    EXPECT_EQ(none.powerSource(), PowerSource::Mains);
+
+    LinuxHardware elsewhere = sysfs.hardware(
+        QStringLiteral("backlight=%1/backlight/gone\npower_supply=%1/power_supply/BAT9\n"));
+    EXPECT_FALSE(elsewhere.setBacklight(5));
+    EXPECT_FALSE(QFile::exists(sysfs.dir.host("backlight/gone/brightness")));
+    EXPECT_EQ(elsewhere.batteryPercent(), std::nullopt);
+
+    // Without max_brightness no level can be scaled, and brightness is left alone.
+    sysfs.dir.writeFile("backlight/panel/max_brightness", "");
+    LinuxHardware noMax = sysfs.hardware(QStringLiteral("backlight=%1/backlight/panel\n"));
+    EXPECT_FALSE(noMax.setBacklight(5));
+    EXPECT_EQ(sysfs.brightness(), "100\n");
+    EXPECT_TRUE(sysfs.commands.isEmpty());
+}
+
+TEST(LinuxHardware, PowerSourceAndCapacity)
+{
+    const std::pair<const char*, PowerSource> table[] = {
+        {"Discharging\n", PowerSource::Battery}, {"discharging", PowerSource::Battery},
+        {"Charging\n", PowerSource::Mains},      {"Full\n", PowerSource::Mains},
+        {"Not charging\n", PowerSource::Mains},  {"", PowerSource::Mains},
+    };
+    for (const auto& [status, source] : table) {
+        Sysfs sysfs;
+        sysfs.dir.writeFile("power_supply/BAT0/status", status);
+        LinuxHardware hw = sysfs.hardware(QStringLiteral("power_supply=%1/power_supply/BAT0\n"));
+        EXPECT_EQ(hw.powerSource(), source) << status;
+        EXPECT_EQ(hw.batteryPercent(), 64);
+    }
+}
+
+// Profiles that reboot or set the clock are only ever built in memory and only ever get a runner
+// that records: no test may reach the machine's own reboot or clock.
+HardwareProfile commandProfile(const char* mixer, bool reboot, bool clock)
+{
+    HardwareProfile profile;
+    profile.mixer = QString::fromLatin1(mixer);
+    profile.reboot = reboot;
+    profile.clock = clock;
+    return profile;
+}
+
+TEST(LinuxHardware, CommandsAreBuiltOnlyWhenTheProfileAsks)
+{
+    const QDateTime when(QDate(2026, 5, 4), QTime(7, 30, 5));
+    struct Case {
+        HardwareProfile profile;
+        QStringList commands;
+    };
+    const Case cases[] = {
+        {commandProfile("", false, false), {}},
+        {commandProfile("Master", false, false), {QStringLiteral("amixer -q set Master 60%")}},
+        {commandProfile("", false, true),
+         {QStringLiteral("timedatectl --no-ask-password set-time 2026-05-04 07:30:05")}},
+        {commandProfile("", true, false), {QStringLiteral("systemctl --no-ask-password reboot")}},
+        {commandProfile("Speaker Playback", true, true),
+         {QStringLiteral("amixer -q set Speaker Playback 60%"),
+          QStringLiteral("timedatectl --no-ask-password set-time 2026-05-04 07:30:05"),
+          QStringLiteral("systemctl --no-ask-password reboot")}},
+    };
+    for (const Case& c : cases) {
+        for (const bool accept : {true, false}) {
+            Sysfs sysfs;
+            sysfs.accept = accept;
+            LinuxHardware hw(c.profile, sysfs.recorder());
+            EXPECT_EQ(hw.setVolumePercent(60), accept && !c.profile.mixer.isEmpty());
+            EXPECT_EQ(hw.setDateTime(when), accept && c.profile.clock);
+            EXPECT_FALSE(hw.setDateTime(QDateTime()));
+            EXPECT_EQ(hw.reboot(), accept && c.profile.reboot);
+            EXPECT_EQ(sysfs.commands, c.commands);
+        }
+    }
+}
+
+TEST(LinuxHardware, RealRunnerReportsMissingProgramsAndExitStatus)
+{
+    EXPECT_FALSE(runSystemCommand(QStringLiteral("brovant-no-such-program"), {}));
+    if (QStandardPaths::findExecutable(QStringLiteral("true")).isEmpty())
+        GTEST_SKIP() << "no true/false on this machine";
+    EXPECT_TRUE(runSystemCommand(QStringLiteral("true"), {}));
+    EXPECT_FALSE(runSystemCommand(QStringLiteral("false"), {}));
+}
+
+// The device controls with a hardware profile: the emulated routes still run, and the hardware
+// follows them for the power source in use.
+TEST(DeviceRoutesOnHardware, BacklightFollowsTheRouteForTheSourceInUse)
+{
+    struct Case {
+        const char* what;
+        QStringList libraries;
+        const char* status;
+        PowerSource source;
+        int level;
+        bool taken;
+        const char* brightness;
+    };
+    // clang-format off
+    const Case cases[] = {
+        {"no route, mains", {}, "Charging", PowerSource::Mains, 5, true, "128\n"},
+        {"battery slider on mains", {}, "Charging", PowerSource::Battery, 5, false, "100\n"},
+        {"no route, battery", {}, "Discharging", PowerSource::Battery, 10, true, "255\n"},
+        {"ppcutil takes 3", {"ppcutil"}, "Full", PowerSource::Mains, 3, true, "77\n"},
+        {"ppcutil ignores 5", {"ppcutil"}, "Full", PowerSource::Mains, 5, false, "100\n"},
+        {"lowest stays lit", {"ppcutil"}, "Full", PowerSource::Mains, 0, true, "26\n"},
+        {"ppcutil, battery", {"ppcutil"}, "Discharging", PowerSource::Mains, 3, true, "100\n"},
+    };
+    // clang-format on
+    for (const Case& c : cases) {
+        Sysfs sysfs;
+        sysfs.dir.writeFile("power_supply/BAT0/status", c.status);
+        Device device;
+        device.addLibraries(c.libraries);
+        device.addHardware(
+            sysfs.withDir("backlight=%1/backlight/panel\npower_supply=%1/power_supply/BAT0\n"));
+        DeviceRoutes& routes = device.open();
+        device.stageKey(Hive::CurrentUser, kBacklightKey, "Brightness=1");
+        EXPECT_EQ(routes.setBacklight(c.source, c.level), c.taken) << c.what;
+        EXPECT_EQ(sysfs.brightness(), c.brightness) << c.what;
+    }
+}
+
+TEST(DeviceRoutesOnHardware, VolumeDateAndResetReachTheCommands)
+{
+    test::TempRoot root;
+    DeviceSession session(root.path());
+    ManualClock clock;
+    Sysfs sysfs;
+    DeviceRoutes routes(session, clock,
+                        LinuxHardware(commandProfile("Master", true, true), sysfs.recorder()));
+    for (int position = 0; position <= 7; ++position)
+        routes.setVolume(position);
+    const QDateTime when(QDate(2026, 12, 24), QTime(18, 0, 0));
+    EXPECT_TRUE(routes.setDateTime(when));
+    EXPECT_EQ(clock.now(), when);
+    routes.reset();
+    EXPECT_EQ(routes.resetCount(), 1);
+    QStringList expected;
+    for (const int percent : {0, 0, 20, 40, 60, 80, 100, 0})
+        expected << QStringLiteral("amixer -q set Master %1%").arg(percent);
+    expected << QStringLiteral("timedatectl --no-ask-password set-time 2026-12-24 18:00:00")
+             << QStringLiteral("systemctl --no-ask-password reboot");
+    EXPECT_EQ(sysfs.commands, expected);
+}
+
+// The switch-off choice becomes logind's idle action through the profile's drop-in, which logind
+// is told to read again; without a drop-in the system's own setting stays.
+TEST(DeviceRoutesOnHardware, SwitchOffBecomesTheSessionIdleTime)
+{
+    const std::pair<int, const char*> table[] = {
+        {180, "[Login]\nIdleAction=suspend\nIdleActionSec=180s\n"},
+        {0, "[Login]\nIdleAction=ignore\n"},
+        {60, nullptr},
+    };
+    for (const auto& [seconds, dropIn] : table) {
+        Sysfs sysfs;
+        Device device;
+        device.addHardware(dropIn ? sysfs.withDir("idle_conf=%1/brovant.conf\n")
+                                  : "mixer=Master\n");
+        EXPECT_EQ(device.open().setSwitchOff(seconds), dropIn != nullptr) << seconds;
+        if (!dropIn) {
+            EXPECT_TRUE(device.commands.isEmpty());
+            continue;
+        }
+        EXPECT_EQ(sysfs.dir.readFile("brovant.conf"), dropIn) << seconds;
+        EXPECT_EQ(device.commands,
+                  QStringList{QStringLiteral("systemctl --no-ask-password kill --kill-whom=main "
+                                             "--signal=SIGHUP systemd-logind")});
     }
 }
 

@@ -3,8 +3,6 @@
 #include "ReportTestData.h"
 #include "evaluation/Totals.h"
 
-#include <random>
-
 namespace brovant::test {
 namespace {
 
@@ -118,44 +116,6 @@ const std::vector<Case>& cases()
 
 INSTANTIATE_TEST_SUITE_P(Lists, DistributionCases, ::testing::ValuesIn(cases()),
                          [](const auto& info) { return std::string(info.param.name); });
-
-// A large list of random trees against the database's own sums per class.
-TEST_F(Distribution, CountsMatchTheDatabase)
-{
-    addClasses(38);
-    addList(1, QStringLiteral("GROSS"), 95);
-    std::mt19937 random(7);
-    std::vector<Tree> trees;
-    static const char* species[] = {"FI", "KI", "BU", "EI", "TA"};
-    static QByteArray classCodes[38];
-    for (int i = 0; i < 38; ++i)
-        classCodes[i] = QByteArray::number(8 + 2 * i).rightJustified(2, '0');
-    for (int i = 0; i < 2000; ++i) {
-        trees.push_back({species[random() % 5], classCodes[random() % 38].constData(),
-                         std::int64_t(1 + random() % 9), std::int64_t(random() % 900)});
-    }
-    addTrees(1, trees);
-
-    const auto d = DiameterDistribution::compute(db(), 1, tables());
-    ASSERT_TRUE(d.has_value());
-    auto q = db().query(QStringLiteral("SELECT BAUMART, DMSTUFE, SUM(STK) FROM Brov_Holzdaten"
-                                       " WHERE ID_FILE = 1 GROUP BY BAUMART, DMSTUFE"));
-    int groups = 0;
-    std::int64_t stems = 0;
-    while (q.next()) {
-        const auto s = std::find_if(d->species().begin(), d->species().end(),
-                                    [&](const auto& x) { return x.species == q.text(0); });
-        ASSERT_NE(s, d->species().end());
-        const auto c = std::find_if(d->classes().begin(), d->classes().end(),
-                                    [&](const auto& x) { return x.code == q.text(1); });
-        ASSERT_NE(c, d->classes().end());
-        EXPECT_EQ(s->cells[size_t(c - d->classes().begin())].count, q.integer(2));
-        stems += q.integer(2);
-        ++groups;
-    }
-    EXPECT_EQ(groups, 5 * 38);
-    EXPECT_EQ(d->all().count, stems);
-}
 
 TEST_F(Distribution, ChartsShowTheOccupiedClasses)
 {

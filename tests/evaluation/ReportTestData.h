@@ -8,6 +8,7 @@
 #include "evaluation/Reports.h"
 #include "masterdata/DeviceSession.h"
 #include "masterdata/MasterTables.h"
+#include "support/ListBuilder.h"
 #include "support/QtPrinting.h"
 #include "support/TempRoot.h"
 
@@ -17,6 +18,7 @@
 
 #include <array>
 #include <memory>
+#include <optional>
 #include <ostream>
 #include <vector>
 
@@ -35,6 +37,7 @@ protected:
     {
         session = std::make_unique<DeviceSession>(root.path(), Database::Durability::Relaxed);
         ASSERT_NE(session->openDatabase(), DeviceSession::DatabaseState::Failed);
+        lists.emplace(db());
     }
 
     Database& db() { return session->database(); }
@@ -46,23 +49,28 @@ protected:
     {
         for (int i = 0; i < count; ++i) {
             const int diameter = first + step * i;
-            addMasterRow(schema::DiameterClassRow, [&](Dataset& rows) {
-                rows.setText(u"DMSTUFE", QStringLiteral("%1").arg(diameter, 2, 10, QChar(u'0')));
-                rows.setInt(u"BHDBIS", diameter);
-                rows.setInt(u"BHD", diameter);
-            });
+            lists->row(schema::Einstellungen,
+                       {{u"ID", ++m_masterId},
+                        {u"ID_TYPE", schema::DiameterClassRow},
+                        {u"DMSTUFE", QStringLiteral("%1").arg(diameter, 2, 10, QChar(u'0'))},
+                        {u"BHDBIS", diameter},
+                        {u"BHD", diameter}});
         }
         store().writeInt(Setting::Stufenanzahl, 0, count);
     }
     void addAssortmentRow(const char* species, const char* diameterClass,
-                          const std::array<std::int64_t, 6>& hs)
+                          const std::array<int, 6>& hs)
     {
-        addMasterRow(schema::SpeciesVolumeRow, [&](Dataset& rows) {
-            rows.setText(u"BAUMART", QString::fromLatin1(species));
-            rows.setText(u"DMSTUFE", QString::fromLatin1(diameterClass));
-            for (int k = 0; k < 6; ++k)
-                rows.setInt(QStringLiteral("HS%1").arg(k + 1), hs[size_t(k)]);
-        });
+        lists->row(schema::Einstellungen, {{u"ID", ++m_masterId},
+                                           {u"ID_TYPE", schema::SpeciesVolumeRow},
+                                           {u"BAUMART", species},
+                                           {u"DMSTUFE", diameterClass},
+                                           {u"HS1", hs[0]},
+                                           {u"HS2", hs[1]},
+                                           {u"HS3", hs[2]},
+                                           {u"HS4", hs[3]},
+                                           {u"HS5", hs[4]},
+                                           {u"HS6", hs[5]}});
     }
     void setSorten(const QStringList& codes)
     {
@@ -70,32 +78,32 @@ protected:
             store().writeText(Setting::Sorte, k, codes[k]);
     }
 
-    void addList(std::int64_t id, const QString& name, std::int64_t factor)
+    void addList(std::int64_t id, const QString& name, int factor)
     {
-        Dataset heads(db(), schema::Kopfdaten);
-        heads.clearFields();
-        heads.setInt(u"ID_FILE", id);
-        heads.setText(u"LISTE_NR", name);
-        heads.setText(u"DATUM_A", QStringLiteral("04.05.2026"));
-        heads.setText(u"REGION_A", QStringLiteral("WR01"));
-        heads.setInt(u"KOR_FAKTOR_N", factor);
-        ASSERT_TRUE(heads.insert());
+        lists->list(id, name, factor, {{u"DATUM_A", "04.05.2026"}, {u"REGION_A", "WR01"}});
     }
     void addTrees(std::int64_t list, const std::vector<Tree>& trees)
     {
-        Dataset rows(db(), schema::Holzdaten);
-        for (const Tree& t : trees) {
-            rows.clearFields();
-            rows.setInt(u"ID", ++m_treeId);
-            rows.setInt(u"ID_FILE", list);
-            rows.setInt(u"ID_TYPE", 1);
-            rows.setText(u"BAUMART", QString::fromLatin1(t.species));
-            rows.setText(u"DMSTUFE", QString::fromLatin1(t.diameterClass));
-            rows.setInt(u"BHD", QString::fromLatin1(t.diameterClass).toInt());
-            rows.setInt(u"STK", t.count);
-            rows.setInt(u"KUBATUR", t.volume);
-            ASSERT_TRUE(rows.insert());
-        }
+        for (const Tree& t : trees)
+            lists->tree(
+                list, QString::fromLatin1(t.species), t.count, t.volume,
+                {{u"DMSTUFE", t.diameterClass}, {u"BHD", QByteArray(t.diameterClass).toInt()}});
+    }
+
+    // List 1 "HIEB01" at 90 %: FI 40 + 45 + 49 (45, 50, 55), KI 90 + 49 (101, 55); 10 classes,
+    // six assortments, FI class 12 split 1:2:0:0:0:1, class 14 all zeros.
+    void addKnownList()
+    {
+        addClasses(10);
+        setSorten({"ST", "AB", "PA", "IL", "IK", "BR"});
+        addAssortmentRow("FI ", "12", {10, 20, 0, 0, 0, 10});
+        addAssortmentRow("FI ", "14", {0, 0, 0, 0, 0, 0});
+        addList(1, QStringLiteral("HIEB01"), 90);
+        addTrees(1, {{"FI", "12", 1, 45},
+                     {"KI", "20", 2, 101},
+                     {"FI", "12", 1, 50},
+                     {"FI", "14", 1, 55},
+                     {"KI", "20", 1, 55}});
     }
 
     const MasterTables& tables()
@@ -110,21 +118,11 @@ protected:
 
     TempRoot root;
     std::unique_ptr<DeviceSession> session;
+    std::optional<ListBuilder> lists;
 
 private:
-    template <class Fill> void addMasterRow(int type, Fill fill)
-    {
-        Dataset rows(db(), schema::Einstellungen);
-        rows.clearFields();
-        rows.setInt(u"ID", m_masterId++);
-        rows.setInt(u"ID_TYPE", type);
-        fill(rows);
-        ASSERT_TRUE(rows.insert());
-    }
-
     MasterTables m_tables;
-    std::int64_t m_treeId = 0;
-    std::int64_t m_masterId = 0;
+    qint64 m_masterId = 0;
 };
 
 // The rows of a table as "cell|cell|...".

@@ -6,13 +6,11 @@
 namespace brovant::test {
 namespace {
 
-class InboxTest : public ::testing::Test {
+class InboxTest : public OfficeStoreTest {
 protected:
     void SetUp() override
     {
-        QString error;
-        store = office::OfficeStore::open(dir.filePath(QStringLiteral("office.sqlite")), &error);
-        ASSERT_TRUE(store) << error.toStdString();
+        OfficeStoreTest::SetUp();
         inbox = dir.filePath(QStringLiteral("inbox"));
         QDir().mkpath(inbox);
     }
@@ -34,12 +32,10 @@ protected:
         return box.scan();
     }
 
-    QTemporaryDir dir;
     QString inbox;
-    std::unique_ptr<office::OfficeStore> store;
 };
 
-TEST_F(InboxTest, TakesSettledFilesAndMovesThemByOutcome)
+TEST_P(InboxTest, TakesSettledFilesAndMovesThemByOutcome)
 {
     const QByteArray list = deviceFile("export_all_pairs.dat");
     drop(QStringLiteral("HIEB01.DAT"), list);
@@ -70,20 +66,20 @@ TEST_F(InboxTest, TakesSettledFilesAndMovesThemByOutcome)
     EXPECT_EQ(in(QStringLiteral("done")), (QStringList{"HIEB01.DAT", "HIEB01_2.DAT"}));
 }
 
-TEST_F(InboxTest, AListStoredBeforeAKillIsMovedOnTheNextScan)
+TEST_P(InboxTest, AListStoredBeforeAKillIsMovedOnTheNextScan)
 {
     // Killed after the commit, before the move: the file is still in the inbox.
     const QByteArray list = deviceFile("export_all_pairs.dat");
-    ASSERT_EQ(office::intakeBytes(*store, list, QStringLiteral("HIEB01.DAT")).kind,
-              office::IntakeResult::Kind::Imported);
+    ASSERT_EQ(take(list, QStringLiteral("HIEB01.DAT")).kind, office::IntakeResult::Kind::Imported);
     drop(QStringLiteral("HIEB01.DAT"), list);
     const auto results = scanAt(office::Inbox::kSettleMs + 1000);
     ASSERT_EQ(results.size(), 1u);
     EXPECT_EQ(results[0].kind, office::IntakeResult::Kind::Duplicate);
     EXPECT_EQ(in(QStringLiteral("done")), QStringList{"HIEB01.DAT"});
-    office::ListQuery all;
-    EXPECT_EQ(store->count(all), 1);
+    EXPECT_EQ(listCount(), 1);
 }
+
+INSTANTIATE_TEST_SUITE_P(Stores, InboxTest, ::testing::Values("sqlite"));
 
 } // namespace
 } // namespace brovant::test

@@ -73,10 +73,8 @@ TEST_P(OfficeStoreTest, KeepsHeaderRegionsAndTreesAsTheDeviceWroteThem)
     const IntakeResult r = take(deviceFile("export_all_pairs.dat"));
     const auto content = store->content(r.id);
     ASSERT_TRUE(content);
-    EXPECT_EQ(content->listNumber, QStringLiteral("HIEB01"));
-    EXPECT_EQ(content->date, QStringLiteral("04.05.2026"));
-    EXPECT_EQ(content->day, QStringLiteral("2026-05-04"));
-    EXPECT_EQ(content->region, QStringLiteral("WR01"));
+    EXPECT_EQ(QStringList({content->listNumber, content->date, content->day, content->region}),
+              QStringList({"HIEB01", "04.05.2026", "2026-05-04", "WR01"}));
     ASSERT_EQ(content->header.size(), 17u);
     EXPECT_EQ(content->header[0].label, QStringLiteral("Zusatz:"));
     EXPECT_EQ(content->header[0].text, QStringLiteral("Abt. 12 Süd, Steilhang"));
@@ -87,16 +85,11 @@ TEST_P(OfficeStoreTest, KeepsHeaderRegionsAndTreesAsTheDeviceWroteThem)
     EXPECT_EQ(content->regions[1].species, QStringLiteral("BU"));
     ASSERT_EQ(content->trees.size(), 3u);
     const office::StoredTree& t = content->trees[1];
-    EXPECT_EQ(t.kind, 2);
-    EXPECT_EQ(t.parcel, QStringLiteral("12a"));
-    EXPECT_EQ(t.count, 12);
-    EXPECT_EQ(t.species, QStringLiteral("BU"));
-    EXPECT_EQ(t.diameter, 140);
-    EXPECT_EQ(t.diameterClass, QStringLiteral("99"));
-    EXPECT_EQ(t.volume, 123456);
-    EXPECT_EQ(t.na, QStringLiteral("N1"));
-    EXPECT_EQ(t.ka, QStringLiteral("K2"));
-    EXPECT_EQ(t.tariff, QStringLiteral("BU01"));
+    EXPECT_EQ(QStringList({QString::number(t.kind), t.parcel, QString::number(t.count), t.species,
+                           QString::number(t.diameter), t.diameterClass, QString::number(t.volume),
+                           t.na, t.ka, t.tariff})
+                  .join(u'|'),
+              QStringLiteral("2|12a|12|BU|140|99|123456|N1|K2|BU01"));
 }
 
 // Texts that mean something to SQL or to an array literal come back as they went in.

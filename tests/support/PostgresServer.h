@@ -23,7 +23,8 @@ public:
             return;
         }
         if (::geteuid() == 0)
-            chown(QStringLiteral("postgres:postgres"), m_dir.path());
+            QProcess::execute(QStringLiteral("chown"),
+                              {QStringLiteral("postgres:postgres"), m_dir.path()});
         const QString data = m_dir.path() + QStringLiteral("/data");
         if (!run(bin + QStringLiteral("/initdb"),
                  {QStringLiteral("-D"), data, QStringLiteral("-A"), QStringLiteral("trust"),
@@ -72,10 +73,6 @@ private:
         return versions.isEmpty() ? QString()
                                   : QStringLiteral("/usr/lib/postgresql/") + versions.front() +
                                         QStringLiteral("/bin");
-    }
-    static void chown(const QString& owner, const QString& path)
-    {
-        QProcess::execute(QStringLiteral("chown"), {owner, path});
     }
     bool run(const QString& program, QStringList args)
     {

@@ -2,11 +2,10 @@
 // list, and a TallyLogic on it.
 #pragma once
 
-#include "data/Dataset.h"
-#include "data/Schema.h"
 #include "masterdata/DeviceSession.h"
 #include "masterdata/MasterTables.h"
 #include "platform/MessageDialogs.h"
+#include "support/ListBuilder.h"
 #include "support/TempRoot.h"
 
 #include <gtest/gtest.h>
@@ -18,7 +17,6 @@ namespace brovant::test {
 
 class TallyFixture : public ::testing::Test {
 protected:
-
     void SetUp() override
     {
         session = std::make_unique<DeviceSession>(root.path(), Database::Durability::Relaxed);
@@ -30,18 +28,15 @@ protected:
     void addRow(int type, const QString& dmstufe, int bhdbis, int bhd, const QString& tarif,
                 int kubatur, const QString& species = {})
     {
-        Dataset rows(db(), schema::Einstellungen);
-        rows.reset();
-        rows.setInt(u"ID", ++m_rowId);
-        rows.setInt(u"ID_TYPE", type);
-        rows.setText(u"DMSTUFE", dmstufe);
-        rows.setInt(u"BHDBIS", bhdbis);
-        rows.setInt(u"BHD", bhd);
-        rows.setText(u"TARIF", tarif);
-        rows.setInt(u"KUBATUR", kubatur);
-        rows.setText(u"REGION_A", QStringLiteral("WG1"));
-        rows.setText(u"BAUMART", species);
-        ASSERT_TRUE(rows.insert());
+        ListBuilder(db()).row(schema::Einstellungen, {{u"ID", ++m_rowId},
+                                                      {u"ID_TYPE", type},
+                                                      {u"DMSTUFE", dmstufe},
+                                                      {u"BHDBIS", bhdbis},
+                                                      {u"BHD", bhd},
+                                                      {u"TARIF", tarif},
+                                                      {u"KUBATUR", kubatur},
+                                                      {u"REGION_A", "WG1"},
+                                                      {u"BAUMART", species}});
     }
     void addClass(int bound, const QString& code, int diameter)
     {
@@ -67,15 +62,8 @@ protected:
 
     std::int64_t addList(const QString& name, int factor = 100)
     {
-        Dataset heads(db(), schema::Kopfdaten);
-        heads.reset();
-        const std::int64_t id = ++m_listId;
-        heads.setInt(u"ID_FILE", id);
-        heads.setText(u"LISTE_NR", name);
-        heads.setText(u"ZUSATZ_A", QStringLiteral("Abt. 12"));
-        heads.setInt(u"KOR_FAKTOR_N", factor);
-        EXPECT_TRUE(heads.insert());
-        return id;
+        ListBuilder(db()).list(++m_listId, name, factor, {{u"ZUSATZ_A", "Abt. 12"}});
+        return m_listId;
     }
 
     // Classes 10/20/30 ("10", "20", "30" standing for 8, 18, 28 cm), tariff "FI1" with 45, 50,
