@@ -155,15 +155,17 @@ struct WebServer::Impl {
         return std::max<qint64>(0, found->second.lastMs + wait - now);
     }
 
-    // The user if name and password are right; a failure counts against the name.
-    std::optional<User> checkPassword(const QString& name, const QString& password, qint64 now)
+    // The user if name and password are right; a failure counts against the name from the moment
+    // it is answered, so the time the hash took does not shorten the wait.
+    std::optional<User> checkPassword(const QString& name, const QString& password)
     {
         const auto user = store.user(name);
+        const bool matches = user && passwordMatches(*user, password);
         std::lock_guard lock(mutex);
-        if (!user || !passwordMatches(*user, password)) {
+        if (!matches) {
             Failures& f = failures[name];
             ++f.count;
-            f.lastMs = now;
+            f.lastMs = QDateTime::currentMSecsSinceEpoch();
             return std::nullopt;
         }
         failures.erase(name);
@@ -219,7 +221,7 @@ struct WebServer::Impl {
             sendError(res, 429, QStringLiteral("Zu viele Fehlversuche, bitte warten"));
             return std::nullopt;
         }
-        const auto user = checkPassword(name, password, now);
+        const auto user = checkPassword(name, password);
         if (!user) {
             res.set_header("WWW-Authenticate", "Basic realm=\"Brovant\", charset=\"UTF-8\"");
             sendError(res, 401, QStringLiteral("Name oder Passwort falsch"));
@@ -438,7 +440,7 @@ struct WebServer::Impl {
                                  QStringLiteral("Zu viele Fehlversuche. Bitte %1 s warten.")
                                      .arg((wait + 999) / 1000),
                                  429);
-            const auto user = checkPassword(name, param(req, "password"), now);
+            const auto user = checkPassword(name, param(req, "password"));
             if (!user)
                 return loginForm(req, res, QStringLiteral("Name oder Passwort falsch."), 401);
             const QString id = token();
