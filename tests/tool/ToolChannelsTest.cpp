@@ -8,16 +8,10 @@
 #include "transfer/FtpTestServer.h"
 
 #include <QDir>
-#include <QDirIterator>
-#include <QProcess>
 
-#include <atomic>
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <poll.h>
-#include <termios.h>
-#include <thread>
-#include <unistd.h>
+
+#include <functional>
 
 namespace brovant::test {
 namespace {
