@@ -48,6 +48,24 @@ QString padded(const QString& text, int width)
     return text.leftJustified(width, u' ', true);
 }
 
+// The lower quartile of the latest times, so that runs slowed down by a busy machine do not push
+// the kills past the end of the quick ones.
+struct Latest {
+    std::deque<qint64> times;
+    void add(qint64 ms)
+    {
+        times.push_back(ms);
+        if (times.size() > 9)
+            times.pop_front();
+    }
+    double quartile() const
+    {
+        std::vector<qint64> sorted(times.begin(), times.end());
+        std::sort(sorted.begin(), sorted.end());
+        return sorted.empty() ? 0.0 : double(sorted[sorted.size() / 4]);
+    }
+};
+
 // One kind of work the tool is killed in, on a device root of its own.
 class Activity {
 public:
@@ -84,14 +102,11 @@ public:
     int runs = 0;
     int completed = 0;
     int inTheWork = 0; // kills that found the work begun: something of it on the device
-    // How long a run that ends by itself takes: the lower quartile of the latest ones, so that
-    // runs slowed down by a busy machine do not push the kills past the end of the quick ones.
-    double typicalMs() const { return quartile(m_durations); }
-    void ranToTheEnd(qint64 ms) { keep(m_durations, ms); }
-    // How long the tool takes to start and open the device before any work: "init" on the same
-    // root, which on a device that has its folders and database only opens them.
-    double startUpMs() const { return quartile(m_startUps); }
-    void startedUp(qint64 ms) { keep(m_startUps, ms); }
+    // How long a run that ends by itself takes, and how long the tool takes to start and open
+    // the device before any work ("init" on the same root, which on a device that has its folders
+    // and database only opens them).
+    Latest durations;
+    Latest startUps;
 
 protected:
     // Counts a kill that met the work begun.
@@ -152,23 +167,6 @@ protected:
     QString m_root;
     QString m_scratch;
     QMap<QString, QByteArray> m_checkedBackups;
-
-private:
-    static double quartile(const std::deque<qint64>& values)
-    {
-        std::vector<qint64> sorted(values.begin(), values.end());
-        std::sort(sorted.begin(), sorted.end());
-        return sorted.empty() ? 0.0 : double(sorted[sorted.size() / 4]);
-    }
-    static void keep(std::deque<qint64>& values, qint64 value)
-    {
-        values.push_back(value);
-        if (values.size() > 9)
-            values.pop_front();
-    }
-
-    std::deque<qint64> m_durations;
-    std::deque<qint64> m_startUps;
 };
 
 const char* const kListsSql =
@@ -818,7 +816,7 @@ TEST(KillSoak, KilledProgramsLeaveASoundDevice)
             ++a.completed;
             // Only runs meant to end count: the ones that beat a kill are the quick ones.
             if (killAfterMs < 0)
-                a.ranToTheEnd(r.elapsedMs);
+                a.durations.add(r.elapsedMs);
         }
         const std::string error =
             deviceIntact(a.root(), scratch, [&](const DbCopy& db) { return a.check(r, db); });
@@ -832,7 +830,7 @@ TEST(KillSoak, KilledProgramsLeaveASoundDevice)
                                      {"--root", a.root(), "init"}, -1, toolEnv);
         if (r.status != 0)
             return std::string(a.name()) + " init: " + r.err.toStdString();
-        a.startedUp(r.elapsedMs);
+        a.startUps.add(r.elapsedMs);
         return runOnce(a, -1);
     };
 
@@ -862,8 +860,10 @@ TEST(KillSoak, KilledProgramsLeaveASoundDevice)
         }
         // Mostly within the work after start-up, else anywhere in the run's life; now and then
         // a little after its usual end, which also keeps the usual end up to date.
-        const double end = a->typicalMs() * 1.05;
-        const double from = unit(rng) < 0.7 ? std::min(a->startUpMs(), a->typicalMs()) * 0.95 : 0.0;
+        const double end = a->durations.quartile() * 1.05;
+        const double from = unit(rng) < 0.7
+                                ? std::min(a->startUps.quartile(), a->durations.quartile()) * 0.95
+                                : 0.0;
         const auto delay = qint64(from + (end - from) * unit(rng));
         ASSERT_EQ(runOnce(*a, delay), "") << context << "\nseed " << seed;
 
@@ -892,7 +892,8 @@ TEST(KillSoak, KilledProgramsLeaveASoundDevice)
     for (const auto& a : activities)
         std::printf("  %-13s %4d kills (%3d in the work), %4d runs to the end, a run %3.0f ms "
                     "(start-up %3.0f ms)\n",
-                    a->name(), a->hits, a->inTheWork, a->completed, a->typicalMs(), a->startUpMs());
+                    a->name(), a->hits, a->inTheWork, a->completed, a->durations.quartile(),
+                    a->startUps.quartile());
     std::printf("  %-13s %4d kills, %4d starts to the main menu, a start %4.0f ms\n", "program",
                 program.hits, program.starts, program.typicalMs);
     std::fflush(stdout);
