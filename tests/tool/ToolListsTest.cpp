@@ -59,15 +59,5 @@ TEST(ToolLists, OneLinePerListInTableOrder)
                                     "3\tB 7\t   4\tTab im Text\n"));
 }
 
-TEST(ToolLists, OtherFormsAreNotThisCommand)
-{
-    TempRoot root;
-    const ToolRun r = tool(root.path(), {QStringLiteral("lists"), QStringLiteral("extra")});
-    EXPECT_EQ(r.status, 2);
-    EXPECT_TRUE(r.err.contains(QStringLiteral("Unbekannter Befehl"))) << r.err.toStdString();
-    const ToolRun help = runTool({QStringLiteral("--help")});
-    EXPECT_TRUE(help.out.contains(QStringLiteral("lists"))) << help.out.toStdString();
-}
-
 } // namespace
 } // namespace brovant::test
