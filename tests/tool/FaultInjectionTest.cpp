@@ -11,12 +11,10 @@
 #include "tool/ToolRun.h"
 
 #include <QDir>
-#include <QDirIterator>
 #include <QFileInfo>
 #include <QProcessEnvironment>
 #include <QSet>
 #include <QTemporaryDir>
-#include <QUrl>
 
 #include <gtest/gtest.h>
 
@@ -30,62 +28,20 @@ enum class Op { ManualBackup, AutomaticBackup, ExportLists, ExportCsv, Send, Res
 // restore stages beside the database.
 enum class Place { Card, Export, Documents, Staging };
 
-const char* opName(Op op)
-{
-    switch (op) {
-    case Op::ManualBackup:
-        return "ManualBackup";
-    case Op::AutomaticBackup:
-        return "AutomaticBackup";
-    case Op::ExportLists:
-        return "ExportLists";
-    case Op::ExportCsv:
-        return "ExportCsv";
-    case Op::Send:
-        return "Send";
-    case Op::Restore:
-        return "Restore";
-    }
-    return "?";
-}
-
-const char* placeName(Place place)
-{
-    switch (place) {
-    case Place::Card:
-        return "card";
-    case Place::Export:
-        return "export";
-    case Place::Documents:
-        return "documents";
-    case Place::Staging:
-        return "staging";
-    }
-    return "?";
-}
+const struct {
+    const char* name;
+    QStringList args;
+} kOps[] = {{"ManualBackup", {"backup"}},
+            {"AutomaticBackup", {"backup", "--auto"}},
+            {"ExportLists", {"export-lists"}},
+            {"ExportCsv", {"export-csv", "HIEB01"}},
+            {"Send", {"send"}},
+            {"Restore", {"restore", "0001_Manu.cdb"}}};
+const char* const kPlaces[] = {"card", "export", "documents", "staging"};
 
 void PrintTo(Op op, std::ostream* os)
 {
-    *os << opName(op);
-}
-
-QStringList argsOf(Op op)
-{
-    switch (op) {
-    case Op::ManualBackup:
-        return {"backup"};
-    case Op::AutomaticBackup:
-        return {"backup", "--auto"};
-    case Op::ExportLists:
-        return {"export-lists"};
-    case Op::ExportCsv:
-        return {"export-csv", "HIEB01"};
-    case Op::Send:
-        return {"send"};
-    case Op::Restore:
-        return {"restore", "0001_Manu.cdb"};
-    }
-    return {};
+    *os << kOps[int(op)].name;
 }
 
 const QString kBackupFailed = QStringLiteral("Fehler bei der Datensicherung!\n");
@@ -150,61 +106,39 @@ const QByteArray kOldCsv = "an earlier export of HIEB01\r\n";
 // Trees in the backup 0001_Manu.cdb; the database holds one more.
 constexpr int kBackupTrees = 1500;
 
-// The rows of one statement, columns joined by '|', on a connection that neither writes nor leaves
-// SQLite's files beside the database; {"<error>"} when the file or the statement fails.
-QStringList readRows(const QString& file, const QString& sql)
-{
-    sqlite3* db = nullptr;
-    QStringList rows;
-    const QByteArray uri = QUrl::fromLocalFile(file).toEncoded() + "?immutable=1";
-    int rc = sqlite3_open_v2(uri.constData(), &db, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI, nullptr);
-    sqlite3_stmt* st = nullptr;
-    if (rc == SQLITE_OK)
-        rc = sqlite3_prepare_v2(db, sql.toUtf8().constData(), -1, &st, nullptr);
-    while (rc == SQLITE_OK || rc == SQLITE_ROW) {
-        rc = sqlite3_step(st);
-        if (rc != SQLITE_ROW)
-            break;
-        QStringList columns;
-        for (int i = 0; i < sqlite3_column_count(st); ++i) {
-            const auto* value = sqlite3_column_text(st, i);
-            columns << (value ? QString::fromUtf8(reinterpret_cast<const char*>(value))
-                              : QStringLiteral("NULL"));
-        }
-        rows << columns.join(u'|');
-    }
-    sqlite3_finalize(st);
-    sqlite3_close_v2(db);
-    return rc == SQLITE_DONE ? rows : QStringList{QStringLiteral("<error>")};
-}
-
 bool intact(const QString& file)
 {
-    return readRows(file, QStringLiteral("PRAGMA integrity_check")) == QStringList{"ok"};
+    return sqlRows(file, QStringLiteral("PRAGMA integrity_check"), true) == QStringList{"ok"};
 }
 
 int trees(const QString& file)
 {
-    return readRows(file, QStringLiteral("SELECT COUNT(*) FROM Brov_Holzdaten")).value(0).toInt();
+    return sqlRows(file, QStringLiteral("SELECT COUNT(*) FROM Brov_Holzdaten"), true)
+        .value(0)
+        .toInt();
 }
 
 // Every row of every table: what the database holds, whatever its pages look like.
 QStringList contentOf(const QString& file)
 {
     QStringList content;
-    for (const QString& table : readRows(
-             file, QStringLiteral("SELECT name FROM sqlite_master WHERE type = 'table' ORDER BY "
-                                  "name"))) {
+    for (const QString& table :
+         sqlRows(file,
+                 QStringLiteral("SELECT name FROM sqlite_master WHERE type = 'table' ORDER BY "
+                                "name"),
+                 true)) {
         content << table;
-        content += readRows(file, QStringLiteral("SELECT * FROM \"%1\"").arg(table));
+        content += sqlRows(file, QStringLiteral("SELECT * FROM \"%1\"").arg(table), true);
     }
     return content;
 }
 
 QString marks(const QString& file)
 {
-    return readRows(file, QStringLiteral("SELECT LISTE_NR, DUE_MARK, EXPORTED_N_NI FROM "
-                                         "Brov_Kopfdaten ORDER BY rowid"))
+    return sqlRows(file,
+                   QStringLiteral("SELECT LISTE_NR, DUE_MARK, EXPORTED_N_NI FROM "
+                                  "Brov_Kopfdaten ORDER BY rowid"),
+                   true)
         .join(u' ');
 }
 
@@ -313,15 +247,7 @@ protected:
         env.insert(QStringLiteral("BROVANT_FAULT_AFTER"), QString::number(after));
         env.insert(QStringLiteral("BROVANT_FAULT_PREFIX"), prefixOf(place));
         env.insert(QStringLiteral("BROVANT_FAULT_LOG"), m_log.filePath(QStringLiteral("faults")));
-        QProcess p;
-        p.setProcessEnvironment(env);
-        p.setProgram(QStringLiteral(BROVANT_TOOL_PATH));
-        p.setArguments(QStringList{QStringLiteral("--root"), m_root->path()} + args);
-        p.start();
-        p.waitForFinished(60000);
-        return {p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1,
-                QString::fromUtf8(p.readAllStandardOutput()),
-                QString::fromUtf8(p.readAllStandardError())};
+        return runTool(QStringList{QStringLiteral("--root"), m_root->path()} + args, env);
     }
 
     // A send with the office's ActiveSync end collecting into `office` beside it.
@@ -356,8 +282,8 @@ TEST_P(FaultInjection, EndsWithItsMessageLosesNothingAndRetries)
     for (const Case& c : kCases) {
         if (c.op != op)
             continue;
-        SCOPED_TRACE(std::string(opName(op)) + ": " + c.fault + " after " + std::to_string(c.after)
-                     + " at " + placeName(c.place));
+        SCOPED_TRACE(std::string(kOps[int(op)].name) + ": " + c.fault + " after "
+                     + std::to_string(c.after) + " at " + kPlaces[int(c.place)]);
         ASSERT_NO_FATAL_FAILURE(freshDevice());
         if (op == Op::ExportCsv)
             m_root->writeFile(kCsvFile, kOldCsv);
@@ -369,7 +295,7 @@ TEST_P(FaultInjection, EndsWithItsMessageLosesNothingAndRetries)
         TempRoot office;
 
         const ToolRun r = op == Op::Send ? send(office.path(), c.fault, c.after)
-                                         : run(argsOf(op), c.fault, c.after, c.place);
+                                         : run(kOps[int(op)].args, c.fault, c.after, c.place);
 
         EXPECT_EQ(r.status, 1) << r.err.toStdString();
         if (op == Op::Send) {
@@ -414,7 +340,7 @@ TEST_P(FaultInjection, EndsWithItsMessageLosesNothingAndRetries)
         if (op == Op::Send) {
             ASSERT_EQ(run({"mark", "HIEB01"}).out, QStringLiteral("1\n"));
         }
-        const ToolRun retry = op == Op::Send ? send(office.path()) : run(argsOf(op));
+        const ToolRun retry = op == Op::Send ? send(office.path()) : run(kOps[int(op)].args);
         EXPECT_EQ(retry.status, 0) << retry.err.toStdString();
         EXPECT_TRUE(faultLog().isEmpty());
         EXPECT_TRUE(intact(database));
@@ -463,7 +389,7 @@ TEST_P(FaultInjection, EndsWithItsMessageLosesNothingAndRetries)
 INSTANTIATE_TEST_SUITE_P(Operations, FaultInjection,
                          ::testing::Values(Op::ManualBackup, Op::AutomaticBackup, Op::ExportLists,
                                            Op::ExportCsv, Op::Send, Op::Restore),
-                         [](const auto& info) { return std::string(opName(info.param)); });
+                         [](const auto& info) { return std::string(kOps[int(info.param)].name); });
 
 } // namespace
 } // namespace brovant::test

@@ -14,7 +14,6 @@
 #include <QProcess>
 #include <QStringList>
 #include <QTemporaryDir>
-#include <QThread>
 #include <sqlite3.h>
 
 #include <csignal>
@@ -120,30 +119,8 @@ public:
     // Rows of a statement, columns joined by '|'; {"<error: ...>"} when it fails.
     QStringList rows(const QString& sql, const QList<qint64>& values = {}) const
     {
-        if (!m_error.empty())
-            return {QString::fromStdString("<error: " + m_error + ">")};
-        sqlite3_stmt* st = nullptr;
-        QStringList out;
-        int rc = sqlite3_prepare_v2(m_db, sql.toUtf8().constData(), -1, &st, nullptr);
-        for (int i = 0; rc == SQLITE_OK && i < values.size(); ++i)
-            rc = sqlite3_bind_int64(st, i + 1, values[i]);
-        while (rc == SQLITE_OK || rc == SQLITE_ROW) {
-            rc = sqlite3_step(st);
-            if (rc != SQLITE_ROW)
-                break;
-            QStringList columns;
-            for (int c = 0; c < sqlite3_column_count(st); ++c) {
-                const auto* text = sqlite3_column_text(st, c);
-                columns << (text ? QString::fromUtf8(reinterpret_cast<const char*>(text))
-                                 : QStringLiteral("NULL"));
-            }
-            out << columns.join(u'|');
-        }
-        if (rc != SQLITE_DONE)
-            out = QStringList{
-                QStringLiteral("<error: %1>").arg(QString::fromUtf8(sqlite3_errmsg(m_db)))};
-        sqlite3_finalize(st);
-        return out;
+        return m_error.empty() ? rowsOf(m_db, sql, values)
+                               : QStringList{QString::fromStdString("<error: " + m_error + ">")};
     }
     QString single(const QString& sql, const QList<qint64>& values = {}) const
     {
@@ -217,12 +194,6 @@ inline QStringList listLines(const QString& root)
                    QByteArray(kTreeLinesSql).replace("ID_FILE = ?", "ID_FILE = 1").constData());
 }
 
-inline QByteArray fileBytes(const QString& path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
 // "" when both hive files of the root load as the program loads them (nothing set aside as
 // corrupt; a hive that is not there yet is fine) and saving them again gives the same bytes, so
 // nothing in them was passed over.
@@ -235,7 +206,7 @@ inline std::string hivesLoad(const QString& root)
         return "hive file set aside as corrupt: " + registry.setAside().join(u' ').toStdString();
     for (const Hive hive : {Hive::CurrentUser, Hive::LocalMachine}) {
         const QString file = folder + u'/' + Registry::hiveName(hive) + QStringLiteral(".reg");
-        if (QFile::exists(file) && registry.exportHive(hive).toUtf8() != fileBytes(file))
+        if (QFile::exists(file) && registry.exportHive(hive).toUtf8() != readAll(file))
             return file.toStdString() + " holds more than its keys and values";
     }
     return {};

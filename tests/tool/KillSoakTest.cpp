@@ -18,7 +18,6 @@
 
 #include <gtest/gtest.h>
 
-#include <QDirIterator>
 #include <QRegularExpression>
 #include <QSet>
 
@@ -26,6 +25,7 @@
 #include <chrono>
 #include <cstdio>
 #include <deque>
+#include <functional>
 #include <map>
 #include <memory>
 #include <random>
@@ -48,6 +48,24 @@ QString padded(const QString& text, int width)
     return text.leftJustified(width, u' ', true);
 }
 
+// The lower quartile of the latest times, so that runs slowed down by a busy machine do not push
+// the kills past the end of the quick ones.
+struct Latest {
+    std::deque<qint64> times;
+    void add(qint64 ms)
+    {
+        times.push_back(ms);
+        if (times.size() > 9)
+            times.pop_front();
+    }
+    double quartile() const
+    {
+        std::vector<qint64> sorted(times.begin(), times.end());
+        std::sort(sorted.begin(), sorted.end());
+        return sorted.empty() ? 0.0 : double(sorted[sorted.size() / 4]);
+    }
+};
+
 // One kind of work the tool is killed in, on a device root of its own.
 class Activity {
 public:
@@ -58,13 +76,22 @@ public:
     {
         QDir().mkpath(m_scratch);
     }
-    virtual ~Activity() = default;
+    // A killed program leaves its socket, named after the root, in the temporary folder; nobody
+    // listens there once the soak is over, whichever way it ends.
+    virtual ~Activity()
+    {
+        const QByteArray path = QDir(m_root).absolutePath().toUtf8();
+        QFile::remove(
+            QDir::tempPath() + QStringLiteral("/brovant-")
+            + QString::fromLatin1(
+                QCryptographicHash::hash(path, QCryptographicHash::Sha1).toHex().left(16)));
+    }
 
     const char* name() const { return m_name; }
     const QString& root() const { return m_root; }
 
     // Builds the activity's state on its root, a copy of the demo device; "" when that worked.
-    virtual std::string setUp() = 0;
+    virtual std::string setUp() { return {}; }
     // The tool's arguments for the next run, its input written; "" when that worked.
     virtual std::string nextRun(Rng& rng, QStringList& args) = 0;
     // What the activity itself requires of the root after a run; "" when it holds.
@@ -75,14 +102,11 @@ public:
     int runs = 0;
     int completed = 0;
     int inTheWork = 0; // kills that found the work begun: something of it on the device
-    // How long a run that ends by itself takes: the lower quartile of the latest ones, so that
-    // runs slowed down by a busy machine do not push the kills past the end of the quick ones.
-    double typicalMs() const { return quartile(m_durations); }
-    void ranToTheEnd(qint64 ms) { keep(m_durations, ms); }
-    // How long the tool takes to start and open the device before any work: "init" on the same
-    // root, which on a device that has its folders and database only opens them.
-    double startUpMs() const { return quartile(m_startUps); }
-    void startedUp(qint64 ms) { keep(m_startUps, ms); }
+    // How long a run that ends by itself takes, and how long the tool takes to start and open
+    // the device before any work ("init" on the same root, which on a device that has its folders
+    // and database only opens them).
+    Latest durations;
+    Latest startUps;
 
 protected:
     // Counts a kill that met the work begun.
@@ -98,7 +122,10 @@ protected:
     }
     std::string run(const QStringList& args) const { return failure(tool(m_root, args)); }
 
-    QStringList backupFiles() const { return fileNamesIn(m_root + QStringLiteral("/Brovant/Save")); }
+    QStringList backupFiles() const
+    {
+        return fileNamesIn(m_root + QStringLiteral("/Brovant/Save"));
+    }
 
     // The backups in \Brovant\Save: every one whole and sound, with one of `fingerprints` as its
     // content. Leftovers of a copy in progress are fine, anything else in the folder is not.
@@ -140,23 +167,6 @@ protected:
     QString m_root;
     QString m_scratch;
     QMap<QString, QByteArray> m_checkedBackups;
-
-private:
-    static double quartile(const std::deque<qint64>& values)
-    {
-        std::vector<qint64> sorted(values.begin(), values.end());
-        std::sort(sorted.begin(), sorted.end());
-        return sorted.empty() ? 0.0 : double(sorted[sorted.size() / 4]);
-    }
-    static void keep(std::deque<qint64>& values, qint64 value)
-    {
-        values.push_back(value);
-        if (values.size() > 9)
-            values.pop_front();
-    }
-
-    std::deque<qint64> m_durations;
-    std::deque<qint64> m_startUps;
 };
 
 const char* const kListsSql =
@@ -166,10 +176,7 @@ const char* const kTreesSql = "SELECT * FROM Brov_Holzdaten ORDER BY rowid";
 // Trees saved one after the other, as a forester tallies them.
 class TallyActivity final : public Activity {
 public:
-    explicit TallyActivity(const QString& base)
-        : Activity("tally", base)
-    {
-    }
+    using Activity::Activity;
 
     std::string setUp() override { return remember(); }
 
@@ -201,11 +208,8 @@ public:
                          .toUtf8();
         }
         const QString file = m_scratch + QStringLiteral("/trees.txt");
-        QFile out(file);
-        if (!out.open(QIODevice::WriteOnly) || out.write(input) != input.size())
-            return "cannot write " + file.toStdString();
         args = {"tally", m_list, "--trees", file};
-        return {};
+        return writeAll(file, input) ? "" : "cannot write " + file.toStdString();
     }
 
     std::string check(const KillRun& run, const DbCopy& db) override
@@ -282,14 +286,11 @@ private:
 // The configuration imported again and again, the demo one and one with a volume changed.
 class ConfigActivity final : public Activity {
 public:
-    explicit ConfigActivity(const QString& base)
-        : Activity("import-config", base)
-    {
-    }
+    using Activity::Activity;
 
     std::string setUp() override
     {
-        m_files[0] = fileBytes(QStringLiteral(BROVANT_SOURCE_DIR "/demo/passive.dtr"));
+        m_files[0] = readAll(QStringLiteral(BROVANT_SOURCE_DIR "/demo/passive.dtr"));
         m_files[1] = m_files[0];
         m_files[1].replace("40FFI01 08  0.020", "40FFI01 08  0.030");
         // A registry setting differs too, so rows and settings of two files cannot pass as one.
@@ -298,8 +299,7 @@ public:
             || m_files[1].contains("20CZusatz:"))
             return "the demo configuration has no FI01 volume of class 08 or no label Zusatz";
         for (int i = 0; i < 2; ++i) {
-            QFile out(path(i));
-            if (!out.open(QIODevice::WriteOnly) || out.write(m_files[i]) != m_files[i].size())
+            if (!writeAll(path(i), m_files[i]))
                 return "cannot write " + path(i).toStdString();
         }
         // The root has the demo configuration already.
@@ -337,7 +337,7 @@ public:
                    "the configuration counts as loaded";
         if (!run.hit && (run.status != 0 || now != m_fingerprints[target]))
             return "import ended with status " + std::to_string(run.status);
-        const QByteArray staged = fileBytes(m_root + QStringLiteral("/Brovant/passive.dtr"));
+        const QByteArray staged = readAll(m_root + QStringLiteral("/Brovant/passive.dtr"));
         if (staged != m_files[0] && staged != m_files[1])
             return "staged configuration is neither file (" + std::to_string(staged.size())
                    + " bytes)";
@@ -361,8 +361,9 @@ private:
                                QStringLiteral("Loaded"))
                         .value_or(0)
                     == 1,
-                registry.string(Hive::CurrentUser, app + QStringLiteral("\\HDL_KOPF"),
-                                QStringLiteral("KOPF00"))
+                registry
+                    .string(Hive::CurrentUser, app + QStringLiteral("\\HDL_KOPF"),
+                            QStringLiteral("KOPF00"))
                     .value_or(QString())};
     }
 
@@ -382,12 +383,7 @@ private:
 // Office list files in \Import, a few at a time, each to become a list of its own.
 class ImportActivity final : public Activity {
 public:
-    explicit ImportActivity(const QString& base)
-        : Activity("import-lists", base)
-    {
-    }
-
-    std::string setUp() override { return {}; }
+    using Activity::Activity;
 
     std::string nextRun(Rng& rng, QStringList& args) override
     {
@@ -400,8 +396,7 @@ public:
             const QString number = QStringLiteral("S%1").arg(m_next++, 4, 10, QChar(u'0'));
             Expected list = makeList(rng, number);
             list.file = number.toLower() + u'.' + QLatin1StringView(endings[i % 3]);
-            QFile out(importFolder() + u'/' + list.file);
-            if (!out.open(QIODevice::WriteOnly) || out.write(list.bytes) != list.bytes.size())
+            if (!writeAll(importFolder() + u'/' + list.file, list.bytes))
                 return "cannot write " + list.file.toStdString();
             m_lists[number] = list;
         }
@@ -462,7 +457,7 @@ public:
             const auto found = m_lists.find(number);
             if (found == m_lists.end() || found->second.file != file)
                 return "unexpected file in \\Import: " + name.toStdString();
-            if (fileBytes(importFolder() + u'/' + name) != found->second.bytes)
+            if (readAll(importFolder() + u'/' + name) != found->second.bytes)
                 return "list file changed in \\Import: " + name.toStdString();
             if (!claimed.hasMatch() && imported.contains(number))
                 return "list " + number.toStdString()
@@ -519,11 +514,9 @@ private:
                      + padded(texts[1], 40);
         lines << "003" + padded("Abteilung:", 20) + padded(texts[2], 40) + padded("Aufnehmer:", 20)
                      + padded(texts[3], 40);
-        e.header = QStringList{number,   date,     QString::number(100 - 5 * factor),
-                               region,   texts[0], texts[1],
-                               texts[2], texts[3], "0",
-                               "0",      "T00300"}
-                       .join(u'|');
+        e.header = QStringLiteral("%1|%2|%3|%4|%5|%6|%7|%8|0|0|T00300")
+                       .arg(number, date, QString::number(100 - 5 * factor), region, texts[0],
+                            texts[1], texts[2], texts[3]);
         const int regions = uniform(rng, 1, 2);
         for (int i = 0; i < regions; ++i) {
             const QString kind = QLatin1StringView(species[uniform(rng, 0, 3)]);
@@ -549,18 +542,11 @@ private:
                                .arg(volume / 100, 4)
                                .arg(volume % 100, 2, 10, QChar(u'0'))
                          + padded(quality, 2) + padded(caliper, 2) + padded(kind + "01", 5);
-            e.trees << QStringList{QString::number(i),
-                                   QString::number(type),
-                                   parcel,
-                                   QString::number(count),
-                                   kind,
-                                   QString::number(diameter),
-                                   diameterClass,
-                                   QString::number(volume),
-                                   quality,
-                                   caliper,
-                                   kind + "01"}
-                           .join(u'|');
+            e.trees << QStringLiteral("%1|%2|%3|%4|%5|%6|%7|%8|%9|%10|%11")
+                           .arg(QString::number(i), QString::number(type), parcel,
+                                QString::number(count), kind, QString::number(diameter),
+                                diameterClass, QString::number(volume), quality, caliper,
+                                kind + "01");
         }
         for (const QString& line : lines) {
             for (const QChar c : line)
@@ -590,24 +576,17 @@ private:
 // Manual and automatic backups of a device with a tallied list.
 class BackupActivity final : public Activity {
 public:
-    explicit BackupActivity(const QString& base)
-        : Activity("backup", base)
-    {
-    }
+    using Activity::Activity;
 
     std::string setUp() override
     {
         // Enough trees that copying the database is a stretch of work a kill can meet.
         QByteArray trees;
         for (int i = 0; i < 1500; ++i)
-            trees += QByteArray("--bhd ") + QByteArray::number(10 + i % 70)
-                     + " --species FI "
-                       "--tarif FI01\n";
+            trees += "--bhd " + QByteArray::number(10 + i % 70) + " --species FI --tarif FI01\n";
         const QString file = m_scratch + QStringLiteral("/trees.txt");
-        QFile out(file);
-        if (!out.open(QIODevice::WriteOnly) || out.write(trees) != trees.size())
+        if (!writeAll(file, trees))
             return "cannot write " + file.toStdString();
-        out.close();
         if (std::string error = run({"tally", "T1", "--trees", file}); !error.empty())
             return error;
         m_lists = openDatabase()->fingerprint({kListsSql, kTreesSql});
@@ -645,10 +624,7 @@ private:
 // Two manual backups of different lists, restored in turn.
 class RestoreActivity final : public Activity {
 public:
-    explicit RestoreActivity(const QString& base)
-        : Activity("restore", base)
-    {
-    }
+    using Activity::Activity;
 
     std::string setUp() override
     {
@@ -662,7 +638,7 @@ public:
             if (std::string error = run({"backup", "--manual"}); !error.empty())
                 return error;
             m_fingerprints[i] = openDatabase()->fingerprint({kListsSql, kTreesSql});
-            m_backups[i] = fileBytes(backupPath(i));
+            m_backups[i] = readAll(backupPath(i));
             if (m_backups[i].isEmpty())
                 return "no backup " + backupPath(i).toStdString();
         }
@@ -686,7 +662,7 @@ public:
         if (!run.hit && (run.status != 0 || now != m_fingerprints[target]))
             return "restore ended with status " + std::to_string(run.status);
         for (int i = 0; i < 2; ++i) {
-            if (fileBytes(backupPath(i)) != m_backups[i])
+            if (readAll(backupPath(i)) != m_backups[i])
                 return "the restored backup changed: " + backupPath(i).toStdString();
         }
         if (std::string error =
@@ -711,12 +687,16 @@ private:
     QStringList m_before;
 };
 
-// What every kill must leave on any root: a sound database and hive files that load.
-std::string deviceIntact(const QString& root, const QString& scratch)
+// What every kill must leave on any root: a sound database, what `check` requires of it, and hive
+// files that load.
+std::string deviceIntact(const QString& root, const QString& scratch,
+                         const std::function<std::string(const DbCopy&)>& check = {})
 {
     const DbCopy db(database(root), scratch);
     if (std::string error = db.integrity(); !error.empty())
         return "database: " + error;
+    if (std::string error = check ? check(db) : ""; !error.empty())
+        return error;
     return hivesLoad(root);
 }
 
@@ -790,23 +770,11 @@ TEST(KillSoak, KilledProgramsLeaveASoundDevice)
     const QString demo = base.path() + QStringLiteral("/demo");
     ASSERT_EQ(demoDevice(demo, {"T1"}), "");
     std::vector<std::unique_ptr<Activity>> activities;
-    // A killed program leaves its socket, named after the root, in the temporary folder; nobody
-    // listens there once the test is over, whichever way it ends.
-    const auto removeSockets = [&activities](void*) {
-        for (const auto& a : activities) {
-            const QByteArray path = QDir(a->root()).absolutePath().toUtf8();
-            QFile::remove(
-                QDir::tempPath() + QStringLiteral("/brovant-")
-                + QString::fromLatin1(
-                    QCryptographicHash::hash(path, QCryptographicHash::Sha1).toHex().left(16)));
-        }
-    };
-    const std::unique_ptr<void, decltype(removeSockets)> sockets(&activities, removeSockets);
-    activities.push_back(std::make_unique<TallyActivity>(base.path()));
-    activities.push_back(std::make_unique<ConfigActivity>(base.path()));
-    activities.push_back(std::make_unique<ImportActivity>(base.path()));
-    activities.push_back(std::make_unique<BackupActivity>(base.path()));
-    activities.push_back(std::make_unique<RestoreActivity>(base.path()));
+    activities.push_back(std::make_unique<TallyActivity>("tally", base.path()));
+    activities.push_back(std::make_unique<ConfigActivity>("import-config", base.path()));
+    activities.push_back(std::make_unique<ImportActivity>("import-lists", base.path()));
+    activities.push_back(std::make_unique<BackupActivity>("backup", base.path()));
+    activities.push_back(std::make_unique<RestoreActivity>("restore", base.path()));
     const QString scratch = base.path() + QStringLiteral("/scratch");
     QDir().mkpath(scratch);
 
@@ -822,15 +790,6 @@ TEST(KillSoak, KilledProgramsLeaveASoundDevice)
     qint64 runMs = 0;
     qint64 checkMs = 0;
     std::string context;
-    // Start-up and opening the device, before any work: the work begins about here.
-    const auto measureStartUp = [&](Activity& a) -> std::string {
-        const KillRun r = runAndKill(QStringLiteral(BROVANT_TOOL_PATH),
-                                     {"--root", a.root(), "init"}, -1, toolEnv);
-        if (r.status != 0)
-            return "init: " + r.err.toStdString();
-        a.startedUp(r.elapsedMs);
-        return {};
-    };
     // One run of the activity, killed after `killAfterMs` (negative: not at all), and the checks.
     const auto runOnce = [&](Activity& a, qint64 killAfterMs) -> std::string {
         QStringList args;
@@ -857,29 +816,30 @@ TEST(KillSoak, KilledProgramsLeaveASoundDevice)
             ++a.completed;
             // Only runs meant to end count: the ones that beat a kill are the quick ones.
             if (killAfterMs < 0)
-                a.ranToTheEnd(r.elapsedMs);
+                a.durations.add(r.elapsedMs);
         }
-        const DbCopy db(database(a.root()), scratch);
-        std::string error = db.integrity();
-        if (!error.empty())
-            error = "database: " + error;
-        if (error.empty())
-            error = a.check(r, db);
-        if (error.empty())
-            error = hivesLoad(a.root());
+        const std::string error =
+            deviceIntact(a.root(), scratch, [&](const DbCopy& db) { return a.check(r, db); });
         checkMs += clock.elapsed();
         return error;
+    };
+    // Start-up and opening the device ("init", before any work: the work begins about here), then
+    // a run to its end: how long each takes.
+    const auto runToTheEnd = [&](Activity& a) -> std::string {
+        const KillRun r = runAndKill(QStringLiteral(BROVANT_TOOL_PATH),
+                                     {"--root", a.root(), "init"}, -1, toolEnv);
+        if (r.status != 0)
+            return std::string(a.name()) + " init: " + r.err.toStdString();
+        a.startUps.add(r.elapsedMs);
+        return runOnce(a, -1);
     };
 
     for (auto& a : activities) {
         ASSERT_TRUE(copyTree(demo, a->root()));
         ASSERT_EQ(a->setUp(), "") << a->name();
         // The first runs go to their end: how long a run takes.
-        for (int i = 0; i < 3; ++i) {
-            ASSERT_EQ(measureStartUp(*a), "") << a->name();
-            const std::string error = runOnce(*a, -1);
-            ASSERT_EQ(error, "") << context << "\nseed " << seed;
-        }
+        for (int i = 0; i < 3; ++i)
+            ASSERT_EQ(runToTheEnd(*a), "") << context << "\nseed " << seed;
     }
 
     ProgramStarts program;
@@ -896,34 +856,31 @@ TEST(KillSoak, KilledProgramsLeaveASoundDevice)
         }
         // Start-up and run times drift with the machine's load.
         if (a->runs % 10 == 0) {
-            ASSERT_EQ(measureStartUp(*a), "") << a->name();
-            const std::string error = runOnce(*a, -1);
-            ASSERT_EQ(error, "") << context << "\nseed " << seed;
+            ASSERT_EQ(runToTheEnd(*a), "") << context << "\nseed " << seed;
         }
         // Mostly within the work after start-up, else anywhere in the run's life; now and then
         // a little after its usual end, which also keeps the usual end up to date.
-        const double end = a->typicalMs() * 1.05;
-        const double from = unit(rng) < 0.7 ? std::min(a->startUpMs(), a->typicalMs()) * 0.95 : 0.0;
+        const double end = a->durations.quartile() * 1.05;
+        const double from = unit(rng) < 0.7
+                                ? std::min(a->startUps.quartile(), a->durations.quartile()) * 0.95
+                                : 0.0;
         const auto delay = qint64(from + (end - from) * unit(rng));
-        const std::string error = runOnce(*a, delay);
-        ASSERT_EQ(error, "") << context << "\nseed " << seed;
+        ASSERT_EQ(runOnce(*a, delay), "") << context << "\nseed " << seed;
 
         if (kills >= nextProgramStart) {
             nextProgramStart += 50;
             const Activity& on = *activities[programRoot++ % activities.size()];
-            const std::string startError = startProgram(on.root(), rng, program);
-            ASSERT_EQ(startError, "") << "program on the " << on.name() << " device after "
-                                      << context << "\nseed " << seed;
+            ASSERT_EQ(startProgram(on.root(), rng, program), "")
+                << "program on the " << on.name() << " device after " << context << "\nseed "
+                << seed;
             ASSERT_EQ(deviceIntact(on.root(), scratch), "") << on.name() << "\nseed " << seed;
         }
     }
     for (const auto& a : activities) {
         // The next run after the last kill goes to its end from what the kill left.
-        const std::string error = runOnce(*a, -1);
-        ASSERT_EQ(error, "") << context << "\nseed " << seed;
-        const std::string startError = startProgram(a->root(), rng, program);
-        ASSERT_EQ(startError, "") << "program on the " << a->name() << " device at the end\nseed "
-                                  << seed;
+        ASSERT_EQ(runOnce(*a, -1), "") << context << "\nseed " << seed;
+        ASSERT_EQ(startProgram(a->root(), rng, program), "")
+            << "program on the " << a->name() << " device at the end\nseed " << seed;
         ASSERT_EQ(deviceIntact(a->root(), scratch), "") << a->name() << "\nseed " << seed;
     }
 
@@ -935,7 +892,8 @@ TEST(KillSoak, KilledProgramsLeaveASoundDevice)
     for (const auto& a : activities)
         std::printf("  %-13s %4d kills (%3d in the work), %4d runs to the end, a run %3.0f ms "
                     "(start-up %3.0f ms)\n",
-                    a->name(), a->hits, a->inTheWork, a->completed, a->typicalMs(), a->startUpMs());
+                    a->name(), a->hits, a->inTheWork, a->completed, a->durations.quartile(),
+                    a->startUps.quartile());
     std::printf("  %-13s %4d kills, %4d starts to the main menu, a start %4.0f ms\n", "program",
                 program.hits, program.starts, program.typicalMs);
     std::fflush(stdout);

@@ -1,6 +1,5 @@
 // "brovant-tool lists": one line per list in table order, with the "DÜ" column as the list
-// selection screen shows it.
-#include "workflow/ListSelectionLogic.h"
+// selection screen shows it (ListSelection.RowsInTableOrderWithTheirColumnTexts).
 #include "data/Database.h"
 #include "data/Dataset.h"
 #include "data/Schema.h"
@@ -58,27 +57,6 @@ TEST(ToolLists, OneLinePerListInTableOrder)
                                     "2\tMODELL\tA0\t\n"
                                     "9\tALT\tA2\tzweimal\n"
                                     "3\tB 7\t   4\tTab im Text\n"));
-
-    // The column is the screen's own text.
-    Database db(file, Database::Durability::Relaxed);
-    ASSERT_TRUE(db.open());
-    QStringList marks;
-    for (const auto& row : ListSelectionLogic::readRows(db))
-        marks << row.mark;
-    QStringList printed;
-    for (const QString& line : r.out.split(u'\n', Qt::SkipEmptyParts))
-        printed << line.section(u'\t', 2, 2);
-    EXPECT_EQ(printed, marks);
-}
-
-TEST(ToolLists, OtherFormsAreNotThisCommand)
-{
-    TempRoot root;
-    const ToolRun r = tool(root.path(), {QStringLiteral("lists"), QStringLiteral("extra")});
-    EXPECT_EQ(r.status, 2);
-    EXPECT_TRUE(r.err.contains(QStringLiteral("Unbekannter Befehl"))) << r.err.toStdString();
-    const ToolRun help = runTool({QStringLiteral("--help")});
-    EXPECT_TRUE(help.out.contains(QStringLiteral("lists"))) << help.out.toStdString();
 }
 
 } // namespace

@@ -189,7 +189,6 @@ TEST(OfficeCommands, RefuseWhatTheyCannotDo)
         EXPECT_EQ(r.status, c.status);
         EXPECT_TRUE(r.err.contains(QString::fromUtf8(c.err))) << r.err.toStdString();
     }
-    EXPECT_TRUE(runTool({"--help"}).out.contains(QStringLiteral("office-activesync")));
 }
 
 TEST(OfficeActiveSync, CollectsTheExportWhenTheDeviceAsks)

@@ -7,6 +7,7 @@
 #include <QMap>
 #include <QProcess>
 #include <QStringList>
+#include <QUrl>
 #include <sqlite3.h>
 
 #include <string>
@@ -19,9 +20,11 @@ struct ToolRun {
     QString err;
 };
 
-inline ToolRun runTool(const QStringList& args)
+inline ToolRun runTool(const QStringList& args,
+                       const QProcessEnvironment& env = QProcessEnvironment::systemEnvironment())
 {
     QProcess p;
+    p.setProcessEnvironment(env);
     p.setProgram(QStringLiteral(BROVANT_TOOL_PATH));
     p.setArguments(args);
     p.start();
@@ -40,6 +43,12 @@ inline QByteArray readAll(const QString& path)
 {
     QFile f(path);
     return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+inline bool writeAll(const QString& path, const QByteArray& bytes)
+{
+    QFile f(path);
+    return f.open(QIODevice::WriteOnly) && f.write(bytes) == bytes.size();
 }
 
 // Every file below dir by its relative path, with its bytes.
@@ -109,21 +118,16 @@ private:
     QProcess m_process;
 };
 
-// The rows of one statement, columns joined by '|', read behind the tool's back; {"<error>"}
-// when the file or the statement fails.
-inline QStringList sqlRows(const QString& file, const char* sql)
+// The rows of `sql` on an open connection, columns joined by '|' (NULL as "NULL"), each `values`
+// bound in turn; {"<error: message>"} when the statement fails.
+inline QStringList rowsOf(sqlite3* db, const QString& sql, const QList<qint64>& values = {})
 {
-    sqlite3* db = nullptr;
-    QStringList out;
-    int rc =
-        sqlite3_open_v2(QFile::encodeName(file).constData(), &db, SQLITE_OPEN_READWRITE, nullptr);
     sqlite3_stmt* st = nullptr;
-    if (rc == SQLITE_OK)
-        rc = sqlite3_prepare_v2(db, sql, -1, &st, nullptr);
-    while (rc == SQLITE_OK || rc == SQLITE_ROW) {
-        rc = sqlite3_step(st);
-        if (rc != SQLITE_ROW)
-            break;
+    QStringList out;
+    int rc = sqlite3_prepare_v2(db, sql.toUtf8().constData(), -1, &st, nullptr);
+    for (int i = 0; rc == SQLITE_OK && i < values.size(); ++i)
+        rc = sqlite3_bind_int64(st, i + 1, values[i]);
+    while (rc == SQLITE_OK && (rc = sqlite3_step(st)) == SQLITE_ROW) {
         QStringList columns;
         for (int i = 0; i < sqlite3_column_count(st); ++i) {
             const auto* value = sqlite3_column_text(st, i);
@@ -131,10 +135,27 @@ inline QStringList sqlRows(const QString& file, const char* sql)
                               : QStringLiteral("NULL"));
         }
         out << columns.join(u'|');
+        rc = SQLITE_OK;
     }
+    if (rc != SQLITE_DONE)
+        out = QStringList{QStringLiteral("<error: %1>").arg(QString::fromUtf8(sqlite3_errmsg(db)))};
     sqlite3_finalize(st);
+    return out;
+}
+
+// The rows of one statement read behind the tool's back. `immutable`: read only, through a
+// connection that leaves no file of SQLite's beside the database.
+inline QStringList sqlRows(const QString& file, const QString& sql, bool immutable = false)
+{
+    sqlite3* db = nullptr;
+    const QByteArray name = immutable ? QUrl::fromLocalFile(file).toEncoded() + "?immutable=1"
+                                      : QFile::encodeName(file);
+    sqlite3_open_v2(name.constData(), &db,
+                    immutable ? SQLITE_OPEN_READONLY | SQLITE_OPEN_URI : SQLITE_OPEN_READWRITE,
+                    nullptr);
+    const QStringList rows = rowsOf(db, sql);
     sqlite3_close_v2(db);
-    return rc == SQLITE_DONE ? out : QStringList{QStringLiteral("<error>")};
+    return rows;
 }
 
 } // namespace brovant::test

@@ -83,14 +83,8 @@ TEST_F(ToolTransfer, ExportWritesTheMarkedListsAndKeepsTheirMarks)
 
     const QList<QByteArray> lines =
         root.readFile(QStringLiteral("Export/HIEB01  .DAT")).split('\n');
-    ASSERT_GE(lines.size(), 4);
-    EXPECT_EQ(lines[0], QByteArray("TD0HIEB01  .DATQuendrax     0Brovant_V300_D\r"));
-    EXPECT_TRUE(lines[1].startsWith("001HIEB01  ")) << lines[1].toStdString();
-    int trees = 0;
-    for (const QByteArray& line : lines)
-        trees += line.startsWith("10A") ? 1 : 0;
-    EXPECT_EQ(trees, 2);
-    // 26 and 40 cm, FI01, one tree each.
+    // The file's layout is ListFileExport's (ListFileExportTest); here the list in it.
+    EXPECT_EQ(lines.value(0), QByteArray("TD0HIEB01  .DATQuendrax     0Brovant_V300_D\r"));
     EXPECT_TRUE(lines.contains("10A      1FI  2626   0.59    FI01 \r"));
 }
 

@@ -1,14 +1,15 @@
 // A device root with the program's start-up and shutdown around it.
 #pragma once
 
-#include "workflow/AppLifecycle.h"
 #include "data/Dataset.h"
 #include "data/Schema.h"
 #include "data/StructureCheck.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
 #include "platform/MessageDialogs.h"
+#include "support/QtPrinting.h"
 #include "support/TempRoot.h"
+#include "workflow/AppLifecycle.h"
 
 #include <QDir>
 #include <QFile>
@@ -19,13 +20,7 @@
 
 #include <initializer_list>
 #include <memory>
-#include <ostream>
 #include <string>
-
-inline void PrintTo(const QString& text, std::ostream* os)
-{
-    *os << '"' << text.toStdString() << '"';
-}
 
 namespace brovant::test {
 

@@ -150,5 +150,27 @@ TEST(ColdBoot, DeclinedCopyMovesOnToTheNextCardWhenOneFails)
     EXPECT_EQ(d.markerOf(kWorking), "WORK");
 }
 
+// When the device's own backup paths hold nothing, the newest numbered backup the program wrote
+// is offered.
+TEST(ColdBootBackup, NewestNumberedBackupIsOffered)
+{
+    for (const Answer answer : {Answer::Yes, Answer::No}) {
+        TestDevice device;
+        device.root.writeFile("Built-in Storage/readme.txt", "");
+        device.makeDatabase("Brovant/Save/0003_Auto.cdb", "older");
+        device.makeDatabase("Brovant/Save/0004_Manu.cdb", "newest");
+        device.makeDatabase("Brovant/Brovant.cdb", "working");
+        device.clock.setNow(QDateTime(QDate(2003, 1, 1), QTime(0, 0)));
+        device.dialogs.answerNext(answer);
+        ASSERT_TRUE(device.app->start()) << device.eventText();
+        EXPECT_GE(device.eventIndex("yesNo Kam es zum Programmverlust"), 0) << device.eventText();
+        device.session->database().close();
+        EXPECT_EQ(device.markerOf("Brovant/Brovant.cdb"),
+                  answer == Answer::Yes ? "newest" : "working");
+        EXPECT_EQ(device.markerOf("Brovant/Save/0004_Manu.bak.cdb"),
+                  answer == Answer::Yes ? "-" : "newest");
+    }
+}
+
 } // namespace
 } // namespace brovant::test

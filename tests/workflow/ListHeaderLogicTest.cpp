@@ -120,36 +120,6 @@ struct FirstPageCase {
     QStringList asked;
 };
 
-void PrintTo(const FirstPageCase& c, std::ostream* os)
-{
-    *os << c.name;
-}
-
-class FirstPageTest : public ::testing::TestWithParam<FirstPageCase> {};
-
-TEST_P(FirstPageTest, ChecksRunInOrderAndOnlyAPassingPageIsWritten)
-{
-    const FirstPageCase& c = GetParam();
-    Device d;
-    d.addList(1, "ALT");
-    d.addList(2, "MODELL  ", "");
-    ASSERT_TRUE(d.logic.startNew(QStringLiteral("NEU"), false));
-    d.set(u"REGION_A", "WR01");
-    c.change(d);
-    for (const Answer answer : c.answers)
-        d.dialogs.answerNext(answer);
-
-    const PageExit exit = d.logic.leavePage();
-
-    EXPECT_EQ(exit, c.exit);
-    EXPECT_EQ(d.dialogs.asked(), c.asked);
-    const bool written = exit == PageExit::NextPage || exit == PageExit::AssignTariffs;
-    EXPECT_EQ(d.lists().size(), written ? 3 : 2);
-    EXPECT_EQ(d.state.currentList, written ? 3 : -1);
-    EXPECT_EQ(d.logic.page(), exit == PageExit::NextPage ? 2 : 1);
-    EXPECT_EQ(d.logic.isNew(), !written);
-}
-
 void factor(Device& d, int value)
 {
     d.rows.setInt(u"KOR_FAKTOR_N", value);
@@ -204,8 +174,30 @@ const FirstPageCase kFirstPageCases[] = {
 };
 // clang-format on
 
-INSTANTIATE_TEST_SUITE_P(Checks, FirstPageTest, ::testing::ValuesIn(kFirstPageCases),
-                         [](const auto& info) { return std::string(info.param.name); });
+TEST(ListHeader, ChecksRunInOrderAndOnlyAPassingPageIsWritten)
+{
+    for (const FirstPageCase& c : kFirstPageCases) {
+        SCOPED_TRACE(c.name);
+        Device d;
+        d.addList(1, "ALT");
+        d.addList(2, "MODELL  ", "");
+        ASSERT_TRUE(d.logic.startNew(QStringLiteral("NEU"), false));
+        d.set(u"REGION_A", "WR01");
+        c.change(d);
+        for (const Answer answer : c.answers)
+            d.dialogs.answerNext(answer);
+
+        const PageExit exit = d.logic.leavePage();
+
+        EXPECT_EQ(exit, c.exit);
+        EXPECT_EQ(d.dialogs.asked(), c.asked);
+        const bool written = exit == PageExit::NextPage || exit == PageExit::AssignTariffs;
+        EXPECT_EQ(d.lists().size(), written ? 3 : 2);
+        EXPECT_EQ(d.state.currentList, written ? 3 : -1);
+        EXPECT_EQ(d.logic.page(), exit == PageExit::NextPage ? 2 : 1);
+        EXPECT_EQ(d.logic.isNew(), !written);
+    }
+}
 
 TEST(ListHeader, TheModelListIsExemptFromDateRegionAndMandatoryFields)
 {

@@ -12,16 +12,6 @@ namespace {
 
 using Target = ListSelectionLogic::Target;
 
-struct CursorHost : ScreenHost {
-    QStringList events;
-    void showMainMenu() override {}
-    void setMainMenuActive(bool) override {}
-    void createScreens() override {}
-    void destroyScreens() override {}
-    void setWaitCursor(bool wait) override { events << QStringLiteral("cursor %1").arg(wait); }
-    void repaint() override {}
-};
-
 struct ListSpec {
     int id;
     const char* name;
@@ -117,7 +107,7 @@ protected:
     AppState state;
     ScriptedDialogs dialogs;
     ManualClock clock;
-    CursorHost host;
+    test::Recorder host;
     ListSelectionLogic logic;
 };
 
@@ -260,7 +250,7 @@ TEST_F(ListSelection, DeleteOnlyAfterBothQuestions)
     EXPECT_EQ(regionsOf(1) + regionsOf(3), 2);
     EXPECT_EQ(logic.rows().size(), 2u);
     EXPECT_EQ(logic.selectedRow(), 0);
-    EXPECT_EQ(host.events, (QStringList{"cursor 1", "cursor 0"}));
+    EXPECT_EQ(host.events, (QStringList{"host cursor 1", "host cursor 0"}));
 }
 
 // A statement that fails halfway leaves the whole list as it was.
@@ -392,7 +382,7 @@ TEST_F(ListSelection, ModelListWithTheSelectedListsData)
     EXPECT_EQ(regions, (QStringList{"B0T0WR1", "B1T1WR1", "B2T2WR1"}));
     // The rebuilt rows select the model list.
     EXPECT_EQ(logic.selectedRow(), 2);
-    EXPECT_EQ(host.events, (QStringList{"cursor 1", "cursor 0"}));
+    EXPECT_EQ(host.events, (QStringList{"host cursor 1", "host cursor 0"}));
 }
 
 TEST_F(ListSelection, EmptyModelList)
@@ -552,7 +542,7 @@ TEST_F(ListSelection, ReceiveImportsWhatArrivedAndShowsIt)
     EXPECT_EQ(logic.selectedRow(), 3);
     EXPECT_EQ(treesOf(3), 1);
     EXPECT_EQ(treesOf(4), 3);
-    EXPECT_EQ(host.events, (QStringList{"cursor 1", "cursor 0"}));
+    EXPECT_EQ(host.events, (QStringList{"host cursor 1", "host cursor 0"}));
     EXPECT_TRUE(session.root().find(QStringLiteral("\\Import\\*.*")).isEmpty());
 
     // Nothing new in "\Import": the rows are read again, the current list stays.

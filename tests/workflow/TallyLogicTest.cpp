@@ -133,8 +133,11 @@ TEST_F(TallyLogicTest, DiameterBecomesClassDiameter)
         const char* diameterClass;
         std::int64_t volume;
     };
-    const Case cases[] = {{"20", 18, "20", 50}, {"21", 28, "30", 55}, {"35", 28, "30", 55},
-                          {"0", 0, "30", 0},    {"x", 0, "30", 0}};
+    const Case cases[] = {{"20", 18, "20", 50},
+                          {"21", 28, "30", 55},
+                          {"35", 28, "30", 55},
+                          {"0", 0, "30", 0},
+                          {"x", 0, "30", 0}};
     for (const Case& c : cases) {
         SCOPED_TRACE(c.typed);
         logic->setField(Field::Diameter, QString::fromLatin1(c.typed));
@@ -166,42 +169,10 @@ TEST_F(TallyLogicTest, UpAndDownAtTheEndsOnlyBeep)
     EXPECT_TRUE(dialogs.asked().isEmpty());
 }
 
-TEST_F(TallyLogicTest, BrowsingKeepsPreviewLines)
-{
-    for (int d : {5, 15, 25, 9})
-        ASSERT_TRUE(tally("FI", d, 1, "FI1"));
-    const QString line[] = {QStringLiteral(" 1       8         0.45"),
-                            QStringLiteral(" 1      18         0.50"),
-                            QStringLiteral(" 1      28         0.55"),
-                            QStringLiteral(" 1       8         0.45")};
-    EXPECT_EQ(logic->preview1(), line[3]);
-    EXPECT_EQ(logic->preview2(), line[2]);
-    ASSERT_TRUE(logic->up()); // on record 4
-    EXPECT_EQ(logic->tree().id, 4);
-    EXPECT_EQ(logic->preview1(), line[2]);
-    EXPECT_EQ(logic->preview2(), line[1]);
-    ASSERT_TRUE(logic->up());
-    ASSERT_TRUE(logic->up()); // on record 2
-    EXPECT_EQ(logic->preview1(), line[0]);
-    EXPECT_EQ(logic->preview2(), QString());
-    ASSERT_TRUE(logic->up()); // on record 1
-    EXPECT_EQ(logic->preview1(), QString());
-    ASSERT_TRUE(logic->down()); // on record 2
-    EXPECT_EQ(logic->tree().id, 2);
-    EXPECT_EQ(logic->preview1(), line[0]);
-    logic->end();
-    EXPECT_TRUE(logic->isNew());
-    EXPECT_EQ(logic->tree().id, 5);
-    EXPECT_EQ(logic->preview1(), line[3]);
-    EXPECT_EQ(logic->preview2(), line[2]);
-    ASSERT_TRUE(logic->first());
-    EXPECT_EQ(logic->tree().id, 1);
-    EXPECT_EQ(logic->preview1(), QString());
-}
-
 // Prev1 always shows the record just before the current one, Prev2 the one before that. Trees
-// 1 and 2 are stored and the cursor stands on the new tree 3. Keys: U up, D down; "+" types a
-// diameter into the record shown and answers the next "Abspeichern?" with Ja, "-" with Nein.
+// 1 and 2 are stored and the cursor stands on the new tree 3. Keys: U up, D down, F first, E end;
+// "+" types a diameter into the record shown and answers the next "Abspeichern?" with Ja, "-" with
+// Nein.
 TEST_F(TallyLogicTest, PreviewLinesShowTheTwoRecordsBeforeTheCurrent)
 {
     // Lines by the diameter their record shows.
@@ -218,7 +189,8 @@ TEST_F(TallyLogicTest, PreviewLinesShowTheTwoRecordsBeforeTheCurrent)
     const Case cases[] = {
         {"+U", 3, 18, 8}, {"+UU", 2, 8, 0},  {"+UD", 4, 28, 18},   {"-U", 2, 8, 0},
         {"UU", 1, 0, 0},  {"UUD", 2, 8, 0},  {"UUDD", 3, 18, 8},   {"UU+D", 2, 28, 0},
-        {"U+U", 1, 0, 0}, {"U+UD", 2, 8, 0}, {"+UUDD", 4, 28, 18},
+        {"U+U", 1, 0, 0}, {"U+UD", 2, 8, 0}, {"+UUDD", 4, 28, 18}, {"UUE", 3, 18, 8},
+        {"F", 1, 0, 0},   {"FD", 2, 8, 0},   {"+UUE", 4, 28, 18},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.keys);
@@ -237,6 +209,12 @@ TEST_F(TallyLogicTest, PreviewLinesShowTheTwoRecordsBeforeTheCurrent)
                 break;
             case 'D':
                 ASSERT_TRUE(logic->down());
+                break;
+            case 'F':
+                ASSERT_TRUE(logic->first());
+                break;
+            case 'E':
+                logic->end();
                 break;
             }
         }
@@ -413,7 +391,7 @@ TEST_F(TallyLogicTest, CaliperMeasurement)
         const char* row;
     };
     const Case cases[] = {
-        {2, 25, "1 1 EI EI1 28 30 80"}, // "325": main species 3
+        {2, 25, "1 1 EI EI1 28 30 80"},  // "325": main species 3
         {-1, 25, "2 1 EI EI1 28 30 80"}, // "925": species kept
         {0, 12, "3 1 FI FI1 18 20 50"},
         {7, 20, "4 1 BU BU1 18 20 70"}, // key "8": the caliper's own species
@@ -437,8 +415,11 @@ TEST_F(TallyLogicTest, TariffsFlaggedAtShutdownComeBack)
         const char* species;
         const char* tariff;
         int flag;
-    } rows[] = {{"BU ", "BU2  ", 0}, {"BU ", "BU1  ", 1}, {"BU ", "BU3", 1},
-                {"FI", "FI2", 1},    {"EI", "EI1", 1}};
+    } rows[] = {{"BU ", "BU2  ", 0},
+                {"BU ", "BU1  ", 1},
+                {"BU ", "BU3", 1},
+                {"FI", "FI2", 1},
+                {"EI", "EI1", 1}};
     for (const auto& r : rows) {
         addAssignment(QString::fromLatin1(r.species), QString::fromLatin1(r.tariff));
         auto q = db().query(QStringLiteral(

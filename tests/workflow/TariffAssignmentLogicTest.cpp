@@ -92,50 +92,6 @@ struct SaveCase {
     const char* notice; // "line1|line2|line3", empty when the row is saved
 };
 
-void PrintTo(const SaveCase& c, std::ostream* os)
-{
-    *os << c.name;
-}
-
-class TariffSaveTest : public ::testing::TestWithParam<SaveCase> {};
-
-TEST_P(TariffSaveTest, ChecksRunInOrderAndOnlyAValidRowIsWritten)
-{
-    const SaveCase& c = GetParam();
-    Device d;
-    for (const Stored& s : kExisting)
-        d.add(s);
-    d.add({41, "", "", "FI01"}, schema::TariffVolumeRow);
-    ASSERT_TRUE(d.logic->openAll());
-    const QStringList before = d.stored();
-
-    d.logic->setEditLine(c.typed);
-    const bool saved = d.logic->save();
-
-    const bool valid = std::string(c.notice).empty();
-    EXPECT_EQ(saved, valid);
-    if (valid) {
-        EXPECT_TRUE(d.dialogs.asked().isEmpty()) << str(d.dialogs.asked().join(u'\n'));
-        const QString expected =
-            QStringLiteral("42|%1|%2|%3")
-                .arg(c.typed.region.leftJustified(8), c.typed.species.leftJustified(3),
-                     c.typed.tariff.leftJustified(5));
-        EXPECT_EQ(d.stored(), before + QStringList{expected});
-        // The saved row moves up next to a new empty edit line.
-        EXPECT_TRUE(d.logic->onNewRow());
-        EXPECT_EQ(d.logic->editLine(), TariffRow{});
-        EXPECT_EQ(d.history().last(), c.typed.region.leftJustified(12)
-                                          + c.typed.species.leftJustified(6)
-                                          + c.typed.tariff.leftJustified(5));
-    } else {
-        EXPECT_EQ(d.dialogs.asked(), QStringList{text(c.notice)});
-        EXPECT_EQ(d.stored(), before);
-        // The line stays as typed (without trailing blanks), to be corrected.
-        EXPECT_EQ(str(d.logic->editLine()),
-                  str(TariffRow{c.typed.region.trimmed(), c.typed.species, c.typed.tariff}));
-    }
-}
-
 const SaveCase kSaveCases[] = {
     {"AllEmpty", row("", "", ""), "Eingabe fehlt !!!||"},
     {"RegionBlankFirstThoughAllIsWrong", row("   ", "XX", "ZZ99"), "Eingabe fehlt !!!||"},
@@ -154,8 +110,44 @@ const SaveCase kSaveCases[] = {
     {"RegionsDifferInCase", row("wr01", "FI", "FI01"), ""},
 };
 
-INSTANTIATE_TEST_SUITE_P(Checks, TariffSaveTest, ::testing::ValuesIn(kSaveCases),
-                         [](const auto& info) { return std::string(info.param.name); });
+TEST(TariffAssignment, ChecksRunInOrderAndOnlyAValidRowIsWritten)
+{
+    for (const SaveCase& c : kSaveCases) {
+        SCOPED_TRACE(c.name);
+        Device d;
+        for (const Stored& s : kExisting)
+            d.add(s);
+        d.add({41, "", "", "FI01"}, schema::TariffVolumeRow);
+        ASSERT_TRUE(d.logic->openAll());
+        const QStringList before = d.stored();
+
+        d.logic->setEditLine(c.typed);
+        const bool saved = d.logic->save();
+
+        const bool valid = std::string(c.notice).empty();
+        EXPECT_EQ(saved, valid);
+        if (valid) {
+            EXPECT_TRUE(d.dialogs.asked().isEmpty()) << str(d.dialogs.asked().join(u'\n'));
+            const QString expected =
+                QStringLiteral("42|%1|%2|%3")
+                    .arg(c.typed.region.leftJustified(8), c.typed.species.leftJustified(3),
+                         c.typed.tariff.leftJustified(5));
+            EXPECT_EQ(d.stored(), before + QStringList{expected});
+            // The saved row moves up next to a new empty edit line.
+            EXPECT_TRUE(d.logic->onNewRow());
+            EXPECT_EQ(d.logic->editLine(), TariffRow{});
+            EXPECT_EQ(d.history().last(), c.typed.region.leftJustified(12)
+                                              + c.typed.species.leftJustified(6)
+                                              + c.typed.tariff.leftJustified(5));
+        } else {
+            EXPECT_EQ(d.dialogs.asked(), QStringList{text(c.notice)});
+            EXPECT_EQ(d.stored(), before);
+            // The line stays as typed (without trailing blanks), to be corrected.
+            EXPECT_EQ(str(d.logic->editLine()),
+                      str(TariffRow{c.typed.region.trimmed(), c.typed.species, c.typed.tariff}));
+        }
+    }
+}
 
 TEST(TariffAssignment, ARowChangedInPlaceIsNoDuplicateOfItselfButOfAnother)
 {
@@ -254,39 +246,6 @@ struct OpenCase {
     int rows;
 };
 
-void PrintTo(const OpenCase& c, std::ostream* os)
-{
-    *os << c.name;
-}
-
-class TariffOpenTest : public ::testing::TestWithParam<OpenCase> {};
-
-TEST_P(TariffOpenTest, CursorStandsOnAnEmptyRowAfterTheLast)
-{
-    const OpenCase& c = GetParam();
-    Device d;
-    d.add({
-        {0, "WR02", "FI", "FI02"},
-        {1, "WR01", "BU", "BU01"},
-        {2, "WR01", "FI", "FI01"},
-        {3, "O'W", "TA", "FI01"},
-        {4, "WR01", "TA", "FI02"},
-        {5, "WR03", "KI", "KI01"},
-    });
-    // Other record kinds with a region of the same name stay out.
-    d.add({6, "WR02", "TA", "FI01"}, schema::SpeciesVolumeRow);
-
-    ASSERT_TRUE(c.region ? d.logic->openRegion(text(c.region)) : d.logic->openAll());
-    EXPECT_EQ(d.logic->regionOnly(), c.region != nullptr);
-    EXPECT_EQ(d.logic->rowCount(), c.rows);
-    EXPECT_TRUE(d.logic->onNewRow());
-    EXPECT_EQ(d.logic->position(), c.rows);
-    EXPECT_EQ(d.logic->editLine(), TariffRow{});
-    EXPECT_FALSE(d.logic->changed());
-    EXPECT_EQ(d.history(), c.history);
-    EXPECT_TRUE(d.dialogs.asked().isEmpty());
-}
-
 const OpenCase kOpenCases[] = {
     {"AllByRegionThenId",
      nullptr,
@@ -303,8 +262,33 @@ const OpenCase kOpenCases[] = {
     {"QuoteThatWouldEndTheText", "' OR '1'='1", {"", "", ""}, 0},
 };
 
-INSTANTIATE_TEST_SUITE_P(Opening, TariffOpenTest, ::testing::ValuesIn(kOpenCases),
-                         [](const auto& info) { return std::string(info.param.name); });
+TEST(TariffAssignment, CursorStandsOnAnEmptyRowAfterTheLast)
+{
+    for (const OpenCase& c : kOpenCases) {
+        SCOPED_TRACE(c.name);
+        Device d;
+        d.add({
+            {0, "WR02", "FI", "FI02"},
+            {1, "WR01", "BU", "BU01"},
+            {2, "WR01", "FI", "FI01"},
+            {3, "O'W", "TA", "FI01"},
+            {4, "WR01", "TA", "FI02"},
+            {5, "WR03", "KI", "KI01"},
+        });
+        // Other record kinds with a region of the same name stay out.
+        d.add({6, "WR02", "TA", "FI01"}, schema::SpeciesVolumeRow);
+
+        ASSERT_TRUE(c.region ? d.logic->openRegion(text(c.region)) : d.logic->openAll());
+        EXPECT_EQ(d.logic->regionOnly(), c.region != nullptr);
+        EXPECT_EQ(d.logic->rowCount(), c.rows);
+        EXPECT_TRUE(d.logic->onNewRow());
+        EXPECT_EQ(d.logic->position(), c.rows);
+        EXPECT_EQ(d.logic->editLine(), TariffRow{});
+        EXPECT_FALSE(d.logic->changed());
+        EXPECT_EQ(d.history(), c.history);
+        EXPECT_TRUE(d.dialogs.asked().isEmpty());
+    }
+}
 
 TEST(TariffAssignment, RegionListHoldsTheFirstFiftyFoundSorted)
 {
@@ -360,49 +344,6 @@ struct BrowseCase {
     QStringList changedRows; // assignment rows that differ from kFive afterwards
 };
 
-void PrintTo(const BrowseCase& c, std::ostream* os)
-{
-    *os << c.name;
-}
-
-class TariffBrowseTest : public ::testing::TestWithParam<BrowseCase> {};
-
-TEST_P(TariffBrowseTest, MovesOfferAChangedRowForSaving)
-{
-    const BrowseCase& c = GetParam();
-    Device d;
-    for (const Stored& s : kFive)
-        d.add(s);
-    ASSERT_TRUE(d.logic->openAll());
-    for (int i = 0; i < c.startUps; ++i)
-        ASSERT_TRUE(d.logic->moveUp());
-    if (c.typed != TariffRow{})
-        d.logic->setEditLine(c.typed);
-    const QStringList before = d.stored();
-    d.dialogs.clear();
-    if (c.answer != Answer::None)
-        d.dialogs.answerNext(c.answer);
-
-    EXPECT_EQ(c.step < 0 ? d.logic->moveUp() : d.logic->moveDown(), c.moved);
-
-    QStringList questions;
-    for (const QString& m : d.dialogs.asked()) {
-        if (m.startsWith(QStringLiteral("Abspeichern?")))
-            questions << m;
-    }
-    EXPECT_EQ(questions.size(), c.answer != Answer::None ? 1 : 0);
-    EXPECT_EQ(d.dialogs.pendingAnswers(), 0u);
-    EXPECT_EQ(d.logic->position(), c.position);
-    EXPECT_EQ(str(d.logic->editLine()), c.shown);
-    EXPECT_EQ(d.history(), c.history);
-    QStringList changed;
-    for (const QString& s : d.stored()) {
-        if (!before.contains(s))
-            changed << s;
-    }
-    EXPECT_EQ(changed, c.changedRows);
-}
-
 const QString kA1Fi = QStringLiteral("A1          FI    FI01 ");
 const QString kA1Ta = QStringLiteral("A1          TA    FI02 ");
 const QString kA2Fi = QStringLiteral("A2          FI    FI01 ");
@@ -430,8 +371,43 @@ const BrowseCase kBrowseCases[] = {
 };
 // clang-format on
 
-INSTANTIATE_TEST_SUITE_P(Moves, TariffBrowseTest, ::testing::ValuesIn(kBrowseCases),
-                         [](const auto& info) { return std::string(info.param.name); });
+TEST(TariffAssignment, MovesOfferAChangedRowForSaving)
+{
+    for (const BrowseCase& c : kBrowseCases) {
+        SCOPED_TRACE(c.name);
+        Device d;
+        for (const Stored& s : kFive)
+            d.add(s);
+        ASSERT_TRUE(d.logic->openAll());
+        for (int i = 0; i < c.startUps; ++i)
+            ASSERT_TRUE(d.logic->moveUp());
+        if (c.typed != TariffRow{})
+            d.logic->setEditLine(c.typed);
+        const QStringList before = d.stored();
+        d.dialogs.clear();
+        if (c.answer != Answer::None)
+            d.dialogs.answerNext(c.answer);
+
+        EXPECT_EQ(c.step < 0 ? d.logic->moveUp() : d.logic->moveDown(), c.moved);
+
+        QStringList questions;
+        for (const QString& m : d.dialogs.asked()) {
+            if (m.startsWith(QStringLiteral("Abspeichern?")))
+                questions << m;
+        }
+        EXPECT_EQ(questions.size(), c.answer != Answer::None ? 1 : 0);
+        EXPECT_EQ(d.dialogs.pendingAnswers(), 0u);
+        EXPECT_EQ(d.logic->position(), c.position);
+        EXPECT_EQ(str(d.logic->editLine()), c.shown);
+        EXPECT_EQ(d.history(), c.history);
+        QStringList changed;
+        for (const QString& s : d.stored()) {
+            if (!before.contains(s))
+                changed << s;
+        }
+        EXPECT_EQ(changed, c.changedRows);
+    }
+}
 
 TEST(TariffAssignment, DeleteAsksAndRemovesOnlyOnYes)
 {
