@@ -576,7 +576,8 @@ TEST_F(ForesterDay, SendTheMarkedListsToTheOffice)
     for (const char* list : {"HIEB01", "SUED02", "EICHE03"})
         ASSERT_NO_FATAL_FAILURE(makeList(list, "NORDHANG", "WR01"));
     ASSERT_NO_FATAL_FAILURE(openTally("HIEB01"));
-    ASSERT_NO_FATAL_FAILURE(keys("BAUMART=FI =FI01 BHD=26 STK=2 BHD=30 BAUMART=EI =EI01 BHD=52"));
+    ASSERT_NO_FATAL_FAILURE(
+        keys("BAUMART=FI =FI01 BHD=26 KA=W STK=2 BHD=30 KA=- BAUMART=EI =EI01 NA=FU BHD=52"));
     ASSERT_NO_FATAL_FAILURE(closeTally("HIEB01"));
     ASSERT_NO_FATAL_FAILURE(openListSelection(ListSelectionDlg::TransferTab));
     for (const char* list : {"HIEB01", "SUED02", "EICHE03", "SUED02"}) {
@@ -612,8 +613,8 @@ TEST_F(ForesterDay, SendTheMarkedListsToTheOffice)
                      "Unterabteilung:                                             10",
                      "007Auftrag-Nr.:                                                "
                      "Aufnehmer:          Anna Probe                              01",
-                     "10A      1FI  2626   0.59    FI01 ", "10A      2FI  3030   1.70    FI01 ",
-                     "10A      1EI  5252   2.95    EI01 ", "712WR01    FI FI01 ",
+                     "10A      1FI  2626   0.59    FI01 ", "10A      2FI  3030   1.70  W FI01 ",
+                     "10A      1EI  5252   2.95FU  EI01 ", "712WR01    FI FI01 ",
                      "712WR01    TA TA01 "}));
     EXPECT_EQ(lines.size(), 8 + 20 + 1);
     EXPECT_EQ(lines.filter(QStringLiteral("712WR01")).size(), 20);
