@@ -409,7 +409,7 @@ TEST_F(ForesterDay, TallyByKeypad)
 // Telegrams written to the pseudo-terminal the program opens as COM3: the species keys, key 8
 // and "0" keeping the species, the line ends calipers send, what the reader drops, a measurement
 // of 0 cm refused, a double stem's count typed first; the last telegram is ended by the silence
-// after it, and the 50th tree makes the automatic backup.
+// after it. Every 50th tree makes the automatic backup while the next telegrams wait.
 TEST_F(ForesterDay, TallyByCaliper)
 {
     ASSERT_NO_FATAL_FAILURE(begin());
@@ -420,12 +420,12 @@ TEST_F(ForesterDay, TallyByCaliper)
     EXPECT_EQ(tallyLabel("caliperState"), QStringLiteral("Kluppe: verbunden"));
     ASSERT_NO_FATAL_FAILURE(keys("BAUMART=BU =BU01 BHD=44 BAUMART=FI =FI01 BHD=26 STK=2"));
     QByteArray telegrams = "130\r\n842\r12\r\n3A5\r\n625\n100\r\n033\r\n";
-    for (int i = 0; i < 43; ++i)
+    for (int i = 0; i < 193; ++i)
         telegrams += "120\r\n";
     ASSERT_TRUE(caliper.write(telegrams + "612"));
     // A guard against a hang only: the trees come as fast as they are stored.
     ASSERT_TRUE(QTest::qWaitFor(
-        [&] { return h.count(QStringLiteral("SELECT COUNT(*) FROM Brov_Holzdaten")) == 50; },
+        [&] { return h.count(QStringLiteral("SELECT COUNT(*) FROM Brov_Holzdaten")) == 200; },
         120000));
     ASSERT_TRUE(QTest::qWaitFor([&] { return tallyLabel("Prev1").endsWith(u'7'); }, 20000));
     EXPECT_EQ(tallyLabel("Prev1"), QStringLiteral(" 1      12         0.07"));
@@ -442,10 +442,14 @@ TEST_F(ForesterDay, TallyByCaliper)
                                    "6|1|FI01|FI|||1|34|34|115",
                                    "7|1|FI01|FI|||1|20|20|30",
                                }));
-    EXPECT_EQ(trees.value(48), QStringLiteral("49|1|FI01|FI|||1|20|20|30"));
-    EXPECT_EQ(trees.value(49), QStringLiteral("50|1|BU01|BU|||1|12|12|7"));
+    EXPECT_EQ(trees.value(198), QStringLiteral("199|1|FI01|FI|||1|20|20|30"));
+    EXPECT_EQ(trees.value(199), QStringLiteral("200|1|BU01|BU|||1|12|12|7"));
+    // 815 hundredths of m3 in the first six trees, 193 of 0.30 m3 and the last of 0.07 m3.
+    EXPECT_EQ(h.rows(QStringLiteral("SELECT COUNT(*), SUM(STK), SUM(KUBATUR) FROM Brov_Holzdaten")),
+              QStringList{"200|201|6612"});
     EXPECT_EQ(backups(),
-              (QStringList{"0001_Auto.cdb|1|0", "0002_Auto.cdb|1|50", "0003_Auto.cdb|1|50"}));
+              (QStringList{"0001_Auto.cdb|1|0", "0002_Auto.cdb|1|50", "0003_Auto.cdb|1|100",
+                           "0004_Auto.cdb|1|150", "0005_Auto.cdb|1|200", "0006_Auto.cdb|1|200"}));
 }
 
 // Corrections: back with Up to an older tree, a new diameter saved with Enter; the next one
