@@ -572,8 +572,9 @@ TEST_F(ForesterDay, TotalsAndThePrintedListing)
 }
 
 // "Send" over the cable with the office's brovant-tool at its other end: the marked lists arrive
-// as list files and are unmarked and counted once; with nothing marked "Send" says so.
-TEST_F(ForesterDay, SendTheMarkedListsToTheOffice)
+// as list files and are unmarked and counted once; with nothing marked "Send" says so. Then
+// "Receive" from the tool.
+TEST_F(ForesterDay, SendAndReceiveOverTheCable)
 {
     ASSERT_NO_FATAL_FAILURE(begin());
     ASSERT_NO_FATAL_FAILURE(equip());
@@ -637,34 +638,23 @@ TEST_F(ForesterDay, SendTheMarkedListsToTheOffice)
                       }));
     EXPECT_EQ(shownLists(), (QStringList{"HIEB01  |   1|NORDHANG", "SUED02  |   0|NORDHANG",
                                          "EICHE03 |   1|NORDHANG"}));
-    EXPECT_EQ(
-        h.rows(QStringLiteral("SELECT DUE_MARK, EXPORTED_N_NI FROM Brov_Kopfdaten ORDER BY rowid")),
-        (QStringList{"0|1", "0|0", "0|1"}));
     h.press(ListSelectionDlg::kSend);
     EXPECT_EQ(said(), QStringList{"Hinweis: Keine Liste für DÜ markiert!"});
-}
 
-// "Receive": two lists from the office's brovant-tool become lists of the handheld, the last one
-// chosen.
-TEST_F(ForesterDay, ReceiveListsFromTheOffice)
-{
-    ASSERT_NO_FATAL_FAILURE(begin());
-    ASSERT_NO_FATAL_FAILURE(equip());
-    ASSERT_NO_FATAL_FAILURE(openListSelection(ListSelectionDlg::TransferTab));
-    h.dialogs.clear();
+    // "Receive": two lists from the office become lists of the handheld, the last one chosen.
     // "10A": plot, count, species, diameter, class, volume, quality, caliper class, tariff.
-    TempRoot office;
-    office.writeFile(QStringLiteral("MUEHLE.DAT"),
+    TempRoot outbox;
+    outbox.writeFile(QStringLiteral("MUEHLE.DAT"),
                      officeList("M\xDCHLE", "10A1     1FI  2626   0.59    FI01 \r\n"
                                             "10A1     2FI  3030   1.70    FI01 \r\n"
                                             "10A1     1BU  4444   2.19    BU01 \r\n"));
-    office.writeFile(QStringLiteral("NACHB02.DAT"),
+    outbox.writeFile(QStringLiteral("NACHB02.DAT"),
                      officeList("NACHB02", "10A1     3EI  5252   8.85    EI01 \r\n"
                                            "10A1     1KI  2828   0.60    KI01 \r\n"));
     ToolProcess sending({QStringLiteral("office-send"), QStringLiteral("--port"), cable.end(1),
                          QStringLiteral("--timeout"), QStringLiteral("60"),
-                         office.host(QStringLiteral("MUEHLE.DAT")),
-                         office.host(QStringLiteral("NACHB02.DAT"))});
+                         outbox.host(QStringLiteral("MUEHLE.DAT")),
+                         outbox.host(QStringLiteral("NACHB02.DAT"))});
     h.press(ListSelectionDlg::kReceive);
     const ToolRun sent = sending.finish();
     EXPECT_EQ(sent.status, 0) << str(sent.err);
@@ -677,15 +667,16 @@ TEST_F(ForesterDay, ReceiveListsFromTheOffice)
                       }));
     EXPECT_EQ(h.rows(QStringLiteral("SELECT ID_FILE, LISTE_NR, DATUM_A, KOR_FAKTOR_N, REGION_A, "
                                     "STRUKTUR, DUE_MARK, EXPORTED_N_NI FROM Brov_Kopfdaten "
-                                    "ORDER BY rowid")),
-              (QStringList{"0|MÜHLE   |04.05.2026|90|WR01    |T00300|0|0",
-                           "1|NACHB02 |04.05.2026|90|WR01    |T00300|0|0"}));
-    EXPECT_EQ(h.rows(QStringLiteral("SELECT ID_FILE, ID, ID_TYPE, STK, BAUMART, BHD, DMSTUFE, "
-                                    "KUBATUR, TARIF FROM Brov_Holzdaten ORDER BY rowid")),
-              (QStringList{"0|0|1|1|FI |26|26|59|FI01 ", "0|1|1|2|FI |30|30|170|FI01 ",
-                           "0|2|1|1|BU |44|44|219|BU01 ", "1|0|1|3|EI |52|52|885|EI01 ",
-                           "1|1|1|1|KI |28|28|60|KI01 "}));
-    EXPECT_EQ(shownLists(), (QStringList{"MÜHLE   |   0|", "NACHB02 |   0|"}));
+                                    "WHERE ID_FILE > 3 ORDER BY rowid")),
+              (QStringList{"4|MÜHLE   |04.05.2026|90|WR01    |T00300|0|0",
+                           "5|NACHB02 |04.05.2026|90|WR01    |T00300|0|0"}));
+    EXPECT_EQ(h.rows(QStringLiteral(
+                  "SELECT ID_FILE, ID, ID_TYPE, STK, BAUMART, BHD, DMSTUFE, "
+                  "KUBATUR, TARIF FROM Brov_Holzdaten WHERE ID_FILE > 3 ORDER BY rowid")),
+              (QStringList{"4|0|1|1|FI |26|26|59|FI01 ", "4|1|1|2|FI |30|30|170|FI01 ",
+                           "4|2|1|1|BU |44|44|219|BU01 ", "5|0|1|3|EI |52|52|885|EI01 ",
+                           "5|1|1|1|KI |28|28|60|KI01 "}));
+    EXPECT_EQ(shownLists().mid(3), (QStringList{"MÜHLE   |   0|", "NACHB02 |   0|"}));
     EXPECT_EQ(selectedList(), QStringLiteral("NACHB02"));
 }
 
