@@ -389,7 +389,7 @@ TEST_F(ForesterDay, TallyByKeypad)
     ASSERT_NO_FATAL_FAILURE(closeTally("HIEB01"));
     EXPECT_EQ(said(), (QStringList{"Hinweis: Holzart fehlt !!!", "Hinweis: Eingabe fehlt !!!"}));
     // Class and volume from the master data: the class's diameter, one tree's m3 rounded to
-    // hundredths, times the count.
+    // hundredths, times the count (3 x 0.71 m3, not 3 x 0.712 m3 rounded).
     EXPECT_EQ(h.rows(kTrees), (QStringList{
                                   "1|1|FI01|FI|||1|26|26|59",
                                   "2|1|FI01|FI|||3|28|28|213",
