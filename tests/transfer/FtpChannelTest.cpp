@@ -109,15 +109,21 @@ void writeHostFile(const QString& path, const QByteArray& bytes)
         << path.toStdString();
 }
 
+// Serves the default name and password, or those given.
+void start(FtpTestServer& server, const QStringList& options = {},
+           const QString& name = SettingsStore::defaultText(Setting::FtpName),
+           const QString& password = SettingsStore::defaultText(Setting::FtpPassword))
+{
+    QString why;
+    ASSERT_TRUE(server.start(kScript, name, password, why, options)) << why.toStdString();
+    ASSERT_TRUE(QDir().mkpath(server.path("data")));
+}
+
 class FtpChannelTest : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        QString why;
-        ASSERT_TRUE(server.start(kScript, SettingsStore::defaultText(Setting::FtpName),
-                                 SettingsStore::defaultText(Setting::FtpPassword), why))
-            << why.toStdString();
-        ASSERT_TRUE(QDir().mkpath(server.path("data")));
+        ASSERT_NO_FATAL_FAILURE(start(server));
         store.writeText(Setting::FtpServer, 0, server.address());
     }
 
@@ -294,8 +300,7 @@ TEST_F(FtpChannelTest, ConnectionFailuresShowTheErrorNumber)
 {
     writeHostFile(root.host("Export/L0001.DAT"), "1;\r\n");
     FtpTestServer gone;
-    QString why;
-    ASSERT_TRUE(gone.start(kScript, "x", "y", why)) << why.toStdString();
+    ASSERT_NO_FATAL_FAILURE(start(gone));
     gone.stop();
 
     const struct {
@@ -398,10 +403,7 @@ TEST_F(FtpChannelTest, ServerLostMidTransferEndsInTheNotice)
     for (const auto& c : cases) {
         SCOPED_TRACE(c.label);
         FtpTestServer lost;
-        QString why;
-        ASSERT_TRUE(lost.start(kScript, SettingsStore::defaultText(Setting::FtpName),
-                               SettingsStore::defaultText(Setting::FtpPassword), why))
-            << why.toStdString();
+        ASSERT_NO_FATAL_FAILURE(start(lost));
         writeHostFile(lost.path("data/STAMM.DAT"), big);
         store.writeText(Setting::FtpServer, 0, lost.address());
         clearRecords();
@@ -431,9 +433,10 @@ TEST_F(FtpChannelTest, ServerLostMidTransferEndsInTheNotice)
     }
 }
 
-// A server that trickles a file, a file past the size limit (told by SIZE, or only by its bytes),
-// the user's "Abbruch": each ends in the channel's usual notice, with nothing left in "\Import";
-// a file just at the limit still comes.
+// A server that trickles a file past the whole-transfer limit (its minute passes on the manual
+// clock once bytes flow), a file past the size limit (told by SIZE, or only by its bytes), the
+// user's "Abbruch": each ends in the channel's usual notice, with nothing left in "\Import"; a
+// file just at the limit still comes.
 TEST_F(FtpChannelTest, TimeAndSizeLimitsAndCancelEndInTheUsualNotice)
 {
     const QString fetchFailed =
@@ -447,7 +450,7 @@ TEST_F(FtpChannelTest, TimeAndSizeLimitsAndCancelEndInTheUsualNotice)
         double cancelAt; // the progress at which the user presses "Abbruch"; -1 never
         QString notice;  // empty: the transfer goes through
     } cases[] = {
-        {"trickling fetch", {"trickle"}, false, 20000, {2, 2, 1, 300}, -1, fetchFailed},
+        {"trickling fetch", {"trickle"}, false, 20000, {2, 2, 1, 60000}, -1, fetchFailed},
         {"too big, size told", {}, false, 4097, {2, 2, 1, 60000, 4096}, -1, fetchFailed},
         {"too big, no SIZE", {"nosize"}, false, 4097, {2, 2, 1, 60000, 4096}, -1, fetchFailed},
         {"at the limit", {"nosize"}, false, 4096, {2, 2, 1, 60000, 4096}, -1, {}},
@@ -458,11 +461,7 @@ TEST_F(FtpChannelTest, TimeAndSizeLimitsAndCancelEndInTheUsualNotice)
     for (const auto& c : cases) {
         SCOPED_TRACE(c.label);
         FtpTestServer own;
-        QString why;
-        ASSERT_TRUE(own.start(kScript, SettingsStore::defaultText(Setting::FtpName),
-                              SettingsStore::defaultText(Setting::FtpPassword), why,
-                              c.serverOptions))
-            << why.toStdString();
+        ASSERT_NO_FATAL_FAILURE(start(own, c.serverOptions));
         const QByteArray file(c.bytes, 'k');
         writeHostFile(own.path("data/STAMM.DAT"), file);
         QDir(root.host("Export")).removeRecursively();
@@ -471,9 +470,14 @@ TEST_F(FtpChannelTest, TimeAndSizeLimitsAndCancelEndInTheUsualNotice)
         store.writeText(Setting::FtpServer, 0, own.address());
         clearRecords();
         dialogs.cancelAtProgress(c.cancelAt);
-
-        FtpChannel ftp(device, store, dialogs, &dialer, c.limits);
+        ManualClock clock;
+        dialogs.onProgress = [&](double percent) {
+            if (percent > 0 && c.serverOptions.contains("trickle"))
+                clock.advanceMs(60'000);
+        };
+        FtpChannel ftp(device, store, dialogs, &dialer, c.limits, &clock);
         EXPECT_EQ(c.sending ? ftp.send() : ftp.fetchConfiguration(), c.notice.isEmpty());
+        dialogs.onProgress = nullptr;
         EXPECT_EQ(dialogs.asked(), c.notice.isEmpty() ? QStringList() : QStringList{c.notice});
         EXPECT_EQ(events, c.notice.isEmpty() ? kDialledClean : kDialledNotice);
         EXPECT_FALSE(dialogs.cancelOffered());
@@ -490,9 +494,7 @@ TEST_F(FtpChannelTest, CredentialsComeFromAnOwnerOnlyHive)
     const QString name = QString::fromUtf8("förster");
     const QString password = QString::fromUtf8("p@ss:wört/#?");
     FtpTestServer own;
-    QString why;
-    ASSERT_TRUE(own.start(kScript, name, password, why)) << why.toStdString();
-    ASSERT_TRUE(QDir().mkpath(own.path("data")));
+    ASSERT_NO_FATAL_FAILURE(start(own, {}, name, password));
 
     const mode_t oldMask = ::umask(0);
     store.writeText(Setting::FtpServer, 0, own.address());
