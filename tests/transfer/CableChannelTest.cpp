@@ -100,21 +100,10 @@ protected:
     }
 
     // The office receiving: ENQ at once, then `answer` for every frame the device sends.
-    void officeReceiving(std::function<QByteArray(int frame, int attempt)> answer)
+    void officeReceiving(FrameAnswer answer)
     {
         line.send(QByteArray(1, kEnq));
-        line.onWrite = [this, answer](const QByteArray& bytes) {
-            if (!bytes.startsWith("\x16\x16\x01"))
-                return;
-            if (bytes != lastFrame) {
-                ++frameIndex;
-                attempt = 0;
-            } else {
-                ++attempt;
-            }
-            lastFrame = bytes;
-            line.send(answer(frameIndex, attempt));
-        };
+        answerFrames(line, std::move(answer));
     }
 
     QStringList infoLines() const
@@ -134,16 +123,13 @@ protected:
     PeerLine line;
     QList<int> openedPorts;
     bool portMissing = false;
-    int frameIndex = -1;
-    int attempt = 0;
-    QByteArray lastFrame;
 };
 
 TEST_F(CableChannelTest, SendsEveryExportFileLineByLineThenEot)
 {
     exportFiles();
     line.send(QByteArray("\0\xFF\x16", 3)); // noise before the office's ENQ
-    officeReceiving([](int, int) { return QByteArray(1, kAck); });
+    officeReceiving([](int, int, const QByteArray&) { return QByteArray(1, kAck); });
     CableChannel cable = channel(4);
     ASSERT_TRUE(cable.send());
 
@@ -187,22 +173,9 @@ TEST_F(CableChannelTest, SendRepeatsRefusedLinesAtMostTenTimes)
         fresh.writeFile(QStringLiteral("Export/A.DAT"), kFileA);
         PeerLine peer;
         ScriptedDialogs notes;
-        int index = -1;
         int sends = 0;
-        QByteArray previous;
         peer.send(QByteArray(1, kEnq));
-        peer.onWrite = [&](const QByteArray& bytes) {
-            if (!bytes.startsWith("\x16\x16\x01"))
-                return;
-            index += bytes != previous;
-            previous = bytes;
-            if (index != 2) {
-                peer.send(QByteArray(1, kAck));
-                return;
-            }
-            const size_t at = size_t(sends++);
-            peer.send(at < c.answers.size() ? c.answers[at] : QByteArray(1, kAck));
-        };
+        answerFrames(peer, refuseFrame(2, c.answers, sends));
         CableChannel cable(
             freshDevice, notes, clock, [&](int) { return std::make_unique<LineRef>(peer); }, 1);
         EXPECT_EQ(cable.send(), c.ok);
@@ -246,7 +219,7 @@ TEST_F(CableChannelTest, SuspendStaysOffWhileSending)
     KeepAwake keepAwake(registry);
     keepAwake.readSaved();
     std::vector<quint32> seen;
-    officeReceiving([&](int, int) {
+    officeReceiving([&](int, int, const QByteArray&) {
         seen.push_back(registry.dword(Hive::LocalMachine, key, value).value_or(99));
         return QByteArray(1, kAck);
     });
@@ -455,32 +428,15 @@ TEST_F(CableChannelTest, ModemDialogueBeforeSending)
         size_t replyIndex = 0;
         // After ATDT the modem's replies come one per read (an empty one is a silent read); after
         // them the office asks.
-        struct DialLine final : SerialLine {
-            PeerLine& inner;
-            std::function<QByteArray()> nextReply;
-            DialLine(PeerLine& l, std::function<QByteArray()> next)
-                : inner(l)
-                , nextReply(std::move(next))
-            {
-            }
-            bool write(QByteArrayView b) override { return inner.write(b); }
-            QByteArray read(int max, int wait) override
-            {
-                inner.send(nextReply());
-                return inner.read(max, wait);
-            }
+        modem.beforeRead = [&] {
+            if (connected && replyIndex < replies.size())
+                modem.send(replies[replyIndex]);
+            else if (connected && replyIndex == replies.size())
+                modem.send(QByteArray(1, kEnq));
+            replyIndex += connected;
         };
-        DialLine dialLine(modem, [&]() -> QByteArray {
-            if (!connected)
-                return {};
-            if (replyIndex < replies.size())
-                return replies[replyIndex++];
-            if (replyIndex++ == replies.size())
-                return QByteArray(1, kEnq);
-            return {};
-        });
         CableChannel cable(
-            freshDevice, notes, clock, [&](int) { return std::make_unique<LineRef>(dialLine); }, 1);
+            freshDevice, notes, clock, [&](int) { return std::make_unique<LineRef>(modem); }, 1);
         cable.dialFirst({QStringLiteral("ATZ"), QStringLiteral("0815")});
         EXPECT_EQ(cable.send(), c.ok);
         EXPECT_EQ(modem.written().first(), "ATZ\r");

@@ -145,24 +145,13 @@ TEST(OfficeSend, FramesEveryFileAndRepeatsOnNakOrSilence)
         SCOPED_TRACE(c.what);
         PeerLine device;
         device.send(c.start);
-        int index = -1;
         int sends = 0;
-        QByteArray previous;
         QByteArray digits;
-        device.onWrite = [&](const QByteArray& bytes) {
-            if (!bytes.startsWith("\x16\x16\x01"))
-                return;
-            if (bytes != previous)
-                digits += bytes[6];
-            index += bytes != previous;
-            previous = bytes;
-            if (index != 3) {
-                device.send("\x06");
-                return;
-            }
-            const size_t at = size_t(sends++);
-            device.send(at < c.answers.size() ? c.answers[at] : QByteArray("\x06"));
-        };
+        const FrameAnswer answer = refuseFrame(3, c.answers, sends);
+        answerFrames(device, [&](int i, int attempt, const QByteArray& frame) {
+            digits += attempt == 0 ? frame.mid(6, 1) : QByteArray();
+            return answer(i, attempt, frame);
+        });
         OfficeTiming timing;
         timing.enquiryWaitMs = 300;
         ManualClock clock;

@@ -1,10 +1,8 @@
 // Reading list files from the office: the column table, the numbering of new lists and rows, the
-// structure check, files that are damaged or hostile, and a round trip through the export.
+// structure check, files that are damaged or hostile.
 #include "support/PeakMemory.h"
 #include "transfer/ListFileFixture.h"
 
-#include "masterdata/SettingsStore.h"
-#include "transfer/ListFileExport.h"
 #include "transfer/ListFileImport.h"
 
 #include <QElapsedTimer>
@@ -440,102 +438,6 @@ TEST_F(ListFileImportTest, HostileFilesNeitherCrashNorHoldTheFile)
         EXPECT_EQ(count("Brov_Region"), c.regions) << c.name;
         EXPECT_EQ(dialogs.asked(), QStringList()) << c.name;
     }
-}
-
-// The device writes its "001" for the office (number, label, ZUSATZ_A, label, date, ...), not in
-// the office's layout that the import reads, so its own file comes back as a wrong structure.
-// With the office's "001" in its place, everything else survives the trip and is written again
-// exactly as before.
-TEST_F(ListFileImportTest, RoundTripThroughTheExport)
-{
-    SettingsStore& store = session->store();
-    for (int i = 0; i < 20; ++i)
-        store.writeText(Setting::KopfLabel, i, QStringLiteral("Feld %1:").arg(i));
-    insert(schema::Kopfdaten, {{"ID_FILE", num(1)},
-                               {"LISTE_NR", txt("RUND")},
-                               {"ZUSATZ_A", txt("Hang über dem Bach")},
-                               {"DATUM_A", txt("04.05.2026")},
-                               {"KOR_FAKTOR_N", num(90)},
-                               {"REGION_A", txt("WR01")},
-                               {"KOPF1_A", txt("Förster")},
-                               {"KOPF2_A", txt("Revier Ost")},
-                               {"KOPF4_A", txt("vier")},
-                               {"KOPF9_A", txt("   ")},
-                               {"KOPF16_A", txt("sechzehn")},
-                               {"DUE_MARK", num(1)},
-                               {"STRUKTUR", txt("T00300")}});
-    region(1, 0, "WR01", "FI", "FI01");
-    region(1, 1, "WR01", "BÄ", "BU01");
-    const struct {
-        std::int64_t type;
-        const char* parz;
-        std::int64_t stk, bhd, volume;
-        const char* species;
-    } trees[] = {{1, "1", 1, 26, 59, "FI"},
-                 {2, "2b", 12, 140, 123456, "BÄ"},
-                 {0, "", 99, 999, 999999, "KI"},
-                 {1, "ÖÄÜ", 0, 0, 0, ""}};
-    std::int64_t id = 0;
-    for (const auto& t : trees) {
-        insert(schema::Holzdaten, {{"ID", num(id++)},
-                                   {"ID_FILE", num(1)},
-                                   {"ID_TYPE", num(t.type)},
-                                   {"PARZ", txt(t.parz)},
-                                   {"STK", num(t.stk)},
-                                   {"BAUMART", txt(t.species)},
-                                   {"BHD", num(t.bhd)},
-                                   {"DMSTUFE", txt("26")},
-                                   {"KUBATUR", num(t.volume)},
-                                   {"NA", txt("N")},
-                                   {"KA", txt("K")},
-                                   {"TARIF", txt("FI01")}});
-    }
-    insert(schema::Einstellungen, {{"ID", num(1)},
-                                   {"ID_TYPE", num(3)},
-                                   {"REGION_A", txt("WR01")},
-                                   {"BAUMART", txt("FI ")},
-                                   {"TARIF", txt("FI01 ")}});
-
-    ListFileExport exporter(session->root(), db(), store, dialogs);
-    ASSERT_EQ(exporter.writeMarked(), 1);
-    const QByteArray original = root.readFile(QStringLiteral("Export/RUND    .DAT"));
-    QList<QByteArray> lines = original.split('\n');
-    ASSERT_EQ(lines.size(), 1 + 1 + 4 + 2 + 4 + 1 + 1);
-    // Columns 93 to 98 of the device's "001" hold part of its date.
-    EXPECT_EQ(lines[1].mid(93, 6), QByteArray(".05.20"));
-
-    stage("rund.dat", original);
-    EXPECT_EQ(importer().run().result, ListFileImport::Result::WrongStructure);
-    EXPECT_EQ(count("Brov_Kopfdaten"), 1);
-    EXPECT_EQ(count("Brov_Region"), 2);
-    EXPECT_EQ(count("Brov_Holzdaten"), 4);
-
-    lines[1] = cp1252::encode(office001("RUND2", "04.05.2026", "0.90", "WR01")) + '\r';
-    stage("rund.dat", lines.join('\n'));
-    dialogs.clear();
-    const auto outcome = importer().run();
-    ASSERT_EQ(outcome.result, ListFileImport::Result::Imported);
-    ASSERT_EQ(outcome.lastList, 2);
-    EXPECT_EQ(rows(QStringLiteral("SELECT LISTE_NR, DATUM_A, KOR_FAKTOR_N, REGION_A, STRUKTUR "
-                                  "FROM Brov_Kopfdaten WHERE ID_FILE = 2")),
-              QStringList{"RUND2   |04.05.2026|90|WR01    |T00300"});
-    // The rows are the same, padded to their fields; ID_TYPE 0 came back as 2.
-    EXPECT_EQ(rows(QStringLiteral("SELECT ID, REGION_A, BAUMART, TARIF FROM Brov_Region "
-                                  "WHERE ID_FILE = 2 ORDER BY rowid")),
-              (QStringList{"0|WR01    |FI |FI01 ", "1|WR01    |BÄ |BU01 "}));
-    EXPECT_EQ(rows(QStringLiteral("SELECT ID, ID_TYPE, PARZ, STK, BAUMART, BHD, KUBATUR FROM "
-                                  "Brov_Holzdaten WHERE ID_FILE = 2 ORDER BY rowid")),
-              (QStringList{"0|1|1    |1|FI |26|59", "1|2|2b   |12|BÄ |140|123456",
-                           "2|2|     |99|KI |999|999999", "3|1|ÖÄÜ  |0|   |0|0"}));
-
-    // Written again, every record but the header line and "001" is the same byte for byte.
-    db().exec(QStringLiteral("UPDATE Brov_Kopfdaten SET DUE_MARK = (ID_FILE = 2)"));
-    ASSERT_EQ(exporter.writeMarked(), 1);
-    const QList<QByteArray> again =
-        root.readFile(QStringLiteral("Export/RUND2   .DAT")).split('\n');
-    ASSERT_EQ(again.size(), lines.size());
-    for (qsizetype i = 2; i < lines.size(); ++i)
-        EXPECT_EQ(again[i].toStdString(), lines[i].toStdString()) << "line " << i;
 }
 
 } // namespace
