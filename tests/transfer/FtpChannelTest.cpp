@@ -379,70 +379,22 @@ TEST_F(FtpChannelTest, FetchTakesCapitalsFirstThenSmallLetters)
     }
 }
 
-// A server that vanishes or falls silent during a big file ends in the notice within seconds,
-// and a fetch leaves no half configuration behind.
-TEST_F(FtpChannelTest, ServerLostMidTransferEndsInTheNotice)
+// A server that vanishes, falls silent or trickles a file past the whole-transfer limit (its
+// minute passes on the manual clock once bytes flow), a file past the size limit (told by SIZE,
+// or only by its bytes), the user's "Abbruch": each ends in the channel's usual notice, with
+// nothing left in "\Import"; a file just at the limit still comes.
+TEST_F(FtpChannelTest, LostServersLimitsAndCancelEndInTheUsualNotice)
 {
-    const QByteArray big(32 << 20, 'b');
-    writeHostFile(root.host("Export/GROSS.DAT"), big);
-    writeHostFile(server.path("data/STAMM.DAT"), big);
-
-    const struct {
-        const char* label;
-        bool sending;
-        bool freeze;
-        const char* notice;
-    } cases[] = {
-        {"send, server killed", true, false, "Fehler!|FtpPutFile|data/GROSS.DAT"},
-        {"send, server silent", true, true, "Fehler!|FtpPutFile|data/GROSS.DAT"},
-        {"fetch, server killed", false, false,
-         "'STAMM.DAT' oder 'stamm.dat'|konnte nicht vom FTP-Server|geladen werden!"},
-        {"fetch, server silent", false, true,
-         "'STAMM.DAT' oder 'stamm.dat'|konnte nicht vom FTP-Server|geladen werden!"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.label);
-        FtpTestServer lost;
-        ASSERT_NO_FATAL_FAILURE(start(lost));
-        writeHostFile(lost.path("data/STAMM.DAT"), big);
-        store.writeText(Setting::FtpServer, 0, lost.address());
-        clearRecords();
-        // The silent server is waited out by the whole-transfer limit: its time passes at once,
-        // and the second name of a fetch does not wait again.
-        ManualClock clock;
-        bool gone = false;
-        dialogs.onProgress = [&](double percent) {
-            if (percent < 1 || std::exchange(gone, true))
-                return;
-            c.freeze ? lost.freeze() : lost.stop();
-            if (c.freeze)
-                clock.advanceMs(60'000);
-        };
-        FtpChannel ftp(device, store, dialogs, &dialer, FtpChannel::Timeouts{60, 60, 60, 60'000},
-                       &clock);
-        EXPECT_FALSE(c.sending ? ftp.send() : ftp.fetchConfiguration());
-        dialogs.onProgress = nullptr;
-        EXPECT_EQ(dialogs.asked(), QStringList{c.notice});
-        EXPECT_EQ(events, kDialledNotice);
-        const std::vector<double> progress = dialogs.progressValues();
-        ASSERT_GE(progress.size(), 2u);
-        EXPECT_LT(progress.back(), 100);
-        if (!c.sending) {
-            EXPECT_TRUE(QDir(root.host("Import")).entryList(QDir::Files | QDir::Hidden).isEmpty());
-        }
-    }
-}
-
-// A server that trickles a file past the whole-transfer limit (its minute passes on the manual
-// clock once bytes flow), a file past the size limit (told by SIZE, or only by its bytes), the
-// user's "Abbruch": each ends in the channel's usual notice, with nothing left in "\Import"; a
-// file just at the limit still comes.
-TEST_F(FtpChannelTest, TimeAndSizeLimitsAndCancelEndInTheUsualNotice)
-{
+    enum Lost { Stays, Killed, Frozen, Trickles };
     const QString fetchFailed =
         "'STAMM.DAT' oder 'stamm.dat'|konnte nicht vom FTP-Server|geladen werden!";
+    const QString putFailed = "Fehler!|FtpPutFile|data/STAMM.DAT";
+    const FtpChannel::Timeouts limits{60, 60, 60, 60'000};
+    const FtpChannel::Timeouts small{60, 60, 60, 60'000, 4096};
+    constexpr qsizetype big = 32 << 20;
     const struct {
         const char* label;
+        Lost lost;
         QStringList serverOptions;
         bool sending;
         qsizetype bytes;
@@ -450,13 +402,17 @@ TEST_F(FtpChannelTest, TimeAndSizeLimitsAndCancelEndInTheUsualNotice)
         double cancelAt; // the progress at which the user presses "Abbruch"; -1 never
         QString notice;  // empty: the transfer goes through
     } cases[] = {
-        {"trickling fetch", {"trickle"}, false, 20000, {2, 2, 1, 60000}, -1, fetchFailed},
-        {"too big, size told", {}, false, 4097, {2, 2, 1, 60000, 4096}, -1, fetchFailed},
-        {"too big, no SIZE", {"nosize"}, false, 4097, {2, 2, 1, 60000, 4096}, -1, fetchFailed},
-        {"at the limit", {"nosize"}, false, 4096, {2, 2, 1, 60000, 4096}, -1, {}},
-        {"cancel logging in", {}, true, 10, {}, 0, "Fehler!|Fehler:42|"},
-        {"cancel sending", {}, true, 32 << 20, {}, 1, "Fehler!|FtpPutFile|data/STAMM.DAT"},
-        {"cancel fetching", {}, false, 32 << 20, {}, 1, fetchFailed},
+        {"send, server killed", Killed, {}, true, big, limits, -1, putFailed},
+        {"send, server silent", Frozen, {}, true, big, limits, -1, putFailed},
+        {"fetch, server killed", Killed, {}, false, big, limits, -1, fetchFailed},
+        {"fetch, server silent", Frozen, {}, false, big, limits, -1, fetchFailed},
+        {"trickling fetch", Trickles, {"trickle"}, false, 20000, limits, -1, fetchFailed},
+        {"too big, size told", Stays, {}, false, 4097, small, -1, fetchFailed},
+        {"too big, no SIZE", Stays, {"nosize"}, false, 4097, small, -1, fetchFailed},
+        {"at the limit", Stays, {"nosize"}, false, 4096, small, -1, {}},
+        {"cancel logging in", Stays, {}, true, 10, {}, 0, "Fehler!|Fehler:42|"},
+        {"cancel sending", Stays, {}, true, big, {}, 1, putFailed},
+        {"cancel fetching", Stays, {}, false, big, {}, 1, fetchFailed},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.label);
@@ -470,9 +426,19 @@ TEST_F(FtpChannelTest, TimeAndSizeLimitsAndCancelEndInTheUsualNotice)
         store.writeText(Setting::FtpServer, 0, own.address());
         clearRecords();
         dialogs.cancelAtProgress(c.cancelAt);
+        // A silent or trickling server is waited out by the whole-transfer limit: its time passes
+        // at once, and the second name of a fetch does not wait again.
         ManualClock clock;
+        bool acted = false;
         dialogs.onProgress = [&](double percent) {
-            if (percent > 0 && c.serverOptions.contains("trickle"))
+            if (c.lost == Stays || percent < (c.lost == Trickles ? 0.01 : 1)
+                || std::exchange(acted, true))
+                return;
+            if (c.lost == Killed)
+                own.stop();
+            if (c.lost == Frozen)
+                own.freeze();
+            if (c.lost != Killed)
                 clock.advanceMs(60'000);
         };
         FtpChannel ftp(device, store, dialogs, &dialer, c.limits, &clock);
@@ -481,6 +447,10 @@ TEST_F(FtpChannelTest, TimeAndSizeLimitsAndCancelEndInTheUsualNotice)
         EXPECT_EQ(dialogs.asked(), c.notice.isEmpty() ? QStringList() : QStringList{c.notice});
         EXPECT_EQ(events, c.notice.isEmpty() ? kDialledClean : kDialledNotice);
         EXPECT_FALSE(dialogs.cancelOffered());
+        if (c.lost == Killed || c.lost == Frozen) {
+            ASSERT_GE(dialogs.progressValues().size(), 2u);
+            EXPECT_LT(dialogs.progressValues().back(), 100);
+        }
         if (!c.sending) {
             const Files fetched = c.notice.isEmpty() ? Files{{"STAMM.DAT", file}} : Files{};
             EXPECT_EQ(filesIn(root.host("Import")), fetched);
