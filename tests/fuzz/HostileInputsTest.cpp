@@ -2,6 +2,7 @@
 #include "fuzz/FuzzTargets.h"
 #include "support/PeakMemory.h"
 #include "support/TempRoot.h"
+#include "transfer/ListFileFixture.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -12,22 +13,6 @@
 
 namespace brovant::test {
 namespace {
-
-// Writes `total` bytes of `fill` between `before` and `after`, a megabyte at a time, so the test
-// itself never holds the file.
-void writeStaged(const QString& path, const QByteArray& before, char fill, qint64 total,
-                 const QByteArray& after)
-{
-    QFile out(path);
-    ASSERT_TRUE(out.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    ASSERT_EQ(out.write(before), before.size());
-    const QByteArray block(1 << 20, fill);
-    for (qint64 left = total; left > 0; left -= block.size()) {
-        const qint64 n = std::min<qint64>(left, block.size());
-        ASSERT_EQ(out.write(block.constData(), n), n);
-    }
-    ASSERT_EQ(out.write(after), after.size());
-}
 
 TEST(ConfigImportHostileTest, HugeInputsStayFastAndSmall)
 {
@@ -54,7 +39,7 @@ TEST(ConfigImportHostileTest, HugeInputsStayFastAndSmall)
         TempRoot root;
         QString staged;
         const Probe probe = configProbeOnStaged(root.path(), &staged);
-        writeStaged(staged, c.before, c.fill, c.size, c.after);
+        writeFilled(staged, c.before, c.fill, c.size, c.after);
         const std::optional<qint64> before = resetPeak() ? peakKib() : std::nullopt;
         QElapsedTimer timer;
         timer.start();

@@ -333,23 +333,9 @@ TEST_F(CableChannelTest, ReceiveOnANoisyLine)
 
 TEST_F(CableChannelTest, HostileHeaderNamesFailTheReceiveAndWriteNothing)
 {
-    const QByteArray names[] = {
-        "..\\..\\x.DAT ",
-        "/etc/passwd ",
-        "../../../x  ",
-        "CON.DAT     ",
-        "com1        ",
-        "LPT1.TXT    ",
-        "NUL         ",
-        "A\x1B"
-        "B.DAT     ",
-        "A\tB.DAT     ",
-        "TOOLONGNAME.",
-        "            ",
-        "..          ",
-        "Import\\x.dat",
-        "C:X.DAT     ",
-    };
+    // Which names are refused is the list name rule's (SerialFramesTest): here, what a refusal
+    // does.
+    const QByteArray names[] = {"..\\..\\x.DAT ", "CON.DAT     ", "A\tB.DAT     ", "            "};
     for (const QByteArray& name : names) {
         SCOPED_TRACE(name.toStdString());
         TempRoot fresh;

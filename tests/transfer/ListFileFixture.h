@@ -47,6 +47,22 @@ inline QByteArray golden(const char* name)
     return f.readAll();
 }
 
+// Writes `total` bytes of `fill` between `before` and `after`, a megabyte at a time, so a test of
+// huge files never holds one.
+inline void writeFilled(const QString& path, const QByteArray& before, char fill, qint64 total,
+                        const QByteArray& after)
+{
+    QFile out(path);
+    ASSERT_TRUE(out.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    ASSERT_EQ(out.write(before), before.size());
+    const QByteArray block(1 << 20, fill);
+    for (qint64 left = total; left > 0; left -= block.size()) {
+        const qint64 n = std::min<qint64>(left, block.size());
+        ASSERT_EQ(out.write(block.constData(), n), n);
+    }
+    ASSERT_EQ(out.write(after), after.size());
+}
+
 class ListFileFixture : public ::testing::Test {
 protected:
     using Values = std::initializer_list<std::pair<const char*, FieldValue>>;

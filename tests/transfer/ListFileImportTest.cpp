@@ -410,15 +410,8 @@ TEST_F(ListFileImportTest, HostileFilesNeitherCrashNorHoldTheFile)
         db().exec(QStringLiteral("DELETE FROM Brov_Region"));
         db().exec(QStringLiteral("DELETE FROM Brov_Holzdaten"));
         dialogs.clear();
-        {
-            QFile out(root.host(QStringLiteral("Import/x.dat")));
-            ASSERT_TRUE(out.open(QIODevice::WriteOnly));
-            out.write(c.before);
-            const QByteArray block(int(MiB), c.fill);
-            for (qint64 left = c.size; left > 0; left -= MiB)
-                out.write(block.constData(), std::min(left, MiB));
-            out.write(c.after);
-        }
+        ASSERT_NO_FATAL_FAILURE(writeFilled(root.host(QStringLiteral("Import/x.dat")), c.before,
+                                            c.fill, c.size, c.after));
         const std::optional<qint64> before = resetPeak() ? peakKib() : std::nullopt;
         QElapsedTimer timer;
         timer.start();
