@@ -106,48 +106,38 @@ struct Bench {
         session.root().makeFolder(QStringLiteral("\\Import"));
     }
 
-    QStringList folder(const char* name) const
+    QStringList folder(const QString& name) const
     {
-        return QDir(root.host(QString::fromLatin1(name)))
+        return QDir(root.host(name))
             .entryList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name);
     }
     void touch(const QString& relative) const { root.writeFile(relative, {}); }
 
-    // The PC's side of a send: it begins at `startAt`, copies the list files and confirms at
-    // `endAt`.
-    void officeTakes(qint64 startAt, qint64 endAt, const QString& start = "start.tmp",
-                     const QString& end = "end.tmp")
+    // The PC's side: it begins at `startAt` (a receive's two list files come in soon after),
+    // takes a send's list files home, and confirms at `endAt`.
+    void office(bool send, qint64 startAt, qint64 endAt, const QString& start = "start.tmp",
+                const QString& end = "end.tmp")
     {
-        if (startAt != kNever)
-            clock.at(startAt, [this, start] {
-                seenAtStart = folder("Export");
-                touch("Export/" + start);
-            });
-        if (endAt != kNever)
-            clock.at(endAt, [this, end] {
-                for (const QString& name : folder("Export"))
-                    if (name.endsWith(".DAT"))
-                        taken[name] = root.readFile("Export/" + name);
-                touch("Export/" + end);
-            });
-    }
-    // The PC's side of a receive: it begins at `startAt`, copies two list files in soon after,
-    // and confirms at `endAt`.
-    void officeDelivers(qint64 startAt, qint64 endAt, const QString& start = "start.tmp",
-                        const QString& end = "end.tmp")
-    {
+        const QString dir = QLatin1StringView(send ? "Export" : "Import");
         if (startAt == kNever)
             return;
-        clock.at(startAt, [this, start] {
-            seenAtStart = folder("Import");
-            touch("Import/" + start);
+        clock.at(startAt, [=, this] {
+            seenAtStart = folder(dir);
+            touch(dir + u'/' + start);
         });
-        clock.at(startAt + 500, [this] {
-            root.writeFile("Import/WALD.DAT", kWald);
-            root.writeFile("Import/FELD.DAT", kFeld);
-        });
+        if (!send) {
+            clock.at(startAt + 500, [this] {
+                root.writeFile("Import/WALD.DAT", kWald);
+                root.writeFile("Import/FELD.DAT", kFeld);
+            });
+        }
         if (endAt != kNever)
-            clock.at(endAt, [this, end] { touch("Import/" + end); });
+            clock.at(endAt, [=, this] {
+                for (const QString& name : folder(dir))
+                    if (send && name.endsWith(".DAT"))
+                        taken[name] = root.readFile(dir + u'/' + name);
+                touch(dir + u'/' + end);
+            });
     }
 };
 
@@ -203,14 +193,13 @@ TEST(ActiveSyncChannel, WaitsForThePcAndKeepsOnlyWhatItConfirmed)
         if (c.send) {
             bench.root.writeFile("Export/WALD.DAT", kWald);
             bench.root.writeFile("Export/FELD.DAT", kFeld);
-            bench.officeTakes(c.startAt, c.endAt);
         } else {
             // What an earlier transfer left, markers included, must not count for this one.
             bench.root.writeFile("Import/ALT.DAT", kFeld);
             bench.touch("Import/start.tmp");
             bench.touch("Import/end.tmp");
-            bench.officeDelivers(c.startAt, c.endAt);
         }
+        bench.office(c.send, c.startAt, c.endAt);
         EXPECT_EQ(c.send ? bench.channel.send() : bench.channel.receive(), c.ok);
         EXPECT_EQ(bench.clock.waited(), c.waited);
         EXPECT_LE(bench.clock.longestSleep(), ActiveSyncChannel::kStepMs);
@@ -237,12 +226,12 @@ TEST(ActiveSyncChannel, WaitsForThePcAndKeepsOnlyWhatItConfirmed)
 TEST(ActiveSyncChannel, MarkersInAnyCase)
 {
     Bench bench;
-    bench.officeDelivers(1000, 2000, "START.TMP", "End.Tmp");
+    bench.office(false, 1000, 2000, "START.TMP", "End.Tmp");
     EXPECT_TRUE(bench.channel.receive());
     EXPECT_EQ(bench.folder("Import"), (QStringList{"FELD.DAT", "WALD.DAT", "import.tmp"}));
 
     bench.root.writeFile("Export/WALD.DAT", kWald);
-    bench.officeTakes(3000, 4000, "START.TMP", "END.TMP");
+    bench.office(true, 3000, 4000, "START.TMP", "END.TMP");
     EXPECT_TRUE(bench.channel.send());
     EXPECT_EQ(bench.clock.waited(), 4000);
     EXPECT_EQ(bench.folder("Export"), QStringList());
@@ -259,10 +248,7 @@ TEST(ActiveSyncChannel, AMarkerThatCannotBeMadeIsReported)
         // A folder in the marker's place.
         ASSERT_TRUE(
             QDir().mkpath(bench.root.host(send ? "Export/export.tmp" : "Import/import.tmp")));
-        if (send)
-            bench.officeTakes(2000, 3000);
-        else
-            bench.officeDelivers(2000, 3000);
+        bench.office(send, 2000, 3000);
         EXPECT_TRUE(send ? bench.channel.send() : bench.channel.receive());
         QStringList expected = events(send, "T2000 H3000");
         expected.insert(1, notice);
@@ -406,10 +392,8 @@ TEST(SettingsChannels, TheSettingsInForceChooseTheChannel)
             const qint64 begin = bench.clock.waited();
             const QString& first = send ? c.sendFirst : c.receiveFirst;
             const bool activeSync = first != unavailable && first != ftp;
-            if (activeSync && send)
-                bench.officeTakes(begin + 1000, begin + 2000);
-            else if (activeSync)
-                bench.officeDelivers(begin + 1000, begin + 2000);
+            if (activeSync)
+                bench.office(send, begin + 1000, begin + 2000);
             bench.dialogs.events.clear();
             EXPECT_EQ(send ? channels.send() : channels.receive(), activeSync) << send;
             ASSERT_FALSE(bench.dialogs.events.isEmpty());
