@@ -8,12 +8,12 @@
 #include "platform/MessageDialogs.h"
 #include "platform/Registry.h"
 #include "support/TempRoot.h"
+#include "tool/ToolRun.h"
 #include "transfer/PeerLine.h"
 #include "transfer/SerialFrames.h"
 #include "transfer/TranscriptLine.h"
 
 #include <QDir>
-#include <QDirIterator>
 #include <QFile>
 
 #include <gtest/gtest.h>
@@ -55,19 +55,6 @@ QByteArray digitsOf(const QList<QByteArray>& written)
             digits += bytes[6];
     }
     return digits;
-}
-
-// Every file below the root with its bytes, to see that nothing was written where it must not.
-QMap<QString, QByteArray> filesBelow(const QString& dir)
-{
-    QMap<QString, QByteArray> files;
-    QDirIterator it(dir, QDir::Files | QDir::Hidden | QDir::System, QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        const QString path = it.next();
-        QFile f(path);
-        files[QDir(dir).relativeFilePath(path)] = f.open(QIODevice::ReadOnly) ? f.readAll() : "?";
-    }
-    return files;
 }
 
 class CableChannelTest : public ::testing::Test {
@@ -247,7 +234,7 @@ TEST_F(CableChannelTest, ReceivesIntoImportChosenByHeaderLines)
     ASSERT_TRUE(cable.receive());
 
     EXPECT_EQ(office.answers(), QByteArray(12, 'A'));
-    EXPECT_EQ(filesBelow(root.host(QStringLiteral("Import"))),
+    EXPECT_EQ(filesIn(root.host(QStringLiteral("Import"))),
               (QMap<QString, QByteArray>{{"A       .DAT", kFileA}, {"B       .DAT", kFileB}}));
     EXPECT_EQ(cable.summary().files, (QStringList{"A       .DAT", "B       .DAT"}));
     EXPECT_EQ(cable.summary().lines, 12u);
@@ -341,7 +328,7 @@ TEST_F(CableChannelTest, HostileHeaderNamesFailTheReceiveAndWriteNothing)
         TempRoot fresh;
         DeviceRoot freshDevice(fresh.path());
         freshDevice.makeFolder(QStringLiteral("\\Import"));
-        const QMap<QString, QByteArray> before = filesBelow(fresh.path());
+        const QMap<QString, QByteArray> before = filesIn(fresh.path());
         PeerLine peer;
         SendingPeer office(peer, {"001ahead of any header\r\n", header(name), "001X\r\n",
                                   "10A0001001FI 032\r\n", header("GOOD.DAT    "), "001G\r\n"});
@@ -354,7 +341,7 @@ TEST_F(CableChannelTest, HostileHeaderNamesFailTheReceiveAndWriteNothing)
         EXPECT_EQ(notes.asked().size(), 1);
         EXPECT_TRUE(notes.asked().value(0).startsWith(
             QStringLiteral("Fehler bei der Übertragung!|Dateiname nicht zulässig:|\"")));
-        EXPECT_EQ(filesBelow(fresh.path()), before);
+        EXPECT_EQ(filesIn(fresh.path()), before);
     }
 }
 
@@ -461,9 +448,8 @@ QList<TranscriptEntry> loadTranscript(const char* name)
 
 QByteArray dataFile(const char* name)
 {
-    QFile file(QStringLiteral(BROVANT_SOURCE_DIR "/tests/transfer/data/")
-               + QLatin1StringView(name));
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    return readAll(QStringLiteral(BROVANT_SOURCE_DIR "/tests/transfer/data/")
+                   + QLatin1StringView(name));
 }
 
 TEST_F(CableChannelTest, ReplaysARecordedReceive)
@@ -473,7 +459,7 @@ TEST_F(CableChannelTest, ReplaysARecordedReceive)
         device, dialogs, clock, [&](int) { return std::make_unique<LineRef>(replay); }, 3);
     ASSERT_TRUE(cable.receive());
     EXPECT_EQ(replay.strayedAt(), -1);
-    EXPECT_EQ(filesBelow(root.host(QStringLiteral("Import"))),
+    EXPECT_EQ(filesIn(root.host(QStringLiteral("Import"))),
               (QMap<QString, QByteArray>{{"4711    .DAT", dataFile("4711.DAT")},
                                          {"MÜHLE   .DAT", dataFile("MUEHLE.DAT")}}));
 }
