@@ -3,7 +3,8 @@
 // damaged: both ways store the same rows; a wrong structure stores nothing and says so; a list
 // that was there before is untouched; the rows count from 0 in file order and fill their fields;
 // and the export writes the list again as well-formed lines with the same regions and trees.
-// Outcome: "wrong structure", or "[header, ]<n> regions, <m> trees" of what was stored.
+// Outcome: "wrong structure", or "[header, ]<n> regions, <m> trees, <k> of type 2" of what was
+// stored.
 #include "fuzz/FuzzTargets.h"
 
 #include "data/Database.h"
@@ -188,10 +189,11 @@ private:
             return QStringLiteral("a wrong structure left rows");
         regions = counts[1];
         outcome = wrong ? QStringLiteral("wrong structure")
-                        : QStringLiteral("%1%2 regions, %3 trees")
+                        : QStringLiteral("%1%2 regions, %3 trees, %4 of type 2")
                               .arg(counts[0] ? "header, " : "")
                               .arg(counts[1])
-                              .arg(counts[2]);
+                              .arg(counts[2])
+                              .arg(types.count(2));
         return {};
     }
 
