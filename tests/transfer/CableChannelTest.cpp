@@ -345,19 +345,6 @@ TEST_F(CableChannelTest, HostileHeaderNamesFailTheReceiveAndWriteNothing)
     }
 }
 
-TEST_F(CableChannelTest, ALinkLeftInImportIsReplacedNotFollowed)
-{
-    const QString outside = root.host(QStringLiteral("outside.txt"));
-    ASSERT_TRUE(QFile::link(outside, root.host(QStringLiteral("Import/EVIL.DAT"))));
-    SendingPeer office(line, {header("EVIL.DAT    "), "001E\r\n"});
-    CableChannel cable = channel();
-    ASSERT_TRUE(cable.receive());
-    EXPECT_FALSE(QFile::exists(outside));
-    EXPECT_FALSE(QFileInfo(root.host(QStringLiteral("Import/EVIL.DAT"))).isSymLink());
-    EXPECT_EQ(root.readFile(QStringLiteral("Import/EVIL.DAT")),
-              header("EVIL.DAT    ") + "001E\r\n");
-}
-
 TEST_F(CableChannelTest, ModemDialogueBeforeSending)
 {
     const auto silentThen = [](size_t silent, QByteArray reply) {

@@ -10,7 +10,6 @@
 #include "transfer/FtpTestServer.h"
 
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QSaveFile>
 
@@ -323,11 +322,7 @@ TEST_F(FtpChannelTest, ConnectionFailuresShowTheErrorNumber)
                                                  : c.password);
             writeHostFile(root.host("Import/ALT.DAT"), "alt");
             clearRecords();
-            QElapsedTimer timer;
-            timer.start();
             EXPECT_FALSE(sending ? send() : fetch());
-            // Only that it ends rather than hangs: a loaded machine may take a while.
-            EXPECT_LT(timer.elapsed(), 60000);
             EXPECT_EQ(dialogs.asked(), QStringList{c.notice});
             EXPECT_EQ(dialogs.infoLines(), (QStringList{"Verbinden...", "-"}));
             EXPECT_EQ(events, kDialledNotice);

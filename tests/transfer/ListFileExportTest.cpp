@@ -211,15 +211,17 @@ TEST_F(ListFileExportTest, ShowsTheProgressWindowPerFile)
         else
             seen << QStringLiteral("other ") + m.lines.join(u'|');
     }
-    const QStringList one = {QStringLiteral("0"),        QStringLiteral("10"), QStringLiteral("40"),
-                             QStringLiteral("60"),       QStringLiteral("70"), QStringLiteral("90"),
-                             QStringLiteral("info 0 ||")};
-    EXPECT_EQ(seen, QStringList{QString::fromUtf8("info 5 Datenübertragung wird|vorbereitet...|"
-                                                  "A1      .DAT")}
-                        + one
-                        + QStringList{QString::fromUtf8("info 5 Datenübertragung wird|"
-                                                        "vorbereitet...|B2      .DAT")}
-                        + one);
+    const auto file = [](const char* name) {
+        return QStringList{"info 5 Datenübertragung wird|vorbereitet...|" + QString::fromUtf8(name),
+                           "0",
+                           "10",
+                           "40",
+                           "60",
+                           "70",
+                           "90",
+                           "info 0 ||"};
+    };
+    EXPECT_EQ(seen, file("A1      .DAT") + file("B2      .DAT"));
 }
 
 TEST_F(ListFileExportTest, EmptiesTheExportFolderFirst)
