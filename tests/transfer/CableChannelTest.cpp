@@ -25,14 +25,9 @@ using namespace frames;
 
 const QString kFailed = QStringLiteral("Fehler bei der Übertragung!||");
 
-QByteArray header(const QByteArray& name12)
-{
-    return "TD0" + name12 + "Quendrax     0Brovant_V300_D\r\n";
-}
-
 // Two list files, eleven lines between them, so the sequence digit wraps.
-const QByteArray kFileA = header("A       .DAT") + "001A       Liste\r\nREGREVIER1 FI 12\r\n";
-const QByteArray kFileB = header("B       .DAT")
+const QByteArray kFileA = headerLine("A       .DAT") + "001A       Liste\r\nREGREVIER1 FI 12\r\n";
+const QByteArray kFileB = headerLine("B       .DAT")
                           + "001B       Liste\r\n10A0001001FI 032\r\n10A0001002BU 045\r\n"
                             "10B0002001\xC4I 051\r\n10A0002002FI 028\r\n10A0002003FI 030\r\n"
                             "712REVIER1 FI 12\r\n";
@@ -330,8 +325,8 @@ TEST_F(CableChannelTest, HostileHeaderNamesFailTheReceiveAndWriteNothing)
         freshDevice.makeFolder(QStringLiteral("\\Import"));
         const QMap<QString, QByteArray> before = filesIn(fresh.path());
         PeerLine peer;
-        SendingPeer office(peer, {"001ahead of any header\r\n", header(name), "001X\r\n",
-                                  "10A0001001FI 032\r\n", header("GOOD.DAT    "), "001G\r\n"});
+        SendingPeer office(peer, {"001ahead of any header\r\n", headerLine(name), "001X\r\n",
+                                  "10A0001001FI 032\r\n", headerLine("GOOD.DAT    "), "001G\r\n"});
         ScriptedDialogs notes;
         CableChannel cable(
             freshDevice, notes, clock, [&](int) { return std::make_unique<LineRef>(peer); }, 2);
@@ -415,7 +410,7 @@ TEST_F(CableChannelTest, ModemDialogueBeforeSending)
 
 TEST_F(CableChannelTest, ReceiveNeverDials)
 {
-    SendingPeer office(line, {header("A.DAT       "), "001A\r\n"});
+    SendingPeer office(line, {headerLine("A.DAT       "), "001A\r\n"});
     CableChannel cable = channel();
     cable.dialFirst({QStringLiteral("ATZ"), QStringLiteral("0815")});
     ASSERT_TRUE(cable.receive());

@@ -186,14 +186,7 @@ TEST(FtpServerSetting, ParsesHostPortAndTls)
         {"ho st", std::nullopt},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.setting);
-        const std::optional<FtpServer> parsed = FtpServer::parse(QString::fromUtf8(c.setting));
-        ASSERT_EQ(parsed.has_value(), c.expected.has_value());
-        if (parsed) {
-            EXPECT_EQ(parsed->host.toStdString(), c.expected->host.toStdString());
-            EXPECT_EQ(parsed->port, c.expected->port);
-            EXPECT_EQ(parsed->tls, c.expected->tls);
-        }
+        EXPECT_TRUE(FtpServer::parse(QString::fromUtf8(c.setting)) == c.expected) << c.setting;
     }
     EXPECT_EQ(FtpServer::parse("[::1]:2121")->baseUrl(), "ftp://[::1]:2121/");
     EXPECT_EQ(FtpServer::parse("ftps://h")->baseUrl(), "ftp://h:21/");

@@ -16,6 +16,12 @@
 
 namespace brovant::test {
 
+// A list file's header line naming the file (its 12-character field).
+inline QByteArray headerLine(const QByteArray& name12)
+{
+    return "TD0" + name12 + "Quendrax     0Brovant_V300_D\r\n";
+}
+
 // Every write of the device goes to `onWrite`, which answers by queueing bytes with send();
 // reads hand the queue out (after `beforeRead` had its turn), at most `chunk` bytes at a time; an
 // empty queue is silence.
