@@ -52,6 +52,21 @@ QByteArray digitsOf(const QList<QByteArray>& written)
     return digits;
 }
 
+// A device of its own with a line to the test, for one case of a table.
+struct Device {
+    TempRoot root;
+    DeviceRoot device{root.path()};
+    PeerLine line;
+    ScriptedDialogs dialogs;
+    ManualClock clock;
+
+    CableChannel channel(int port)
+    {
+        return CableChannel(
+            device, dialogs, clock, [this](int) { return std::make_unique<LineRef>(line); }, port);
+    }
+};
+
 class CableChannelTest : public ::testing::Test {
 protected:
     CableChannelTest()
@@ -150,20 +165,16 @@ TEST_F(CableChannelTest, SendRepeatsRefusedLinesAtMostTenTimes)
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
-        TempRoot fresh;
-        DeviceRoot freshDevice(fresh.path());
-        fresh.writeFile(QStringLiteral("Export/A.DAT"), kFileA);
-        PeerLine peer;
-        ScriptedDialogs notes;
+        Device d;
+        d.root.writeFile(QStringLiteral("Export/A.DAT"), kFileA);
         int sends = 0;
-        peer.send(QByteArray(1, kEnq));
-        answerFrames(peer, refuseFrame(2, c.answers, sends));
-        CableChannel cable(
-            freshDevice, notes, clock, [&](int) { return std::make_unique<LineRef>(peer); }, 1);
+        d.line.send(QByteArray(1, kEnq));
+        answerFrames(d.line, refuseFrame(2, c.answers, sends));
+        CableChannel cable = d.channel(1);
         EXPECT_EQ(cable.send(), c.ok);
         EXPECT_EQ(sends, c.sends);
-        EXPECT_EQ(peer.written().last() == QByteArray(1, kEot), c.ok);
-        EXPECT_EQ(notes.asked(), c.ok ? QStringList() : QStringList{kFailed});
+        EXPECT_EQ(d.line.written().last() == QByteArray(1, kEot), c.ok);
+        EXPECT_EQ(d.dialogs.asked(), c.ok ? QStringList() : QStringList{kFailed});
     }
 }
 
@@ -290,25 +301,20 @@ TEST_F(CableChannelTest, ReceiveOnANoisyLine)
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
-        TempRoot fresh;
-        DeviceRoot freshDevice(fresh.path());
-        PeerLine peer;
-        peer.chunk = c.chunk;
-        SendingPeer office(peer, twoFilesWithStrayLineFirst());
+        Device d;
+        d.line.chunk = c.chunk;
+        SendingPeer office(d.line, twoFilesWithStrayLineFirst());
         office.mangle = c.mangle;
         office.stopAfter = c.stopAfter;
-        ScriptedDialogs notes;
-        ManualClock paused;
-        CableChannel cable(
-            freshDevice, notes, paused, [&](int) { return std::make_unique<LineRef>(peer); }, 2);
+        CableChannel cable = d.channel(2);
         EXPECT_EQ(cable.receive(), c.ok);
         EXPECT_EQ(office.answers(), c.answers);
-        EXPECT_EQ(notes.asked(), c.ok ? QStringList() : QStringList{kFailed});
+        EXPECT_EQ(d.dialogs.asked(), c.ok ? QStringList() : QStringList{kFailed});
         // Each NAK sent waited 100 ms first; the bad frame that ends the transfer gets none.
-        EXPECT_EQ(paused.sleptMs(), 100 * c.answers.count('N'));
+        EXPECT_EQ(d.clock.sleptMs(), 100 * c.answers.count('N'));
         if (c.ok) {
-            EXPECT_EQ(fresh.readFile(QStringLiteral("Import/A       .DAT")), kFileA);
-            EXPECT_EQ(fresh.readFile(QStringLiteral("Import/B       .DAT")), kFileB);
+            EXPECT_EQ(d.root.readFile(QStringLiteral("Import/A       .DAT")), kFileA);
+            EXPECT_EQ(d.root.readFile(QStringLiteral("Import/B       .DAT")), kFileB);
         }
     }
 }
@@ -320,23 +326,20 @@ TEST_F(CableChannelTest, HostileHeaderNamesFailTheReceiveAndWriteNothing)
     const QByteArray names[] = {"..\\..\\x.DAT ", "CON.DAT     ", "A\tB.DAT     ", "            "};
     for (const QByteArray& name : names) {
         SCOPED_TRACE(name.toStdString());
-        TempRoot fresh;
-        DeviceRoot freshDevice(fresh.path());
-        freshDevice.makeFolder(QStringLiteral("\\Import"));
-        const QMap<QString, QByteArray> before = filesIn(fresh.path());
-        PeerLine peer;
-        SendingPeer office(peer, {"001ahead of any header\r\n", headerLine(name), "001X\r\n",
-                                  "10A0001001FI 032\r\n", headerLine("GOOD.DAT    "), "001G\r\n"});
-        ScriptedDialogs notes;
-        CableChannel cable(
-            freshDevice, notes, clock, [&](int) { return std::make_unique<LineRef>(peer); }, 2);
+        Device d;
+        d.device.makeFolder(QStringLiteral("\\Import"));
+        const QMap<QString, QByteArray> before = filesIn(d.root.path());
+        SendingPeer office(d.line,
+                           {"001ahead of any header\r\n", headerLine(name), "001X\r\n",
+                            "10A0001001FI 032\r\n", headerLine("GOOD.DAT    "), "001G\r\n"});
+        CableChannel cable = d.channel(2);
         // Taking the lines under no file would tell the office they arrived.
         EXPECT_FALSE(cable.receive());
         EXPECT_EQ(cable.summary().refusedNames, QList<QString>{QString::fromLatin1(name)});
-        EXPECT_EQ(notes.asked().size(), 1);
-        EXPECT_TRUE(notes.asked().value(0).startsWith(
+        EXPECT_EQ(d.dialogs.asked().size(), 1);
+        EXPECT_TRUE(d.dialogs.asked().value(0).startsWith(
             QStringLiteral("Fehler bei der Übertragung!|Dateiname nicht zulässig:|\"")));
-        EXPECT_EQ(filesIn(fresh.path()), before);
+        EXPECT_EQ(filesIn(d.root.path()), before);
     }
 }
 
@@ -364,42 +367,38 @@ TEST_F(CableChannelTest, ModemDialogueBeforeSending)
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
-        TempRoot fresh;
-        DeviceRoot freshDevice(fresh.path());
-        fresh.writeFile(QStringLiteral("Export/A.DAT"), kFileA);
-        PeerLine modem;
-        ScriptedDialogs notes;
+        Device d;
+        d.root.writeFile(QStringLiteral("Export/A.DAT"), kFileA);
         bool connected = false;
         const std::vector<QByteArray>& replies = c.dialReplies;
-        modem.onWrite = [&](const QByteArray& bytes) {
+        d.line.onWrite = [&](const QByteArray& bytes) {
             if (bytes == "ATZ\r") {
-                modem.send(c.initReply);
+                d.line.send(c.initReply);
             } else if (bytes == "ATDT0815\r") {
                 connected = true;
             } else if (bytes.startsWith("\x16\x16\x01")) {
-                modem.send(QByteArray(1, kAck));
+                d.line.send(QByteArray(1, kAck));
             }
         };
         size_t replyIndex = 0;
         // After ATDT the modem's replies come one per read (an empty one is a silent read); after
         // them the office asks.
-        modem.beforeRead = [&] {
+        d.line.beforeRead = [&] {
             if (connected && replyIndex < replies.size())
-                modem.send(replies[replyIndex]);
+                d.line.send(replies[replyIndex]);
             else if (connected && replyIndex == replies.size())
-                modem.send(QByteArray(1, kEnq));
+                d.line.send(QByteArray(1, kEnq));
             replyIndex += connected;
         };
-        CableChannel cable(
-            freshDevice, notes, clock, [&](int) { return std::make_unique<LineRef>(modem); }, 1);
+        CableChannel cable = d.channel(1);
         cable.dialFirst({QStringLiteral("ATZ"), QStringLiteral("0815")});
         EXPECT_EQ(cable.send(), c.ok);
-        EXPECT_EQ(modem.written().first(), "ATZ\r");
-        EXPECT_EQ(modem.written().contains("ATDT0815\r"), c.dialled);
-        EXPECT_EQ(notes.asked(), c.ok ? QStringList() : QStringList{kFailed});
-        EXPECT_EQ(modem.written().last() == QByteArray(1, kEot), c.ok);
+        EXPECT_EQ(d.line.written().first(), "ATZ\r");
+        EXPECT_EQ(d.line.written().contains("ATDT0815\r"), c.dialled);
+        EXPECT_EQ(d.dialogs.asked(), c.ok ? QStringList() : QStringList{kFailed});
+        EXPECT_EQ(d.line.written().last() == QByteArray(1, kEot), c.ok);
         QStringList shown;
-        for (const auto& m : notes.messages()) {
+        for (const auto& m : d.dialogs.messages()) {
             if (m.kind == ScriptedDialogs::Kind::Info && m.showCommand == MessageDialogs::Show)
                 shown << m.lines.first();
         }
