@@ -1,215 +1,37 @@
-#include "fuzz/CaliperSentenceFuzzing.h"
+// One line from a Bluetooth caliper through the sentence parser and the sentence reader, and what
+// must hold for any line: trailing blanks change nothing; without a leading "$" nothing is read;
+// the checksum is the XOR of the body, and a sentence reads the same with it in either case or
+// without it, and not at all with a wrong one; what is read is a diameter of "PHGF,DIA,M," within
+// 0..999 cm or a trimmed, non-empty code of "PHGF,SPC,"; written out again (the millimetres of
+// that diameter, rounded down), it reads back the same; cut short before the comma that closes
+// its reading it is refused, never read as a smaller tree; a code found among the species is
+// that species' code; and the reader gives each diameter the species sentence just before it,
+// however the sentences are spread over lines.
+//
+// Outcome: the line read as one sentence ("D<cm>", "S<code>", "-"), then ";" and what a reader
+// measures taking the line twice ("code/cm", joined with "|").
+#include "fuzz/FuzzTargets.h"
 
 #include "masterdata/MasterTables.h"
+#include "tally/CaliperSentence.h"
 
 #include <QStringList>
+
+#include <algorithm>
 
 namespace brovant::test {
 namespace {
 
-// How far before the comma that closes a reading the cut-short sentences start.
-constexpr qsizetype kCutSpan = 16;
+using Kind = CaliperSentence::Kind;
 
-bool isBlank(char c)
+QString describe(const std::optional<CaliperSentence>& s)
 {
-    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
-}
-
-QByteArray withoutTrailingBlanks(QByteArrayView line)
-{
-    while (!line.isEmpty() && isBlank(line.back()))
-        line.chop(1);
-    return line.toByteArray();
-}
-
-int xorOf(QByteArrayView bytes)
-{
-    int sum = 0;
-    for (const char c : bytes)
-        sum ^= static_cast<unsigned char>(c);
-    return sum;
-}
-
-QByteArray hexByte(int value)
-{
-    static constexpr char kDigits[] = "0123456789ABCDEF";
-    const char digits[] = {kDigits[(value >> 4) & 0xF], kDigits[value & 0xF]};
-    return QByteArray(digits, 2);
-}
-
-// A sentence with its checksum, from the part between "$" and "*".
-QByteArray withChecksum(const QByteArray& body)
-{
-    return '$' + body + '*' + hexByte(xorOf(body));
-}
-
-bool allDigits(const QByteArray& field)
-{
-    if (field.isEmpty())
-        return false;
-    for (const char c : field) {
-        if (c < '0' || c > '9')
-            return false;
-    }
-    return true;
-}
-
-// Digits as a number, held at a billion so that no field overflows it.
-qint64 valueOf(const QByteArray& digits)
-{
-    qint64 value = 0;
-    for (const char c : digits)
-        value = std::min<qint64>(value * 10 + (c - '0'), 1'000'000'000);
-    return value;
-}
-
-// The code a species field names: its UTF-8 text where it is valid UTF-8 (a byte-order mark in
-// front being no part of it), else its Latin-1 text; blanks around it do not count.
-QString codeOf(const QByteArray& field)
-{
-    const QByteArray unmarked = field.startsWith("\xEF\xBB\xBF") ? field.sliced(3) : field;
-    const QString utf8 = QString::fromUtf8(field);
-    return (utf8.toUtf8() == unmarked ? utf8 : QString::fromLatin1(field)).trimmed();
-}
-
-// What a sentence with this body may read as. Millimetres zero-padded beyond four digits come
-// from no caliper, so refusing them is as right as reading them.
-QStringList allowedReadings(const QByteArray& body)
-{
-    const QList<QByteArray> f = body.split(',');
-    if (f.size() >= 5 && f[0] == "PHGF" && f[1] == "DIA" && f[2] == "M" && allDigits(f[3])) {
-        const qint64 mm = valueOf(f[3]);
-        if (mm > 9999)
-            return {QStringLiteral("-")};
-        const QString diameter = u'D' + QString::number(mm / 10);
-        return f[3].size() <= 4 ? QStringList{diameter}
-                                : QStringList{diameter, QStringLiteral("-")};
-    }
-    if (f.size() >= 4 && f[0] == "PHGF" && f[1] == "SPC") {
-        const QString code = codeOf(f[2]);
-        return {code.isEmpty() ? QStringLiteral("-") : u'S' + code};
-    }
-    return {QStringLiteral("-")};
-}
-
-// Where the comma that closes the reading sits in a body, or -1 when none does.
-qsizetype closingComma(const QByteArray& body, CaliperSentence::Kind kind)
-{
-    const int field = kind == CaliperSentence::Kind::Diameter ? 3 : 2;
-    qsizetype at = -1;
-    for (int i = 0; i <= field; ++i) {
-        at = body.indexOf(',', at + 1);
-        if (at < 0)
-            return -1;
-    }
-    return at;
-}
-
-// The input for messages: printable ASCII as it is, anything else as \xhh, cut to 80 bytes.
-QString shown(QByteArrayView bytes)
-{
-    QString out;
-    for (const char c : bytes.first(std::min<qsizetype>(bytes.size(), 80))) {
-        const auto b = static_cast<unsigned char>(c);
-        if (b >= 0x20 && b < 0x7F && b != '\\')
-            out += QLatin1Char(c);
-        else
-            out += QStringLiteral("\\x") + QString::number(b, 16).rightJustified(2, u'0');
-    }
-    return bytes.size() > 80 ? out + QStringLiteral("...") : out;
-}
-
-void rebuild(SentenceRun& run)
-{
-    QList<QByteArray> bodies;
-    if (run.bare->kind == CaliperSentence::Kind::Diameter) {
-        const int cm = run.bare->diameter;
-        for (const int mm : {cm * 10, cm * 10 + 5, cm * 10 + 9})
-            bodies << "PHGF,DIA,M," + QByteArray::number(mm) + ',';
-    } else {
-        // A blank first, so that a code starting with U+FEFF is not read as a byte-order mark.
-        bodies << "PHGF,SPC, " + run.bare->species.toUtf8() + ",1,";
-        bodies << "PHGF,SPC,\t" + run.bare->species.toUtf8() + "  ,";
-    }
-    for (const QByteArray& body : bodies) {
-        for (const QByteArray& sentence : {withChecksum(body), '$' + body + '*'})
-            run.rebuilt.append({sentence, parseCaliperSentence(sentence)});
-    }
-}
-
-void cutShort(SentenceRun& run)
-{
-    const qsizetype comma = closingComma(run.body, run.bare->kind);
-    if (comma < 0)
-        return;
-    for (qsizetype n = std::max<qsizetype>(0, comma - kCutSpan); n <= comma + 1; ++n)
-        run.cut.append({n, parseCaliperSentence('$' + run.body.first(n))});
-}
-
-QString verifyReader(const SentenceRun& run)
-{
-    QList<SentenceMeasurement> expected;
-    QString species;
-    for (const ParsedSentence& piece : run.pieces) {
-        if (!piece)
-            continue;
-        if (piece->kind == CaliperSentence::Kind::Species) {
-            if (piece->species.isEmpty() || piece->species != piece->species.trimmed())
-                return QStringLiteral("species code \"%1\"").arg(piece->species);
-            species = piece->species;
-        } else {
-            if (piece->diameter < 0 || piece->diameter > 999)
-                return QStringLiteral("diameter %1 cm").arg(piece->diameter);
-            expected.append({species, piece->diameter});
-            species.clear();
-        }
-    }
-    const QString want = describeMeasurements(expected);
-    if (const QString got = describeMeasurements(run.read); got != want)
-        return QStringLiteral("\"%1\" twice gave \"%2\", not \"%3\"")
-            .arg(shown(run.input), got, want);
-    if (const QString got = describeMeasurements(run.readApart); got != want)
-        return QStringLiteral("\"%1\" in pieces gave \"%2\", not \"%3\"")
-            .arg(shown(run.input), got, want);
-    return {};
-}
-
-QString verifyMapping(const SentenceRun& run)
-{
-    if (!run.bare || run.bare->kind != CaliperSentence::Kind::Species)
-        return {};
-    const QString& code = run.bare->species;
-    const auto codeOfEntry = [&](const QString& stored) {
-        const QString key = stored.left(3).trimmed();
-        return !key.isEmpty() && key.compare(code, Qt::CaseInsensitive) == 0;
-    };
-    const MasterTables& tables = sentenceProbeTables();
-    std::optional<QString> expected;
-    for (const QString& main : tables.mainSpecies) {
-        if (!expected && codeOfEntry(main))
-            expected = main;
-    }
-    if (!expected && codeOfEntry(tables.caliperSpecies))
-        expected = tables.caliperSpecies;
-    if (run.mapped != expected)
-        return QStringLiteral("code \"%1\" stands for \"%2\", not \"%3\"")
-            .arg(code, run.mapped.value_or(QStringLiteral("(none)")),
-                 expected.value_or(QStringLiteral("(none)")));
-    return {};
-}
-
-} // namespace
-
-QString describeSentence(const ParsedSentence& sentence)
-{
-    if (!sentence)
+    if (!s)
         return QStringLiteral("-");
-    if (sentence->kind == CaliperSentence::Kind::Species)
-        return u'S' + sentence->species;
-    return u'D' + QString::number(sentence->diameter);
+    return s->kind == Kind::Species ? u'S' + s->species : u'D' + QString::number(s->diameter);
 }
 
-QString describeMeasurements(const QList<SentenceMeasurement>& measurements)
+QString describe(const QList<SentenceMeasurement>& measurements)
 {
     QStringList out;
     for (const SentenceMeasurement& m : measurements)
@@ -217,7 +39,22 @@ QString describeMeasurements(const QList<SentenceMeasurement>& measurements)
     return out.join(u'|');
 }
 
-const MasterTables& sentenceProbeTables()
+QString describe(QByteArrayView input)
+{
+    return QString::fromLatin1(input.first(std::min<qsizetype>(input.size(), 80)).toByteArray());
+}
+
+QString read(QByteArrayView sentence)
+{
+    return describe(parseCaliperSentence(sentence));
+}
+
+QByteArray hexByte(int value)
+{
+    return QByteArray::number(value, 16).rightJustified(2, '0').toUpper();
+}
+
+const MasterTables& tables()
 {
     static const MasterTables tables = [] {
         MasterTables t;
@@ -231,104 +68,134 @@ const MasterTables& sentenceProbeTables()
     return tables;
 }
 
-SentenceRun runCaliperSentence(QByteArrayView input)
+// What must hold for the sentence between "$" and the first "*" of `line`, read as `bare` without
+// a checksum.
+QString checkBody(const QByteArray& body, const CaliperSentence& bare)
 {
-    SentenceRun run;
-    run.input = input.toByteArray();
-    run.parsed = parseCaliperSentence(input);
-    run.padded = parseCaliperSentence(run.input + " \t\r\n");
-
-    const QByteArray line = withoutTrailingBlanks(input);
-    run.framed = line.startsWith('$');
-    if (run.framed) {
-        const qsizetype star = line.indexOf('*');
-        run.body = line.sliced(1, (star < 0 ? line.size() : star) - 1);
-        run.sent = star < 0 ? QByteArray() : line.sliced(star + 1);
-        run.checksum = sentenceChecksum(run.body);
-        const QByteArray bare = '$' + run.body + '*';
-        run.bare = parseCaliperSentence(bare);
-        run.upper = parseCaliperSentence(bare + run.checksum);
-        run.lower = parseCaliperSentence(bare + run.checksum.toLower());
-        run.wrong = parseCaliperSentence(bare + hexByte(xorOf(run.body) ^ 1));
-        if (run.bare) {
-            rebuild(run);
-            cutShort(run);
-            if (run.bare->kind == CaliperSentence::Kind::Species)
-                run.mapped = speciesForCaliperCode(sentenceProbeTables(), run.bare->species);
+    const QString shown = read('$' + body + '*');
+    QList<QByteArray> rebuilt;
+    qsizetype closing = body.indexOf(',', QByteArray("PHGF,DIA,M,").size());
+    if (bare.kind == Kind::Diameter) {
+        if (!body.startsWith("PHGF,DIA,M,") || bare.diameter < 0 || bare.diameter > 999)
+            return QStringLiteral("\"%1\" read as %2").arg(describe(body), shown);
+        for (const int mm : {bare.diameter * 10, bare.diameter * 10 + 5, bare.diameter * 10 + 9})
+            rebuilt << "PHGF,DIA,M," + QByteArray::number(mm) + ',';
+    } else {
+        if (!body.startsWith("PHGF,SPC,") || bare.species.isEmpty()
+            || bare.species != bare.species.trimmed())
+            return QStringLiteral("\"%1\" read as %2").arg(describe(body), shown);
+        // A blank first, so that a code starting with U+FEFF is not read as a byte-order mark.
+        rebuilt << "PHGF,SPC, " + bare.species.toUtf8() + ",1,";
+        rebuilt << "PHGF,SPC,\t" + bare.species.toUtf8() + "  ,";
+        closing = body.indexOf(',', QByteArray("PHGF,SPC,").size());
+        const std::optional<QString> species = speciesForCaliperCode(tables(), bare.species);
+        if (species
+            && (species->left(3).trimmed().compare(bare.species, Qt::CaseInsensitive) != 0
+                || (std::ranges::find(tables().mainSpecies, *species) == tables().mainSpecies.end()
+                    && *species != tables().caliperSpecies)))
+            return QStringLiteral("code \"%1\" stands for \"%2\"").arg(bare.species, *species);
+    }
+    for (const QByteArray& again : rebuilt) {
+        for (const QByteArray& sentence :
+             {'$' + again + '*' + sentenceChecksum(again), '$' + again + '*'}) {
+            if (read(sentence) != shown)
+                return QStringLiteral("\"%1\", written from %2, read back as %3")
+                    .arg(describe(sentence), shown, read(sentence));
         }
     }
+    if (closing < 0)
+        return QStringLiteral("\"%1\" has no comma closing its reading").arg(describe(body));
+    for (qsizetype n = std::max<qsizetype>(0, closing - 16); n <= closing; ++n) {
+        if (const QString cut = read('$' + body.first(n)); cut != QStringLiteral("-"))
+            return QStringLiteral("\"$%1\" cut short read as %2").arg(describe(body.first(n)), cut);
+    }
+    if (read('$' + body.first(closing + 1)) != shown)
+        return QStringLiteral("\"%1\" up to its closing comma is not read").arg(describe(body));
+    return {};
+}
 
+QString checkLine(QByteArrayView input)
+{
+    const QString parsed = read(input);
+    if (const QString padded = read(input.toByteArray() + " \t\r\n"); padded != parsed)
+        return QStringLiteral("read as %1, with blanks after it as %2").arg(parsed, padded);
+    QByteArrayView line = input;
+    while (!line.isEmpty() && QByteArrayView(" \t\r\n").contains(line.back()))
+        line.chop(1);
+    if (!line.startsWith('$'))
+        return parsed == QStringLiteral("-") ? QString() : QStringLiteral("read without a $");
+
+    const qsizetype star = line.indexOf('*');
+    const QByteArray body = line.sliced(1, (star < 0 ? line.size() : star) - 1).toByteArray();
+    const QByteArray sent = star < 0 ? QByteArray() : line.sliced(star + 1).toByteArray();
+    int sum = 0;
+    for (const char c : body)
+        sum ^= uchar(c);
+    if (sentenceChecksum(body) != hexByte(sum))
+        return QStringLiteral("checksum %1, not %2")
+            .arg(QString::fromLatin1(sentenceChecksum(body)), QString::fromLatin1(hexByte(sum)));
+    const QByteArray bare = '$' + body + '*';
+    const QString withoutSum = read(bare);
+    const bool sumHolds = sent.isEmpty() || sent.toUpper() == hexByte(sum);
+    if (parsed != (sumHolds ? withoutSum : QStringLiteral("-")))
+        return QStringLiteral("read as %1, without its checksum as %2").arg(parsed, withoutSum);
+    if (read(bare + hexByte(sum)) != withoutSum
+        || read(bare + hexByte(sum).toLower()) != withoutSum)
+        return QStringLiteral("read otherwise with its checksum than without");
+    if (read(bare + hexByte(sum ^ 1)) != QStringLiteral("-"))
+        return QStringLiteral("read with a wrong checksum");
+    const std::optional<CaliperSentence> reading = parseCaliperSentence(bare);
+    return reading ? checkBody(body, *reading) : QString();
+}
+
+// One reader taking the line twice, and one taking each piece from a "$" to the next as a line of
+// its own, both give each diameter the species read just before it.
+QString checkReader(QByteArrayView input, QList<SentenceMeasurement>& read)
+{
+    QList<SentenceMeasurement> expected;
+    QList<SentenceMeasurement> readApart;
     SentenceReader reader;
     SentenceReader apart;
+    QString species;
     for (int copy = 0; copy < 2; ++copy) {
-        run.read += reader.take(input);
+        read += reader.take(input);
         for (qsizetype at = input.indexOf('$'); at >= 0;) {
             const qsizetype next = input.indexOf('$', at + 1);
             const QByteArrayView piece = next < 0 ? input.sliced(at) : input.sliced(at, next - at);
-            run.pieces.append(parseCaliperSentence(piece));
-            run.readApart += apart.take(piece);
+            readApart += apart.take(piece);
             at = next;
+            const std::optional<CaliperSentence> s = parseCaliperSentence(piece);
+            if (s && s->kind == Kind::Species) {
+                if (s->species.isEmpty() || s->species != s->species.trimmed())
+                    return QStringLiteral("species code \"%1\"").arg(s->species);
+                species = s->species;
+            } else if (s) {
+                if (s->diameter < 0 || s->diameter > 999)
+                    return QStringLiteral("diameter %1 cm").arg(s->diameter);
+                expected.append({species, s->diameter});
+                species.clear();
+            }
         }
     }
-    return run;
+    if (describe(read) != describe(expected) || describe(readApart) != describe(expected))
+        return QStringLiteral("read \"%1\" and in pieces \"%2\", not \"%3\"")
+            .arg(describe(read), describe(readApart), describe(expected));
+    return {};
 }
 
-QString verifySentenceRun(const SentenceRun& run)
+} // namespace
+
+Probe caliperSentenceProbe(const QString&)
 {
-    const QString input = shown(run.input);
-    const QString parsed = describeSentence(run.parsed);
-    if (const QString padded = describeSentence(run.padded); padded != parsed)
-        return QStringLiteral("\"%1\" read as %2, with blanks after it as %3")
-            .arg(input, parsed, padded);
-    if (!run.framed) {
-        if (run.parsed)
-            return QStringLiteral("\"%1\" read as %2 without a leading $").arg(input, parsed);
-        return verifyReader(run);
-    }
-
-    const QByteArray sum = hexByte(xorOf(run.body));
-    if (run.checksum != sum)
-        return QStringLiteral("checksum %1 of \"%2\", not %3")
-            .arg(QString::fromLatin1(run.checksum), shown(run.body), QString::fromLatin1(sum));
-    const QString bare = describeSentence(run.bare);
-    const bool sumHolds = run.sent.isEmpty() || run.sent.toUpper() == sum;
-    if (parsed != (sumHolds ? bare : QStringLiteral("-")))
-        return QStringLiteral("\"%1\" read as %2, without its checksum as %3%4")
-            .arg(input, parsed, bare,
-                 sumHolds ? QString() : QStringLiteral(" (the checksum is wrong)"));
-    if (const QString upper = describeSentence(run.upper); upper != bare)
-        return QStringLiteral("\"%1\" with checksum %2 read as %3, without as %4")
-            .arg(input, QString::fromLatin1(sum), upper, bare);
-    if (const QString lower = describeSentence(run.lower); lower != bare)
-        return QStringLiteral("\"%1\" with lower-case checksum read as %2, without as %3")
-            .arg(input, lower, bare);
-    if (run.wrong)
-        return QStringLiteral("\"%1\" with a wrong checksum read as %2")
-            .arg(input, describeSentence(run.wrong));
-
-    const QStringList allowed = allowedReadings(run.body);
-    if (!allowed.contains(bare))
-        return QStringLiteral("\"%1\" read as %2, not %3")
-            .arg(input, bare, allowed.join(QStringLiteral(" or ")));
-    if (run.bare && run.rebuilt.isEmpty())
-        return QStringLiteral("\"%1\" was not written out again").arg(input);
-    for (const auto& [sentence, back] : run.rebuilt) {
-        if (const QString got = describeSentence(back); got != bare)
-            return QStringLiteral("\"%1\", written from %2, read back as %3")
-                .arg(shown(sentence), bare, got);
-    }
-    if (run.bare && run.cut.isEmpty())
-        return QStringLiteral("\"%1\" has no comma closing its reading").arg(input);
-    for (qsizetype i = 0; i < run.cut.size(); ++i) {
-        const auto& [length, reading] = run.cut[i];
-        const QString want = i + 1 == run.cut.size() ? bare : QStringLiteral("-");
-        if (const QString got = describeSentence(reading); got != want)
-            return QStringLiteral("\"$%1\" cut short read as %2, not %3")
-                .arg(shown(run.body.first(length)), got, want);
-    }
-    if (const QString failure = verifyMapping(run); !failure.isEmpty())
-        return failure;
-    return verifyReader(run);
+    return [](QByteArrayView input) {
+        QList<SentenceMeasurement> measured;
+        QString failure = checkLine(input);
+        if (failure.isEmpty())
+            failure = checkReader(input, measured);
+        else
+            failure = QStringLiteral("\"%1\" ").arg(describe(input)) + failure;
+        return ProbeResult{failure, read(input) + u';' + describe(measured), {}};
+    };
 }
 
 } // namespace brovant::test

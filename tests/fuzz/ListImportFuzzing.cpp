@@ -1,349 +1,259 @@
-#include "fuzz/ListImportFuzzing.h"
+// List files through the import, from memory as the channels hand one over and from "\Import" as
+// after a receive, and out again through the export, and what must hold for any file, however
+// damaged: both ways store the same rows; a wrong structure stores nothing and says so; a list
+// that was there before is untouched; the rows count from 0 in file order and fill their fields;
+// and the export writes the list again as well-formed lines with the same regions and trees.
+// Outcome: "wrong structure", or "[header, ]<n> regions, <m> trees, <k> of type 2" of what was
+// stored.
+#include "fuzz/FuzzTargets.h"
 
 #include "data/Database.h"
 #include "data/Schema.h"
+#include "masterdata/DeviceSession.h"
 #include "platform/MessageDialogs.h"
 #include "transfer/ListFileExport.h"
 #include "transfer/ListFileImport.h"
 
 #include <QFile>
 
+#include <memory>
+
 namespace brovant::test {
 namespace {
 
-constexpr int kLine = ListFileImport::kLineLength;
-constexpr std::int64_t kNumberLimit = 4294967295;
+constexpr std::int64_t kExistingList = 41;
+constexpr std::int64_t kNewList = 42;
+constexpr const TableDescriptor* kTables[] = {&schema::Kopfdaten, &schema::Region,
+                                              &schema::Holzdaten};
 
-QString tableSql(const char* format, const TableDescriptor& table)
+// Per table, what a stored row of the new list must be (SQL over its columns).
+QString sound(int table)
 {
-    return QString::fromLatin1(format).arg(QLatin1StringView(table.name));
+    if (table == 1)
+        return QStringLiteral("length(REGION_A) = 8 AND length(BAUMART) = 3 AND length(TARIF) = 5");
+    if (table == 2)
+        return QStringLiteral(
+            "ID_TYPE IN (1, 2) AND length(PARZ) = 5 AND length(BAUMART) = 3"
+            " AND length(DMSTUFE) = 2 AND length(NA) = 2 AND length(KA) = 2 AND length(TARIF) = 5"
+            " AND IFNULL(abs(STK), 0) <= 4294967295 AND IFNULL(abs(BHD), 0) <= 4294967295"
+            " AND IFNULL(abs(KUBATUR), 0) <= 4294967295");
+    // Texts alone leave the structure NULL; a "001" only gets in with the right tag.
+    QString header = QStringLiteral(
+        "IFNULL(length(LISTE_NR), 8) = 8 AND IFNULL(length(DATUM_A), 10) = 10"
+        " AND IFNULL(length(REGION_A), 8) = 8 AND IFNULL(STRUKTUR, 'T00300') = 'T00300'"
+        " AND DUE_MARK = 0 AND EXPORTED_N_NI = 0 AND ZUSATZ_A IS NULL"
+        " AND IFNULL(abs(KOR_FAKTOR_N), 0) <= 4294967295");
+    for (int n = 1; n <= 16; ++n)
+        header += QStringLiteral(" AND IFNULL(length(KOPF%1_A), 40) = 40").arg(n);
+    return header;
 }
+
+class ListProbe {
+public:
+    explicit ListProbe(const QString& dir)
+        : m_session(dir, Database::Durability::Relaxed)
+    {
+        if (m_session.openDatabase() == DeviceSession::DatabaseState::Failed)
+            m_setupError = QStringLiteral("database: ") + db().lastError();
+    }
+
+    ProbeResult check(QByteArrayView input)
+    {
+        if (!m_setupError.isEmpty())
+            return {m_setupError};
+        if (QString failure = reset(); !failure.isEmpty())
+            return {failure};
+        ScriptedDialogs quiet;
+        ListFileImport importer(m_session.root(), db(), quiet);
+        bool wrong = false;
+        const bool imported = importer.importFile(input.toByteArray(), kNewList, &wrong);
+        if (imported == wrong)
+            return {
+                QStringLiteral("importFile gave %1, wrong structure %2").arg(imported).arg(wrong)};
+        QString outcome;
+        QList<std::int64_t> types;
+        qsizetype regions = 0;
+        if (QString failure = verify(wrong, outcome, types, regions); !failure.isEmpty())
+            return {QStringLiteral("importFile: ") + failure, outcome};
+        const QStringList fromMemory = dump();
+        const bool header = outcome.startsWith(QStringLiteral("header"));
+
+        if (QString failure = reset(); !failure.isEmpty())
+            return {failure};
+        QFile staged(m_session.root().hostPath(QStringLiteral("\\Import\\FUZZ.DAT")));
+        if (!staged.open(QIODevice::WriteOnly)
+            || staged.write(input.data(), input.size()) != input.size())
+            return {QStringLiteral("cannot stage the input")};
+        staged.close();
+        const ListFileImport::Outcome ran = importer.run();
+        if (ran.result
+                != (wrong ? ListFileImport::Result::WrongStructure
+                          : ListFileImport::Result::Imported)
+            || ran.files != (wrong ? 0 : 1) || ran.lastList != (header ? kNewList : -1))
+            return {QStringLiteral("run: result %1, %2 files, last list %3")
+                        .arg(int(ran.result))
+                        .arg(ran.files)
+                        .arg(ran.lastList),
+                    outcome};
+        if (quiet.asked()
+            != (wrong ? QStringList{QStringLiteral("Falsche Struktur der Liste!||")}
+                      : QStringList()))
+            return {QStringLiteral("run: messages ") + quiet.asked().join(u'/'), outcome};
+        if (!m_session.root().find(QStringLiteral("\\Import\\*.*")).isEmpty())
+            return {QStringLiteral("run: \\Import not emptied"), outcome};
+        if (dump() != fromMemory)
+            return {QStringLiteral("run and importFile stored different rows"), outcome};
+        return {header ? verifyExport(regions, types) : QString(), outcome};
+    }
+
+private:
+    Database& db() { return m_session.database(); }
+
+    // Only the list that was there before, and empty folders.
+    QString reset()
+    {
+        for (const TableDescriptor* t : kTables) {
+            if (!db().deleteAll(*t))
+                return QStringLiteral("cannot empty ") + QLatin1StringView(t->name);
+        }
+        const bool ok =
+            db().exec(QStringLiteral("INSERT INTO Brov_Kopfdaten (ID_FILE, LISTE_NR, DUE_MARK, "
+                                     "EXPORTED_N_NI) VALUES (%1, 'VORHER', 0, 3)")
+                          .arg(kExistingList))
+            && db().exec(QStringLiteral("INSERT INTO Brov_Region (ID, ID_FILE, REGION_A) VALUES "
+                                        "(0, %1, 'ALT')")
+                             .arg(kExistingList))
+            && db().exec(QStringLiteral("INSERT INTO Brov_Holzdaten (ID, ID_FILE, ID_TYPE, STK) "
+                                        "VALUES (0, %1, 1, 5)")
+                             .arg(kExistingList));
+        m_session.root().removeMatching(QStringLiteral("\\Import\\*.*"));
+        m_session.root().removeMatching(QStringLiteral("\\Export\\*.*"));
+        return ok ? QString() : QStringLiteral("cannot set up: ") + db().lastError();
+    }
+
+    QStringList dump()
+    {
+        QStringList out;
+        for (const TableDescriptor* t : kTables) {
+            auto q = db().query(
+                QStringLiteral("SELECT * FROM %1 ORDER BY rowid").arg(QLatin1StringView(t->name)));
+            while (q.next()) {
+                QString row = QLatin1StringView(t->name);
+                for (int c = 0; c < q.columnCount(); ++c) {
+                    const FieldValue v = q.value(c);
+                    if (const auto* n = std::get_if<std::int64_t>(&v))
+                        row += u'|' + QString::number(*n);
+                    else if (const auto* s = std::get_if<QString>(&v))
+                        row += QStringLiteral("|\"") + *s + u'"';
+                    else
+                        row += QStringLiteral("|NULL");
+                }
+                out << row;
+            }
+        }
+        return out;
+    }
+
+    QString verify(bool wrong, QString& outcome, QList<std::int64_t>& types, qsizetype& regions)
+    {
+        auto existing = db().query(QStringLiteral(
+            "SELECT (SELECT COUNT(*) FROM Brov_Kopfdaten WHERE ID_FILE = ?1 AND LISTE_NR = "
+            "'VORHER' AND EXPORTED_N_NI = 3) + (SELECT COUNT(*) FROM Brov_Region WHERE ID_FILE = "
+            "?1 AND REGION_A = 'ALT') + (SELECT COUNT(*) FROM Brov_Holzdaten WHERE ID_FILE = ?1 "
+            "AND STK = 5)"));
+        existing.bind(1, kExistingList);
+        if (!existing.next() || existing.integer(0) != 3)
+            return QStringLiteral("the list that was there before changed");
+        qsizetype counts[3] = {};
+        for (int t = 0; t < 3; ++t) {
+            const QString table = QLatin1StringView(kTables[t]->name);
+            auto all = db().query(QStringLiteral("SELECT COUNT(*) FROM %1").arg(table));
+            auto rows = db().query(
+                QStringLiteral("SELECT %1, IFNULL((%2), 0), %3 FROM %4 WHERE ID_FILE = ? "
+                               "ORDER BY rowid")
+                    .arg(t == 0 ? "0" : "ID", sound(t), t == 2 ? "ID_TYPE" : "0", table));
+            rows.bind(1, kNewList);
+            for (; rows.next(); ++counts[t]) {
+                if (rows.integer(0) != (t > 0 ? counts[t] : 0) || rows.integer(1) != 1)
+                    return QStringLiteral("%1 row %2 numbered %3, or its fields unsound")
+                        .arg(table)
+                        .arg(counts[t])
+                        .arg(rows.integer(0));
+                if (t == 2)
+                    types << rows.integer(2);
+            }
+            if (!all.next() || all.integer(0) != counts[t] + 1)
+                return QStringLiteral("rows of %1 under another list").arg(table);
+        }
+        if (counts[0] > 1 || (wrong && counts[0] + counts[1] + counts[2] > 0))
+            return QStringLiteral("a wrong structure left rows");
+        regions = counts[1];
+        outcome = wrong ? QStringLiteral("wrong structure")
+                        : QStringLiteral("%1%2 regions, %3 trees, %4 of type 2")
+                              .arg(counts[0] ? "header, " : "")
+                              .arg(counts[1])
+                              .arg(counts[2])
+                              .arg(types.count(2));
+        return {};
+    }
+
+    // Whatever came in goes out again as well-formed lines.
+    QString verifyExport(qsizetype storedRegions, const QList<std::int64_t>& types)
+    {
+        db().exec(
+            QStringLiteral("UPDATE Brov_Kopfdaten SET DUE_MARK = (ID_FILE = %1)").arg(kNewList));
+        ScriptedDialogs quiet;
+        ListFileExport exporter(m_session.root(), db(), m_session.store(), quiet);
+        if (exporter.writeMarked() != 1)
+            return QStringLiteral("export: the new list is not marked");
+        const QString path = exporter.filePath(kNewList);
+        // Only a list number that is no file name is refused, and then with the notice.
+        if (quiet.asked()
+            != (path.isEmpty() ? QStringList{QStringLiteral("Datei kann nicht erzeugt werden!||")}
+                               : QStringList()))
+            return QStringLiteral("export: messages ") + quiet.asked().join(u'/');
+        if (path.isEmpty())
+            return {};
+        QFile file(m_session.root().hostPath(path));
+        if (!file.open(QIODevice::ReadOnly))
+            return QStringLiteral("export: no file at ") + path;
+        const QByteArray bytes = file.readAll();
+        if (!bytes.endsWith("\r\n"))
+            return QStringLiteral("export: the file does not end with CR LF");
+        const QList<QByteArray> lines = bytes.chopped(2).split('\n');
+        qsizetype regions = 0;
+        QList<std::int64_t> exported;
+        for (const QByteArray& line : lines) {
+            const bool last = &line == &lines.last();
+            if (!last && !line.endsWith('\r'))
+                return QStringLiteral("export: a line ends without CR LF");
+            if (line.size() + (last ? 2 : 1) > ListFileExport::kMaxLine)
+                return QStringLiteral("export: a line of %1 bytes").arg(line.size() + 1);
+            regions += line.startsWith("REG");
+            if (line.startsWith("10A") || line.startsWith("10B"))
+                exported << (line[2] == 'A' ? 1 : 2);
+        }
+        if (!lines.first().startsWith("TD0") || !lines.value(1).startsWith("001"))
+            return QStringLiteral("export: header lines missing");
+        if (regions != storedRegions || exported != types)
+            return QStringLiteral("export: %1 regions and %2 trees")
+                .arg(regions)
+                .arg(exported.size());
+        return {};
+    }
+
+    DeviceSession m_session;
+    QString m_setupError;
+};
 
 } // namespace
 
-void ListShapeScanner::feed(QByteArrayView bytes)
+Probe listProbe(const QString& dir)
 {
-    for (const char b : bytes) {
-        if (m_wrong)
-            return;
-        if (b == '\n') {
-            endLine(true);
-            continue;
-        }
-        m_inLine = true;
-        if (b == '\0')
-            m_textEnded = true;
-        if (!m_textEnded) {
-            if (m_text.size() <= kLine)
-                m_text.append(b);
-            else
-                m_textEnded = true; // the rest of the line is skipped
-        }
-    }
-}
-
-void ListShapeScanner::finish()
-{
-    if (m_inLine && !m_wrong)
-        endLine(false);
-}
-
-void ListShapeScanner::endLine(bool byLineFeed)
-{
-    QByteArray text = m_text;
-    const bool cut = m_textEnded;
-    m_text.clear();
-    m_textEnded = false;
-    m_inLine = false;
-    // Only the CR right before the line feed belongs to the line end.
-    if (byLineFeed && !cut && text.endsWith('\r'))
-        text.chop(1);
-    text.truncate(kLine);
-    if (text.isEmpty())
-        return;
-    text = text.leftJustified(kLine, ' ');
-    const QByteArrayView tag = QByteArrayView(text).first(3);
-    if (tag == "001" && QByteArrayView(text).sliced(93, 6) != "T00300") {
-        m_wrong = true;
-        return;
-    }
-    if (tag.startsWith("00") && tag[2] >= '1' && tag[2] <= '9')
-        m_header = true;
-    else if (tag == "REG")
-        ++m_regions;
-    else if (tag == "10A")
-        m_treeTypes.append(1);
-    else if (tag == "10B")
-        m_treeTypes.append(2);
-}
-
-ListImportProbe::ListImportProbe(const QString& rootDir)
-    : m_session(std::make_unique<DeviceSession>(rootDir, Database::Durability::Relaxed))
-{
-    if (m_session->openDatabase() == DeviceSession::DatabaseState::Failed)
-        m_setupError = QStringLiteral("database: ") + m_session->database().lastError();
-}
-
-ListImportProbe::~ListImportProbe() = default;
-
-QString ListImportProbe::reset()
-{
-    Database& db = m_session->database();
-    for (const TableDescriptor* t : {&schema::Kopfdaten, &schema::Region, &schema::Holzdaten}) {
-        if (!db.deleteAll(*t))
-            return QStringLiteral("cannot empty ") + QLatin1StringView(t->name);
-    }
-    // A list that was there before: nothing of an import may touch it.
-    const bool ok =
-        db.exec(QStringLiteral("INSERT INTO Brov_Kopfdaten (ID_FILE, LISTE_NR, DUE_MARK, "
-                               "EXPORTED_N_NI) VALUES (%1, 'VORHER', 0, 3)")
-                    .arg(kExistingList))
-        && db.exec(QStringLiteral("INSERT INTO Brov_Region (ID, ID_FILE, REGION_A) VALUES (0, %1, "
-                                  "'ALT')")
-                       .arg(kExistingList))
-        && db.exec(QStringLiteral("INSERT INTO Brov_Holzdaten (ID, ID_FILE, ID_TYPE, STK) VALUES "
-                                  "(0, %1, 1, 5)")
-                       .arg(kExistingList));
-    m_session->root().removeMatching(QStringLiteral("\\Import\\*.*"));
-    m_session->root().removeMatching(QStringLiteral("\\Export\\*.*"));
-    return ok ? QString() : QStringLiteral("cannot set up: ") + db.lastError();
-}
-
-QStringList ListImportProbe::dump()
-{
-    QStringList out;
-    for (const TableDescriptor* t : {&schema::Kopfdaten, &schema::Region, &schema::Holzdaten}) {
-        auto q = m_session->database().query(tableSql("SELECT * FROM %1 ORDER BY rowid", *t));
-        while (q.next()) {
-            QString row = QLatin1StringView(t->name);
-            for (int c = 0; c < q.columnCount(); ++c) {
-                const FieldValue v = q.value(c);
-                row += u'|';
-                if (const auto* n = std::get_if<std::int64_t>(&v))
-                    row += QString::number(*n);
-                else if (const auto* s = std::get_if<QString>(&v))
-                    row += u'"' + *s + u'"';
-                else
-                    row += QStringLiteral("NULL");
-            }
-            out << row;
-        }
-    }
-    return out;
-}
-
-QString ListImportProbe::check(QByteArrayView input)
-{
-    if (!m_setupError.isEmpty())
-        return m_setupError;
-    ListShapeScanner expected;
-    expected.feed(input);
-    expected.finish();
-    m_lastWrong = expected.wrongStructure();
-    m_lastHeader = expected.header() && !m_lastWrong;
-    m_lastRegions = expected.regions();
-    m_lastTrees = int(expected.treeTypes().size());
-
-    // From memory, as the channels may hand a file over.
-    if (QString failure = reset(); !failure.isEmpty())
-        return failure;
-    ScriptedDialogs quiet;
-    ListFileImport importer(m_session->root(), m_session->database(), quiet);
-    bool wrong = false;
-    const bool imported = importer.importFile(input.toByteArray(), kNewList, &wrong);
-    if (imported == m_lastWrong || wrong != m_lastWrong)
-        return QStringLiteral(
-                   "importFile gave %1 (wrong structure %2), expected wrong structure %3")
-            .arg(imported)
-            .arg(wrong)
-            .arg(m_lastWrong);
-    if (QString failure = verify(expected); !failure.isEmpty())
-        return QStringLiteral("importFile: ") + failure;
-    const QStringList fromMemory = dump();
-
-    // From "\Import", as after a receive.
-    if (QString failure = reset(); !failure.isEmpty())
-        return failure;
-    {
-        QFile staged(m_session->root().hostPath(QStringLiteral("\\Import\\FUZZ.DAT")));
-        if (!staged.open(QIODevice::WriteOnly)
-            || staged.write(input.data(), input.size()) != input.size())
-            return QStringLiteral("cannot stage the input");
-    }
-    const ListFileImport::Outcome outcome = importer.run();
-    const auto expectedResult =
-        m_lastWrong ? ListFileImport::Result::WrongStructure : ListFileImport::Result::Imported;
-    if (outcome.result != expectedResult)
-        return QStringLiteral("run: result %1, expected %2")
-            .arg(int(outcome.result))
-            .arg(int(expectedResult));
-    if (outcome.files != (m_lastWrong ? 0 : 1)
-        || outcome.lastList != (m_lastHeader ? kNewList : -1))
-        return QStringLiteral("run: %1 files, last list %2")
-            .arg(outcome.files)
-            .arg(outcome.lastList);
-    const QStringList notices = quiet.asked();
-    if (notices
-        != (m_lastWrong ? QStringList{QStringLiteral("Falsche Struktur der Liste!||")}
-                        : QStringList()))
-        return QStringLiteral("run: messages ") + notices.join(u'/');
-    if (!m_session->root().find(QStringLiteral("\\Import\\*.*")).isEmpty())
-        return QStringLiteral("run: \\Import not emptied");
-    if (QString failure = verify(expected); !failure.isEmpty())
-        return QStringLiteral("run: ") + failure;
-    if (dump() != fromMemory)
-        return QStringLiteral("run and importFile stored different rows");
-    return verifyExport(expected);
-}
-
-QString ListImportProbe::verify(const ListShapeScanner& expected)
-{
-    Database& db = m_session->database();
-    auto existing = db.query(QStringLiteral(
-        "SELECT (SELECT COUNT(*) FROM Brov_Kopfdaten WHERE ID_FILE = ?1 AND LISTE_NR = 'VORHER' "
-        "AND EXPORTED_N_NI = 3), (SELECT COUNT(*) FROM Brov_Region WHERE ID_FILE = ?1 AND "
-        "REGION_A = 'ALT'), (SELECT COUNT(*) FROM Brov_Holzdaten WHERE ID_FILE = ?1 AND STK = 5), "
-        "(SELECT COUNT(*) FROM Brov_Kopfdaten), (SELECT COUNT(*) FROM Brov_Region), "
-        "(SELECT COUNT(*) FROM Brov_Holzdaten)"));
-    existing.bind(1, kExistingList);
-    if (!existing.next())
-        return QStringLiteral("cannot count rows: ") + db.lastError();
-    if (existing.integer(0) != 1 || existing.integer(1) != 1 || existing.integer(2) != 1)
-        return QStringLiteral("the list that was there before changed");
-    const bool wrong = expected.wrongStructure();
-    const std::int64_t heads = existing.integer(3) - 1;
-    const std::int64_t regions = existing.integer(4) - 1;
-    const std::int64_t trees = existing.integer(5) - 1;
-    if (heads != (m_lastHeader ? 1 : 0))
-        return QStringLiteral("%1 new headers").arg(heads);
-    if (regions != (wrong ? 0 : expected.regions()))
-        return QStringLiteral("%1 regions, expected %2").arg(regions).arg(expected.regions());
-    if (trees != (wrong ? 0 : expected.treeTypes().size()))
-        return QStringLiteral("%1 trees, expected %2").arg(trees).arg(expected.treeTypes().size());
-    if (wrong)
-        return {};
-
-    if (m_lastHeader) {
-        auto head = db.query(QStringLiteral(
-            "SELECT LISTE_NR, DATUM_A, REGION_A, STRUKTUR, DUE_MARK, EXPORTED_N_NI, ZUSATZ_A, "
-            "KOR_FAKTOR_N FROM Brov_Kopfdaten WHERE ID_FILE = ?"));
-        head.bind(1, kNewList);
-        if (!head.next())
-            return QStringLiteral("the new header has another number");
-        const int widths[] = {8, 10, 8, 6};
-        for (int c = 0; c < 4; ++c) {
-            const FieldValue v = head.value(c);
-            if (const auto* s = std::get_if<QString>(&v); s && s->size() != widths[c])
-                return QStringLiteral("header text %1 is \"%2\"").arg(c).arg(*s);
-        }
-        // Texts alone leave it NULL; a "001" only gets in with the right tag.
-        if (!std::holds_alternative<std::monostate>(head.value(3))
-            && head.text(3) != QLatin1StringView(schema::kStructureVersion))
-            return QStringLiteral("structure stored as \"%1\"").arg(head.text(3));
-        if (head.integer(4) != 0 || head.integer(5) != 0
-            || !std::holds_alternative<std::monostate>(head.value(6)))
-            return QStringLiteral("the new header is marked, exported or has an addition");
-        if (std::abs(head.integer(7)) > kNumberLimit)
-            return QStringLiteral("factor out of range");
-        for (int n = 1; n <= 16; ++n) {
-            auto text = db.query(
-                QStringLiteral("SELECT KOPF%1_A FROM Brov_Kopfdaten WHERE ID_FILE = ?").arg(n));
-            text.bind(1, kNewList);
-            if (!text.next())
-                return QStringLiteral("header text %1 unreadable").arg(n);
-            const FieldValue v = text.value(0);
-            if (const auto* s = std::get_if<QString>(&v); s && s->size() != 40)
-                return QStringLiteral("KOPF%1_A has %2 characters").arg(n).arg(s->size());
-        }
-    }
-
-    auto regionRows = db.query(QStringLiteral(
-        "SELECT ID, REGION_A, BAUMART, TARIF FROM Brov_Region WHERE ID_FILE = ? ORDER BY rowid"));
-    regionRows.bind(1, kNewList);
-    for (std::int64_t id = 0; regionRows.next(); ++id) {
-        if (regionRows.integer(0) != id)
-            return QStringLiteral("region %1 numbered %2").arg(id).arg(regionRows.integer(0));
-        const int widths[] = {8, 3, 5};
-        for (int c = 0; c < 3; ++c) {
-            if (regionRows.text(c + 1).size() != widths[c])
-                return QStringLiteral("region %1 field %2 is \"%3\"")
-                    .arg(id)
-                    .arg(c)
-                    .arg(regionRows.text(c + 1));
-        }
-    }
-
-    auto treeRows = db.query(QStringLiteral(
-        "SELECT ID, ID_TYPE, PARZ, BAUMART, DMSTUFE, NA, KA, TARIF, STK, BHD, KUBATUR "
-        "FROM Brov_Holzdaten WHERE ID_FILE = ? ORDER BY rowid"));
-    treeRows.bind(1, kNewList);
-    for (std::int64_t id = 0; treeRows.next(); ++id) {
-        if (treeRows.integer(0) != id)
-            return QStringLiteral("tree %1 numbered %2").arg(id).arg(treeRows.integer(0));
-        if (treeRows.integer(1) != expected.treeTypes().value(id))
-            return QStringLiteral("tree %1 has ID_TYPE %2").arg(id).arg(treeRows.integer(1));
-        const int widths[] = {5, 3, 2, 2, 2, 5};
-        for (int c = 0; c < 6; ++c) {
-            if (treeRows.text(c + 2).size() != widths[c])
-                return QStringLiteral("tree %1 text %2 is \"%3\"")
-                    .arg(id)
-                    .arg(c)
-                    .arg(treeRows.text(c + 2));
-        }
-        for (int c = 8; c <= 10; ++c) {
-            if (std::abs(treeRows.integer(c)) > kNumberLimit)
-                return QStringLiteral("tree %1 number %2 out of range").arg(id).arg(c);
-        }
-    }
-    return {};
-}
-
-QString ListImportProbe::verifyExport(const ListShapeScanner& expected)
-{
-    if (!m_lastHeader)
-        return {};
-    // Whatever came in goes out again as well-formed lines.
-    m_session->database().exec(
-        QStringLiteral("UPDATE Brov_Kopfdaten SET DUE_MARK = (ID_FILE = %1)").arg(kNewList));
-    ScriptedDialogs quiet;
-    ListFileExport exporter(m_session->root(), m_session->database(), m_session->store(), quiet);
-    if (exporter.writeMarked() != 1)
-        return QStringLiteral("export: the new list is not marked");
-    const QString path = exporter.filePath(kNewList);
-    if (path.isEmpty()) {
-        // Only a list number that is no file name is refused, and then with the notice.
-        if (quiet.asked() != QStringList{QStringLiteral("Datei kann nicht erzeugt werden!||")})
-            return QStringLiteral("export: no file and messages ") + quiet.asked().join(u'/');
-        return {};
-    }
-    if (!quiet.asked().isEmpty())
-        return QStringLiteral("export: messages ") + quiet.asked().join(u'/');
-    QFile file(m_session->root().hostPath(path));
-    if (!file.open(QIODevice::ReadOnly))
-        return QStringLiteral("export: no file at ") + path;
-    const QByteArray bytes = file.readAll();
-    if (!bytes.endsWith("\r\n"))
-        return QStringLiteral("export: the file does not end with CR LF");
-    const QList<QByteArray> lines = bytes.first(bytes.size() - 2).split('\n');
-    int regions = 0;
-    QList<int> treeTypes;
-    for (const QByteArray& line : lines) {
-        if (!line.endsWith('\r') && &line != &lines.last())
-            return QStringLiteral("export: a line ends without CR LF");
-        if (line.size() + (&line == &lines.last() ? 2 : 1) > ListFileExport::kMaxLine)
-            return QStringLiteral("export: a line of %1 bytes").arg(line.size() + 1);
-        if (line.startsWith("REG"))
-            ++regions;
-        else if (line.startsWith("10A"))
-            treeTypes.append(1);
-        else if (line.startsWith("10B"))
-            treeTypes.append(2);
-    }
-    if (!lines.first().startsWith("TD0") || !lines.value(1).startsWith("001"))
-        return QStringLiteral("export: header lines missing");
-    if (regions != expected.regions() || treeTypes != expected.treeTypes())
-        return QStringLiteral("export: %1 regions and %2 trees").arg(regions).arg(treeTypes.size());
-    return {};
+    auto probe = std::make_shared<ListProbe>(dir);
+    return [probe](QByteArrayView input) {
+        return probe->check(input);
+    };
 }
 
 } // namespace brovant::test

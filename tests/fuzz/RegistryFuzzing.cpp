@@ -1,8 +1,16 @@
-#include "fuzz/RegistryFuzzing.h"
+// A hive file from outside through the registry's .reg parser, tried as both hives, and what must
+// hold for any file: one that does not parse is set aside whole and its hive starts empty; one
+// that parses is left as it is, and its export parses again to the same keys and values.
+// Outcome: the hives it parsed as ("CU", "LM", "CULM", or "-"); detail: the keys and values of
+// the current user's hive, else the local machine's.
+#include "fuzz/FuzzTargets.h"
+
+#include "platform/Registry.h"
 
 #include <QDir>
 #include <QFile>
 
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -10,7 +18,6 @@ namespace brovant::test {
 namespace {
 
 constexpr Hive kHives[] = {Hive::CurrentUser, Hive::LocalMachine};
-const QString kHeader = QStringLiteral("Windows Registry Editor Version 5.00\n");
 
 QString hiveFile(const QString& folder, Hive hive)
 {
@@ -30,14 +37,8 @@ QByteArray readFile(const QString& path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
 }
 
-bool emptyFolder(const QString& path)
-{
-    QDir folder(path);
-    return (!folder.exists() || folder.removeRecursively()) && QDir().mkpath(path);
-}
-
-} // namespace
-
+// Keys (full paths, parents first) and typed values of one hive, walked through the public
+// interface without recursion.
 QString dumpHive(const Registry& registry, Hive hive)
 {
     QString out;
@@ -65,58 +66,64 @@ QString dumpHive(const Registry& registry, Hive hive)
     return out;
 }
 
-RegistryProbe::RegistryProbe(const QString& dir)
-    : m_dir(dir)
+QString check(const QString& dir, QByteArrayView input, QString (&dump)[2], QString& hives)
 {
-}
-
-QString RegistryProbe::check(QByteArrayView input)
-{
-    const QString first = m_dir + QStringLiteral("/first");
-    const QString again = m_dir + QStringLiteral("/again");
-    if (!emptyFolder(first) || !emptyFolder(again))
-        return QStringLiteral("cannot empty the folders in ") + m_dir;
+    const QString first = dir + QStringLiteral("/first");
+    const QString again = dir + QStringLiteral("/again");
+    for (const QString& folder : {first, again}) {
+        if (!QDir(folder).removeRecursively() || !QDir().mkpath(folder))
+            return QStringLiteral("cannot empty ") + folder;
+    }
     for (const Hive hive : kHives) {
         if (!writeFile(hiveFile(first, hive), input))
             return QStringLiteral("cannot write the hive file");
     }
-
     const Registry registry(first);
-    for (const Hive hive : kHives) {
-        const int i = hive == Hive::CurrentUser ? 0 : 1;
+    bool parsed[2];
+    for (const int i : {0, 1}) {
+        const Hive hive = kHives[i];
         const QString file = hiveFile(first, hive);
         const QString name = Registry::hiveName(hive);
-        m_parsed[i] = !registry.setAside().contains(file);
-        m_dump[i] = dumpHive(registry, hive);
-        const QString exported = registry.exportHive(hive);
-        if (!m_parsed[i]) {
-            // Set aside whole, and the hive starts empty.
+        parsed[i] = !registry.setAside().contains(file);
+        dump[i] = dumpHive(registry, hive);
+        if (parsed[i])
+            hives += i == 0 ? "CU" : "LM";
+        if (!parsed[i]) {
             if (readFile(file + QStringLiteral(".corrupt")) != input || QFile::exists(file))
                 return name + QStringLiteral(": the damaged file was not set aside as it was");
-            if (exported != kHeader || m_dump[i] != QStringLiteral("[]\n"))
+            if (registry.exportHive(hive)
+                    != QStringLiteral("Windows Registry Editor Version 5.00\n")
+                || dump[i] != QStringLiteral("[]\n"))
                 return name + QStringLiteral(": a set-aside hive is not empty");
-            continue;
-        }
-        if (readFile(file) != input)
+        } else if (readFile(file) != input) {
             return name + QStringLiteral(": loading changed the file");
-        if (!writeFile(hiveFile(again, hive), exported.toUtf8()))
+        } else if (!writeFile(hiveFile(again, hive), registry.exportHive(hive).toUtf8())) {
             return QStringLiteral("cannot write the exported hive");
+        }
     }
-
     const Registry reread(again);
-    for (const Hive hive : kHives) {
-        const int i = hive == Hive::CurrentUser ? 0 : 1;
-        if (!m_parsed[i])
-            continue;
-        const QString name = Registry::hiveName(hive);
-        if (!reread.setAside().isEmpty())
-            return name + QStringLiteral(": its own export does not parse");
-        if (reread.exportHive(hive) != registry.exportHive(hive))
-            return name + QStringLiteral(": the export changed on the way round");
-        if (dumpHive(reread, hive) != m_dump[i])
-            return name + QStringLiteral(": the keys and values changed on the way round");
+    if (!reread.setAside().isEmpty())
+        return QStringLiteral("its own export does not parse");
+    for (const int i : {0, 1}) {
+        if (parsed[i]
+            && (reread.exportHive(kHives[i]) != registry.exportHive(kHives[i])
+                || dumpHive(reread, kHives[i]) != dump[i]))
+            return Registry::hiveName(kHives[i]) + QStringLiteral(": changed on the way round");
     }
     return {};
+}
+
+} // namespace
+
+Probe registryProbe(const QString& dir)
+{
+    return [dir](QByteArrayView input) {
+        QString dump[2];
+        QString hives;
+        const QString failure = check(dir, input, dump, hives);
+        return ProbeResult{failure, hives.isEmpty() ? QStringLiteral("-") : hives,
+                           dump[hives.startsWith(u'C') ? 0 : 1]};
+    };
 }
 
 } // namespace brovant::test

@@ -1,17 +1,110 @@
-#include "fuzz/SerialFuzzing.h"
+// The receivers of serial frames, the device's cable receive and the office peer's
+// (CableOffice, behind brovant-tool office-receive), fed by a scripted far end, and what must hold
+// for any script, however hostile: nothing written outside the receiving folder, nor through the
+// links left in it; there only plain-named files (or one kept beside its namesake, "ONE_2.DAT"),
+// each begun by its header line and ended by CR LF, exactly those reported; only names a receiver
+// may not create refused; one ACK per accepted line, never more NAKs in a row than the protocol
+// allows; success only after an EOT was offered; and the failure said once.
+//
+// A script is bytes: the first says how many bytes one read hands out at most (0: all there
+// are); the rest is what the far end sends, in turns separated by FE FF. The first turn is on the
+// line from the start; each further one arrives when the receiver has answered (written ENQ, ACK
+// or NAK). When the turns run out the line is silent.
+// Outcome: "ok" or "failed", the files, and how many names were refused; the office's error as
+// the detail.
+#include "fuzz/FuzzTargets.h"
 
-#include "fuzz/SerialScript.h"
 #include "platform/Clock.h"
+#include "platform/DeviceRoot.h"
 #include "platform/MessageDialogs.h"
+#include "transfer/CableChannel.h"
+#include "transfer/CableOffice.h"
+#include "transfer/ListName.h"
 #include "transfer/PeerLine.h"
+#include "transfer/SerialFrames.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
+#include <QRegularExpression>
+
+#include <algorithm>
 
 namespace brovant::test {
 namespace {
 
-const QString kFailed = QStringLiteral("Fehler bei der Übertragung!||");
+class ScriptedLine final : public SerialLine {
+public:
+    explicit ScriptedLine(QByteArrayView input)
+    {
+        if (input.isEmpty())
+            return;
+        m_chunk = uchar(input[0]) == 0 ? frames::kMaxStep : uchar(input[0]);
+        QByteArrayView rest = input.sliced(1);
+        for (qsizetype at = rest.indexOf("\xFE\xFF"); at >= 0; at = rest.indexOf("\xFE\xFF")) {
+            m_turns.append(rest.first(at).toByteArray());
+            rest = rest.sliced(at + 2);
+        }
+        m_turns.append(rest.toByteArray());
+        m_queue = m_turns.value(0);
+    }
+
+    bool write(QByteArrayView bytes) override
+    {
+        written.append(bytes);
+        const bool answered = bytes.contains(frames::kEnq) || bytes.contains(frames::kAck)
+                              || bytes.contains(frames::kNak);
+        if (answered && m_next < m_turns.size())
+            m_queue.append(m_turns[m_next++]);
+        return true;
+    }
+
+    QByteArray read(int maxBytes, int) override
+    {
+        const qsizetype n = std::min<qsizetype>({std::max(maxBytes, 0), m_chunk, m_queue.size()});
+        QByteArray out = m_queue.first(n);
+        m_queue.remove(0, n);
+        return out;
+    }
+
+    // Whether the far end ever sent an EOT the receiver could have read.
+    bool offeredEot() const
+    {
+        return std::any_of(m_turns.begin(), m_turns.end(),
+                           [](const QByteArray& turn) { return turn.contains(frames::kEot); });
+    }
+
+    QByteArray written;
+
+private:
+    QList<QByteArray> m_turns;
+    qsizetype m_next = 1;
+    QByteArray m_queue;
+    qsizetype m_chunk = frames::kMaxStep;
+};
+
+// Everything below `dir` but the files and links directly in `skipFilesIn`: folders, links with
+// their targets, files with their bytes.
+QMap<QString, QByteArray> snapshot(const QString& dir, const QString& skipFilesIn)
+{
+    QMap<QString, QByteArray> entries;
+    QDirIterator it(dir, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                    QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QFileInfo info(it.next());
+        QFile file(info.filePath());
+        if (info.isSymLink())
+            entries[info.filePath()] = "link " + QFile::encodeName(info.symLinkTarget());
+        else if (info.isDir())
+            entries[info.filePath()] = "folder";
+        else
+            entries[info.filePath()] = file.open(QIODevice::ReadOnly) ? file.readAll() : "?";
+        if ((!info.isDir() || info.isSymLink())
+            && QDir::cleanPath(info.absolutePath()) == skipFilesIn)
+            entries.remove(info.filePath());
+    }
+    return entries;
+}
 
 bool writeFile(const QString& path, const QByteArray& bytes)
 {
@@ -20,87 +113,183 @@ bool writeFile(const QString& path, const QByteArray& bytes)
            && file.write(bytes) == bytes.size();
 }
 
-} // namespace
+struct Received {
+    bool ok = false;
+    quint64 lines = 0;
+    QStringList files; // in the folder after the receive
+    QStringList reportedFiles;
+    QStringList refused;
+    QString failure; // what the receiver itself got wrong
+    QString detail;
+};
 
-SerialReceiveProbe::SerialReceiveProbe(const QString& dir)
-    : m_dir(dir)
-    , m_root(dir + QStringLiteral("/root"))
-{
-    const bool laidOut =
-        QDir().mkpath(m_dir + QStringLiteral("/root/Import"))
-        && QDir().mkpath(m_dir + QStringLiteral("/root/Export"))
-        && QDir().mkpath(m_dir + QStringLiteral("/root/Brovant")) && QDir().mkpath(outside())
-        && writeFile(m_dir + QStringLiteral("/root/Brovant/Brovant.cdb"), "database")
-        && writeFile(m_dir + QStringLiteral("/root/Export/4711    .DAT"), "TD04711    .DAT\r\n")
-        && writeFile(m_dir + QStringLiteral("/root/import.dat"), "beside the folder")
-        && writeFile(outside() + QStringLiteral("/victim.dat"), "outside the root");
-    m_import = m_root.hostPath(QStringLiteral("\\Import"));
-    if (!laidOut)
-        m_setupError = QStringLiteral("cannot lay out the device root in ") + dir;
-    m_before = snapshot(m_dir, m_import);
-}
+using Receive = Received (*)(SerialLine& line, const DeviceRoot& root);
 
-QString SerialReceiveProbe::plantLinks() const
-{
-    const QString live = m_import + u'/' + QLatin1StringView(kLiveLink);
-    const QString dangling = m_import + u'/' + QLatin1StringView(kDanglingLink);
-    QFile::remove(live);
-    QFile::remove(dangling);
-    if (!QFile::link(outside() + QStringLiteral("/victim.dat"), live)
-        || !QFile::link(outside() + QStringLiteral("/absent.dat"), dangling))
-        return QStringLiteral("cannot plant the links in ") + m_import;
-    return {};
-}
+// A device root below `dir` with files beside "\Import" and a file outside the root; before
+// every input "\Import" holds nothing but a link to that file and one to a file that does not
+// exist (a receive must replace them, never write through them).
+class ReceiveProbe {
+public:
+    ReceiveProbe(const QString& dir, QByteArrayView answers, Receive receive)
+        : m_dir(dir)
+        , m_root(dir + QStringLiteral("/root"))
+        , m_import(QDir::cleanPath(dir + QStringLiteral("/root/Import")))
+        , m_answers(answers)
+        , m_receive(receive)
+    {
+        for (const char* folder : {"/root/Import", "/root/Export", "/root/Brovant", "/outside"})
+            QDir().mkpath(dir + QLatin1StringView(folder));
+        if (!writeFile(dir + QStringLiteral("/root/Brovant/Brovant.cdb"), "database")
+            || !writeFile(dir + QStringLiteral("/root/Export/4711    .DAT"), "TD04711    .DAT\r\n")
+            || !writeFile(dir + QStringLiteral("/root/import.dat"), "beside the folder")
+            || !writeFile(dir + QStringLiteral("/outside/victim.dat"), "outside the root"))
+            m_setupError = QStringLiteral("cannot lay out the device root in ") + dir;
+        m_before = snapshot(m_dir, m_import);
+    }
 
-SerialReceiveProbe::Outcome SerialReceiveProbe::receive(QByteArrayView input)
+    ProbeResult check(QByteArrayView input)
+    {
+        if (!m_setupError.isEmpty())
+            return {m_setupError};
+        QDir folder(m_import);
+        for (const QString& name : folder.entryList(QDir::Files | QDir::Hidden | QDir::System))
+            folder.remove(name);
+        if (!QFile::link(m_dir + QStringLiteral("/outside/victim.dat"), m_import + "/LINK.DAT")
+            || !QFile::link(m_dir + QStringLiteral("/outside/absent.dat"),
+                            m_import + "/DANGLE.DAT"))
+            return {QStringLiteral("cannot plant the links")};
+        ScriptedLine line(input);
+        Received r = m_receive(line, m_root);
+        QString outcome = QLatin1StringView(r.ok ? "ok" : "failed");
+        if (!r.reportedFiles.isEmpty())
+            outcome += u' ' + r.reportedFiles.join(u'|');
+        if (!r.refused.isEmpty())
+            outcome += QStringLiteral(", %1 refused").arg(r.refused.size());
+        if (r.failure.isEmpty())
+            r.failure = verify(r, line);
+        return {r.failure, outcome, r.detail};
+    }
+
+private:
+    QString verify(const Received& r, const ScriptedLine& line) const
+    {
+        if (snapshot(m_dir, m_import) != m_before)
+            return QStringLiteral("something outside the receiving folder changed");
+        if (QFile::exists(m_dir + QStringLiteral("/outside/absent.dat")))
+            return QStringLiteral("wrote through the dangling link");
+        quint64 acks = 0;
+        int naksInRow = 0;
+        for (const char b : line.written) {
+            if (!m_answers.contains(b))
+                return QStringLiteral("wrote byte 0x%1").arg(uchar(b), 2, 16, QChar(u'0'));
+            if (b == frames::kAck) {
+                ++acks;
+                naksInRow = 0;
+            } else if (b == frames::kNak && ++naksInRow > CableChannel::kMaxNaks) {
+                return QStringLiteral("%1 NAKs in a row").arg(naksInRow);
+            }
+        }
+        if (acks != r.lines)
+            return QStringLiteral("%1 ACKs for %2 accepted lines").arg(acks).arg(r.lines);
+        for (const QString& name : r.refused) {
+            if (listname::isFileName(QString(name).remove(QRegularExpression(" +$"))))
+                return QStringLiteral("refused the plain name \"%1\"").arg(name);
+        }
+        QStringList found;
+        for (const QFileInfo& info :
+             QDir(m_import).entryInfoList(QDir::Files | QDir::Hidden | QDir::System, QDir::Name)) {
+            if (info.isSymLink()) {
+                if (info.fileName() != QStringLiteral("LINK.DAT")
+                    && info.fileName() != QStringLiteral("DANGLE.DAT"))
+                    return QStringLiteral("a link %1 appeared").arg(info.fileName());
+                continue;
+            }
+            found << info.fileName();
+            static const QRegularExpression number(QStringLiteral("_[0-9]+(?=\\.[^.]*$|$)"));
+            if (!listname::isFileName(info.fileName())
+                && !listname::isFileName(QString(info.fileName()).remove(number)))
+                return QStringLiteral("wrote the file \"%1\"").arg(info.fileName());
+            QFile file(info.filePath());
+            const QByteArray bytes = file.open(QIODevice::ReadOnly) ? file.readAll() : "";
+            if (!frames::isHeader(bytes) || !bytes.endsWith("\r\n"))
+                return QStringLiteral("%1 is not header lines and CR LF").arg(info.fileName());
+        }
+        QStringList expected = r.files;
+        expected.sort();
+        if (found != expected)
+            return QStringLiteral("files %1, reported %2")
+                .arg(found.join(u'/'), expected.join(u'/'));
+        if (r.ok && !line.offeredEot())
+            return QStringLiteral("a transfer without EOT succeeded");
+        return {};
+    }
+
+    QString m_dir;
+    DeviceRoot m_root;
+    QString m_import;
+    QByteArrayView m_answers;
+    Receive m_receive;
+    QMap<QString, QByteArray> m_before;
+    QString m_setupError;
+};
+
+Received deviceReceive(SerialLine& line, const DeviceRoot& root)
 {
-    Outcome outcome;
-    if (!m_setupError.isEmpty() || !plantLinks().isEmpty())
-        return outcome;
-    ScriptedLine line(input);
     ScriptedDialogs dialogs;
     ManualClock clock;
     CableChannel channel(
-        m_root, dialogs, clock,
-        [&line](int) -> std::unique_ptr<SerialLine> { return std::make_unique<LineRef>(line); }, 1);
-    outcome.ok = channel.receive();
-    outcome.summary = channel.summary();
-    outcome.written = line.written();
-    outcome.offeredEot = line.offeredEot();
-    outcome.notices = dialogs.asked();
-    return outcome;
+        root, dialogs, clock, [&line](int) { return std::make_unique<LineRef>(line); }, 1);
+    Received r;
+    r.ok = channel.receive();
+    r.lines = channel.summary().lines;
+    r.files = r.reportedFiles = channel.summary().files;
+    r.refused = channel.summary().refusedNames;
+    // A refused name fails the receive with the name in the notice.
+    const QString failed = r.refused.isEmpty()
+                               ? QStringLiteral("Fehler bei der Übertragung!||")
+                               : QStringLiteral("Fehler bei der Übertragung!|Dateiname nicht "
+                                                "zulässig:|");
+    const QStringList notices = dialogs.asked();
+    if (notices.size() != (r.ok ? 0 : 1) || (!r.ok && !notices.first().startsWith(failed)))
+        r.failure = QStringLiteral("messages ") + notices.join(u'/');
+    return r;
 }
 
-QString SerialReceiveProbe::verify(const Outcome& outcome) const
+Received officeReceive(SerialLine& line, const DeviceRoot& root)
 {
-    if (!m_setupError.isEmpty())
-        return m_setupError;
-    if (snapshot(m_dir, m_import) != m_before)
-        return QStringLiteral("something outside \\Import changed");
-    if (QFile::exists(outside() + QStringLiteral("/absent.dat")))
-        return QStringLiteral("wrote through the dangling link");
-    const QString answers =
-        checkAnswers(outcome.written, QByteArrayView("\x16\x05\x06\x15", 4), outcome.summary.lines);
-    if (!answers.isEmpty())
-        return answers;
-    if (const QString refused = checkRefused(outcome.summary.refusedNames); !refused.isEmpty())
-        return refused;
-    const QString files =
-        checkReceivedFiles(m_import, outcome.summary.files,
-                           {QLatin1StringView(kLiveLink), QLatin1StringView(kDanglingLink)});
-    if (!files.isEmpty())
-        return files;
-    if (outcome.ok && !outcome.offeredEot)
-        return QStringLiteral("a transfer without EOT succeeded");
-    // A refused name fails the receive with the name in the notice.
-    const QString failed =
-        outcome.summary.refusedNames.isEmpty()
-            ? kFailed
-            : QStringLiteral("Fehler bei der Übertragung!|Dateiname nicht zulässig:|");
-    if (outcome.notices.size() != (outcome.ok ? 0 : 1)
-        || (!outcome.ok && !outcome.notices.first().startsWith(failed)))
-        return QStringLiteral("messages ") + outcome.notices.join(u'/');
-    return {};
+    OfficeTiming timing;
+    timing.enquiryWaitMs = 5000; // fifty rounds of ENQ
+    ManualClock clock;
+    const OfficeResult result =
+        CableOffice(line, clock, timing).receive(root.hostPath(QStringLiteral("\\Import")));
+    Received r{result.ok, result.lines, {}, result.files, result.refused, {}, result.error};
+    // Nothing is written before EOT, so a broken transfer leaves no file.
+    if (result.ok)
+        r.files = result.files;
+    if (result.ok != result.error.isEmpty())
+        r.failure =
+            QStringLiteral("result %1 with the error \"%2\"").arg(result.ok).arg(result.error);
+    return r;
+}
+
+Probe receiveProbe(const QString& dir, QByteArrayView answers, Receive receive)
+{
+    auto probe = std::make_shared<ReceiveProbe>(dir, answers, receive);
+    return [probe](QByteArrayView input) {
+        return probe->check(input);
+    };
+}
+
+} // namespace
+
+Probe serialReceiveProbe(const QString& dir)
+{
+    return receiveProbe(dir, QByteArrayView("\x16\x05\x06\x15", 4), deviceReceive);
+}
+
+Probe officeReceiveProbe(const QString& dir)
+{
+    return receiveProbe(dir, QByteArrayView("\x05\x06\x15", 3), officeReceive);
 }
 
 } // namespace brovant::test

@@ -106,202 +106,117 @@ struct Bench {
         session.root().makeFolder(QStringLiteral("\\Import"));
     }
 
-    QStringList folder(const char* name) const
+    QStringList folder(const QString& name) const
     {
-        return QDir(root.host(QString::fromLatin1(name)))
+        return QDir(root.host(name))
             .entryList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name);
     }
     void touch(const QString& relative) const { root.writeFile(relative, {}); }
 
-    // The PC's side of a send: it begins at `startAt`, copies the list files and confirms at
-    // `endAt`.
-    void officeTakes(qint64 startAt, qint64 endAt, const QString& start = "start.tmp",
-                     const QString& end = "end.tmp")
+    // The PC's side: it begins at `startAt` (a receive's two list files come in soon after),
+    // takes a send's list files home, and confirms at `endAt`.
+    void office(bool send, qint64 startAt, qint64 endAt, const QString& start = "start.tmp",
+                const QString& end = "end.tmp")
     {
-        if (startAt != kNever)
-            clock.at(startAt, [this, start] {
-                seenAtStart = folder("Export");
-                touch("Export/" + start);
-            });
-        if (endAt != kNever)
-            clock.at(endAt, [this, end] {
-                for (const QString& name : folder("Export"))
-                    if (name.endsWith(".DAT"))
-                        taken[name] = root.readFile("Export/" + name);
-                touch("Export/" + end);
-            });
-    }
-    // The PC's side of a receive: it begins at `startAt`, copies two list files in soon after,
-    // and confirms at `endAt`.
-    void officeDelivers(qint64 startAt, qint64 endAt, const QString& start = "start.tmp",
-                        const QString& end = "end.tmp")
-    {
+        const QString dir = QLatin1StringView(send ? "Export" : "Import");
         if (startAt == kNever)
             return;
-        clock.at(startAt, [this, start] {
-            seenAtStart = folder("Import");
-            touch("Import/" + start);
+        clock.at(startAt, [=, this] {
+            seenAtStart = folder(dir);
+            touch(dir + u'/' + start);
         });
-        clock.at(startAt + 500, [this] {
-            root.writeFile("Import/WALD.DAT", kWald);
-            root.writeFile("Import/FELD.DAT", kFeld);
-        });
+        if (!send) {
+            clock.at(startAt + 500, [this] {
+                root.writeFile("Import/WALD.DAT", kWald);
+                root.writeFile("Import/FELD.DAT", kFeld);
+            });
+        }
         if (endAt != kNever)
-            clock.at(endAt, [this, end] { touch("Import/" + end); });
+            clock.at(endAt, [=, this] {
+                for (const QString& name : folder(dir))
+                    if (send && name.endsWith(".DAT"))
+                        taken[name] = root.readFile(dir + u'/' + name);
+                touch(dir + u'/' + end);
+            });
     }
 };
 
 const QString kWaitSend = QStringLiteral("0 info 5 ActiveSync|Warten auf Computeranfrage...|");
 const QString kWaitReceive = QStringLiteral("0 info 5 ActiveSync|Warten auf Datenempfang...|");
+const QString kFailure = QStringLiteral("notice ActiveSync|Fehler bei der Übertragung!|");
 
-QString at(qint64 waited, const char* event)
+// The events after the first, written "T2550 H6550 F6550": the transfer's text (T), the window
+// hidden (H) and the failure (F), each at the moment it came.
+QStringList events(bool send, const char* codes)
 {
-    return QString::number(waited) + u' ' + QString::fromUtf8(event);
+    QStringList out{send ? kWaitSend : kWaitReceive};
+    for (const QString& code : QString::fromLatin1(codes).split(u' ', Qt::SkipEmptyParts)) {
+        const QString at = code.mid(1) + u' ';
+        if (code[0] == u'T')
+            out << at
+                       + (send ? QStringLiteral("info 5 ActiveSync|Datenübertragung läuft...|")
+                               : QStringLiteral("info 5 Datenübertragung läuft...||"));
+        else
+            out << at + (code[0] == u'H' ? QStringLiteral("info 0 ||") : kFailure);
+    }
+    return out;
 }
 
-QString sending(qint64 waited)
-{
-    return at(waited, "info 5 ActiveSync|Datenübertragung läuft...|");
-}
-
-QString receiving(qint64 waited)
-{
-    return at(waited, "info 5 Datenübertragung läuft...||");
-}
-
-QString hidden(qint64 waited)
-{
-    return at(waited, "info 0 ||");
-}
-
-QString failure(qint64 waited)
-{
-    return at(waited, "notice ActiveSync|Fehler bei der Übertragung!|");
-}
-
-TEST(ActiveSyncChannel, SendWaitsForThePcAndEmptiesTheExportFolder)
+// The PC starts at `startAt` and confirms at `endAt`; the handheld gives up waiting for the start
+// after a minute, for the end after two (a send) or two minutes after the start (a receive),
+// looking every 50 ms.
+TEST(ActiveSyncChannel, WaitsForThePcAndKeepsOnlyWhatItConfirmed)
 {
     const struct {
+        bool send;
         const char* name;
         qint64 startAt;
         qint64 endAt;
-        bool delivered;
+        bool ok;
         qint64 waited;
-        QStringList events;
+        const char* events;
     } cases[] = {
-        {"answered between two looks",
-         2530,
-         6530,
-         true,
-         6550,
-         {kWaitSend, sending(2550), hidden(6550)}},
-        {"answered at the last looks",
-         60000,
-         180000,
-         true,
-         180000,
-         {kWaitSend, sending(60000), hidden(180000)}},
-        {"never started", kNever, kNever, false, 60000, {kWaitSend, hidden(60000), failure(60000)}},
-        {"started too late",
-         60010,
-         60020,
-         false,
-         60000,
-         {kWaitSend, hidden(60000), failure(60000)}},
-        {"never finished",
-         60000,
-         kNever,
-         false,
-         180000,
-         {kWaitSend, sending(60000), hidden(180000), failure(180000)}},
-        {"finished too late",
-         1000,
-         121010,
-         false,
-         121000,
-         {kWaitSend, sending(1000), hidden(121000), failure(121000)}},
+        {true, "answered between two looks", 2530, 6530, true, 6550, "T2550 H6550"},
+        {true, "answered at the last looks", 60000, 180000, true, 180000, "T60000 H180000"},
+        {true, "never started", kNever, kNever, false, 60000, "H60000 F60000"},
+        {true, "started too late", 60010, 60020, false, 60000, "H60000 F60000"},
+        {true, "never finished", 60000, kNever, false, 180000, "T60000 H180000 F180000"},
+        {true, "finished too late", 1000, 121010, false, 121000, "T1000 H121000 F121000"},
+        {false, "answered between two looks", 2530, 6530, true, 6550, "T2550 H6550"},
+        {false, "answered at the last looks", 60000, 180000, true, 180000, "T60000 H180000"},
+        {false, "never started", kNever, kNever, false, 60000, "H60000 F60000"},
+        {false, "never finished", 30000, kNever, false, 150000, "T30000 H150000 F150000"},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
+        SCOPED_TRACE(std::string(c.send ? "send, " : "receive, ") + c.name);
         Bench bench;
-        bench.root.writeFile("Export/WALD.DAT", kWald);
-        bench.root.writeFile("Export/FELD.DAT", kFeld);
-        bench.officeTakes(c.startAt, c.endAt);
-
-        EXPECT_EQ(bench.channel.send(), c.delivered);
+        if (c.send) {
+            bench.root.writeFile("Export/WALD.DAT", kWald);
+            bench.root.writeFile("Export/FELD.DAT", kFeld);
+        } else {
+            // What an earlier transfer left, markers included, must not count for this one.
+            bench.root.writeFile("Import/ALT.DAT", kFeld);
+            bench.touch("Import/start.tmp");
+            bench.touch("Import/end.tmp");
+        }
+        bench.office(c.send, c.startAt, c.endAt);
+        EXPECT_EQ(c.send ? bench.channel.send() : bench.channel.receive(), c.ok);
         EXPECT_EQ(bench.clock.waited(), c.waited);
         EXPECT_LE(bench.clock.longestSleep(), ActiveSyncChannel::kStepMs);
-        EXPECT_EQ(bench.dialogs.events, c.events);
-        // The files and markers are gone either way; a failed send leaves the lists marked.
-        EXPECT_EQ(bench.folder("Export"), QStringList());
+        EXPECT_EQ(bench.dialogs.events, events(c.send, c.events));
         if (c.startAt != kNever && c.startAt <= c.waited) {
-            EXPECT_EQ(bench.seenAtStart, (QStringList{"FELD.DAT", "WALD.DAT", "export.tmp"}));
+            EXPECT_EQ(bench.seenAtStart, (c.send ? QStringList{"FELD.DAT", "WALD.DAT", "export.tmp"}
+                                                 : QStringList{"import.tmp"}));
         }
-        if (c.delivered) {
+        // A send empties "\Export" either way, a failed one leaving the lists marked; a receive
+        // keeps the files only when the PC confirmed.
+        const QStringList delivered{"FELD.DAT", "WALD.DAT", "import.tmp"};
+        EXPECT_EQ(bench.folder(c.send ? "Export" : "Import"),
+                  c.send || !c.ok ? QStringList() : delivered);
+        if (c.ok && c.send) {
             EXPECT_EQ(bench.taken,
                       (std::map<QString, QByteArray>{{"FELD.DAT", kFeld}, {"WALD.DAT", kWald}}));
-        }
-    }
-}
-
-TEST(ActiveSyncChannel, ReceiveKeepsTheListFilesOnlyWhenThePcConfirmed)
-{
-    const struct {
-        const char* name;
-        qint64 startAt;
-        qint64 endAt;
-        bool delivered;
-        qint64 waited;
-        QStringList events;
-        QStringList importAfter;
-    } cases[] = {
-        {"answered between two looks",
-         2530,
-         6530,
-         true,
-         6550,
-         {kWaitReceive, receiving(2550), hidden(6550)},
-         {"FELD.DAT", "WALD.DAT", "import.tmp"}},
-        {"answered at the last looks",
-         60000,
-         180000,
-         true,
-         180000,
-         {kWaitReceive, receiving(60000), hidden(180000)},
-         {"FELD.DAT", "WALD.DAT", "import.tmp"}},
-        {"never started",
-         kNever,
-         kNever,
-         false,
-         60000,
-         {kWaitReceive, hidden(60000), failure(60000)},
-         {}},
-        {"never finished",
-         30000,
-         kNever,
-         false,
-         150000,
-         {kWaitReceive, receiving(30000), hidden(150000), failure(150000)},
-         {}},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        Bench bench;
-        // What an earlier transfer left, markers included, must not count for this one.
-        bench.root.writeFile("Import/ALT.DAT", kFeld);
-        bench.touch("Import/start.tmp");
-        bench.touch("Import/end.tmp");
-        bench.officeDelivers(c.startAt, c.endAt);
-
-        EXPECT_EQ(bench.channel.receive(), c.delivered);
-        EXPECT_EQ(bench.clock.waited(), c.waited);
-        EXPECT_LE(bench.clock.longestSleep(), ActiveSyncChannel::kStepMs);
-        EXPECT_EQ(bench.dialogs.events, c.events);
-        EXPECT_EQ(bench.folder("Import"), c.importAfter);
-        if (c.startAt != kNever) {
-            EXPECT_EQ(bench.seenAtStart, QStringList{"import.tmp"});
-        }
-        if (c.delivered) {
+        } else if (c.ok) {
             EXPECT_EQ(bench.root.readFile("Import/WALD.DAT"), kWald);
         }
     }
@@ -311,12 +226,12 @@ TEST(ActiveSyncChannel, ReceiveKeepsTheListFilesOnlyWhenThePcConfirmed)
 TEST(ActiveSyncChannel, MarkersInAnyCase)
 {
     Bench bench;
-    bench.officeDelivers(1000, 2000, "START.TMP", "End.Tmp");
+    bench.office(false, 1000, 2000, "START.TMP", "End.Tmp");
     EXPECT_TRUE(bench.channel.receive());
     EXPECT_EQ(bench.folder("Import"), (QStringList{"FELD.DAT", "WALD.DAT", "import.tmp"}));
 
     bench.root.writeFile("Export/WALD.DAT", kWald);
-    bench.officeTakes(3000, 4000, "START.TMP", "END.TMP");
+    bench.office(true, 3000, 4000, "START.TMP", "END.TMP");
     EXPECT_TRUE(bench.channel.send());
     EXPECT_EQ(bench.clock.waited(), 4000);
     EXPECT_EQ(bench.folder("Export"), QStringList());
@@ -333,14 +248,11 @@ TEST(ActiveSyncChannel, AMarkerThatCannotBeMadeIsReported)
         // A folder in the marker's place.
         ASSERT_TRUE(
             QDir().mkpath(bench.root.host(send ? "Export/export.tmp" : "Import/import.tmp")));
-        if (send)
-            bench.officeTakes(2000, 3000);
-        else
-            bench.officeDelivers(2000, 3000);
+        bench.office(send, 2000, 3000);
         EXPECT_TRUE(send ? bench.channel.send() : bench.channel.receive());
-        EXPECT_EQ(bench.dialogs.events,
-                  (QStringList{send ? kWaitSend : kWaitReceive, notice,
-                               send ? sending(2000) : receiving(2000), hidden(3000)}));
+        QStringList expected = events(send, "T2000 H3000");
+        expected.insert(1, notice);
+        EXPECT_EQ(bench.dialogs.events, expected);
     }
 }
 
@@ -369,29 +281,25 @@ TEST(ActiveSyncChannel, TheHandheldStaysAwakeWhileItWaits)
 TEST(ActiveSyncOffice, AnswersTheHandheldsRequest)
 {
     const struct {
-        const char* name;
         bool collect;
-        QStringList exported; // in "\Export" before the send
-        bool ok;
-        QStringList copied;
-        QString error;
+        const char* exported; // in "\Export" before the send
+        QString error;        // empty: the files are copied
     } cases[] = {
-        {"collect", true, {"FELD.DAT", "WALD.DAT"}, true, {"FELD.DAT", "WALD.DAT"}, ""},
+        {true, "FELD.DAT", ""},
         // Without end.tmp the handheld's send fails and its lists stay marked.
-        {"a name no list can have",
-         true,
-         {"AB#3    .DAT", "WALD.DAT"},
-         false,
-         {},
-         "Dateiname abgelehnt: \"AB#3    .DAT\""},
-        {"deliver", false, {}, true, {"FELD.DAT", "WALD.DAT"}, ""},
+        {true, "AB#3    .DAT", "Dateiname abgelehnt: \"AB#3    .DAT\""},
+        {false, "", ""},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
+        SCOPED_TRACE(c.exported);
+        const bool ok = c.error.isEmpty();
+        const QStringList copied = ok ? QStringList{"FELD.DAT", "WALD.DAT"} : QStringList();
         Bench bench;
         test::TempRoot office;
-        for (const QString& name : c.exported)
-            bench.root.writeFile("Export/" + name, kWald);
+        if (c.collect) {
+            bench.root.writeFile("Export/" + QString::fromLatin1(c.exported), kFeld);
+            bench.root.writeFile("Export/WALD.DAT", kWald);
+        }
         office.writeFile("FELD.DAT", kFeld);
         office.writeFile("WALD.DAT", kWald);
         ManualClock officeClock;
@@ -402,16 +310,16 @@ TEST(ActiveSyncOffice, AnswersTheHandheldsRequest)
                          ? peer.collect(office.host("in"), 0)
                          : peer.deliver({office.host("FELD.DAT"), office.host("WALD.DAT")}, 0);
         });
-        EXPECT_EQ(c.collect ? bench.channel.send() : bench.channel.receive(), c.ok);
-        EXPECT_EQ(result.ok, c.ok);
+        EXPECT_EQ(c.collect ? bench.channel.send() : bench.channel.receive(), ok);
+        EXPECT_EQ(result.ok, ok);
         EXPECT_EQ(result.error, c.error);
-        EXPECT_EQ(result.files, c.copied);
+        EXPECT_EQ(result.files, copied);
         EXPECT_EQ(c.collect ? QDir(office.host("in")).entryList(QDir::Files)
                             : bench.folder("Import"),
-                  c.collect ? c.copied : c.copied + QStringList{"import.tmp"});
+                  c.collect ? copied : copied + QStringList{"import.tmp"});
         EXPECT_EQ(c.collect ? office.readFile("in/WALD.DAT")
                             : bench.root.readFile("Import/WALD.DAT"),
-                  c.ok ? kWald : QByteArray());
+                  ok ? kWald : QByteArray());
     }
 
     // The handheld never asks: no answer, after the time given.
@@ -484,10 +392,8 @@ TEST(SettingsChannels, TheSettingsInForceChooseTheChannel)
             const qint64 begin = bench.clock.waited();
             const QString& first = send ? c.sendFirst : c.receiveFirst;
             const bool activeSync = first != unavailable && first != ftp;
-            if (activeSync && send)
-                bench.officeTakes(begin + 1000, begin + 2000);
-            else if (activeSync)
-                bench.officeDelivers(begin + 1000, begin + 2000);
+            if (activeSync)
+                bench.office(send, begin + 1000, begin + 2000);
             bench.dialogs.events.clear();
             EXPECT_EQ(send ? channels.send() : channels.receive(), activeSync) << send;
             ASSERT_FALSE(bench.dialogs.events.isEmpty());

@@ -15,11 +15,6 @@ namespace {
 
 using namespace frames;
 
-QByteArray header(const QByteArray& name12)
-{
-    return "TD0" + name12 + "Quendrax     0Brovant_V300_D\r\n";
-}
-
 // Device frames for the office's receive: the SendingPeer answers ENQ, ACK and NAK as the
 // device does when it sends.
 OfficeResult receiveFrom(const QList<QByteArray>& lines, const QString& out,
@@ -65,8 +60,8 @@ TEST(OfficeReceive, ChecksEveryFrameAndWritesFilesAfterEot)
             return cut ? frame.first(9) + kEot : QByteArray(frame).replace(9, 1, "\x04");
         };
     };
-    const QList<QByteArray> lines{"001before any header\r\n", header("ONE.DAT     "), "001one\r\n",
-                                  header("one.dat     "), "001one again\r\n"};
+    const QList<QByteArray> lines{"001before any header\r\n", headerLine("ONE.DAT     "),
+                                  "001one\r\n", headerLine("one.dat     "), "001one again\r\n"};
     const struct {
         const char* what;
         std::function<QByteArray(int, int, const QByteArray&)> mangle;
@@ -98,8 +93,8 @@ TEST(OfficeReceive, ChecksEveryFrameAndWritesFilesAfterEot)
         // A second file of the same name, in any case, is kept beside the first.
         EXPECT_EQ(filesIn(out.path()),
                   (QMap<QString, QByteArray>{
-                      {"ONE.DAT", header("ONE.DAT     ") + "001one\r\n"},
-                      {"one_2.dat", header("one.dat     ") + "001one again\r\n"}}));
+                      {"ONE.DAT", headerLine("ONE.DAT     ") + "001one\r\n"},
+                      {"one_2.dat", headerLine("one.dat     ") + "001one again\r\n"}}));
         EXPECT_EQ(r.files, (QStringList{"ONE.DAT", "one_2.dat"}));
         EXPECT_EQ(r.lines, 5u);
     }
@@ -110,12 +105,12 @@ TEST(OfficeReceive, KeepsEveryDeliveryOfAName)
     TempRoot out;
     const QByteArray name = "AB.3    .DAT";
     for (const char* text : {"001first\r\n", "001second\r\n", "001third\r\n"})
-        EXPECT_TRUE(receiveFrom({header(name), text}, out.path()).ok);
+        EXPECT_TRUE(receiveFrom({headerLine(name), text}, out.path()).ok);
     EXPECT_EQ(filesIn(out.path()),
-              (QMap<QString, QByteArray>{{"AB.3    .DAT", header(name) + "001first\r\n"},
-                                         {"AB.3_2.DAT", header(name) + "001second\r\n"},
-                                         {"AB.3_3.DAT", header(name) + "001third\r\n"}}));
-    const OfficeResult refused = receiveFrom({header("AB/3    .DAT"), "001x\r\n"}, out.path());
+              (QMap<QString, QByteArray>{{"AB.3    .DAT", headerLine(name) + "001first\r\n"},
+                                         {"AB.3_2.DAT", headerLine(name) + "001second\r\n"},
+                                         {"AB.3_3.DAT", headerLine(name) + "001third\r\n"}}));
+    const OfficeResult refused = receiveFrom({headerLine("AB/3    .DAT"), "001x\r\n"}, out.path());
     EXPECT_FALSE(refused.ok);
     EXPECT_EQ(refused.error, QStringLiteral("Dateiname abgelehnt: \"AB/3    .DAT\""));
     EXPECT_EQ(filesIn(out.path()).size(), 3);
@@ -124,8 +119,8 @@ TEST(OfficeReceive, KeepsEveryDeliveryOfAName)
 TEST(OfficeSend, FramesEveryFileAndRepeatsOnNakOrSilence)
 {
     const QList<std::pair<QString, QByteArray>> files{
-        {"A.DAT", header("A.DAT       ") + "001a\r\n10A1\r\n10A2\r\n"},
-        {"B.DAT", header("B.DAT       ") + "001b\r\n10A1\r\n10A2\r\n10A3\r\n10A4\r\n"}};
+        {"A.DAT", headerLine("A.DAT       ") + "001a\r\n10A1\r\n10A2\r\n"},
+        {"B.DAT", headerLine("B.DAT       ") + "001b\r\n10A1\r\n10A2\r\n10A3\r\n10A4\r\n"}};
     const struct {
         const char* what;
         QByteArray start;                // what the device sends first
@@ -145,24 +140,13 @@ TEST(OfficeSend, FramesEveryFileAndRepeatsOnNakOrSilence)
         SCOPED_TRACE(c.what);
         PeerLine device;
         device.send(c.start);
-        int index = -1;
         int sends = 0;
-        QByteArray previous;
         QByteArray digits;
-        device.onWrite = [&](const QByteArray& bytes) {
-            if (!bytes.startsWith("\x16\x16\x01"))
-                return;
-            if (bytes != previous)
-                digits += bytes[6];
-            index += bytes != previous;
-            previous = bytes;
-            if (index != 3) {
-                device.send("\x06");
-                return;
-            }
-            const size_t at = size_t(sends++);
-            device.send(at < c.answers.size() ? c.answers[at] : QByteArray("\x06"));
-        };
+        const FrameAnswer answer = refuseFrame(3, c.answers, sends);
+        answerFrames(device, [&](int i, int attempt, const QByteArray& frame) {
+            digits += attempt == 0 ? frame.mid(6, 1) : QByteArray();
+            return answer(i, attempt, frame);
+        });
         OfficeTiming timing;
         timing.enquiryWaitMs = 300;
         ManualClock clock;

@@ -42,39 +42,30 @@ protected:
               {"KOR_FAKTOR_N", num(90)},
               {"REGION_A", txt("Süd     ")}});
         list(4, "ANDERE");
-        tree(3, 5, num(1),
-             {{"STK", num(2)},
-              {"BAUMART", txt("BÄ ")},
-              {"BHD", num(34)},
-              {"DMSTUFE", txt("34")},
-              {"KUBATUR", num(230)},
-              {"NA", txt("Ü ")},
-              {"KA", txt("ß")},
-              {"TARIF", txt("BÄ01 ")}});
+        treeRow(3, 5, 1,
+                {{},
+                 num(2),
+                 txt("BÄ "),
+                 num(34),
+                 txt("34"),
+                 num(230),
+                 txt("Ü "),
+                 txt("ß"),
+                 txt("BÄ01 ")});
         tree(4, 1, num(1), {{"STK", num(9)}, {"BAUMART", txt("XX")}, {"KUBATUR", num(999)}});
-        tree(3, 1, num(1),
-             {{"STK", num(1)},
-              {"BAUMART", txt("FI")},
-              {"BHD", num(26)},
-              {"DMSTUFE", txt("26")},
-              {"KUBATUR", num(59)},
-              {"NA", txt("")},
-              {"TARIF", txt("FI01")}});
-        tree(3, 3, num(1),
-             {{"STK", num(12)},
-              {"BAUMART", txt("KI")},
-              {"BHD", num(140)},
-              {"DMSTUFE", txt("99")},
-              {"KUBATUR", num(123456)},
-              {"NA", txt("N1")},
-              {"KA", txt("K2")},
-              {"TARIF", txt("KI01")}});
-        tree(3, 7, num(1),
-             {{"STK", num(1)},
-              {"BAUMART", txt("TA")},
-              {"BHD", num(5)},
-              {"DMSTUFE", txt("08")},
-              {"KUBATUR", num(1)}});
+        treeRow(3, 1, 1,
+                {{}, num(1), txt("FI"), num(26), txt("26"), num(59), txt(""), {}, txt("FI01")});
+        treeRow(3, 3, 1,
+                {{},
+                 num(12),
+                 txt("KI"),
+                 num(140),
+                 txt("99"),
+                 num(123456),
+                 txt("N1"),
+                 txt("K2"),
+                 txt("KI01")});
+        treeRow(3, 7, 1, {{}, num(1), txt("TA"), num(5), txt("08"), num(1)});
         tree(3, 8, num(1), {{"BAUMART", txt("EI")}, {"TARIF", txt("EI01")}});
     }
 };

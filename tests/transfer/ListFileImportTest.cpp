@@ -1,10 +1,8 @@
 // Reading list files from the office: the column table, the numbering of new lists and rows, the
-// structure check, files that are damaged or hostile, and a round trip through the export.
+// structure check, files that are damaged or hostile.
 #include "support/PeakMemory.h"
 #include "transfer/ListFileFixture.h"
 
-#include "masterdata/SettingsStore.h"
-#include "transfer/ListFileExport.h"
 #include "transfer/ListFileImport.h"
 
 #include <QElapsedTimer>
@@ -136,14 +134,14 @@ TEST(ListFileNumberTest, ConvertsAsTheColumnTableSays)
 
 struct ImportCase {
     const char* name;
-    std::vector<std::pair<const char*, QByteArray>> files;
-    std::vector<std::int64_t> existing; // ID_FILE of headers already there, in table order
-    QStringList heads;                  // new headers only
-    QStringList texts;
-    QStringList regions;
-    QStringList trees;
+    std::vector<std::pair<const char*, QByteArray>> files = {};
+    std::vector<std::int64_t> existing = {}; // ID_FILE of headers already there, in table order
+    QStringList heads = {};                  // new headers only
+    QStringList texts = {};
+    QStringList regions = {};
+    QStringList trees = {};
     ListFileImport::Result result = ListFileImport::Result::Imported;
-    int files_ = 0;
+    int files_ = 0; // files that went in
     std::int64_t lastList = -1;
 };
 
@@ -182,178 +180,139 @@ TEST_P(ListFileImportCaseTest, StoresWhatTheFilesHold)
 
 const QString kBlank40(40, u' ');
 
+using Result = ListFileImport::Result;
+
 INSTANTIATE_TEST_SUITE_P(
     Files, ListFileImportCaseTest,
     ::testing::Values(
         ImportCase{
-            "empty_database_starts_at_list_0",
-            {{"a.dat",
-              listBytes({QStringLiteral("TD0L1      .DATQuendrax     0Brovant_V300_D"),
-                         office001("L1", "04.05.2026", "0.95", "WR01"),
-                         texts(2, "Forstamt Süd", "Revier"), reg("WR01", "FI", "FI01"),
-                         treeLine("10A", "1", " 1", "FI", " 26", "26", "   0.59", "", "", "FI01"),
-                         QStringLiteral("712WR01    FI FI01 ")})}},
-            {},
-            {"0|L1      |04.05.2026|95|WR01    |T00300|0|0|NULL"},
-            {"0:1=" + pad("Forstamt Süd", 40), "0:2=" + pad("Revier", 40)},
-            {"0|0|WR01    |FI |FI01 "},
-            {"0|0|1|1    |1|FI |26|26|59|  |  |FI01 "},
-            ListFileImport::Result::Imported,
-            1,
-            0},
-        ImportCase{"two_files_follow_the_last_header_in_table_order",
-                   {{"b.dat", listBytes({office001("ZWEI", "", "1.00", "")})},
-                    {"a.dat", listBytes({office001("EINS", "", "1", "")})}},
-                   {20, 7},
-                   {"8|EINS    |          |100|        |T00300|0|0|NULL",
-                    "9|ZWEI    |          |100|        |T00300|0|0|NULL"},
-                   {},
-                   {},
-                   {},
-                   ListFileImport::Result::Imported,
-                   2,
-                   9},
-        ImportCase{"blank_first_text_is_40_blanks_and_pairs_fill_2n_minus_3",
-                   {{"a.dat", listBytes({office001("T", "", "", ""), texts(2, "", "zwei"),
-                                         texts(9, "fünfzehn", ""), texts(5, "sieben", "acht"),
-                                         texts(2, "", "zwei neu")})}},
-                   {},
-                   {"0|T       |          |0|        |T00300|0|0|NULL"},
-                   {"0:1=" + kBlank40, "0:2=" + pad("zwei neu", 40), "0:7=" + pad("sieben", 40),
-                    "0:8=" + pad("acht", 40), "0:15=" + pad("fünfzehn", 40), "0:16=" + kBlank40},
-                   {},
-                   {},
-                   ListFileImport::Result::Imported,
-                   1,
-                   0},
+            .name = "empty_database_starts_at_list_0",
+            .files = {{"a.dat",
+                       listBytes({QStringLiteral("TD0L1      .DATQuendrax     0Brovant_V300_D"),
+                                  office001("L1", "04.05.2026", "0.95", "WR01"),
+                                  texts(2, "Forstamt Süd", "Revier"), reg("WR01", "FI", "FI01"),
+                                  treeLine("10A", "1", " 1", "FI", " 26", "26", "   0.59", "", "",
+                                           "FI01"),
+                                  QStringLiteral("712WR01    FI FI01 ")})}},
+            .heads = {"0|L1      |04.05.2026|95|WR01    |T00300|0|0|NULL"},
+            .texts = {"0:1=" + pad("Forstamt Süd", 40), "0:2=" + pad("Revier", 40)},
+            .regions = {"0|0|WR01    |FI |FI01 "},
+            .trees = {"0|0|1|1    |1|FI |26|26|59|  |  |FI01 "},
+            .files_ = 1,
+            .lastList = 0},
+        ImportCase{.name = "two_files_follow_the_last_header_in_table_order",
+                   .files = {{"b.dat", listBytes({office001("ZWEI", "", "1.00", "")})},
+                             {"a.dat", listBytes({office001("EINS", "", "1", "")})}},
+                   .existing = {20, 7},
+                   .heads = {"8|EINS    |          |100|        |T00300|0|0|NULL",
+                             "9|ZWEI    |          |100|        |T00300|0|0|NULL"},
+                   .files_ = 2,
+                   .lastList = 9},
         ImportCase{
-            "region_and_tree_counters_are_independent_and_10B_is_type_2",
-            {{"a.dat",
-              listBytes({office001("C", "", "", ""), reg("R1", "FI", "T1"),
-                         treeLine("10A", "", "1", "FI", "30", "30", "0.5", "", "", "T1"),
-                         reg("R2", "BU", "T2"),
-                         treeLine("10B", "", "2", "BU", "40", "40", "1.25", "N", "K", "T2"),
-                         treeLine("10A", "", "", "", "", "", "", "", "", "")})},
-             {"b.dat", listBytes({office001("D", "", "", ""), reg("R3", "KI", "T3"),
-                                  treeLine("10B", "", "1", "KI", "5", "5", "", "", "", "")})}},
-            {},
-            {"0|C       |          |0|        |T00300|0|0|NULL",
-             "1|D       |          |0|        |T00300|0|0|NULL"},
-            {},
-            {"0|0|R1      |FI |T1   ", "0|1|R2      |BU |T2   ", "1|0|R3      |KI |T3   "},
-            {"0|0|1|     |1|FI |30|30|50|  |  |T1   ", "0|1|2|     |2|BU |40|40|125|N |K |T2   ",
-             "0|2|1|     |0|   |0|  |0|  |  |     ", "1|0|2|     |1|KI |5|5 |0|  |  |     "},
-            ListFileImport::Result::Imported,
-            2,
-            1},
-        ImportCase{"wrong_structure_ends_the_import_and_leaves_nothing_of_its_file",
-                   {{"a.dat", listBytes({office001("GUT", "", "", ""), reg("R", "FI", "T")})},
-                    {"b.dat", listBytes({reg("X", "XX", "X"),
-                                         treeLine("10A", "", "1", "XX", "1", "1", "", "", "", ""),
-                                         texts(2, "weg", "weg"),
-                                         office001("FALSCH", "", "", "", "T00200")})},
-                    {"c.dat", listBytes({office001("VERLOREN", "", "", "")})}},
-                   {},
-                   {"0|GUT     |          |0|        |T00300|0|0|NULL"},
-                   {},
-                   {"0|0|R       |FI |T    "},
-                   {},
-                   ListFileImport::Result::WrongStructure,
-                   1,
-                   0},
-        ImportCase{"a_001_without_its_tag_is_a_wrong_structure",
-                   {{"a.dat", listBytes({QStringLiteral("001L1")})}},
-                   {},
-                   {},
-                   {},
-                   {},
-                   {},
-                   ListFileImport::Result::WrongStructure,
-                   0,
-                   -1},
-        ImportCase{"rows_without_a_header_keep_the_number_the_next_file_gets_too",
-                   {{"a.dat", listBytes({reg("R", "FI", "T"), treeLine("10A", "", "1", "FI", "1",
-                                                                       "1", "", "", "", "")})},
-                    {"b.dat", listBytes({office001("B", "", "", "")})}},
-                   {4},
-                   {"5|B       |          |0|        |T00300|0|0|NULL"},
-                   {},
-                   {"5|0|R       |FI |T    "},
-                   {"5|0|1|     |1|FI |1|1 |0|  |  |     "},
-                   ListFileImport::Result::Imported,
-                   2,
-                   5},
-        ImportCase{"texts_alone_make_a_header",
-                   {{"a.dat", listBytes({texts(3, "drei", "vier")})}},
-                   {},
-                   {"0|NULL|NULL|NULL|NULL|NULL|0|0|NULL"},
-                   {"0:3=" + pad("drei", 40), "0:4=" + pad("vier", 40)},
-                   {},
-                   {},
-                   ListFileImport::Result::Imported,
-                   1,
-                   0},
-        ImportCase{"any_case_of_dat_in_name_order_and_other_files_deleted",
-                   {{"c.Dat", listBytes({office001("C", "", "", "")})},
-                    {"B.DAT", listBytes({office001("B", "", "", "")})},
-                    {"a.dat", listBytes({office001("A", "", "", "")})},
-                    {"d.txt", listBytes({office001("D", "", "", "")})},
-                    {"import.tmp", ""},
-                    {"e.dat.bak", listBytes({office001("E", "", "", "")})}},
-                   {},
-                   {"0|A       |          |0|        |T00300|0|0|NULL",
-                    "1|B       |          |0|        |T00300|0|0|NULL",
-                    "2|C       |          |0|        |T00300|0|0|NULL"},
-                   {},
-                   {},
-                   {},
-                   ListFileImport::Result::Imported,
-                   3,
-                   2},
-        ImportCase{"line_ends_nul_long_lines_and_unknown_records",
-                   {{"a.dat",
-                     // LF alone ends a line; a lone CR is a character; a NUL ends the text;
-                     // past 500 characters the rest of the line is skipped, not read as a line.
-                     cp1252::encode(office001("L", "", "", "")) + "\n"
-                         + cp1252::encode(reg("LF", "FI", "T")) + "\n\n\r\n"
-                         + cp1252::encode(reg("CR", "FI", "T")) + "\r"
-                         + cp1252::encode(reg("NO", "FI", "T")) + "\n"
-                         + QByteArray("REGNU").append('\0').append("L     FI T\r\n") + "REG"
-                         + QByteArray(497, 'x') + "REGLONG   FI T\r\n"
-                         + cp1252::encode(reg("AT500", "FI", "T")).leftJustified(500, ' ') + "\r\n"
-                         + "reglower  FI T\r\n REGBLANK  FI T\r\n712WR01    FI FI01 \r\n"
-                         + "10C\r\nTD0x\r\n" + cp1252::encode(reg("LAST", "FI", "T"))}},
-                   {},
-                   {"0|L       |          |0|        |T00300|0|0|NULL"},
-                   {},
-                   {"0|0|LF      |FI |T    ", "0|1|CR      |FI |T    ", "0|2|NU      |   |     ",
-                    "0|3|xxxxxxxx|xxx|xxxxx", "0|4|AT500   |FI |T    ", "0|5|LAST    |FI |T    "},
-                   {},
-                   ListFileImport::Result::Imported,
-                   1,
-                   0},
-        ImportCase{"nul_ends_the_text_even_across_read_chunks",
-                   {{"a.dat", QByteArray("REGAB").append('\0').append(QByteArray(200000, 'x'))
-                                  + "\r\nREGCD\r" + QByteArray(1, '\0') + "\n"}},
-                   {},
-                   {},
-                   {},
-                   // A CR that is not right before the line feed is a character.
-                   {"0|0|AB      |   |     ", "0|1|CD\r     |   |     "},
-                   {},
-                   ListFileImport::Result::Imported,
-                   1,
-                   -1},
-        ImportCase{"empty_file_is_a_file_without_rows",
-                   {{"a.dat", ""}},
-                   {},
-                   {},
-                   {},
-                   {},
-                   {},
-                   ListFileImport::Result::Imported,
-                   1,
-                   -1}),
+            .name = "blank_first_text_is_40_blanks_and_pairs_fill_2n_minus_3",
+            .files = {{"a.dat", listBytes({office001("T", "", "", ""), texts(2, "", "zwei"),
+                                           texts(9, "fünfzehn", ""), texts(5, "sieben", "acht"),
+                                           texts(2, "", "zwei neu")})}},
+            .heads = {"0|T       |          |0|        |T00300|0|0|NULL"},
+            .texts = {"0:1=" + kBlank40, "0:2=" + pad("zwei neu", 40), "0:7=" + pad("sieben", 40),
+                      "0:8=" + pad("acht", 40), "0:15=" + pad("fünfzehn", 40), "0:16=" + kBlank40},
+            .files_ = 1,
+            .lastList = 0},
+        ImportCase{
+            .name = "region_and_tree_counters_are_independent_and_10B_is_type_2",
+            .files =
+                {{"a.dat",
+                  listBytes({office001("C", "", "", ""), reg("R1", "FI", "T1"),
+                             treeLine("10A", "", "1", "FI", "30", "30", "0.5", "", "", "T1"),
+                             reg("R2", "BU", "T2"),
+                             treeLine("10B", "", "2", "BU", "40", "40", "1.25", "N", "K", "T2"),
+                             treeLine("10A", "", "", "", "", "", "", "", "", "")})},
+                 {"b.dat", listBytes({office001("D", "", "", ""), reg("R3", "KI", "T3"),
+                                      treeLine("10B", "", "1", "KI", "5", "5", "", "", "", "")})}},
+            .heads = {"0|C       |          |0|        |T00300|0|0|NULL",
+                      "1|D       |          |0|        |T00300|0|0|NULL"},
+            .regions = {"0|0|R1      |FI |T1   ", "0|1|R2      |BU |T2   ",
+                        "1|0|R3      |KI |T3   "},
+            .trees = {"0|0|1|     |1|FI |30|30|50|  |  |T1   ",
+                      "0|1|2|     |2|BU |40|40|125|N |K |T2   ",
+                      "0|2|1|     |0|   |0|  |0|  |  |     ",
+                      "1|0|2|     |1|KI |5|5 |0|  |  |     "},
+            .files_ = 2,
+            .lastList = 1},
+        ImportCase{
+            .name = "wrong_structure_ends_the_import_and_leaves_nothing_of_its_file",
+            .files = {{"a.dat", listBytes({office001("GUT", "", "", ""), reg("R", "FI", "T")})},
+                      {"b.dat", listBytes({reg("X", "XX", "X"),
+                                           treeLine("10A", "", "1", "XX", "1", "1", "", "", "", ""),
+                                           texts(2, "weg", "weg"),
+                                           office001("FALSCH", "", "", "", "T00200")})},
+                      {"c.dat", listBytes({office001("VERLOREN", "", "", "")})}},
+            .heads = {"0|GUT     |          |0|        |T00300|0|0|NULL"},
+            .regions = {"0|0|R       |FI |T    "},
+            .result = Result::WrongStructure,
+            .files_ = 1,
+            .lastList = 0},
+        ImportCase{.name = "a_001_without_its_tag_is_a_wrong_structure",
+                   .files = {{"a.dat", listBytes({QStringLiteral("001L1")})}},
+                   .result = Result::WrongStructure},
+        ImportCase{
+            .name = "rows_without_a_header_keep_the_number_the_next_file_gets_too",
+            .files = {{"a.dat", listBytes({reg("R", "FI", "T"), treeLine("10A", "", "1", "FI", "1",
+                                                                         "1", "", "", "", "")})},
+                      {"b.dat", listBytes({office001("B", "", "", "")})}},
+            .existing = {4},
+            .heads = {"5|B       |          |0|        |T00300|0|0|NULL"},
+            .regions = {"5|0|R       |FI |T    "},
+            .trees = {"5|0|1|     |1|FI |1|1 |0|  |  |     "},
+            .files_ = 2,
+            .lastList = 5},
+        ImportCase{.name = "texts_alone_make_a_header",
+                   .files = {{"a.dat", listBytes({texts(3, "drei", "vier")})}},
+                   .heads = {"0|NULL|NULL|NULL|NULL|NULL|0|0|NULL"},
+                   .texts = {"0:3=" + pad("drei", 40), "0:4=" + pad("vier", 40)},
+                   .files_ = 1,
+                   .lastList = 0},
+        ImportCase{.name = "any_case_of_dat_in_name_order_and_other_files_deleted",
+                   .files = {{"c.Dat", listBytes({office001("C", "", "", "")})},
+                             {"B.DAT", listBytes({office001("B", "", "", "")})},
+                             {"a.dat", listBytes({office001("A", "", "", "")})},
+                             {"d.txt", listBytes({office001("D", "", "", "")})},
+                             {"import.tmp", ""},
+                             {"e.dat.bak", listBytes({office001("E", "", "", "")})}},
+                   .heads = {"0|A       |          |0|        |T00300|0|0|NULL",
+                             "1|B       |          |0|        |T00300|0|0|NULL",
+                             "2|C       |          |0|        |T00300|0|0|NULL"},
+                   .files_ = 3,
+                   .lastList = 2},
+        ImportCase{
+            .name = "line_ends_nul_long_lines_and_unknown_records",
+            // LF alone ends a line; a lone CR is a character; a NUL ends the text; past 500
+            // characters the rest of the line is skipped, not read as a line.
+            .files = {{"a.dat",
+                       cp1252::encode(office001("L", "", "", "")) + "\n"
+                           + cp1252::encode(reg("LF", "FI", "T")) + "\n\n\r\n"
+                           + cp1252::encode(reg("CR", "FI", "T")) + "\r"
+                           + cp1252::encode(reg("NO", "FI", "T")) + "\n"
+                           + QByteArray("REGNU").append('\0').append("L     FI T\r\n") + "REG"
+                           + QByteArray(497, 'x') + "REGLONG   FI T\r\n"
+                           + cp1252::encode(reg("AT500", "FI", "T")).leftJustified(500, ' ')
+                           + "\r\n" + "reglower  FI T\r\n REGBLANK  FI T\r\n712WR01    FI FI01 \r\n"
+                           + "10C\r\nTD0x\r\n" + cp1252::encode(reg("LAST", "FI", "T"))}},
+            .heads = {"0|L       |          |0|        |T00300|0|0|NULL"},
+            .regions = {"0|0|LF      |FI |T    ", "0|1|CR      |FI |T    ",
+                        "0|2|NU      |   |     ", "0|3|xxxxxxxx|xxx|xxxxx",
+                        "0|4|AT500   |FI |T    ", "0|5|LAST    |FI |T    "},
+            .files_ = 1,
+            .lastList = 0},
+        ImportCase{
+            .name = "nul_ends_the_text_even_across_read_chunks",
+            .files = {{"a.dat", QByteArray("REGAB").append('\0').append(QByteArray(200000, 'x'))
+                                    + "\r\nREGCD\r" + QByteArray(1, '\0') + "\n"}},
+            // A CR that is not right before the line feed is a character.
+            .regions = {"0|0|AB      |   |     ", "0|1|CD\r     |   |     "},
+            .files_ = 1},
+        ImportCase{
+            .name = "empty_file_is_a_file_without_rows", .files = {{"a.dat", ""}}, .files_ = 1}),
     [](const ::testing::TestParamInfo<ImportCase>& info) { return std::string(info.param.name); });
 
 TEST_F(ListFileImportTest, ShortLinesGiveBlankFields)
@@ -451,15 +410,8 @@ TEST_F(ListFileImportTest, HostileFilesNeitherCrashNorHoldTheFile)
         db().exec(QStringLiteral("DELETE FROM Brov_Region"));
         db().exec(QStringLiteral("DELETE FROM Brov_Holzdaten"));
         dialogs.clear();
-        {
-            QFile out(root.host(QStringLiteral("Import/x.dat")));
-            ASSERT_TRUE(out.open(QIODevice::WriteOnly));
-            out.write(c.before);
-            const QByteArray block(int(MiB), c.fill);
-            for (qint64 left = c.size; left > 0; left -= MiB)
-                out.write(block.constData(), std::min(left, MiB));
-            out.write(c.after);
-        }
+        ASSERT_NO_FATAL_FAILURE(writeFilled(root.host(QStringLiteral("Import/x.dat")), c.before,
+                                            c.fill, c.size, c.after));
         const std::optional<qint64> before = resetPeak() ? peakKib() : std::nullopt;
         QElapsedTimer timer;
         timer.start();
@@ -479,102 +431,6 @@ TEST_F(ListFileImportTest, HostileFilesNeitherCrashNorHoldTheFile)
         EXPECT_EQ(count("Brov_Region"), c.regions) << c.name;
         EXPECT_EQ(dialogs.asked(), QStringList()) << c.name;
     }
-}
-
-// The device writes its "001" for the office (number, label, ZUSATZ_A, label, date, ...), not in
-// the office's layout that the import reads, so its own file comes back as a wrong structure.
-// With the office's "001" in its place, everything else survives the trip and is written again
-// exactly as before.
-TEST_F(ListFileImportTest, RoundTripThroughTheExport)
-{
-    SettingsStore& store = session->store();
-    for (int i = 0; i < 20; ++i)
-        store.writeText(Setting::KopfLabel, i, QStringLiteral("Feld %1:").arg(i));
-    insert(schema::Kopfdaten, {{"ID_FILE", num(1)},
-                               {"LISTE_NR", txt("RUND")},
-                               {"ZUSATZ_A", txt("Hang über dem Bach")},
-                               {"DATUM_A", txt("04.05.2026")},
-                               {"KOR_FAKTOR_N", num(90)},
-                               {"REGION_A", txt("WR01")},
-                               {"KOPF1_A", txt("Förster")},
-                               {"KOPF2_A", txt("Revier Ost")},
-                               {"KOPF4_A", txt("vier")},
-                               {"KOPF9_A", txt("   ")},
-                               {"KOPF16_A", txt("sechzehn")},
-                               {"DUE_MARK", num(1)},
-                               {"STRUKTUR", txt("T00300")}});
-    region(1, 0, "WR01", "FI", "FI01");
-    region(1, 1, "WR01", "BÄ", "BU01");
-    const struct {
-        std::int64_t type;
-        const char* parz;
-        std::int64_t stk, bhd, volume;
-        const char* species;
-    } trees[] = {{1, "1", 1, 26, 59, "FI"},
-                 {2, "2b", 12, 140, 123456, "BÄ"},
-                 {0, "", 99, 999, 999999, "KI"},
-                 {1, "ÖÄÜ", 0, 0, 0, ""}};
-    std::int64_t id = 0;
-    for (const auto& t : trees) {
-        insert(schema::Holzdaten, {{"ID", num(id++)},
-                                   {"ID_FILE", num(1)},
-                                   {"ID_TYPE", num(t.type)},
-                                   {"PARZ", txt(t.parz)},
-                                   {"STK", num(t.stk)},
-                                   {"BAUMART", txt(t.species)},
-                                   {"BHD", num(t.bhd)},
-                                   {"DMSTUFE", txt("26")},
-                                   {"KUBATUR", num(t.volume)},
-                                   {"NA", txt("N")},
-                                   {"KA", txt("K")},
-                                   {"TARIF", txt("FI01")}});
-    }
-    insert(schema::Einstellungen, {{"ID", num(1)},
-                                   {"ID_TYPE", num(3)},
-                                   {"REGION_A", txt("WR01")},
-                                   {"BAUMART", txt("FI ")},
-                                   {"TARIF", txt("FI01 ")}});
-
-    ListFileExport exporter(session->root(), db(), store, dialogs);
-    ASSERT_EQ(exporter.writeMarked(), 1);
-    const QByteArray original = root.readFile(QStringLiteral("Export/RUND    .DAT"));
-    QList<QByteArray> lines = original.split('\n');
-    ASSERT_EQ(lines.size(), 1 + 1 + 4 + 2 + 4 + 1 + 1);
-    // Columns 93 to 98 of the device's "001" hold part of its date.
-    EXPECT_EQ(lines[1].mid(93, 6), QByteArray(".05.20"));
-
-    stage("rund.dat", original);
-    EXPECT_EQ(importer().run().result, ListFileImport::Result::WrongStructure);
-    EXPECT_EQ(count("Brov_Kopfdaten"), 1);
-    EXPECT_EQ(count("Brov_Region"), 2);
-    EXPECT_EQ(count("Brov_Holzdaten"), 4);
-
-    lines[1] = cp1252::encode(office001("RUND2", "04.05.2026", "0.90", "WR01")) + '\r';
-    stage("rund.dat", lines.join('\n'));
-    dialogs.clear();
-    const auto outcome = importer().run();
-    ASSERT_EQ(outcome.result, ListFileImport::Result::Imported);
-    ASSERT_EQ(outcome.lastList, 2);
-    EXPECT_EQ(rows(QStringLiteral("SELECT LISTE_NR, DATUM_A, KOR_FAKTOR_N, REGION_A, STRUKTUR "
-                                  "FROM Brov_Kopfdaten WHERE ID_FILE = 2")),
-              QStringList{"RUND2   |04.05.2026|90|WR01    |T00300"});
-    // The rows are the same, padded to their fields; ID_TYPE 0 came back as 2.
-    EXPECT_EQ(rows(QStringLiteral("SELECT ID, REGION_A, BAUMART, TARIF FROM Brov_Region "
-                                  "WHERE ID_FILE = 2 ORDER BY rowid")),
-              (QStringList{"0|WR01    |FI |FI01 ", "1|WR01    |BÄ |BU01 "}));
-    EXPECT_EQ(rows(QStringLiteral("SELECT ID, ID_TYPE, PARZ, STK, BAUMART, BHD, KUBATUR FROM "
-                                  "Brov_Holzdaten WHERE ID_FILE = 2 ORDER BY rowid")),
-              (QStringList{"0|1|1    |1|FI |26|59", "1|2|2b   |12|BÄ |140|123456",
-                           "2|2|     |99|KI |999|999999", "3|1|ÖÄÜ  |0|   |0|0"}));
-
-    // Written again, every record but the header line and "001" is the same byte for byte.
-    db().exec(QStringLiteral("UPDATE Brov_Kopfdaten SET DUE_MARK = (ID_FILE = 2)"));
-    ASSERT_EQ(exporter.writeMarked(), 1);
-    const QList<QByteArray> again =
-        root.readFile(QStringLiteral("Export/RUND2   .DAT")).split('\n');
-    ASSERT_EQ(again.size(), lines.size());
-    for (qsizetype i = 2; i < lines.size(); ++i)
-        EXPECT_EQ(again[i].toStdString(), lines[i].toStdString()) << "line " << i;
 }
 
 } // namespace

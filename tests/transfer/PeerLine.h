@@ -16,11 +16,19 @@
 
 namespace brovant::test {
 
+// A list file's header line naming the file (its 12-character field).
+inline QByteArray headerLine(const QByteArray& name12)
+{
+    return "TD0" + name12 + "Quendrax     0Brovant_V300_D\r\n";
+}
+
 // Every write of the device goes to `onWrite`, which answers by queueing bytes with send();
-// reads hand the queue out, at most `chunk` bytes at a time; an empty queue is silence.
+// reads hand the queue out (after `beforeRead` had its turn), at most `chunk` bytes at a time; an
+// empty queue is silence.
 class PeerLine final : public SerialLine {
 public:
     std::function<void(const QByteArray&)> onWrite;
+    std::function<void()> beforeRead;
     int chunk = std::numeric_limits<int>::max();
 
     void send(QByteArrayView bytes) { m_queue.append(bytes); }
@@ -36,6 +44,8 @@ public:
     QByteArray read(int maxBytes, int waitMs) override
     {
         m_waits.push_back(waitMs);
+        if (beforeRead)
+            beforeRead();
         const int n = std::min<qsizetype>({qsizetype(maxBytes), qsizetype(chunk), m_queue.size()});
         QByteArray out = m_queue.first(n);
         m_queue.remove(0, n);
@@ -51,6 +61,35 @@ private:
     QList<QByteArray> m_written;
     std::vector<int> m_waits;
 };
+
+using FrameAnswer = std::function<QByteArray(int index, int attempt, const QByteArray& frame)>;
+
+// The far end taking frames: `answer` gets each frame the device writes with its index (a frame
+// written again keeps it) and the attempt, and says what goes back.
+inline void answerFrames(PeerLine& line, FrameAnswer answer)
+{
+    line.onWrite = [&line, answer, index = -1, attempt = 0,
+                    last = QByteArray()](const QByteArray& bytes) mutable {
+        if (!bytes.startsWith("\x16\x16\x01"))
+            return;
+        attempt = bytes == last ? attempt + 1 : 0;
+        index += bytes != last;
+        last = bytes;
+        line.send(answer(index, attempt, bytes));
+    };
+}
+
+// ACK to every frame but the one at `index`, which gets `answers` attempt by attempt before its
+// ACK; `tries` counts how often it came.
+inline FrameAnswer refuseFrame(int index, std::vector<QByteArray> answers, int& tries)
+{
+    return [index, answers = std::move(answers), &tries](int i, int, const QByteArray&) {
+        if (i != index)
+            return QByteArray("\x06");
+        const size_t at = size_t(tries++);
+        return at < answers.size() ? answers[at] : QByteArray("\x06");
+    };
+}
 
 // Hands a line the test keeps to a channel that wants to own one.
 class LineRef final : public SerialLine {

@@ -27,20 +27,18 @@ struct TranscriptEntry {
 
 namespace transcript {
 
-inline constexpr std::array<std::pair<char, const char*>, 12> kNames = {{
-    {0x00, "NUL"},
-    {0x01, "SOH"},
-    {0x02, "STX"},
-    {0x03, "ETX"},
-    {0x04, "EOT"},
-    {0x05, "ENQ"},
-    {0x06, "ACK"},
-    {0x0A, "LF"},
-    {0x0D, "CR"},
-    {0x15, "NAK"},
-    {0x16, "SYN"},
-    {0x7F, "DEL"},
-}};
+inline constexpr std::array<std::pair<char, const char*>, 12> kNames = {{{0x00, "NUL"},
+                                                                         {0x01, "SOH"},
+                                                                         {0x02, "STX"},
+                                                                         {0x03, "ETX"},
+                                                                         {0x04, "EOT"},
+                                                                         {0x05, "ENQ"},
+                                                                         {0x06, "ACK"},
+                                                                         {0x0A, "LF"},
+                                                                         {0x0D, "CR"},
+                                                                         {0x15, "NAK"},
+                                                                         {0x16, "SYN"},
+                                                                         {0x7F, "DEL"}}};
 
 inline QByteArray escape(QByteArrayView bytes)
 {
