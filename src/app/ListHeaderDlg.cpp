@@ -13,7 +13,6 @@
 
 #include <QApplication>
 #include <QFontMetrics>
-#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 
@@ -62,6 +61,10 @@ ListHeaderDlg::ListHeaderDlg(ScreenServices& services)
     , m_logic(dataset(), services.session.store(), services.state, services.clock,
               services.messages)
 {
+    bindKey(Qt::Key_Up, kPreviousField);
+    bindKey(Qt::Key_Down, kNextField);
+    bindKey(Qt::Key_Return, kEnter);
+    bindKey(Qt::Key_Enter, kEnter);
 }
 
 void ListHeaderDlg::setUp()
@@ -353,24 +356,6 @@ void ListHeaderDlg::onCancel()
 {
     // Back leaves without writing the page shown; pages left with Enter are written already.
     toListSelection();
-}
-
-void ListHeaderDlg::keyPressEvent(QKeyEvent* event)
-{
-    switch (event->key()) {
-    case Qt::Key_Up:
-        onCommand(kPreviousField);
-        return;
-    case Qt::Key_Down:
-        onCommand(kNextField);
-        return;
-    case Qt::Key_Return:
-    case Qt::Key_Enter:
-        onCommand(kEnter);
-        return;
-    default:
-        RecordScreen::keyPressEvent(event);
-    }
 }
 
 void ListHeaderDlg::toListSelection()

@@ -41,7 +41,6 @@ public:
 
 protected:
     void setUp() override;
-    void keyPressEvent(QKeyEvent* event) override;
 
 private:
     void buildFirstPage(QWidget* page);

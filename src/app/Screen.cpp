@@ -101,6 +101,10 @@ void Screen::keyPressEvent(QKeyEvent* event)
         onCommand(kCancel);
         return;
     }
+    if (const auto bound = m_keyCommands.find(event->key()); bound != m_keyCommands.end()) {
+        onCommand(bound->second);
+        return;
+    }
     QWidget::keyPressEvent(event);
 }
 

@@ -7,6 +7,8 @@
 #include <QStringList>
 #include <QWidget>
 
+#include <map>
+
 class QLabel;
 
 namespace brovant {
@@ -58,10 +60,13 @@ public:
 
 protected:
     virtual void setUp() {}
+    // The device's hardware key `qtKey` sends `command`, as the screen's own key would.
+    void bindKey(int qtKey, int command) { m_keyCommands[qtKey] = command; }
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
     ScreenStack& m_stack;
+    std::map<int, int> m_keyCommands;
     Screen* m_prev = nullptr;
     bool m_created = false;
 };

@@ -171,6 +171,10 @@ TallyDlg::TallyDlg(ScreenServices& services)
               services.messages)
 {
     setWindowTitle(QStringLiteral("Holzaufnahme"));
+    bindKey(Qt::Key_Up, kUp);
+    bindKey(Qt::Key_Down, kDown);
+    bindKey(Qt::Key_Return, kEnter);
+    bindKey(Qt::Key_Enter, kEnter);
     m_logic.setBackupHook([this] { m_services.backup.automaticIfEnabled(); });
 }
 
@@ -684,24 +688,6 @@ void TallyDlg::switchTo(Screen* target)
 {
     if (target)
         stack().switchTo(target);
-}
-
-void TallyDlg::keyPressEvent(QKeyEvent* event)
-{
-    switch (event->key()) {
-    case Qt::Key_Up:
-        onCommand(kUp);
-        return;
-    case Qt::Key_Down:
-        onCommand(kDown);
-        return;
-    case Qt::Key_Return:
-    case Qt::Key_Enter:
-        onCommand(kEnter);
-        return;
-    default:
-        KeypadScreen::keyPressEvent(event);
-    }
 }
 
 bool TallyDlg::eventFilter(QObject* watched, QEvent* event)

@@ -78,7 +78,6 @@ public slots:
 
 protected:
     void setUp() override;
-    void keyPressEvent(QKeyEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:

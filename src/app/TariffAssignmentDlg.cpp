@@ -10,7 +10,6 @@
 #include <QFontDatabase>
 #include <QFontInfo>
 #include <QFontMetrics>
-#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 
@@ -89,6 +88,9 @@ TariffAssignmentDlg::TariffAssignmentDlg(ScreenServices& services)
     , m_services(services)
     , m_logic(dataset(), services.state.tables, services.state.speciesTariffs, services.messages)
 {
+    // The device's cursor keys browse like the screen's arrow keys.
+    bindKey(Qt::Key_Up, kUp);
+    bindKey(Qt::Key_Down, kDown);
 }
 
 QFont TariffAssignmentDlg::fixedFont()
@@ -321,16 +323,6 @@ void TariffAssignmentDlg::onOk()
 void TariffAssignmentDlg::onCancel()
 {
     returnToCaller();
-}
-
-void TariffAssignmentDlg::keyPressEvent(QKeyEvent* event)
-{
-    // The device's cursor keys browse like the screen's arrow keys.
-    if (event->key() == Qt::Key_Up || event->key() == Qt::Key_Down) {
-        onCommand(event->key() == Qt::Key_Up ? kUp : kDown);
-        return;
-    }
-    RecordScreen::keyPressEvent(event);
 }
 
 void TariffAssignmentDlg::returnToCaller()

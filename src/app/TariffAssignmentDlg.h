@@ -53,7 +53,6 @@ public:
 
 protected:
     void setUp() override;
-    void keyPressEvent(QKeyEvent* event) override;
 
 private:
     void refresh();
