@@ -12,6 +12,7 @@
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
 #include "platform/MessageDialogs.h"
+#include "support/ListBuilder.h"
 #include "support/QtPrinting.h"
 #include "support/TempRoot.h"
 #include "workflow/AppState.h"
@@ -154,17 +155,10 @@ public:
         return w ? w->objectName() : QString();
     }
     // A row of `table`, each field set from a whole number or a text.
-    using Fields = std::initializer_list<std::pair<const char16_t*, QVariant>>;
+    using Fields = ListBuilder::Fields;
     void insert(const TableDescriptor& table, Fields fields)
     {
-        Dataset row(session.database(), table);
-        for (const auto& [field, value] : fields) {
-            if (value.userType() == QMetaType::QString)
-                row.setText(field, value.toString());
-            else
-                row.setInt(field, value.toLongLong());
-        }
-        EXPECT_TRUE(row.insert());
+        ListBuilder(session.database()).row(table, fields);
     }
     QString activeName() const { return active() ? active()->objectName() : QString(); }
     // Every row of a query, its columns joined by '|'.
