@@ -95,7 +95,7 @@ public:
     ~Program() { app.shutdown(); }
 
     template <class S> S* find() const { return app.stack().screen<S>(); }
-    Screen* active() const { return app.stack().activeScreen(); }
+    Screen* active() const { return driver.active(); }
     OnScreenKeyboard* keyboard() const { return driver.keyboard(); }
     // The driver's steps; one that cannot be taken fails the test.
     void press(const QString& objectName)
@@ -160,7 +160,7 @@ public:
     {
         ListBuilder(session.database()).row(table, fields);
     }
-    QString activeName() const { return active() ? active()->objectName() : QString(); }
+    QString activeName() const { return driver.activeName(); }
     // Every row of a query, its columns joined by '|'.
     QStringList rows(const QString& sql)
     {
