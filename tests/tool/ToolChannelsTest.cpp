@@ -1,6 +1,8 @@
-// "brovant-tool send", "receive" and "fetch-config" run as processes against the office end over
-// each channel: ActiveSync with "office-activesync" beside them, the cable with "office-receive" or
-// "office-send" at the far end of two bridged pseudo-terminals, FTP against a loopback server.
+// "brovant-tool send", "receive" and "fetch-config" run as processes against the office end: the
+// cable with "office-receive" or "office-send" at the far end of two bridged pseudo-terminals (the
+// tool's own way to the serial port), ActiveSync with "office-activesync" beside them, FTP against
+// a loopback server. The channels themselves are the transfer tests'; the ActiveSync send goes
+// through in FaultInjection, the FTP send in OfficeProgramTest.ListsSentByFtpAppearInTheOffice.
 #include "masterdata/DeviceSession.h"
 #include "support/PseudoTerminal.h"
 #include "support/TempRoot.h"
@@ -29,21 +31,6 @@ QByteArray officeList(const QByteArray& number, const QByteArray& records,
            + "04.05.2026" + QByteArray("Datum:").leftJustified(20, ' ') + "1.00"
            + QByteArray("Faktor:").leftJustified(20, ' ') + "WR01    " + structure + "\r\n"
            + records;
-}
-
-enum class Route { ActiveSync, Cable, Ftp };
-
-const char* routeName(Route route)
-{
-    switch (route) {
-    case Route::ActiveSync:
-        return "ActiveSync";
-    case Route::Cable:
-        return "Cable";
-    case Route::Ftp:
-        return "Ftp";
-    }
-    return "?";
 }
 
 // A device with the demo configuration, the list HIEB01 with two trees and the empty list LEER.
@@ -101,9 +88,7 @@ protected:
     TempRoot root;
 };
 
-class ToolSend : public ToolChannels, public ::testing::WithParamInterface<Route> {};
-
-TEST_P(ToolSend, DeliversTheMarkedListsAndThenUnmarksThem)
+TEST_F(ToolChannels, SendDeliversTheMarkedListsAndThenUnmarksThem)
 {
     // Names with every character the list-name keyboard offers but "/" arrive as they are.
     for (const char* name : {"HIEB01", "A B.3", "Ä(1),&_-"}) {
@@ -119,51 +104,24 @@ TEST_P(ToolSend, DeliversTheMarkedListsAndThenUnmarksThem)
     QDir(root.host(QStringLiteral("Export"))).removeRecursively();
 
     TempRoot office;
-    ToolProcess peer;
     PtyCable cable;
-    FtpTestServer server;
-    QString received = office.path();
-    switch (GetParam()) {
-    case Route::ActiveSync: // the default settings
-        peer.start({"office-activesync", "--root", root.path(), "--collect", office.path(),
-                    "--timeout", "30"});
-        break;
-    case Route::Cable:
-        ASSERT_TRUE(cable.ok());
-        setting(Setting::DuePort, 1);
-        linkCom1(cable.end(0));
-        peer.start(
-            {"office-receive", "--port", cable.end(1), "--out", office.path(), "--timeout", "30"});
-        break;
-    case Route::Ftp: {
-        QString why;
-        ASSERT_TRUE(server.start(kFtpScript, kFtpUser, kFtpPassword, why)) << why.toStdString();
-        ASSERT_TRUE(QDir().mkpath(server.path(QStringLiteral("data"))));
-        useFtp(server);
-        received = server.path(QStringLiteral("data"));
-        break;
-    }
-    }
+    ASSERT_TRUE(cable.ok());
+    setting(Setting::DuePort, 1);
+    linkCom1(cable.end(0));
+    ToolProcess peer(
+        {"office-receive", "--port", cable.end(1), "--out", office.path(), "--timeout", "30"});
 
     const ToolRun r = run({"send"});
     EXPECT_EQ(r.status, 0) << r.err.toStdString();
     EXPECT_EQ(r.out, QStringLiteral("HIEB01\nA B.3\nÄ(1),&_-\n"));
     EXPECT_EQ(r.err, QString());
-    if (GetParam() != Route::Ftp) {
-        const ToolRun o = peer.finish();
-        EXPECT_EQ(o.status, 0) << o.err.toStdString();
-    }
-    EXPECT_EQ(filesIn(received), expected);
+    const ToolRun o = peer.finish();
+    EXPECT_EQ(o.status, 0) << o.err.toStdString();
+    EXPECT_EQ(filesIn(office.path()), expected);
     EXPECT_EQ(lists(), "HIEB01|0|1|2 LEER|0|0|0 A B.3|0|1|0 Ä(1),&_-|0|1|0");
 }
 
-INSTANTIATE_TEST_SUITE_P(Routes, ToolSend,
-                         ::testing::Values(Route::ActiveSync, Route::Cable, Route::Ftp),
-                         [](const auto& info) { return std::string(routeName(info.param)); });
-
-class ToolReceive : public ToolChannels, public ::testing::WithParamInterface<Route> {};
-
-TEST_P(ToolReceive, ImportsWhatTheOfficeDelivers)
+TEST_F(ToolChannels, ReceiveImportsWhatTheOfficeDelivers)
 {
     TempRoot office;
     office.writeFile(QStringLiteral("NEU1.DAT"),
@@ -173,22 +131,15 @@ TEST_P(ToolReceive, ImportsWhatTheOfficeDelivers)
     office.writeFile(QStringLiteral("MUEHLE.DAT"),
                      officeList("M\xDCHLE", "REGWR01    FI FI01 \r\n"));
     office.writeFile(QStringLiteral("PUNKT.DAT"), officeList("\xC4(1),&_-", ""));
-    const QStringList files{office.host(QStringLiteral("NEU1.DAT")),
-                            office.host(QStringLiteral("MUEHLE.DAT")),
-                            office.host(QStringLiteral("PUNKT.DAT"))};
     root.writeFile(QStringLiteral("Import/STALE.DAT"), officeList("ALT", ""));
-    ToolProcess peer;
     PtyCable cable;
-    if (GetParam() == Route::Cable) {
-        ASSERT_TRUE(cable.ok());
-        setting(Setting::DuePort, 1);
-        linkCom1(cable.end(0));
-        peer.start(QStringList{"office-send", "--port", cable.end(1), "--timeout", "30"} + files);
-    } else {
-        peer.start(
-            QStringList{"office-activesync", "--root", root.path(), "--timeout", "30", "--deliver"}
-            + files);
-    }
+    ASSERT_TRUE(cable.ok());
+    setting(Setting::DuePort, 1);
+    linkCom1(cable.end(0));
+    ToolProcess peer({"office-send", "--port", cable.end(1), "--timeout", "30",
+                      office.host(QStringLiteral("NEU1.DAT")),
+                      office.host(QStringLiteral("MUEHLE.DAT")),
+                      office.host(QStringLiteral("PUNKT.DAT"))});
 
     const ToolRun r = run({"receive"});
     EXPECT_EQ(r.status, 0) << r.err.toStdString();
@@ -200,9 +151,6 @@ TEST_P(ToolReceive, ImportsWhatTheOfficeDelivers)
     EXPECT_EQ(lists(), "HIEB01|0|0|2 LEER|0|0|0 MÜHLE   |0|0|0 NEU1    |0|0|2 Ä(1),&_-|0|0|0");
     EXPECT_EQ(filesIn(root.host(QStringLiteral("Import"))), (QMap<QString, QByteArray>{}));
 }
-
-INSTANTIATE_TEST_SUITE_P(Routes, ToolReceive, ::testing::Values(Route::ActiveSync, Route::Cable),
-                         [](const auto& info) { return std::string(routeName(info.param)); });
 
 TEST_F(ToolChannels, ReceiveNamesTheListsBeforeAFileTheImportRefuses)
 {
