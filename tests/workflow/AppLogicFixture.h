@@ -7,6 +7,7 @@
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
 #include "platform/MessageDialogs.h"
+#include "support/ListBuilder.h"
 #include "support/QtPrinting.h"
 #include "support/TempRoot.h"
 #include "workflow/AppLifecycle.h"
@@ -15,10 +16,8 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QStringList>
-#include <QVariant>
 #include <gtest/gtest.h>
 
-#include <initializer_list>
 #include <memory>
 #include <string>
 
@@ -32,20 +31,6 @@ inline std::string str(const QString& text)
 inline QString text(const char* utf8)
 {
     return QString::fromUtf8(utf8);
-}
-
-// A row of `table`, each field set from a whole number or a text.
-using Fields = std::initializer_list<std::pair<const char16_t*, QVariant>>;
-inline void insertRow(Database& db, const TableDescriptor& table, Fields fields)
-{
-    Dataset row(db, table);
-    for (const auto& [field, value] : fields) {
-        if (value.userType() == QMetaType::QString)
-            row.setText(field, value.toString());
-        else
-            row.setInt(field, value.toLongLong());
-    }
-    EXPECT_TRUE(row.insert());
 }
 
 // Every row of `sql`, its columns joined by '|', read through a connection of its own to `file`,
@@ -136,8 +121,9 @@ struct TestDevice {
         ASSERT_TRUE(QDir().mkpath(QFileInfo(root.host(relative)).path()));
         Database db(root.host(relative), Database::Durability::Relaxed);
         ASSERT_TRUE(db.open() && StructureCheck::ensureStructureRecord(db));
-        insertRow(db, schema::Einstellungen,
-                  {{u"ID", 1}, {u"ID_TYPE", schema::DiameterClassRow}, {u"REGION_A", marker}});
+        ListBuilder(db).row(
+            schema::Einstellungen,
+            {{u"ID", 1}, {u"ID_TYPE", schema::DiameterClassRow}, {u"REGION_A", marker}});
     }
     // REGION_A of the first master row of the database file at `relative`, or "-".
     QString markerOf(const QString& relative) const

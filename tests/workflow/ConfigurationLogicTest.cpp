@@ -83,8 +83,8 @@ struct Device : test::TestDevice {
     }
     void addRow(const QString& companyLine)
     {
-        test::insertRow(session->database(), schema::Konfiguration,
-                        {{u"FIRMENKOPF1_A", companyLine}});
+        test::ListBuilder(session->database())
+            .row(schema::Konfiguration, {{u"FIRMENKOPF1_A", companyLine}});
     }
 };
 

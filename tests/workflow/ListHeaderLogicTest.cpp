@@ -49,8 +49,9 @@ public:
 
     void addMasterRow(std::int64_t id, int type, const char* region)
     {
-        test::insertRow(session.database(), schema::Einstellungen,
-                        {{u"ID", qlonglong(id)}, {u"ID_TYPE", type}, {u"REGION_A", region}});
+        test::ListBuilder(session.database())
+            .row(schema::Einstellungen,
+                 {{u"ID", qlonglong(id)}, {u"ID_TYPE", type}, {u"REGION_A", region}});
     }
     // A list as the list selection screen would have left it.
     void addList(std::int64_t id, const char* name, const char* region = "WR01    ",
@@ -68,14 +69,14 @@ public:
     }
     void addTree(std::int64_t list, std::int64_t id, const char* species, std::int64_t diameter)
     {
-        test::insertRow(session.database(), schema::Holzdaten,
-                        {{u"ID", qlonglong(id)},
-                         {u"ID_FILE", qlonglong(list)},
-                         {u"ID_TYPE", 1},
-                         {u"STK", 1},
-                         {u"BAUMART", species},
-                         {u"BHD", qlonglong(diameter)},
-                         {u"KUBATUR", qlonglong(diameter * 3)}});
+        test::ListBuilder(session.database())
+            .row(schema::Holzdaten, {{u"ID", qlonglong(id)},
+                                     {u"ID_FILE", qlonglong(list)},
+                                     {u"ID_TYPE", 1},
+                                     {u"STK", 1},
+                                     {u"BAUMART", species},
+                                     {u"BHD", qlonglong(diameter)},
+                                     {u"KUBATUR", qlonglong(diameter * 3)}});
     }
 
     QStringList committed(const QString& sql)

@@ -17,19 +17,20 @@ protected:
         EXPECT_NE(session.openDatabase(), DeviceSession::DatabaseState::Failed);
         int id = 0;
         for (const char* row : {"WR01    FI FI01 ", "WR02    FI FI02 ", "WR01    BU BU01 "})
-            test::insertRow(db(), schema::Einstellungen,
-                            {{u"ID", ++id},
-                             {u"ID_TYPE", schema::TariffAssignmentRow},
-                             {u"REGION_A", QString::fromLatin1(row, 8)},
-                             {u"BAUMART", QString::fromLatin1(row + 8, 3)},
-                             {u"TARIF", QString::fromLatin1(row + 11, 5)}});
+            test::ListBuilder(db()).row(schema::Einstellungen,
+                                        {{u"ID", ++id},
+                                         {u"ID_TYPE", schema::TariffAssignmentRow},
+                                         {u"REGION_A", QString::fromLatin1(row, 8)},
+                                         {u"BAUMART", QString::fromLatin1(row + 8, 3)},
+                                         {u"TARIF", QString::fromLatin1(row + 11, 5)}});
         for (int list : {1, 2})
-            test::insertRow(
-                db(), schema::Kopfdaten,
+            test::ListBuilder(db()).row(
+                schema::Kopfdaten,
                 {{u"ID_FILE", list}, {u"LISTE_NR", QStringLiteral("LISTE%1  ").arg(list)}});
         // Another list's region, which nothing here may touch.
-        test::insertRow(db(), schema::Region,
-                        {{u"ID", 7}, {u"ID_FILE", 2}, {u"REGION_A", "WR01"}, {u"BAUMART", "FI"}});
+        test::ListBuilder(db()).row(
+            schema::Region,
+            {{u"ID", 7}, {u"ID_FILE", 2}, {u"REGION_A", "WR01"}, {u"BAUMART", "FI"}});
     }
 
     Database& db() { return session.database(); }

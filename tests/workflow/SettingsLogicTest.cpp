@@ -37,8 +37,8 @@ protected:
         config = sample.readAll();
         root.writeFile(QStringLiteral("Brovant/passive.dtr"), config);
         ConfigImport(session.root(), session.database(), session.store(), dialogs, nullptr).run();
-        test::insertRow(session.database(), schema::Kopfdaten,
-                        {{u"ID_FILE", 1}, {u"LISTE_NR", "12345678"}});
+        test::ListBuilder(session.database())
+            .row(schema::Kopfdaten, {{u"ID_FILE", 1}, {u"LISTE_NR", "12345678"}});
         session.store().writeInt(Setting::PrinterType, 0, 2);
         dialogs.clear();
     }

@@ -45,12 +45,12 @@ public:
 
     void add(const Stored& s, int type = schema::TariffAssignmentRow)
     {
-        test::insertRow(session.database(), schema::Einstellungen,
-                        {{u"ID", qlonglong(s.id)},
-                         {u"ID_TYPE", type},
-                         {u"REGION_A", text(s.region).leftJustified(8)},
-                         {u"BAUMART", text(s.species).leftJustified(3)},
-                         {u"TARIF", text(s.tariff).leftJustified(5)}});
+        test::ListBuilder(session.database())
+            .row(schema::Einstellungen, {{u"ID", qlonglong(s.id)},
+                                         {u"ID_TYPE", type},
+                                         {u"REGION_A", text(s.region).leftJustified(8)},
+                                         {u"BAUMART", text(s.species).leftJustified(3)},
+                                         {u"TARIF", text(s.tariff).leftJustified(5)}});
     }
     void add(std::initializer_list<Stored> rows)
     {
@@ -477,8 +477,9 @@ TEST(TariffAssignment, TheTallyFollowsAssignmentsMadeOnTheDevice)
     Device d;
     for (const Stored& s : kExisting)
         d.add(s);
-    test::insertRow(d.session.database(), schema::Kopfdaten,
-                    {{u"ID_FILE", 1}, {u"LISTE_NR", text("L1")}, {u"KOR_FAKTOR_N", 100}});
+    test::ListBuilder(d.session.database())
+        .row(schema::Kopfdaten,
+             {{u"ID_FILE", 1}, {u"LISTE_NR", text("L1")}, {u"KOR_FAKTOR_N", 100}});
     TallyLogic tally(d.session.database(), d.tables, d.speciesTariffs, d.dialogs);
     // The tally screen opens its list each time it is shown; "proposed|offered".
     const auto offeredFor = [&](const char* species) {
