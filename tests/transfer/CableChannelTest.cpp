@@ -319,30 +319,6 @@ TEST_F(CableChannelTest, ReceiveOnANoisyLine)
     }
 }
 
-TEST_F(CableChannelTest, HostileHeaderNamesFailTheReceiveAndWriteNothing)
-{
-    // Which names are refused is the list name rule's (SerialFramesTest): here, what a refusal
-    // does.
-    const QByteArray names[] = {"..\\..\\x.DAT ", "CON.DAT     ", "A\tB.DAT     ", "            "};
-    for (const QByteArray& name : names) {
-        SCOPED_TRACE(name.toStdString());
-        Device d;
-        d.device.makeFolder(QStringLiteral("\\Import"));
-        const QMap<QString, QByteArray> before = filesIn(d.root.path());
-        SendingPeer office(d.line,
-                           {"001ahead of any header\r\n", headerLine(name), "001X\r\n",
-                            "10A0001001FI 032\r\n", headerLine("GOOD.DAT    "), "001G\r\n"});
-        CableChannel cable = d.channel(2);
-        // Taking the lines under no file would tell the office they arrived.
-        EXPECT_FALSE(cable.receive());
-        EXPECT_EQ(cable.summary().refusedNames, QList<QString>{QString::fromLatin1(name)});
-        EXPECT_EQ(d.dialogs.asked().size(), 1);
-        EXPECT_TRUE(d.dialogs.asked().value(0).startsWith(
-            QStringLiteral("Fehler bei der Übertragung!|Dateiname nicht zulässig:|\"")));
-        EXPECT_EQ(filesIn(d.root.path()), before);
-    }
-}
-
 TEST_F(CableChannelTest, ModemDialogueBeforeSending)
 {
     const auto silentThen = [](size_t silent, QByteArray reply) {

@@ -521,19 +521,4 @@ TEST(NetworkManagerDialer, DialsOnlyWhereNetworkManagerRuns)
     qunsetenv("FAKE_NMCLI_STATE");
 }
 
-TEST(FtpRegistryHive, AnOlderOpenHiveBecomesOwnerOnlyOnItsNextSave)
-{
-    TempRoot root;
-    const QString file = root.host("Registry/HKEY_CURRENT_USER.reg");
-    writeHostFile(file, "Windows Registry Editor Version 5.00\n");
-    ASSERT_TRUE(QFile::setPermissions(file, QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup
-                                                | QFile::ReadOther));
-    Registry registry(root.host("Registry"));
-    ASSERT_TRUE(registry.setString(Hive::CurrentUser, "Software\\NORVA\\Brovant\\FTP", "Password",
-                                   "geheim"));
-    struct stat info {};
-    ASSERT_EQ(::stat(QFile::encodeName(file).constData(), &info), 0);
-    EXPECT_EQ(info.st_mode & 07777, 0600u);
-}
-
 } // namespace
