@@ -1,6 +1,5 @@
 #include "workflow/TariffAssignmentLogic.h"
 #include "AppLogicFixture.h"
-#include "masterdata/ConfigImport.h"
 #include "workflow/TallyLogic.h"
 
 #include <vector>
@@ -176,67 +175,19 @@ TEST(TariffAssignment, ARowChangedInPlaceIsNoDuplicateOfItselfButOfAnother)
     }
 }
 
+// The first row of an empty table takes the import's first ID, and every field the import's
+// shape of an assignment row (see the configuration import's tests).
 TEST(TariffAssignment, NewRowIsStoredLikeAnImportedOne)
-{
-    // The demo configuration, imported by the program's own import.
-    test::TempRoot root;
-    QFile demo(QStringLiteral(BROVANT_SOURCE_DIR "/demo/passive.dtr"));
-    ASSERT_TRUE(demo.open(QIODevice::ReadOnly));
-    root.writeFile(QStringLiteral("Brovant/passive.dtr"), demo.readAll());
-    DeviceSession session(root.path(), Database::Durability::Relaxed);
-    session.openDatabase();
-    ScriptedDialogs dialogs;
-    ASSERT_EQ(
-        ConfigImport(session.root(), session.database(), session.store(), dialogs, nullptr).run(),
-        ConfigImport::Result::Loaded);
-    MasterTables tables = loadSettings(session.store(), session.database(), nullptr, nullptr);
-    TariffAssignmentLogic::SpeciesTariffs speciesTariffs;
-    Dataset rows(session.database(), schema::Einstellungen);
-    TariffAssignmentLogic logic(rows, tables, speciesTariffs, dialogs);
-    dialogs.clear();
-
-    ASSERT_TRUE(logic.openRegion(QStringLiteral("WR02")));
-    logic.setEditLine(row("WR02", "FI", "FI01")); // imported as WR02 FI FI02
-    EXPECT_FALSE(logic.save());
-    logic.setEditLine(row("WR03", "FI", "FI02"));
-    ASSERT_TRUE(logic.save()) << str(dialogs.asked().join(u'\n'));
-    EXPECT_EQ(dialogs.asked(),
-              QStringList{QStringLiteral("Kombination WR/HA|existiert bereits!|")});
-
-    // Everything but ID, REGION_A and TARIF must match the imported row.
-    const QString columns = QStringLiteral(
-        "ID_TYPE, DMSTUFE, typeof(DMSTUFE), BHDBIS, BHD, KUBATUR, HS1, typeof(HS1), HS6, "
-        "typeof(HS6), BAUMART, REGION_A, TARIF, ID");
-    auto imported = session.database().query(
-        QStringLiteral("SELECT %1 FROM Brov_Einstellungen WHERE REGION_A = 'WR02    ' AND "
-                       "BAUMART = 'FI '")
-            .arg(columns));
-    auto typed = session.database().query(
-        QStringLiteral("SELECT %1 FROM Brov_Einstellungen WHERE REGION_A LIKE 'WR03%'")
-            .arg(columns));
-    ASSERT_TRUE(imported.next());
-    ASSERT_TRUE(typed.next());
-    QStringList a, b;
-    for (int i = 0; i < 11; ++i) {
-        a << imported.text(i);
-        b << typed.text(i);
-    }
-    EXPECT_EQ(a, b);
-    EXPECT_EQ(str(typed.text(11)), "WR03    ");
-    EXPECT_EQ(str(typed.text(12)), "FI02 ");
-    auto maxId = session.database().query(QStringLiteral("SELECT MAX(ID) FROM Brov_Einstellungen "
-                                                         "WHERE REGION_A NOT LIKE 'WR03%'"));
-    ASSERT_TRUE(maxId.next());
-    EXPECT_EQ(typed.integer(13), maxId.integer(0) + 1);
-}
-
-TEST(TariffAssignment, FirstIdOfAnEmptyTableIsTheImportsFirst)
 {
     Device d;
     ASSERT_TRUE(d.logic->openAll());
-    d.logic->setEditLine(row("WR01", "FI", "FI01"));
+    d.logic->setEditLine(row("WR03", "FI", "FI02"));
     ASSERT_TRUE(d.logic->save());
-    EXPECT_EQ(d.stored(), QStringList{QStringLiteral("0|WR01    |FI |FI01 ")});
+    EXPECT_EQ(test::committedRows(d.session.database().file(),
+                                  "SELECT ID, ID_TYPE, DMSTUFE, typeof(DMSTUFE), BHDBIS, BHD, "
+                                  "KUBATUR, typeof(HS1), typeof(HS6), REGION_A, BAUMART, TARIF "
+                                  "FROM Brov_Einstellungen"),
+              QStringList{"0|3||text|0|0|0|null|null|WR03    |FI |FI02 "});
 }
 
 struct OpenCase {
