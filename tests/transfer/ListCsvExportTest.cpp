@@ -1,8 +1,9 @@
 // A list as a spreadsheet file, compared byte for byte with data/list_umlauts.csv, written by hand
-// from the rows below: byte order mark, umlauts in the list number, codes and texts, an addition
-// with a semicolon and quotes, factor 0.90 truncated per record (0.59 -> 0.53, 0.01 -> 0.00), codes
-// and the list number stored blank-padded, empty fields as empty cells, trees in table order, the
-// trees of another list left out. The file goes to the printer folder, "\My Documents" unless set.
+// from the rows of data/list_umlauts.sql: byte order mark, umlauts in the list number, codes and
+// texts, an addition with a semicolon and quotes, factor 0.90 truncated per record (0.59 -> 0.53,
+// 0.01 -> 0.00), codes and the list number stored blank-padded, empty fields as empty cells, trees
+// in table order, the trees of another list left out. The file goes to the printer folder, "\My
+// Documents" unless set.
 #include "transfer/ListFileFixture.h"
 
 #include "masterdata/SettingsStore.h"
@@ -33,46 +34,11 @@ protected:
                                                            {"EXPORTED_N_NI", num(2)}}));
         set("Brov_Kopfdaten", more);
     }
-
-    void buildGoldenList()
-    {
-        list(3, "HÖHE 7  ",
-             {{"ZUSATZ_A", txt("Abt. 12; Fläche \"Süd\"")},
-              {"DATUM_A", txt("04.05.2026")},
-              {"KOR_FAKTOR_N", num(90)},
-              {"REGION_A", txt("Süd     ")}});
-        list(4, "ANDERE");
-        treeRow(3, 5, 1,
-                {{},
-                 num(2),
-                 txt("BÄ "),
-                 num(34),
-                 txt("34"),
-                 num(230),
-                 txt("Ü "),
-                 txt("ß"),
-                 txt("BÄ01 ")});
-        tree(4, 1, num(1), {{"STK", num(9)}, {"BAUMART", txt("XX")}, {"KUBATUR", num(999)}});
-        treeRow(3, 1, 1,
-                {{}, num(1), txt("FI"), num(26), txt("26"), num(59), txt(""), {}, txt("FI01")});
-        treeRow(3, 3, 1,
-                {{},
-                 num(12),
-                 txt("KI"),
-                 num(140),
-                 txt("99"),
-                 num(123456),
-                 txt("N1"),
-                 txt("K2"),
-                 txt("KI01")});
-        treeRow(3, 7, 1, {{}, num(1), txt("TA"), num(5), txt("08"), num(1)});
-        tree(3, 8, num(1), {{"BAUMART", txt("EI")}, {"TARIF", txt("EI01")}});
-    }
 };
 
 TEST_F(ListCsvExportTest, WritesTheGoldenFile)
 {
-    buildGoldenList();
+    ASSERT_NO_FATAL_FAILURE(rowsFrom("list_umlauts.sql"));
     EXPECT_EQ(exporter().filePath(3), QStringLiteral("\\My Documents\\HÖHE 7.csv"));
     EXPECT_EQ(exporter().write(3),
               std::optional<QString>(QStringLiteral("\\My Documents\\HÖHE 7.csv")));
@@ -83,7 +49,7 @@ TEST_F(ListCsvExportTest, WritesTheGoldenFile)
 
 TEST_F(ListCsvExportTest, LeavesTheListFileAndTheMarkingAlone)
 {
-    buildGoldenList();
+    ASSERT_NO_FATAL_FAILURE(rowsFrom("list_umlauts.sql"));
     ListFileExport listFiles(session->root(), db(), session->store(), dialogs);
     ASSERT_TRUE(listFiles.writeList(3));
     const QString datName = listFiles.filePath(3).section(u'\\', -1);

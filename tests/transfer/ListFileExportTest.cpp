@@ -1,6 +1,6 @@
-// The list file as the office reads it: whole files compared byte for byte with the expected files
-// in data/, which make_golden.py builds field by field from the record layouts (never from this
-// program). What each one holds:
+// The list file as the office reads it: the device of data/export_device.sql written, and whole
+// files compared byte for byte with the expected files in data/, which make_golden.py builds field
+// by field from the record layouts (never from this program). What each one holds:
 //   export_all_pairs.dat     every header pair "002".."009", a label longer than 20 characters
 //                            (KOPF07) and an empty one (KOPF18), flag 7 written as "%d", two
 //                            regions, trees of ID_TYPE 1, 2 and 0 ("10A", "10B", "10B") with a
@@ -80,99 +80,11 @@ protected:
                                    {"STRUKTUR", txt("T00300")},
                                    {"DUE_MARK", num(mark)}});
     }
-
-    // The device behind every golden file, in the same order as make_golden.py.
-    void buildGoldenDevice()
-    {
-        for (const auto& [id, region, species, tariffName] :
-             std::initializer_list<std::tuple<int, const char*, const char*, const char*>>{
-                 {7, "WR01", "BU ", "BU01 "},
-                 {2, "WR01    ", "FI ", "FI01 "},
-                 {4, "wr01", "TA ", "TA01 "},
-                 {3, "WR02", "FI ", "FI02 "},
-                 {1, "WR01    Z", "KI ", "KI01 "},
-                 {9, "Süd", "BÄ ", "BÄ01 "},
-                 {10, "SÜD", "EI ", "EI01 "},
-                 {11, "AB", "FI ", "T1"},
-                 {12, "AB   ", "TA ", "T2"},
-                 {13, "ab", "KI ", "T3"},
-                 {14, "AB      ", "BU ", "T4"},
-                 {15, " AB", "EI ", "T5"},
-                 {16, "ABC", "ES ", "T6"},
-                 {17, "ab  ", "LA ", "T7"},
-                 {18, "Ab", "DG ", "T8"}})
-            tariff(id, region, species, tariffName);
-        // Other kinds of master rows never become "712" lines.
-        tariff(5, "WR01", "FI ", "XX01 ", schema::TariffVolumeRow);
-        tariff(6, "AB", "FI ", "XX02 ", schema::SpeciesVolumeRow);
-
-        const char* const head = "ID_FILE LISTE_NR ZUSATZ_A DATUM_A KOR_FAKTOR_N REGION_A DUE_MARK "
-                                 "EXPORTED_N_NI STRUKTUR";
-        insert(schema::Kopfdaten, head,
-               {num(3), txt("HIEB01"), txt("Abt. 12 Süd, Steilhang"), txt("04.05.2026"), num(95),
-                txt("WR01"), num(1), num(2), txt("T00300")});
-        headerTexts({"Forstamt Grünwald", "Revier Nord", "12", "a", "Fichte Altholz", "Kahlschlag",
-                     "Stammholz", "Sägewerk Müller GmbH", "Rückebetrieb Öttl", "m³", "P-17",
-                     "Waldweg 3", "1234567890123456789012345678901234567890", "Anna Probe",
-                     "Preis 12 €", "x"});
-        // A list that is not marked writes nothing, and its rows stay out of the other files.
-        plainList(4, "NICHT", 0);
-        region(3, 0, "WR01", "FI ", "FI01 ");
-        region(4, 0, "WR01", "XX ", "XX01 ");
-        region(3, 1, "WR01", "BU ", "BU01 ");
-        // Record numbers out of order: the file follows the table's order.
-        treeRow(3, 5, 1,
-                {txt("1"), num(1), txt("FI"), num(26), txt("26"), num(59), txt(""), txt(""),
-                 txt("FI01")});
-        tree(4, 0, num(1), {{"PARZ", txt("X")}, {"BAUMART", txt("XX")}});
-        treeRow(3, 1, 2,
-                {txt("12a"), num(12), txt("BU"), num(140), txt("99"), num(123456), txt("N1"),
-                 txt("K2"), txt("BU01")});
-        treeRow(3, 3, 0, {{}, {}, txt("KI"), num(5), txt("5"), num(7), {}, {}, txt("KI01")});
-
-        insert(schema::Kopfdaten, head,
-               {num(1),
-                txt("L2"),
-                {},
-                txt("01.01.2026"),
-                num(100),
-                txt("WR02"),
-                num(1),
-                {},
-                txt("T00300")});
-        headerTexts({nullptr, "nur zweiter Text", "", nullptr, nullptr, "   ", nullptr, nullptr,
-                     nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, "Ende"});
-        treeRow(1, 0, 1,
-                {txt("7"), num(3), txt("FI"), num(31), txt("32"), num(198), {}, {}, txt("FI02")});
-
-        insert(schema::Kopfdaten, "ID_FILE LISTE_NR REGION_A DUE_MARK",
-               {num(8), txt("LEER"), txt("WR01"), num(1)});
-        region(8, 0, "WR01", "TA ", "TA01 ");
-
-        insert(schema::Kopfdaten, head,
-               {num(9),
-                txt("ÄÖÜäöüß"),
-                txt("Überhälter äußerst groß, Łódź"),
-                txt("1. März 26"),
-                num(100),
-                txt("Süd"),
-                num(1),
-                {},
-                txt("Ö00300")});
-        headerTexts({"Förster Jürgen", "Größe Ä", "Öl"});
-        region(9, 0, "Süd", "BÄ", "BÄ01");
-        treeRow(9, 0, 1,
-                {txt("Ä1"), num(1), txt("BÄ"), num(44), txt("Ö"), num(215), txt("Ü"), txt("ß"),
-                 txt("BÄ01")});
-
-        plainList(10, "BLANKS", 1, "AB      ");
-        plainList(11, "KLEIN", 1, "ab");
-    }
 };
 
 TEST_F(ListFileExportTest, MarkedListsMatchTheExpectedFilesByteForByte)
 {
-    ASSERT_NO_FATAL_FAILURE(buildGoldenDevice());
+    ASSERT_NO_FATAL_FAILURE(rowsFrom("export_device.sql"));
     EXPECT_EQ(exporter().markedCount(), 6);
     EXPECT_EQ(exporter().writeMarked(), 6);
     EXPECT_EQ(dialogs.asked(), QStringList());

@@ -75,6 +75,12 @@ protected:
 
     Database& db() { return session->database(); }
 
+    // Rows from an SQL file of tests/transfer/data.
+    void rowsFrom(const char* file)
+    {
+        ASSERT_TRUE(db().exec(QString::fromUtf8(golden(file)))) << db().lastError().toStdString();
+    }
+
     // One row; the fields not named stay NULL.
     void insert(const TableDescriptor& table, Values values)
     {
@@ -91,45 +97,6 @@ protected:
         for (const auto& v : values)
             q.bind(i++, v.second);
         ASSERT_TRUE(q.run()) << db().lastError().toStdString();
-    }
-
-    // One row from its columns named in a row ("ID_FILE LISTE_NR") and their values in order.
-    void insert(const TableDescriptor& table, const char* columns,
-                std::initializer_list<FieldValue> values)
-    {
-        const QStringList names = QString::fromLatin1(columns).split(u' ');
-        ASSERT_EQ(names.size(), qsizetype(values.size()));
-        auto q = db().query(QStringLiteral("INSERT INTO %1 (%2) VALUES (?%3)")
-                                .arg(QLatin1StringView(table.name), names.join(u','),
-                                     QStringLiteral(", ?").repeated(names.size() - 1)));
-        int i = 1;
-        for (const FieldValue& v : values)
-            q.bind(i++, v);
-        ASSERT_TRUE(q.run()) << db().lastError().toStdString();
-    }
-    // The header texts KOPF1_A... of the list inserted last; nullptr leaves one NULL.
-    void headerTexts(std::initializer_list<const char*> texts)
-    {
-        int n = 1;
-        for (const char* text : texts) {
-            auto q =
-                db().query(QStringLiteral("UPDATE Brov_Kopfdaten SET KOPF%1_A = ? WHERE rowid = "
-                                          "last_insert_rowid()")
-                               .arg(n++));
-            q.bind(1, text ? txt(text) : FieldValue{});
-            ASSERT_TRUE(q.run());
-        }
-    }
-    // A tree row with PARZ, STK, BAUMART, BHD, DMSTUFE, KUBATUR, NA, KA, TARIF in that order.
-    void treeRow(std::int64_t list, std::int64_t id, std::int64_t type,
-                 std::initializer_list<FieldValue> fields)
-    {
-        ASSERT_NO_FATAL_FAILURE(tree(list, id, num(type)));
-        const char* const names[] = {"PARZ",    "STK", "BAUMART", "BHD",  "DMSTUFE",
-                                     "KUBATUR", "NA",  "KA",      "TARIF"};
-        const char* const* name = names;
-        for (const FieldValue& v : fields)
-            set("Brov_Holzdaten", {{*name++, v}});
     }
 
     // Sets fields of the row inserted last.

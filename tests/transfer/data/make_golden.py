@@ -4,7 +4,7 @@ layouts of the list file (fixed widths of Brov_Kopfdaten, Brov_Region, Brov_Holz
 Brov_Einstellungen). It never runs the program. Run it once from this folder when the layout or the
 test data change, then look at the lines it prints with their column ruler.
 
-The values here are the same as the ones ListFileExportTest puts into its database.
+The values here are the same as the rows of export_device.sql, which ListFileExportTest loads.
 """
 
 LABELS = [
