@@ -10,28 +10,10 @@ namespace {
 using namespace Qt::StringLiterals;
 using SettingsTest = ImportFixture;
 
-// The registry's section and entry names, numbered ones expanded.
-TEST(SettingsLayout, NamesExpand)
+// The sections the configuration owns: a new configuration clears them (the names themselves are
+// the registry's as the import and the tool show it: ConfigImportTest, ToolTest).
+TEST(SettingsLayout, MasterDataSections)
 {
-    const std::tuple<Setting, int, int, const char*, const char*> cases[] = {
-        {Setting::KopfLabel, 0, 0, "HDL_KOPF", "KOPF00"},
-        {Setting::KopfLabel, 0, 19, "HDL_KOPF", "KOPF19"},
-        {Setting::Plausi, 0, 16, "HDL_KOPF", "PLAUSI16"},
-        {Setting::Auswahl, 3, 12, "KOPF03", "AUSWAHL12"},
-        {Setting::Holzart, 0, 60, "HOLZART", "Holzart60"},
-        {Setting::HauptHolzart, 0, 1, "HA_HAUPT", "Holzart01"},
-        {Setting::NaLang, 0, 2, "NA", "NA_Lang02"},
-        {Setting::KalKurz, 0, 12, "KAL", "KAL_Kurz12"},
-        {Setting::Firmenkopf, 0, 5, "FIRMENKOPF", "5"},
-        {Setting::ModemNumber, 0, 4, "MODEM", "Number4"},
-        {Setting::PrinterSeitenlaenge, 0, 3, "Printer", "Seitenlaenge3"},
-        {Setting::PrinterFrage, 0, 0, "Printer", "Frage0"},
-        {Setting::FieldSoftwareFrage, 0, 0, "Printer", "m_bFieldSoftwarePrinterFrage"}};
-    for (const auto& [id, sectionIndex, index, section, entry] : cases) {
-        EXPECT_EQ(SettingsStore::sectionName(id, sectionIndex), QLatin1StringView(section));
-        EXPECT_EQ(SettingsStore::entryName(id, index), QLatin1StringView(entry));
-    }
-
     const QStringList sections = SettingsStore::masterDataSections(true);
     EXPECT_EQ(sections.size(), 22);
     for (const char* s : {"ALLG", "HDL_KOPF", "HOLZART", "KAL", "KOPF01", "KOPF16", "NA", "KONFIG"})

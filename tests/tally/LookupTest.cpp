@@ -98,10 +98,6 @@ TEST_F(LookupTest, CorrectedVolumeTruncatesPerRecord)
                           {50, 90, 45},   {55, 90, 49},    {-135, 95, -128}};
     for (const Case& c : cases)
         EXPECT_EQ(lookup::correctedVolume(c.volume, c.factor), c.corrected) << c.volume;
-    std::int64_t sum = 0;
-    for (std::int64_t v : {45, 50, 55})
-        sum += lookup::correctedVolume(v, 90);
-    EXPECT_EQ(sum, 134);
 }
 
 TEST_F(LookupTest, TariffChoicesInTableOrder)

@@ -37,15 +37,9 @@ TEST_F(ToolEvaluation, TalliedTreesShowInTheTotals)
         {{"tally", "HIEB01", "--bhd", "25", "--species", "FI", "--tarif", "FI01"},
          "ID=1\nID_TYPE=1\nTARIF=FI01\nBAUMART=FI\nNA=\nKA=\nSTK=1\nBHD=26\nDMSTUFE=26\n"
          "KUBATUR=0.59\n"},
-        {{"tally", "HIEB01", "--bhd", "31", "--stk", "2", "--species", "FI", "--tarif", "FI01"},
-         "ID=2\nID_TYPE=1\nTARIF=FI01\nBAUMART=FI\nNA=\nKA=\nSTK=2\nBHD=32\nDMSTUFE=32\n"
-         "KUBATUR=1.98\n"},
-        {{"tally", "HIEB01", "--bhd", "40", "--species", "BU", "--tarif", "BU01"},
-         "ID=3\nID_TYPE=1\nTARIF=BU01\nBAUMART=BU\nNA=\nKA=\nSTK=1\nBHD=40\nDMSTUFE=40\n"
-         "KUBATUR=1.75\n"},
         // Without --tarif the species keeps the tariff of its latest tree in the list.
         {{"tally", "HIEB01", "--bhd", "25", "--species", "FI"},
-         "ID=4\nID_TYPE=1\nTARIF=FI01\nBAUMART=FI\nNA=\nKA=\nSTK=1\nBHD=26\nDMSTUFE=26\n"
+         "ID=2\nID_TYPE=1\nTARIF=FI01\nBAUMART=FI\nNA=\nKA=\nSTK=1\nBHD=26\nDMSTUFE=26\n"
          "KUBATUR=0.59\n"},
     };
     for (const auto& s : saves) {
@@ -54,14 +48,13 @@ TEST_F(ToolEvaluation, TalliedTreesShowInTheTotals)
         EXPECT_EQ(r.out, QString::fromLatin1(s.out));
         EXPECT_EQ(r.err, QString());
     }
-    EXPECT_EQ(trees(), (QStringList{"1|1|FI|FI01|1|26|26|59", "1|2|FI|FI01|2|32|32|198",
-                                    "1|3|BU|BU01|1|40|40|175", "1|4|FI|FI01|1|26|26|59"}));
+    EXPECT_EQ(trees(), (QStringList{"1|1|FI|FI01|1|26|26|59", "1|2|FI|FI01|1|26|26|59"}));
 
-    // FI: 53 + 178 + 53 (59, 198, 59 at 90 %), BU: 157; the name matches without its padding.
-    const QString rows = QStringLiteral("BU|   1.57|   1| 1.57\n"
-                                        "FI|   2.84|   4| 0.71\n"
+    // 53 + 53 (59 at 90 %, each truncated); the name matches without its padding. How the rows
+    // are made: TotalsTest.
+    const QString rows = QStringLiteral("FI|   1.06|   2| 0.53\n"
                                         "|||\n"
-                                        "|   4.41|   5| 0.88\n");
+                                        "|   1.06|   2| 0.53\n");
     for (const char* name : {"HIEB01", "HIEB01  "}) {
         const ToolRun r = run({"totals", name});
         EXPECT_EQ(r.status, 0) << r.err.toStdString();
@@ -85,8 +78,6 @@ TEST_F(ToolEvaluation, RefusedTreesAndBadCalls)
         const char* err; // nullptr: any message
     } cases[] = {
         // The tally's own checks (TallyLogicTest) say their message this way.
-        // A species without a tree in the list and no tariff remembered has none.
-        {{"tally", "HIEB01", "--bhd", "25", "--species", "TA"}, 1, "Tarif fehlt !!!\n"},
         {{"tally", "HIEB01", "--bhd", "25", "--species", "FI", "--tarif", "XX01"},
          1,
          "Keine Kubatur vorhanden,\nbitte Stammdaten korrigieren!\n"},

@@ -216,37 +216,6 @@ TEST_F(CaliperReaderTest, StatesOfStartStopAndRestart)
                                           State::Off, State::Connected, State::Off}));
 }
 
-TEST_F(CaliperReaderTest, ReplaysARecordedSession)
-{
-    QFile file(
-        QStringLiteral(BROVANT_SOURCE_DIR "/tests/tally/caliper/data/caliper-transcript.txt"));
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    const QByteArray transcript = file.readAll();
-    QByteArrayList telegrams;
-    for (QByteArray line : transcript.split('\n')) {
-        line.chop(line.endsWith('\r') ? 1 : 0);
-        if (!line.isEmpty())
-            telegrams << line;
-    }
-    const QStringList expected = accepted(telegrams);
-    ASSERT_EQ(telegrams.size(), 58); // 60 lines, two of them empty
-    ASSERT_EQ(expected.size(), 53);  // five are noise
-    EXPECT_EQ(expected.first(), "2/36");
-    EXPECT_TRUE(expected.contains("-1/5"));
-
-    ASSERT_TRUE(reader.start(3));
-    EXPECT_TRUE(reader.running());
-    EXPECT_EQ(reader.port(), 3);
-    for (const QByteArray& line : transcript.split('\n'))
-        ASSERT_TRUE(pty.write(line + '\n'));
-    ASSERT_TRUE(waitUntil([&] { return received.size() >= telegrams.size(); }))
-        << received.size() << " of " << telegrams.size();
-    settle(100);
-    EXPECT_EQ(received, telegrams);
-    EXPECT_EQ(measured, expected);
-    EXPECT_TRUE(dialogs.asked().isEmpty());
-}
-
 TEST_F(CaliperReaderTest, ThousandTelegramsAtFullSpeedArriveOnceInOrder)
 {
     QByteArray stream;
