@@ -37,54 +37,55 @@ const QString kSettingsQuestion =
     QStringLiteral("Frage: Hiermit werden nur Holzlisten gesichert, für|die Konfiguration muss ein "
                    "Backup gemacht|werden. Wollen Sie die Listen sichern? [JA/NEIN] JA");
 
+// The messages since the last call, one line each: "Hinweis: …", "Frage: … [JA/NEIN] JA" with the
+// answer given, "Info: …" and "Info zu" for the information window, a run of progress steps as
+// one line ("Fortschritt: 0 10 100"); while the window counts lines ("Zeile: 1" …) only its last
+// count stays.
+QStringList said(ScriptedDialogs& dialogs)
+{
+    using Kind = ScriptedDialogs::Kind;
+    const QString counting = QStringLiteral("|Zeile: ");
+    QStringList out;
+    for (const ScriptedDialogs::Message& m : dialogs.messages()) {
+        QStringList lines = m.lines;
+        while (!lines.isEmpty() && lines.last().isEmpty())
+            lines.removeLast();
+        const QString text = lines.join(u'|');
+        const int chosen = m.kind == Kind::Question ? int(m.answer) - int(Answer::First)
+                                                    : (m.answer == Answer::Yes ? 0 : 1);
+        const QString line =
+            m.kind == Kind::Notice     ? QStringLiteral("Hinweis: ") + text
+            : m.kind == Kind::Progress ? QStringLiteral("Fortschritt: %1").arg(m.percent, 0, 'f', 0)
+            : m.kind != Kind::Info     ? QStringLiteral("Frage: %1 [%2] %3")
+                                         .arg(text, m.captions.join(u'/'), m.captions.value(chosen))
+            : m.showCommand == MessageDialogs::Show ? QStringLiteral("Info: ") + text
+                                                    : QStringLiteral("Info zu");
+        const QString last = out.isEmpty() ? QString() : out.last();
+        if (m.kind == Kind::Progress && last.startsWith(QStringLiteral("Fortschritt:")))
+            out.last() += line.mid(12);
+        else if (line.contains(counting) && last.contains(counting)
+                 && last.section(counting, 0, 0) == line.section(counting, 0, 0))
+            out.last() = line;
+        else
+            out << line;
+    }
+    if (dialogs.beeps() > 0)
+        out << QStringLiteral("Signalton: %1").arg(dialogs.beeps());
+    EXPECT_EQ(dialogs.pendingAnswers(), 0u) << "answers left over";
+    EXPECT_EQ(dialogs.unansweredQuestions(), 0) << "questions without a scripted answer";
+    dialogs.clear();
+    return out;
+}
+
+ProgramSetup morning()
+{
+    return ProgramSetup().durable().at(QDateTime(QDate(2026, 5, 4), QTime(7, 5)));
+}
+
+// The program started on the staged demo configuration, the start-up messages forgotten.
 class ForesterDay : public ::testing::Test {
 protected:
-    // The program started on the staged demo configuration, the start-up messages forgotten.
-    void begin(bool forget = true)
-    {
-        ASSERT_TRUE(h.app.start());
-        h.app.stack().mainWindow()->activateWindow();
-        ASSERT_TRUE(QTest::qWaitForWindowActive(h.app.stack().mainWindow()));
-        if (forget)
-            h.dialogs.clear();
-    }
-
-    void tapField(const QString& name)
-    {
-        auto* edit = h.edit(name);
-        ASSERT_NE(edit, nullptr) << str(name);
-        QTest::mouseClick(edit, Qt::LeftButton);
-        // The field selects its value for typing over once the tap has placed the cursor.
-        QApplication::processEvents();
-    }
-    void tapTab(const char* bar, int index)
-    {
-        auto* tabs = h.active()->findChild<QTabBar*>(QLatin1StringView(bar));
-        ASSERT_NE(tabs, nullptr) << bar;
-        QTest::mouseClick(tabs, Qt::LeftButton, {}, tabs->tabRect(index).center());
-        ASSERT_EQ(tabs->currentIndex(), index);
-    }
-    void tapButton(const QString& name)
-    {
-        auto* button = h.active()->findChild<QAbstractButton*>(name);
-        ASSERT_NE(button, nullptr) << str(name);
-        ASSERT_TRUE(button->isVisible() && button->isEnabled()) << str(name);
-        // Check boxes are hit on their mark.
-        QTest::mouseClick(button, Qt::LeftButton, {}, QPoint(10, button->height() / 2));
-    }
-    void choose(const char* combo, const QString& entry)
-    {
-        auto* box = h.active()->findChild<QComboBox*>(QLatin1StringView(combo));
-        ASSERT_NE(box, nullptr) << combo;
-        ASSERT_GE(box->findText(entry), 0) << combo << " has no " << str(entry);
-        box->setCurrentIndex(box->findText(entry));
-    }
-    // Typed on the soft keys, a blank on the space key.
-    void type(const QString& characters)
-    {
-        for (const QChar c : characters)
-            h.type(c == u' ' ? QStringLiteral("␣") : QString(c));
-    }
+    QStringList said() { return brovant::said(h.dialogs); }
     void toMainMenu()
     {
         for (int i = 0; i < 4 && h.active() != h.app.mainMenu(); ++i)
@@ -96,30 +97,24 @@ protected:
         ASSERT_NO_FATAL_FAILURE(toMainMenu());
         h.press(MainMenuDlg::kSelectList);
         ASSERT_EQ(h.activeName(), QStringLiteral("listSelection"));
-        tapTab("tabs", tab);
+        h.tapTab(QStringLiteral("tabs"), tab);
     }
     void openSettings(int tab)
     {
         ASSERT_NO_FATAL_FAILURE(toMainMenu());
         h.press(MainMenuDlg::kSettings);
         ASSERT_EQ(h.activeName(), QStringLiteral("settings"));
-        tapTab("tabs1021", tab);
+        h.tapTab(QStringLiteral("tabs1021"), tab);
     }
     QTreeWidget* listView() { return h.find<ListSelectionDlg>()->listView(); }
     void selectList(const QString& name)
     {
         ASSERT_EQ(h.activeName(), QStringLiteral("listSelection"));
-        QTreeWidget* view = listView();
-        for (int i = 0; i < view->topLevelItemCount(); ++i) {
-            QTreeWidgetItem* item = view->topLevelItem(i);
-            if (item->text(0).trimmed() == name) {
-                QTest::mouseClick(view->viewport(), Qt::LeftButton, {},
-                                  view->visualItemRect(item).center());
-                ASSERT_EQ(view->currentItem(), item);
-                return;
-            }
-        }
-        FAIL() << "no row " << str(name);
+        const auto rows = listView()->findItems(name, Qt::MatchStartsWith);
+        ASSERT_EQ(rows.size(), 1) << "no row " << str(name);
+        QTest::mouseClick(listView()->viewport(), Qt::LeftButton, {},
+                          listView()->visualItemRect(rows.first()).center());
+        ASSERT_EQ(listView()->currentItem(), rows.first());
     }
     QString selectedList()
     {
@@ -127,15 +122,7 @@ protected:
         return item ? item->text(0).trimmed() : QStringLiteral("<none>");
     }
     // The rows of the list selection as shown: list, "DÜ" column, addition.
-    QStringList shownLists()
-    {
-        QStringList out;
-        for (int i = 0; i < listView()->topLevelItemCount(); ++i) {
-            const QTreeWidgetItem* item = listView()->topLevelItem(i);
-            out << item->text(0) + u'|' + item->text(1) + u'|' + item->text(2);
-        }
-        return out;
-    }
+    QStringList shownLists() { return Program::shownRows(listView()); }
     // A new list on the header screen, page by page: name, addition, factor and region on page 1,
     // the mandatory Forstamt, Revier, Abteilung and Aufnehmer from their choices or typed.
     void makeList(const QString& name, const QString& addition, const QString& region,
@@ -144,23 +131,23 @@ protected:
         ASSERT_NO_FATAL_FAILURE(toMainMenu());
         h.press(MainMenuDlg::kNewList);
         ASSERT_EQ(h.activeName(), QStringLiteral("listHeader"));
-        type(name);
+        h.type(name);
         h.press(KeypadScreen::kNextField);
-        type(addition);
+        h.type(QString(addition).replace(u' ', QStringLiteral("␣")));
         h.press(KeypadScreen::kNextField); // the date stays today's
         h.press(KeypadScreen::kNextField);
         if (factor != 100)
-            type(QString::number(factor));
+            h.type(QString::number(factor));
         h.press(KeypadScreen::kNextField);
         h.pick(region);
         h.press(KeypadScreen::kEnter);
         h.pick(QStringLiteral("Forstamt Musterwald"));
         h.pick(QStringLiteral("Revier Hirschberg"));
         h.press(KeypadScreen::kEnter);
-        type(QStringLiteral("7"));
+        h.type(QStringLiteral("7"));
         for (int page = 3; page < 7; ++page)
             h.press(KeypadScreen::kEnter);
-        tapField(QStringLiteral("KOPF12_A"));
+        h.tapField(QStringLiteral("KOPF12_A"));
         h.pick(recorder);
         for (int page = 7; page <= 9; ++page)
             h.press(KeypadScreen::kEnter);
@@ -176,63 +163,20 @@ protected:
         ASSERT_TRUE(QFile::link(cable.end(0), h.root.host(QStringLiteral("dev/COM1"))));
         ASSERT_NO_FATAL_FAILURE(openSettings(0));
         h.dialogs.answerNext(Answer::Yes);
-        tapButton(QStringLiteral("check1194"));
-        tapTab("tabs1021", 1);
+        h.click(QStringLiteral("check1194"));
+        h.tapTab(QStringLiteral("tabs1021"), 1);
         h.click(SettingsDlg::kCommunication);
         ASSERT_EQ(h.activeName(), QStringLiteral("printerSettings"));
-        tapButton(QStringLiteral("cable"));
+        h.click(QStringLiteral("cable"));
         ASSERT_EQ(h.activeName(), QStringLiteral("cableSettings"));
-        choose("port", QStringLiteral("COM1"));
+        h.choose(QStringLiteral("port"), QStringLiteral("COM1"));
         h.press(KeypadScreen::kEnter);
         ASSERT_EQ(h.activeName(), QStringLiteral("printerSettings"));
-        tapTab("tabs", PrinterSettingsDlg::CaliperTab);
-        tapButton(QStringLiteral("caliperActive"));
-        choose("caliperPort", QStringLiteral("COM3"));
+        h.tapTab(QStringLiteral("tabs"), PrinterSettingsDlg::CaliperTab);
+        h.click(QStringLiteral("caliperActive"));
+        h.choose(QStringLiteral("caliperPort"), QStringLiteral("COM3"));
         h.press(KeypadScreen::kEnter);
         ASSERT_EQ(h.activeName(), QStringLiteral("settings"));
-    }
-
-    // The messages since the last call, one line each: "Hinweis: …", "Frage: … [JA/NEIN] JA" with
-    // the answer given, "Info: …" and "Info zu" for the information window, a run of progress
-    // steps as one line ("Fortschritt: 0 10 100"); while the window counts lines ("Zeile: 1" …)
-    // only its last count stays.
-    QStringList said() { return said(h.dialogs); }
-    static QStringList said(ScriptedDialogs& dialogs)
-    {
-        using Kind = ScriptedDialogs::Kind;
-        const QString counting = QStringLiteral("|Zeile: ");
-        QStringList out;
-        for (const ScriptedDialogs::Message& m : dialogs.messages()) {
-            QStringList lines = m.lines;
-            while (!lines.isEmpty() && lines.last().isEmpty())
-                lines.removeLast();
-            const QString text = lines.join(u'|');
-            const int chosen = m.kind == Kind::Question ? int(m.answer) - int(Answer::First)
-                                                        : (m.answer == Answer::Yes ? 0 : 1);
-            const QString line =
-                m.kind == Kind::Notice ? QStringLiteral("Hinweis: ") + text
-                : m.kind == Kind::Progress
-                    ? QStringLiteral("Fortschritt: %1").arg(m.percent, 0, 'f', 0)
-                : m.kind != Kind::Info
-                    ? QStringLiteral("Frage: %1 [%2] %3")
-                          .arg(text, m.captions.join(u'/'), m.captions.value(chosen))
-                : m.showCommand == MessageDialogs::Show ? QStringLiteral("Info: ") + text
-                                                        : QStringLiteral("Info zu");
-            const QString last = out.isEmpty() ? QString() : out.last();
-            if (m.kind == Kind::Progress && last.startsWith(QStringLiteral("Fortschritt:")))
-                out.last() += line.mid(12);
-            else if (line.contains(counting) && last.contains(counting)
-                     && last.section(counting, 0, 0) == line.section(counting, 0, 0))
-                out.last() = line;
-            else
-                out << line;
-        }
-        if (dialogs.beeps() > 0)
-            out << QStringLiteral("Signalton: %1").arg(dialogs.beeps());
-        EXPECT_EQ(dialogs.pendingAnswers(), 0u) << "answers left over";
-        EXPECT_EQ(dialogs.unansweredQuestions(), 0) << "questions without a scripted answer";
-        dialogs.clear();
-        return out;
     }
     // The backups in the folder, each with its count of lists and trees.
     QStringList backups()
@@ -244,8 +188,6 @@ protected:
                        + sqlRows(save.filePath(name), kCounts.toUtf8().constData()).join(u',');
         return out;
     }
-
-    // --- the tally screen ---------------------------------------------------------------------
 
     QString tallyLabel(const char* name) { return h.label(QLatin1StringView(name)); }
     QString shownRecord()
@@ -280,23 +222,20 @@ protected:
             const QString field = step.section(u'=', 0, 0);
             const QString value = step.section(u'=', 1);
             // A field the screen has just focused holds its value selected for typing over.
-            if (!field.isEmpty() && h.focused() != field) {
-                ASSERT_NO_FATAL_FAILURE(tapField(field));
-            }
+            if (!field.isEmpty() && h.focused() != field)
+                h.tapField(field);
             if (field == QStringLiteral("BHD") || field == QStringLiteral("STK")) {
                 h.type(value);
             } else if (value == u'-') {
                 h.press(KeypadScreen::kZiff);
                 h.press(Tally::kClear);
             } else {
-                ASSERT_NO_FATAL_FAILURE(h.pick(value)) << str(step);
+                h.pick(value);
             }
             if (field == QStringLiteral("BHD"))
                 h.press(KeypadScreen::kEnter);
         }
     }
-
-    // --- the office ---------------------------------------------------------------------------
 
     // A list as the office sends it: the header naming the file, "001" in the office's columns
     // (factor 0.90), a region and the trees.
@@ -309,28 +248,30 @@ protected:
                + "REGWR01    FI FI01 \r\n" + trees;
     }
 
-    Program h{ProgramSetup().unstarted().durable().at(QDateTime(QDate(2026, 5, 4), QTime(7, 5)))};
+    Program h{morning()};
     PseudoTerminal caliper;
     PtyCable cable; // end 0 the handheld, end 1 the office
 };
 
 // The handheld starts with the office's configuration staged: it is imported and loaded, the
 // caliper's keys bring the main species and its key 8 none of its own.
-TEST_F(ForesterDay, StartImportsTheStagedConfiguration)
+TEST(ForesterMorning, StartImportsTheStagedConfiguration)
 {
-    ASSERT_NO_FATAL_FAILURE(begin(false));
-    EXPECT_EQ(said(), (QStringList{
-                          "Info: Datenbank wird initialisiert...",
-                          "Fortschritt: 0 10 20 30 100",
-                          "Info zu",
-                          "Info: Konfiguration wird eingelesen...",
-                          "Fortschritt: 0 4 6 9 12 16 19 22 26 29 32 36 39 42 46 49 52 56 62 70 "
-                          "78 85 89 92 96 0",
-                          "Info zu",
-                          "Info: Konfiguration wird initialisiert...",
-                          "Fortschritt: 10 20",
-                          "Info zu",
-                      }));
+    Program h(morning().unstarted());
+    ASSERT_TRUE(h.app.start());
+    EXPECT_EQ(said(h.dialogs),
+              (QStringList{
+                  "Info: Datenbank wird initialisiert...",
+                  "Fortschritt: 0 10 20 30 100",
+                  "Info zu",
+                  "Info: Konfiguration wird eingelesen...",
+                  "Fortschritt: 0 4 6 9 12 16 19 22 26 29 32 36 39 42 46 49 52 56 62 70 "
+                  "78 85 89 92 96 0",
+                  "Info zu",
+                  "Info: Konfiguration wird initialisiert...",
+                  "Fortschritt: 10 20",
+                  "Info zu",
+              }));
     ASSERT_TRUE(h.session.configurationLoaded());
     EXPECT_EQ(h.active(), h.app.mainMenu());
     QStringList mainSpecies;
@@ -342,37 +283,11 @@ TEST_F(ForesterDay, StartImportsTheStagedConfiguration)
               89);
 }
 
-// The settings screens turn automatic backups on and choose the ports; each list made on the
-// header screen then ends in the list selection, which backs the lists up.
-TEST_F(ForesterDay, SettingsAndNewListsFromTheHeaderScreen)
-{
-    ASSERT_NO_FATAL_FAILURE(begin());
-    ASSERT_NO_FATAL_FAILURE(equip());
-    const SettingsStore& store = h.session.store();
-    EXPECT_EQ(store.readInt(Setting::BackupAuto), 1);
-    EXPECT_EQ(store.readInt(Setting::DuePort), 1);
-    EXPECT_EQ(store.readInt(Setting::KluppeAktiv), 1);
-    EXPECT_EQ(store.readInt(Setting::KluppePort), 3);
-    ASSERT_NO_FATAL_FAILURE(makeList("HIEB01", "NORDHANG", "WR01"));
-    ASSERT_NO_FATAL_FAILURE(makeList("SUED02", "SÜDHANG BUCHE", "WR02", 95, "Erika Musterfrau"));
-    EXPECT_EQ(said(), QStringList{kSettingsQuestion});
-    EXPECT_EQ(shownLists(), (QStringList{"HIEB01  |   0|NORDHANG", "SUED02  |   0|SÜDHANG BUCHE"}));
-    EXPECT_EQ(h.rows(QStringLiteral("SELECT ID_FILE, LISTE_NR, ZUSATZ_A, DATUM_A, KOR_FAKTOR_N, "
-                                    "REGION_A, KOPF1_A, KOPF2_A, KOPF3_A, KOPF12_A, DUE_MARK, "
-                                    "EXPORTED_N_NI FROM Brov_Kopfdaten ORDER BY rowid")),
-              (QStringList{"1|HIEB01|NORDHANG|04.05.2026|100|WR01|Forstamt Musterwald|Revier "
-                           "Hirschberg|7|Anna Probe|0|0",
-                           "2|SUED02|SÜDHANG BUCHE|04.05.2026|95|WR02|Forstamt Musterwald|Revier "
-                           "Hirschberg|7|Erika Musterfrau|0|0"}));
-    EXPECT_EQ(backups(), (QStringList{"0001_Auto.cdb|1|0", "0002_Auto.cdb|2|0"}));
-}
-
 // Trees typed on the keypad: the first before its species, a species' first tree bringing up
 // its tariffs, three trees at once, a quality and a caliper class put in and taken out again,
 // diameters below the first class bound and past the last, and one Enter without a diameter.
 TEST_F(ForesterDay, TallyByKeypad)
 {
-    ASSERT_NO_FATAL_FAILURE(begin());
     ASSERT_NO_FATAL_FAILURE(makeList("HIEB01", "NORDHANG", "WR01"));
     ASSERT_NO_FATAL_FAILURE(openTally("HIEB01"));
     EXPECT_EQ(tallyLabel("title"), QStringLiteral("Liste: HIEB01 - NORDHANG"));
@@ -412,7 +327,6 @@ TEST_F(ForesterDay, TallyByKeypad)
 // after it. Every 50th tree makes the automatic backup while the next telegrams wait.
 TEST_F(ForesterDay, TallyByCaliper)
 {
-    ASSERT_NO_FATAL_FAILURE(begin());
     ASSERT_NO_FATAL_FAILURE(equip());
     ASSERT_NO_FATAL_FAILURE(makeList("HIEB01", "NORDHANG", "WR01"));
     ASSERT_NO_FATAL_FAILURE(openTally("HIEB01"));
@@ -457,7 +371,6 @@ TEST_F(ForesterDay, TallyByCaliper)
 // one of them the first; the last tree given another of its species' tariffs.
 TEST_F(ForesterDay, CorrectionsOnTheTallyScreen)
 {
-    ASSERT_NO_FATAL_FAILURE(begin());
     ASSERT_NO_FATAL_FAILURE(makeList("HIEB01", "NORDHANG", "WR01"));
     ASSERT_NO_FATAL_FAILURE(openTally("HIEB01"));
     ASSERT_NO_FATAL_FAILURE(
@@ -474,7 +387,7 @@ TEST_F(ForesterDay, CorrectionsOnTheTallyScreen)
     h.dialogs.answerNext(Answer::Yes);
     h.press(Tally::kDown);
     EXPECT_EQ(tallyLabel("position"), QStringLiteral("5/5"));
-    ASSERT_NO_FATAL_FAILURE(tapField(QStringLiteral("BHD")));
+    h.tapField(QStringLiteral("BHD"));
     h.type(QStringLiteral("33"));
     h.dialogs.answerNext(Answer::No);
     h.press(Tally::kUp);
@@ -521,7 +434,6 @@ TEST_F(ForesterDay, CorrectionsOnTheTallyScreen)
 // from the list selection, its summary read back from the PDF.
 TEST_F(ForesterDay, TotalsAndThePrintedListing)
 {
-    ASSERT_NO_FATAL_FAILURE(begin());
     ASSERT_NO_FATAL_FAILURE(makeList("SUED02", "SÜDHANG BUCHE", "WR02", 95));
     ASSERT_NO_FATAL_FAILURE(openTally("SUED02"));
     ASSERT_NO_FATAL_FAILURE(
@@ -531,16 +443,9 @@ TEST_F(ForesterDay, TotalsAndThePrintedListing)
     ASSERT_NO_FATAL_FAILURE(openListSelection(ListSelectionDlg::EvaluationTab));
     h.press(ListSelectionDlg::kEval);
     ASSERT_EQ(h.activeName(), QStringLiteral("totals"));
-    QStringList totals;
-    auto* view = h.find<TotalsDlg>()->totalsView();
-    for (int i = 0; i < view->topLevelItemCount(); ++i) {
-        QStringList cells;
-        for (int c = 0; c < view->columnCount(); ++c)
-            cells << view->topLevelItem(i)->text(c);
-        totals << cells.join(u'|');
-    }
-    EXPECT_EQ(totals, (QStringList{"BU|   6.77|   3| 2.26", "FI|   2.96|   4| 0.74", "|||",
-                                   "|   9.73|   7| 1.39"}));
+    EXPECT_EQ(Program::shownRows(h.find<TotalsDlg>()->totalsView()),
+              (QStringList{"BU|   6.77|   3| 2.26", "FI|   2.96|   4| 0.74", "|||",
+                           "|   9.73|   7| 1.39"}));
     h.press(TotalsDlg::kPrint);
     h.press(Screen::kCancel);
     ASSERT_EQ(h.activeName(), QStringLiteral("listSelection"));
@@ -571,15 +476,31 @@ TEST_F(ForesterDay, TotalsAndThePrintedListing)
                                     "berechnet."}));
 }
 
-// "Send" over the cable with the office's brovant-tool at its other end: the marked lists arrive
-// as list files and are unmarked and counted once; with nothing marked "Send" says so. Then
-// "Receive" from the tool.
-TEST_F(ForesterDay, SendAndReceiveOverTheCable)
+// The settings screens turn automatic backups on and choose the ports; each list made on the
+// header screen then ends in the list selection, which backs the lists up. "Send" over the cable
+// with the office's brovant-tool at its other end: the marked lists arrive as list files and are
+// unmarked and counted once; with nothing marked "Send" says so. Then "Receive" from the tool.
+TEST_F(ForesterDay, SettingsListsSendAndReceiveOverTheCable)
 {
-    ASSERT_NO_FATAL_FAILURE(begin());
     ASSERT_NO_FATAL_FAILURE(equip());
-    for (const char* list : {"HIEB01", "SUED02", "EICHE03"})
-        ASSERT_NO_FATAL_FAILURE(makeList(list, "NORDHANG", "WR01"));
+    const SettingsStore& store = h.session.store();
+    EXPECT_EQ(store.readInt(Setting::BackupAuto), 1);
+    EXPECT_EQ(store.readInt(Setting::DuePort), 1);
+    EXPECT_EQ(store.readInt(Setting::KluppeAktiv), 1);
+    EXPECT_EQ(store.readInt(Setting::KluppePort), 3);
+    ASSERT_NO_FATAL_FAILURE(makeList("HIEB01", "NORDHANG", "WR01"));
+    ASSERT_NO_FATAL_FAILURE(makeList("SUED02", "SÜDHANG BUCHE", "WR02", 95, "Erika Musterfrau"));
+    EXPECT_EQ(said(), QStringList{kSettingsQuestion});
+    EXPECT_EQ(shownLists(), (QStringList{"HIEB01  |   0|NORDHANG", "SUED02  |   0|SÜDHANG BUCHE"}));
+    EXPECT_EQ(h.rows(QStringLiteral("SELECT ID_FILE, LISTE_NR, ZUSATZ_A, DATUM_A, KOR_FAKTOR_N, "
+                                    "REGION_A, KOPF1_A, KOPF2_A, KOPF3_A, KOPF12_A, DUE_MARK, "
+                                    "EXPORTED_N_NI FROM Brov_Kopfdaten ORDER BY rowid")),
+              (QStringList{"1|HIEB01|NORDHANG|04.05.2026|100|WR01|Forstamt Musterwald|Revier "
+                           "Hirschberg|7|Anna Probe|0|0",
+                           "2|SUED02|SÜDHANG BUCHE|04.05.2026|95|WR02|Forstamt Musterwald|Revier "
+                           "Hirschberg|7|Erika Musterfrau|0|0"}));
+    EXPECT_EQ(backups(), (QStringList{"0001_Auto.cdb|1|0", "0002_Auto.cdb|2|0"}));
+    ASSERT_NO_FATAL_FAILURE(makeList("EICHE03", "NORDHANG", "WR01"));
     ASSERT_NO_FATAL_FAILURE(openTally("HIEB01"));
     ASSERT_NO_FATAL_FAILURE(
         keys("BAUMART=FI =FI01 BHD=26 KA=W STK=2 BHD=30 KA=- BAUMART=EI =EI01 NA=FU BHD=52"));
@@ -589,7 +510,7 @@ TEST_F(ForesterDay, SendAndReceiveOverTheCable)
         ASSERT_NO_FATAL_FAILURE(selectList(list));
         h.press(ListSelectionDlg::kMark);
     }
-    EXPECT_EQ(shownLists(), (QStringList{"HIEB01  |A0|NORDHANG", "SUED02  |   0|NORDHANG",
+    EXPECT_EQ(shownLists(), (QStringList{"HIEB01  |A0|NORDHANG", "SUED02  |   0|SÜDHANG BUCHE",
                                          "EICHE03 |A0|NORDHANG"}));
     h.dialogs.clear();
     TempRoot office;
@@ -636,7 +557,7 @@ TEST_F(ForesterDay, SendAndReceiveOverTheCable)
                           "Info: Datenübertragung läuft...|Zeile: 53",
                           "Info zu",
                       }));
-    EXPECT_EQ(shownLists(), (QStringList{"HIEB01  |   1|NORDHANG", "SUED02  |   0|NORDHANG",
+    EXPECT_EQ(shownLists(), (QStringList{"HIEB01  |   1|NORDHANG", "SUED02  |   0|SÜDHANG BUCHE",
                                          "EICHE03 |   1|NORDHANG"}));
     h.press(ListSelectionDlg::kSend);
     EXPECT_EQ(said(), QStringList{"Hinweis: Keine Liste für DÜ markiert!"});
@@ -681,10 +602,10 @@ TEST_F(ForesterDay, SendAndReceiveOverTheCable)
 }
 
 // A backup by hand, a list made after it, and the backup restored on the restore screen: the
-// lists are as they were, the state before the restore one more automatic backup.
-TEST_F(ForesterDay, ManualBackupAndRestore)
+// lists are as they were, the state before the restore one more automatic backup. Then "Delete
+// all".
+TEST_F(ForesterDay, BackupRestoreAndDeleteAll)
 {
-    ASSERT_NO_FATAL_FAILURE(begin());
     ASSERT_NO_FATAL_FAILURE(equip());
     ASSERT_NO_FATAL_FAILURE(makeList("HIEB01", "NORDHANG", "WR01"));
     ASSERT_NO_FATAL_FAILURE(openTally("HIEB01"));
@@ -710,20 +631,7 @@ TEST_F(ForesterDay, ManualBackupAndRestore)
 
     h.clock.setNow(QDateTime(QDate(2026, 5, 4), QTime(17, 31)));
     ASSERT_NO_FATAL_FAILURE(openSettings(0));
-    QStringList offered;
-    RestoreDlg::setRunner([&](RestoreDlg& dialog) {
-        dialog.show();
-        QListWidget* list = dialog.list();
-        for (int i = 0; i < list->count(); ++i)
-            offered << list->item(i)->text();
-        QTest::mouseClick(list->viewport(), Qt::LeftButton, {},
-                          list->visualItemRect(list->item(2)).center());
-        QTest::mouseClick(
-            dialog.findChild<QPushButton*>(QStringLiteral("button%1").arg(RestoreDlg::kOk)),
-            Qt::LeftButton);
-    });
-    h.click(SettingsDlg::kRestore);
-    RestoreDlg::setRunner({});
+    const QStringList offered = h.openRestore(2, RestoreDlg::kOk).lines;
     // As when a modal screen closes on the device, the program's window takes the keys back.
     h.app.stack().mainWindow()->activateWindow();
     ASSERT_TRUE(QTest::qWaitForWindowActive(h.app.stack().mainWindow()));
@@ -734,24 +642,16 @@ TEST_F(ForesterDay, ManualBackupAndRestore)
     EXPECT_EQ(said(), (QStringList{"Info: Konfiguration wird initialisiert...",
                                    "Fortschritt: 10 20", "Info zu"}));
     EXPECT_EQ(lists(), atBackup);
-    EXPECT_EQ(backups(), (QStringList{"0001_Auto.cdb|1|0", "0002_Auto.cdb|1|1", "0003_Manu.cdb|1|1",
-                                      "0004_Auto.cdb|2|1", "0005_Auto.cdb|2|1"}));
+    const QStringList saved{"0001_Auto.cdb|1|0", "0002_Auto.cdb|1|1", "0003_Manu.cdb|1|1",
+                            "0004_Auto.cdb|2|1", "0005_Auto.cdb|2|1"};
+    EXPECT_EQ(backups(), saved);
     // The list chosen before is not in the backup: the first row is chosen.
     ASSERT_NO_FATAL_FAILURE(openListSelection(ListSelectionDlg::TransferTab));
     EXPECT_EQ(shownLists(), QStringList{"HIEB01  |A0|NORDHANG"});
     EXPECT_EQ(selectedList(), QStringLiteral("HIEB01"));
-}
 
-// "Delete all": both questions, the configuration imported again, no list left, the settings back
-// to their defaults; the program goes on with a new list, without automatic backups now.
-TEST_F(ForesterDay, DeleteAllAndGoOn)
-{
-    ASSERT_NO_FATAL_FAILURE(begin());
-    ASSERT_NO_FATAL_FAILURE(equip());
-    ASSERT_NO_FATAL_FAILURE(makeList("HIEB01", "NORDHANG", "WR01"));
-    ASSERT_NO_FATAL_FAILURE(openTally("HIEB01"));
-    ASSERT_NO_FATAL_FAILURE(keys("BAUMART=FI =FI01 BHD=26"));
-    ASSERT_NO_FATAL_FAILURE(closeTally("HIEB01"));
+    // "Delete all": both questions, the configuration imported again, no list left, the settings
+    // back to their defaults; the program goes on with a new list, without automatic backups now.
     ASSERT_NO_FATAL_FAILURE(openSettings(0));
     h.dialogs.clear();
     h.dialogs.answerNext(Answer::Yes); // "Fortsetzen"
@@ -790,7 +690,7 @@ TEST_F(ForesterDay, DeleteAllAndGoOn)
               QStringList{"1|ABEND04|Erika Musterfrau"});
     EXPECT_EQ(h.rows(kTrees),
               (QStringList{"1|1|KI01|KI|||1|32|32|87", "2|1|KI01|KI|||2|28|28|126"}));
-    EXPECT_EQ(backups(), (QStringList{"0001_Auto.cdb|1|0", "0002_Auto.cdb|1|1"}));
+    EXPECT_EQ(backups(), saved);
 }
 
 // The program ended from the main menu: the database is one closed file holding the trees, the
@@ -798,7 +698,6 @@ TEST_F(ForesterDay, DeleteAllAndGoOn)
 // morning the handheld starts with each species on that tariff.
 TEST_F(ForesterDay, ShutdownAndTheNextMorning)
 {
-    ASSERT_NO_FATAL_FAILURE(begin());
     ASSERT_NO_FATAL_FAILURE(makeList("SUED02", "SÜDHANG BUCHE", "WR02"));
     ASSERT_NO_FATAL_FAILURE(openTally("SUED02"));
     ASSERT_NO_FATAL_FAILURE(keys("BAUMART=FI =FI02 BHD=26 BAUMART=BU =BU02 BHD=44"));
@@ -825,7 +724,7 @@ TEST_F(ForesterDay, ShutdownAndTheNextMorning)
     app.replaceMessages(&dialogs);
     ASSERT_TRUE(app.start());
     // Started on the configuration it has: nothing is imported again.
-    EXPECT_EQ(said(dialogs),
+    EXPECT_EQ(brovant::said(dialogs),
               (QStringList{"Info: Datenbank wird initialisiert...", "Fortschritt: 0 10 20 30 100",
                            "Info zu", "Info: Konfiguration wird initialisiert...",
                            "Fortschritt: 10 20", "Info zu"}));

@@ -1,6 +1,5 @@
-// The diameter distribution behind the totals screen's "Vert.", and the print keys of the totals
-// and list selection screens writing their PDFs into the printer path (what the pages hold is the
-// evaluation's).
+// The diameter distribution behind the totals screen's "Vert.", and the totals screen's print keys
+// writing their PDFs into the printer path (what the pages hold is the evaluation's).
 #include "app/DistributionDlg.h"
 #include "app/ListSelectionDlg.h"
 #include "app/ProgramFixture.h"
@@ -130,17 +129,6 @@ TEST_F(Distribution, PrintKeysWriteIntoThePrinterPath)
     press(TotalsDlg::kAssortment);
     EXPECT_EQ(dialogs.asked().size(), 1);
     EXPECT_TRUE(session.root().isFile(classes));
-
-    // The list selection's keys print the selected list the same way.
-    press(Screen::kCancel);
-    session.root().removeFile(QStringLiteral("\\Ausdrucke\\WALD_1_Ausdruck.pdf"));
-    dialogs.clear();
-    dialogs.setFallback(Answer::Yes, Answer::First);
-    fromListSelection(QStringLiteral("WALD 1"), ListSelectionDlg::EvaluationTab,
-                      ListSelectionDlg::kPrint);
-    EXPECT_EQ(activeName(), QStringLiteral("listSelection"));
-    EXPECT_TRUE(session.root().isFile(QStringLiteral("\\Ausdrucke\\WALD_1_Ausdruck.pdf")));
-    EXPECT_EQ(dialogs.asked(), QStringList{"Soll der Ausdruck|gestartet werden?|"});
 }
 
 } // namespace

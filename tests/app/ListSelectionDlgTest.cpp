@@ -5,7 +5,6 @@
 #include "app/SettingsDlg.h"
 #include "app/TallyDlg.h"
 #include "device/BackupService.h"
-#include "workflow/OfficeChannel.h"
 
 #include <QTabBar>
 #include <QTreeWidget>
@@ -16,19 +15,8 @@ namespace {
 using namespace test;
 using Dlg = ListSelectionDlg;
 
-// Channels first: they outlive the program that uses them.
-struct WithChannels {
-    OfficeChannel channels;
-};
-
-class ListScreen : public ::testing::Test, protected WithChannels, protected Program {
+class ListScreen : public ::testing::Test, protected Program {
 protected:
-    ListScreen()
-        : Program(ProgramSetup().through(channels))
-    {
-        channels.root = &session.root();
-    }
-
     void addList(int id, const QString& name, int mark = 0, int trees = 0)
     {
         insert(schema::Kopfdaten, {{u"ID_FILE", id},
@@ -49,10 +37,7 @@ protected:
     }
     QTreeWidget* view() { return screen->listView(); }
     QTabBar* tabs() { return screen->findChild<QTabBar*>(QStringLiteral("tabs")); }
-    void tab(int index)
-    {
-        QTest::mouseClick(tabs(), Qt::LeftButton, {}, tabs()->tabRect(index).center());
-    }
+    void tab(int index) { tapTab(QStringLiteral("tabs"), index); }
     void tapRow(int row, bool twice = false)
     {
         QTreeWidgetItem* item = view()->topLevelItem(row);
@@ -63,17 +48,7 @@ protected:
         if (twice)
             QTest::mouseDClick(view()->viewport(), Qt::LeftButton, {}, at);
     }
-    // Every row as "column0|column1|column2".
-    QStringList shown()
-    {
-        QStringList out;
-        for (int i = 0; i < view()->topLevelItemCount(); ++i) {
-            const QTreeWidgetItem* item = view()->topLevelItem(i);
-            out << item->text(0) + u'|' + item->text(1) + u'|' + item->text(2);
-        }
-        return out;
-    }
-    QString mark(int row) { return view()->topLevelItem(row)->text(1); }
+    QStringList shown() { return shownRows(view()); }
     int selectedRow() { return view()->indexOfTopLevelItem(view()->currentItem()); }
     int count(const char* sql) { return Program::count(QString::fromLatin1(sql)); }
 
@@ -124,29 +99,19 @@ TEST_F(ListScreen, ColumnsTabsAndKeyBars)
     EXPECT_EQ(screen->shownKey(Dlg::kMark)->text(), QStringLiteral("DÜ"));
 }
 
-// The key marks the tapped row in place; what marking does is the logic's.
-TEST_F(ListScreen, MarkTheTappedRowInPlace)
-{
-    addList(1, QStringLiteral("WALD"));
-    addList(2, QStringLiteral("FELD"));
-    open();
-    tab(Dlg::TransferTab);
-    tapRow(1);
-    EXPECT_EQ(selectedRow(), 1);
-    press(Dlg::kMark);
-    EXPECT_EQ(mark(0), QStringLiteral("   0"));
-    EXPECT_EQ(mark(1), QStringLiteral("A0"));
-    EXPECT_EQ(state.currentList, 2);
-    EXPECT_TRUE(dialogs.asked().isEmpty());
-}
-
-// The bar's key and the device's Delete key on the list both reach the deletion.
-TEST_F(ListScreen, DeleteByKeyAndByTheDeleteKey)
+// "Modell" makes the model of the tapped list and shows it chosen; the bar's key and the device's
+// Delete key on the list both reach the deletion (what they do is the logic's).
+TEST_F(ListScreen, ModelAndDeleteByTheirKeys)
 {
     addList(1, QStringLiteral("EINS"));
     addList(2, QStringLiteral("ZWEI"));
     open();
     tapRow(1);
+    dialogs.answerNext(Answer::First);
+    press(Dlg::kModel);
+    EXPECT_EQ(shown().last(), QStringLiteral("MODELL  |   0|Zusatz von ZWEI"));
+    EXPECT_EQ(selectedRow(), 2);
+    EXPECT_EQ(state.currentList, 3);
     const std::function<void()> keys[] = {[this] { press(Dlg::kDelete); },
                                           [this] {
                                               QTest::keyClick(view(), Qt::Key_Delete);
@@ -156,9 +121,9 @@ TEST_F(ListScreen, DeleteByKeyAndByTheDeleteKey)
         dialogs.answerNext(Answer::Yes);
         key();
     }
-    EXPECT_EQ(view()->topLevelItemCount(), 0);
-    EXPECT_EQ(count("SELECT COUNT(*) FROM Brov_Kopfdaten"), 0);
-    EXPECT_EQ(dialogs.asked().size(), 4);
+    EXPECT_EQ(view()->topLevelItemCount(), 1);
+    EXPECT_EQ(count("SELECT COUNT(*) FROM Brov_Kopfdaten"), 1);
+    EXPECT_EQ(dialogs.asked().size(), 5);
 }
 
 TEST_F(ListScreen, WaysToOtherScreens)
@@ -200,55 +165,6 @@ TEST_F(ListScreen, WaysToOtherScreens)
     app.stack().switchTo(screen);
     press(Screen::kCancel);
     EXPECT_EQ(active(), app.mainMenu());
-}
-
-TEST_F(ListScreen, EachShowingReadsTheRowsAgain)
-{
-    addList(1, QStringLiteral("EINS"));
-    open();
-    EXPECT_EQ(view()->topLevelItemCount(), 1);
-    addList(7, QStringLiteral("SIEBEN"));
-    addList(8, QStringLiteral("ACHT"));
-    state.currentList = 8;
-    open();
-    EXPECT_EQ(view()->topLevelItemCount(), 3);
-    EXPECT_EQ(selectedRow(), 2);
-}
-
-TEST_F(ListScreen, ModelListFromTheSelectedList)
-{
-    addList(1, QStringLiteral("WALD"));
-    addList(2, QStringLiteral("FELD"));
-    open();
-    tapRow(1);
-    dialogs.answerNext(Answer::First);
-    press(Dlg::kModel);
-    EXPECT_EQ(shown().last(), QStringLiteral("MODELL  |   0|Zusatz von FELD"));
-    EXPECT_EQ(selectedRow(), 2);
-    EXPECT_EQ(state.currentList, 3);
-    EXPECT_EQ(dialogs.asked().size(), 1);
-}
-
-// After a send or a receive the rows show what the transfer left (the transfer is the logic's).
-TEST_F(ListScreen, SendAndReceiveShowWhatFollowsTheTransfer)
-{
-    addList(1, QStringLiteral("WALD"), 1);
-    open();
-    tab(Dlg::TransferTab);
-    channels.delivers = true;
-    press(Dlg::kSend);
-    EXPECT_EQ(mark(0), QStringLiteral("   1"));
-
-    channels.held["NEU.DAT"] = officeList("NEU", 1);
-    addList(4, QStringLiteral("FELD"));
-    press(Dlg::kReceive);
-    EXPECT_EQ(channels.receives, 1);
-    ASSERT_EQ(shown().size(), 3);
-    EXPECT_EQ(shown()[1], QStringLiteral("FELD    |   0|Zusatz von FELD"));
-    EXPECT_TRUE(shown()[2].startsWith(QStringLiteral("NEU     |"))) << str(shown()[2]);
-    EXPECT_EQ(selectedRow(), 2);
-    EXPECT_EQ(activeName(), QStringLiteral("listSelection"));
-    EXPECT_TRUE(view()->hasFocus());
 }
 
 // With automatic backup on, coming back from the header or the tally screen saves the database;

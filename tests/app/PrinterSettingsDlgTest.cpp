@@ -10,8 +10,6 @@
 #include <QRadioButton>
 #include <QTabBar>
 
-#include <functional>
-
 namespace brovant {
 namespace {
 
@@ -33,7 +31,7 @@ struct CommunicationProgram : Program {
         ASSERT_NE(settings, nullptr);
         settings->showTab(1);
         click(SettingsDlg::kCommunication);
-        ASSERT_EQ(str(active()->objectName()), "printerSettings");
+        ASSERT_EQ(str(activeName()), "printerSettings");
     }
     template <class W> W* widget(const char* name) const
     {
@@ -41,22 +39,9 @@ struct CommunicationProgram : Program {
         EXPECT_NE(w, nullptr) << name;
         return w;
     }
-    void tab(int index)
-    {
-        auto* tabs = widget<QTabBar>("tabs");
-        QTest::mouseClick(tabs, Qt::LeftButton, {}, tabs->tabRect(index).center());
-        ASSERT_EQ(tabs->currentIndex(), index);
-    }
+    void tab(int index) { tapTab(QStringLiteral("tabs"), index); }
     void tap(const char* name) { click(text(name)); }
-    // The list entry showing `entry`, as picked from the opened list.
-    void choose(const char* list, const QString& entry)
-    {
-        auto* combo = widget<QComboBox>(list);
-        ASSERT_TRUE(combo->isVisible() && combo->isEnabled()) << list;
-        const int index = combo->findText(entry);
-        ASSERT_GE(index, 0) << list << " has no " << str(entry);
-        combo->setCurrentIndex(index);
-    }
+    void choose(const char* list, const QString& entry) { Program::choose(text(list), entry); }
     QString shown(const char* list) const { return widget<QComboBox>(list)->currentText(); }
     bool hidden(const char* name) const { return widget<QWidget>(name)->isHidden(); }
     QString registry(const char* section, const char* entry)
@@ -105,7 +90,7 @@ TEST(PrinterSettingsDlg, ChoicesOnBothScreensAreStoredWhenConfirmed)
     p.choose("printFolder", QStringLiteral("\\Export"));
 
     QTest::mouseClick(p.widget<QPushButton>("cable"), Qt::LeftButton);
-    ASSERT_EQ(str(p.active()->objectName()), "cableSettings");
+    ASSERT_EQ(str(p.activeName()), "cableSettings");
     EXPECT_EQ(str(p.label(QStringLiteral("title"))), "Einstellungen - Kabel");
     EXPECT_EQ(str(p.shown("port")), "ActiveSync");
     p.choose("port", QStringLiteral("COM4"));
@@ -115,7 +100,7 @@ TEST(PrinterSettingsDlg, ChoicesOnBothScreensAreStoredWhenConfirmed)
     p.press(KeypadScreen::kEnter);
 
     // Back with everything chosen before still shown, and the new line.
-    ASSERT_EQ(str(p.active()->objectName()), "printerSettings");
+    ASSERT_EQ(str(p.activeName()), "printerSettings");
     EXPECT_EQ(p.widget<QTabBar>("tabs")->currentIndex(), int(PrinterSettingsDlg::PrinterTab));
     EXPECT_EQ(str(p.label(QStringLiteral("pageLength"))), "74");
     EXPECT_EQ(str(p.label(QStringLiteral("cableLine"))), "COM4, 115200 Bd, 7 Bit, 2 Stopbits");
@@ -123,7 +108,7 @@ TEST(PrinterSettingsDlg, ChoicesOnBothScreensAreStoredWhenConfirmed)
     EXPECT_EQ(str(p.number("DUE", "DueMode")), "<absent>");
     p.press(KeypadScreen::kEnter);
 
-    EXPECT_EQ(str(p.active()->objectName()), "settings");
+    EXPECT_EQ(str(p.activeName()), "settings");
     const struct {
         const char* section;
         const char* entry;
@@ -155,53 +140,36 @@ TEST(PrinterSettingsDlg, ChoicesOnBothScreensAreStoredWhenConfirmed)
     EXPECT_EQ(p.state.tables.printerType, 1);
 }
 
-// Whatever was chosen, cancelling leaves the registry and the tables as they were, and the next
-// opening shows the store again.
+// Whatever was chosen on both screens, cancelling leaves the registry and the tables as they
+// were, and the next opening shows the store again.
 TEST(PrinterSettingsDlg, CancelLeavesEverythingAsItWas)
 {
-    const struct {
-        const char* name;
-        std::function<void(CommunicationProgram&)> choose;
-        int cancels; // back keys to the settings screen
-    } cases[] = {
-        {"communication screen",
-         [](CommunicationProgram& p) {
-             p.tap("mode3");
-             p.tab(PrinterSettingsDlg::CaliperTab);
-             p.tap("caliperActive");
-             p.tab(PrinterSettingsDlg::PrinterTab);
-             p.choose("printerType", QStringLiteral("Typ 0"));
-             QTest::mouseClick(p.widget<QPushButton>("pageLengthDown"), Qt::LeftButton);
-             p.tap("askBeforePrinting");
-         },
-         1},
-        {"cable screen",
-         [](CommunicationProgram& p) {
-             QTest::mouseClick(p.widget<QPushButton>("cable"), Qt::LeftButton);
-             p.choose("port", QStringLiteral("COM2"));
-             p.choose("baudrate", QStringLiteral("1200"));
-         },
-         2},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        CommunicationProgram p;
-        p.open();
-        const QString registry = p.session.registry().exportText();
-        const QString tables = p.state.tables.describe();
-        c.choose(p);
-        for (int i = 0; i < c.cancels; ++i)
-            p.press(Screen::kCancel);
-        EXPECT_EQ(str(p.active()->objectName()), "settings");
-        EXPECT_EQ(p.session.registry().exportText(), registry);
-        EXPECT_EQ(p.state.tables.describe(), tables);
+    CommunicationProgram p;
+    p.open();
+    const QString registry = p.session.registry().exportText();
+    const QString tables = p.state.tables.describe();
+    p.tap("mode3");
+    p.tab(PrinterSettingsDlg::CaliperTab);
+    p.tap("caliperActive");
+    p.tab(PrinterSettingsDlg::PrinterTab);
+    p.choose("printerType", QStringLiteral("Typ 0"));
+    QTest::mouseClick(p.widget<QPushButton>("pageLengthDown"), Qt::LeftButton);
+    p.tap("askBeforePrinting");
+    p.tab(PrinterSettingsDlg::TransferTab);
+    p.tap("cable");
+    p.choose("port", QStringLiteral("COM2"));
+    p.choose("baudrate", QStringLiteral("1200"));
+    p.press(Screen::kCancel);
+    EXPECT_EQ(str(p.label(QStringLiteral("cableLine"))), "ActiveSync");
+    p.press(Screen::kCancel);
+    EXPECT_EQ(str(p.activeName()), "settings");
+    EXPECT_EQ(p.session.registry().exportText(), registry);
+    EXPECT_EQ(p.state.tables.describe(), tables);
 
-        p.open();
-        EXPECT_TRUE(p.widget<QRadioButton>("mode1")->isChecked());
-        EXPECT_FALSE(p.widget<QCheckBox>("caliperActive")->isChecked());
-        EXPECT_EQ(str(p.shown("printerType")), "Typ 5");
-        EXPECT_EQ(str(p.label(QStringLiteral("cableLine"))), "ActiveSync");
-    }
+    p.open();
+    EXPECT_TRUE(p.widget<QRadioButton>("mode1")->isChecked());
+    EXPECT_FALSE(p.widget<QCheckBox>("caliperActive")->isChecked());
+    EXPECT_EQ(str(p.shown("printerType")), "Typ 5");
 }
 
 // ActiveSync hides the serial line's fields with their captions, and only ActiveSync switches the
@@ -231,7 +199,7 @@ TEST(CableSettingsDlg, ActiveSyncHidesTheLineAndSwitchesAutoConnectOn)
         }
         EXPECT_FALSE(p.hidden("label_port"));
         p.press(KeypadScreen::kEnter);
-        EXPECT_EQ(str(p.active()->objectName()), "printerSettings");
+        EXPECT_EQ(str(p.activeName()), "printerSettings");
         EXPECT_EQ(p.autoConnect(), c.autoConnect);
         EXPECT_EQ(str(p.number("DUE", "Port")), c.stored);
         EXPECT_EQ(p.state.tables.duePort, QString::fromLatin1(c.stored).toInt());

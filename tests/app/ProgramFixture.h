@@ -6,7 +6,9 @@
 #include "app/KeypadScreen.h"
 #include "app/ListSelectionDlg.h"
 #include "app/MainMenuDlg.h"
+#include "app/RestoreDlg.h"
 #include "app/ScreenDriver.h"
+#include "app/SettingsDlg.h"
 #include "data/Dataset.h"
 #include "data/Schema.h"
 #include "masterdata/DeviceSession.h"
@@ -18,10 +20,13 @@
 #include "workflow/AppState.h"
 
 #include <QApplication>
+#include <QComboBox>
 #include <QFile>
 #include <QLabel>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QPushButton>
+#include <QTabBar>
 #include <QTest>
 #include <QTreeWidget>
 #include <QVariant>
@@ -144,6 +149,45 @@ public:
         press(key);
     }
     QLineEdit* edit(const QString& name) const { return active()->findChild<QLineEdit*>(name); }
+    // A tap on the field; the screen then selects its value for typing over.
+    void tapField(const QString& name)
+    {
+        QLineEdit* field = driver.field(name);
+        check();
+        if (!field)
+            return;
+        QTest::mouseClick(field, Qt::LeftButton);
+        QApplication::processEvents();
+    }
+    // A tap on tab `index` of the tab bar of that name.
+    void tapTab(const QString& bar, int index)
+    {
+        auto* tabs = active()->findChild<QTabBar*>(bar);
+        ASSERT_NE(tabs, nullptr) << str(bar);
+        QTest::mouseClick(tabs, Qt::LeftButton, {}, tabs->tabRect(index).center());
+        ASSERT_EQ(tabs->currentIndex(), index);
+    }
+    // The entry of the list box of that name, as picked from its opened list.
+    void choose(const QString& box, const QString& entry)
+    {
+        auto* combo = active()->findChild<QComboBox*>(box);
+        ASSERT_NE(combo, nullptr) << str(box);
+        ASSERT_TRUE(combo->isVisible() && combo->isEnabled()) << str(box);
+        ASSERT_GE(combo->findText(entry), 0) << str(box) << " has no " << str(entry);
+        combo->setCurrentIndex(combo->findText(entry));
+    }
+    // The rows of a tree view as shown, their columns joined by '|'.
+    static QStringList shownRows(const QTreeWidget* view)
+    {
+        QStringList out;
+        for (int i = 0; i < view->topLevelItemCount(); ++i) {
+            QStringList cells;
+            for (int c = 0; c < view->columnCount(); ++c)
+                cells << view->topLevelItem(i)->text(c);
+            out << cells.join(u'|');
+        }
+        return out;
+    }
     QString label(const QString& name, const QWidget* on = nullptr) const
     {
         auto* l = (on ? on : active())->findChild<QLabel*>(name);
@@ -161,6 +205,40 @@ public:
         ListBuilder(session.database()).row(table, fields);
     }
     QString activeName() const { return driver.activeName(); }
+    // What the restore screen showed when the settings screen's button opened it, after which
+    // `row` (-1: none) is tapped and `button` clicked.
+    struct SeenRestore {
+        bool opened = false;
+        QString title, caption;
+        QStringList lines;
+        int current = -1;
+        bool okEnabled = false;
+    };
+    SeenRestore openRestore(int row, int button)
+    {
+        SeenRestore seen;
+        RestoreDlg::setRunner([&](RestoreDlg& dialog) {
+            dialog.show();
+            QListWidget* list = dialog.list();
+            seen = {true,
+                    dialog.windowTitle(),
+                    dialog.findChild<QLabel*>(QStringLiteral("caption"))->text(),
+                    {},
+                    list->currentRow(),
+                    dialog.findChild<QPushButton*>(QStringLiteral("button1"))->isEnabled()};
+            for (int i = 0; i < list->count(); ++i)
+                seen.lines << list->item(i)->text();
+            if (row >= 0)
+                QTest::mouseClick(list->viewport(), Qt::LeftButton, {},
+                                  list->visualItemRect(list->item(row)).center());
+            QTest::mouseClick(
+                dialog.findChild<QPushButton*>(QStringLiteral("button%1").arg(button)),
+                Qt::LeftButton);
+        });
+        click(QStringLiteral("button%1").arg(SettingsDlg::kRestore));
+        RestoreDlg::setRunner({});
+        return seen;
+    }
     // Every row of a query, its columns joined by '|'.
     QStringList rows(const QString& sql)
     {

@@ -39,40 +39,6 @@ protected:
         EXPECT_NE(screen, nullptr);
         dialogs.clear();
     }
-    ~SettingsScreen() override { RestoreDlg::setRunner({}); }
-
-    // What the restore screen showed when opened by the settings screen's button, after which
-    // `row` (-1: none) is chosen and `button` clicked.
-    struct Seen {
-        bool opened = false;
-        QString title, caption;
-        QStringList lines;
-        int current = -1;
-        bool okEnabled = false;
-    };
-    Seen openRestore(int row, int button)
-    {
-        Seen seen;
-        RestoreDlg::setRunner([&](RestoreDlg& dialog) {
-            dialog.show();
-            auto* list = dialog.findChild<QListWidget*>(QStringLiteral("backupList"));
-            seen = {true,
-                    dialog.windowTitle(),
-                    dialog.findChild<QLabel*>(QStringLiteral("caption"))->text(),
-                    {},
-                    list->currentRow(),
-                    dialog.findChild<QPushButton*>(QStringLiteral("button1"))->isEnabled()};
-            for (int i = 0; i < list->count(); ++i)
-                seen.lines << list->item(i)->text();
-            if (row >= 0)
-                list->setCurrentRow(row);
-            QTest::mouseClick(
-                dialog.findChild<QPushButton*>(QStringLiteral("button%1").arg(button)),
-                Qt::LeftButton);
-        });
-        click(SettingsDlg::kRestore);
-        return seen;
-    }
     void addTree()
     {
         EXPECT_TRUE(session.database()
@@ -171,23 +137,23 @@ TEST(SettingsBacklight, LowestPositionKeepsTheScreenLit)
     EXPECT_EQ(program.root.readFile(QStringLiteral("sys/panel/brightness")), "26\n");
 }
 
-// The key reaches the deletion (which answers delete is the logic's); then the menu is shown.
-TEST_F(SettingsScreen, DeleteAllLeavesForTheMenu)
+// The keys that ask first do nothing on "NEIN" (what "JA" does: the day in the field); the others
+// lead to their screens.
+TEST_F(SettingsScreen, QuestionsOnlyOnYesAndWaysToOtherScreens)
 {
-    insert(schema::Kopfdaten, {{u"ID_FILE", 1}});
-    dialogs.answerNext(Answer::Yes);
-    dialogs.answerNext(Answer::No); // the right-hand "JA"
-    click(SettingsDlg::kDeleteAll);
-    EXPECT_EQ(count(QStringLiteral("SELECT COUNT(*) FROM Brov_Kopfdaten")), 0);
-    EXPECT_EQ(active(), app.mainMenu());
-    EXPECT_TRUE(session.configurationLoaded());
-}
-
-TEST_F(SettingsScreen, ResetOnlyWhenConfirmedAndWaysToOtherScreens)
-{
-    dialogs.answerNext(Answer::No);
-    click(SettingsDlg::kReset);
-    EXPECT_EQ(dialogs.asked(), QStringList{QStringLiteral("Wollen Sie den Reset|durchführen?|")});
+    const std::pair<int, QString> asking[] = {
+        {SettingsDlg::kReset, QStringLiteral("Wollen Sie den Reset|durchführen?|")},
+        {SettingsDlg::kBackup,
+         QStringLiteral("Hiermit werden nur Holzlisten gesichert, für|die Konfiguration muss ein "
+                        "Backup gemacht|werden. Wollen Sie die Listen sichern?")},
+    };
+    for (const auto& [button, question] : asking) {
+        dialogs.clear();
+        dialogs.answerNext(Answer::No);
+        click(button);
+        EXPECT_EQ(dialogs.asked(), QStringList{question});
+    }
+    EXPECT_TRUE(saved().isEmpty());
 
     screen->showTab(1);
     for (const auto& [button, goesTo] :
@@ -195,46 +161,39 @@ TEST_F(SettingsScreen, ResetOnlyWhenConfirmedAndWaysToOtherScreens)
           std::pair{SettingsDlg::kTariffAssignment, "tariffAssignment"},
           std::pair{SettingsDlg::kCommunication, "printerSettings"}}) {
         click(button);
-        EXPECT_EQ(str(active()->objectName()), goesTo);
+        EXPECT_EQ(str(activeName()), goesTo);
         app.stack().switchTo(screen);
     }
     press(Screen::kCancel);
     EXPECT_EQ(active(), app.mainMenu());
 }
 
-TEST_F(SettingsScreen, SichernOnlyWhenTheQuestionIsAnsweredYes)
+// The restore screen lists the backups stamped with the program's time, the newest chosen, OK
+// only with one to choose; "Abbrechen" changes nothing. (OK restores: the day in the field.)
+TEST_F(SettingsScreen, RestoreScreenOffersTheBackups)
 {
-    const QString question = QStringLiteral(
-        "Hiermit werden nur Holzlisten gesichert, für|die Konfiguration muss ein Backup "
-        "gemacht|werden. Wollen Sie die Listen sichern?");
-    const struct {
-        Answer answer;
-        QStringList files;
-    } steps[] = {
-        {Answer::No, {}},
-        {Answer::Yes, {"0001_Manu.cdb"}},
-    };
-    for (const auto& step : steps) {
-        dialogs.clear();
-        dialogs.answerNext(step.answer);
-        click(SettingsDlg::kBackup);
-        EXPECT_EQ(dialogs.asked(), QStringList{question});
-        EXPECT_EQ(saved(), step.files);
-        EXPECT_TRUE(session.database().isOpen());
-    }
-}
-
-TEST_F(SettingsScreen, RestoreWithoutBackupsOrWithoutTheWantedCard)
-{
-    const Seen seen = openRestore(-1, RestoreDlg::kOk);
+    SeenRestore seen = openRestore(-1, RestoreDlg::kOk);
     EXPECT_TRUE(seen.opened);
     EXPECT_EQ(seen.title, QStringLiteral("Wiederherstellen"));
     EXPECT_EQ(seen.caption, QStringLiteral("Auswahl Datensicherung"));
     EXPECT_TRUE(seen.lines.isEmpty());
     EXPECT_FALSE(seen.okEnabled);
-    EXPECT_TRUE(saved().isEmpty());
-    EXPECT_TRUE(dialogs.asked().isEmpty());
     EXPECT_EQ(active(), screen);
+
+    for (const QDateTime& time : {QDateTime(QDate(2026, 5, 1), QTime(8, 5, 59)),
+                                  QDateTime(QDate(2026, 5, 3), QTime(16, 45))}) {
+        clock.setNow(time);
+        addTree();
+        ASSERT_TRUE(app.backup().backup(BackupService::Kind::Manual));
+    }
+    seen = openRestore(0, RestoreDlg::kCancel);
+    EXPECT_EQ(seen.lines,
+              (QStringList{"0001_Manu.cdb 01.05.2026, 08:05", "0002_Manu.cdb 03.05.2026, 16:45"}));
+    EXPECT_EQ(seen.current, 1);
+    EXPECT_TRUE(seen.okEnabled);
+    EXPECT_EQ(trees(), 2);
+    EXPECT_EQ(saved(), (QStringList{"0001_Manu.cdb", "0002_Manu.cdb"}));
+    EXPECT_TRUE(dialogs.asked().isEmpty());
     EXPECT_TRUE(screen->isVisible());
 
     // A card wanted and missing: the notice instead of the screen.
@@ -242,40 +201,6 @@ TEST_F(SettingsScreen, RestoreWithoutBackupsOrWithoutTheWantedCard)
     EXPECT_FALSE(openRestore(-1, RestoreDlg::kCancel).opened);
     EXPECT_EQ(dialogs.asked(),
               QStringList{QStringLiteral("Kein Zugriff auf externe|Speicherkarte möglich!|")});
-}
-
-// Two backups with one and two trees, each stamped with the program's time; the list shows both,
-// the newest chosen; OK on the older one brings back one tree and keeps the state before as a
-// third, automatic backup.
-TEST_F(SettingsScreen, RestoreListsBackupsAndRestoresTheChosenOne)
-{
-    for (const QDateTime& time : {QDateTime(QDate(2026, 5, 1), QTime(8, 5, 59)),
-                                  QDateTime(QDate(2026, 5, 3), QTime(16, 45))}) {
-        clock.setNow(time);
-        addTree();
-        ASSERT_TRUE(app.backup().backup(BackupService::Kind::Manual));
-    }
-    addTree();
-    const struct {
-        int button;
-        int trees;
-        QStringList files;
-    } steps[] = {
-        {RestoreDlg::kCancel, 3, {"0001_Manu.cdb", "0002_Manu.cdb"}},
-        {RestoreDlg::kOk, 1, {"0001_Manu.cdb", "0002_Manu.cdb", "0003_Auto.cdb"}},
-    };
-    for (const auto& step : steps) {
-        const Seen seen = openRestore(0, step.button);
-        EXPECT_EQ(seen.lines, (QStringList{"0001_Manu.cdb 01.05.2026, 08:05",
-                                           "0002_Manu.cdb 03.05.2026, 16:45"}));
-        EXPECT_EQ(seen.current, 1);
-        EXPECT_TRUE(seen.okEnabled);
-        EXPECT_TRUE(dialogs.asked().isEmpty());
-        EXPECT_EQ(trees(), step.trees);
-        EXPECT_EQ(saved(), step.files);
-        EXPECT_EQ(active(), screen);
-        EXPECT_TRUE(screen->isVisible());
-    }
 }
 
 } // namespace
