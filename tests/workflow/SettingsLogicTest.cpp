@@ -1,29 +1,12 @@
 #include "AppLogicFixture.h"
 
+#include "OfficeChannel.h"
+#include "masterdata/ConfigImport.h"
 #include "workflow/AppState.h"
 #include "workflow/SettingsLogic.h"
-#include "masterdata/ConfigImport.h"
-#include "transfer/TransferChannels.h"
 
 namespace brovant {
 namespace {
-
-struct Channel final : TransferChannels {
-    bool receive() override
-    {
-        ++received;
-        return ok;
-    }
-    bool fetchConfiguration() override
-    {
-        ++fetched;
-        return ok;
-    }
-    bool send() override { return false; }
-    bool ok = true;
-    int received = 0;
-    int fetched = 0;
-};
 
 class SettingsLogicTest : public ::testing::Test {
 protected:
@@ -95,44 +78,40 @@ TEST_F(SettingsLogicTest, DeleteAllNeedsBothAnswersExactly)
     EXPECT_EQ(state.tables.species[0], QStringLiteral("FI "));
 }
 
+// Without "Ja", a transfer or a file nothing changes; else the first file received is staged
+// and imported. The office here cannot answer a configuration fetch.
 TEST_F(SettingsLogicTest, ReloadTakesTheFirstReceivedFile)
 {
-    Channel channel;
-    const QByteArray newer = "TD0STAMM300.DAT\r\na15XYZ\r\n";
-    root.writeFile(QStringLiteral("Import/b.dat"), "junk");
-    root.writeFile(QStringLiteral("Import/A.DAT"), newer);
+    test::OfficeChannel office(&session.root());
+    dialogs.answerNext(Answer::No);
+    EXPECT_FALSE(logic.reloadConfiguration(office, host));
+    EXPECT_EQ(office.receives, 0);
+    // FTP mode fetches; a failed transfer leaves what lies in "\Import".
+    session.store().writeInt(Setting::DueMode, 0, 3);
+    root.writeFile(QStringLiteral("Import/x.dat"), "TD0STAMM300.DAT\r\n");
     dialogs.answerNext(Answer::Yes);
-    EXPECT_TRUE(logic.reloadConfiguration(channel, host));
-    EXPECT_EQ(channel.received, 1);
-    EXPECT_EQ(channel.fetched, 0);
+    EXPECT_FALSE(logic.reloadConfiguration(office, host));
+    EXPECT_EQ(office.receives, 0);
+    EXPECT_EQ(root.readFile(QStringLiteral("Brovant/passive.dtr")), config);
+    // Nothing received: the staged file stays.
+    session.store().writeInt(Setting::DueMode, 0, 1);
+    session.root().removeFile(QStringLiteral("\\Import\\x.dat"));
+    dialogs.answerNext(Answer::Yes);
+    EXPECT_FALSE(logic.reloadConfiguration(office, host));
+    EXPECT_EQ(office.receives, 1);
+    EXPECT_EQ(root.readFile(QStringLiteral("Brovant/passive.dtr")), config);
+    EXPECT_TRUE(session.configurationLoaded());
+
+    const QByteArray newer = "TD0STAMM300.DAT\r\na15XYZ\r\n";
+    office.held = {{"b.dat", "junk"}, {"A.DAT", newer}};
+    dialogs.clear();
+    dialogs.answerNext(Answer::Yes);
+    EXPECT_TRUE(logic.reloadConfiguration(office, host));
+    EXPECT_EQ(office.receives, 2);
     EXPECT_EQ(root.readFile(QStringLiteral("Brovant/passive.dtr")), newer);
     EXPECT_TRUE(session.root().find(QStringLiteral("\\Import\\*.*")).isEmpty());
     EXPECT_EQ(state.tables.species[0], QStringLiteral("XYZ"));
     EXPECT_EQ(dialogs.asked().first(), QStringLiteral("Wollen Sie die neue|Konfiguration laden?|"));
-}
-
-TEST_F(SettingsLogicTest, ReloadStopsWithoutYesTransferOrFile)
-{
-    Channel channel;
-    // No: nothing is fetched.
-    dialogs.answerNext(Answer::No);
-    EXPECT_FALSE(logic.reloadConfiguration(channel, host));
-    EXPECT_EQ(channel.received, 0);
-    // FTP mode fetches; a failed transfer changes nothing.
-    session.store().writeInt(Setting::DueMode, 0, 3);
-    channel.ok = false;
-    root.writeFile(QStringLiteral("Import/x.dat"), "TD0STAMM300.DAT\r\n");
-    dialogs.answerNext(Answer::Yes);
-    EXPECT_FALSE(logic.reloadConfiguration(channel, host));
-    EXPECT_EQ(channel.fetched, 1);
-    EXPECT_EQ(root.readFile(QStringLiteral("Brovant/passive.dtr")), config);
-    // Nothing received: the staged file stays.
-    channel.ok = true;
-    session.root().removeFile(QStringLiteral("\\Import\\x.dat"));
-    dialogs.answerNext(Answer::Yes);
-    EXPECT_FALSE(logic.reloadConfiguration(channel, host));
-    EXPECT_EQ(root.readFile(QStringLiteral("Brovant/passive.dtr")), config);
-    EXPECT_TRUE(session.configurationLoaded());
 }
 
 TEST_F(SettingsLogicTest, BackupOptions)

@@ -42,6 +42,7 @@ protected:
     std::unique_ptr<TallyLogic> logic;
 };
 
+// Moves at the ends only beep; without trees there is nothing to evaluate.
 TEST_F(TallyLogicTest, OpensOnNewRecordWithTitle)
 {
     EXPECT_EQ(logic->title(), QStringLiteral("Liste: L1 - Abt. 12"));
@@ -50,6 +51,19 @@ TEST_F(TallyLogicTest, OpensOnNewRecordWithTitle)
     EXPECT_EQ(logic->tree().idType, 1);
     EXPECT_EQ(logic->tree().count, 1);
     EXPECT_EQ(logic->tree().diameterClass, QStringLiteral("  "));
+    EXPECT_FALSE(logic->up());
+    EXPECT_FALSE(logic->down());
+    EXPECT_FALSE(logic->first());
+    EXPECT_FALSE(logic->removeCurrent());
+    EXPECT_EQ(dialogs.beeps(), 4);
+    EXPECT_FALSE(logic->checkHasTrees());
+    EXPECT_EQ(dialogs.asked(), QStringList{QStringLiteral("Keine Daten vorhanden!||")});
+    ASSERT_TRUE(tally("FI", 15, 1, "FI1"));
+    EXPECT_TRUE(logic->checkHasTrees());
+    EXPECT_FALSE(logic->down());
+    ASSERT_TRUE(logic->up());
+    EXPECT_FALSE(logic->up());
+    EXPECT_EQ(dialogs.beeps(), 6);
     EXPECT_FALSE(logic->open(999));
 }
 
@@ -140,21 +154,6 @@ TEST_F(TallyLogicTest, DiameterBecomesClassDiameter)
     EXPECT_EQ(logic->tree().volume, 45);
     logic->setField(Field::Count, QStringLiteral("3"));
     EXPECT_EQ(logic->tree().volume, 135);
-}
-
-TEST_F(TallyLogicTest, UpAndDownAtTheEndsOnlyBeep)
-{
-    EXPECT_FALSE(logic->up());
-    EXPECT_FALSE(logic->down());
-    EXPECT_FALSE(logic->first());
-    EXPECT_FALSE(logic->removeCurrent());
-    EXPECT_EQ(dialogs.beeps(), 4);
-    ASSERT_TRUE(tally("FI", 15, 1, "FI1"));
-    EXPECT_FALSE(logic->down());
-    ASSERT_TRUE(logic->up());
-    EXPECT_FALSE(logic->up());
-    EXPECT_EQ(dialogs.beeps(), 6);
-    EXPECT_TRUE(dialogs.asked().isEmpty());
 }
 
 // Prev1 always shows the record just before the current one, Prev2 the one before that. Trees
@@ -269,7 +268,7 @@ TEST_F(TallyLogicTest, SpeciesPickedAgainKeepsATypedTariff)
     }
 }
 
-TEST_F(TallyLogicTest, CorrectingAnOlderRecord)
+TEST_F(TallyLogicTest, CorrectingAnOlderRecordAndLeavingAChangedOne)
 {
     for (int d : {5, 15, 25})
         ASSERT_TRUE(tally("FI", d, 1, "FI1"));
@@ -283,27 +282,18 @@ TEST_F(TallyLogicTest, CorrectingAnOlderRecord)
     EXPECT_EQ(stored(list), (QStringList{QStringLiteral("1 1 FI FI1 8 10 45"),
                                          QStringLiteral("2 2 FI FI1 18 20 100"),
                                          QStringLiteral("3 1 FI FI1 28 30 55")}));
-}
-
-TEST_F(TallyLogicTest, LeavingAChangedRecordAsks)
-{
-    for (int d : {5, 15})
-        ASSERT_TRUE(tally("FI", d, 1, "FI1"));
-    struct Case {
-        Answer answer;
-        const char* count; // what record 2 holds afterwards
-    };
-    for (const Case c : {Case{Answer::No, "1"}, Case{Answer::Yes, "4"}}) {
-        SCOPED_TRACE(int(c.answer));
-        logic->end();
-        ASSERT_TRUE(logic->up()); // record 2
+    // Leaving a changed record asks whether to store it.
+    for (const auto& [answer, count] : {std::pair(Answer::No, "2"), std::pair(Answer::Yes, "4")}) {
+        SCOPED_TRACE(int(answer));
+        ASSERT_TRUE(logic->first());
+        ASSERT_TRUE(logic->down()); // record 2
         logic->setField(Field::Count, QStringLiteral("4"));
         dialogs.clear();
-        dialogs.answerNext(c.answer);
+        dialogs.answerNext(answer);
         ASSERT_TRUE(logic->up());
         EXPECT_EQ(dialogs.asked(), QStringList{QStringLiteral("Abspeichern?||")});
         EXPECT_EQ(logic->tree().id, 1);
-        EXPECT_EQ(stored(list).value(1).section(u' ', 1, 1), QString::fromLatin1(c.count));
+        EXPECT_EQ(stored(list).value(1).section(u' ', 1, 1), QString::fromLatin1(count));
     }
     // A new record typed and confirmed on the way up is stored and shown above.
     logic->end();
@@ -311,13 +301,13 @@ TEST_F(TallyLogicTest, LeavingAChangedRecordAsks)
     dialogs.clear();
     dialogs.answerNext(Answer::Yes);
     ASSERT_TRUE(logic->up());
-    EXPECT_EQ(logic->tree().id, 3);
-    EXPECT_EQ(stored(list).size(), 3);
+    EXPECT_EQ(logic->tree().id, 4);
+    EXPECT_EQ(stored(list).size(), 4);
     // A failed check keeps the record.
     logic->setField(Field::Tariff, QString());
     dialogs.answerNext(Answer::Yes);
     EXPECT_FALSE(logic->down());
-    EXPECT_EQ(logic->tree().id, 3);
+    EXPECT_EQ(logic->tree().id, 4);
     EXPECT_EQ(dialogs.asked().last(), QStringLiteral("Tarif fehlt !!!||"));
 }
 
@@ -412,14 +402,6 @@ TEST_F(TallyLogicTest, TariffsFlaggedAtShutdownComeBack)
     EXPECT_EQ(speciesTariffs[0], QStringLiteral("FI1"));
     EXPECT_EQ(speciesTariffs[1], QStringLiteral("BU1"));
     EXPECT_TRUE(speciesTariffs[2].isEmpty());
-}
-
-TEST_F(TallyLogicTest, EvalNeedsTrees)
-{
-    EXPECT_FALSE(logic->checkHasTrees());
-    EXPECT_EQ(dialogs.asked(), QStringList{QStringLiteral("Keine Daten vorhanden!||")});
-    ASSERT_TRUE(tally("FI", 15, 1, "FI1"));
-    EXPECT_TRUE(logic->checkHasTrees());
 }
 
 // Master data without a single diameter class row: a diameter finds no class, nothing can be
