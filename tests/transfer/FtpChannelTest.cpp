@@ -152,46 +152,6 @@ protected:
 const QStringList kDialledClean{"dial GPRS", "hangUp GPRS"};
 const QStringList kDialledNotice{"dial GPRS", "notice", "hangUp GPRS"};
 
-TEST(FtpServerSetting, ParsesHostPortAndTls)
-{
-    const struct {
-        const char* setting;
-        std::optional<FtpServer> expected;
-    } cases[] = {
-        {"ftp.example.com", FtpServer{"ftp.example.com", 21, false}},
-        {"  ftp.example.com  ", FtpServer{"ftp.example.com", 21, false}},
-        {"ftp.example.com:2121", FtpServer{"ftp.example.com", 2121, false}},
-        {"127.0.0.1:65535", FtpServer{"127.0.0.1", 65535, false}},
-        {"ftp://ftp.example.com/", FtpServer{"ftp.example.com", 21, false}},
-        {"ftps://ftp.example.com", FtpServer{"ftp.example.com", 21, true}},
-        {"FTPS://ftp.example.com:990", FtpServer{"ftp.example.com", 990, true}},
-        {"[::1]:2121", FtpServer{"::1", 2121, false}},
-        {"[fe80::1]", FtpServer{"fe80::1", 21, false}},
-        {"::1", FtpServer{"::1", 21, false}},
-        {"", std::nullopt},
-        {"ftps://", std::nullopt},
-        {":21", std::nullopt},
-        {"host:", std::nullopt},
-        {"host:0", std::nullopt},
-        {"host:65536", std::nullopt},
-        {"host:21x", std::nullopt},
-        {"host:+21", std::nullopt},
-        {"host: 21", std::nullopt},
-        {"sftp://host", std::nullopt},
-        {"host/data", std::nullopt},
-        {"user@host", std::nullopt},
-        {"[::1", std::nullopt},
-        {"[::1]x", std::nullopt},
-        {"[host]:21", std::nullopt},
-        {"ho st", std::nullopt},
-    };
-    for (const auto& c : cases) {
-        EXPECT_TRUE(FtpServer::parse(QString::fromUtf8(c.setting)) == c.expected) << c.setting;
-    }
-    EXPECT_EQ(FtpServer::parse("[::1]:2121")->baseUrl(), "ftp://[::1]:2121/");
-    EXPECT_EQ(FtpServer::parse("ftps://h")->baseUrl(), "ftp://h:21/");
-}
-
 TEST_F(FtpChannelTest, SendsEveryExportFileButTheMarker)
 {
     const struct {

@@ -174,43 +174,5 @@ TEST_F(ListCsvExportTest, FormulasInTextsAreGuarded)
               "'=1+2;1;'@FI;'+A1;;;;;;-1,50;-1,50;'=1+2;;WR01;1,00\r");
 }
 
-TEST(ListCsvExport, FieldsAndNumbersAsSpreadsheetsReadThem)
-{
-    const struct {
-        const char* field;
-        const char* expected;
-    } fields[] = {
-        {"", ""},
-        {"Süd", "Süd"},
-        {"a;b", "\"a;b\""},
-        {"12\" Zoll", "\"12\"\" Zoll\""},
-        {"\"", "\"\"\"\""},
-        {"Zeile 1\r\nZeile 2", "\"Zeile 1\r\nZeile 2\""},
-        {"nur\nLF", "\"nur\nLF\""},
-        {"nur\rCR", "\"nur\rCR\""},
-        {"a,b 'c'", "a,b 'c'"}, // commas and apostrophes need nothing
-    };
-    for (const auto& f : fields) {
-        EXPECT_EQ(ListCsvExport::quoted(QString::fromUtf8(f.field)), QString::fromUtf8(f.expected))
-            << f.field;
-    }
-    const std::pair<const char*, const char*> texts[] = {
-        {"", ""},          {"=1+2", "'=1+2"}, {"+49 171", "'+49 171"}, {"-Rand", "'-Rand"},
-        {"@SUM", "'@SUM"}, {"\tx", "'\tx"},   {"\rx", "'\rx"},         {"a=b", "a=b"},
-        {"'x", "'x"},      {" =x", " =x"},
-    };
-    for (const auto& [text, expected] : texts)
-        EXPECT_EQ(ListCsvExport::guarded(QString::fromUtf8(text)), QString::fromUtf8(expected))
-            << text;
-    const std::pair<std::int64_t, const char*> numbers[] = {
-        {0, "0,00"},         {1, "0,01"},
-        {10, "0,10"},        {100, "1,00"},
-        {123456, "1234,56"}, {-5, "-0,05"},
-        {-12345, "-123,45"}, {INT64_MIN, "-92233720368547758,08"},
-    };
-    for (const auto& [value, expected] : numbers)
-        EXPECT_EQ(ListCsvExport::hundredths(value), QLatin1StringView(expected)) << value;
-}
-
 } // namespace
 } // namespace brovant::test

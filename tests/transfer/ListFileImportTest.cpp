@@ -80,55 +80,6 @@ protected:
     }
 };
 
-TEST(ListFileNumberTest, ConvertsAsTheColumnTableSays)
-{
-    const struct {
-        const char* text;
-        int decimals;
-        std::int64_t value;
-    } cases[] = {
-        {"12.5", 2, 1250},
-        {" 7", 1, 70},
-        {"   0.59", 2, 59},
-        {"1234.56", 2, 123456},
-        {"0.95", 2, 95},
-        {"1", 2, 100},
-        {"12.", 2, 1200},
-        {".5", 2, 50},
-        {"26", 0, 26},
-        {" 1 2", 0, 12}, // every blank goes, also between digits
-        {"", 2, 0},
-        {"    ", 0, 0},
-        {".", 0, 0},
-        {".", 2, 0},
-        {"1.234", 2, 1234}, // a longer fraction is kept as it is
-        {"1.2.3", 2, 12},   // only the first point goes; "%lu" stops at the second
-        {"12a", 2, 12},     // letters end the number before the fraction is appended
-        {"1a2", 0, 1},
-        {"a12", 0, 0},
-        {"x1", 0, 0},
-        {"abc.de", 2, 0},
-        {"+5", 0, 5},
-        {"-5", 0, -5},
-        {"- 5", 0, -5},
-        {"-", 2, 0},
-        {"\t7", 0, 7},
-        {"7\t", 0, 7},
-        {"99999999999", 0, 4294967295},
-        {"4294967295", 0, 4294967295},
-        {"4294967296", 0, 4294967295},
-        {"999999999999999999999999999999", 2, 4294967295},
-        {"0000012", 0, 12},
-        {"1.5", 0, 15},  // without decimals the point just goes
-        {"1.5", -3, 15}, // decimals below 0 count as 0
-        {"1", 40, 4294967295},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(ListFileImport::number(QString::fromUtf8(c.text), c.decimals), c.value)
-            << '"' << c.text << "\" with " << c.decimals << " decimals";
-    }
-}
-
 // One case per folder of data/import: its files go to "\Import", and the folder's .txt says what
 // the import makes of them: "existing" the headers already there (ID_FILE, in table order),
 // "result" the outcome, the files that went in and the last list, then the new rows under

@@ -1,7 +1,6 @@
-// Frames byte by byte, taken apart, gathered from a line, and the names a header may give.
+// Frames byte by byte, taken apart and gathered from a line; the names a header may give are in
+// TextCasesTest.
 #include "transfer/SerialFrames.h"
-
-#include "transfer/ListName.h"
 
 #include <gtest/gtest.h>
 
@@ -139,74 +138,6 @@ TEST(SerialFrames, CollectorCutsTheLineIntoSteps)
     EXPECT_FALSE(cut.next());
     EXPECT_FALSE(takeApart(cut.drain()).complete);
     EXPECT_TRUE(cut.isEmpty());
-}
-
-// Every name the list-name keyboard can make must be a list file name; nothing else may be.
-TEST(SerialFrames, HeaderNamesMustBeListFileNames)
-{
-    const char* const plain[] = {"12345678.DAT", "AB      .DAT", "AB.3    .DAT", "Ä_(1),&-.DAT",
-                                 "A B.DAT",      "A.B.C",        "MÜLLER.DAT",   "a_b-c.d",
-                                 "NOEXT",        "CONFIG.DAT",   "COM10.DAT",    "LPT0.DAT"};
-    const char* const refused[] = {"AB/3    .DAT",
-                                   "AB:3.DAT",
-                                   "A#B.DAT",
-                                   ".AB.DAT",
-                                   "CON.3   .DAT",
-                                   "\u0416.DAT",
-                                   "..\\..\\x.DAT",
-                                   "/etc/passwd",
-                                   "a/b.dat",
-                                   "c:x.dat",
-                                   "CON.DAT",
-                                   "con",
-                                   "Nul.txt",
-                                   "AUX",
-                                   "PRN  .DAT",
-                                   "com1.dat",
-                                   "LPT9",
-                                   "A\x01"
-                                   "B.DAT",
-                                   "A\tB.DAT",
-                                   "A\x7f"
-                                   "B.DAT",
-                                   "TOOLONGNAME.DAT",
-                                   "A.DATA",
-                                   "A.",
-                                   ".DAT",
-                                   "..",
-                                   "",
-                                   " LEAD.DAT",
-                                   "A.D T",
-                                   "x*.dat",
-                                   "x?.dat"};
-    for (const char* name : plain)
-        EXPECT_TRUE(listname::isFileName(QString::fromUtf8(name))) << name;
-    for (const char* name : refused)
-        EXPECT_FALSE(listname::isFileName(QString::fromUtf8(name))) << name;
-}
-
-TEST(SerialFrames, HeaderLinesNameTheirFile)
-{
-    const struct {
-        QByteArray payload;
-        std::optional<QString> name;
-    } cases[] = {
-        {"TD0AB      .DATQuendrax     0Brovant_V300_D", QStringLiteral("AB      .DAT")},
-        {"TD012345678.DATQuendrax", QStringLiteral("12345678.DAT")},
-        {"TD0A.DAT       Quendrax", QStringLiteral("A.DAT")},
-        {"TD0A.DAT", QStringLiteral("A.DAT")},
-        {"TD0\xC4"
-         "B.DAT      Q",
-         QStringLiteral("ÄB.DAT")},
-        {"TD0../x.DAT  Quendrax", std::nullopt},
-        {"TD0TOOLONGNAME.DAT", std::nullopt},
-        {"TD0", std::nullopt},
-        {"TD", std::nullopt},
-        {"001AB      .DAT", std::nullopt},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(headerFileName(c.payload), c.name) << c.payload.toStdString();
-    EXPECT_EQ(headerNameField("TD0a\x01/b"), QStringLiteral("a\x01/b"));
 }
 
 } // namespace

@@ -1,0 +1,113 @@
+// List file fields and names, spreadsheet cells and the FTP server setting, text in and text out:
+// one case a line of data/text_cases.txt.
+#include "support/QtPrinting.h"
+#include "transfer/FtpChannel.h"
+#include "transfer/ListCsvExport.h"
+#include "transfer/ListFileImport.h"
+#include "transfer/ListName.h"
+#include "transfer/SerialFrames.h"
+
+#include <QFile>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <map>
+
+namespace brovant::test {
+namespace {
+
+// "\t", "\r", "\n", "\\" and "\xNN" (a byte) written out.
+QByteArray unescaped(const QByteArray& text)
+{
+    QByteArray bytes;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        if (text[i] != '\\' || i + 1 == text.size()) {
+            bytes += text[i];
+            continue;
+        }
+        const char c = text[++i];
+        if (c == 'x') {
+            bytes += char(text.mid(i + 1, 2).toInt(nullptr, 16));
+            i += 2;
+        } else {
+            bytes += c == 't' ? '\t' : c == 'r' ? '\r' : c == 'n' ? '\n' : c;
+        }
+    }
+    return bytes;
+}
+
+QString utf8(const QByteArray& bytes)
+{
+    return QString::fromUtf8(bytes);
+}
+
+using Conversion = std::function<QString(const QList<QByteArray>& args)>;
+
+const std::map<QByteArray, Conversion> kConversions = {
+    {"number",
+     [](const auto& a) {
+         return QString::number(ListFileImport::number(utf8(a[0]), a.value(1).toInt()));
+     }},
+    {"ftpserver",
+     [](const auto& a) {
+         const std::optional<FtpServer> server = FtpServer::parse(utf8(a[0]));
+         if (!server)
+             return QStringLiteral("-");
+         return QStringLiteral("%1 %2 %3")
+             .arg(server->host)
+             .arg(server->port)
+             .arg(server->tls ? "tls" : "plain");
+     }},
+    {"ftpurl",
+     [](const auto& a) {
+         return FtpServer::parse(utf8(a[0])).value_or(FtpServer{}).baseUrl();
+     }},
+    {"listname",
+     [](const auto& a) {
+         return QString::fromLatin1(listname::isFileName(utf8(a[0])) ? "yes" : "no");
+     }},
+    {"header",
+     [](const auto& a) {
+         return frames::headerFileName(a[0]).value_or(QStringLiteral("-"));
+     }},
+    {"namefield",
+     [](const auto& a) {
+         return frames::headerNameField(a[0]);
+     }},
+    {"quoted",
+     [](const auto& a) {
+         return ListCsvExport::quoted(utf8(a[0]));
+     }},
+    {"guarded",
+     [](const auto& a) {
+         return ListCsvExport::guarded(utf8(a[0]));
+     }},
+    {"hundredths",
+     [](const auto& a) {
+         return ListCsvExport::hundredths(a[0].toLongLong());
+     }},
+};
+
+TEST(TextCases, ConvertAsWritten)
+{
+    QFile file(QStringLiteral(BROVANT_SOURCE_DIR "/tests/transfer/data/text_cases.txt"));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    int cases = 0;
+    for (const QByteArray& line : file.readAll().split('\n')) {
+        if (line.isEmpty() || line.startsWith('#'))
+            continue;
+        QList<QByteArray> fields = line.split('\t');
+        const auto conversion = kConversions.find(fields.takeFirst());
+        ASSERT_TRUE(conversion != kConversions.end() && fields.size() >= 2) << line.toStdString();
+        for (QByteArray& field : fields)
+            field = unescaped(field);
+        const QString expected = utf8(fields.takeLast());
+        EXPECT_EQ(conversion->second(fields), expected) << line.toStdString();
+        ++cases;
+    }
+    EXPECT_EQ(cases, 143);
+}
+
+} // namespace
+} // namespace brovant::test
