@@ -64,7 +64,6 @@ TEST(ColdBoot, RecoveryFollowsClockMediumAndAnswer)
         {"Karte 0 ignores the card", 2004, 0, Answer::None, true, true, {kCard}, work, {}},
         {"Karte 1 ignores the flash", 2004, 1, Answer::None, true, true, {kFlash}, work, {}},
         {"last card path, yes", 2004, 1, Yes, true, true, {card2}, tagOf(card2), {}},
-        {"last card path, no", 2004, 1, No, true, true, {card2}, work, card2},
         {"first card in table order", 2004, 1, Yes, true, true, {sc, sk2}, tagOf(sk2), {}},
         {"no working database yet", 2004, 1, Yes, true, false, {kCard}, tagOf(kCard), {}}};
     for (const auto& c : cases) {

@@ -66,13 +66,6 @@ TEST(KeepAwake, EveryLongJobHoldsTheInhibitorForItsLength)
                           &d.session->keepAwake());
          },
          messages, "silent", "shown"},
-        {"ActiveSync send, waiting for the office in vain",
-         [](TestDevice& d) {
-             d.session->store().writeInt(Setting::DueMode, 0, SettingsChannels::kCableMode);
-             d.session->store().writeInt(Setting::DuePort, 0, SettingsChannels::kActiveSyncPort);
-         },
-         [&](TestDevice& d) { channels(d).send(); },
-         [](TestDevice& d) { return QString::number(d.clock.sleptMs() / 1000); }, "0", "60"},
         {"cable receive without a port",
          [](TestDevice& d) { d.session->store().writeInt(Setting::DuePort, 0, 1); },
          [&](TestDevice& d) { channels(d).receive(); },

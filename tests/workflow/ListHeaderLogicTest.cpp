@@ -55,17 +55,16 @@ public:
     }
     // A list as the list selection screen would have left it.
     void addList(std::int64_t id, const char* name, const char* region = "WR01    ",
-                 std::function<void(Dataset&)> more = {})
+                 test::ListBuilder::Fields more = {})
     {
-        Dataset rows(session.database(), schema::Kopfdaten);
-        rows.setInt(u"ID_FILE", id);
-        rows.setText(u"LISTE_NR", text(name));
-        rows.setText(u"DATUM_A", QStringLiteral("01.04.2026"));
-        rows.setInt(u"KOR_FAKTOR_N", 100);
-        rows.setText(u"REGION_A", text(region));
-        if (more)
-            more(rows);
-        ASSERT_TRUE(rows.insert());
+        test::ListBuilder(session.database())
+            .row(schema::Kopfdaten,
+                 {{u"ID_FILE", qlonglong(id)},
+                  {u"LISTE_NR", text(name)},
+                  {u"DATUM_A", "01.04.2026"},
+                  {u"KOR_FAKTOR_N", 100},
+                  {u"REGION_A", text(region)}},
+                 more);
     }
     void addTree(std::int64_t list, std::int64_t id, const char* species, std::int64_t diameter)
     {
@@ -322,15 +321,14 @@ TEST(ListHeader, ANewListFromTheModelTakesItsValuesAndACopyOfItsTrees)
         d.addList(1, "ALT");
         d.addTree(1, 1, "BU ", 30);
         if (c.model) {
-            d.addList(7, "MODELL  ", c.region, [](Dataset& rows) {
-                rows.setText(u"ZUSATZ_A", QStringLiteral("Vorlage"));
-                rows.setText(u"DATUM_A", QString());
-                rows.setInt(u"KOR_FAKTOR_N", 90);
-                rows.setText(u"KOPF1_A", QStringLiteral("Forstamt Nord"));
-                rows.setText(u"KOPF2_A", QStringLiteral("Revier Ost"));
-                rows.setText(u"KOPF16_A", QStringLiteral("Bemerkung"));
-                rows.setInt(u"DUE_MARK", 1);
-            });
+            d.addList(7, "MODELL  ", c.region,
+                      {{u"ZUSATZ_A", "Vorlage"},
+                       {u"DATUM_A", ""},
+                       {u"KOR_FAKTOR_N", 90},
+                       {u"KOPF1_A", "Forstamt Nord"},
+                       {u"KOPF2_A", "Revier Ost"},
+                       {u"KOPF16_A", "Bemerkung"},
+                       {u"DUE_MARK", 1}});
             d.addTree(7, 1, "FI ", 24);
             d.addTree(7, 2, "TA ", 36);
         }
