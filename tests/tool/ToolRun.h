@@ -93,6 +93,15 @@ inline std::string demoDevice(const QString& root, const QStringList& lists,
     return error;
 }
 
+// The first record of a list file from the office: its number, 04.05.2026, factor 1.00, region
+// WR01 and the structure tag.
+inline QByteArray officeHeader(const QByteArray& number, const QByteArray& structure = "T00300")
+{
+    return "001" + number.leftJustified(8, ' ') + QByteArray("Liste:").leftJustified(20, ' ')
+           + "04.05.2026" + QByteArray("Datum:").leftJustified(20, ' ') + "1.00"
+           + QByteArray("Faktor:").leftJustified(20, ' ') + "WR01    " + structure + "\r\n";
+}
+
 // The tool running beside the test, as the office runs it.
 class ToolProcess {
 public:

@@ -152,11 +152,7 @@ TEST_F(TallyTrees, EachTreeIsPrintedAsSoonAsItIsCommitted)
 TEST(ListImportAfterAKill, EveryListComesInOnce)
 {
     const auto office = [](const char* number) {
-        return QByteArray("001") + QByteArray(number).leftJustified(8, ' ')
-               + QByteArray("Liste:").leftJustified(20, ' ') + "04.05.2026"
-               + QByteArray("Datum:").leftJustified(20, ' ') + "1.00"
-               + QByteArray("Faktor:").leftJustified(20, ' ') + "WR01    T00300\r\n"
-               + "10A      1FI  2626   0.59    FI01 \r\n";
+        return officeHeader(number) + "10A      1FI  2626   0.59    FI01 \r\n";
     };
     const struct {
         const char* what;

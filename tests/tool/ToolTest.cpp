@@ -23,13 +23,9 @@ TEST(Tool, InitCreatesFoldersAndDatabase)
     EXPECT_EQ(r.status, 0) << r.err.toStdString();
     for (const char* folder : {"Brovant", "Import", "Export"})
         EXPECT_TRUE(QDir(root.host(QLatin1StringView(folder))).exists()) << folder;
+    // What init makes of an existing database: StructureCheckTest.
     EXPECT_EQ(structureRecords(root.host(QStringLiteral("Brovant/Brovant.cdb"))),
               QStringList{"T00300"});
-    // A second init keeps the database as it is.
-    EXPECT_EQ(tool(root.path(), {QStringLiteral("init")}).status, 0);
-    EXPECT_EQ(structureRecords(root.host(QStringLiteral("Brovant/Brovant.cdb"))),
-              QStringList{"T00300"});
-    EXPECT_FALSE(QFile::exists(root.host(QStringLiteral("Brovant/Brovant.cdb-journal"))));
 }
 
 TEST(Tool, InitReplacesAForeignDatabaseAndKeepsItAside)
@@ -47,12 +43,8 @@ TEST(Tool, ImportConfigAndPrintRegistry)
 {
     TempRoot root;
     const ToolRun import = tool(root.path(), {QStringLiteral("import-config"), kSample});
+    // The copy it stages and loads: the kill soak's import-config runs.
     ASSERT_EQ(import.status, 0) << import.err.toStdString();
-    EXPECT_EQ(root.readFile(QStringLiteral("Brovant/passive.dtr")), [] {
-        QFile f(kSample);
-        f.open(QIODevice::ReadOnly);
-        return f.readAll();
-    }());
 
     const ToolRun reg = tool(root.path(), {QStringLiteral("registry")});
     EXPECT_EQ(reg.status, 0);

@@ -68,20 +68,14 @@ TEST_F(ToolTransfer, MarkFlipsTheMarkOfOneList)
 
 TEST_F(ToolTransfer, ImportReadsTheOfficeFilesAsNewLists)
 {
-    const auto line001 = [](const char* number, const char* tag) {
-        return QByteArray("001") + QByteArray(number).leftJustified(8, ' ')
-               + QByteArray("Liste:").leftJustified(20, ' ') + "04.05.2026"
-               + QByteArray("Datum:").leftJustified(20, ' ') + "1.00"
-               + QByteArray("Faktor:").leftJustified(20, ' ') + "WR01    " + tag + "\r\n";
-    };
     const ToolRun empty = run({"import-lists"});
     EXPECT_EQ(empty.status, 0);
     EXPECT_EQ(empty.out, QString());
 
     root.writeFile(QStringLiteral("Import/b.dat"),
-                   line001("NEU2", "T00300") + "REGWR01    FI FI01 \r\n");
+                   officeHeader("NEU2") + "REGWR01    FI FI01 \r\n");
     root.writeFile(QStringLiteral("Import/A.DAT"),
-                   line001("NEU1", "T00300") + "10A1     1FI  2626   0.59    FI01 \r\n");
+                   officeHeader("NEU1") + "10A1     1FI  2626   0.59    FI01 \r\n");
     root.writeFile(QStringLiteral("Import/import.tmp"), "");
     const ToolRun r = run({"import-lists"});
     EXPECT_EQ(r.status, 0) << r.err.toStdString();
@@ -98,9 +92,9 @@ TEST_F(ToolTransfer, ImportReadsTheOfficeFilesAsNewLists)
               "1|HIEB01|2|0 2|LEER|0|0 3|NEU1    |1|0 4|NEU2    |0|0");
 
     // A file the import refuses ends the run; the lists before it are named.
-    root.writeFile(QStringLiteral("Import/a.dat"), line001("DAVOR", "T00300"));
-    root.writeFile(QStringLiteral("Import/b.dat"), line001("FALSCH", "T00299"));
-    root.writeFile(QStringLiteral("Import/c.dat"), line001("DANACH", "T00300"));
+    root.writeFile(QStringLiteral("Import/a.dat"), officeHeader("DAVOR"));
+    root.writeFile(QStringLiteral("Import/b.dat"), officeHeader("FALSCH", "T00299"));
+    root.writeFile(QStringLiteral("Import/c.dat"), officeHeader("DANACH"));
     const ToolRun wrong = run({"import-lists"});
     EXPECT_EQ(wrong.status, 1);
     EXPECT_EQ(wrong.out, QStringLiteral("DAVOR\n"));
