@@ -15,11 +15,8 @@
 #include "tally/caliper/CaliperReader.h"
 #include "tool/ToolRun.h"
 
-#include <QComboBox>
 #include <QDir>
-#include <QListWidget>
 #include <QProcess>
-#include <QTabBar>
 #include <QTreeWidget>
 
 namespace brovant {
@@ -214,13 +211,30 @@ protected:
     }
     // Keys as a finger presses them, one step a word: "BAUMART=FI" taps the field and picks the
     // entry from the list keys shown, "=FI01" picks from the keys that came up by themselves,
-    // "STK=3" types, "NA=-" empties the field with "C", and "BHD=26" types the diameter and
-    // confirms it with Enter.
+    // "STK=3" types, "NA=-" empties the field with "C", "BHD=26" types the diameter and confirms
+    // it with Enter; "Up", "Down" and the secondary bar's "Delete", "First" and "End" press their
+    // keys, "JA" and "NEIN" answer the question the next key asks.
     void keys(const QString& steps)
     {
+        const QMap<QString, std::vector<int>> commands{
+            {QStringLiteral("Up"), {Tally::kUp}},
+            {QStringLiteral("Down"), {Tally::kDown}},
+            {QStringLiteral("Delete"), {Tally::kEtc, Tally::kDelete}},
+            {QStringLiteral("First"), {Tally::kEtc, Tally::kFirst}},
+            {QStringLiteral("End"), {Tally::kEtc, Tally::kEnd}},
+        };
         for (const QString& step : steps.split(u' ', Qt::SkipEmptyParts)) {
             const QString field = step.section(u'=', 0, 0);
             const QString value = step.section(u'=', 1);
+            if (step == QStringLiteral("JA") || step == QStringLiteral("NEIN")) {
+                h.dialogs.answerNext(step == QStringLiteral("JA") ? Answer::Yes : Answer::No);
+                continue;
+            }
+            if (commands.contains(step)) {
+                for (const int command : commands.value(step))
+                    h.press(command);
+                continue;
+            }
             // A field the screen has just focused holds its value selected for typing over.
             if (!field.isEmpty() && h.focused() != field)
                 h.tapField(field);
@@ -374,46 +388,29 @@ TEST_F(ForesterDay, CorrectionsOnTheTallyScreen)
     ASSERT_NO_FATAL_FAILURE(makeList("HIEB01", "NORDHANG", "WR01"));
     ASSERT_NO_FATAL_FAILURE(openTally("HIEB01"));
     ASSERT_NO_FATAL_FAILURE(
-        keys("BAUMART=FI =FI01 BHD=26 BHD=30 BHD=40 BAUMART=BU =BU01 BHD=44 BHD=50"));
-    for (int i = 0; i < 3; ++i)
-        h.press(Tally::kUp);
+        keys("BAUMART=FI =FI01 BHD=26 BHD=30 BHD=40 BAUMART=BU =BU01 BHD=44 BHD=50 Up Up Up"));
     EXPECT_EQ(tallyLabel("position"), QStringLiteral("3/5"));
     EXPECT_EQ(shownRecord(), QStringLiteral("FI01|FI|||1|40|40|1.70"));
     EXPECT_EQ(tallyLabel("Prev1"), QStringLiteral(" 1      30         0.85"));
     ASSERT_NO_FATAL_FAILURE(keys("BHD=51"));
     EXPECT_EQ(tallyLabel("position"), QStringLiteral("4/5"));
     EXPECT_EQ(shownRecord(), QStringLiteral("BU01|BU|||1|44|44|2.19"));
-    ASSERT_NO_FATAL_FAILURE(keys("BAUMART=FI STK=3"));
-    h.dialogs.answerNext(Answer::Yes);
-    h.press(Tally::kDown);
+    ASSERT_NO_FATAL_FAILURE(keys("BAUMART=FI STK=3 JA Down"));
     EXPECT_EQ(tallyLabel("position"), QStringLiteral("5/5"));
-    h.tapField(QStringLiteral("BHD"));
-    h.type(QStringLiteral("33"));
-    h.dialogs.answerNext(Answer::No);
-    h.press(Tally::kUp);
+    ASSERT_NO_FATAL_FAILURE(keys("STK=3 NEIN Up"));
     EXPECT_EQ(tallyLabel("position"), QStringLiteral("4/5"));
     EXPECT_EQ(shownRecord(), QStringLiteral("FI01|FI|||3|44|44|6.42"));
-    h.dialogs.answerNext(Answer::Yes);
-    h.press(Tally::kEtc);
-    h.press(Tally::kDelete);
+    ASSERT_NO_FATAL_FAILURE(keys("JA Delete"));
     EXPECT_EQ(tallyLabel("position"), QStringLiteral("4/4"));
     EXPECT_EQ(shownRecord(), QStringLiteral("BU01|BU|||1|50|50|2.95"));
-    h.press(Tally::kEtc);
-    h.press(Tally::kFirst);
+    ASSERT_NO_FATAL_FAILURE(keys("First"));
     EXPECT_EQ(tallyLabel("position"), QStringLiteral("1/4"));
-    h.dialogs.answerNext(Answer::No);
-    h.press(Tally::kEtc);
-    h.press(Tally::kDelete);
-    h.dialogs.answerNext(Answer::Yes);
-    h.press(Tally::kEtc);
-    h.press(Tally::kDelete);
+    ASSERT_NO_FATAL_FAILURE(keys("NEIN Delete JA Delete"));
     EXPECT_EQ(tallyLabel("position"), QStringLiteral("1/3"));
     EXPECT_EQ(shownRecord(), QStringLiteral("FI01|FI|||1|30|30|0.85"));
-    h.press(Tally::kEtc);
-    h.press(Tally::kEnd);
+    ASSERT_NO_FATAL_FAILURE(keys("End"));
     EXPECT_EQ(tallyLabel("position"), QStringLiteral("neu"));
-    h.press(Tally::kUp);
-    ASSERT_NO_FATAL_FAILURE(keys("TARIF=BU02"));
+    ASSERT_NO_FATAL_FAILURE(keys("Up TARIF=BU02"));
     h.press(KeypadScreen::kEnter);
     EXPECT_EQ(tallyLabel("position"), QStringLiteral("neu"));
     EXPECT_EQ(tallyLabel("Prev1"), QStringLiteral(" 1      50         2.60"));
