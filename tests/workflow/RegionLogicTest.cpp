@@ -70,7 +70,6 @@ TEST_F(Regions, AddChecksTheRegionAsTheListHeaderDoes)
         {"", {}, Added::No, "Eingabe fehlt !!!||", {}},
         {"WR9", Answer::First, Added::AssignTariffs, unknown, {}},
         {"WR9", Answer::Second, Added::No, unknown, {}},
-        {"WR9", Answer::None, Added::No, unknown, {}},
         {"WR01", {}, Added::Yes, "", {"WR01|FI|FI01", "WR01|BU|BU01"}},
         {"WR01 ",
          {},

@@ -5,28 +5,35 @@
 namespace brovant::test {
 namespace {
 
-TEST(Startup, FreshRootWithStagedConfigurationCreatesImportsAndLoadsInTheDevicesOrder)
+// A fresh root gets its database and folders; a staged configuration is imported once, in the
+// device's order, and from then on the tables come from the registry.
+TEST(Startup, ConfigurationIsImportedOnlyWhenStagedAndNotYetLoaded)
 {
     TestDevice d;
+    ASSERT_TRUE(d.app->start());
+    EXPECT_TRUE(QFileInfo(d.root.host("Brovant/Brovant.cdb")).isFile());
+    EXPECT_TRUE(QFileInfo(d.root.host("Import")).isDir());
+    EXPECT_TRUE(QFileInfo(d.root.host("Export")).isDir());
+    EXPECT_EQ(d.session->store().readInt(Setting::KonfigLoaded), 0);
+    EXPECT_EQ(d.eventIndex("info 5 Konfiguration wird eingelesen"), -1);
+    EXPECT_TRUE(d.state.tables.species[0].isEmpty());
+
     const QString key = QString::fromUtf16(KeepAwake::kTimeoutsKey);
     const QString value = QString::fromUtf16(KeepAwake::kValue);
     d.registry().setDword(Hive::LocalMachine, key, value, 300);
     d.stageConfig();
+    d.restartAfterCrash();
+    d.events.clear();
     ASSERT_TRUE(d.app->start());
-
-    EXPECT_TRUE(QFileInfo(d.root.host("Brovant/Brovant.cdb")).isFile());
     EXPECT_TRUE(d.session->database().isOpen());
     EXPECT_EQ(d.session->store().readInt(Setting::KonfigLoaded), 1);
     EXPECT_TRUE(d.dialogs.asked().isEmpty()) << d.dialogs.asked().join(u'\n').toStdString();
     EXPECT_EQ(d.dialogs.unansweredQuestions(), 0);
     EXPECT_FALSE(d.state.tables.species[0].isEmpty()) << "tables are loaded after the import";
-    EXPECT_TRUE(QFileInfo(d.root.host("Import")).isDir());
-    EXPECT_TRUE(QFileInfo(d.root.host("Export")).isDir());
     EXPECT_FALSE(d.state.getac);
     // Import and load leave the suspend time-out as found.
     EXPECT_EQ(d.session->keepAwake().saved(), 300u);
     EXPECT_EQ(d.registry().dword(Hive::LocalMachine, key, value), 300u);
-
     EXPECT_TRUE(d.inOrder({"host showMainMenu", "info 5 Datenbank wird initialisiert...",
                            "progress 0", "progress 10", "progress 20", "progress 30",
                            "host createScreens", "progress 100", "info 0",
@@ -36,21 +43,7 @@ TEST(Startup, FreshRootWithStagedConfigurationCreatesImportsAndLoadsInTheDevices
     EXPECT_EQ(d.events.back(), "host active 1");
     EXPECT_EQ(d.events.count("host createScreens"), 1);
     EXPECT_EQ(d.eventIndex("host cursor"), -1) << "no re-creation, no wait cursor";
-}
 
-TEST(Startup, ConfigurationIsImportedOnlyWhenStagedAndNotYetLoaded)
-{
-    TestDevice d;
-    ASSERT_TRUE(d.app->start());
-    EXPECT_EQ(d.session->store().readInt(Setting::KonfigLoaded), 0);
-    EXPECT_TRUE(d.dialogs.asked().isEmpty());
-    EXPECT_EQ(d.eventIndex("info 5 Konfiguration wird eingelesen"), -1);
-    EXPECT_TRUE(d.state.tables.species[0].isEmpty());
-
-    d.stageConfig();
-    d.restartAfterCrash();
-    ASSERT_TRUE(d.app->start());
-    EXPECT_EQ(d.session->store().readInt(Setting::KonfigLoaded), 1);
     d.stageConfig();
     d.restartAfterCrash();
     d.events.clear();

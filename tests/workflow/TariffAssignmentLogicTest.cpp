@@ -148,33 +148,6 @@ TEST(TariffAssignment, ChecksRunInOrderAndOnlyAValidRowIsWritten)
     }
 }
 
-TEST(TariffAssignment, ARowChangedInPlaceIsNoDuplicateOfItselfButOfAnother)
-{
-    struct Case {
-        const char* name;
-        TariffRow typed;
-        bool saved;
-    } const cases[] = {
-        {"own combination, new tariff", row("WR01", "FI", "FI02"), true},
-        {"combination of another row", row("WR01", "BU", "FI01"), false},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        Device d;
-        for (const Stored& s : kExisting)
-            d.add(s);
-        ASSERT_TRUE(d.logic->openAll());
-        ASSERT_TRUE(d.logic->moveUp());
-        ASSERT_TRUE(d.logic->moveUp()); // WR01 FI comes first by region, ID
-        ASSERT_EQ(str(d.logic->editLine()), "WR01/FI/FI01");
-        d.logic->setEditLine(c.typed);
-        EXPECT_EQ(d.logic->save(), c.saved);
-        EXPECT_EQ(d.stored().size(), 2);
-        EXPECT_EQ(d.stored().contains(QStringLiteral("3|WR01    |FI |FI02 ")), c.saved);
-        EXPECT_EQ(d.logic->position(), 0);
-    }
-}
-
 // The first row of an empty table takes the import's first ID, and every field the import's
 // shape of an assignment row (see the configuration import's tests).
 TEST(TariffAssignment, NewRowIsStoredLikeAnImportedOne)
