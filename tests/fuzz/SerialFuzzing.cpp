@@ -33,55 +33,29 @@
 namespace brovant::test {
 namespace {
 
-class ScriptedLine final : public SerialLine {
-public:
-    explicit ScriptedLine(QByteArrayView input)
-    {
-        if (input.isEmpty())
-            return;
-        m_chunk = uchar(input[0]) == 0 ? frames::kMaxStep : uchar(input[0]);
-        QByteArrayView rest = input.sliced(1);
-        for (qsizetype at = rest.indexOf("\xFE\xFF"); at >= 0; at = rest.indexOf("\xFE\xFF")) {
-            m_turns.append(rest.first(at).toByteArray());
-            rest = rest.sliced(at + 2);
-        }
-        m_turns.append(rest.toByteArray());
-        m_queue = m_turns.value(0);
+// Plays a script's far end on `line`; whether it ever sent an EOT the receiver could have read.
+bool playScript(PeerLine& line, QByteArrayView input)
+{
+    if (input.isEmpty())
+        return false;
+    line.chunk = uchar(input[0]) == 0 ? frames::kMaxStep : uchar(input[0]);
+    QList<QByteArray> turns;
+    QByteArrayView rest = input.sliced(1);
+    for (qsizetype at = rest.indexOf("\xFE\xFF"); at >= 0; at = rest.indexOf("\xFE\xFF")) {
+        turns.append(rest.first(at).toByteArray());
+        rest = rest.sliced(at + 2);
     }
-
-    bool write(QByteArrayView bytes) override
-    {
-        written.append(bytes);
+    turns.append(rest.toByteArray());
+    line.send(turns[0]);
+    line.onWrite = [&line, turns, next = qsizetype(1)](const QByteArray& bytes) mutable {
         const bool answered = bytes.contains(frames::kEnq) || bytes.contains(frames::kAck)
                               || bytes.contains(frames::kNak);
-        if (answered && m_next < m_turns.size())
-            m_queue.append(m_turns[m_next++]);
-        return true;
-    }
-
-    QByteArray read(int maxBytes, int) override
-    {
-        const qsizetype n = std::min<qsizetype>({std::max(maxBytes, 0), m_chunk, m_queue.size()});
-        QByteArray out = m_queue.first(n);
-        m_queue.remove(0, n);
-        return out;
-    }
-
-    // Whether the far end ever sent an EOT the receiver could have read.
-    bool offeredEot() const
-    {
-        return std::any_of(m_turns.begin(), m_turns.end(),
-                           [](const QByteArray& turn) { return turn.contains(frames::kEot); });
-    }
-
-    QByteArray written;
-
-private:
-    QList<QByteArray> m_turns;
-    qsizetype m_next = 1;
-    QByteArray m_queue;
-    qsizetype m_chunk = frames::kMaxStep;
-};
+        if (answered && next < turns.size())
+            line.send(turns[next++]);
+    };
+    return std::any_of(turns.begin(), turns.end(),
+                       [](const QByteArray& turn) { return turn.contains(frames::kEot); });
+}
 
 // Everything below `dir` but the files and links directly in `skipFilesIn`: folders, links with
 // their targets, files with their bytes.
@@ -158,7 +132,8 @@ public:
             || !QFile::link(m_dir + QStringLiteral("/outside/absent.dat"),
                             m_import + "/DANGLE.DAT"))
             return {QStringLiteral("cannot plant the links")};
-        ScriptedLine line(input);
+        PeerLine line;
+        const bool offeredEot = playScript(line, input);
         Received r = m_receive(line, m_root);
         QString outcome = QLatin1StringView(r.ok ? "ok" : "failed");
         if (!r.reportedFiles.isEmpty())
@@ -166,12 +141,12 @@ public:
         if (!r.refused.isEmpty())
             outcome += QStringLiteral(", %1 refused").arg(r.refused.size());
         if (r.failure.isEmpty())
-            r.failure = verify(r, line);
+            r.failure = verify(r, line.allWritten(), offeredEot);
         return {r.failure, outcome, r.detail};
     }
 
 private:
-    QString verify(const Received& r, const ScriptedLine& line) const
+    QString verify(const Received& r, const QByteArray& written, bool offeredEot) const
     {
         if (snapshot(m_dir, m_import) != m_before)
             return QStringLiteral("something outside the receiving folder changed");
@@ -179,7 +154,7 @@ private:
             return QStringLiteral("wrote through the dangling link");
         quint64 acks = 0;
         int naksInRow = 0;
-        for (const char b : line.written) {
+        for (const char b : written) {
             if (!m_answers.contains(b))
                 return QStringLiteral("wrote byte 0x%1").arg(uchar(b), 2, 16, QChar(u'0'));
             if (b == frames::kAck) {
@@ -219,7 +194,7 @@ private:
         if (found != expected)
             return QStringLiteral("files %1, reported %2")
                 .arg(found.join(u'/'), expected.join(u'/'));
-        if (r.ok && !line.offeredEot())
+        if (r.ok && !offeredEot)
             return QStringLiteral("a transfer without EOT succeeded");
         return {};
     }

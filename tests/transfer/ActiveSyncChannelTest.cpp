@@ -332,31 +332,6 @@ TEST(ActiveSyncOffice, AnswersTheHandheldsRequest)
     EXPECT_EQ(bench.folder("Export"), QStringList());
 }
 
-using Route = SettingsChannels::Route;
-
-TEST(SettingsChannels, RouteByModeAndPort)
-{
-    const struct {
-        int mode;
-        int port;
-        Route send;
-        Route receive;
-    } cases[] = {
-        {1, 10, Route::ActiveSync, Route::ActiveSync},
-        {1, 1, Route::Cable, Route::Cable},
-        {1, 9, Route::Cable, Route::Cable},
-        {2, 10, Route::Modem, Route::ActiveSync},
-        {2, 4, Route::Modem, Route::Cable},
-        {3, 10, Route::Ftp, Route::ActiveSync},
-        {3, 2, Route::Ftp, Route::Cable},
-        {0, 10, Route::Cable, Route::ActiveSync},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(SettingsChannels::sendRoute(c.mode, c.port), c.send) << c.mode << " " << c.port;
-        EXPECT_EQ(SettingsChannels::receiveRoute(c.port), c.receive) << c.port;
-    }
-}
-
 // The settings are read at each transfer. Without a port opener the cable and the modem fail at
 // once, with the transfer's failure message and without waiting.
 TEST(SettingsChannels, TheSettingsInForceChooseTheChannel)

@@ -1,11 +1,12 @@
-// List file fields and names, spreadsheet cells and the FTP server setting, text in and text out:
-// one case a line of data/text_cases.txt.
+// List file fields and names, spreadsheet cells, the FTP server setting and the channel the
+// transfer settings choose, text in and text out: one case a line of data/text_cases.txt.
 #include "support/QtPrinting.h"
 #include "transfer/FtpChannel.h"
 #include "transfer/ListCsvExport.h"
 #include "transfer/ListFileImport.h"
 #include "transfer/ListName.h"
 #include "transfer/SerialFrames.h"
+#include "transfer/SettingsChannels.h"
 
 #include <QFile>
 
@@ -87,6 +88,13 @@ const std::map<QByteArray, Conversion> kConversions = {
      [](const auto& a) {
          return ListCsvExport::hundredths(a[0].toLongLong());
      }},
+    {"route",
+     [](const auto& a) {
+         const char* const names[] = {"ActiveSync", "Cable", "Modem", "Ftp"};
+         return QStringLiteral("%1 %2").arg(
+             names[int(SettingsChannels::sendRoute(a[0].toInt(), a.value(1).toInt()))],
+             names[int(SettingsChannels::receiveRoute(a.value(1).toInt()))]);
+     }},
 };
 
 TEST(TextCases, ConvertAsWritten)
@@ -106,7 +114,7 @@ TEST(TextCases, ConvertAsWritten)
         EXPECT_EQ(conversion->second(fields), expected) << line.toStdString();
         ++cases;
     }
-    EXPECT_EQ(cases, 143);
+    EXPECT_EQ(cases, 151);
 }
 
 } // namespace
