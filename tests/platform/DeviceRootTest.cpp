@@ -311,19 +311,6 @@ TEST(DeviceRoot, MakeFolderAndRemoveFile)
     EXPECT_TRUE(QFileInfo(root.host("Brovant/New")).isDir());
 }
 
-TEST(DeviceRoot, TwoRootsDoNotInterfere)
-{
-    TempRoot first, second;
-    makeTree(first, "Import/a.dat=1");
-    makeTree(second, "import/A.DAT=2");
-    EXPECT_EQ(DeviceRoot(first.path()).hostPath("\\Import\\A.dat"),
-              expectedHost(first, "Import/a.dat"));
-    EXPECT_EQ(DeviceRoot(second.path()).hostPath("\\Import\\A.dat"),
-              expectedHost(second, "import/A.DAT"));
-    EXPECT_EQ(DeviceRoot(first.path()).removeMatching("\\Import\\*.*"), 1);
-    EXPECT_EQ(DeviceRoot(second.path()).find("\\Import\\*.*"), QStringList{"A.DAT"});
-}
-
 TEST(DeviceRoot, SafeFileNamesAndJoin)
 {
     const QString safe =
