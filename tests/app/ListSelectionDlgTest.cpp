@@ -1,10 +1,5 @@
 #include "app/ListSelectionDlg.h"
-#include "app/ListHeaderDlg.h"
-#include "app/ListInfoDlg.h"
 #include "app/ProgramFixture.h"
-#include "app/SettingsDlg.h"
-#include "app/TallyDlg.h"
-#include "device/BackupService.h"
 
 #include <QTabBar>
 #include <QTreeWidget>
@@ -17,15 +12,13 @@ using Dlg = ListSelectionDlg;
 
 class ListScreen : public ::testing::Test, protected Program {
 protected:
-    void addList(int id, const QString& name, int mark = 0, int trees = 0)
+    void addList(int id, const QString& name, int mark = 0)
     {
         insert(schema::Kopfdaten, {{u"ID_FILE", id},
                                    {u"LISTE_NR", name},
                                    {u"ZUSATZ_A", "Zusatz von " + name},
                                    {u"DUE_MARK", mark},
                                    {u"EXPORTED_N_NI", 0}});
-        for (int t = 0; t < trees; ++t)
-            insert(schema::Holzdaten, {{u"ID", id * 100 + t}, {u"ID_FILE", id}});
     }
     // The main menu's "Liste auswählen".
     void open()
@@ -128,7 +121,7 @@ TEST_F(ListScreen, ModelAndDeleteByTheirKeys)
 
 TEST_F(ListScreen, WaysToOtherScreens)
 {
-    addList(1, QStringLiteral("WALD"), 0, 2);
+    addList(1, QStringLiteral("WALD"));
     addList(2, QStringLiteral("MODELL"));
     addList(3, QStringLiteral("LEER"));
     open();
@@ -147,49 +140,13 @@ TEST_F(ListScreen, WaysToOtherScreens)
     EXPECT_EQ(activeName(), QStringLiteral("tally"));
     app.stack().switchTo(screen);
 
-    // Evaluation of a list with trees.
-    dialogs.clear();
-    tab(Dlg::EvaluationTab);
-    tapRow(0);
-    press(Dlg::kEval);
-    EXPECT_TRUE(dialogs.asked().isEmpty());
-    EXPECT_EQ(state.currentList, 1);
-    EXPECT_EQ(activeName(), QStringLiteral("totals"));
-    app.stack().switchTo(screen);
-
     // "Neu" opens the header screen for a new list.
-    tab(Dlg::TallyTab);
     press(Dlg::kNew);
     EXPECT_EQ(state.currentList, -1);
     EXPECT_EQ(activeName(), QStringLiteral("listHeader"));
     app.stack().switchTo(screen);
     press(Screen::kCancel);
     EXPECT_EQ(active(), app.mainMenu());
-}
-
-// With automatic backup on, coming back from the header or the tally screen saves the database;
-// coming back from any other screen does not.
-TEST_F(ListScreen, AutomaticBackupOnReturnFromTheHeaderOrTheTally)
-{
-    addList(1, QStringLiteral("WALD"));
-    state.currentList = 1;
-    const struct {
-        int automatic;
-        Screen* from;
-        size_t backups;
-    } cases[] = {
-        {1, app.stack().screen<SettingsDlg>(), 0},   {0, app.stack().screen<ListHeaderDlg>(), 0},
-        {1, app.stack().screen<ListHeaderDlg>(), 1}, {1, app.stack().screen<ListInfoDlg>(), 1},
-        {1, app.stack().screen<TallyDlg>(), 2},
-    };
-    for (const auto& c : cases) {
-        session.store().writeInt(Setting::BackupAuto, 0, c.automatic);
-        app.stack().switchTo(c.from);
-        app.stack().switchTo(screen);
-        EXPECT_EQ(app.backup().entries().size(), c.backups)
-            << c.from->objectName().toStdString() << " " << c.automatic;
-        EXPECT_EQ(shown().size(), 1);
-    }
 }
 
 } // namespace

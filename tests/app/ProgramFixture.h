@@ -56,14 +56,12 @@ struct ProgramSetup {
     bool flushed = false; // the database flushed on every commit as on the device
     QDateTime now = QDateTime(QDate(2026, 5, 4), QTime(7, 5, 9));
     Stage stage; // more files, before the session opens them
-    TransferChannels* channels = nullptr; // instead of the ones the settings choose
 
     ProgramSetup& bare() { return demo = false, *this; }
     ProgramSetup& unstarted() { return start = false, *this; }
     ProgramSetup& durable() { return flushed = true, *this; }
     ProgramSetup& at(const QDateTime& time) { return now = time, *this; }
     ProgramSetup& staging(Stage more) { return stage = std::move(more), *this; }
-    ProgramSetup& through(TransferChannels& c) { return channels = &c, *this; }
 };
 
 class Program {
@@ -88,8 +86,6 @@ public:
         , clock(setup.now)
     {
         app.replaceMessages(&dialogs);
-        if (setup.channels)
-            app.replaceChannels(setup.channels);
         if (!setup.start)
             return;
         EXPECT_TRUE(app.start());
