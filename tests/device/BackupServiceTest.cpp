@@ -120,7 +120,6 @@ TEST(BackupNumbering, NextNameLimitsAndRestart)
     const Case cases[] = {
         {"first", {}, Kind::Automatic, {"0001_Auto.cdb"}},
         {"after a manual", {"0009_Manu.cdb"}, Kind::Automatic, {"0009_Manu.cdb", "0010_Auto.cdb"}},
-        {"after an automatic", {"0004_Auto.cdb"}, Kind::Manual, {"0004_Auto.cdb", "0005_Manu.cdb"}},
         {"30 automatic drop the oldest", numbered("Auto", 1, 30), Kind::Automatic,
          numbered("Auto", 2, 31)},
         {"31 automatic are all kept", numbered("Auto", 1, 31), Kind::Automatic,
@@ -136,8 +135,6 @@ TEST(BackupNumbering, NextNameLimitsAndRestart)
          numbered("Auto", 102, 130) + QStringList{"0200_Manu.cdb", "0201_Auto.cdb"}},
         {"9999 clears and restarts", {"0005_Manu.cdb", "9999_Auto.cdb"}, Kind::Manual,
          {"0001_Manu.cdb"}},
-        {"9999 of the other kind", {"9998_Auto.cdb", "9999_Manu.cdb"}, Kind::Automatic,
-         {"0001_Auto.cdb"}},
         {"other files stay", {"0001_Auto.cdb.bak", "notes.txt", "0002_Auto.cdb"}, Kind::Manual,
          {"0001_Auto.cdb.bak", "0002_Auto.cdb", "0003_Manu.cdb", "notes.txt"}},
         {"a crashed copy is cleared", {"0002_Auto.cdb.tmp", "0001_Auto.cdb"}, Kind::Automatic,
@@ -394,10 +391,25 @@ struct RestoreDevice : Device {
     }
 };
 
+// With a umask that lets everybody read: the database, the backups of both kinds and the copy a
+// restore stages (looked at while the backup before the restore runs) are the owner's only.
 TEST(Restore, GoodBackupComesBackAfterAnAutomaticBackup)
 {
+    const mode_t umaskBefore = ::umask(022);
+    const auto modeOf = [](const QString& file) {
+        struct stat info {};
+        return ::stat(QFile::encodeName(file).constData(), &info) == 0 ? info.st_mode & 0777 : 0u;
+    };
     RestoreDevice device;
+    const QString staged =
+        device.session->root().hostPath(QString::fromUtf16(BackupService::kRestoreStaging));
+    mode_t stagedMode = 0;
+    device.service->setCopyProgress([&](int, int) {
+        stagedMode = modeOf(staged);
+        return true;
+    });
     EXPECT_TRUE(device.service->restore(QStringLiteral("0001_Manu.cdb")));
+    ::umask(umaskBefore);
     EXPECT_TRUE(device.dialogs.asked().isEmpty());
     EXPECT_TRUE(device.session->database().isOpen());
     EXPECT_EQ(device.trees(), 3);
@@ -406,6 +418,10 @@ TEST(Restore, GoodBackupComesBackAfterAnAutomaticBackup)
               (QStringList{"0001_Manu.cdb", "0002_Auto.cdb"}));
     EXPECT_EQ(treesIn(device.root.host(QStringLiteral("Brovant/Save/0002_Auto.cdb"))), 8);
     EXPECT_EQ(device.listing(QStringLiteral("Brovant")), (QStringList{"Brovant.cdb", "Save/"}));
+    EXPECT_EQ(stagedMode, 0600u);
+    for (const char* file :
+         {"Brovant/Brovant.cdb", "Brovant/Save/0001_Manu.cdb", "Brovant/Save/0002_Auto.cdb"})
+        EXPECT_EQ(modeOf(device.root.host(QLatin1StringView(file))), 0600u) << file;
     // Start-up accepts what was restored.
     device.session->database().close();
     EXPECT_EQ(StructureCheck::inspect(device.root.host(QStringLiteral("Brovant/Brovant.cdb"))),
@@ -505,31 +521,6 @@ TEST(Restore, RefusedFilesLeaveTheDatabaseAlone)
         EXPECT_EQ(device.listing(QStringLiteral("Brovant/Save")), before);
         EXPECT_EQ(device.listing(QStringLiteral("Brovant")), (QStringList{"Brovant.cdb", "Save/"}));
     }
-}
-
-// With a umask that lets everybody read: the database, the backups of both kinds and the copy a
-// restore stages (looked at while the backup before the restore runs) are the owner's only.
-TEST(Restore, DatabaseBackupsAndTheStagedCopyAreTheOwnersOnly)
-{
-    const mode_t umaskBefore = ::umask(022);
-    const auto modeOf = [](const QString& file) {
-        struct stat info {};
-        return ::stat(QFile::encodeName(file).constData(), &info) == 0 ? info.st_mode & 0777 : 0u;
-    };
-    RestoreDevice device;
-    const QString staged =
-        device.session->root().hostPath(QString::fromUtf16(BackupService::kRestoreStaging));
-    mode_t stagedMode = 0;
-    device.service->setCopyProgress([&](int, int) {
-        stagedMode = modeOf(staged);
-        return true;
-    });
-    EXPECT_TRUE(device.service->restore(QStringLiteral("0001_Manu.cdb")));
-    ::umask(umaskBefore);
-    EXPECT_EQ(stagedMode, 0600u);
-    for (const char* file :
-         {"Brovant/Brovant.cdb", "Brovant/Save/0001_Manu.cdb", "Brovant/Save/0002_Auto.cdb"})
-        EXPECT_EQ(modeOf(device.root.host(QLatin1StringView(file))), 0600u) << file;
 }
 
 } // namespace

@@ -163,23 +163,6 @@ TEST(BacklightRoutes, KeyNameIsCaseInsensitive)
         4u);
 }
 
-TEST(DeviceRoutes, VolumeKeepsTheWaveOutValue)
-{
-    Device device;
-    DeviceRoutes& routes = device.open();
-    const std::pair<int, quint32> table[] = {
-        {1, 0x00000000u}, {2, 0x33333333u}, {3, 0x66666666u}, {4, 0x99999999u}, {5, 0xCCCCCCCCu},
-        {6, 0xFFFFFFFFu}, {0, 0u},          {7, 0u},          {-1, 0u},         {100, 0u},
-    };
-    for (const auto& [position, value] : table) {
-        routes.setVolume(6);
-        routes.setVolume(position);
-        EXPECT_EQ(routes.waveOutVolume(), value) << position;
-        EXPECT_EQ(DeviceControls::volumeValue(position), value) << position;
-    }
-    EXPECT_TRUE(device.commands.isEmpty());
-}
-
 // With the power manager's key the timeout is written there; without it only kept.
 TEST(DeviceRoutes, SwitchOffWritesTheTimeoutAndBecomesTheKeepAwakeValue)
 {
@@ -230,7 +213,17 @@ TEST(DeviceRoutes, EmulatedDeviceRunsNoCommand)
     routes.reset();
     routes.reset();
     EXPECT_EQ(routes.resetCount(), 2);
-    routes.setVolume(3);
+    // The volume is kept as the wave-out word, both channels alike, a fifth of the range a step.
+    const std::pair<int, quint32> volumes[] = {
+        {1, 0x00000000u}, {2, 0x33333333u}, {3, 0x66666666u}, {4, 0x99999999u}, {5, 0xCCCCCCCCu},
+        {6, 0xFFFFFFFFu}, {0, 0u},          {7, 0u},          {-1, 0u},         {100, 0u},
+    };
+    for (const auto& [position, value] : volumes) {
+        routes.setVolume(6);
+        routes.setVolume(position);
+        EXPECT_EQ(routes.waveOutVolume(), value) << position;
+        EXPECT_EQ(DeviceControls::volumeValue(position), value) << position;
+    }
     routes.setBacklight(Mains, 1);
     routes.setSwitchOff(60);
     EXPECT_FALSE(routes.hardware().has_value());
@@ -322,7 +315,7 @@ TEST(DeviceRoutes, HardwareDescription)
     }
 }
 
-TEST(HardwareProfile, ParsesKeysCommentsAndPaths)
+TEST(HardwareProfile, ParsesKeysCommentsPathsAndDefaults)
 {
     const DeviceRoot root(QStringLiteral("/devices/one"));
     const QString text = QStringLiteral("# Feldgerät\r\n"
@@ -350,21 +343,18 @@ TEST(HardwareProfile, ParsesKeysCommentsAndPaths)
     EXPECT_EQ(p.model, QStringLiteral("Feldgerät 7 = Wald"));
     EXPECT_TRUE(p.reboot);
     EXPECT_FALSE(p.clock);
-}
-
-TEST(HardwareProfile, DefaultsAndOddValues)
-{
+    // Defaults and values that are no choice of the key.
     const std::tuple<const char*, int, bool, bool> cases[] = {
         {"", 10, false, false},
         {"backlight_levels=0\nreboot=1\nclock=YES", 10, false, true},
         {"backlight_levels=abc\nreboot=yes\nreboot=no", 10, false, false},
     };
-    for (const auto& [text, levels, reboot, clock] : cases) {
-        const HardwareProfile p = HardwareProfile::parse(QString::fromUtf8(text));
-        EXPECT_EQ(std::tuple(p.backlightLevels, p.reboot, p.clock),
+    for (const auto& [conf, levels, reboot, clock] : cases) {
+        const HardwareProfile q = HardwareProfile::parse(QString::fromUtf8(conf));
+        EXPECT_EQ(std::tuple(q.backlightLevels, q.reboot, q.clock),
                   std::tuple(levels, reboot, clock))
-            << text;
-        EXPECT_TRUE(p.backlight.isEmpty() && p.mixer.isEmpty()) << text;
+            << conf;
+        EXPECT_TRUE(q.backlight.isEmpty() && q.mixer.isEmpty()) << conf;
     }
 }
 
