@@ -25,35 +25,6 @@ protected:
     TempRoot root;
 };
 
-// The same trees, one call each and all in one: the same rows, and each line is the single call's
-// output with its fields on one line.
-TEST_F(TallyTrees, EachTreeIsTheSingleTallysTreeOnOneLine)
-{
-    const QStringList trees = {
-        "--bhd 25 --species FI --tarif FI01",
-        "--bhd 31 --stk 2", // species and tariff stay
-        "--bhd 40 --species BU --tarif BU01",
-        "--bhd 27 --species FI",                      // FI's tariff of its latest tree
-        "--bhd 95 --species KI --tarif KI01 --stk 3", // beyond the last class
-    };
-    TempRoot single;
-    ASSERT_EQ(demoDevice(single.path(), {"HIEB01"}), "");
-    QStringList expected;
-    for (const QString& tree : trees) {
-        const ToolRun r = tool(single.path(), QStringList{"tally", "HIEB01"}
-                                                  + tree.split(u' ', Qt::SkipEmptyParts));
-        ASSERT_EQ(r.status, 0) << tree.toStdString() << ": " << r.err.toStdString();
-        expected << r.out.trimmed().replace(u'\n', u'\t');
-    }
-    // Blank lines and blanks around the options do not count.
-    const ToolRun r = bulk(("\n  " + trees.join(QStringLiteral("  \r\n\n")) + "\n").toUtf8());
-    EXPECT_EQ(r.status, 0) << r.err.toStdString();
-    EXPECT_EQ(r.err, QString());
-    EXPECT_EQ(completeLines(r.out.toUtf8()), expected);
-    EXPECT_EQ(lines(), listLines(single.path()));
-    EXPECT_EQ(lines(), expected);
-}
-
 TEST_F(TallyTrees, RefusedTreesAndBadLinesEndTheRunKeepingTheTreesBefore)
 {
     const struct {
@@ -116,7 +87,9 @@ TEST_F(TallyTrees, RefusedTreesAndBadLinesEndTheRunKeepingTheTreesBefore)
 }
 
 // Fed one line at a time on standard input, each tree is in the database and on the output before
-// the next line is written.
+// the next line is written. Blanks, CR and empty lines around the options do not count; a line
+// without species and tariff keeps the tree's before (each line is the single tally's output,
+// ToolEvaluationTest, on one line).
 TEST_F(TallyTrees, EachTreeIsPrintedAsSoonAsItIsCommitted)
 {
     QProcess p;
@@ -124,7 +97,7 @@ TEST_F(TallyTrees, EachTreeIsPrintedAsSoonAsItIsCommitted)
     p.setArguments({"--root", root.path(), "tally", "HIEB01", "--trees", "-"});
     p.start();
     ASSERT_TRUE(p.waitForStarted(kHangGuardMs));
-    const QByteArray trees[] = {"--bhd 25 --species FI --tarif FI01\n", "\n--bhd 33\n",
+    const QByteArray trees[] = {"  --bhd 25 --species FI --tarif FI01  \r\n", "\n--bhd 33\n",
                                 "--bhd 41 --species BU --tarif BU01 --stk 2\n"};
     QByteArray out;
     int printed = 0;
@@ -144,6 +117,12 @@ TEST_F(TallyTrees, EachTreeIsPrintedAsSoonAsItIsCommitted)
     EXPECT_EQ(p.exitStatus(), QProcess::NormalExit);
     EXPECT_EQ(p.exitCode(), 0);
     EXPECT_EQ(out + p.readAllStandardOutput(), lines().join(u'\n').toUtf8() + '\n');
+    EXPECT_EQ(lines(), (QStringList{"ID=1\tID_TYPE=1\tTARIF=FI01\tBAUMART=FI\tNA=\tKA=\t"
+                                    "STK=1\tBHD=26\tDMSTUFE=26\tKUBATUR=0.59",
+                                    "ID=2\tID_TYPE=1\tTARIF=FI01\tBAUMART=FI\tNA=\tKA=\t"
+                                    "STK=1\tBHD=34\tDMSTUFE=34\tKUBATUR=1.15",
+                                    "ID=3\tID_TYPE=1\tTARIF=BU01\tBAUMART=BU\tNA=\tKA=\t"
+                                    "STK=2\tBHD=42\tDMSTUFE=42\tKUBATUR=3.92"}));
 }
 
 // The moment the soak hunts for on the list import, made on purpose: a file whose list went in
