@@ -1,5 +1,5 @@
-// The office at the other end of a transfer channel, for the list selection's tests: it takes the
-// files of "\Export" when it delivers, and puts what it holds into "\Import" when asked to.
+// The office at the other end of a transfer channel: it takes the files of "\Export" when it
+// delivers, puts what it holds into "\Import" when asked to, and has no configuration to fetch.
 #pragma once
 
 #include "platform/DeviceRoot.h"
