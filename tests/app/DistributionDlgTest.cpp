@@ -23,25 +23,14 @@ class Distribution : public ::testing::Test, protected Program {
 protected:
     void addList(int id, const QString& name, int factor, std::initializer_list<Tree> trees)
     {
-        insert(schema::Kopfdaten, {{u"ID_FILE", id},
-                                   {u"LISTE_NR", name},
-                                   {u"REGION_A", "WR01"},
-                                   {u"KOR_FAKTOR_N", factor}});
+        lists.list(id, name, factor, {{u"REGION_A", "WR01"}});
         for (const Tree& t : trees)
-            insert(schema::Holzdaten, {{u"ID", ++m_id},
-                                       {u"ID_FILE", id},
-                                       {u"BAUMART", t.species},
-                                       {u"DMSTUFE", t.diameterClass},
-                                       {u"STK", t.count},
-                                       {u"KUBATUR", t.volume}});
+            lists.tree(id, t.species, t.count, t.volume, {{u"DMSTUFE", t.diameterClass}});
     }
     void settingsChanged()
     {
         state.tables = loadSettings(session.store(), session.database(), nullptr, nullptr);
     }
-
-private:
-    int m_id = 0;
 };
 
 TEST_F(Distribution, StepsThroughTheSpecies)

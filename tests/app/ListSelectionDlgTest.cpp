@@ -14,11 +14,9 @@ class ListScreen : public ::testing::Test, protected Program {
 protected:
     void addList(int id, const QString& name, int mark = 0)
     {
-        insert(schema::Kopfdaten, {{u"ID_FILE", id},
-                                   {u"LISTE_NR", name},
-                                   {u"ZUSATZ_A", "Zusatz von " + name},
-                                   {u"DUE_MARK", mark},
-                                   {u"EXPORTED_N_NI", 0}});
+        lists.list(
+            id, name, 100,
+            {{u"ZUSATZ_A", "Zusatz von " + name}, {u"DUE_MARK", mark}, {u"EXPORTED_N_NI", 0}});
     }
     // The main menu's "Liste auswählen".
     void open()

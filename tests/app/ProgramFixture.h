@@ -196,10 +196,7 @@ public:
     }
     // A row of `table`, each field set from a whole number or a text.
     using Fields = ListBuilder::Fields;
-    void insert(const TableDescriptor& table, Fields fields)
-    {
-        ListBuilder(session.database()).row(table, fields);
-    }
+    void insert(const TableDescriptor& table, Fields fields) { lists.row(table, fields); }
     QString activeName() const { return driver.activeName(); }
     // What the restore screen showed when the settings screen's button opened it, after which
     // `row` (-1: none) is tapped and `button` clicked.
@@ -261,6 +258,7 @@ public:
     ScriptedDialogs dialogs;
     BrovantApp app{session, state, clock};
     ScreenDriver driver{app.stack(), dialogs};
+    ListBuilder lists{session.database()}; // list headers and trees as the screens store them
 
 private:
     void check()

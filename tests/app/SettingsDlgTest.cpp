@@ -1,5 +1,6 @@
-// The settings screen from the main menu: its tabs, device settings that apply at once, "Delete
-// all", backup and the restore screen, and the ways to other screens.
+// The settings screen from the main menu: its tabs, device settings that apply at once, the keys
+// that ask first, the restore screen, and the ways to other screens ("Delete all", a backup and a
+// restore taken: the day in the field).
 #include "app/SettingsDlg.h"
 #include "app/ProgramFixture.h"
 #include "app/RestoreDlg.h"
@@ -9,7 +10,6 @@
 #include <QComboBox>
 #include <QDateEdit>
 #include <QDir>
-#include <QListWidget>
 #include <QSlider>
 #include <QTabBar>
 #include <QTimeEdit>

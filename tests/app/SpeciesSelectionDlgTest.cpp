@@ -11,7 +11,7 @@ using Dlg = SpeciesSelectionDlg;
 struct SpeciesProgram : Program {
     SpeciesProgram()
     {
-        insert(schema::Kopfdaten, {{u"ID_FILE", 1}, {u"LISTE_NR", "L1"}, {u"KOR_FAKTOR_N", 100}});
+        lists.list(1, QStringLiteral("L1"));
         state.currentList = 1;
     }
     // "Einstellung" on the tally screen's secondary keys.

@@ -18,14 +18,12 @@ struct TallyProgram : Program {
     // A list header as the list header screen stores one; returns its ID_FILE.
     std::int64_t addList(const char* name, const char* addition)
     {
-        insert(schema::Kopfdaten, {{u"ID_FILE", qlonglong(++lists)},
-                                   {u"LISTE_NR", name},
-                                   {u"ZUSATZ_A", addition},
-                                   {u"KOR_FAKTOR_N", 100},
-                                   {u"REGION_A", "WR01"},
-                                   {u"DUE_MARK", 0},
-                                   {u"EXPORTED_N_NI", 0}});
-        return lists;
+        lists.list(++made, text(name), 100,
+                   {{u"ZUSATZ_A", text(addition)},
+                    {u"REGION_A", "WR01"},
+                    {u"DUE_MARK", 0},
+                    {u"EXPORTED_N_NI", 0}});
+        return made;
     }
     // "Holz" on the list's row of the list selection.
     void open(const char* name)
@@ -73,7 +71,7 @@ struct TallyProgram : Program {
         press(KeypadScreen::kEnter);
     }
 
-    std::int64_t lists = 0;
+    std::int64_t made = 0;
     Dlg* screen = find<Dlg>();
 };
 

@@ -21,15 +21,9 @@ protected:
     void addList(int id, const QString& name, int factor,
                  std::initializer_list<std::tuple<const char*, int, int>> trees)
     {
-        insert(schema::Kopfdaten,
-               {{u"ID_FILE", id}, {u"LISTE_NR", name}, {u"KOR_FAKTOR_N", factor}});
-        int n = 0;
+        lists.list(id, name, factor);
         for (const auto& [species, count, volume] : trees)
-            insert(schema::Holzdaten, {{u"ID", ++n},
-                                       {u"ID_FILE", id},
-                                       {u"BAUMART", species},
-                                       {u"STK", count},
-                                       {u"KUBATUR", volume}});
+            lists.tree(id, species, count, volume);
     }
     QTreeWidget* view() const { return screen->findChild<QTreeWidget*>("totalsView"); }
     QStringList shown() const { return shownRows(view()); }
