@@ -52,25 +52,9 @@ QByteArray digitsOf(const QList<QByteArray>& written)
     return digits;
 }
 
-// A device of its own with a line to the test, for one case of a table.
+// A device with a line to the test: the fixture's, or one of its own for a case of a table.
 struct Device {
-    TempRoot root;
-    DeviceRoot device{root.path()};
-    PeerLine line;
-    ScriptedDialogs dialogs;
-    ManualClock clock;
-
-    CableChannel channel(int port)
-    {
-        return CableChannel(
-            device, dialogs, clock, [this](int) { return std::make_unique<LineRef>(line); }, port);
-    }
-};
-
-class CableChannelTest : public ::testing::Test {
-protected:
-    CableChannelTest()
-        : device(root.path())
+    Device()
     {
         device.makeFolder(QStringLiteral("\\Export"));
         device.makeFolder(QStringLiteral("\\Import"));
@@ -114,13 +98,15 @@ protected:
     }
 
     TempRoot root;
-    DeviceRoot device;
+    DeviceRoot device{root.path()};
     ScriptedDialogs dialogs;
     ManualClock clock;
     PeerLine line;
     QList<int> openedPorts;
     bool portMissing = false;
 };
+
+class CableChannelTest : public ::testing::Test, public Device {};
 
 TEST_F(CableChannelTest, SendsEveryExportFileLineByLineThenEot)
 {
@@ -237,8 +223,11 @@ TEST_F(CableChannelTest, ReceivesIntoImportChosenByHeaderLines)
     root.writeFile(QStringLiteral("Import/b.dat"), "will be replaced");
     SendingPeer office(line, twoFilesWithStrayLineFirst());
     CableChannel cable = channel();
+    // The modem is only for sending.
+    cable.dialFirst({QStringLiteral("ATZ"), QStringLiteral("0815")});
     ASSERT_TRUE(cable.receive());
 
+    EXPECT_FALSE(line.allWritten().contains("AT"));
     EXPECT_EQ(office.answers(), QByteArray(12, 'A'));
     EXPECT_EQ(filesIn(root.host(QStringLiteral("Import"))),
               (QMap<QString, QByteArray>{{"A       .DAT", kFileA}, {"B       .DAT", kFileB}}));
@@ -254,11 +243,6 @@ TEST_F(CableChannelTest, ReceivesIntoImportChosenByHeaderLines)
 
 TEST_F(CableChannelTest, ReceiveOnANoisyLine)
 {
-    const auto at = [](int index, int times, std::function<QByteArray(QByteArray)> spoil) {
-        return [=](int i, int attempt, const QByteArray& frame) {
-            return i == index && attempt < times ? spoil(frame) : frame;
-        };
-    };
     const auto A = [](int n) {
         return QByteArray(n, 'A');
     };
@@ -268,34 +252,27 @@ TEST_F(CableChannelTest, ReceiveOnANoisyLine)
     const auto wrongDigit = [](QByteArray f) {
         return f.replace(6, 1, "7");
     };
-    const auto dropSoh = [](QByteArray f) {
-        return f.remove(2, 1);
-    };
-    const auto dropEtx = [](QByteArray f) {
-        return f.remove(f.indexOf(kEtx), 1);
-    };
-    const auto noiseFirst = [](QByteArray f) {
-        return QByteArray("\xFF\x00\x7F", 3) + f;
-    };
-    const auto cutShort = [](QByteArray f) {
-        return f.first(9);
-    };
     const struct {
         const char* what;
-        std::function<QByteArray(int, int, const QByteArray&)> mangle;
+        FrameAnswer mangle;
         int stopAfter;
         int chunk;
         bool ok;
         QByteArray answers;
     } cases[] = {
         {"clean, in pieces of 7", nullptr, 100, 7, true, A(12)},
-        {"wrong digit once", at(3, 1, wrongDigit), 100, 1 << 20, true, A(3) + "N" + A(9)},
-        {"SOH lost", at(4, 1, dropSoh), 100, 1 << 20, true, A(4) + "N" + A(8)},
-        {"ETX lost", at(1, 2, dropEtx), 100, 1 << 20, true, A(1) + "NN" + A(11)},
-        {"frame cut short", at(0, 1, cutShort), 100, 1 << 20, true, "N" + A(12)},
-        {"noise in front", at(5, 13, noiseFirst), 100, 1 << 20, true, A(12)},
-        {"fifteen NAKs", at(2, 15, wrongDigit), 100, 1 << 20, true, A(2) + N(15) + A(10)},
-        {"NAK storm", at(2, 99, wrongDigit), 100, 1 << 20, false, A(2) + N(15)},
+        {"wrong digit once", spoilAt(3, 1, wrongDigit), 100, 1 << 20, true, A(3) + "N" + A(9)},
+        {"SOH lost", spoilAt(4, 1, [](QByteArray f) { return f.remove(2, 1); }), 100, 1 << 20, true,
+         A(4) + "N" + A(8)},
+        {"ETX lost", spoilAt(1, 2, [](QByteArray f) { return f.remove(f.indexOf(kEtx), 1); }), 100,
+         1 << 20, true, A(1) + "NN" + A(11)},
+        {"frame cut short", spoilAt(0, 1, [](QByteArray f) { return f.first(9); }), 100, 1 << 20,
+         true, "N" + A(12)},
+        {"noise in front",
+         spoilAt(5, 13, [](QByteArray f) { return QByteArray("\xFF\x00\x7F", 3) + f; }), 100,
+         1 << 20, true, A(12)},
+        {"fifteen NAKs", spoilAt(2, 15, wrongDigit), 100, 1 << 20, true, A(2) + N(15) + A(10)},
+        {"NAK storm", spoilAt(2, 99, wrongDigit), 100, 1 << 20, false, A(2) + N(15)},
         {"office goes silent", nullptr, 5, 1 << 20, false, A(5)},
         {"EOT lost", nullptr, 12, 1 << 20, false, A(12)},
     };
@@ -373,23 +350,10 @@ TEST_F(CableChannelTest, ModemDialogueBeforeSending)
         EXPECT_EQ(d.line.written().contains("ATDT0815\r"), c.dialled);
         EXPECT_EQ(d.dialogs.asked(), c.ok ? QStringList() : QStringList{kFailed});
         EXPECT_EQ(d.line.written().last() == QByteArray(1, kEot), c.ok);
-        QStringList shown;
-        for (const auto& m : d.dialogs.messages()) {
-            if (m.kind == ScriptedDialogs::Kind::Info && m.showCommand == MessageDialogs::Show)
-                shown << m.lines.first();
-        }
-        EXPECT_TRUE(shown.contains(QStringLiteral("Initialisiere Modem...")));
-        EXPECT_EQ(shown.contains(QStringLiteral("0815 ...")), c.dialled);
+        const QStringList shown = d.infoLines();
+        EXPECT_TRUE(shown.contains(QStringLiteral("Initialisiere Modem...||")));
+        EXPECT_EQ(shown.contains(QStringLiteral("0815 ...||")), c.dialled);
     }
-}
-
-TEST_F(CableChannelTest, ReceiveNeverDials)
-{
-    SendingPeer office(line, {headerLine("A.DAT       "), "001A\r\n"});
-    CableChannel cable = channel();
-    cable.dialFirst({QStringLiteral("ATZ"), QStringLiteral("0815")});
-    ASSERT_TRUE(cable.receive());
-    EXPECT_FALSE(line.allWritten().contains("AT"));
 }
 
 QList<TranscriptEntry> loadTranscript(const char* name)

@@ -18,8 +18,8 @@ using namespace frames;
 // Device frames for the office's receive: the SendingPeer answers ENQ, ACK and NAK as the
 // device does when it sends.
 OfficeResult receiveFrom(const QList<QByteArray>& lines, const QString& out,
-                         std::function<QByteArray(int, int, const QByteArray&)> mangle = {},
-                         int stopAfter = 1 << 20, QByteArray* answers = nullptr)
+                         FrameAnswer mangle = {}, int stopAfter = 1 << 20,
+                         QByteArray* answers = nullptr)
 {
     PeerLine device;
     SendingPeer sender(device, lines);
@@ -34,49 +34,32 @@ OfficeResult receiveFrom(const QList<QByteArray>& lines, const QString& out,
 
 TEST(OfficeReceive, ChecksEveryFrameAndWritesFilesAfterEot)
 {
-    const auto spoilChecksum = [](int index, int times) {
-        return [=](int i, int attempt, const QByteArray& frame) {
-            QByteArray f = frame;
-            if (i == index && attempt < times)
-                f[f.indexOf(kEtx) + 2] = f[f.indexOf(kEtx) + 2] == 'A' ? 'B' : 'A';
-            return f;
-        };
-    };
-    const auto spoilPayload = [](int index) {
-        return [=](int i, int attempt, const QByteArray& frame) {
-            return i == index && attempt == 0 ? QByteArray(frame).remove(9, 1) : frame;
-        };
-    };
-    const auto spoilDigit = [](int index) {
-        return [=](int i, int attempt, const QByteArray& frame) {
-            return i == index && attempt == 0 ? QByteArray(frame).replace(6, 1, "5") : frame;
-        };
-    };
-    // A byte of the payload turned into EOT, the rest of the frame following, or nothing.
-    const auto eotInPayload = [](int index, bool cut) {
-        return [=](int i, int attempt, const QByteArray& frame) {
-            if (i != index || (!cut && attempt > 0))
-                return frame;
-            return cut ? frame.first(9) + kEot : QByteArray(frame).replace(9, 1, "\x04");
-        };
+    const auto flipChecksum = [](QByteArray f) {
+        f[f.indexOf(kEtx) + 2] = f[f.indexOf(kEtx) + 2] == 'A' ? 'B' : 'A';
+        return f;
     };
     const QList<QByteArray> lines{"001before any header\r\n", headerLine("ONE.DAT     "),
                                   "001one\r\n", headerLine("one.dat     "), "001one again\r\n"};
     const struct {
         const char* what;
-        std::function<QByteArray(int, int, const QByteArray&)> mangle;
+        FrameAnswer mangle;
         int stopAfter;
         bool ok;
         QByteArray answers;
     } cases[] = {
         {"clean", {}, 1 << 20, true, "AAAAA"},
-        {"checksum wrong twice", spoilChecksum(2, 2), 1 << 20, true, "AANNAAA"},
-        {"payload byte lost", spoilPayload(3), 1 << 20, true, "AAANAA"},
-        {"wrong digit", spoilDigit(3), 1 << 20, true, "AAANAA"},
-        {"EOT inside a frame", eotInPayload(2, false), 1 << 20, true, "AANAAA"},
-        {"checksum never right", spoilChecksum(1, 99), 1 << 20, false, "A" + QByteArray(15, 'N')},
-        {"frame cut short by EOT", eotInPayload(3, true), 1 << 20, false,
-         "AAA" + QByteArray(15, 'N')},
+        {"checksum wrong twice", spoilAt(2, 2, flipChecksum), 1 << 20, true, "AANNAAA"},
+        {"payload byte lost", spoilAt(3, 1, [](QByteArray f) { return f.remove(9, 1); }), 1 << 20,
+         true, "AAANAA"},
+        {"wrong digit", spoilAt(3, 1, [](QByteArray f) { return f.replace(6, 1, "5"); }), 1 << 20,
+         true, "AAANAA"},
+        // A payload byte turned into EOT, the rest of the frame following (or, below, nothing).
+        {"EOT inside a frame", spoilAt(2, 1, [](QByteArray f) { return f.replace(9, 1, "\x04"); }),
+         1 << 20, true, "AANAAA"},
+        {"checksum never right", spoilAt(1, 99, flipChecksum), 1 << 20, false,
+         "A" + QByteArray(15, 'N')},
+        {"frame cut short by EOT", spoilAt(3, 99, [](QByteArray f) { return f.first(9) + kEot; }),
+         1 << 20, false, "AAA" + QByteArray(15, 'N')},
         {"device goes silent", {}, 4, false, "AAAA"},
     };
     for (const auto& c : cases) {

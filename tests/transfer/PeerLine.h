@@ -91,6 +91,14 @@ inline FrameAnswer refuseFrame(int index, std::vector<QByteArray> answers, int& 
     };
 }
 
+// A far end that spoils the frame at `index` with `spoil` on its first `times` attempts.
+inline FrameAnswer spoilAt(int index, int times, std::function<QByteArray(QByteArray)> spoil)
+{
+    return [=](int i, int attempt, const QByteArray& frame) {
+        return i == index && attempt < times ? spoil(frame) : frame;
+    };
+}
+
 // Hands a line the test keeps to a channel that wants to own one.
 class LineRef final : public SerialLine {
 public:
@@ -121,7 +129,7 @@ public:
         };
     }
 
-    std::function<QByteArray(int index, int attempt, const QByteArray& frame)> mangle;
+    FrameAnswer mangle;
     int stopAfter = std::numeric_limits<int>::max();
 
     const QByteArray& answers() const { return m_answers; }
