@@ -528,7 +528,6 @@ TEST(DeviceRoutesOnHardware, BacklightFollowsTheRouteForTheSourceInUse)
         {"no route, battery", {}, "Discharging", PowerSource::Battery, 10, true, "255\n"},
         {"ppcutil takes 3", {"ppcutil"}, "Full", PowerSource::Mains, 3, true, "77\n"},
         {"ppcutil ignores 5", {"ppcutil"}, "Full", PowerSource::Mains, 5, false, "100\n"},
-        {"lowest stays lit", {"ppcutil"}, "Full", PowerSource::Mains, 0, true, "26\n"},
         {"ppcutil, battery", {"ppcutil"}, "Discharging", PowerSource::Mains, 3, true, "100\n"},
     };
     // clang-format on
