@@ -30,32 +30,10 @@ class ListFileExportTest : public ListFileFixture {
 protected:
     void SetUp() override
     {
+        // The header labels and their flags behind every expected file.
+        root.writeFile(QStringLiteral("Registry/HKEY_CURRENT_USER.reg"),
+                       golden("export_settings.reg"));
         ListFileFixture::SetUp();
-        static const char* const labels[] = {"Zusatz:",
-                                             "Datum:",
-                                             "Korr.-Faktor:",
-                                             "Wuchsgebiet:",
-                                             "Forstamt:",
-                                             "Revier:",
-                                             "Abteilung:",
-                                             "Unterabteilung/Fläche:",
-                                             "Bestand:",
-                                             "Hiebsart:",
-                                             "Sortiment:",
-                                             "Käufer:",
-                                             "Rücker:",
-                                             "Maß:",
-                                             "Polter:",
-                                             "Lagerort:",
-                                             "Bemerkung:",
-                                             "Aufnahme durch:",
-                                             "",
-                                             "Größe:"};
-        for (int i = 0; i < 20; ++i)
-            store().writeText(Setting::KopfLabel, i, QString::fromUtf8(labels[i]));
-        const int flags[] = {1, 0, 1, 1, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 7, 0};
-        for (int i = 1; i <= 16; ++i)
-            store().writeInt(Setting::Plausi, i, flags[i - 1]);
     }
 
     SettingsStore& store() { return session->store(); }

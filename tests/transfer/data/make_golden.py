@@ -4,7 +4,8 @@ layouts of the list file (fixed widths of Brov_Kopfdaten, Brov_Region, Brov_Holz
 Brov_Einstellungen). It never runs the program. Run it once from this folder when the layout or the
 test data change, then look at the lines it prints with their column ruler.
 
-The values here are the same as the rows of export_device.sql, which ListFileExportTest loads.
+The values here are the same as the rows of export_device.sql and the settings of
+export_settings.reg, which ListFileExportTest loads.
 """
 
 LABELS = [
