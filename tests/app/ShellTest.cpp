@@ -14,15 +14,9 @@ namespace {
 
 using namespace test;
 
-ProgramSetup unstarted(bool demo)
-{
-    return demo ? ProgramSetup().unstarted() : ProgramSetup().unstarted().bare();
-}
-
 TEST(Shell, FreshDeviceStartsOnTheMainMenuWithClockAndDate)
 {
-    Program p(unstarted(true));
-    ASSERT_TRUE(p.app.start());
+    Program p;
     EXPECT_EQ(p.active(), p.app.mainMenu());
     EXPECT_TRUE(p.app.mainMenu()->isVisible());
     EXPECT_TRUE(p.app.mainMenu()->clockRunning());
@@ -30,7 +24,6 @@ TEST(Shell, FreshDeviceStartsOnTheMainMenuWithClockAndDate)
     EXPECT_EQ(p.label("clock"), QStringLiteral("07:05:09"));
     EXPECT_EQ(p.label("date"), QStringLiteral("04.05.2026"));
     EXPECT_TRUE(p.session.configurationLoaded());
-    EXPECT_TRUE(p.dialogs.asked().isEmpty());
     EXPECT_EQ(p.app.stack().mainWindow()->size(), QSize(240, 320));
 
     const struct {
@@ -51,8 +44,7 @@ TEST(Shell, FreshDeviceStartsOnTheMainMenuWithClockAndDate)
 // Without master data no list can be made or opened.
 TEST(Shell, MenuRefusesListWorkWithoutMasterData)
 {
-    Program p(unstarted(false));
-    ASSERT_TRUE(p.app.start());
+    Program p(ProgramSetup().bare());
     ASSERT_FALSE(p.session.configurationLoaded());
     p.state.currentList = 7;
     for (int command : {MainMenuDlg::kNewList, MainMenuDlg::kSelectList}) {
@@ -68,8 +60,7 @@ TEST(Shell, MenuRefusesListWorkWithoutMasterData)
 // On the four picture keys the caption stands below the picture, both inside the key.
 TEST(Shell, MenuCaptionsDoNotRunOverTheirPictures)
 {
-    Program p(unstarted(false));
-    ASSERT_TRUE(p.app.start());
+    Program p(ProgramSetup().bare());
     for (int command : {MainMenuDlg::kNewList, MainMenuDlg::kSelectList, MainMenuDlg::kSystemInfo,
                         MainMenuDlg::kSettings}) {
         KeyButton* key = p.app.mainMenu()->shownKey(command);
@@ -86,8 +77,7 @@ TEST(Shell, MenuCaptionsDoNotRunOverTheirPictures)
 // "NEIN" keeps the program on the main menu with its clock, "JA" ends it.
 TEST(Shell, EndingTheProgramAsksFirst)
 {
-    Program p(unstarted(false));
-    ASSERT_TRUE(p.app.start());
+    Program p(ProgramSetup().bare());
     QSignalSpy finished(&p.app.stack(), &ScreenStack::finished);
     p.dialogs.answerNext(Answer::No);
     p.press(Screen::kCancel);
