@@ -271,8 +271,12 @@ TEST(ListHeader, NewRowDefaults)
         const char* date;
     } const cases[] = {
         {"empty table", {}, QDate(2026, 5, 4), "", 1, "04.05.2026"},
-        {"after the last row", {1, 2, 3}, QDate(2026, 1, 9), "P1", 4, "09.01.2026"},
-        {"last in table order, not the largest", {5, 2}, QDate(2030, 12, 31), "", 3, "31.12.2030"},
+        {"last in table order, not the largest",
+         {5, 2},
+         QDate(2030, 12, 31),
+         "P1",
+         3,
+         "31.12.2030"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -411,7 +415,6 @@ TEST(ListHeader, FreePagesCheckTheirMandatoryFieldsAndTheLastPageAllOfThem)
         {"page 3 has no mandatory field", 3, "", "", PageExit::NextPage, {}},
         {"page 7 second only blanks", 7, "", "   ", PageExit::Stay, {kMissing}},
         {"page 7 second filled", 7, "", "Aufnehmer", PageExit::NextPage, {}},
-        {"page 9 last", 9, "", "", PageExit::Finished, {}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
