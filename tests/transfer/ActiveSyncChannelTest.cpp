@@ -95,7 +95,7 @@ struct Bench {
     DeviceSession session{root.path()};
     OfficeClock clock;
     TimedDialogs dialogs{clock};
-    ActiveSyncChannel channel{session.root(), dialogs, clock};
+    ActiveSyncChannel channel{session.root(), dialogs, clock, &session.keepAwake()};
     // What the PC found in the handheld's folder when it began, and what it took home.
     QStringList seenAtStart;
     std::map<QString, QByteArray> taken;
@@ -104,6 +104,16 @@ struct Bench {
     {
         session.root().makeFolder(QStringLiteral("\\Export"));
         session.root().makeFolder(QStringLiteral("\\Import"));
+        session.registry().setDword(Hive::LocalMachine, QString::fromUtf16(KeepAwake::kTimeoutsKey),
+                                    QString::fromUtf16(KeepAwake::kValue), 180);
+        session.keepAwake().readSaved();
+    }
+
+    std::optional<quint32> suspendTimeout()
+    {
+        return session.registry().dword(Hive::LocalMachine,
+                                        QString::fromUtf16(KeepAwake::kTimeoutsKey),
+                                        QString::fromUtf16(KeepAwake::kValue));
     }
 
     QStringList folder(const QString& name) const
@@ -162,9 +172,9 @@ QStringList events(bool send, const char* codes)
     return out;
 }
 
-// The PC starts at `startAt` and confirms at `endAt`; the handheld gives up waiting for the start
-// after a minute, for the end after two (a send) or two minutes after the start (a receive),
-// looking every 50 ms.
+// The PC starts at `startAt` and confirms at `endAt`, with its markers in any case; the handheld
+// gives up waiting for the start after a minute, for the end after two (a send) or two minutes
+// after the start (a receive), looking every 50 ms.
 TEST(ActiveSyncChannel, WaitsForThePcAndKeepsOnlyWhatItConfirmed)
 {
     const struct {
@@ -175,6 +185,8 @@ TEST(ActiveSyncChannel, WaitsForThePcAndKeepsOnlyWhatItConfirmed)
         bool ok;
         qint64 waited;
         const char* events;
+        QString start = "start.tmp"; // the PC's markers
+        QString end = "end.tmp";
     } cases[] = {
         {true, "answered between two looks", 2530, 6530, true, 6550, "T2550 H6550"},
         {true, "answered at the last looks", 60000, 180000, true, 180000, "T60000 H180000"},
@@ -182,10 +194,14 @@ TEST(ActiveSyncChannel, WaitsForThePcAndKeepsOnlyWhatItConfirmed)
         {true, "started too late", 60010, 60020, false, 60000, "H60000 F60000"},
         {true, "never finished", 60000, kNever, false, 180000, "T60000 H180000 F180000"},
         {true, "finished too late", 1000, 121010, false, 121000, "T1000 H121000 F121000"},
+        {true, "markers in capitals", 3000, 4000, true, 4000, "T3000 H4000", "START.TMP",
+         "END.TMP"},
         {false, "answered between two looks", 2530, 6530, true, 6550, "T2550 H6550"},
         {false, "answered at the last looks", 60000, 180000, true, 180000, "T60000 H180000"},
         {false, "never started", kNever, kNever, false, 60000, "H60000 F60000"},
         {false, "never finished", 30000, kNever, false, 150000, "T30000 H150000 F150000"},
+        {false, "markers in any case", 1000, 2000, true, 2000, "T1000 H2000", "START.TMP",
+         "End.Tmp"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(std::string(c.send ? "send, " : "receive, ") + c.name);
@@ -199,8 +215,13 @@ TEST(ActiveSyncChannel, WaitsForThePcAndKeepsOnlyWhatItConfirmed)
             bench.touch("Import/start.tmp");
             bench.touch("Import/end.tmp");
         }
-        bench.office(c.send, c.startAt, c.endAt);
+        bench.office(c.send, c.startAt, c.endAt, c.start, c.end);
+        std::optional<quint32> during;
+        bench.clock.at(500, [&] { during = bench.suspendTimeout(); });
         EXPECT_EQ(c.send ? bench.channel.send() : bench.channel.receive(), c.ok);
+        // The handheld stays awake while it waits; after it, the time-out too, as it was.
+        EXPECT_EQ(during, 0u);
+        EXPECT_EQ(bench.suspendTimeout(), 180u);
         EXPECT_EQ(bench.clock.waited(), c.waited);
         EXPECT_LE(bench.clock.longestSleep(), ActiveSyncChannel::kStepMs);
         EXPECT_EQ(bench.dialogs.events, events(c.send, c.events));
@@ -222,21 +243,6 @@ TEST(ActiveSyncChannel, WaitsForThePcAndKeepsOnlyWhatItConfirmed)
     }
 }
 
-// A PC that writes its markers in capitals is understood, and its markers are cleared.
-TEST(ActiveSyncChannel, MarkersInAnyCase)
-{
-    Bench bench;
-    bench.office(false, 1000, 2000, "START.TMP", "End.Tmp");
-    EXPECT_TRUE(bench.channel.receive());
-    EXPECT_EQ(bench.folder("Import"), (QStringList{"FELD.DAT", "WALD.DAT", "import.tmp"}));
-
-    bench.root.writeFile("Export/WALD.DAT", kWald);
-    bench.office(true, 3000, 4000, "START.TMP", "END.TMP");
-    EXPECT_TRUE(bench.channel.send());
-    EXPECT_EQ(bench.clock.waited(), 4000);
-    EXPECT_EQ(bench.folder("Export"), QStringList());
-}
-
 // A request marker that cannot be made is reported; the transfer still goes on, since the PC
 // may start all the same.
 TEST(ActiveSyncChannel, AMarkerThatCannotBeMadeIsReported)
@@ -253,28 +259,6 @@ TEST(ActiveSyncChannel, AMarkerThatCannotBeMadeIsReported)
         QStringList expected = events(send, "T2000 H3000");
         expected.insert(1, notice);
         EXPECT_EQ(bench.dialogs.events, expected);
-    }
-}
-
-TEST(ActiveSyncChannel, TheHandheldStaysAwakeWhileItWaits)
-{
-    for (const bool send : {true, false}) {
-        SCOPED_TRACE(send);
-        Bench bench;
-        Registry& registry = bench.session.registry();
-        const QString key = QString::fromUtf16(KeepAwake::kTimeoutsKey);
-        const QString value = QString::fromUtf16(KeepAwake::kValue);
-        ASSERT_TRUE(registry.setDword(Hive::LocalMachine, key, value, 180));
-        KeepAwake& keepAwake = bench.session.keepAwake();
-        keepAwake.readSaved();
-        ActiveSyncChannel channel(bench.session.root(), bench.dialogs, bench.clock, &keepAwake);
-
-        std::optional<quint32> during;
-        bench.clock.at(500, [&] { during = registry.dword(Hive::LocalMachine, key, value); });
-        // The PC never answers: the time-out too gives the setting back.
-        EXPECT_FALSE(send ? channel.send() : channel.receive());
-        EXPECT_EQ(during, 0u);
-        EXPECT_EQ(registry.dword(Hive::LocalMachine, key, value), 180u);
     }
 }
 
