@@ -49,41 +49,38 @@ TEST(ConfigurationDlg, SoftKeysTypeIntoTheFocusedFieldAndEnterStoresThePage)
     EXPECT_TRUE(p.dialogs.asked().isEmpty()) << str(p.dialogs.asked().join(u'\n'));
 }
 
-TEST(ConfigurationDlg, CancelReturnsWithoutWritingAndFieldsTakeNoMoreThanTheirColumn)
-{
-    ConfigProgram p;
-    p.screen->openPage(int(ConfigPage::Ftp));
-    p.type(QStringLiteral("X"));
-    p.press(Screen::kCancel);
-    EXPECT_EQ(p.active(), p.app.mainMenu());
-    EXPECT_EQ(str(p.registry("FTP", "Server")), "<absent>");
-    EXPECT_EQ(str(p.registry("FTP", "Name")), "<absent>");
-    // The row holds what the page showed when it opened.
-    EXPECT_EQ(p.stored("FTP_SERVER"), QStringList{QStringLiteral("ftp.example.com")});
-
-    p.screen->openPage(int(ConfigPage::Modem));
-    p.press(KeypadScreen::kNextField);
-    p.type(QString(25, u'7'));
-    p.press(KeypadScreen::kEnter);
-    EXPECT_EQ(p.registry("MODEM", "Number1"), QString(18, u'7'));
-}
-
-TEST(ConfigurationDlg, ConfirmReturnsToTheScreenThatOpenedIt)
+// Cancel writes nothing, Enter writes what fits the column; both return to the screen that
+// opened the page, or to the main menu.
+TEST(ConfigurationDlg, CancelAndConfirmReturnToTheScreenThatOpenedIt)
 {
     for (const bool fromOtherScreen : {true, false}) {
         SCOPED_TRACE(fromOtherScreen);
         ConfigProgram p;
         auto* caller = p.app.stack().addScreen(
             std::make_unique<KeypadScreen>(p.app.stack(), QStringLiteral("caller")));
-        if (fromOtherScreen)
-            p.app.stack().switchTo(caller);
-        else
-            p.app.stack().setActiveScreen(nullptr);
-        p.screen->openPage(int(ConfigPage::CompanyHeader));
-        ASSERT_EQ(p.active(), p.screen);
+        Screen* back = fromOtherScreen ? static_cast<Screen*>(caller) : p.app.mainMenu();
+        const auto open = [&](ConfigPage page) {
+            if (fromOtherScreen)
+                p.app.stack().switchTo(caller);
+            else
+                p.app.stack().setActiveScreen(nullptr);
+            p.screen->openPage(int(page));
+            ASSERT_EQ(p.active(), p.screen);
+        };
+        open(ConfigPage::Ftp);
+        p.type(QStringLiteral("X"));
+        p.press(Screen::kCancel);
+        EXPECT_EQ(p.active(), back);
+        EXPECT_EQ(str(p.registry("FTP", "Server")), "<absent>");
+        // The row holds what the page showed when it opened.
+        EXPECT_EQ(p.stored("FTP_SERVER"), QStringList{QStringLiteral("ftp.example.com")});
+
+        open(ConfigPage::Modem);
+        p.press(KeypadScreen::kNextField);
+        p.type(QString(25, u'7'));
         p.press(KeypadScreen::kEnter);
-        EXPECT_EQ(p.active(), fromOtherScreen ? static_cast<Screen*>(caller)
-                                              : static_cast<Screen*>(p.app.mainMenu()));
+        EXPECT_EQ(p.active(), back);
+        EXPECT_EQ(p.registry("MODEM", "Number1"), QString(18, u'7'));
     }
 }
 
