@@ -271,12 +271,7 @@ TEST(ListHeader, NewRowDefaults)
         const char* date;
     } const cases[] = {
         {"empty table", {}, QDate(2026, 5, 4), "", 1, "04.05.2026"},
-        {"last in table order, not the largest",
-         {5, 2},
-         QDate(2030, 12, 31),
-         "P1",
-         3,
-         "31.12.2030"},
+        {"after the last in table order", {5, 2}, QDate(2030, 12, 31), "P1", 3, "31.12.2030"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
