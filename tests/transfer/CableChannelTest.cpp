@@ -1,5 +1,5 @@
 // The device's cable and modem transfer against scripted peers: clean runs, noise, NAK storms,
-// silence, hostile file names, the modem dialogue and recorded transfers played back.
+// silence and the modem dialogue.
 #include "transfer/CableChannel.h"
 
 #include "platform/Clock.h"
@@ -11,7 +11,6 @@
 #include "tool/ToolRun.h"
 #include "transfer/PeerLine.h"
 #include "transfer/SerialFrames.h"
-#include "transfer/TranscriptLine.h"
 
 #include <QDir>
 #include <QFile>
@@ -354,46 +353,6 @@ TEST_F(CableChannelTest, ModemDialogueBeforeSending)
         EXPECT_TRUE(shown.contains(QStringLiteral("Initialisiere Modem...||")));
         EXPECT_EQ(shown.contains(QStringLiteral("0815 ...||")), c.dialled);
     }
-}
-
-QList<TranscriptEntry> loadTranscript(const char* name)
-{
-    QFile file(QStringLiteral(BROVANT_SOURCE_DIR "/tests/transfer/data/")
-               + QLatin1StringView(name));
-    QList<TranscriptEntry> entries;
-    QString error;
-    if (!file.open(QIODevice::ReadOnly) || !transcript::parse(file.readAll(), entries, &error))
-        ADD_FAILURE() << name << ": " << error.toStdString();
-    return entries;
-}
-
-QByteArray dataFile(const char* name)
-{
-    return readAll(QStringLiteral(BROVANT_SOURCE_DIR "/tests/transfer/data/")
-                   + QLatin1StringView(name));
-}
-
-TEST_F(CableChannelTest, ReplaysARecordedReceive)
-{
-    ReplayLine replay(loadTranscript("office-send.transcript"));
-    CableChannel cable(
-        device, dialogs, clock, [&](int) { return std::make_unique<LineRef>(replay); }, 3);
-    ASSERT_TRUE(cable.receive());
-    EXPECT_EQ(replay.strayedAt(), -1);
-    EXPECT_EQ(filesIn(root.host(QStringLiteral("Import"))),
-              (QMap<QString, QByteArray>{{"4711    .DAT", dataFile("4711.DAT")},
-                                         {"MÜHLE   .DAT", dataFile("MUEHLE.DAT")}}));
-}
-
-TEST_F(CableChannelTest, ReplaysARecordedSend)
-{
-    root.writeFile(QStringLiteral("Export/4711    .DAT"), dataFile("4711.DAT"));
-    root.writeFile(QStringLiteral("Export/MÜHLE   .DAT"), dataFile("MUEHLE.DAT"));
-    ReplayLine replay(loadTranscript("office-receive.transcript"));
-    CableChannel cable(
-        device, dialogs, clock, [&](int) { return std::make_unique<LineRef>(replay); }, 3);
-    ASSERT_TRUE(cable.send());
-    EXPECT_EQ(replay.strayedAt(), -1);
 }
 
 } // namespace
