@@ -240,6 +240,20 @@ TEST_F(CableChannelTest, ReceivesIntoImportChosenByHeaderLines)
               (QList<QByteArray>{QByteArray(1, kSyn), QByteArray(1, kSyn), QByteArray(1, kEnq)}));
 }
 
+// Which names are refused is the list name rule's (TextCasesTest); a refused one ends the receive
+// before anything is written and is shown with what cannot be printed as "?".
+TEST_F(CableChannelTest, ARefusedHeaderNameEndsTheReceive)
+{
+    const QMap<QString, QByteArray> before = filesIn(root.path());
+    SendingPeer office(line, {headerLine("A\tB.DAT     "), "001X\r\n"});
+    CableChannel cable = channel();
+    EXPECT_FALSE(cable.receive());
+    EXPECT_EQ(dialogs.asked(),
+              QStringList{QStringLiteral(
+                  "Fehler bei der Übertragung!|Dateiname nicht zulässig:|\"A?B.DAT\"")});
+    EXPECT_EQ(filesIn(root.path()), before);
+}
+
 TEST_F(CableChannelTest, ReceiveOnANoisyLine)
 {
     const auto A = [](int n) {
