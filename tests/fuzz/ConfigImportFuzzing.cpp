@@ -39,11 +39,8 @@ public:
 
     ProbeResult stageAndCheck(QByteArrayView input)
     {
-        QFile file(staged());
-        if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)
-            || file.write(input.data(), input.size()) != input.size())
+        if (!writeFile(staged(), input))
             return {QStringLiteral("cannot stage the input")};
-        file.close();
         return check();
     }
 

@@ -1,5 +1,7 @@
 #include "fuzz/FuzzTargets.h"
 
+#include <QFile>
+
 namespace brovant::test {
 
 const std::vector<FuzzTarget>& fuzzTargets()
@@ -14,6 +16,19 @@ const std::vector<FuzzTarget>& fuzzTargets()
         {"serial_receive", serialReceiveProbe},
     };
     return targets;
+}
+
+bool writeFile(const QString& path, QByteArrayView bytes)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly | QIODevice::Truncate)
+           && file.write(bytes.data(), bytes.size()) == bytes.size();
+}
+
+QByteArray readFile(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
 }
 
 } // namespace brovant::test

@@ -37,6 +37,11 @@ struct FuzzTarget {
 
 const std::vector<FuzzTarget>& fuzzTargets();
 
+// Whole files for the probes: false when one cannot be written, "<missing>" when one cannot be
+// read.
+bool writeFile(const QString& path, QByteArrayView bytes);
+QByteArray readFile(const QString& path);
+
 Probe caliperProbe(const QString& dir);
 Probe caliperSentenceProbe(const QString& dir);
 Probe configProbe(const QString& dir);

@@ -80,11 +80,8 @@ public:
 
         if (QString failure = reset(); !failure.isEmpty())
             return {failure};
-        QFile staged(m_session.root().hostPath(QStringLiteral("\\Import\\FUZZ.DAT")));
-        if (!staged.open(QIODevice::WriteOnly)
-            || staged.write(input.data(), input.size()) != input.size())
+        if (!writeFile(m_session.root().hostPath(QStringLiteral("\\Import\\FUZZ.DAT")), input))
             return {QStringLiteral("cannot stage the input")};
-        staged.close();
         const ListFileImport::Outcome ran = importer.run();
         if (ran.result
                 != (wrong ? ListFileImport::Result::WrongStructure

@@ -24,19 +24,6 @@ QString hiveFile(const QString& folder, Hive hive)
     return folder + u'/' + Registry::hiveName(hive) + QStringLiteral(".reg");
 }
 
-bool writeFile(const QString& path, QByteArrayView bytes)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly | QIODevice::Truncate)
-           && file.write(bytes.data(), bytes.size()) == bytes.size();
-}
-
-QByteArray readFile(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
-}
-
 // Keys (full paths, parents first) and typed values of one hive, walked through the public
 // interface without recursion.
 QString dumpHive(const Registry& registry, Hive hive)

@@ -66,25 +66,17 @@ QMap<QString, QByteArray> snapshot(const QString& dir, const QString& skipFilesI
                     QDirIterator::Subdirectories);
     while (it.hasNext()) {
         const QFileInfo info(it.next());
-        QFile file(info.filePath());
         if (info.isSymLink())
             entries[info.filePath()] = "link " + QFile::encodeName(info.symLinkTarget());
         else if (info.isDir())
             entries[info.filePath()] = "folder";
         else
-            entries[info.filePath()] = file.open(QIODevice::ReadOnly) ? file.readAll() : "?";
+            entries[info.filePath()] = readFile(info.filePath());
         if ((!info.isDir() || info.isSymLink())
             && QDir::cleanPath(info.absolutePath()) == skipFilesIn)
             entries.remove(info.filePath());
     }
     return entries;
-}
-
-bool writeFile(const QString& path, const QByteArray& bytes)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly | QIODevice::Truncate)
-           && file.write(bytes) == bytes.size();
 }
 
 struct Received {
@@ -184,8 +176,7 @@ private:
             if (!listname::isFileName(info.fileName())
                 && !listname::isFileName(QString(info.fileName()).remove(number)))
                 return QStringLiteral("wrote the file \"%1\"").arg(info.fileName());
-            QFile file(info.filePath());
-            const QByteArray bytes = file.open(QIODevice::ReadOnly) ? file.readAll() : "";
+            const QByteArray bytes = readFile(info.filePath());
             if (!frames::isHeader(bytes) || !bytes.endsWith("\r\n"))
                 return QStringLiteral("%1 is not header lines and CR LF").arg(info.fileName());
         }
