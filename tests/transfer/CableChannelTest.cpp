@@ -1,6 +1,7 @@
 // The device's cable and modem transfer against scripted peers: clean runs, noise, NAK storms,
 // silence and the modem dialogue.
 #include "transfer/CableChannel.h"
+#include "transfer/CableOffice.h"
 
 #include "platform/Clock.h"
 #include "platform/DeviceRoot.h"
@@ -132,46 +133,74 @@ TEST_F(CableChannelTest, SendsEveryExportFileLineByLineThenEot)
         EXPECT_EQ(wait, 10 + 100 + 1000);
 }
 
-TEST_F(CableChannelTest, SendRepeatsRefusedLinesAtMostTenTimes)
+// The device's send and the office's against the same far end: what it sends first, then its
+// answers to the fourth frame attempt by attempt (ACK after them). Silence or noise for an answer
+// fails the device's send at once; the office sends the frame again, as on a NAK.
+TEST(CableSenders, RepeatARefusedFrameAtMostTenTimes)
 {
+    const QList<std::pair<QString, QByteArray>> files{
+        {"A.DAT", headerLine("A.DAT       ") + "001a\r\n10A1\r\n10A2\r\n"},
+        {"B.DAT", headerLine("B.DAT       ") + "001b\r\n10A1\r\n10A2\r\n10A3\r\n10A4\r\n"}};
+    const QByteArray poll = "\x16\x16\x05";
     const struct {
         const char* what;
-        std::vector<QByteArray> answers; // to the third line, attempt by attempt
-        bool ok;
-        int sends;
+        QByteArray start;
+        std::vector<QByteArray> answers;
+        int deviceSends; // of the fourth frame; negative: the send fails
+        int officeSends;
     } cases[] = {
-        {"one NAK", {"\x15", "\x06"}, true, 2},
-        {"ACK amid noise", {QByteArray("\x16\x05\x00\x06", 4)}, true, 1},
-        {"ten NAKs", {10, "\x15"}, true, 11},
-        {"eleven NAKs", {11, "\x15"}, false, 11},
-        {"NAK, then silence", {"\x15", ""}, false, 2},
-        {"silence", {""}, false, 1},
-        {"noise only", {QByteArray("\x00\x16\x05", 3)}, false, 1},
+        {"clean", poll, {}, 1, 1},
+        {"one NAK", poll, {"\x15"}, 2, 2},
+        {"ACK amid noise", poll, {QByteArray("\x16\x05\x00\x06", 4)}, 1, 1},
+        {"stray poll before the ACK", poll, {"\x16\x16\x05\x06"}, 1, 1},
+        {"ten NAKs", poll, std::vector<QByteArray>(10, "\x15"), 11, 11},
+        {"eleven NAKs", poll, std::vector<QByteArray>(11, "\x15"), -11, -11},
+        {"NAK, then silence", poll, {"\x15", ""}, -2, 3},
+        {"noise only", poll, {QByteArray("\x00\x16\x05", 3)}, -1, 2},
+        {"silence", poll, std::vector<QByteArray>(11, ""), -1, -11},
+        {"nobody asks", "\x06\x15", {}, 0, 0},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
-        Device d;
-        d.root.writeFile(QStringLiteral("Export/A.DAT"), kFileA);
-        int sends = 0;
-        d.line.send(QByteArray(1, kEnq));
-        answerFrames(d.line, refuseFrame(2, c.answers, sends));
-        CableChannel cable = d.channel(1);
-        EXPECT_EQ(cable.send(), c.ok);
-        EXPECT_EQ(sends, c.sends);
-        EXPECT_EQ(d.line.written().last() == QByteArray(1, kEot), c.ok);
-        EXPECT_EQ(d.dialogs.asked(), c.ok ? QStringList() : QStringList{kFailed});
+        for (const bool office : {false, true}) {
+            SCOPED_TRACE(std::string(c.what) + (office ? ", office" : ", device"));
+            Device d;
+            d.line.send(c.start);
+            int sends = 0;
+            QByteArray digits;
+            const FrameAnswer answer = refuseFrame(3, c.answers, sends);
+            answerFrames(d.line, [&](int i, int attempt, const QByteArray& frame) {
+                digits += attempt == 0 ? frame.mid(6, 1) : QByteArray();
+                return answer(i, attempt, frame);
+            });
+            bool ok = false;
+            if (office) {
+                OfficeTiming timing;
+                timing.enquiryWaitMs = 300;
+                const OfficeResult r = CableOffice(d.line, d.clock, timing).send(files);
+                ok = r.ok;
+                if (ok) {
+                    EXPECT_EQ(r.files, (QStringList{"A.DAT", "B.DAT"}));
+                    EXPECT_EQ(r.lines, 10u);
+                }
+            } else {
+                for (const auto& [name, bytes] : files)
+                    d.root.writeFile(QStringLiteral("Export/") + name, bytes);
+                ok = d.channel(1).send();
+                EXPECT_EQ(d.dialogs.asked(), ok ? QStringList() : QStringList{kFailed});
+            }
+            const int expected = office ? c.officeSends : c.deviceSends;
+            EXPECT_EQ(ok, expected > 0);
+            EXPECT_EQ(sends, std::abs(expected));
+            EXPECT_EQ(d.line.allWritten().endsWith(kEot), ok);
+            if (ok) {
+                EXPECT_EQ(digits, "1234567890");
+            }
+            // Nobody asks: the device gives up after its fifty looks, the office after its time.
+            if (expected == 0) {
+                EXPECT_EQ(d.line.waits().size(), office ? 3u : 50u);
+            }
+        }
     }
-}
-
-TEST_F(CableChannelTest, SendGivesUpWhenNobodyAsks)
-{
-    exportFiles();
-    line.send("\x06\x15"); // answers, but no ENQ
-    CableChannel cable = channel();
-    EXPECT_FALSE(cable.send());
-    EXPECT_EQ(line.waits().size(), 50u);
-    EXPECT_EQ(payloadsOf(line.written()), QStringList());
-    EXPECT_EQ(dialogs.asked(), QStringList{kFailed});
 }
 
 TEST_F(CableChannelTest, PortThatDoesNotOpenIsTheOpenersNotice)

@@ -99,51 +99,5 @@ TEST(OfficeReceive, KeepsEveryDeliveryOfAName)
     EXPECT_EQ(filesIn(out.path()).size(), 3);
 }
 
-TEST(OfficeSend, FramesEveryFileAndRepeatsOnNakOrSilence)
-{
-    const QList<std::pair<QString, QByteArray>> files{
-        {"A.DAT", headerLine("A.DAT       ") + "001a\r\n10A1\r\n10A2\r\n"},
-        {"B.DAT", headerLine("B.DAT       ") + "001b\r\n10A1\r\n10A2\r\n10A3\r\n10A4\r\n"}};
-    const struct {
-        const char* what;
-        QByteArray start;                // what the device sends first
-        std::vector<QByteArray> answers; // to the fourth frame, attempt by attempt
-        bool ok;
-        int sends;
-    } cases[] = {
-        {"clean", "\x16\x16\x05", {}, true, 1},
-        {"stray poll before the ACK", "\x16\x16\x05", {"\x16\x16\x05\x06"}, true, 1},
-        {"ten NAKs", "\x16\x16\x05", std::vector<QByteArray>(10, "\x15"), true, 11},
-        {"eleven NAKs", "\x16\x16\x05", std::vector<QByteArray>(11, "\x15"), false, 11},
-        {"silence, then ACK", "\x16\x16\x05", {"", "\x06"}, true, 2},
-        {"silence", "\x16\x16\x05", std::vector<QByteArray>(11, ""), false, 11},
-        {"nobody asks", "\x06\x15", {}, false, 0},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
-        PeerLine device;
-        device.send(c.start);
-        int sends = 0;
-        QByteArray digits;
-        const FrameAnswer answer = refuseFrame(3, c.answers, sends);
-        answerFrames(device, [&](int i, int attempt, const QByteArray& frame) {
-            digits += attempt == 0 ? frame.mid(6, 1) : QByteArray();
-            return answer(i, attempt, frame);
-        });
-        OfficeTiming timing;
-        timing.enquiryWaitMs = 300;
-        ManualClock clock;
-        const OfficeResult r = CableOffice(device, clock, timing).send(files);
-        EXPECT_EQ(r.ok, c.ok) << r.error.toStdString();
-        EXPECT_EQ(sends, c.sends);
-        EXPECT_EQ(device.allWritten().endsWith(kEot), c.ok);
-        if (c.ok) {
-            EXPECT_EQ(digits, "1234567890");
-            EXPECT_EQ(r.files, (QStringList{"A.DAT", "B.DAT"}));
-            EXPECT_EQ(r.lines, 10u);
-        }
-    }
-}
-
 } // namespace
 } // namespace brovant::test
