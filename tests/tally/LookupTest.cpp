@@ -1,36 +1,38 @@
 #include "tally/Lookup.h"
 
 #include "TallyFixture.h"
+#include "support/CaseFile.h"
 
 #include <QRandomGenerator>
 
 namespace brovant::test {
 namespace {
 
+using namespace Qt::StringLiterals;
+
 class LookupTest : public TallyFixture {};
 
-TEST_F(LookupTest, ClassOfDiameter)
+// The cases of data/lookup.txt, on the standard master data.
+TEST_F(LookupTest, ClassesVolumesAndCorrectionsAsWritten)
 {
     loadTables();
     EXPECT_FALSE(lookup::classOf(tables, 25).has_value()) << "no class rows, no class";
     standardMaster();
-    struct Case {
-        int diameter;
-        const char* code; // nullptr: no class
-        int classDiameter;
-    };
-    const Case cases[] = {
-        {20, "20", 18}, {21, "30", 28}, {35, "30", 28}, {10, "10", 8},
-        {1, "10", 8},   {0, nullptr, 0}, {-4, nullptr, 0},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.diameter);
-        const auto found = lookup::classOf(tables, c.diameter);
-        ASSERT_EQ(found.has_value(), c.code != nullptr);
-        if (c.code) {
-            EXPECT_EQ(found->code, QString::fromLatin1(c.code));
-            EXPECT_EQ(found->diameter, c.classDiameter);
+    addVolume(QStringLiteral("FI1"), QStringLiteral("10"), 99); // a later duplicate loses
+    loadTables();
+    for (const Case& c : readCases(QStringLiteral("tally/data/lookup.txt"))) {
+        QString got;
+        if (c.fields[0] == "class") {
+            const auto found = lookup::classOf(tables, c.text(1).toInt());
+            got = found ? found->code + u'/' + QString::number(found->diameter) : u"-"_s;
+        } else if (c.fields[0] == "volume") {
+            got = QString::number(
+                lookup::recordVolume(tables, c.text(1), c.text(2), c.text(3).toInt()));
+        } else {
+            got = QString::number(
+                lookup::correctedVolume(c.text(1).toLongLong(), c.text(2).toLongLong()));
         }
+        EXPECT_EQ(got, c.text(c.fields.size() - 1)) << c.where().constData();
     }
 }
 
@@ -61,43 +63,6 @@ TEST_F(LookupTest, ClassIndexAgreesWithWalkOnUnorderedBounds)
         ASSERT_TRUE(found.has_value());
         EXPECT_EQ(found->code, walked->code);
     }
-}
-
-TEST_F(LookupTest, VolumeOfRecord)
-{
-    standardMaster();
-    addVolume(QStringLiteral("FI1"), QStringLiteral("10"), 99); // a later duplicate loses
-    loadTables();
-    struct Case {
-        const char* tariff;
-        const char* diameterClass;
-        int count;
-        std::int64_t volume;
-    };
-    const Case cases[] = {
-        {"FI1", "10", 3, 135}, {"FI1  ", "10", 1, 45}, {"FI1", "20", 2, 100},
-        {"BU1", "10", 1, 0},   {"FI2", "10", 1, 0},    {"fi1", "10", 1, 0},
-        {"", "10", 1, 0},      {"FI1", "  ", 1, 0},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(QStringLiteral("%1/%2").arg(c.tariff, c.diameterClass).toStdString());
-        EXPECT_EQ(lookup::recordVolume(tables, QString::fromLatin1(c.tariff),
-                                       QString::fromLatin1(c.diameterClass), c.count),
-                  c.volume);
-    }
-}
-
-TEST_F(LookupTest, CorrectedVolumeTruncatesPerRecord)
-{
-    struct Case {
-        std::int64_t volume;
-        std::int64_t factor;
-        std::int64_t corrected;
-    };
-    const Case cases[] = {{135, 95, 128}, {135, 100, 135}, {45, 90, 40},
-                          {50, 90, 45},   {55, 90, 49},    {-135, 95, -128}};
-    for (const Case& c : cases)
-        EXPECT_EQ(lookup::correctedVolume(c.volume, c.factor), c.corrected) << c.volume;
 }
 
 TEST_F(LookupTest, TariffChoicesInTableOrder)
