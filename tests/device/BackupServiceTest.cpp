@@ -4,6 +4,7 @@
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
 #include "platform/MessageDialogs.h"
+#include "support/CaseFile.h"
 #include "support/QtPrinting.h"
 #include "support/TempRoot.h"
 
@@ -107,48 +108,32 @@ QStringList numbered(const char* kind, int first, int last)
     return out;
 }
 
+// File names separated by blanks, where "0001_Auto.cdb..0030_Auto.cdb" stands for the thirty.
+QStringList names(const QString& text)
+{
+    QStringList out;
+    for (const QString& name : text.split(u' ', Qt::SkipEmptyParts)) {
+        if (!name.contains(QStringLiteral("..")))
+            out << name;
+        else
+            out << numbered(name.mid(5, 4).toLatin1().constData(), name.left(4).toInt(),
+                            name.section(QStringLiteral(".."), 1).left(4).toInt());
+    }
+    return out;
+}
+
 // The numbering runs over both kinds; each kind's limit is tested for equality only; 9999 clears.
+// One case a line of data/backup_numbering.txt.
 TEST(BackupNumbering, NextNameLimitsAndRestart)
 {
-    struct Case {
-        const char* name;
-        QStringList before;
-        Kind kind;
-        QStringList after;
-    };
-    // clang-format off
-    const Case cases[] = {
-        {"first", {}, Kind::Automatic, {"0001_Auto.cdb"}},
-        {"after a manual", {"0009_Manu.cdb"}, Kind::Automatic, {"0009_Manu.cdb", "0010_Auto.cdb"}},
-        {"30 automatic drop the oldest", numbered("Auto", 1, 30), Kind::Automatic,
-         numbered("Auto", 2, 31)},
-        {"31 automatic are all kept", numbered("Auto", 1, 31), Kind::Automatic,
-         numbered("Auto", 1, 32)},
-        {"30 automatic and a manual", numbered("Auto", 1, 30), Kind::Manual,
-         numbered("Auto", 1, 30) + QStringList{"0031_Manu.cdb"}},
-        {"20 manual drop the oldest", numbered("Manu", 5, 24), Kind::Manual,
-         numbered("Manu", 6, 25)},
-        {"20 manual and an automatic", numbered("Manu", 1, 20), Kind::Automatic,
-         numbered("Manu", 1, 20) + QStringList{"0021_Auto.cdb"}},
-        {"oldest by number, not by name", numbered("Auto", 101, 130) + QStringList{"0200_Manu.cdb"},
-         Kind::Automatic,
-         numbered("Auto", 102, 130) + QStringList{"0200_Manu.cdb", "0201_Auto.cdb"}},
-        {"9999 clears and restarts", {"0005_Manu.cdb", "9999_Auto.cdb"}, Kind::Manual,
-         {"0001_Manu.cdb"}},
-        {"other files stay", {"0001_Auto.cdb.bak", "notes.txt", "0002_Auto.cdb"}, Kind::Manual,
-         {"0001_Auto.cdb.bak", "0002_Auto.cdb", "0003_Manu.cdb", "notes.txt"}},
-        {"a crashed copy is cleared", {"0002_Auto.cdb.tmp", "0001_Auto.cdb"}, Kind::Automatic,
-         {"0001_Auto.cdb", "0002_Auto.cdb"}},
-    };
-    // clang-format on
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const test::Case& c : test::readCases("device/data/backup_numbering.txt")) {
+        SCOPED_TRACE(c.where().constData());
         Device device;
         device.addTrees(3);
-        for (const QString& name : c.before)
+        for (const QString& name : names(c.text(0)))
             device.touch(QStringLiteral("Brovant/Save/") + name);
-        EXPECT_TRUE(device.backups().backup(c.kind));
-        EXPECT_EQ(device.listing(QStringLiteral("Brovant/Save")), c.after);
+        EXPECT_TRUE(device.backups().backup(c.text(1) == u"Auto" ? Kind::Automatic : Kind::Manual));
+        EXPECT_EQ(device.listing(QStringLiteral("Brovant/Save")), names(c.text(2)));
         EXPECT_TRUE(device.dialogs.asked().isEmpty());
         // The new backup is a copy of the database, not one of the old files.
         const QString made = device.service->lastBackup();
@@ -158,70 +143,29 @@ TEST(BackupNumbering, NextNameLimitsAndRestart)
     }
 }
 
-// Which folder each device family takes for each Karte value, and what the card's absence does.
+// Which folder each device family takes for each Karte value, and what the card's absence does:
+// one case a line of data/backup_folders.txt.
 TEST(BackupFolder, TableForBothFamiliesAndBothKarteValues)
 {
-    struct Case {
-        bool getac;
-        bool card;
-        QStringList present; // folders in the root
-        const char* target;  // the card taken, "" the program's folder, nullptr no card found
-        const char* onDisk = nullptr; // the card's spelling on disk when it differs
-    };
-    // clang-format off
-    const Case cases[] = {
-        {false, false, {}, ""},
-        {false, false, {"Storage Card"}, ""},
-        {false, true, {}, nullptr},
-        {false, true, {"Storage Card"}, "Storage Card"},
-        {false, true, {"Storage Card", "Storage Card2"}, "Storage Card2"},
-        {false, true, {"Storage Card", "Speicherkarte"}, "Speicherkarte"},
-        {false, true, {"Speicherkarte", "Speicherkarte2"}, "Speicherkarte2"},
-        {false, true, {"storage card"}, "Storage Card", "storage card"},
-        {false, true, {"Extended Storage"}, nullptr},
-        {true, true, {"Extended Storage", "Speicherkarte2", "Storage Card"}, "Storage Card"},
-        {true, true, {"Extended Storage", "Speicherkarte", "Storage Card"}, "Speicherkarte"},
-        {true, true, {"Extended Storage", "Speicherkarte2", "Storage Card2"}, nullptr},
-        {true, true, {"Speicherkarte", "Storage Card2"}, "Storage Card2"},
-        {true, true, {"Speicherkarte2", "Storage Card2"}, "Speicherkarte2"},
-        {true, true, {"Speicherkarte", "Storage Card"}, nullptr},
-        {true, false, {"Extended Storage", "Storage Card"}, "Extended Storage"},
-        {true, false, {"Storage Card"}, "Storage Card"},
-        {true, false, {"Speicherkarte", "Storage Card"}, "Speicherkarte"},
-        {true, false, {"Speicherkarte2", "Storage Card2"}, ""},
-    };
-    // clang-format on
-    for (const Case& c : cases) {
-        SCOPED_TRACE(QStringLiteral("getac %1 card %2 present %3")
-                         .arg(c.getac)
-                         .arg(c.card)
-                         .arg(c.present.join(u','))
-                         .toStdString());
+    for (const test::Case& c : test::readCases("device/data/backup_folders.txt")) {
+        SCOPED_TRACE(c.where().constData());
         Device device;
-        for (const QString& folder : c.present)
+        for (const QString& folder : c.text(2).split(u',', Qt::SkipEmptyParts))
             QDir().mkpath(device.root.host(folder));
-        device.setCard(c.card);
-        BackupService& service = device.backups(c.getac);
-        const QString target = QString::fromLatin1(c.target);
-        QString folder = u'\\' + target + QStringLiteral("\\Brovant_Save");
-        if (!c.target || target.isEmpty())
-            folder = c.target ? QStringLiteral("\\Brovant\\Save") : QString();
-        EXPECT_EQ(service.folder(), folder);
+        device.setCard(c.text(1) == u"1");
+        BackupService& service = device.backups(c.text(0) == u"getac");
+        const bool found = c.text(3) != u"-";
+        EXPECT_EQ(service.folder(), found ? c.text(3) : QString());
         const bool made = service.backup(Kind::Manual);
         EXPECT_TRUE(device.session->database().isOpen());
-        if (!c.target) {
-            EXPECT_FALSE(made);
-            EXPECT_EQ(device.dialogs.asked(), QStringList{kNoCard});
+        EXPECT_EQ(made, found);
+        EXPECT_EQ(device.dialogs.asked(), found ? QStringList{} : QStringList{kNoCard});
+        if (!found) {
             EXPECT_FALSE(QDir(device.root.host(QStringLiteral("Brovant/Save"))).exists());
             EXPECT_TRUE(service.entries().empty());
             continue;
         }
-        const QString onDisk = c.onDisk ? QString::fromLatin1(c.onDisk) : target;
-        const QString written = target.isEmpty() ? QStringLiteral("Brovant/Save")
-                                                 : onDisk + QStringLiteral("/Brovant_Save");
-        EXPECT_TRUE(made);
-        EXPECT_TRUE(device.dialogs.asked().isEmpty());
-        EXPECT_EQ(device.listing(written), QStringList{"0001_Manu.cdb"});
+        EXPECT_EQ(device.listing(c.text(4)), QStringList{"0001_Manu.cdb"});
         ASSERT_EQ(service.entries().size(), 1u);
         EXPECT_EQ(service.entries().front().name, QStringLiteral("0001_Manu.cdb"));
     }

@@ -3,6 +3,7 @@
 #include "device/LinuxHardware.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
+#include "support/CaseFile.h"
 #include "support/QtPrinting.h"
 #include "support/TempRoot.h"
 
@@ -52,7 +53,7 @@ public:
     }
     Registry& registry() { return session->registry(); }
 
-    // The key's values as "Name=value", sorted, or "<no key>".
+    // The key's values as "Name=value", sorted; "-" for a key without values, "<no key>".
     QString keyState(Hive hive, const QString& key)
     {
         if (!registry().keyExists(hive, key))
@@ -61,15 +62,17 @@ public:
         for (const QString& name : registry().valueNames(hive, key))
             values << name + u'=' + QString::number(registry().dword(hive, key, name).value_or(0));
         values.sort(Qt::CaseInsensitive);
-        return values.join(u' ');
+        return values.isEmpty() ? QStringLiteral("-") : values.join(u' ');
     }
-    // Creates the key and its values from "Name=value Name=value"; nullptr leaves the key out.
-    void stageKey(Hive hive, const QString& key, const char* values)
+    // Creates the key and its values from keyState()'s text.
+    void stageKey(Hive hive, const QString& key, const QString& values)
     {
-        if (!values)
+        if (values == u"<no key>")
             return;
         registry().createKey(hive, key);
-        for (const QString& pair : QString::fromLatin1(values).split(u' ', Qt::SkipEmptyParts))
+        if (values == u"-")
+            return;
+        for (const QString& pair : values.split(u' ', Qt::SkipEmptyParts))
             registry().setDword(hive, key, pair.section(u'=', 0, 0),
                                 pair.section(u'=', 1).toUInt());
     }
@@ -82,70 +85,26 @@ public:
 };
 
 constexpr PowerSource Mains = PowerSource::Mains;
-constexpr PowerSource Battery = PowerSource::Battery;
 
-struct BacklightCase {
-    const char* what;
-    QStringList libraries;
-    const char* before; // the backlight key's values, nullptr: no key
-    PowerSource source;
-    int level;
-    bool taken;
-    const char* after;
-    std::optional<int> readBack;
-};
-
-// Device families by their library files and the backlight key's values before the write.
-// clang-format off
-const BacklightCase kBacklightCases[] = {
-    {"getac mains", {"getac"}, "", Mains, 7, true, "Brightness=7", 7},
-    {"getac battery has no route", {"getac"}, "", Battery, 7, false, "", {}},
-    {"getac without key", {"getac"}, nullptr, Mains, 7, false, "<no key>", {}},
-    {"getac battery with separate levels", {"getac"}, "ACbrightness=9", Battery, 3, true,
-     "ACbrightness=9 DCbrightness=3", 3},
-    {"getac mains ignores separate levels", {"getac"}, "ACbrightness=9", Mains, 2, true,
-     "ACbrightness=9 Brightness=2", 2},
-    {"separate mains", {}, "ACbrightness=5", Mains, 2, true, "ACbrightness=2", 2},
-    {"separate battery", {}, "ACbrightness=5", Battery, 4, true,
-     "ACbrightness=5 DCbrightness=4", 4},
-    {"separate known by battery value", {}, "DCbrightness=1", Mains, 6, true,
-     "ACbrightness=6 DCbrightness=1", 6},
-    {"separate before ipaq and ppcutil", {"ipaq", "ppcutil"}, "DCbrightness=1", Battery, 8, true,
-     "DCbrightness=8", 8},
-    {"ipaq mains", {"ipaq"}, "", Mains, 3, true, "iPAQOnPower=3", 3},
-    {"ipaq battery", {"ipaq"}, "iPAQOnPower=3", Battery, 1, true,
-     "iPAQOnBattery=1 iPAQOnPower=3", 1},
-    {"ipaq before ppcutil", {"ppcutil", "ipaq"}, "", Mains, 6, true, "iPAQOnPower=6", 6},
-    {"ppcutil on", {"ppcutil"}, "", Mains, 3, true, "Brightness=3 OnOff=1", 3},
-    {"ppcutil highest", {"ppcutil"}, "", Mains, 4, true, "Brightness=4 OnOff=1", 4},
-    {"ppcutil 0 keeps the light on", {"ppcutil"}, "Brightness=2 OnOff=1", Mains, 0, true,
-     "Brightness=1 OnOff=1", 1},
-    {"ppcutil ignores 5", {"ppcutil"}, "Brightness=2 OnOff=1", Mains, 5, false,
-     "Brightness=2 OnOff=1", 2},
-    // Reading on a ppcutil device: the level, but 0 while the light is switched off.
-    {"ppcutil off reads 0", {"ppcutil"}, "Brightness=3 OnOff=0", Mains, -1, false,
-     "Brightness=3 OnOff=0", 0},
-    {"ppcutil without OnOff", {"ppcutil"}, "Brightness=3", Mains, -1, false, "Brightness=3", 3},
-    {"ppcutil without level", {"ppcutil"}, "OnOff=1", Mains, -1, false, "OnOff=1", {}},
-    {"ppcutil battery has no route", {"ppcutil"}, "", Battery, 2, false, "", {}},
-    {"no library", {}, "Brightness=2", Mains, 3, false, "Brightness=2", {}},
-    {"negative level", {"getac"}, "Brightness=2", Mains, -1, false, "Brightness=2", 2},
-};
-// clang-format on
-
+// One device family and backlight key a line of data/backlight_routes.txt.
 TEST(BacklightRoutes, WritesTheRouteOfTheDeviceFamily)
 {
-    for (const BacklightCase& c : kBacklightCases) {
-        SCOPED_TRACE(c.what);
+    for (const test::Case& c : test::readCases("device/data/backlight_routes.txt")) {
+        SCOPED_TRACE(c.where().constData());
         Device device;
-        device.addLibraries(c.libraries);
+        if (c.text(0) != u"-")
+            device.addLibraries(c.text(0).split(u','));
         DeviceRoutes& routes = device.open();
-        device.stageKey(Hive::CurrentUser, kBacklightKey, c.before);
-        EXPECT_EQ(routes.setBacklight(c.source, c.level), c.taken);
-        EXPECT_EQ(device.keyState(Hive::CurrentUser, kBacklightKey), QLatin1StringView(c.after));
+        device.stageKey(Hive::CurrentUser, kBacklightKey, c.text(1));
+        const PowerSource source = c.text(2) == u"battery" ? PowerSource::Battery : Mains;
+        const bool taken = c.text(4) == u"yes";
+        EXPECT_EQ(routes.setBacklight(source, c.text(3).toInt()), taken);
+        EXPECT_EQ(device.keyState(Hive::CurrentUser, kBacklightKey), c.text(5));
         EXPECT_EQ(routes.signalledEvents(),
-                  c.taken ? QStringList{QStringLiteral("BackLightChangeEvent")} : QStringList{});
-        EXPECT_EQ(routes.backlight(c.source), c.readBack);
+                  taken ? QStringList{QStringLiteral("BackLightChangeEvent")} : QStringList{});
+        const std::optional<int> readBack =
+            c.text(6) == u"-" ? std::nullopt : std::optional(c.text(6).toInt());
+        EXPECT_EQ(routes.backlight(source), readBack);
         EXPECT_TRUE(device.commands.isEmpty());
     }
 }
