@@ -49,6 +49,24 @@ inline QString text(const char* utf8)
     return QString::fromUtf8(utf8);
 }
 
+// The lines of section `name` of tests/app/data/<file>.txt, written out by hand: a section
+// starts with its "[name]" line; empty lines and lines starting with '#' are notes.
+inline QStringList golden(const QString& file, const QString& name)
+{
+    QFile in(QStringLiteral(BROVANT_SOURCE_DIR "/tests/app/data/") + file);
+    EXPECT_TRUE(in.open(QIODevice::ReadOnly)) << str(file);
+    QStringList lines;
+    bool inside = false;
+    for (const QString& line : QString::fromUtf8(in.readAll()).split(u'\n')) {
+        if (line.startsWith(u'['))
+            inside = line == u'[' + name + u']';
+        else if (inside && !line.isEmpty() && !line.startsWith(u'#'))
+            lines << line;
+    }
+    EXPECT_FALSE(lines.isEmpty()) << "no section " << str(name) << " in " << str(file);
+    return lines;
+}
+
 struct ProgramSetup {
     using Stage = std::function<void(const TempRoot&)>;
     bool demo = true;  // the demo configuration staged for import
