@@ -283,7 +283,10 @@ TEST_F(CableChannelTest, ARefusedHeaderNameEndsTheReceive)
     EXPECT_EQ(filesIn(root.path()), before);
 }
 
-TEST_F(CableChannelTest, ReceiveOnANoisyLine)
+// The device's receive and the office's from the same far end, its frames spoilt or cut off, and
+// what each answered ("-": not a case of the device's). Only the office checks the checksum; the
+// device waits 100 ms before each NAK, the office writes nothing before EOT.
+TEST(CableReceivers, AnswerEveryFrameAndKeepWhatCameWhole)
 {
     const auto A = [](int n) {
         return QByteArray(n, 'A');
@@ -294,46 +297,73 @@ TEST_F(CableChannelTest, ReceiveOnANoisyLine)
     const auto wrongDigit = [](QByteArray f) {
         return f.replace(6, 1, "7");
     };
+    const auto flipChecksum = [](QByteArray f) {
+        f[f.indexOf(kEtx) + 2] = f[f.indexOf(kEtx) + 2] == 'A' ? 'B' : 'A';
+        return f;
+    };
     const struct {
         const char* what;
         FrameAnswer mangle;
         int stopAfter;
-        int chunk;
         bool ok;
-        QByteArray answers;
+        QByteArray device;
+        QByteArray office;
+        int chunk = 1 << 20;
     } cases[] = {
-        {"clean, in pieces of 7", nullptr, 100, 7, true, A(12)},
-        {"wrong digit once", spoilAt(3, 1, wrongDigit), 100, 1 << 20, true, A(3) + "N" + A(9)},
-        {"SOH lost", spoilAt(4, 1, [](QByteArray f) { return f.remove(2, 1); }), 100, 1 << 20, true,
-         A(4) + "N" + A(8)},
+        {"clean, in pieces of 7", nullptr, 100, true, A(12), A(12), 7},
+        {"wrong digit once", spoilAt(3, 1, wrongDigit), 100, true, A(3) + "N" + A(9),
+         A(3) + "N" + A(9)},
+        {"SOH lost", spoilAt(4, 1, [](QByteArray f) { return f.remove(2, 1); }), 100, true,
+         A(4) + "N" + A(8), A(4) + "N" + A(8)},
         {"ETX lost", spoilAt(1, 2, [](QByteArray f) { return f.remove(f.indexOf(kEtx), 1); }), 100,
-         1 << 20, true, A(1) + "NN" + A(11)},
-        {"frame cut short", spoilAt(0, 1, [](QByteArray f) { return f.first(9); }), 100, 1 << 20,
-         true, "N" + A(12)},
+         true, A(1) + "NN" + A(11), A(1) + "NN" + A(11)},
+        {"frame cut short", spoilAt(0, 1, [](QByteArray f) { return f.first(9); }), 100, true,
+         "N" + A(12), "N" + A(12)},
         {"noise in front",
-         spoilAt(5, 13, [](QByteArray f) { return QByteArray("\xFF\x00\x7F", 3) + f; }), 100,
-         1 << 20, true, A(12)},
-        {"fifteen NAKs", spoilAt(2, 15, wrongDigit), 100, 1 << 20, true, A(2) + N(15) + A(10)},
-        {"NAK storm", spoilAt(2, 99, wrongDigit), 100, 1 << 20, false, A(2) + N(15)},
-        {"office goes silent", nullptr, 5, 1 << 20, false, A(5)},
-        {"EOT lost", nullptr, 12, 1 << 20, false, A(12)},
+         spoilAt(5, 13, [](QByteArray f) { return QByteArray("\xFF\x00\x7F", 3) + f; }), 100, true,
+         A(12), A(12)},
+        {"checksum wrong twice", spoilAt(2, 2, flipChecksum), 100, true, A(12),
+         A(2) + "NN" + A(10)},
+        {"payload byte lost", spoilAt(3, 1, [](QByteArray f) { return f.remove(9, 1); }), 100, true,
+         "-", A(3) + "N" + A(9)},
+        // A payload byte turned into EOT, the rest of the frame following (or, below, nothing).
+        {"EOT inside a frame", spoilAt(2, 1, [](QByteArray f) { return f.replace(9, 1, "\x04"); }),
+         100, true, "-", A(2) + "N" + A(10)},
+        {"fifteen NAKs", spoilAt(2, 15, wrongDigit), 100, true, A(2) + N(15) + A(10),
+         A(2) + N(15) + A(10)},
+        {"NAK storm", spoilAt(2, 99, wrongDigit), 100, false, A(2) + N(15), A(2) + N(15)},
+        {"checksum never right", spoilAt(1, 99, flipChecksum), 100, false, "-", A(1) + N(15)},
+        {"frame cut short by EOT", spoilAt(3, 99, [](QByteArray f) { return f.first(9) + kEot; }),
+         100, false, "-", A(3) + N(15)},
+        {"far end goes silent", nullptr, 5, false, A(5), A(5)},
+        {"EOT lost", nullptr, 12, false, A(12), A(12)},
     };
+    const QMap<QString, QByteArray> files{{"A       .DAT", kFileA}, {"B       .DAT", kFileB}};
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
-        Device d;
-        d.line.chunk = c.chunk;
-        SendingPeer office(d.line, twoFilesWithStrayLineFirst());
-        office.mangle = c.mangle;
-        office.stopAfter = c.stopAfter;
-        CableChannel cable = d.channel(2);
-        EXPECT_EQ(cable.receive(), c.ok);
-        EXPECT_EQ(office.answers(), c.answers);
-        EXPECT_EQ(d.dialogs.asked(), c.ok ? QStringList() : QStringList{kFailed});
-        // Each NAK sent waited 100 ms first; the bad frame that ends the transfer gets none.
-        EXPECT_EQ(d.clock.sleptMs(), 100 * c.answers.count('N'));
-        if (c.ok) {
-            EXPECT_EQ(d.root.readFile(QStringLiteral("Import/A       .DAT")), kFileA);
-            EXPECT_EQ(d.root.readFile(QStringLiteral("Import/B       .DAT")), kFileB);
+        for (const bool office : {false, true}) {
+            SCOPED_TRACE(std::string(c.what) + (office ? ", office" : ", device"));
+            if (!office && c.device == "-")
+                continue;
+            Device d;
+            d.line.chunk = c.chunk;
+            SendingPeer far(d.line, twoFilesWithStrayLineFirst());
+            far.mangle = c.mangle;
+            far.stopAfter = c.stopAfter;
+            if (office) {
+                const OfficeResult r =
+                    CableOffice(d.line, d.clock, OfficeTiming{}).receive(d.root.host("Import"));
+                EXPECT_EQ(r.ok, c.ok) << r.error.toStdString();
+                EXPECT_EQ(far.answers(), c.office);
+            } else {
+                EXPECT_EQ(d.channel(2).receive(), c.ok);
+                EXPECT_EQ(far.answers(), c.device);
+                EXPECT_EQ(d.dialogs.asked(), c.ok ? QStringList() : QStringList{kFailed});
+                EXPECT_EQ(d.clock.sleptMs(), 100 * c.device.count('N'));
+            }
+            if (c.ok || office) {
+                EXPECT_EQ(filesIn(d.root.host("Import")),
+                          (c.ok ? files : QMap<QString, QByteArray>()));
+            }
         }
     }
 }

@@ -32,57 +32,6 @@ OfficeResult receiveFrom(const QList<QByteArray>& lines, const QString& out,
     return result;
 }
 
-TEST(OfficeReceive, ChecksEveryFrameAndWritesFilesAfterEot)
-{
-    const auto flipChecksum = [](QByteArray f) {
-        f[f.indexOf(kEtx) + 2] = f[f.indexOf(kEtx) + 2] == 'A' ? 'B' : 'A';
-        return f;
-    };
-    const QList<QByteArray> lines{"001before any header\r\n", headerLine("ONE.DAT     "),
-                                  "001one\r\n", headerLine("one.dat     "), "001one again\r\n"};
-    const struct {
-        const char* what;
-        FrameAnswer mangle;
-        int stopAfter;
-        bool ok;
-        QByteArray answers;
-    } cases[] = {
-        {"clean", {}, 1 << 20, true, "AAAAA"},
-        {"checksum wrong twice", spoilAt(2, 2, flipChecksum), 1 << 20, true, "AANNAAA"},
-        {"payload byte lost", spoilAt(3, 1, [](QByteArray f) { return f.remove(9, 1); }), 1 << 20,
-         true, "AAANAA"},
-        {"wrong digit", spoilAt(3, 1, [](QByteArray f) { return f.replace(6, 1, "5"); }), 1 << 20,
-         true, "AAANAA"},
-        // A payload byte turned into EOT, the rest of the frame following (or, below, nothing).
-        {"EOT inside a frame", spoilAt(2, 1, [](QByteArray f) { return f.replace(9, 1, "\x04"); }),
-         1 << 20, true, "AANAAA"},
-        {"checksum never right", spoilAt(1, 99, flipChecksum), 1 << 20, false,
-         "A" + QByteArray(15, 'N')},
-        {"frame cut short by EOT", spoilAt(3, 99, [](QByteArray f) { return f.first(9) + kEot; }),
-         1 << 20, false, "AAA" + QByteArray(15, 'N')},
-        {"device goes silent", {}, 4, false, "AAAA"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
-        TempRoot out;
-        QByteArray answers;
-        const OfficeResult r = receiveFrom(lines, out.path(), c.mangle, c.stopAfter, &answers);
-        EXPECT_EQ(r.ok, c.ok) << r.error.toStdString();
-        EXPECT_EQ(answers, c.answers);
-        if (!c.ok) {
-            EXPECT_TRUE(filesIn(out.path()).isEmpty()); // nothing before EOT
-            continue;
-        }
-        // A second file of the same name, in any case, is kept beside the first.
-        EXPECT_EQ(filesIn(out.path()),
-                  (QMap<QString, QByteArray>{
-                      {"ONE.DAT", headerLine("ONE.DAT     ") + "001one\r\n"},
-                      {"one_2.dat", headerLine("one.dat     ") + "001one again\r\n"}}));
-        EXPECT_EQ(r.files, (QStringList{"ONE.DAT", "one_2.dat"}));
-        EXPECT_EQ(r.lines, 5u);
-    }
-}
-
 TEST(OfficeReceive, KeepsEveryDeliveryOfAName)
 {
     TempRoot out;
