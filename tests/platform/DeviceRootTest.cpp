@@ -1,4 +1,5 @@
 #include "platform/DeviceRoot.h"
+#include "support/CaseFile.h"
 #include "support/QtPrinting.h"
 #include "support/TempRoot.h"
 
@@ -10,6 +11,8 @@
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
+
+#include <map>
 
 namespace brovant {
 namespace {
@@ -47,44 +50,23 @@ QString expectedHost(const TempRoot& root, const QString& relative)
     return relative.isEmpty() ? base : base + u'/' + relative;
 }
 
+// The cases of one kind in data/device_root.txt.
+QList<test::Case> casesOf(const QByteArray& kind)
+{
+    QList<test::Case> cases;
+    for (const test::Case& c : test::readCases(QStringLiteral("platform/data/device_root.txt"))) {
+        if (c.fields[0] == kind)
+            cases << c;
+    }
+    EXPECT_FALSE(cases.isEmpty()) << kind.constData();
+    return cases;
+}
+
 TEST(DeviceRootWildcard, MatchesLikeTheDeviceFindFile)
 {
-    // Pattern, names it matches, names it does not ('|' between names).
-    const char* rows[][3] = {
-        {"*", "anything.at.all", ""},
-        {"*.*", "README|a.b|.profile", ""},
-        {"file.*", "file", "files"},
-        {"*.dat", "12345678.DAT|.dat", "a.data"},
-        {"*.DAT", "x.dat", ""},
-        {"*.cdb", "", "Brovant.cdb.bak"},
-        {"????_Auto.cdb", "0001_Auto.cdb|0001_AUTO.CDB", "001_Auto.cdb|00001_Auto.cdb"},
-        {"????_????.cdb", "0001_Manu.cdb", "0001_Au.cdb"},
-        {"ä*", "Äpfel.txt", ""},
-        {"ÉTÉ.DAT", "été.dat", ""},
-        {"?", "é|\xF0\x9F\x98\x80", ""}, // one character outside the BMP
-        {"??", "", "\xF0\x9F\x98\x80"},
-        {"a.b", "", "axb"},
-        {"[ab].dat", "[AB].DAT", "a.dat"},
-        {"a+b(1).txt", "a+b(1).txt", "aab(1).txt"},
-        {"^x$.dat", "^X$.dat", ""},
-        {"x|y", "", "x"},
-        {"\\d.dat", "", "1.dat"},
-        {"*ab", "aab", ""},
-        {"*a*a*b", "aaaab", "aaaa"},
-        {"a**b", "ab", ""},
-        {"a*b", "", "ab c"},
-        {"abc", "", "ab"},
-        {"ab", "", "abc"},
-        {"", "", "a"}};
-    for (const auto& row : rows) {
-        const QString pattern = QString::fromUtf8(row[0]);
-        for (int matches : {1, 2}) {
-            for (const QString& name :
-                 QString::fromUtf8(row[matches]).split(u'|', Qt::SkipEmptyParts))
-                EXPECT_EQ(DeviceRoot::wildcardMatch(pattern, name), matches == 1)
-                    << row[0] << " vs " << name.toStdString();
-        }
-    }
+    for (const test::Case& c : casesOf("wildcard"))
+        EXPECT_EQ(DeviceRoot::wildcardMatch(c.text(1), c.text(2)), c.fields[3] == "yes")
+            << c.where().constData();
     // Many stars on a long name must not backtrack for ever.
     const QString pattern = QStringLiteral("*a").repeated(30) + QStringLiteral("*b");
     const QString miss(20000, u'a');
@@ -111,48 +93,20 @@ TEST(DeviceRoot, PathsResolveCaseStayInsideTheRootAndFollowLinks)
     ASSERT_TRUE(QFile::link(root.host("Brovant/Brovant.cdb"), root.host("link.cdb")));
     ASSERT_TRUE(QFile::link(root.host("gone"), root.host("dangling")));
     const DeviceRoot device(root.path());
-    // Host path (relative to the root) and the device paths that lead there ('|' between them).
-    const char* rows[][2] = {
-        {"", "|\\|/|..\\"},
-        {"Brovant/Brovant.cdb",
-         "\\Brovant\\Brovant.cdb|\\brovant\\BROVANT.CDB|brovant/brovant.cdb|/BROVANT\\brovant.Cdb"},
-        {"Import/12345678.DAT", "\\\\Import\\\\.\\12345678.dat\\"},
-        {"Import/Ä.DAT", "\\Import\\ä.dat"},
-        {"Brovant", "\\Import\\..\\..\\..\\brovant"},
-        {"etc/passwd", "\\..\\..\\etc\\passwd"},
-        {"Case/abc", "\\Import\\x\\..\\..\\Case\\.\\abc|\\case\\abc"},
-        {"Case/Abc", "\\case\\Abc"},
-        {"Case/ABC", "\\case\\aBC"},
-        {"Import/Missing/Sub/File.TXT", "\\import\\Missing\\Sub\\File.TXT"},
-        {"Nothing/brovant", "\\Nothing\\brovant"},
-        {"Brovant/Brovant.cdb/deeper", "\\Brovant\\Brovant.cdb\\deeper"},
-        {"Mixed/Sub Dir/File.txt", "\\mixed\\SUB DIR\\file.txt"},
-        {"Storage Card/Brovant_Save/x.cdb", "\\storage card\\brovant_save\\X.CDB"}};
-    for (const auto& [host, paths] : rows) {
-        for (const QString& path : QString::fromUtf8(paths).split(u'|'))
-            EXPECT_EQ(device.hostPath(path), expectedHost(root, QString::fromUtf8(host)))
-                << path.toStdString();
-    }
+    for (const test::Case& c : casesOf("path"))
+        EXPECT_EQ(device.hostPath(c.text(1)), expectedHost(root, c.text(2)))
+            << c.where().constData();
     EXPECT_EQ(DeviceRoot(root.path() + "//").hostPath("\\brovant"), expectedHost(root, "Brovant"));
 
-    // What each query says: "F" file of that size, "D" folder, "-" missing.
-    const std::pair<const char*, const char*> queries[] = {
-        {"", "D"},
-        {"\\BROVANT\\brovant.CDB", "F5"},
-        {"\\brovant", "D"},
-        {"\\empty.DAT", "F0"},
-        {"\\LINK.cdb", "F5"},
-        {"\\storage card", "D"},
-        {"\\Storage Card\\Brovant_Save\\x.CDB", "F0"},
-        {"\\dangling", "-"},
-        {"\\Missing.dat", "-"}};
-    for (const auto& [path, says] : queries) {
+    for (const test::Case& c : casesOf("query")) {
+        const QString path = c.text(1);
+        const QByteArray says = c.fields[2];
         const QString answer = device.isFile(path) ? "F" + QString::number(device.fileSize(path))
                                : device.isFolder(path) ? "D"
                                                        : "-";
-        EXPECT_EQ(answer, says) << path;
-        EXPECT_EQ(device.exists(path), *says != '-') << path;
-        EXPECT_EQ(device.fileSize(path) < 0, *says != 'F') << path;
+        EXPECT_EQ(answer, says) << c.where().constData();
+        EXPECT_EQ(device.exists(path), says != "-") << c.where().constData();
+        EXPECT_EQ(device.fileSize(path) < 0, !says.startsWith('F')) << c.where().constData();
     }
 }
 
@@ -167,25 +121,11 @@ TEST(DeviceRoot, FindFiltersByKindAndSortsByName)
     ASSERT_TRUE(QFile::link(root.host("Import/gone"), root.host("Import/dangling.dat")));
     ASSERT_EQ(mkfifo(QFile::encodeName(root.host("Import/pipe.dat")).constData(), 0600), 0);
     const DeviceRoot device(root.path());
-    const QString dats = ".x.dat A.DAT a.dat b.dat c.DAT linkfile.dat";
-    const std::tuple<const char*, Kind, QString> rows[] = {
-        {"\\Import\\*.dat", Kind::Files, dats},
-        {"\\import\\*.DAT", Kind::Folders, "Sub.dat"},
-        {"/IMPORT/*.dat", Kind::Any, dats + " Sub.dat"},
-        {"\\Import\\*.*", Kind::Files, dats + " note.txt README"},
-        {"\\Import\\?.dat", Kind::Any, "A.DAT a.dat b.dat c.DAT"},
-        {"\\Import\\B.DAT", Kind::Files, "b.dat"},
-        {"\\Import\\B.DAT", Kind::Folders, ""},
-        {"\\import", Kind::Folders, "Import"},
-        {"*", Kind::Folders, "Export Import"},
-        {"*", Kind::Files, ""},
-        {"\\Import\\..\\..\\exp*", Kind::Any, "Export"},
-        {"\\Export\\*.*", Kind::Any, ""},
-        {"\\Missing\\*.*", Kind::Any, ""},
-        {"\\Import\\note.txt\\*", Kind::Any, ""},
-        {"\\Import\\", Kind::Any, ""}};
-    for (const auto& [pattern, kind, names] : rows)
-        EXPECT_EQ(device.find(pattern, kind).join(u' '), names) << pattern;
+    const std::map<QByteArray, Kind> kinds = {
+        {"files", Kind::Files}, {"folders", Kind::Folders}, {"any", Kind::Any}};
+    for (const test::Case& c : casesOf("find"))
+        EXPECT_EQ(device.find(c.text(1), kinds.at(c.fields[2])).join(u' '), c.text(3))
+            << c.where().constData();
 }
 
 TEST(DeviceRoot, RemoveMatchingRemovesFilesOnly)
@@ -313,24 +253,15 @@ TEST(DeviceRoot, MakeFolderAndRemoveFile)
 
 TEST(DeviceRoot, SafeFileNamesAndJoin)
 {
-    const QString safe =
-        QStringLiteral("12345678.DAT|0001_Auto.cdb|a b.txt|.hidden|...|Äpfel [1] (x).dat|")
-        + QString(255, u'x');
-    const QString unsafe = "..|.|a/b|a\\b|..\\x|C:x|a\tb|a\nb|a\x7f|a\x1f| lead|trail |"
-                           + QString(256, u'x') + u'|' + QString(QChar(0xD800)) + "x|a"
-                           + QChar(u'\0') + "b";
-    for (const QString& name : safe.split(u'|'))
-        EXPECT_TRUE(DeviceRoot::isSafeFileName(name)) << name.toStdString();
-    for (const QString& name : unsafe.split(u'|') + QStringList{QString()})
-        EXPECT_FALSE(DeviceRoot::isSafeFileName(name)) << name.toStdString();
-
-    for (const auto& [folder, name, joined] :
-         {std::tuple("\\Import", "a.dat", "\\Import\\a.dat"),
-          std::tuple("\\Import\\", "a.dat", "\\Import\\a.dat"),
-          std::tuple("\\Storage Card\\Brovant_Save", "x.cdb",
-                     "\\Storage Card\\Brovant_Save\\x.cdb"),
-          std::tuple("", "x", "\\x"), std::tuple("\\", "x", "\\x")})
-        EXPECT_EQ(DeviceRoot::join(folder, name), QString::fromUtf8(joined));
+    for (const test::Case& c : casesOf("safe"))
+        EXPECT_EQ(DeviceRoot::isSafeFileName(c.text(1)), c.fields[2] == "yes")
+            << c.where().constData();
+    // Lengths and a lone surrogate, which the case file cannot hold.
+    EXPECT_TRUE(DeviceRoot::isSafeFileName(QString(255, u'x')));
+    for (const QString& name : {QString(256, u'x'), QString(QChar(0xD800)) + u'x', QString()})
+        EXPECT_FALSE(DeviceRoot::isSafeFileName(name)) << name.size();
+    for (const test::Case& c : casesOf("join"))
+        EXPECT_EQ(DeviceRoot::join(c.text(1), c.text(2)), c.text(3)) << c.where().constData();
 }
 
 } // namespace
