@@ -18,26 +18,6 @@
 namespace brovant::test {
 namespace {
 
-// "\t", "\r", "\n", "\\" and "\xNN" (a byte) written out.
-QByteArray unescaped(const QByteArray& text)
-{
-    QByteArray bytes;
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        if (text[i] != '\\' || i + 1 == text.size()) {
-            bytes += text[i];
-            continue;
-        }
-        const char c = text[++i];
-        if (c == 'x') {
-            bytes += char(text.mid(i + 1, 2).toInt(nullptr, 16));
-            i += 2;
-        } else {
-            bytes += c == 't' ? '\t' : c == 'r' ? '\r' : c == 'n' ? '\n' : c;
-        }
-    }
-    return bytes;
-}
-
 QString utf8(const QByteArray& bytes)
 {
     return QString::fromUtf8(bytes);
@@ -109,7 +89,7 @@ TEST(TextCases, ConvertAsWritten)
         const auto conversion = kConversions.find(fields.takeFirst());
         ASSERT_TRUE(conversion != kConversions.end() && fields.size() >= 2) << line.toStdString();
         for (QByteArray& field : fields)
-            field = unescaped(field);
+            field = QByteArray::fromPercentEncoding(field);
         const QString expected = utf8(fields.takeLast());
         EXPECT_EQ(conversion->second(fields), expected) << line.toStdString();
         ++cases;
