@@ -6,6 +6,7 @@
 // the same command must go through.
 #include "masterdata/DeviceSession.h"
 #include "platform/CopyTree.h"
+#include "support/CaseFile.h"
 #include "support/QtPrinting.h"
 #include "support/TempRoot.h"
 #include "tool/ToolRun.h"
@@ -24,9 +25,6 @@ namespace brovant::test {
 namespace {
 
 enum class Op { ManualBackup, AutomaticBackup, ExportLists, ExportCsv, Send, Restore };
-// Where the medium fails: the storage card, the export folder, the printer folder, or the copy a
-// restore stages beside the database.
-enum class Place { Card, Export, Documents, Staging };
 
 const struct {
     const char* name;
@@ -37,66 +35,11 @@ const struct {
             {"ExportCsv", {"export-csv", "HIEB01"}},
             {"Send", {"send"}},
             {"Restore", {"restore", "0001_Manu.cdb"}}};
-const char* const kPlaces[] = {"card", "export", "documents", "staging"};
 
 void PrintTo(Op op, std::ostream* os)
 {
     *os << kOps[int(op)].name;
 }
-
-const QString kBackupFailed = QStringLiteral("Fehler bei der Datensicherung!\n");
-const QString kRestoreFailed = QStringLiteral("Fehler beim Wiederherstellen!\n");
-const QString kCannotCreate = QStringLiteral("Datei kann nicht erzeugt werden!\n");
-
-struct Case {
-    Op op;
-    const char* fault; // BROVANT_FAULT
-    qint64 after;      // BROVANT_FAULT_AFTER: bytes, or calls for eio-fsync and eio-rename
-    Place place;
-    QString message;        // standard error of the failed run (contained in it for a send)
-    QStringList newBackups; // on the card after the failed run, beside the earlier ones
-};
-
-// Every operation under every fault that reaches it; the rows of one operation run in one test.
-const Case kCases[] = {
-    {Op::ManualBackup, "enospc", 16384, Place::Card, kBackupFailed, {}},
-    {Op::ManualBackup, "enospc", 0, Place::Card, kBackupFailed, {}},
-    {Op::ManualBackup, "eio", 0, Place::Card, kBackupFailed, {}},
-    {Op::ManualBackup, "eio-fsync", 0, Place::Card, kBackupFailed, {}},
-    {Op::ManualBackup, "eio-rename", 0, Place::Card, kBackupFailed, {}},
-    {Op::AutomaticBackup, "enospc", 16384, Place::Card, kBackupFailed, {}},
-    {Op::AutomaticBackup, "eio", 8192, Place::Card, kBackupFailed, {}},
-    {Op::AutomaticBackup, "eio-fsync", 0, Place::Card, kBackupFailed, {}},
-    {Op::AutomaticBackup, "eio-rename", 0, Place::Card, kBackupFailed, {}},
-    // The list file goes to disk in one piece; a full card takes its first 4 KiB.
-    {Op::ExportLists, "enospc", 4096, Place::Export, kCannotCreate, {}},
-    {Op::ExportLists, "eio", 0, Place::Export, kCannotCreate, {}},
-    {Op::ExportLists, "eio-fsync", 0, Place::Export, kCannotCreate, {}},
-    {Op::ExportLists, "eio-rename", 0, Place::Export, kCannotCreate, {}},
-    // The spreadsheet file goes in pieces of 64 KiB; the card fills within the first or second.
-    {Op::ExportCsv, "enospc", 4096, Place::Documents, kCannotCreate, {}},
-    {Op::ExportCsv, "enospc", 70000, Place::Documents, kCannotCreate, {}},
-    {Op::ExportCsv, "eio", 0, Place::Documents, kCannotCreate, {}},
-    {Op::ExportCsv, "eio-fsync", 0, Place::Documents, kCannotCreate, {}},
-    {Op::ExportCsv, "eio-rename", 0, Place::Documents, kCannotCreate, {}},
-    {Op::Send, "enospc", 4096, Place::Export, kCannotCreate, {}},
-    {Op::Send, "eio", 0, Place::Export, kCannotCreate, {}},
-    {Op::Send, "eio-fsync", 0, Place::Export, kCannotCreate, {}},
-    {Op::Send, "eio-rename", 0, Place::Export, kCannotCreate, {}},
-    // On the card the restore fails at the backup it makes first, or reading the chosen one.
-    {Op::Restore, "enospc", 16384, Place::Card, kBackupFailed, {}},
-    {Op::Restore, "eio", 0, Place::Card, kBackupFailed, {}},
-    {Op::Restore, "eio-fsync", 0, Place::Card, kBackupFailed, {}},
-    {Op::Restore, "eio-rename", 0, Place::Card, kBackupFailed, {}},
-    {Op::Restore, "eio-read", 0, Place::Card, kRestoreFailed, {}},
-    {Op::Restore, "eio-read", 65536, Place::Card, kRestoreFailed, {}},
-    // Beside the database: staging the chosen copy, or moving it over the database (the staged
-    // file's own naming is the first rename and goes through).
-    {Op::Restore, "enospc", 16384, Place::Staging, kRestoreFailed, {}},
-    {Op::Restore, "eio", 0, Place::Staging, kRestoreFailed, {}},
-    {Op::Restore, "eio-fsync", 0, Place::Staging, kRestoreFailed, {}},
-    {Op::Restore, "eio-rename", 1, Place::Staging, kRestoreFailed, {"0002_Auto.cdb"}},
-};
 
 const QString kDatabase = QStringLiteral("Brovant/Brovant.cdb");
 const QString kCard = QStringLiteral("Storage Card/Brovant_Save");
@@ -213,28 +156,24 @@ protected:
         return (m_root ? m_root->path() : s_device->path()) + u'/' + relative;
     }
 
-    QString prefixOf(Place place) const
+    // Where the medium fails: the storage card, the export folder, the printer folder, or the copy
+    // a restore stages beside the database.
+    QString prefixOf(const QString& place) const
     {
-        switch (place) {
-        case Place::Card:
-            return canonical(host(QStringLiteral("Storage Card")));
-        case Place::Export:
-            return canonical(host(QStringLiteral("Export")));
-        case Place::Documents:
-            return canonical(host(QStringLiteral("My Documents")));
-        case Place::Staging: {
+        if (place == QLatin1StringView("staging")) {
             // Qt writes the staged copy as an unnamed file in the folder ("#<inode>") where the
             // system has them, else under a temporary name beside the target.
             const QString folder = canonical(host(QStringLiteral("Brovant")));
             return folder + QStringLiteral("/Brovant.cdb.restore:") + folder + QStringLiteral("/#");
         }
-        }
-        return {};
+        static const QMap<QString, QString> folders = {
+            {"card", "Storage Card"}, {"export", "Export"}, {"documents", "My Documents"}};
+        return canonical(host(folders.value(place)));
     }
 
     // The tool with the failing medium preloaded; an empty fault leaves every call alone.
-    ToolRun run(const QStringList& args, const char* fault = "", qint64 after = 0,
-                Place place = Place::Card)
+    ToolRun run(const QStringList& args, const QString& fault = {}, qint64 after = 0,
+                const QString& place = QStringLiteral("card"))
     {
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
         env.insert(QStringLiteral("LD_PRELOAD"), QStringLiteral(BROVANT_FAULTFS_PATH));
@@ -243,7 +182,7 @@ protected:
         const QString asan = env.value(QStringLiteral("ASAN_OPTIONS"));
         env.insert(QStringLiteral("ASAN_OPTIONS"),
                    asan + (asan.isEmpty() ? "" : ":") + QStringLiteral("verify_asan_link_order=0"));
-        env.insert(QStringLiteral("BROVANT_FAULT"), QLatin1StringView(fault));
+        env.insert(QStringLiteral("BROVANT_FAULT"), fault);
         env.insert(QStringLiteral("BROVANT_FAULT_AFTER"), QString::number(after));
         env.insert(QStringLiteral("BROVANT_FAULT_PREFIX"), prefixOf(place));
         env.insert(QStringLiteral("BROVANT_FAULT_LOG"), m_log.filePath(QStringLiteral("faults")));
@@ -251,11 +190,11 @@ protected:
     }
 
     // A send with the office's ActiveSync end collecting into `office` beside it.
-    ToolRun send(const QString& office, const char* fault = "", qint64 after = 0)
+    ToolRun send(const QString& office, const QString& fault = {}, qint64 after = 0)
     {
         ToolProcess peer({"office-activesync", "--root", m_root->path(), "--collect", office,
                           "--timeout", "30"});
-        const ToolRun r = run({"send"}, fault, after, Place::Export);
+        const ToolRun r = run({"send"}, fault, after, QStringLiteral("export"));
         const ToolRun p = peer.finish();
         EXPECT_EQ(p.status, 0) << p.err.toStdString();
         return r;
@@ -279,11 +218,13 @@ QByteArray FaultInjection::s_csvFile;
 TEST_P(FaultInjection, EndsWithItsMessageLosesNothingAndRetries)
 {
     const Op op = GetParam();
-    for (const Case& c : kCases) {
-        if (c.op != op)
+    for (const Case& c : readCases(QStringLiteral("tool/data/faults.txt"))) {
+        if (c.text(0) != QLatin1StringView(kOps[int(op)].name))
             continue;
-        SCOPED_TRACE(std::string(kOps[int(op)].name) + ": " + c.fault + " after "
-                     + std::to_string(c.after) + " at " + kPlaces[int(c.place)]);
+        SCOPED_TRACE(c.where().toStdString());
+        const QString fault = c.text(1);
+        const QString message = c.text(4);
+        const QStringList newBackups = c.text(5).split(u' ', Qt::SkipEmptyParts);
         ASSERT_NO_FATAL_FAILURE(freshDevice());
         if (op == Op::ExportCsv)
             m_root->writeFile(kCsvFile, kOldCsv);
@@ -294,18 +235,19 @@ TEST_P(FaultInjection, EndsWithItsMessageLosesNothingAndRetries)
         const QStringList filesBefore = filesIn(m_root->path()).keys();
         TempRoot office;
 
-        const ToolRun r = op == Op::Send ? send(office.path(), c.fault, c.after)
-                                         : run(kOps[int(op)].args, c.fault, c.after, c.place);
+        const ToolRun r = op == Op::Send
+                              ? send(office.path(), fault, c.text(2).toLongLong())
+                              : run(kOps[int(op)].args, fault, c.text(2).toLongLong(), c.text(3));
 
         EXPECT_EQ(r.status, 1) << r.err.toStdString();
         if (op == Op::Send) {
             // A list whose file cannot be created still counts as exported: the transfer goes
             // on and unmarks it, the message says what happened. Its trees stay.
-            EXPECT_TRUE(r.err.contains(c.message)) << r.err.toStdString();
+            EXPECT_TRUE(r.err.contains(message)) << r.err.toStdString();
             EXPECT_EQ(r.out, QStringLiteral("HIEB01\n"));
             EXPECT_EQ(marks(database), QStringLiteral("HIEB01|0|1"));
         } else {
-            EXPECT_EQ(r.err, c.message);
+            EXPECT_EQ(r.err, message);
             EXPECT_EQ(r.out, QString());
         }
         // The medium really failed under the code meant, not somewhere beside it.
@@ -318,7 +260,7 @@ TEST_P(FaultInjection, EndsWithItsMessageLosesNothingAndRetries)
             EXPECT_EQ(contentOf(database), content); // the transfer marks among it
         }
         const QMap<QString, QByteArray> backupsAfter = filesIn(host(kCard));
-        EXPECT_EQ(backupsAfter.keys(), (backups.keys() + c.newBackups));
+        EXPECT_EQ(backupsAfter.keys(), (backups.keys() + newBackups));
         for (auto it = backups.begin(); it != backups.end(); ++it) {
             EXPECT_EQ(backupsAfter.value(it.key()), it.value()) << it.key().toStdString();
             EXPECT_TRUE(intact(host(kCard) + u'/' + it.key())) << it.key().toStdString();
@@ -326,7 +268,7 @@ TEST_P(FaultInjection, EndsWithItsMessageLosesNothingAndRetries)
         // No file left anywhere that was not there before: no temporary copy, no staged restore,
         // no list file cut short; a spreadsheet file written before stays as it was.
         QStringList expectedFiles = filesBefore;
-        for (const QString& name : c.newBackups)
+        for (const QString& name : newBackups)
             expectedFiles << kCard + u'/' + name;
         expectedFiles.sort();
         EXPECT_EQ(filesIn(m_root->path()).keys(), expectedFiles);

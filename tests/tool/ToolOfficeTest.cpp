@@ -1,5 +1,5 @@
 // The office commands: the real tool against the device's cable channel over a pseudo-terminal in
-// both directions, its refusals, and the ActiveSync handshake.
+// both directions, and the ActiveSync handshake (their refusals: data/command_lines.txt).
 #include "platform/Clock.h"
 #include "platform/DeviceRoot.h"
 #include "platform/MessageDialogs.h"
@@ -150,42 +150,6 @@ TEST_F(OfficeOverPty, HostileNamesFailTheTransferOnBothSides)
               QStringList{QStringLiteral(
                   "Fehler bei der Übertragung!|Dateiname nicht zulässig:|\"../EVIL.DAT\"")});
     EXPECT_FALSE(QFile::exists(root.host(QStringLiteral("EVIL.DAT"))));
-}
-
-TEST(OfficeCommands, RefuseWhatTheyCannotDo)
-{
-    TempRoot dir;
-    const struct {
-        QStringList args;
-        int status;
-        const char* err;
-    } cases[] = {
-        {{"office-receive", "--out", dir.path()}, 2, "office-receive --port DEV --out DIR"},
-        {{"office-receive", "--port", "/dev/null"}, 2, "office-receive --port DEV --out DIR"},
-        {{"office-send", "--port", "/dev/null"}, 2, "office-send --port DEV DATEI..."},
-        {{"office-send", "--port", "/dev/null", "--data-bits", "6", "x"}, 2, "--data-bits 7|8"},
-        {{"office-send", "--port", "/dev/null", "--timeout", "soon", "x"}, 2, "--timeout"},
-        {{"office-send", "--port", "/dev/null", dir.host("missing.dat")}, 1, "nicht gelesen"},
-        {{"office-receive", "--port", dir.host("ttyNONE"), "--out", dir.path()},
-         1,
-         "kann nicht geöffnet werden"},
-        {{"office-receive", "--port", "/dev/null", "--out", dir.path(), "--baud", "12345"},
-         1,
-         "Baudrate nicht unterstützt"},
-        {{"office-receive", "--port", "/dev/null", "--out", dir.path()},
-         1,
-         "kann nicht geöffnet werden"},
-        {{"office-activesync", "--root", dir.path()}, 2, "--collect DIR oder --deliver"},
-        {{"office-activesync", "--root", dir.path(), "--deliver"},
-         2,
-         "--collect DIR oder --deliver"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.args.join(u' ').toStdString());
-        const ToolRun r = runTool(c.args);
-        EXPECT_EQ(r.status, c.status);
-        EXPECT_TRUE(r.err.contains(QString::fromUtf8(c.err))) << r.err.toStdString();
-    }
 }
 
 TEST(OfficeActiveSync, CollectsTheExportWhenTheDeviceAsks)

@@ -1,6 +1,7 @@
 // "brovant-tool report" on the demo configuration: the listing, the class table and the test
 // page written as PDF files.
 #include "support/TempRoot.h"
+#include "tool/CommandCases.h"
 #include "tool/ToolRun.h"
 
 #include <QFile>
@@ -79,27 +80,7 @@ TEST_F(ToolReport, WritesEachReport)
 
 TEST_F(ToolReport, RefusedCommandLines)
 {
-    const struct {
-        QStringList args;
-        int status;
-        const char* err; // the start of what is said
-    } cases[] = {
-        {{"report", "HIEB01", "x.pdf"}, 2, "report: LISTE_NR"},
-        {{"report", "HIEB01", "--listing", "--classes", "x.pdf"}, 2, "report: LISTE_NR"},
-        {{"report", "--listing", "x.pdf"}, 2, "report: LISTE_NR"},
-        {{"report", "HIEB01", "--listing"}, 2, "report: LISTE_NR"},
-        {{"report", "NIX", "--listing", "x.pdf"}, 1, "Liste nicht gefunden: NIX"},
-        {{"report", "LEER", "--classes", "x.pdf"}, 1, "Keine Daten vorhanden!"},
-        {{"report", "HIEB01", "--listing", "/nonexistent/dir/x.pdf"},
-         1,
-         "Datei kann nicht erzeugt werden: /nonexistent/dir/x.pdf"},
-    };
-    for (const auto& c : cases) {
-        const ToolRun r = run(c.args);
-        EXPECT_EQ(r.status, c.status) << c.args.join(u' ').toStdString();
-        EXPECT_TRUE(r.err.contains(QString::fromUtf8(c.err))) << r.err.toStdString();
-        EXPECT_EQ(r.out, QString());
-    }
+    expectCommands(QStringLiteral("tool/data/report_refusals.txt"), root.path());
     EXPECT_FALSE(QFile::exists(QStringLiteral("x.pdf")));
 }
 

@@ -1,7 +1,8 @@
 // The bulk form of "tally" (trees from a file or standard input, each printed once committed) and
 // the list import after a kill between a list's commit and the removal of its file.
-#include "tool/KillSoak.h"
 #include "support/TempRoot.h"
+#include "tool/CommandCases.h"
+#include "tool/KillSoak.h"
 #include "tool/ToolRun.h"
 
 #include <gtest/gtest.h>
@@ -27,63 +28,20 @@ protected:
 
 TEST_F(TallyTrees, RefusedTreesAndBadLinesEndTheRunKeepingTheTreesBefore)
 {
-    const struct {
-        int status;
-        int saved; // trees saved and printed
-        const char* input;
-        const char* err;
-    } cases[] = {
-        {0, 0, "", ""},
-        {1, 1, "--bhd 25 --species FI --tarif FI01\n--bhd 0\n--bhd 30\n", "Eingabe fehlt !!!\n"},
-        {1, 0, "--bhd 25 --species FI --tarif XX01\n",
-         "Keine Kubatur vorhanden,\nbitte Stammdaten korrigieren!\n"},
-        {2, 1, "--bhd 25 --species FI --tarif FI01\n--bhd x\n--bhd 30\n",
-         "Zeile 2: Ungültige Zahl für --bhd: x\n"},
-        {2, 0, "\n--species FI\n", "Zeile 2: tally: --bhd fehlt\n"},
-        {2, 0, "--bhd 25 --stk zwei\n", "Zeile 1: Ungültige Zahl für --stk: zwei\n"},
-        {2, 0, "--bhd 25 HIEB01\n",
-         "Zeile 1: nur --bhd, --species, --stk und --tarif: --bhd 25 HIEB01\n"},
-        {2, 0, "--bhd 25 --trees x\n",
-         "Zeile 1: nur --bhd, --species, --stk und --tarif: --bhd 25 --trees x\n"},
-        {2, 0, "--bhd 25 --frob\n", "Zeile 1: Unknown option 'frob'.\n"},
-    };
-    for (const auto& c : cases) {
+    for (const Case& c : readCases(QStringLiteral("tool/data/tally_bulk.txt"))) {
+        SCOPED_TRACE(c.where().toStdString());
         const QStringList before = lines();
-        const ToolRun r = bulk(c.input);
-        EXPECT_EQ(r.status, c.status) << c.input;
-        EXPECT_EQ(r.err, QString::fromUtf8(c.err)) << c.input;
+        const ToolRun r = bulk(c.fields.value(3));
+        EXPECT_EQ(r.status, c.text(0).toInt());
+        EXPECT_EQ(r.err, c.text(2));
         const QStringList after = lines();
-        ASSERT_EQ(after.size(), before.size() + c.saved) << c.input;
-        EXPECT_EQ(completeLines(r.out.toUtf8()), after.mid(before.size())) << c.input;
+        ASSERT_EQ(after.size(), before.size() + c.text(1).toInt());
+        EXPECT_EQ(completeLines(r.out.toUtf8()), after.mid(before.size()));
     }
-
-    // Calls that read no tree at all.
-    const QString file = root.host(QStringLiteral("trees.txt"));
-    const struct {
-        QStringList args;
-        int status;
-        const char* err;
-    } calls[] = {
-        {{"tally", "HIEB01", "--trees", root.host(QStringLiteral("fehlt.txt"))},
-         2,
-         "Datei kann nicht gelesen werden: "},
-        {{"tally", "NOPE", "--trees", file}, 1, "Liste nicht gefunden: NOPE"},
-        {{"tally", "HIEB01", "--trees", file, "--bhd", "25"},
-         2,
-         "tally: --trees nicht zusammen mit --bhd, --species, --stk oder --tarif"},
-        {{"tally", "HIEB01", "--species", "FI", "--trees", file},
-         2,
-         "tally: --trees nicht zusammen mit --bhd, --species, --stk oder --tarif"},
-    };
     root.writeFile(QStringLiteral("trees.txt"), "--bhd 25 --species FI --tarif FI01\n");
-    for (const auto& c : calls) {
-        const QStringList before = lines();
-        const ToolRun r = tool(root.path(), c.args);
-        EXPECT_EQ(r.status, c.status) << c.err;
-        EXPECT_TRUE(r.err.startsWith(QString::fromUtf8(c.err))) << r.err.toStdString();
-        EXPECT_EQ(r.out, QString());
-        EXPECT_EQ(lines(), before);
-    }
+    const QStringList before = lines();
+    expectCommands(QStringLiteral("tool/data/tally_calls.txt"), root.path());
+    EXPECT_EQ(lines(), before);
 }
 
 // Fed one line at a time on standard input, each tree is in the database and on the output before

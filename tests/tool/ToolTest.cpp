@@ -1,5 +1,6 @@
 // The tool's command forms are relied on from outside.
 #include "support/TempRoot.h"
+#include "tool/CommandCases.h"
 #include "tool/ToolRun.h"
 
 #include <QDir>
@@ -80,43 +81,10 @@ TEST(Tool, ImportConfigWithWrongStructureFails)
     EXPECT_NE(missing.status, 0);
 }
 
-TEST(Tool, UsageForms)
+TEST(Tool, CommandLines)
 {
-    struct Case {
-        QStringList args;
-        int status;
-        const char* inOut;
-        const char* inErr;
-    };
     TempRoot root;
-    const Case cases[] = {
-        {{QStringLiteral("--help")}, 0, "import-config FILE", ""},
-        {{QStringLiteral("--version")}, 0, "brovant-tool ", ""},
-        {{QStringLiteral("--root"), root.path(), QStringLiteral("frobnicate")},
-         2,
-         "",
-         "Unbekannter Befehl"},
-        {{QStringLiteral("--root"), root.path(), QStringLiteral("import-config")},
-         2,
-         "",
-         "Unbekannter Befehl"},
-        {{QStringLiteral("--bogus")}, 2, "", "bogus"},
-        {{QStringLiteral("--root"), root.path(), QStringLiteral("lists"), QStringLiteral("x")},
-         2,
-         "",
-         "Unbekannter Befehl"},
-    };
-    for (const Case& c : cases) {
-        const ToolRun r = runTool(c.args);
-        EXPECT_EQ(r.status, c.status) << c.args.join(u' ').toStdString();
-        EXPECT_TRUE(r.out.contains(QLatin1StringView(c.inOut))) << r.out.toStdString();
-        EXPECT_TRUE(r.err.contains(QLatin1StringView(c.inErr))) << r.err.toStdString();
-    }
-    // The help names every command.
-    const QString help = runTool({QStringLiteral("--help")}).out;
-    for (const char* usage :
-         {"\n  lists", "report LISTE_NR (--listing|--classes) OUT.pdf", "office-activesync"})
-        EXPECT_TRUE(help.contains(QLatin1StringView(usage))) << usage;
+    expectCommands(QStringLiteral("tool/data/command_lines.txt"), root.path(), false);
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 // through the tool, marked, and office files read back as new lists. What export-lists writes and
 // prints: FaultInjection (its retries) and ToolChannelsTest.
 #include "support/TempRoot.h"
+#include "tool/CommandCases.h"
 #include "tool/ToolRun.h"
 
 #include <QDir>
@@ -33,28 +34,7 @@ protected:
 
 TEST_F(ToolTransfer, MarkFlipsTheMarkOfOneList)
 {
-    const struct {
-        QStringList args;
-        int status;
-        const char* out;
-        const char* err;
-    } steps[] = {
-        {{"export-lists"}, 0, "", "Keine Liste für DÜ markiert!\n"},
-        {{"mark", "HIEB01"}, 0, "1\n", ""},
-        {{"mark", "LEER    "}, 0, "1\n", ""},
-        {{"mark", "HIEB01"}, 0, "0\n", ""},
-        {{"mark", "NOPE"}, 1, "", "Liste nicht gefunden: NOPE\n"},
-        {{"mark"}, 2, "", nullptr},
-    };
-    for (const auto& s : steps) {
-        const ToolRun r = run(s.args);
-        const std::string call = s.args.join(u' ').toStdString();
-        EXPECT_EQ(r.status, s.status) << call;
-        EXPECT_EQ(r.out, QString::fromUtf8(s.out)) << call;
-        if (s.err) {
-            EXPECT_EQ(r.err, QString::fromUtf8(s.err)) << call;
-        }
-    }
+    expectCommands(QStringLiteral("tool/data/mark.txt"), root.path());
     EXPECT_EQ(marks(), "HIEB01|0|0 LEER|1|0");
 }
 
