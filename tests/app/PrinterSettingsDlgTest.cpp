@@ -4,6 +4,7 @@
 #include "app/CableSettingsDlg.h"
 #include "app/ProgramFixture.h"
 #include "app/SettingsDlg.h"
+#include "support/CaseFile.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -109,30 +110,9 @@ TEST(PrinterSettingsDlg, ChoicesOnBothScreensAreStoredWhenConfirmed)
     p.press(KeypadScreen::kEnter);
 
     EXPECT_EQ(str(p.activeName()), "settings");
-    const struct {
-        const char* section;
-        const char* entry;
-        const char* value;
-    } stored[] = {
-        {"DUE", "DueMode", "2"},
-        {"DUE", "Port", "4"},
-        {"DUE", "Baudrate", "7"},
-        {"DUE", "Wordlength", "0"},
-        {"DUE", "Stopbits", "1"},
-        {"MODEM", "Selected", "2"},
-        {"Kluppe", "Aktiv", "1"},
-        {"Kluppe", "Port", "3"},
-        {"Kluppe", "Format", "1"},
-        {"Printer", "Type", "1"},
-        {"Printer", "Seitenlaenge1", "74"},
-        {"Printer", "Seitenlaenge5", "<absent>"},
-        {"Printer", "Frage1", "1"},
-        {"Printer", "Frage5", "<absent>"},
-        {"Printer", "Port", "2"},
-        {"Printer", "Baudrate", "9600"},
-    };
-    for (const auto& v : stored)
-        EXPECT_EQ(str(p.number(v.section, v.entry)), v.value) << v.section << '/' << v.entry;
+    for (const Case& v : readCases(QStringLiteral("app/data/communication_stored.txt")))
+        EXPECT_EQ(str(p.number(v.fields[0].constData(), v.fields[1].constData())), str(v.text(2)))
+            << v.where().constData();
     EXPECT_EQ(str(p.registry("Printer", "Path")), "\\Export");
     EXPECT_EQ(p.autoConnect(), std::nullopt);
     // The program's own tables follow both screens (what they hold is the logic's to say).
