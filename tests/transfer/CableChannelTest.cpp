@@ -1,5 +1,5 @@
-// The device's cable and modem transfer against scripted peers: clean runs, noise, NAK storms,
-// silence and the modem dialogue.
+// The cable protocol's two ends against scripted far ends: the device's (with its modem) and the
+// office's; clean runs, noise, NAK storms, silence, refused names and the modem dialogue.
 #include "transfer/CableChannel.h"
 #include "transfer/CableOffice.h"
 
@@ -366,6 +366,32 @@ TEST(CableReceivers, AnswerEveryFrameAndKeepWhatCameWhole)
             }
         }
     }
+}
+
+OfficeResult officeReceives(const QList<QByteArray>& lines, const QString& out)
+{
+    PeerLine device;
+    SendingPeer sender(device, lines);
+    ManualClock clock;
+    return CableOffice(device, clock, OfficeTiming{}).receive(out);
+}
+
+// A second file of a name, in any case, is kept beside the first, and a third beside both.
+TEST(OfficeReceive, KeepsEveryDeliveryOfAName)
+{
+    TempRoot out;
+    const QByteArray name = "AB.3    .DAT";
+    for (const char* text : {"001first\r\n", "001second\r\n", "001third\r\n"})
+        EXPECT_TRUE(officeReceives({headerLine(name), text}, out.path()).ok);
+    EXPECT_EQ(filesIn(out.path()),
+              (QMap<QString, QByteArray>{{"AB.3    .DAT", headerLine(name) + "001first\r\n"},
+                                         {"AB.3_2.DAT", headerLine(name) + "001second\r\n"},
+                                         {"AB.3_3.DAT", headerLine(name) + "001third\r\n"}}));
+    const OfficeResult refused =
+        officeReceives({headerLine("AB/3    .DAT"), "001x\r\n"}, out.path());
+    EXPECT_FALSE(refused.ok);
+    EXPECT_EQ(refused.error, QStringLiteral("Dateiname abgelehnt: \"AB/3    .DAT\""));
+    EXPECT_EQ(filesIn(out.path()).size(), 3);
 }
 
 TEST_F(CableChannelTest, ModemDialogueBeforeSending)
