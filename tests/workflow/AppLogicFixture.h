@@ -7,6 +7,7 @@
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
 #include "platform/MessageDialogs.h"
+#include "support/CaseFile.h"
 #include "support/ListBuilder.h"
 #include "support/QtPrinting.h"
 #include "support/TempRoot.h"
@@ -31,6 +32,23 @@ inline std::string str(const QString& text)
 inline QString text(const char* utf8)
 {
     return QString::fromUtf8(utf8);
+}
+
+// Answers named as in the case files ("Yes,No", "-" for none), given to `dialogs` in that order.
+inline void answerNext(ScriptedDialogs& dialogs, const QString& names)
+{
+    static const QStringList known = {"None", "Ok", "Yes", "No", "First", "Second", "Third"};
+    for (const QString& name : names.split(u',', Qt::SkipEmptyParts)) {
+        EXPECT_TRUE(name == u"-" || known.contains(name)) << str(name);
+        if (name != u"-")
+            dialogs.answerNext(Answer(known.indexOf(name)));
+    }
+}
+
+// A case file's message column: "-" for no message.
+inline QStringList messagesIn(const QString& field)
+{
+    return field == u"-" ? QStringList{} : QStringList{field};
 }
 
 // Every row of `sql`, its columns joined by '|', read through a connection of its own to `file`,
@@ -83,6 +101,28 @@ public:
     {
         events << QStringLiteral("progress %1").arg(percent);
         ScriptedDialogs::progress(percent);
+    }
+};
+
+// A device root with its database open, for one screen's logic on its own.
+struct OpenDevice {
+    TempRoot root;
+    DeviceSession session{root.path(), Database::Durability::Relaxed};
+    ScriptedDialogs dialogs;
+    AppState state;
+
+    OpenDevice() { EXPECT_NE(session.openDatabase(), DeviceSession::DatabaseState::Failed); }
+    Database& db() { return session.database(); }
+    QStringList committed(const QString& sql) { return committedRows(db().file(), sql); }
+    // A master row of the given kind; species and tariff are an assignment row's.
+    void addMasterRow(std::int64_t id, int type, const QString& region,
+                      const QString& species = {}, const QString& tariff = {})
+    {
+        ListBuilder(db()).row(schema::Einstellungen, {{u"ID", qlonglong(id)},
+                                                      {u"ID_TYPE", type},
+                                                      {u"REGION_A", region},
+                                                      {u"BAUMART", species},
+                                                      {u"TARIF", tariff}});
     }
 };
 

@@ -1,16 +1,16 @@
 #include "workflow/ListHeaderLogic.h"
 #include "AppLogicFixture.h"
 
-#include <functional>
 #include <optional>
 #include <vector>
 
 namespace brovant {
 
+const QStringList kExits = {"Stay", "NextPage", "Abandon", "AssignTariffs", "Finished"};
+
 void PrintTo(PageExit exit, std::ostream* os)
 {
-    static const char* const names[] = {"Stay", "NextPage", "Abandon", "AssignTariffs", "Finished"};
-    *os << names[int(exit)];
+    *os << kExits[int(exit)].toStdString();
 }
 
 namespace {
@@ -19,13 +19,8 @@ using test::str;
 using test::text;
 
 const QString kMissing = QStringLiteral("Eingabe fehlt !!!||");
-const QString kNameQuestion =
-    QStringLiteral("Kein Listenname angegeben!|Soll die Listenanlage|abgebrochen werden?");
 const QString kDuplicate =
     QStringLiteral("Listenname existiert bereits!|Bitte verwenden Sie einen|anderen Listennamen.");
-const QString kFactor = QStringLiteral("K-Faktor falsch !!!||");
-const QString kNameNotAllowed = QStringLiteral(
-    "Listenname nicht zulässig!|Erlaubt: Buchstaben, Ziffern,|Leerzeichen und _ - . , ( ) &");
 const QString kRegionQuestion =
     QStringLiteral("Wuchsregion nicht vorhanden!|Wollen Sie die Tarife selbst|zuordnen?");
 const QString kNotAll = QStringLiteral("Es wurden nicht alle|Pflicht-Kopfdaten eingegeben!|");
@@ -33,63 +28,43 @@ const QString kNotAll = QStringLiteral("Es wurden nicht alle|Pflicht-Kopfdaten e
 // Mandatory free fields of every device here: both of page 2 and the second of page 7.
 constexpr int kMandatory[] = {1, 2, 12};
 
-// A device with master data (regions WR01 assigned, WR09 and WR08 only in other row kinds),
+// Master data (regions WR01 assigned, WR09 and WR08 only in other row kinds),
 // header settings, messages answered by script and a clock at 4 May 2026.
-class Device {
-public:
+struct Device : test::OpenDevice {
     Device()
     {
-        session.openDatabase();
         addMasterRow(1, schema::TariffAssignmentRow, "WR01    ");
         addMasterRow(2, schema::TariffVolumeRow, "WR09    ");
         addMasterRow(3, schema::DiameterClassRow, "WR08");
         for (const int field : kMandatory)
             session.store().writeInt(Setting::Plausi, field, 1);
     }
-
-    void addMasterRow(std::int64_t id, int type, const char* region)
-    {
-        test::ListBuilder(session.database())
-            .row(schema::Einstellungen,
-                 {{u"ID", qlonglong(id)}, {u"ID_TYPE", type}, {u"REGION_A", region}});
-    }
     // A list as the list selection screen would have left it.
     void addList(std::int64_t id, const char* name, const char* region = "WR01    ",
                  test::ListBuilder::Fields more = {})
     {
-        test::ListBuilder(session.database())
-            .row(schema::Kopfdaten,
-                 {{u"ID_FILE", qlonglong(id)},
-                  {u"LISTE_NR", text(name)},
-                  {u"DATUM_A", "01.04.2026"},
-                  {u"KOR_FAKTOR_N", 100},
-                  {u"REGION_A", text(region)}},
-                 more);
+        test::ListBuilder(db()).row(schema::Kopfdaten,
+                                    {{u"ID_FILE", qlonglong(id)},
+                                     {u"LISTE_NR", text(name)},
+                                     {u"DATUM_A", "01.04.2026"},
+                                     {u"KOR_FAKTOR_N", 100},
+                                     {u"REGION_A", text(region)}},
+                                    more);
     }
     void addTree(std::int64_t list, std::int64_t id, const char* species, std::int64_t diameter)
     {
-        test::ListBuilder(session.database())
-            .row(schema::Holzdaten, {{u"ID", qlonglong(id)},
-                                     {u"ID_FILE", qlonglong(list)},
-                                     {u"ID_TYPE", 1},
-                                     {u"STK", 1},
-                                     {u"BAUMART", species},
-                                     {u"BHD", qlonglong(diameter)},
-                                     {u"KUBATUR", qlonglong(diameter * 3)}});
+        test::ListBuilder(db()).row(schema::Holzdaten, {{u"ID", qlonglong(id)},
+                                                        {u"ID_FILE", qlonglong(list)},
+                                                        {u"ID_TYPE", 1},
+                                                        {u"STK", 1},
+                                                        {u"BAUMART", species},
+                                                        {u"BHD", qlonglong(diameter)},
+                                                        {u"KUBATUR", qlonglong(diameter * 3)}});
     }
-
-    QStringList committed(const QString& sql)
-    {
-        return test::committedRows(session.database().file(), sql);
-    }
-    QStringList lists()
-    {
-        return committed(QStringLiteral("SELECT ID_FILE, LISTE_NR FROM Brov_Kopfdaten"));
-    }
+    QStringList lists() { return committed("SELECT ID_FILE, LISTE_NR FROM Brov_Kopfdaten"); }
     QStringList trees()
     {
-        return committed(
-            QStringLiteral("SELECT ID_FILE, ID, BAUMART, BHD, KUBATUR FROM Brov_Holzdaten"));
+        return committed("SELECT ID_FILE, ID, BAUMART, BHD, KUBATUR FROM Brov_Holzdaten");
     }
 
     void set(const char16_t* field, const char* value) { rows.setText(field, text(value)); }
@@ -102,88 +77,37 @@ public:
         return logic.leavePage();
     }
 
-    test::TempRoot root;
-    DeviceSession session{root.path(), Database::Durability::Relaxed};
     ManualClock clock{QDateTime(QDate(2026, 5, 4), QTime(7, 30))};
-    ScriptedDialogs dialogs;
-    AppState state;
     Dataset rows{session.database(), schema::Kopfdaten};
     ListHeaderLogic logic{rows, session.store(), state, clock, dialogs};
 };
 
-// Leaving page 1 of a new list named "NEU" (region WR01, today, factor 100) with one change.
-struct FirstPageCase {
-    const char* name;
-    std::function<void(Device&)> change;
-    std::vector<Answer> answers;
-    PageExit exit;
-    QStringList asked;
-};
-
-void factor(Device& d, int value)
+// "FIELD=value;FIELD=value" typed into the header, every value as text as the screen gives it.
+void type(Device& d, const QString& changes)
 {
-    d.rows.setInt(u"KOR_FAKTOR_N", value);
+    for (const QString& change : changes.split(u';', Qt::SkipEmptyParts))
+        d.rows.setText(change.section(u'=', 0, 0), change.section(u'=', 1));
 }
 
-// clang-format off
-const FirstPageCase kFirstPageCases[] = {
-    {"AllPass", [](Device&) {}, {}, PageExit::NextPage, {}},
-    {"NameEmptyAbandonedOnYes", [](Device& d) { d.set(u"LISTE_NR", ""); d.set(u"DATUM_A", ""); },
-     {Answer::Yes}, PageExit::Abandon, {kNameQuestion}},
-    {"NameBlankStaysOnNo", [](Device& d) { d.set(u"LISTE_NR", "   "); }, {Answer::No},
-     PageExit::Stay, {kNameQuestion}},
-    {"NameTakenBeforeDate", [](Device& d) { d.set(u"LISTE_NR", "ALT"); d.set(u"DATUM_A", ""); },
-     {}, PageExit::Stay, {kDuplicate}},
-    {"NameTakenWithTrailingBlanks", [](Device& d) { d.set(u"LISTE_NR", "ALT   "); }, {},
-     PageExit::Stay, {kDuplicate}},
-    {"NameDiffersInCase", [](Device& d) { d.set(u"LISTE_NR", "alt"); }, {}, PageExit::NextPage, {}},
-    {"NameWithSlash", [](Device& d) { d.set(u"LISTE_NR", "AB/3"); }, {}, PageExit::Stay,
-     {kNameNotAllowed}},
-    {"DateEmptyBeforeFactor", [](Device& d) { d.set(u"DATUM_A", ""); factor(d, 49); }, {},
-     PageExit::Stay, {kMissing}},
-    {"Factor49", [](Device& d) { factor(d, 49); }, {}, PageExit::Stay, {kFactor}},
-    {"Factor50", [](Device& d) { factor(d, 50); }, {}, PageExit::NextPage, {}},
-    {"Factor150", [](Device& d) { factor(d, 150); }, {}, PageExit::NextPage, {}},
-    {"Factor151BeforeRegion", [](Device& d) { factor(d, 151); d.set(u"REGION_A", ""); }, {},
-     PageExit::Stay, {kFactor}},
-    {"FactorNotANumber", [](Device& d) { d.set(u"KOR_FAKTOR_N", "1.00"); }, {}, PageExit::Stay,
-     {kFactor}},
-    {"RegionEmpty", [](Device& d) { d.set(u"REGION_A", ""); }, {}, PageExit::Stay, {kMissing}},
-    {"RegionOnlyInVolumeRowsAbandoned", [](Device& d) { d.set(u"REGION_A", "WR09"); }, {Answer::Second},
-     PageExit::Stay, {kRegionQuestion}},
-    {"RegionOnlyInClassRowsClosed", [](Device& d) { d.set(u"REGION_A", "WR08"); },
-     {Answer::None}, PageExit::Stay, {kRegionQuestion}},
-    {"RegionUnknownAssignedAnyway", [](Device& d) { d.set(u"REGION_A", "WR77"); }, {Answer::First},
-     PageExit::AssignTariffs, {kRegionQuestion}},
-    {"RegionWithTrailingBlanks", [](Device& d) { d.set(u"REGION_A", "WR01  "); }, {},
-     PageExit::NextPage, {}},
-    {"RegionWithLeadingBlank", [](Device& d) { d.set(u"REGION_A", " WR01"); }, {}, PageExit::Stay,
-     {kRegionQuestion}},
-    // A model list exists already.
-    {"ModelWithoutDateAndRegion",
-     [](Device& d) { d.set(u"LISTE_NR", "MODELL"); d.set(u"DATUM_A", ""); d.set(u"REGION_A", ""); },
-     {}, PageExit::Stay, {kDuplicate}},
-};
-// clang-format on
-
+// Leaving page 1 of a new list named "NEU" (region WR01, today, factor 100) after the changes of
+// one line of data/list_header_first_page.txt.
 TEST(ListHeader, ChecksRunInOrderAndOnlyAPassingPageIsWritten)
 {
-    for (const FirstPageCase& c : kFirstPageCases) {
-        SCOPED_TRACE(c.name);
+    for (const test::Case& c : test::readCases("workflow/data/list_header_first_page.txt")) {
+        SCOPED_TRACE(c.where().constData());
         Device d;
         d.addList(1, "ALT");
         d.addList(2, "MODELL  ", "");
         ASSERT_TRUE(d.logic.startNew(QStringLiteral("NEU"), false));
         d.set(u"REGION_A", "WR01");
-        c.change(d);
-        for (const Answer answer : c.answers)
-            d.dialogs.answerNext(answer);
+        type(d, c.text(0));
+        test::answerNext(d.dialogs, c.text(1));
 
         const PageExit exit = d.logic.leavePage();
 
-        EXPECT_EQ(exit, c.exit);
-        EXPECT_EQ(d.dialogs.asked(), c.asked);
-        if (c.asked == QStringList{kRegionQuestion}) {
+        EXPECT_EQ(exit, PageExit(kExits.indexOf(c.text(2))));
+        EXPECT_EQ(d.dialogs.asked(), test::messagesIn(c.text(3)));
+        if (c.text(3) == kRegionQuestion) {
             EXPECT_EQ(d.dialogs.messages().front().captions,
                       (QStringList{"Zuordnen", "Abbruch", ""}));
         }
@@ -393,46 +317,33 @@ TEST(ListHeader, AFailedCopyWritesNothingAndKeepsTheNewRow)
     EXPECT_EQ(d.state.currentList, -1);
 }
 
+// The page, what its two free fields hold, and what leaving it does: one case a line of
+// data/list_header_free_pages.txt.
 TEST(ListHeader, FreePagesCheckTheirMandatoryFieldsAndTheLastPageAllOfThem)
 {
-    struct Case {
-        const char* name;
-        int page;
-        const char* first;  // the page's first free field
-        const char* second; // and its second
-        PageExit exit;
-        QStringList asked;
-    } const cases[] = {
-        {"page 2 complete", 2, "A", "B", PageExit::NextPage, {}},
-        {"page 2 first missing", 2, "", "B", PageExit::Stay, {kMissing}},
-        {"page 2 second missing", 2, "A", "", PageExit::Stay, {kMissing}},
-        {"page 2 both missing: one notice", 2, "", "", PageExit::Stay, {kMissing}},
-        {"page 3 has no mandatory field", 3, "", "", PageExit::NextPage, {}},
-        {"page 7 second only blanks", 7, "", "   ", PageExit::Stay, {kMissing}},
-        {"page 7 second filled", 7, "", "Aufnehmer", PageExit::NextPage, {}},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const test::Case& c : test::readCases("workflow/data/list_header_free_pages.txt")) {
+        SCOPED_TRACE(c.where().constData());
+        const int page = c.text(0).toInt();
+        const PageExit expected = PageExit(kExits.indexOf(c.text(3)));
         Device d;
         ASSERT_TRUE(d.logic.startNew(QStringLiteral("NEU"), false));
         d.set(u"REGION_A", "WR01");
         ASSERT_EQ(d.logic.leavePage(), PageExit::NextPage);
-        while (d.logic.page() < c.page)
+        while (d.logic.page() < page)
             ASSERT_EQ(d.fillAndLeave(), PageExit::NextPage);
-        const int field = ListHeaderLogic::firstFieldOf(c.page);
-        d.rows.setText(ListHeaderLogic::freeFieldName(field), text(c.first));
-        d.rows.setText(ListHeaderLogic::freeFieldName(field + 1), text(c.second));
+        const QString first = ListHeaderLogic::freeFieldName(ListHeaderLogic::firstFieldOf(page));
+        const QString second =
+            ListHeaderLogic::freeFieldName(ListHeaderLogic::firstFieldOf(page) + 1);
+        d.rows.setText(first, c.text(1));
+        d.rows.setText(second, c.text(2));
 
-        EXPECT_EQ(d.logic.leavePage(), c.exit);
-        EXPECT_EQ(d.dialogs.asked(), c.asked);
-        EXPECT_EQ(d.logic.page(), c.exit == PageExit::NextPage ? c.page + 1 : c.page);
+        EXPECT_EQ(d.logic.leavePage(), expected);
+        EXPECT_EQ(d.dialogs.asked(), test::messagesIn(c.text(4)));
+        EXPECT_EQ(d.logic.page(), expected == PageExit::NextPage ? page + 1 : page);
         // What a page that was left holds is committed.
-        const QStringList stored = d.committed(QStringLiteral("SELECT %1, %2 FROM Brov_Kopfdaten")
-                                                   .arg(ListHeaderLogic::freeFieldName(field),
-                                                        ListHeaderLogic::freeFieldName(field + 1)));
-        EXPECT_EQ(stored,
-                  QStringList{c.exit == PageExit::Stay ? QStringLiteral("|")
-                                                       : text(c.first) + u'|' + text(c.second)});
+        EXPECT_EQ(d.committed(QStringLiteral("SELECT %1, %2 FROM Brov_Kopfdaten").arg(first, second)),
+                  QStringList{expected == PageExit::Stay ? QStringLiteral("|")
+                                                         : c.text(1) + u'|' + c.text(2)});
     }
 }
 

@@ -20,7 +20,6 @@ std::string str(const TariffRow& r)
     return str(r.region + u'/' + r.species + u'/' + r.tariff);
 }
 
-// An assignment row as the configuration import stores it.
 struct Stored {
     std::int64_t id;
     const char* region;
@@ -28,12 +27,10 @@ struct Stored {
     const char* tariff;
 };
 
-// A device with assignment rows, master tables set by hand and messages answered by script.
-class Device {
-public:
+// Master tables set by hand and messages answered by script.
+struct Device : test::OpenDevice {
     Device()
     {
-        session.openDatabase();
         // The import keeps the blank of two-letter species; "KI" stands for a table without it.
         const char* const species[] = {"FI ", "TA ", "BU ", "KI", "DGL"};
         for (size_t i = 0; i < std::size(species); ++i)
@@ -41,40 +38,28 @@ public:
         tables.tariffs = {QStringLiteral("FI01 "), QStringLiteral("FI02 "), QStringLiteral("BU01 "),
                           QStringLiteral("ALH01"), QStringLiteral("KI01 ")};
     }
-
+    // An assignment row as the configuration import stores it.
     void add(const Stored& s, int type = schema::TariffAssignmentRow)
     {
-        test::ListBuilder(session.database())
-            .row(schema::Einstellungen, {{u"ID", qlonglong(s.id)},
-                                         {u"ID_TYPE", type},
-                                         {u"REGION_A", text(s.region).leftJustified(8)},
-                                         {u"BAUMART", text(s.species).leftJustified(3)},
-                                         {u"TARIF", text(s.tariff).leftJustified(5)}});
+        addMasterRow(s.id, type, text(s.region).leftJustified(8), text(s.species).leftJustified(3),
+                     text(s.tariff).leftJustified(5));
     }
     void add(std::initializer_list<Stored> rows)
     {
         for (const Stored& s : rows)
             add(s);
     }
-
     // Committed assignment rows as "ID|REGION_A|BAUMART|TARIF".
     QStringList stored()
     {
-        return test::committedRows(
-            session.database().file(),
-            QStringLiteral("SELECT ID, REGION_A, BAUMART, TARIF FROM "
-                           "Brov_Einstellungen WHERE ID_TYPE = 3 ORDER BY ID"));
+        return committed("SELECT ID, REGION_A, BAUMART, TARIF FROM Brov_Einstellungen "
+                         "WHERE ID_TYPE = 3 ORDER BY ID");
     }
-
     QStringList history() const { return {logic->history().begin(), logic->history().end()}; }
 
-    test::TempRoot root;
-    DeviceSession session{root.path(), Database::Durability::Relaxed};
     MasterTables tables;
     TariffAssignmentLogic::SpeciesTariffs speciesTariffs;
-    ScriptedDialogs dialogs;
-    std::unique_ptr<Dataset> rows =
-        std::make_unique<Dataset>(session.database(), schema::Einstellungen);
+    std::unique_ptr<Dataset> rows = std::make_unique<Dataset>(db(), schema::Einstellungen);
     std::unique_ptr<TariffAssignmentLogic> logic =
         std::make_unique<TariffAssignmentLogic>(*rows, tables, speciesTariffs, dialogs);
 };
@@ -85,65 +70,42 @@ const std::vector<Stored> kExisting = {
     {5, "WR01", "BU", "BU01"},
 };
 
-struct SaveCase {
-    const char* name;
-    TariffRow typed;
-    const char* notice; // "line1|line2|line3", empty when the row is saved
-};
-
-const SaveCase kSaveCases[] = {
-    {"AllEmpty", row("", "", ""), "Eingabe fehlt !!!||"},
-    {"RegionBlankFirstThoughAllIsWrong", row("   ", "XX", "ZZ99"), "Eingabe fehlt !!!||"},
-    {"SpeciesEmpty", row("WR02", "", ""), "Baumart fehlt !!!||"},
-    {"SpeciesUnknownBeforeTariff", row("WR02", "XX", ""), "Baumart fehlt !!!||"},
-    {"TariffEmpty", row("WR02", "FI", ""), "Eingabe fehlt !!!||"},
-    {"TariffUnknown", row("WR02", "FI", "ZZ99"), "Tarif nicht in Stammdaten|vorhanden !!!|"},
-    {"TariffCheckedBeforeTheCombination", row("WR01", "FI", "ZZ99"),
-     "Tarif nicht in Stammdaten|vorhanden !!!|"},
-    {"SameRegionAndSpecies", row("WR01", "FI", "FI02"), "Kombination WR/HA|existiert bereits!|"},
-    {"SameSpeciesOtherRegion", row("WR02", "FI", "FI02"), ""},
-    {"OtherSpeciesSameRegion", row("WR01", "TA", "FI01"), ""},
-    {"SpeciesTableWithoutBlank", row("WR01", "KI", "KI01"), ""},
-    {"ThreeLetterSpeciesAndTariff", row("WR01", "DGL", "ALH01"), ""},
-    {"RegionWithAQuote", row("O'WALD", "FI", "FI01"), ""},
-    {"RegionsDifferInCase", row("wr01", "FI", "FI01"), ""},
-};
-
+// A row typed on the new line and saved: one case a line of data/tariff_assignment_saves.txt.
 TEST(TariffAssignment, ChecksRunInOrderAndOnlyAValidRowIsWritten)
 {
-    for (const SaveCase& c : kSaveCases) {
-        SCOPED_TRACE(c.name);
+    for (const test::Case& c : test::readCases("workflow/data/tariff_assignment_saves.txt")) {
+        SCOPED_TRACE(c.where().constData());
         Device d;
         for (const Stored& s : kExisting)
             d.add(s);
         d.add({41, "", "", "FI01"}, schema::TariffVolumeRow);
         ASSERT_TRUE(d.logic->openAll());
         const QStringList before = d.stored();
+        const TariffRow typed{c.text(0), c.text(1), c.text(2)};
 
-        d.logic->setEditLine(c.typed);
+        d.logic->setEditLine(typed);
         const bool saved = d.logic->save();
 
-        const bool valid = std::string(c.notice).empty();
+        const bool valid = c.text(3) == u"-";
         EXPECT_EQ(saved, valid);
+        EXPECT_EQ(d.dialogs.asked(), test::messagesIn(c.text(3)));
         if (valid) {
-            EXPECT_TRUE(d.dialogs.asked().isEmpty()) << str(d.dialogs.asked().join(u'\n'));
             const QString expected =
                 QStringLiteral("42|%1|%2|%3")
-                    .arg(c.typed.region.leftJustified(8), c.typed.species.leftJustified(3),
-                         c.typed.tariff.leftJustified(5));
+                    .arg(typed.region.leftJustified(8), typed.species.leftJustified(3),
+                         typed.tariff.leftJustified(5));
             EXPECT_EQ(d.stored(), before + QStringList{expected});
             // The saved row moves up next to a new empty edit line.
             EXPECT_TRUE(d.logic->onNewRow());
             EXPECT_EQ(d.logic->editLine(), TariffRow{});
-            EXPECT_EQ(d.history().last(), c.typed.region.leftJustified(12)
-                                              + c.typed.species.leftJustified(6)
-                                              + c.typed.tariff.leftJustified(5));
+            EXPECT_EQ(d.history().last(), typed.region.leftJustified(12)
+                                              + typed.species.leftJustified(6)
+                                              + typed.tariff.leftJustified(5));
         } else {
-            EXPECT_EQ(d.dialogs.asked(), QStringList{text(c.notice)});
             EXPECT_EQ(d.stored(), before);
             // The line stays as typed (without trailing blanks), to be corrected.
             EXPECT_EQ(str(d.logic->editLine()),
-                      str(TariffRow{c.typed.region.trimmed(), c.typed.species, c.typed.tariff}));
+                      str(TariffRow{typed.region.trimmed(), typed.species, typed.tariff}));
         }
     }
 }
@@ -156,8 +118,7 @@ TEST(TariffAssignment, NewRowIsStoredLikeAnImportedOne)
     ASSERT_TRUE(d.logic->openAll());
     d.logic->setEditLine(row("WR03", "FI", "FI02"));
     ASSERT_TRUE(d.logic->save());
-    EXPECT_EQ(test::committedRows(d.session.database().file(),
-                                  "SELECT ID, ID_TYPE, DMSTUFE, typeof(DMSTUFE), BHDBIS, BHD, "
+    EXPECT_EQ(d.committed("SELECT ID, ID_TYPE, DMSTUFE, typeof(DMSTUFE), BHDBIS, BHD, "
                                   "KUBATUR, typeof(HS1), typeof(HS6), REGION_A, BAUMART, TARIF "
                                   "FROM Brov_Einstellungen"),
               QStringList{"0|3||text|0|0|0|null|null|WR03    |FI |FI02 "});
@@ -388,7 +349,7 @@ TEST(TariffAssignment, BrokenDatabaseSaysSoAndKeepsTheLine)
     Device d;
     ASSERT_TRUE(d.logic->openAll());
     d.logic->setEditLine(row("WR01", "FI", "FI01"));
-    d.session.database().close();
+    d.db().close();
     EXPECT_FALSE(d.logic->save());
     EXPECT_EQ(d.dialogs.asked(), QStringList{QStringLiteral("Satz nicht gespeichert!||")});
     EXPECT_EQ(str(d.logic->editLine()), "WR01/FI/FI01");
@@ -401,10 +362,10 @@ TEST(TariffAssignment, TheTallyFollowsAssignmentsMadeOnTheDevice)
     Device d;
     for (const Stored& s : kExisting)
         d.add(s);
-    test::ListBuilder(d.session.database())
+    test::ListBuilder(d.db())
         .row(schema::Kopfdaten,
              {{u"ID_FILE", 1}, {u"LISTE_NR", text("L1")}, {u"KOR_FAKTOR_N", 100}});
-    TallyLogic tally(d.session.database(), d.tables, d.speciesTariffs, d.dialogs);
+    TallyLogic tally(d.db(), d.tables, d.speciesTariffs, d.dialogs);
     // The tally screen opens its list each time it is shown; "proposed|offered".
     const auto offeredFor = [&](const char* species) {
         EXPECT_TRUE(tally.open(1));
