@@ -1,7 +1,8 @@
 // Command lines of the tool and what each must answer, one case a line of a file in
 // tests/tool/data: the exit status, standard output, standard error, then the arguments, "{root}"
-// standing for the device root. An expected output is the whole text; "..." alone is some text,
-// "text..." text and more after it, "...text..." text somewhere in it; an empty field is no output.
+// standing for the device root and "{source}" for the source tree. An expected output is the whole
+// text; "..." alone is some text, "text..." text and more after it, "...text..." text somewhere in
+// it; an empty field is no output.
 #pragma once
 
 #include "support/CaseFile.h"
@@ -27,7 +28,10 @@ inline void expectCommands(const QString& relative, const QString& root, bool on
     for (const Case& c : readCases(relative)) {
         QStringList args = onRoot ? QStringList{QStringLiteral("--root"), root} : QStringList();
         for (qsizetype i = 3; i < c.fields.size(); ++i)
-            args << c.text(i).replace(QLatin1StringView("{root}"), root);
+            args << c.text(i)
+                        .replace(QLatin1StringView("{root}"), root)
+                        .replace(QLatin1StringView("{source}"),
+                                 QLatin1StringView(BROVANT_SOURCE_DIR));
         SCOPED_TRACE(c.where().toStdString() + ": " + args.join(u' ').toStdString());
         const ToolRun r = runTool(args);
         EXPECT_EQ(r.status, c.text(0).toInt()) << r.err.toStdString();
