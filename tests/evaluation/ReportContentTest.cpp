@@ -105,75 +105,46 @@ TEST_F(ReportContent, HeaderLinesAndLabels)
     EXPECT_FALSE(reports::classTable(sources(), 7).has_value());
 }
 
-struct ClassCase {
-    const char* name;
-    int classes; // class rows imported: from `first` cm in steps of `step`
-    int first;
-    int step;
-    int stufenanzahl; // ALLG/Stufenanzahl
-    std::vector<Tree> trees;
-    int lines;         // class lines printed
-    QString lastClass; // the last of them
-    QString rest;      // the line for the other classes: "stems|m3", or empty for none
-    QString sum = "4|6.30";
-};
-
-void PrintTo(const ClassCase& c, std::ostream* os)
+// The cases of data/reports.txt, each with its own class rows and list.
+TEST_F(ReportContent, ClassTableHasOneLinePerClassUpToTheSetting)
 {
-    *os << c.name;
-}
+    std::int64_t list = 10;
+    for (const Case& c : casesOf("classes")) {
+        SCOPED_TRACE(c.where().constData());
+        const QStringList classes = c.text(1).split(u' '); // count, first, step
+        ASSERT_TRUE(db().deleteAll(schema::Einstellungen));
+        addClasses(classes[0].toInt(), classes[1].toInt(), classes[2].toInt());
+        store().writeInt(Setting::Stufenanzahl, 0, c.text(2).toInt());
+        addList(++list, QStringLiteral("L1"), 90);
+        addTrees(list, treesOf(c.fields[3]));
+        const auto report = reports::classTable(sources(), list);
+        ASSERT_TRUE(report.has_value());
+        EXPECT_EQ(report->fileTag, QStringLiteral("Sortiment"));
+        const auto tables = tablesTitled(*report, QString());
+        ASSERT_EQ(tables.size(), 1u);
+        const ReportTable& t = *tables[0];
+        ASSERT_EQ(t.columns.size(), 6u); // class, diameter, FI stems and m3, all stems and m3
+        EXPECT_EQ(t.columns[2].caption, QStringLiteral("FI Stk"));
+        EXPECT_EQ(t.columns[5].caption, QStringLiteral("Ges. m³"));
 
-class ClassTableCases : public ReportFixture, public ::testing::WithParamInterface<ClassCase> {};
-
-TEST_P(ClassTableCases, OneLinePerClassUpToTheSetting)
-{
-    const ClassCase& c = GetParam();
-    addClasses(c.classes, c.first, c.step);
-    store().writeInt(Setting::Stufenanzahl, 0, c.stufenanzahl);
-    addList(1, QStringLiteral("L1"), 90);
-    addTrees(1, c.trees);
-    const auto report = reports::classTable(sources(), 1);
-    ASSERT_TRUE(report.has_value());
-    EXPECT_EQ(report->fileTag, QStringLiteral("Sortiment"));
-    const auto tables = tablesTitled(*report, QString());
-    ASSERT_EQ(tables.size(), 1u);
-    const ReportTable& t = *tables[0];
-    ASSERT_EQ(t.columns.size(), 6u); // class, diameter, FI stems and m3, all stems and m3
-    EXPECT_EQ(t.columns[2].caption, QStringLiteral("FI Stk"));
-    EXPECT_EQ(t.columns[5].caption, QStringLiteral("Ges. m³"));
-
-    const int restLines = c.rest.isEmpty() ? 0 : 1;
-    ASSERT_EQ(int(t.rows.size()), c.lines + restLines + 1);
-    if (c.lines > 0) {
-        EXPECT_EQ(t.rows[0].cells[0], QStringLiteral("%1").arg(c.first, 2, 10, QChar(u'0')));
-        EXPECT_EQ(t.rows[size_t(c.lines - 1)].cells[0], c.lastClass);
+        const QStringList printed = c.text(4).split(u' '); // lines, first and last class
+        const int lines = printed[0].toInt();
+        const int restLines = c.text(5).isEmpty() ? 0 : 1;
+        ASSERT_EQ(int(t.rows.size()), lines + restLines + 1);
+        if (lines > 0) {
+            EXPECT_EQ(t.rows[0].cells[0], printed[1]);
+            EXPECT_EQ(t.rows[size_t(lines - 1)].cells[0], printed[2]);
+        }
+        if (restLines) {
+            const ReportRow& rest = t.rows[size_t(lines)];
+            EXPECT_EQ(rest.cells[0], QStringLiteral("übrige"));
+            EXPECT_EQ(rest.cells[4] + u'|' + rest.cells[5], c.text(5));
+        }
+        // The sums hold every tree.
+        EXPECT_EQ(t.rows.back().style, RowStyle::Total);
+        EXPECT_EQ(t.rows.back().cells[4] + u'|' + t.rows.back().cells[5], c.text(6));
     }
-    if (restLines) {
-        const ReportRow& rest = t.rows[size_t(c.lines)];
-        EXPECT_EQ(rest.cells[0], QStringLiteral("übrige"));
-        EXPECT_EQ(rest.cells[4] + u'|' + rest.cells[5], c.rest);
-    }
-    // The sums hold every tree.
-    EXPECT_EQ(t.rows.back().style, RowStyle::Total);
-    EXPECT_EQ(t.rows.back().cells[4] + u'|' + t.rows.back().cells[5], c.sum);
 }
-
-const std::vector<Tree> kSpread = {
-    {"FI", "20", 2, 100}, {"FI", "59", 1, 300}, {"FI", "60", 1, 301}};
-
-INSTANTIATE_TEST_SUITE_P(
-    Settings, ClassTableCases,
-    ::testing::Values(
-        // 60 classes, 10 .. 69: at most 50 are printed (10 .. 59); 60 goes on the rest line.
-        ClassCase{"MoreThanFiftyCapped", 60, 10, 1, 60, kSpread, 50, "59", "1|2.70"},
-        ClassCase{"FiftyExactly", 60, 10, 1, 50, kSpread, 50, "59", "1|2.70"},
-        ClassCase{"FewerThanImported", 60, 10, 1, 10, kSpread, 10, "19", "4|6.30"},
-        ClassCase{"AllOfThem", 10, 8, 2, 10, {{"FI", "20", 2, 100}}, 10, "26", "", "2|0.90"},
-        ClassCase{"NoneSet", 10, 8, 2, 0, {{"FI", "20", 2, 100}}, 0, "", "2|0.90", "2|0.90"},
-        // A setting beyond the class rows prints the rows there are.
-        ClassCase{
-            "SettingBeyondTheRows", 5, 8, 2, 30, {{"FI", "14", 1, 10}}, 5, "16", "", "1|0.09"}),
-    [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(ReportContent, ManySpeciesContinueInFurtherTables)
 {
@@ -198,27 +169,18 @@ TEST_F(ReportContent, ManySpeciesContinueInFurtherTables)
 
 TEST_F(ReportContent, PrinterSettingsInUse)
 {
-    const struct {
-        int type;
-        int length; // Seitenlaenge of that type, -1: not set
-        int ask;    // Frage of that type, -1: not set
-        int field;  // FieldSoftware
-        int expectLength;
-        bool expectAsk;
-    } cases[] = {
-        {5, -1, -1, 0, 65, false}, {0, -1, -1, 0, 68, false}, {1, -1, 1, 0, 72, true},
-        {3, 40, 0, 0, 40, false},  {5, 90, 1, 1, 72, false},
-    };
-    for (const auto& c : cases) {
+    for (const Case& c : casesOf("printer")) {
+        SCOPED_TRACE(c.where().constData());
+        const int type = c.text(1).toInt();
         session->profile().deleteSection(QStringLiteral("Printer"));
-        store().writeInt(Setting::PrinterType, 0, c.type);
-        if (c.length >= 0)
-            store().writeInt(Setting::PrinterSeitenlaenge, c.type, c.length);
-        if (c.ask >= 0)
-            store().writeInt(Setting::PrinterFrage, c.type, c.ask);
-        store().writeInt(Setting::FieldSoftware, 0, c.field);
-        EXPECT_EQ(reports::pageLength(tables()), c.expectLength) << c.type;
-        EXPECT_EQ(reports::askBeforePrinting(tables()), c.expectAsk) << c.type;
+        store().writeInt(Setting::PrinterType, 0, type);
+        if (c.fields[2] != "-")
+            store().writeInt(Setting::PrinterSeitenlaenge, type, c.text(2).toInt());
+        if (c.fields[3] != "-")
+            store().writeInt(Setting::PrinterFrage, type, c.text(3).toInt());
+        store().writeInt(Setting::FieldSoftware, 0, c.text(4).toInt());
+        EXPECT_EQ(reports::pageLength(tables()), c.text(5).toInt());
+        EXPECT_EQ(reports::askBeforePrinting(tables()), c.fields[6] == "yes");
     }
 
     const Report page = reports::testPage(sources());
@@ -232,22 +194,11 @@ TEST_F(ReportContent, PrinterSettingsInUse)
 
 TEST(ReportFileNames, PlainCharactersOnly)
 {
-    const struct {
-        const char* listNo;
-        const char* tag;
-        const char* name;
-    } cases[] = {
-        {"HIEB01", "Ausdruck", "HIEB01_Ausdruck.pdf"},
-        {"A/B C", "Sortiment", "A_B_C_Sortiment.pdf"},
-        {"..\\x", "Ausdruck", "___x_Ausdruck.pdf"},
-        {"Süd-2", "Ausdruck", "S_d-2_Ausdruck.pdf"},
-        {"", "Testseite", "Testseite.pdf"},
-    };
-    for (const auto& c : cases) {
+    for (const Case& c : casesOf("filename")) {
         Report r;
-        r.listNo = QString::fromUtf8(c.listNo);
-        r.fileTag = QString::fromLatin1(c.tag);
-        EXPECT_EQ(reports::fileName(r), QString::fromLatin1(c.name)) << c.listNo;
+        r.listNo = c.text(1);
+        r.fileTag = c.text(2);
+        EXPECT_EQ(reports::fileName(r), c.text(3)) << c.where().constData();
     }
 }
 

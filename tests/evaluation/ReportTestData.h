@@ -8,6 +8,7 @@
 #include "evaluation/Reports.h"
 #include "masterdata/DeviceSession.h"
 #include "masterdata/MasterTables.h"
+#include "support/CaseFile.h"
 #include "support/ListBuilder.h"
 #include "support/QtPrinting.h"
 #include "support/TempRoot.h"
@@ -25,8 +26,8 @@
 namespace brovant::test {
 
 struct Tree {
-    const char* species;
-    const char* diameterClass;
+    QByteArray species;
+    QByteArray diameterClass;
     std::int64_t count;
     std::int64_t volume; // KUBATUR, hundredths
 };
@@ -85,9 +86,9 @@ protected:
     void addTrees(std::int64_t list, const std::vector<Tree>& trees)
     {
         for (const Tree& t : trees)
-            lists->tree(
-                list, QString::fromLatin1(t.species), t.count, t.volume,
-                {{u"DMSTUFE", t.diameterClass}, {u"BHD", QByteArray(t.diameterClass).toInt()}});
+            lists->tree(list, QString::fromLatin1(t.species), t.count, t.volume,
+                        {{u"DMSTUFE", QString::fromLatin1(t.diameterClass)},
+                         {u"BHD", t.diameterClass.toInt()}});
     }
 
     // List 1 "HIEB01" at 90 %: FI 40 + 45 + 49 (45, 50, 55), KI 90 + 49 (101, 55); 10 classes,
@@ -124,6 +125,32 @@ private:
     MasterTables m_tables;
     qint64 m_masterId = 0;
 };
+
+// The cases of one kind in data/reports.txt.
+inline QList<Case> casesOf(const QByteArray& kind)
+{
+    QList<Case> cases;
+    for (const Case& c : readCases(QStringLiteral("evaluation/data/reports.txt"))) {
+        if (c.fields[0] == kind)
+            cases << c;
+    }
+    EXPECT_FALSE(cases.isEmpty()) << kind.constData();
+    return cases;
+}
+
+// Trees written "species,class,stems,volume", ';' between them, as in the case files.
+inline std::vector<Tree> treesOf(const QByteArray& text)
+{
+    std::vector<Tree> trees;
+    for (const QByteArray& tree : text.split(';')) {
+        const QList<QByteArray> f = tree.split(',');
+        if (f.size() == 4)
+            trees.push_back({f[0], f[1], f[2].toLongLong(), f[3].toLongLong()});
+        else if (!tree.isEmpty())
+            ADD_FAILURE() << "not a tree: " << tree.constData();
+    }
+    return trees;
+}
 
 // The rows of a table as "cell|cell|...".
 inline QStringList tableRows(const ReportTable& table)

@@ -1,4 +1,5 @@
 #include "evaluation/print/ChartPainter.h"
+#include "support/CaseFile.h"
 
 #include <QImage>
 #include <QPainter>
@@ -8,31 +9,15 @@
 namespace brovant {
 namespace {
 
-TEST(ChartPainter, GridStepsAreRoundAndFew)
+TEST(ChartPainter, GridStepsAndLabelsAsWritten)
 {
-    const struct {
-        std::int64_t maximum;
-        int lines;
-        std::int64_t step;
-    } cases[] = {
-        {0, 5, 1},  {1, 5, 1},   {5, 5, 1},    {6, 5, 2},          {10, 5, 2},
-        {11, 5, 5}, {49, 5, 10}, {120, 4, 50}, {120, 6, 20},       {1999, 5, 500},
-        {7, 1, 10}, {7, 0, 10},  {3, 2, 2},    {100000, 5, 20000},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(ChartPainter::gridStep(c.maximum, c.lines), c.step)
-            << c.maximum << "/" << c.lines;
-}
-
-TEST(ChartPainter, LabelsThinOutWhereTheyWouldCrowd)
-{
-    const struct {
-        qreal slot;
-        qreal label;
-        int every;
-    } cases[] = {{20, 10, 1}, {13, 10, 1}, {12, 10, 2}, {6, 12, 3}, {0, 10, 1}, {40, 0, 1}};
-    for (const auto& c : cases)
-        EXPECT_EQ(ChartPainter::labelEvery(c.slot, c.label), c.every) << c.slot << "/" << c.label;
+    for (const test::Case& c : test::readCases(QStringLiteral("evaluation/print/data/chart.txt"))) {
+        const std::int64_t got =
+            c.fields[0] == "grid"
+                ? ChartPainter::gridStep(c.fields[1].toLongLong(), c.fields[2].toInt())
+                : ChartPainter::labelEvery(c.fields[1].toDouble(), c.fields[2].toDouble());
+        EXPECT_EQ(got, c.fields[3].toLongLong()) << c.where().constData();
+    }
 }
 
 // Pixels of `color` in column x, from the bottom up to the first other colour, below `top`
