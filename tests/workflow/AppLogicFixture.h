@@ -115,8 +115,8 @@ struct OpenDevice {
     Database& db() { return session.database(); }
     QStringList committed(const QString& sql) { return committedRows(db().file(), sql); }
     // A master row of the given kind; species and tariff are an assignment row's.
-    void addMasterRow(std::int64_t id, int type, const QString& region,
-                      const QString& species = {}, const QString& tariff = {})
+    void addMasterRow(std::int64_t id, int type, const QString& region, const QString& species = {},
+                      const QString& tariff = {})
     {
         ListBuilder(db()).row(schema::Einstellungen, {{u"ID", qlonglong(id)},
                                                       {u"ID_TYPE", type},

@@ -341,9 +341,10 @@ TEST(ListHeader, FreePagesCheckTheirMandatoryFieldsAndTheLastPageAllOfThem)
         EXPECT_EQ(d.dialogs.asked(), test::messagesIn(c.text(4)));
         EXPECT_EQ(d.logic.page(), expected == PageExit::NextPage ? page + 1 : page);
         // What a page that was left holds is committed.
-        EXPECT_EQ(d.committed(QStringLiteral("SELECT %1, %2 FROM Brov_Kopfdaten").arg(first, second)),
-                  QStringList{expected == PageExit::Stay ? QStringLiteral("|")
-                                                         : c.text(1) + u'|' + c.text(2)});
+        EXPECT_EQ(
+            d.committed(QStringLiteral("SELECT %1, %2 FROM Brov_Kopfdaten").arg(first, second)),
+            QStringList{expected == PageExit::Stay ? QStringLiteral("|")
+                                                   : c.text(1) + u'|' + c.text(2)});
     }
 }
 

@@ -119,8 +119,8 @@ TEST(TariffAssignment, NewRowIsStoredLikeAnImportedOne)
     d.logic->setEditLine(row("WR03", "FI", "FI02"));
     ASSERT_TRUE(d.logic->save());
     EXPECT_EQ(d.committed("SELECT ID, ID_TYPE, DMSTUFE, typeof(DMSTUFE), BHDBIS, BHD, "
-                                  "KUBATUR, typeof(HS1), typeof(HS6), REGION_A, BAUMART, TARIF "
-                                  "FROM Brov_Einstellungen"),
+                          "KUBATUR, typeof(HS1), typeof(HS6), REGION_A, BAUMART, TARIF "
+                          "FROM Brov_Einstellungen"),
               QStringList{"0|3||text|0|0|0|null|null|WR03    |FI |FI02 "});
 }
 
@@ -362,9 +362,8 @@ TEST(TariffAssignment, TheTallyFollowsAssignmentsMadeOnTheDevice)
     Device d;
     for (const Stored& s : kExisting)
         d.add(s);
-    test::ListBuilder(d.db())
-        .row(schema::Kopfdaten,
-             {{u"ID_FILE", 1}, {u"LISTE_NR", text("L1")}, {u"KOR_FAKTOR_N", 100}});
+    test::ListBuilder(d.db()).row(
+        schema::Kopfdaten, {{u"ID_FILE", 1}, {u"LISTE_NR", text("L1")}, {u"KOR_FAKTOR_N", 100}});
     TallyLogic tally(d.db(), d.tables, d.speciesTariffs, d.dialogs);
     // The tally screen opens its list each time it is shown; "proposed|offered".
     const auto offeredFor = [&](const char* species) {
