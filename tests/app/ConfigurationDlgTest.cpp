@@ -28,7 +28,9 @@ struct ConfigProgram : Program {
 
 // A letter word into the first field (all selected, so it replaces), the next-field key, the
 // digit keyboard and a number into the second, Enter. Which fields a page has is the logic's.
-TEST(ConfigurationDlg, SoftKeysTypeIntoTheFocusedFieldAndEnterStoresThePage)
+// The page shows and saves the password, the registry keeps it, and no file of the database holds
+// it: the database travels in every backup. Each page fits above the keyboard.
+TEST(ConfigurationDlg, SoftKeysPasswordAndLayout)
 {
     ConfigProgram p;
     p.screen->openPage(int(ConfigPage::Modem));
@@ -47,6 +49,43 @@ TEST(ConfigurationDlg, SoftKeysTypeIntoTheFocusedFieldAndEnterStoresThePage)
     EXPECT_EQ(str(p.registry("MODEM", "Name1")), "MÜLLER");
     EXPECT_EQ(str(p.registry("MODEM", "Number1")), "0761-12");
     EXPECT_TRUE(p.dialogs.asked().isEmpty()) << str(p.dialogs.asked().join(u'\n'));
+
+    p.session.profile().writeString(text("FTP"), text("Password"), text("Alt-Geheim-1"));
+    p.screen->openPage(int(ConfigPage::Ftp));
+    EXPECT_EQ(str(p.edit("FTP_PASSWORD")->text()), "Alt-Geheim-1");
+    p.edit("FTP_PASSWORD")->setText(text("Neu-Geheim-2"));
+    p.press(KeypadScreen::kEnter);
+    EXPECT_EQ(str(p.registry("FTP", "Password")), "Neu-Geheim-2");
+    const QDir folder(p.root.host(text("Brovant")));
+    for (const QString& name : folder.entryList(QDir::Files | QDir::Hidden)) {
+        const QByteArray bytes = p.root.readFile(text("Brovant/") + name);
+        EXPECT_FALSE(bytes.contains("Geheim")) << str(name);
+    }
+    p.screen->openPage(int(ConfigPage::Ftp));
+    EXPECT_EQ(str(p.edit("FTP_PASSWORD")->text()), "Neu-Geheim-2");
+
+    for (int page = 0; page < ConfigurationLogic::kPages; ++page) {
+        p.screen->openPage(page);
+        std::vector<QRect> taken;
+        for (const ConfigBinding& b : ConfigurationLogic::bindings(ConfigPage(page))) {
+            SCOPED_TRACE(b.column);
+            QLineEdit* edit = p.edit(text(b.column));
+            auto* label = p.screen->findChild<QLabel*>(QStringLiteral("label_") + text(b.column));
+            ASSERT_NE(edit, nullptr);
+            ASSERT_NE(label, nullptr);
+            EXPECT_TRUE(edit->isVisible());
+            EXPECT_EQ(str(label->text()), b.label);
+            EXPECT_GE(label->width(), label->fontMetrics().horizontalAdvance(label->text()));
+            EXPECT_GE(edit->width(), 8 * edit->fontMetrics().averageCharWidth());
+            for (QWidget* w : {static_cast<QWidget*>(label), static_cast<QWidget*>(edit)}) {
+                const QRect r(w->mapTo(p.screen, QPoint(0, 0)), w->size());
+                EXPECT_TRUE(QRect(0, 0, 240, keys::kFullArea.top()).contains(r));
+                for (const QRect& other : taken)
+                    EXPECT_FALSE(r.intersects(other));
+                taken.push_back(r);
+            }
+        }
+    }
 }
 
 // Cancel writes nothing, Enter writes what fits the column; both return to the screen that
@@ -84,26 +123,6 @@ TEST(ConfigurationDlg, CancelAndConfirmReturnToTheScreenThatOpenedIt)
     }
 }
 
-// The page shows and saves the password, the registry keeps it, and no file of the database holds
-// it: the database travels in every backup.
-TEST(ConfigurationDlg, ThePasswordStaysOutOfTheDatabase)
-{
-    ConfigProgram p;
-    p.session.profile().writeString(text("FTP"), text("Password"), text("Alt-Geheim-1"));
-    p.screen->openPage(int(ConfigPage::Ftp));
-    EXPECT_EQ(str(p.edit("FTP_PASSWORD")->text()), "Alt-Geheim-1");
-    p.edit("FTP_PASSWORD")->setText(text("Neu-Geheim-2"));
-    p.press(KeypadScreen::kEnter);
-    EXPECT_EQ(str(p.registry("FTP", "Password")), "Neu-Geheim-2");
-    const QDir folder(p.root.host(text("Brovant")));
-    for (const QString& name : folder.entryList(QDir::Files | QDir::Hidden)) {
-        const QByteArray bytes = p.root.readFile(text("Brovant/") + name);
-        EXPECT_FALSE(bytes.contains("Geheim")) << str(name);
-    }
-    p.screen->openPage(int(ConfigPage::Ftp));
-    EXPECT_EQ(str(p.edit("FTP_PASSWORD")->text()), "Neu-Geheim-2");
-}
-
 TEST(ConfigurationDlg, LeavingAChangedPageAsksWhetherToSave)
 {
     const struct {
@@ -134,33 +153,6 @@ TEST(ConfigurationDlg, LeavingAChangedPageAsksWhetherToSave)
         p.clickPage("Firmenkopf");
         EXPECT_EQ(str(p.edit("FIRMENKOPF1_A")->text()),
                   std::string(c.stored) == "<absent>" ? "" : c.stored);
-    }
-}
-
-TEST(ConfigurationDlg, EachPageFitsAboveTheKeyboard)
-{
-    ConfigProgram p;
-    for (int page = 0; page < ConfigurationLogic::kPages; ++page) {
-        p.screen->openPage(page);
-        std::vector<QRect> taken;
-        for (const ConfigBinding& b : ConfigurationLogic::bindings(ConfigPage(page))) {
-            SCOPED_TRACE(b.column);
-            QLineEdit* edit = p.edit(text(b.column));
-            auto* label = p.screen->findChild<QLabel*>(QStringLiteral("label_") + text(b.column));
-            ASSERT_NE(edit, nullptr);
-            ASSERT_NE(label, nullptr);
-            EXPECT_TRUE(edit->isVisible());
-            EXPECT_EQ(str(label->text()), b.label);
-            EXPECT_GE(label->width(), label->fontMetrics().horizontalAdvance(label->text()));
-            EXPECT_GE(edit->width(), 8 * edit->fontMetrics().averageCharWidth());
-            for (QWidget* w : {static_cast<QWidget*>(label), static_cast<QWidget*>(edit)}) {
-                const QRect r(w->mapTo(p.screen, QPoint(0, 0)), w->size());
-                EXPECT_TRUE(QRect(0, 0, 240, keys::kFullArea.top()).contains(r));
-                for (const QRect& other : taken)
-                    EXPECT_FALSE(r.intersects(other));
-                taken.push_back(r);
-            }
-        }
     }
 }
 

@@ -55,45 +55,6 @@ protected:
     SettingsDlg* screen = nullptr;
 };
 
-TEST_F(SettingsScreen, TabsShowTheirControlsAndDeviceSettingsApplyAtOnce)
-{
-    auto* tabs = screen->findChild<QTabBar*>(QStringLiteral("tabs1021"));
-    ASSERT_NE(tabs, nullptr);
-    ASSERT_EQ(tabs->count(), 3);
-    EXPECT_EQ(tabs->tabText(0), QStringLiteral("Funktionen"));
-    EXPECT_EQ(tabs->tabText(1), QStringLiteral("Konfiguration"));
-    EXPECT_EQ(tabs->tabText(2), QStringLiteral("Einstellungen"));
-    const std::vector<int> perTab[3] = {
-        {SettingsDlg::kDeleteAll, SettingsDlg::kReset},
-        {SettingsDlg::kCompanyHeader, SettingsDlg::kTariffAssignment},
-        {}};
-    for (int tab = 0; tab < 3; ++tab) {
-        tabs->setCurrentIndex(tab);
-        for (int id : perTab[tab])
-            EXPECT_TRUE(
-                screen->findChild<QPushButton*>(QStringLiteral("button%1").arg(id))->isVisible())
-                << id;
-    }
-    EXPECT_TRUE(screen->findChild<QSlider*>(QStringLiteral("slider1024"))->isVisible());
-
-    // The switch-off list shows what the device holds and writes each choice back.
-    auto* combo = screen->findChild<QComboBox*>(QStringLiteral("combo1207"));
-    EXPECT_EQ(combo->currentText(), QStringLiteral("3 Minuten"));
-    EXPECT_EQ(combo->itemText(0), QStringLiteral("nicht ausschalten"));
-    const unsigned seconds[] = {0, 60, 120, 180, 240, 300};
-    for (int i = 0; i < combo->count(); ++i) {
-        combo->setCurrentIndex(i);
-        EXPECT_EQ(session.registry().dword(Hive::LocalMachine, kPowerKey,
-                                           QStringLiteral("BattSuspendTimeout")),
-                  seconds[i]);
-    }
-    // Without a way to the system's idle time the user is told once that the system's applies.
-    EXPECT_EQ(dialogs.asked(), QStringList{text("Für das Ausschalten gilt|die Einstellung des "
-                                                "Systems!|")});
-    screen->findChild<QTimeEdit*>(QStringLiteral("time1023"))->setTime(QTime(9, 15, 0));
-    EXPECT_EQ(clock.now(), QDateTime(QDate(2026, 5, 4), QTime(9, 15, 0)));
-}
-
 // The pickers were filled at 07:00; the part the user leaves alone is the clock's at the moment
 // of writing, even when the day has turned since.
 TEST_F(SettingsScreen, DateOrTimeChangeKeepsTheOtherPartRunning)
@@ -138,8 +99,10 @@ TEST(SettingsBacklight, LowestPositionKeepsTheScreenLit)
 }
 
 // The keys that ask first do nothing on "NEIN" (what "JA" does: the day in the field); the others
-// lead to their screens.
-TEST_F(SettingsScreen, QuestionsOnlyOnYesAndWaysToOtherScreens)
+// lead to their screens. The restore screen lists the backups stamped with the program's time, the
+// newest chosen, OK only with one to choose; "Abbrechen" changes nothing (OK restores: the day in
+// the field). The tabs show their controls, and device settings apply at once.
+TEST_F(SettingsScreen, QuestionsWaysRestoreTabsAndDeviceSettings)
 {
     const std::pair<int, QString> asking[] = {
         {SettingsDlg::kReset, QStringLiteral("Wollen Sie den Reset|durchführen?|")},
@@ -154,6 +117,7 @@ TEST_F(SettingsScreen, QuestionsOnlyOnYesAndWaysToOtherScreens)
         EXPECT_EQ(dialogs.asked(), QStringList{question});
     }
     EXPECT_TRUE(saved().isEmpty());
+    dialogs.clear();
 
     screen->showTab(1);
     for (const auto& [button, goesTo] :
@@ -164,14 +128,7 @@ TEST_F(SettingsScreen, QuestionsOnlyOnYesAndWaysToOtherScreens)
         EXPECT_EQ(str(activeName()), goesTo);
         app.stack().switchTo(screen);
     }
-    press(Screen::kCancel);
-    EXPECT_EQ(active(), app.mainMenu());
-}
-
-// The restore screen lists the backups stamped with the program's time, the newest chosen, OK
-// only with one to choose; "Abbrechen" changes nothing. (OK restores: the day in the field.)
-TEST_F(SettingsScreen, RestoreScreenOffersTheBackups)
-{
+    screen->showTab(0);
     SeenRestore seen = openRestore(-1, RestoreDlg::kOk);
     EXPECT_TRUE(seen.opened);
     EXPECT_EQ(seen.title, QStringLiteral("Wiederherstellen"));
@@ -201,6 +158,45 @@ TEST_F(SettingsScreen, RestoreScreenOffersTheBackups)
     EXPECT_FALSE(openRestore(-1, RestoreDlg::kCancel).opened);
     EXPECT_EQ(dialogs.asked(),
               QStringList{QStringLiteral("Kein Zugriff auf externe|Speicherkarte möglich!|")});
+    dialogs.clear();
+    clock.setNow(QDateTime(QDate(2026, 5, 4), QTime(7, 0)));
+    auto* tabs = screen->findChild<QTabBar*>(QStringLiteral("tabs1021"));
+    ASSERT_NE(tabs, nullptr);
+    ASSERT_EQ(tabs->count(), 3);
+    EXPECT_EQ(tabs->tabText(0), QStringLiteral("Funktionen"));
+    EXPECT_EQ(tabs->tabText(1), QStringLiteral("Konfiguration"));
+    EXPECT_EQ(tabs->tabText(2), QStringLiteral("Einstellungen"));
+    const std::vector<int> perTab[3] = {
+        {SettingsDlg::kDeleteAll, SettingsDlg::kReset},
+        {SettingsDlg::kCompanyHeader, SettingsDlg::kTariffAssignment},
+        {}};
+    for (int tab = 0; tab < 3; ++tab) {
+        tabs->setCurrentIndex(tab);
+        for (int id : perTab[tab])
+            EXPECT_TRUE(
+                screen->findChild<QPushButton*>(QStringLiteral("button%1").arg(id))->isVisible())
+                << id;
+    }
+    EXPECT_TRUE(screen->findChild<QSlider*>(QStringLiteral("slider1024"))->isVisible());
+
+    // The switch-off list shows what the device holds and writes each choice back.
+    auto* combo = screen->findChild<QComboBox*>(QStringLiteral("combo1207"));
+    EXPECT_EQ(combo->currentText(), QStringLiteral("3 Minuten"));
+    EXPECT_EQ(combo->itemText(0), QStringLiteral("nicht ausschalten"));
+    const unsigned seconds[] = {0, 60, 120, 180, 240, 300};
+    for (int i = 0; i < combo->count(); ++i) {
+        combo->setCurrentIndex(i);
+        EXPECT_EQ(session.registry().dword(Hive::LocalMachine, kPowerKey,
+                                           QStringLiteral("BattSuspendTimeout")),
+                  seconds[i]);
+    }
+    // Without a way to the system's idle time the user is told once that the system's applies.
+    EXPECT_EQ(dialogs.asked(), QStringList{text("Für das Ausschalten gilt|die Einstellung des "
+                                                "Systems!|")});
+    screen->findChild<QTimeEdit*>(QStringLiteral("time1023"))->setTime(QTime(9, 15, 0));
+    EXPECT_EQ(clock.now(), QDateTime(QDate(2026, 5, 4), QTime(9, 15, 0)));
+    press(Screen::kCancel);
+    EXPECT_EQ(active(), app.mainMenu());
 }
 
 } // namespace

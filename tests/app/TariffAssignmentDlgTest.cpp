@@ -132,7 +132,10 @@ TEST(TariffAssignmentDlg, CodesPickedOrTypedAreSaved)
     }
 }
 
-TEST(TariffAssignmentDlg, ASecondPressOfAListKeyReturnsToTheLetters)
+// A second press of a list key returns to the letters; the arrow keys and the device's cursor
+// keys browse, a changed row is handed over first, and "Delete" removes the row shown; everything
+// fits above the keyboard; "Abbrechen" returns to the screen that opened it.
+TEST(TariffAssignmentDlg, KeysBrowsingDeletingLayoutAndWayBack)
 {
     TariffProgram p;
     p.screen->openAll();
@@ -142,14 +145,6 @@ TEST(TariffAssignmentDlg, ASecondPressOfAListKeyReturnsToTheLetters)
         p.press(list);
         EXPECT_EQ(p.screen->keyboardIndex(), Dlg::Letters) << list;
     }
-}
-
-// The arrow keys and the device's cursor keys browse, a changed row is handed over first, and
-// "Delete" removes the row shown.
-TEST(TariffAssignmentDlg, BrowsingAndDeleting)
-{
-    TariffProgram p;
-    p.screen->openAll();
     const int before = p.assignments();
     p.press(Dlg::kUp);
     EXPECT_EQ(str(p.editLine()), "WR02/UL/ALH01");
@@ -173,25 +168,7 @@ TEST(TariffAssignmentDlg, BrowsingAndDeleting)
     EXPECT_TRUE(p.stored("WR02", "UL").isEmpty());
     EXPECT_EQ(str(p.editLine()), "//");
     EXPECT_EQ(str(p.label("position")), "neu");
-}
 
-TEST(TariffAssignmentDlg, CancelReturnsToTheScreenThatOpenedIt)
-{
-    TariffProgram p;
-    auto* caller = p.app.stack().addScreen(
-        std::make_unique<KeypadScreen>(p.app.stack(), QStringLiteral("caller")));
-    p.app.stack().switchTo(caller);
-    p.screen->openRegion(QStringLiteral("WR01"));
-    p.type(QStringLiteral("X"));
-    p.press(Screen::kCancel);
-    EXPECT_EQ(p.active(), caller);
-    EXPECT_TRUE(p.dialogs.asked().isEmpty());
-}
-
-TEST(TariffAssignmentDlg, EverythingFitsAboveTheKeyboard)
-{
-    TariffProgram p;
-    p.screen->openAll();
     std::vector<std::pair<QString, QRect>> taken;
     const auto place = [&](QWidget* w) {
         const QRect r(w->mapTo(p.screen, QPoint(0, 0)), w->size());
@@ -223,6 +200,16 @@ TEST(TariffAssignmentDlg, EverythingFitsAboveTheKeyboard)
     QLineEdit* line = p.edit("history1");
     EXPECT_GE(line->width(),
               line->fontMetrics().horizontalAdvance(QStringLiteral("SCHWARZW    SKI   KI02 ")) + 6);
+
+    p.dialogs.clear();
+    auto* caller = p.app.stack().addScreen(
+        std::make_unique<KeypadScreen>(p.app.stack(), QStringLiteral("caller")));
+    p.app.stack().switchTo(caller);
+    p.screen->openRegion(QStringLiteral("WR01"));
+    p.type(QStringLiteral("X"));
+    p.press(Screen::kCancel);
+    EXPECT_EQ(p.active(), caller);
+    EXPECT_TRUE(p.dialogs.asked().isEmpty());
 }
 
 } // namespace
