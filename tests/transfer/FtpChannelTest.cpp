@@ -159,6 +159,7 @@ TEST_F(FtpChannelTest, SendsEveryExportFileButTheMarker)
         Files exported;
         QStringList subfolders;
         QStringList shown; // "Sende: " lines, in directory order
+        QString folder = "data"; // on the server, as set
     } cases[] = {
         {"several files",
          {{"L0002.DAT", "2;Fichte;\r\n"},
@@ -174,12 +175,19 @@ TEST_F(FtpChannelTest, SendsEveryExportFileButTheMarker)
         {"marker in capitals", {{"EXPORT.TMP", "x"}}, {}, {"EXPORT.TMP"}},
         {"nothing to send", {}, {}, {}},
         {"folders are not files", {{"L0001.DAT", "1;\r\n"}}, {"ALT"}, {"L0001.DAT"}},
+        {"an absolute folder, blanks in names",
+         {{"Liste 7.DAT", "7;\r\n"}},
+         {},
+         {"Liste 7.DAT"},
+         "/eingang/wald 1"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.label);
+        const QString remote = server.path(c.folder.mid(c.folder.startsWith(u'/')));
+        store.writeText(Setting::FtpDirectory, 0, c.folder);
         QDir(root.host("Export")).removeRecursively();
-        QDir(server.path("data")).removeRecursively();
-        ASSERT_TRUE(QDir().mkpath(server.path("data")));
+        QDir(remote).removeRecursively();
+        ASSERT_TRUE(QDir().mkpath(remote));
         ASSERT_TRUE(QDir().mkpath(root.host("Export")));
         Files expected;
         for (const auto& [name, bytes] : c.exported) {
@@ -192,9 +200,8 @@ TEST_F(FtpChannelTest, SendsEveryExportFileButTheMarker)
         clearRecords();
 
         EXPECT_TRUE(send());
-        EXPECT_EQ(filesIn(server.path("data")), expected);
-        EXPECT_TRUE(
-            QDir(server.path("data")).entryList(QDir::Dirs | QDir::NoDotAndDotDot).isEmpty());
+        EXPECT_EQ(filesIn(remote), expected);
+        EXPECT_TRUE(QDir(remote).entryList(QDir::Dirs | QDir::NoDotAndDotDot).isEmpty());
         // Nothing is deleted locally: the next export empties the folder.
         EXPECT_EQ(filesIn(root.host("Export")), c.exported);
         EXPECT_TRUE(dialogs.asked().isEmpty()) << dialogs.asked().join('\n').toStdString();
@@ -214,15 +221,6 @@ TEST_F(FtpChannelTest, SendsEveryExportFileButTheMarker)
             bytes += content.size();
         EXPECT_EQ(progress.back(), bytes > 0 ? 100 : 0);
     }
-}
-
-TEST_F(FtpChannelTest, SendsToAnAbsoluteFolderAndNamesWithSpaces)
-{
-    store.writeText(Setting::FtpDirectory, 0, "/eingang/wald 1");
-    ASSERT_TRUE(QDir().mkpath(server.path("eingang/wald 1")));
-    writeHostFile(root.host("Export/Liste 7.DAT"), "7;\r\n");
-    EXPECT_TRUE(send());
-    EXPECT_EQ(filesIn(server.path("eingang/wald 1")), (Files{{"Liste 7.DAT", "7;\r\n"}}));
 }
 
 TEST_F(FtpChannelTest, FailedPutNamesTheCutRemotePathAndKeepsWhatWasSent)
