@@ -5,7 +5,6 @@
 #include "data/Database.h"
 #include "data/Schema.h"
 #include "masterdata/DeviceSession.h"
-#include "platform/Cp1252.h"
 #include "platform/MessageDialogs.h"
 #include "support/TempRoot.h"
 
@@ -27,15 +26,6 @@ inline FieldValue txt(const char* utf8)
 inline FieldValue num(std::int64_t value)
 {
     return FieldValue(value);
-}
-
-// Lines in Windows-1252, each ended with CR LF (or `end`).
-inline QByteArray listBytes(const QStringList& lines, const char* end = "\r\n")
-{
-    QByteArray out;
-    for (const QString& line : lines)
-        out += cp1252::encode(line) + end;
-    return out;
 }
 
 // An expected file from tests/transfer/data.

@@ -20,23 +20,13 @@ namespace {
 
 const QString kData = QStringLiteral(BROVANT_SOURCE_DIR "/tests/transfer/data/");
 
-QString pad(const char* utf8, int width)
+// A file of the wrong structure case: a.dat a header and a region, b.dat rows and then a header
+// of another structure, c.dat a header alone.
+QByteArray wrongStructureFile(const char* name)
 {
-    return QString::fromUtf8(utf8).leftJustified(width, u' ', true);
-}
-
-// "001" as the office writes it: number, label, date, label, factor, label, region, tag.
-QString office001(const char* listNo, const char* date, const char* factor, const char* region,
-                  const char* tag = "T00300")
-{
-    return QStringLiteral("001") + pad(listNo, 8) + pad("Listennummer:", 20) + pad(date, 10)
-           + pad("Datum:", 20) + pad(factor, 4) + pad("Korr.-Faktor:", 20) + pad(region, 8)
-           + QString::fromUtf8(tag);
-}
-
-QString reg(const char* region, const char* species, const char* tariff)
-{
-    return QStringLiteral("REG") + pad(region, 8) + pad(species, 3) + pad(tariff, 5);
+    return golden(qPrintable(
+        QStringLiteral("import/wrong_structure_ends_the_import_and_leaves_nothing_of_its_file/")
+        + QLatin1StringView(name)));
 }
 
 const QString kHeads = QStringLiteral(
@@ -139,8 +129,8 @@ INSTANTIATE_TEST_SUITE_P(Files, ListFileImportCaseTest, ::testing::ValuesIn(impo
 
 TEST_F(ListFileImportTest, ImportFileRunsInsideTheCallersTransaction)
 {
-    const QByteArray good = listBytes({office001("G", "", "", ""), reg("R", "FI", "T")});
-    const QByteArray bad = listBytes({reg("R", "FI", "T"), office001("B", "", "", "", "XXXXXX")});
+    const QByteArray good = wrongStructureFile("a.dat");
+    const QByteArray bad = wrongStructureFile("b.dat");
     {
         Database::Transaction outer(db());
         bool wrong = true;
@@ -156,7 +146,7 @@ TEST_F(ListFileImportTest, ImportFileRunsInsideTheCallersTransaction)
     EXPECT_EQ(count("Brov_Region"), 0);
     EXPECT_TRUE(importer().importFile(good, 3));
     EXPECT_EQ(rows(QStringLiteral("SELECT ID_FILE, LISTE_NR FROM Brov_Kopfdaten")),
-              QStringList{"3|G       "});
+              QStringList{"3|GUT     "});
     // No messages from importFile: the caller speaks.
     EXPECT_EQ(dialogs.asked(), QStringList());
 }
@@ -164,7 +154,7 @@ TEST_F(ListFileImportTest, ImportFileRunsInsideTheCallersTransaction)
 TEST_F(ListFileImportTest, HostileFilesNeitherCrashNorHoldTheFile)
 {
     constexpr qint64 MiB = qint64(1) << 20;
-    const QByteArray head = listBytes({office001("H", "", "", "")});
+    const QByteArray head = wrongStructureFile("c.dat");
     struct Case {
         const char* name;
         QByteArray before;
