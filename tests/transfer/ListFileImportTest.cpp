@@ -1,5 +1,5 @@
-// Reading list files from the office: the column table, the numbering of new lists and rows, the
-// structure check, files that are damaged or hostile.
+// Reading list files from the office: cases of office files under data/import (the numbering of
+// new lists and rows, the structure check, damaged files), the caller's transaction, huge files.
 #include "support/PeakMemory.h"
 #include "transfer/ListFileFixture.h"
 
@@ -41,10 +41,6 @@ const QString kTrees = QStringLiteral(
 class ListFileImportTest : public ListFileFixture {
 protected:
     ListFileImport importer() { return ListFileImport(session->root(), db(), dialogs); }
-    void stage(const char* name, const QByteArray& bytes)
-    {
-        root.writeFile(QStringLiteral("Import/") + QString::fromUtf8(name), bytes);
-    }
     // The header texts KOPF1_A..KOPF16_A that are not NULL, as "n=text".
     QStringList headerTexts()
     {
