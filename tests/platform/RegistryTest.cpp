@@ -1,4 +1,6 @@
 #include "platform/Registry.h"
+#include "support/CaseFile.h"
+#include "support/QtPrinting.h"
 #include "support/TempRoot.h"
 
 #include <QDir>
@@ -7,6 +9,7 @@
 
 using brovant::Hive;
 using brovant::Registry;
+using brovant::test::Case;
 using brovant::test::TempRoot;
 
 namespace {
@@ -18,33 +21,41 @@ const QString kMachineFile = QStringLiteral("HKEY_LOCAL_MACHINE.reg");
 const QByteArray kHeader = "Windows Registry Editor Version 5.00\n";
 const QString kApp = QStringLiteral("Software\\NORVA\\Brovant");
 
+// The cases of one kind in data/registry.txt.
+QList<Case> casesOf(const QByteArray& kind)
+{
+    QList<Case> cases;
+    for (const Case& c : brovant::test::readCases(QStringLiteral("platform/data/registry.txt"))) {
+        if (c.fields[0] == kind)
+            cases << c;
+    }
+    EXPECT_FALSE(cases.isEmpty()) << kind.constData();
+    return cases;
+}
+
+QByteArray golden(const char* name)
+{
+    QFile file(QStringLiteral(BROVANT_SOURCE_DIR "/tests/platform/data/") + QLatin1String(name));
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << name;
+    return file.readAll();
+}
+
 TEST(Registry, ValuesSurviveSaveAndReload)
 {
-    const struct {
-        QString name, value;
-    } cases[] = {{"Q", "say \"hi\" \""},
-                 {"Pfad", "C:\\Brovant\\Daten\\\\"},
-                 {"Baumart", QString::fromUtf8("äöüß ÄÖÜ")},
-                 {"KOPF00", "Zusatz:             "},
-                 {"Text", "erste\nzweite\n"},
-                 {"Text", "a\r\nb\tc"},
-                 {"Leer", ""},
-                 {"", "default value"},
-                 {"na\\\"me", "x"},
-                 {"@", "not the default"},
-                 {"; [x]", "[HKEY_CURRENT_USER\\X]"},
-                 {"S", QString(QChar(0xd800)) + "x"},
-                 {"Emoji", QString::fromUtf8("Fichte \xF0\x9F\x8C\xB2")}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.value.toStdString());
+    QList<std::pair<QString, QString>> values;
+    for (const Case& c : casesOf("value"))
+        values.append({c.text(1), c.text(2)});
+    values.append({"S", QString(QChar(0xd800)) + "x"}); // a lone surrogate
+    for (const auto& [name, value] : values) {
+        SCOPED_TRACE(value.toStdString());
         TempRoot root;
         Registry writer(root.path());
-        ASSERT_TRUE(writer.setString(HKCU, kApp, c.name, c.value));
+        ASSERT_TRUE(writer.setString(HKCU, kApp, name, value));
         // The writer is still alive: the change must already be on disk.
         Registry reader(root.path());
         EXPECT_TRUE(reader.setAside().isEmpty());
-        EXPECT_EQ(reader.string(HKCU, kApp, c.name), c.value);
-        EXPECT_EQ(reader.valueNames(HKCU, kApp), QStringList{c.name});
+        EXPECT_EQ(reader.string(HKCU, kApp, name), value);
+        EXPECT_EQ(reader.valueNames(HKCU, kApp), QStringList{name});
         EXPECT_EQ(reader.exportText(), writer.exportText());
     }
     TempRoot root;
@@ -70,32 +81,12 @@ TEST(Registry, ExportMatchesExpectedTextAndFiles)
     ASSERT_TRUE(reg.setString(HKCU, kopf, "", "default value"));
     ASSERT_TRUE(reg.setDword(HKLM, "ControlPanel\\Comm", "Cnct", 0xABCD));
 
-    const QByteArray user = kHeader + R"(
-[HKEY_CURRENT_USER\Software]
-
-[HKEY_CURRENT_USER\Software\NORVA]
-
-[HKEY_CURRENT_USER\Software\NORVA\Brovant]
-
-[HKEY_CURRENT_USER\Software\NORVA\Brovant\HDL_KOPF]
-@="default value"
-"KOPF00"="Zusätzlich:  "
-"Loaded"=dword:00000001
-"Pfad"="C:\\Daten\\\"x\""
-"X"=hex(1):58,00,0a,00,00,00
-
-[HKEY_CURRENT_USER\Software\NORVA\Leer]
-)";
-    const QByteArray machine = R"(
-[HKEY_LOCAL_MACHINE\ControlPanel]
-
-[HKEY_LOCAL_MACHINE\ControlPanel\Comm]
-"Cnct"=dword:0000abcd
-)";
-    EXPECT_EQ(reg.exportText().toUtf8(), user + machine);
+    const QByteArray user = golden("export_user.reg");
+    const QByteArray machine = golden("export_machine.reg");
+    EXPECT_EQ(reg.exportText().toUtf8(), user + machine.mid(kHeader.size()));
     EXPECT_EQ(reg.exportHive(HKCU).toUtf8(), user);
     EXPECT_EQ(root.readFile(kUserFile), user);
-    EXPECT_EQ(root.readFile(kMachineFile), kHeader + machine);
+    EXPECT_EQ(root.readFile(kMachineFile), machine);
 
     ASSERT_TRUE(reg.deleteKey(HKLM, "ControlPanel"));
     EXPECT_EQ(reg.exportHive(HKLM).toUtf8(), kHeader);
@@ -114,10 +105,9 @@ TEST(Registry, NamesIgnoreCaseAndStrayBackslashesAndValuesHaveOneType)
         ASSERT_TRUE(reg.setDword(HKCU, QString::fromUtf8("software\\Äpfel"), "n", 3));
     }
     Registry reg(root.path());
-    for (const char* path :
-         {"software\\Norva\\brovant", "\\Software\\NORVA\\Brovant", "Software\\NORVA\\Brovant\\",
-          "Software\\\\NORVA\\\\\\Brovant", "\\\\software\\norva\\brovant\\\\"}) {
-        SCOPED_TRACE(path);
+    for (const Case& c : casesOf("key")) {
+        const QString path = c.text(1);
+        SCOPED_TRACE(c.where().constData());
         EXPECT_TRUE(reg.keyExists(HKCU, path));
         EXPECT_EQ(reg.string(HKCU, path, "baumART"), "Kiefer");
     }
@@ -244,33 +234,10 @@ TEST(Registry, BatchDefersSavingUntilOutermostEnds)
 TEST(Registry, CorruptHiveIsSetAsideAndStartsEmpty)
 {
     const QByteArray good = kHeader + "\n[HKEY_CURRENT_USER\\Good]\n\"Keep\"=dword:00000001\n";
-    // Each line spoils a good hive; below them, files cut short and bytes that are no text.
-    const QByteArray lines = R"(hello
-"v"="a\n"
-"v"=hex(1):4g,00,00,00
-"v"=hex(1):41,00,00
-"v"=hex(1):41,00
-"v"=hex(1):41,00,00,00,
-"v"=hex(1):41,00,\
-"v"=hex:01,02
-"v"=-
-"v"=dword:0001
-[HKEY_LOCAL_MACHINE\Comm]
-[HKEY_CURRENT_USERX\A]
-[-HKEY_CURRENT_USER\A]
-[HKEY_CURRENT_USER\A\\B]
-"v"="abc"x)";
-    QList<QByteArray> cases = {"", "[HKEY_CURRENT_USER\\Good]\n",
-                               "REGEDIT4\n\n[HKEY_CURRENT_USER\\Good]\n",
-                               kHeader + "\"v\"=dword:00000001\n", // value before any key
-                               QByteArray("\x89PNG\r\n\x1a\n\0\0\0\rIHDR\xff\xfe", 18)};
-    for (const QByteArray& line : lines.split('\n'))
-        cases << good + line + "\n";
-    cases << good + "[HKEY_CURRENT_USER\\A" << good + "\"v\"=\"abc";
-    for (const QByteArray& line :
-         {QByteArray("\"v\"=\"a\0b\"", 9), QByteArray("\"v\"=\"\xC3\x28\""),
-          "\"v\"=\"" + QByteArray(9 << 20, 'a') + "\""})
-        cases << good + line + "\n";
+    QList<QByteArray> cases;
+    for (const Case& c : casesOf("damaged"))
+        cases << (c.fields[1] == "good" ? good : QByteArray()) + c.fields[2];
+    cases << good + "\"v\"=\"" + QByteArray(9 << 20, 'a') + "\"\n"; // a value too long
     for (const QByteArray& bytes : cases) {
         SCOPED_TRACE(bytes.left(80).toStdString());
         TempRoot root;
@@ -296,25 +263,13 @@ TEST(Registry, CorruptHiveIsSetAsideAndStartsEmpty)
 // Hand-edited and regedit-made variants that are not damage.
 TEST(Registry, AcceptsHarmlessVariants)
 {
-    const QByteArray a = kHeader + "[HKEY_CURRENT_USER\\A]\n";
-    // File, and the value "v" of key A it must yield (or the default value of the hive's root).
-    const std::tuple<QByteArray, const char*, QString> cases[] = {
-        {"\xEF\xBB\xBF" + a + "\"v\"=\"x\"\n", "A", "x"},
-        {"Windows Registry Editor Version 5.00\r\n\r\n[HKEY_CURRENT_USER\\A]\r\n\"v\"=\"x\"\r\n",
-         "A", "x"},
-        {kHeader + "; made by hand\n\n\n[HKEY_CURRENT_USER\\A]\n  ; note\n\"v\"=\"x\"\n\n", "A",
-         "x"},
-        {a + "\"v\"=hex(1):41,00,\\\n  42,00,00,00\n", "A", "AB"},
-        {kHeader + "[HKEY_CURRENT_USER\\A] \n\"v\"=\"x \"\t \n", "A", "x "},
-        {kHeader + "[HKEY_CURRENT_USER]\n@=\"root\"\n", "", "root"},
-        {a + "\"v\"=\"x\"\n[hkey_current_user\\a]\n\"w\"=\"y\"\n", "A", "x"}};
-    for (const auto& [bytes, key, expected] : cases) {
-        SCOPED_TRACE(bytes.toStdString());
+    for (const Case& c : casesOf("harmless")) {
+        SCOPED_TRACE(c.where().constData());
         TempRoot root;
-        root.writeFile(kUserFile, bytes);
+        root.writeFile(kUserFile, c.fields[1]);
         Registry reg(root.path());
         EXPECT_TRUE(reg.setAside().isEmpty());
-        EXPECT_EQ(reg.string(HKCU, key, *key ? "v" : ""), expected);
+        EXPECT_EQ(reg.string(HKCU, c.text(2), c.fields[2].isEmpty() ? "" : "v"), c.text(3));
     }
     TempRoot root;
     root.writeFile(kMachineFile, kHeader + "[HKEY_LOCAL_MACHINE\\A]\n\"v\"=DWORD:0000ABCD\n");
