@@ -33,15 +33,15 @@ protected:
     }
 };
 
-TEST_F(Distribution, StepsThroughTheSpecies)
+TEST_F(Distribution, StepsThroughTheSpeciesAndPrintKeysWriteIntoThePrinterPath)
 {
-    addList(1, QStringLiteral("WALD"), 90,
+    addList(1, QStringLiteral("WALD 1"), 90,
             {{"KI", "20", 2, 200},
              {"FI", "26", 1, 59},
              {"FI", "32", 2, 198},
              {"KI", "24", 1, 50},
              {"FI", "26", 3, 177}});
-    fromListSelection(QStringLiteral("WALD"), ListSelectionDlg::EvaluationTab,
+    fromListSelection(QStringLiteral("WALD 1"), ListSelectionDlg::EvaluationTab,
                       ListSelectionDlg::kEval);
     ASSERT_EQ(activeName(), QStringLiteral("totals"));
     ASSERT_NE(keyboard()->keyFor(TotalsDlg::kDistribution), nullptr);
@@ -87,15 +87,6 @@ TEST_F(Distribution, StepsThroughTheSpecies)
 
     press(Screen::kCancel);
     EXPECT_EQ(activeName(), QStringLiteral("totals"));
-}
-
-TEST_F(Distribution, PrintKeysWriteIntoThePrinterPath)
-{
-    addList(1, QStringLiteral("WALD 1"), 90,
-            {{"FI", "26", 1, 45}, {"FI", "26", 1, 50}, {"FI", "28", 1, 55}});
-    fromListSelection(QStringLiteral("WALD 1"), ListSelectionDlg::EvaluationTab,
-                      ListSelectionDlg::kEval);
-    ASSERT_EQ(activeName(), QStringLiteral("totals"));
 
     // No question by default; the file is named by the list.
     press(TotalsDlg::kPrint);

@@ -72,7 +72,9 @@ protected:
     QLineEdit* edit = nullptr;
 };
 
-TEST_F(Keypad, TypingSwitchingAndDeleting)
+// Typing, switching and deleting on the letters and digits; then a list keyboard pages through
+// its table.
+TEST_F(Keypad, TypingSwitchingDeletingAndPaging)
 {
     press(QStringLiteral("char_L"));
     press(QStringLiteral("char_Ä"));
@@ -90,10 +92,7 @@ TEST_F(Keypad, TypingSwitchingAndDeleting)
     EXPECT_EQ(dlg.keyboardIndex(), 0);
     // The keys never take the focus from the field.
     EXPECT_TRUE(edit->hasFocus());
-}
 
-TEST_F(Keypad, ListKeyboardPagesThroughItsTable)
-{
     auto* list = new OnScreenKeyboard(keys::kFullArea, keys::codeList(1159, 4, 5));
     dlg.addKeyboard(list);
     dlg.showKeyboard(2);

@@ -41,10 +41,17 @@ TEST(Shell, FreshDeviceStartsOnTheMainMenuWithClockAndDate)
     }
 }
 
-// Without master data no list can be made or opened.
-TEST(Shell, MenuRefusesListWorkWithoutMasterData)
+// Without master data no list can be made or opened. On the four picture keys the caption
+// stands below the picture, both inside the key. The real dialogs, headless: each key gives its
+// answer and Escape what the interface names for a dialog closed without one; only the notice
+// has a default key. While a job offers "Abbruch", the info window's key is all a tap reaches: a
+// key of the screen behind does nothing, the cancel key is seen; hiding the window takes the key
+// away again. Ending the program asks first: "NEIN" keeps it on the main menu with its clock, "JA"
+// ends it.
+TEST(Shell, BareDeviceMenuDialogsInfoWindowAndEnding)
 {
     Program p(ProgramSetup().bare());
+    QSignalSpy finished(&p.app.stack(), &ScreenStack::finished);
     ASSERT_FALSE(p.session.configurationLoaded());
     p.state.currentList = 7;
     for (int command : {MainMenuDlg::kNewList, MainMenuDlg::kSelectList}) {
@@ -55,12 +62,6 @@ TEST(Shell, MenuRefusesListWorkWithoutMasterData)
         EXPECT_TRUE(p.app.mainMenu()->clockRunning());
     }
     EXPECT_EQ(p.state.currentList, 7);
-}
-
-// On the four picture keys the caption stands below the picture, both inside the key.
-TEST(Shell, MenuCaptionsDoNotRunOverTheirPictures)
-{
-    Program p(ProgramSetup().bare());
     for (int command : {MainMenuDlg::kNewList, MainMenuDlg::kSelectList, MainMenuDlg::kSystemInfo,
                         MainMenuDlg::kSettings}) {
         KeyButton* key = p.app.mainMenu()->shownKey(command);
@@ -72,54 +73,6 @@ TEST(Shell, MenuCaptionsDoNotRunOverTheirPictures)
         EXPECT_TRUE(QRectF(key->rect()).contains(places.picture)) << command;
         EXPECT_TRUE(QRectF(key->rect()).contains(places.caption)) << command;
     }
-}
-
-// "NEIN" keeps the program on the main menu with its clock, "JA" ends it.
-TEST(Shell, EndingTheProgramAsksFirst)
-{
-    Program p(ProgramSetup().bare());
-    QSignalSpy finished(&p.app.stack(), &ScreenStack::finished);
-    p.dialogs.answerNext(Answer::No);
-    p.press(Screen::kCancel);
-    EXPECT_EQ(p.dialogs.asked(), QStringList{QStringLiteral("Programm beenden?||")});
-    EXPECT_EQ(finished.count(), 0);
-    EXPECT_EQ(p.active(), p.app.mainMenu());
-    EXPECT_TRUE(p.app.mainMenu()->clockRunning());
-    p.dialogs.answerNext(Answer::Yes);
-    p.press(Screen::kCancel);
-    EXPECT_EQ(finished.count(), 1);
-}
-
-// While a job offers "Abbruch", the info window's key is all a tap reaches: a key of the screen
-// behind does nothing, the cancel key is seen; hiding the window takes the key away again.
-TEST(Shell, InfoWindowCancelKeyIsTheOnlyKeyDuringAJob)
-{
-    Program p(ProgramSetup().bare());
-    MessageDialogs& shown = *p.app.qtMessages();
-    auto* cancel =
-        p.app.qtMessages()->infoWindow()->findChild<QPushButton*>(QStringLiteral("infoCancel"));
-    ASSERT_NE(cancel, nullptr);
-    shown.info(MessageDialogs::Show, QStringLiteral("Verbinden..."));
-    EXPECT_FALSE(cancel->isVisible());
-    shown.offerCancel(true);
-    EXPECT_TRUE(cancel->isVisible());
-    p.press(Screen::kCancel);
-    EXPECT_FALSE(shown.cancelRequested());
-    EXPECT_TRUE(p.dialogs.asked().isEmpty());
-    QTest::mouseClick(cancel, Qt::LeftButton);
-    EXPECT_TRUE(shown.cancelRequested());
-    shown.info(MessageDialogs::Hide, QString());
-    EXPECT_FALSE(cancel->isVisible());
-    EXPECT_FALSE(shown.cancelRequested());
-    p.press(Screen::kCancel);
-    EXPECT_EQ(p.dialogs.asked(), QStringList{QStringLiteral("Programm beenden?||")});
-}
-
-// The real dialogs, headless: each key gives its answer and Escape what the interface names for a
-// dialog closed without one; only the notice has a default key.
-TEST(Shell, MessageDialogsAnswerByTheirKeys)
-{
-    Program p(ProgramSetup().bare());
     QtMessageDialogs& shown = *p.app.qtMessages();
     enum Kind { Notice, YesNo, Question };
     const struct {
@@ -163,6 +116,39 @@ TEST(Shell, MessageDialogsAnswerByTheirKeys)
         EXPECT_EQ(title, QLatin1StringView(c.title));
         EXPECT_EQ(defaults, c.kind == Notice ? 1 : 0);
     }
+    p.dialogs.clear();
+    MessageDialogs& job = shown; // its info() overloads hide the interface's
+    auto* cancel = shown.infoWindow()->findChild<QPushButton*>(QStringLiteral("infoCancel"));
+    ASSERT_NE(cancel, nullptr);
+    job.info(MessageDialogs::Show, QStringLiteral("Verbinden..."));
+    EXPECT_FALSE(cancel->isVisible());
+    job.offerCancel(true);
+    EXPECT_TRUE(cancel->isVisible());
+    p.press(Screen::kCancel);
+    EXPECT_FALSE(job.cancelRequested());
+    EXPECT_TRUE(p.dialogs.asked().isEmpty());
+    QTest::mouseClick(cancel, Qt::LeftButton);
+    EXPECT_TRUE(job.cancelRequested());
+    job.info(MessageDialogs::Hide, QString());
+    EXPECT_FALSE(cancel->isVisible());
+    EXPECT_FALSE(job.cancelRequested());
+    p.dialogs.answerNext(Answer::No);
+    p.press(Screen::kCancel);
+    EXPECT_EQ(p.dialogs.asked(), QStringList{QStringLiteral("Programm beenden?||")});
+    EXPECT_EQ(finished.count(), 0);
+    EXPECT_EQ(p.active(), p.app.mainMenu());
+    EXPECT_TRUE(p.app.mainMenu()->clockRunning());
+    p.dialogs.answerNext(Answer::Yes);
+    p.press(Screen::kCancel);
+    EXPECT_EQ(finished.count(), 1);
+}
+
+// The system's environment on the offscreen platform, for the real programs.
+QProcessEnvironment offscreen()
+{
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    return env;
 }
 
 // A second start hands over parameter 51 and ends at once, leaving the running one alone.
@@ -176,9 +162,7 @@ TEST(Shell, SecondStartOfTheProgramHandsOver)
     QProcess second;
     second.setProgram(QStringLiteral(BROVANT_PROGRAM_PATH));
     second.setArguments({QStringLiteral("--root"), root.path()});
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-    second.setProcessEnvironment(env);
+    second.setProcessEnvironment(offscreen());
     second.start();
     ASSERT_TRUE(received.wait(20000));
     ASSERT_TRUE(second.waitForFinished(20000));
@@ -192,9 +176,7 @@ TEST(Shell, SecondStartOfTheProgramHandsOver)
 std::pair<int, QString> runTour(const TempRoot& root, const TempRoot& pictures)
 {
     QProcess tour;
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-    tour.setProcessEnvironment(env);
+    tour.setProcessEnvironment(offscreen());
     tour.start(
         QStringLiteral(BROVANT_PROGRAM_PATH),
         {QStringLiteral("--root"), root.path(), QStringLiteral("--demo-tour"), pictures.path()});
@@ -236,9 +218,8 @@ TEST(Shell, DemoTourTakesThePicturesOfTheReadme)
 TEST(Shell, StderrHoldsNoQtMessages)
 {
     TempRoot root;
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    QProcessEnvironment env = offscreen();
     env.remove(QStringLiteral("XDG_RUNTIME_DIR"));
-    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
     const QString tool = QStringLiteral(BROVANT_TOOL_PATH);
     const QStringList device{QStringLiteral("--root"), root.path()};
     const std::pair<QString, QStringList> runs[] = {

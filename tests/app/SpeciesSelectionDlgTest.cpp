@@ -37,7 +37,9 @@ struct SpeciesProgram : Program {
     Dlg* screen = find<Dlg>();
 };
 
-TEST(SpeciesSelectionDlg, OpensWithTheSlotsOnTheirKeys)
+// The slots on their keys as opened; typed codes go to the slots and the caliper's key, and
+// the tally screen's species keys follow.
+TEST(SpeciesSelectionDlg, CodesGoToTheSlotsAndTheCaliperKey)
 {
     SpeciesProgram p;
     p.open();
@@ -54,12 +56,6 @@ TEST(SpeciesSelectionDlg, OpensWithTheSlotsOnTheirKeys)
     EXPECT_EQ(p.screen->keyboardIndex(), Dlg::Digits);
     p.press(KeypadScreen::kZiff);
     EXPECT_EQ(p.screen->keyboardIndex(), Dlg::SlotKeys);
-}
-
-TEST(SpeciesSelectionDlg, CodesGoToTheSlotsAndTheCaliperKey)
-{
-    SpeciesProgram p;
-    p.open();
     // With the edit empty a key only beeps and writes nothing.
     p.press(Dlg::kFirstSlot + 4);
     p.press(Dlg::kCaliperKey);

@@ -31,7 +31,9 @@ protected:
     TotalsDlg* screen = nullptr;
 };
 
-TEST_F(TotalsScreen, ShowsTheCoreCellsOfTheChosenList)
+// The core cells of the chosen list, again for another list; the key bar, the row keys stopping
+// at the ends, and the way back.
+TEST_F(TotalsScreen, CellsKeysAndWaysOut)
 {
     addList(1, QStringLiteral("WALD"), 90,
             {{"KI", 2, 200}, {"FI", 1, 45}, {"FI", 1, 50}, {"FI", 1, 55}});
@@ -61,14 +63,6 @@ TEST_F(TotalsScreen, ShowsTheCoreCellsOfTheChosenList)
                       ListSelectionDlg::kEval);
     ASSERT_EQ(activeName(), QStringLiteral("totals"));
     EXPECT_EQ(shown(), (QStringList{"BU|   3.00|   1| 3.00", "|||", "|   3.00|   1| 3.00"}));
-}
-
-TEST_F(TotalsScreen, KeyBarAndWaysOut)
-{
-    addList(1, QStringLiteral("WALD"), 100, {{"FI", 1, 45}});
-    fromListSelection(QStringLiteral("WALD"), ListSelectionDlg::EvaluationTab,
-                      ListSelectionDlg::kEval);
-    ASSERT_EQ(activeName(), QStringLiteral("totals"));
     OnScreenKeyboard* keys = keyboard();
     ASSERT_NE(keys, nullptr);
     ASSERT_NE(keys->keyFor(TotalsDlg::kPrint), nullptr);
