@@ -40,61 +40,41 @@ void setUp(TestDevice& d, int year, bool flashFolder = true)
     }
 }
 
+// One start a line of data/cold_boot.txt.
 TEST(ColdBoot, RecoveryFollowsClockMediumAndAnswer)
 {
-    const QString card2 = "Storage Card2", sk2 = "Speicherkarte2", sc = "Storage Card";
-    const QString work = "WORK";
-    // Answer None: no question may be asked; `aside`: the folder that must get "Brovant.bak.cdb".
-    const struct {
-        const char* name;
-        int year, karte;
-        Answer answer;
-        bool flashFolder, working;
-        QStringList backups;
-        QString workingAfter, aside;
-    } cases[] = {
-        {"card, yes", 2004, 1, Yes, true, true, {kCard}, tagOf(kCard), {}},
-        {"card, no", 2004, 1, No, true, true, {kCard}, work, kCard},
-        {"clock already set", 2005, 1, Answer::None, true, true, {kCard}, work, {}},
-        {"no flash folder", 2004, 1, Answer::None, false, true, {kCard}, work, {}},
-        {"no backup anywhere", 2004, 1, Answer::None, true, true, {}, work, {}},
-        {"flash, yes", 2004, 0, Yes, true, true, {kFlash}, tagOf(kFlash), {}},
-        {"Karte 0 ignores the card", 2004, 0, Answer::None, true, true, {kCard}, work, {}},
-        {"Karte 1 ignores the flash", 2004, 1, Answer::None, true, true, {kFlash}, work, {}},
-        {"last card path, yes", 2004, 1, Yes, true, true, {card2}, tagOf(card2), {}},
-        {"first card in table order", 2004, 1, Yes, true, true, {sc, sk2}, tagOf(sk2), {}},
-        {"no working database yet", 2004, 1, Yes, true, false, {kCard}, tagOf(kCard), {}}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const Case& c : readCases("workflow/data/cold_boot.txt")) {
+        SCOPED_TRACE(c.where().constData());
+        const bool asked = c.text(2) != u"-";
+        const QStringList backups = c.text(5).split(u',', Qt::SkipEmptyParts);
         TestDevice d;
-        setUp(d, c.year, c.flashFolder);
-        d.profile().writeInt("Backup", "Karte", c.karte);
+        setUp(d, c.text(0).toInt(), c.text(3) == u"yes");
+        d.profile().writeInt("Backup", "Karte", c.text(1).toInt());
         QList<QByteArray> backupBytes;
-        for (const QString& folder : c.backups) {
+        for (const QString& folder : backups) {
             d.makeDatabase(backupIn(folder), tagOf(folder));
             backupBytes << d.root.readFile(backupIn(folder));
         }
-        if (c.working)
-            d.makeDatabase(kWorking, work);
-        d.dialogs.answerNext(c.answer != Answer::None ? c.answer : Yes);
+        if (c.text(4) == u"yes")
+            d.makeDatabase(kWorking, "WORK");
+        d.dialogs.answerNext(c.text(2) == u"No" ? No : Yes);
 
         ASSERT_TRUE(d.app->start());
-        EXPECT_EQ(d.dialogs.asked(),
-                  c.answer != Answer::None ? QStringList{kQuestion} : QStringList{});
-        EXPECT_EQ(d.markerOf(kWorking), c.workingAfter);
-        for (qsizetype i = 0; i < c.backups.size(); ++i) {
-            const QString& folder = c.backups[i];
+        EXPECT_EQ(d.dialogs.asked(), asked ? QStringList{kQuestion} : QStringList{});
+        EXPECT_EQ(d.markerOf(kWorking), c.text(6) == u"WORK" ? c.text(6) : tagOf(c.text(6)));
+        for (qsizetype i = 0; i < backups.size(); ++i) {
+            const QString& folder = backups[i];
             EXPECT_EQ(d.root.readFile(backupIn(folder)), backupBytes[i]) << "backup untouched";
             EXPECT_EQ(d.root.readFile(asideIn(folder)),
-                      folder == c.aside ? backupBytes[i] : QByteArray())
+                      folder == c.text(7) ? backupBytes[i] : QByteArray())
                 << folder.toStdString();
         }
         EXPECT_FALSE(QFileInfo::exists(d.root.host(asideIn("Brovant"))));
         // The question is asked over the active main menu, before the structure check.
         EXPECT_EQ(d.inOrder({"host active 1", "yesNo ", "host active 0", "info 5 Datenbank"}),
-                  c.answer != Answer::None)
+                  asked)
             << d.eventText();
-        EXPECT_EQ(d.eventIndex("host active 0") >= 0, c.answer != Answer::None);
+        EXPECT_EQ(d.eventIndex("host active 0") >= 0, asked);
     }
 }
 

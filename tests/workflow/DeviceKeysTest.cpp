@@ -20,53 +20,43 @@ QString dword(Registry& reg, Hive hive, const QString& key, const QString& name)
     return v ? QString::number(*v) : "-";
 }
 
+std::optional<QString> maybe(const QString& field)
+{
+    return field == u"-" ? std::nullopt : std::optional(field);
+}
+std::optional<quint32> maybeNumber(const QString& field)
+{
+    return field == u"-" ? std::nullopt : std::optional(field.toUInt());
+}
+
+// One button key a line of data/hardware_buttons.txt.
 TEST(HardwareButtons, StartRoutesExistingKeysAndShutdownGivesThemBack)
 {
-    // Found: default value, "Old", Flags; then "Old" after start-up, Flags after shutdown.
-    struct Key {
-        bool exists;
-        QString routed;
-        std::optional<QString> before, old;
-        std::optional<quint32> flags;
-        QString oldAfterStart;
-        std::optional<quint32> flagsAfterShutdown;
-    };
-    const QString calc = "\\Windows\\calc.exe", first = "\\Windows\\first.exe",
-                  notes = "\\Windows\\notes.exe", cam = "\\Windows\\cam.exe",
-                  plain = "\\Brovant\\Messenger.exe", up = plain + " U", down = plain + " D";
-    const Key keys[AppLifecycle::kButtonKeys] = {
-        {true, up, calc, {}, 8u, calc, 8u},
-        {false, down, {}, {}, {}, {}, {}},
-        // Left by a crashed run: our command in place, the original in "Old", Flags already 0.
-        {true, up, up, first, 0u, first, 0u},
-        // No Flags: Flags is set to 0 and nothing is written back.
-        {true, down, notes, {}, {}, notes, 0u},
-        {true, plain, cam, "stale", 3u, cam, 3u},
-        // A key without values: its empty default value is kept as "Old".
-        {true, plain, {}, {}, {}, QString(), 0u}};
+    const QList<Case> keys = readCases("workflow/data/hardware_buttons.txt");
+    ASSERT_EQ(keys.size(), AppLifecycle::kButtonKeys);
     TestDevice d;
     Registry& reg = d.registry();
     for (int n = 1; n <= AppLifecycle::kButtonKeys; ++n) {
-        const Key& k = keys[n - 1];
-        if (k.exists)
+        const Case& k = keys[n - 1];
+        if (k.text(0) == u"yes")
             reg.setString(HKLM, buttonKey(n), "WndCls", "Wnd");
-        if (k.before)
-            reg.setString(HKLM, buttonKey(n), QString(), *k.before);
-        if (k.flags)
-            reg.setDword(HKLM, buttonKey(n), "Flags", *k.flags);
-        if (k.old)
-            reg.setString(HKLM, buttonKey(n), "Old", *k.old);
+        if (maybe(k.text(1)))
+            reg.setString(HKLM, buttonKey(n), QString(), k.text(1));
+        if (maybe(k.text(2)))
+            reg.setString(HKLM, buttonKey(n), "Old", k.text(2));
+        if (maybeNumber(k.text(3)))
+            reg.setDword(HKLM, buttonKey(n), "Flags", k.text(3).toUInt());
     }
     ASSERT_TRUE(d.app->start());
     for (int n = 1; n <= AppLifecycle::kButtonKeys; ++n) {
         SCOPED_TRACE(n);
-        const Key& k = keys[n - 1];
-        EXPECT_EQ(d.app->savedButtonFlags()[size_t(n - 1)], k.flags);
-        EXPECT_EQ(AppLifecycle::buttonCommand(n), k.routed);
-        ASSERT_EQ(reg.keyExists(HKLM, buttonKey(n)), k.exists);
-        if (k.exists) {
-            EXPECT_EQ(reg.string(HKLM, buttonKey(n), QString()), k.routed);
-            EXPECT_EQ(reg.string(HKLM, buttonKey(n), "Old"), k.oldAfterStart);
+        const Case& k = keys[n - 1];
+        EXPECT_EQ(d.app->savedButtonFlags()[size_t(n - 1)], maybeNumber(k.text(3)));
+        EXPECT_EQ(AppLifecycle::buttonCommand(n), k.text(4));
+        ASSERT_EQ(reg.keyExists(HKLM, buttonKey(n)), k.text(0) == u"yes");
+        if (k.text(0) == u"yes") {
+            EXPECT_EQ(reg.string(HKLM, buttonKey(n), QString()), k.text(4));
+            EXPECT_EQ(reg.string(HKLM, buttonKey(n), "Old"), k.text(5));
             EXPECT_EQ(reg.string(HKLM, buttonKey(n), "WndCls"), QString());
             EXPECT_EQ(reg.dword(HKLM, buttonKey(n), "Flags"), 0u);
         }
@@ -74,11 +64,12 @@ TEST(HardwareButtons, StartRoutesExistingKeysAndShutdownGivesThemBack)
     d.app->shutdown();
     for (int n = 1; n <= AppLifecycle::kButtonKeys; ++n) {
         SCOPED_TRACE(n);
-        const Key& k = keys[n - 1];
-        ASSERT_EQ(reg.keyExists(HKLM, buttonKey(n)), k.exists) << "a missing key is never created";
-        if (k.exists) {
-            EXPECT_EQ(reg.string(HKLM, buttonKey(n), QString()), k.oldAfterStart);
-            EXPECT_EQ(reg.dword(HKLM, buttonKey(n), "Flags"), k.flagsAfterShutdown);
+        const Case& k = keys[n - 1];
+        ASSERT_EQ(reg.keyExists(HKLM, buttonKey(n)), k.text(0) == u"yes")
+            << "a missing key is never created";
+        if (k.text(0) == u"yes") {
+            EXPECT_EQ(reg.string(HKLM, buttonKey(n), QString()), k.text(5));
+            EXPECT_EQ(reg.dword(HKLM, buttonKey(n), "Flags"), maybeNumber(k.text(6)));
         }
     }
 }
@@ -89,29 +80,18 @@ TEST(GetacDevice, ValuesAreSwitchedOnlyInKeysThatExist)
         {HKCU, "Security\\Software\\Getac\\CamFunc", "CameraEnabled"},
         {HKLM, "Security\\Policies\\Policies", "0000101a"},
         {HKCU, "ControlPanel\\Sip", "SuggWords"}};
-    // The probe: 0 none, 1 the library as a file, 2 a folder of that name. Which of the three
-    // keys exist, each holding 7 before start-up; then the values after start-up and shutdown.
-    const struct {
-        const char* name;
-        int probe;
-        bool getac;
-        const char *keys, *afterStart, *afterShutdown;
-    } cases[] = {{"Getac, all keys", 1, true, "111", "0 1 0", "1 0 4"},
-                 {"Getac, input panel", 1, true, "001", "- - 0", "- - 4"},
-                 {"Getac, camera", 1, true, "100", "0 - -", "1 - -"},
-                 {"other device", 0, false, "111", "7 7 7", "7 7 7"},
-                 {"a folder is no library", 2, false, "111", "7 7 7", "7 7 7"}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
+    // One device a line of data/getac_keys.txt.
+    for (const Case& c : readCases("workflow/data/getac_keys.txt")) {
+        SCOPED_TRACE(c.where().constData());
         TestDevice d;
-        if (c.probe == 1)
+        if (c.text(0) == u"library")
             d.root.writeFile("Windows/externapi.dll", "MZ");
-        if (c.probe == 2) {
+        if (c.text(0) == u"folder") {
             ASSERT_TRUE(QDir().mkpath(d.root.host("Windows/externapi.dll")));
         }
         for (size_t i = 0; i < 3; ++i) {
             const auto& [hive, key, name] = values[i];
-            if (c.keys[i] == '1')
+            if (c.text(2)[i] == u'1')
                 d.registry().setDword(hive, key, name, 7);
         }
         // Which keys exist, then the values: "110 0 1 -".
@@ -124,45 +104,32 @@ TEST(GetacDevice, ValuesAreSwitchedOnlyInKeysThatExist)
             return keys.join(QString()) + u' ' + dwords.join(u' ');
         };
         ASSERT_TRUE(d.app->start());
-        EXPECT_EQ(d.state.getac, c.getac);
-        EXPECT_EQ(state(), c.keys + QString(" ") + c.afterStart);
+        EXPECT_EQ(d.state.getac, c.text(1) == u"yes");
+        EXPECT_EQ(state(), c.text(2) + u' ' + c.text(3));
         d.app->shutdown();
-        EXPECT_EQ(state(), c.keys + QString(" ") + c.afterShutdown);
+        EXPECT_EQ(state(), c.text(2) + u' ' + c.text(4));
     }
 }
 
 TEST(ActiveSync, AutoConnectIsSwitchedOffUnlessTheCableUsesPortTen)
 {
     const QString comm = QString::fromUtf16(AppLifecycle::kCommKey);
-    // DUE/Port (0: unset, which reads as 10), whether the key exists, whether start-up saw
-    // auto-connect on; the value found ("-": none), after start-up and after shutdown.
-    const struct {
-        const char* name;
-        int port;
-        bool key, wasOn;
-        const char *found, *afterStart, *afterShutdown;
-    } cases[] = {{"port unset", 0, true, false, "1", "1", "1"},
-                 {"port 10", 10, true, false, "1", "1", "1"},
-                 {"port 3, on", 3, true, true, "1", "0", "1"},
-                 {"port 3, off", 3, true, false, "0", "0", "1"},
-                 {"port 10, off: exit switches it on", 10, true, false, "0", "0", "1"},
-                 {"port 3, no value", 3, true, false, "-", "-", "1"},
-                 {"port 3, no key", 3, false, false, "-", "-", "-"}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
+    // One start a line of data/active_sync.txt.
+    for (const Case& c : readCases("workflow/data/active_sync.txt")) {
+        SCOPED_TRACE(c.where().constData());
         TestDevice d;
-        if (c.port)
-            d.profile().writeInt("DUE", "Port", c.port);
-        if (c.key)
+        if (c.text(0) != u"-")
+            d.profile().writeInt("DUE", "Port", c.text(0).toInt());
+        if (c.text(1) == u"yes")
             d.registry().createKey(HKCU, comm);
-        if (*c.found != '-')
-            d.registry().setDword(HKCU, comm, "AutoCnct", *c.found - '0');
+        if (maybeNumber(c.text(3)))
+            d.registry().setDword(HKCU, comm, "AutoCnct", c.text(3).toUInt());
         ASSERT_TRUE(d.app->start());
-        EXPECT_EQ(dword(d.registry(), HKCU, comm, "AutoCnct"), c.afterStart);
-        EXPECT_EQ(d.app->autoConnectWasOn(), c.wasOn);
+        EXPECT_EQ(dword(d.registry(), HKCU, comm, "AutoCnct"), c.text(4));
+        EXPECT_EQ(d.app->autoConnectWasOn(), c.text(2) == u"yes");
         d.app->shutdown();
-        EXPECT_EQ(dword(d.registry(), HKCU, comm, "AutoCnct"), c.afterShutdown);
-        EXPECT_EQ(d.registry().keyExists(HKCU, comm), c.key);
+        EXPECT_EQ(dword(d.registry(), HKCU, comm, "AutoCnct"), c.text(5));
+        EXPECT_EQ(d.registry().keyExists(HKCU, comm), c.text(1) == u"yes");
     }
 }
 
