@@ -3,6 +3,7 @@
 #include "platform/DeviceRoot.h"
 #include "platform/MessageDialogs.h"
 #include "platform/serial/SerialPort.h"
+#include "support/CaseFile.h"
 #include "support/PseudoTerminal.h"
 #include "support/QtPrinting.h"
 #include "support/TempRoot.h"
@@ -281,24 +282,14 @@ TEST_F(CaliperReaderTest, PortThatDoesNotOpenShowsTheNotice)
     linkPort(4, QStringLiteral("/nonexistent/ttyUSB7"));
     root.writeFile(QStringLiteral("dev/COM5"), "not a terminal");
     linkPort(6, root.host(QStringLiteral("dev/COM5")));
-    struct Row {
-        int port;
-        const char* notice;
-    };
-    const Row rows[] = {
-        {9, "Schnittstelle COM9: kann nicht|geöffnet werden!|"},  // no link
-        {4, "Schnittstelle COM4: kann nicht|geöffnet werden!|"},  // link to nothing
-        {5, "Schnittstelle COM5: kann nicht|geöffnet werden!|"},  // a plain file
-        {6, "Schnittstelle COM6: kann nicht|geöffnet werden!|"},  // a link to one
-        {10, "Schnittstelle COM10: kann nich|geöffnet werden!|"}, // cut to 30 characters
-        {123, "Schnittstelle COM123: kann nic|geöffnet werden!|"},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.port);
+    for (const test::Case& c : test::readCases(QStringLiteral("tally/caliper/data/ports.txt"))) {
+        if (c.fields[0] != "notice")
+            continue;
+        SCOPED_TRACE(c.where().constData());
         dialogs.clear();
-        EXPECT_FALSE(reader.start(row.port));
+        EXPECT_FALSE(reader.start(c.text(1).toInt()));
         EXPECT_FALSE(reader.running());
-        EXPECT_EQ(dialogs.asked(), QStringList{QString::fromUtf8(row.notice)});
+        EXPECT_EQ(dialogs.asked(), QStringList{c.text(2)});
     }
     EXPECT_EQ(dialogs.messages().back().sound, true);
 }
@@ -334,22 +325,9 @@ TEST(SerialPort, PortNamesLeadToTheLinkedDevice)
     ASSERT_TRUE(QFile::link(QStringLiteral("/dev/ttyUSB0"), root.host(QStringLiteral("dev/COM3"))));
     ASSERT_TRUE(QFile::link(QStringLiteral("/dev/rfcomm0"), root.host(QStringLiteral("dev/com7"))));
     const DeviceRoot device(root.path());
-    const char* rows[][2] = {
-        {"COM3:", "/dev/ttyUSB0"},
-        {"COM3", "/dev/ttyUSB0"},
-        {"com3:", "/dev/ttyUSB0"},
-        {"COM7:", "/dev/rfcomm0"},
-        {"COM4:", ""},
-        {"COM:", ""},
-        {"COM3::", ""},
-        {"LPT1:", ""},
-        {"COM3:x", ""},
-        {"\\dev\\COM3", ""},
-        {"", ""},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row[0]);
-        EXPECT_EQ(serialDeviceFile(device, QString::fromLatin1(row[0])), QLatin1String(row[1]));
+    for (const test::Case& c : test::readCases(QStringLiteral("tally/caliper/data/ports.txt"))) {
+        if (c.fields[0] == "device")
+            EXPECT_EQ(serialDeviceFile(device, c.text(1)), c.text(2)) << c.where().constData();
     }
     EXPECT_EQ(serialPortName(3), "COM3:");
 }
