@@ -145,11 +145,16 @@ TEST(ListHeaderDlg, LeavingTheFirstPageGoesWhereTheAnswerLeads)
     }
 }
 
-TEST(ListHeaderDlg, ZuordnenOpensTheRegionsTariffsAndBackReturnsToTheList)
+// On page 1 the cursor keys move between the fields. "Zuordnen" opens the region's tariffs and
+// back returns to the list; on the free pages the cursor keys turn the page.
+TEST(ListHeaderDlg, ZuordnenAndTheCursorKeys)
 {
     HeaderProgram p;
     p.newList();
     p.fillFirstPage("L1", "WR77");
+    p.press(KeypadScreen::kPreviousField); // page 1: back to the previous field
+    EXPECT_EQ(str(p.focused()), "KOR_FAKTOR_N");
+    EXPECT_EQ(str(p.page()), "1/9");
     p.dialogs.answerNext(Answer::First);
     p.enter();
     ASSERT_EQ(p.active(), p.app.stack().screen<TariffAssignmentDlg>());
@@ -165,18 +170,7 @@ TEST(ListHeaderDlg, ZuordnenOpensTheRegionsTariffsAndBackReturnsToTheList)
     p.enter();
     EXPECT_EQ(str(p.page()), "2/9");
     EXPECT_EQ(p.stored("ID_FILE, LISTE_NR, REGION_A"), QStringList{"1|L1|WR02"});
-}
-
-TEST(ListHeaderDlg, CursorKeysMoveOnPageOneAndTurnTheFreePages)
-{
-    HeaderProgram p;
-    p.newList();
-    p.fillFirstPage("L1", "WR01");
-    p.press(KeypadScreen::kPreviousField); // page 1: back to the previous field
-    EXPECT_EQ(str(p.focused()), "KOR_FAKTOR_N");
-    EXPECT_EQ(str(p.page()), "1/9");
-    p.enter();
-    ASSERT_EQ(str(p.page()), "2/9");
+    p.dialogs.clear();
     // On the free pages the bar's keys turn the page (which page is the logic's).
     p.press(KeypadScreen::kNextField);
     EXPECT_EQ(str(p.page()), "3/9");
@@ -191,10 +185,12 @@ TEST(ListHeaderDlg, CursorKeysMoveOnPageOneAndTurnTheFreePages)
 }
 
 // A new list taken from the model shows its values; the model list itself keeps its name and
-// starts at the next field.
-TEST(ListHeaderDlg, TheModelList)
+// starts at the next field. The list information shows the free fields of the current list.
+TEST(ListHeaderDlg, TheModelListAndTheListInformation)
 {
     HeaderProgram p;
+    p.addList(1, "EINS", "Forstamt Eichengrund");
+    p.addList(2, "ZWEI", QString(40, u'W').toLatin1().constData());
     p.addList(4, "MODELL", "Forstamt Tannenhöhe");
     p.dialogs.answerNext(Answer::Yes);
     p.newList();
@@ -206,13 +202,6 @@ TEST(ListHeaderDlg, TheModelList)
     EXPECT_TRUE(p.edit("LISTE_NR")->isReadOnly());
     EXPECT_EQ(str(p.focused()), "ZUSATZ_A");
     EXPECT_EQ(str(p.label("title")), "Liste: MODELL");
-}
-
-TEST(ListHeaderDlg, ListInformationShowsTheFreeFieldsOfTheCurrentList)
-{
-    HeaderProgram p;
-    p.addList(1, "EINS", "Forstamt Eichengrund");
-    p.addList(2, "ZWEI", QString(40, u'W').toLatin1().constData());
     Screen* info = p.app.stack().screen<ListInfoDlg>();
     ASSERT_NE(info, nullptr);
     const struct {
