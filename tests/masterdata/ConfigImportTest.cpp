@@ -1,4 +1,5 @@
 #include "ImportFixture.h"
+#include "support/CaseFile.h"
 
 #include <QFile>
 
@@ -9,6 +10,17 @@ using namespace Qt::StringLiterals;
 using Result = ConfigImport::Result;
 const QString kHeader = u"TD0STAMM300.DAT"_s;
 const QStringList kWrongStructure = {u"Falsche Struktur der Konfigura-|tion!|"_s};
+
+// The cases of one kind in data/config.txt.
+QList<Case> casesOf(const QByteArray& kind)
+{
+    QList<Case> cases;
+    for (const Case& c : readCases(u"masterdata/data/config.txt"_s)) {
+        if (c.fields[0] == kind)
+            cases << c;
+    }
+    return cases;
+}
 
 using ConfigImportTest = ImportFixture;
 
@@ -34,11 +46,8 @@ TEST_F(ConfigImportTest, HeaderOnlyLoadsEmptyMasterDataAndAMissingFileChangesNot
 TEST_F(ConfigImportTest, WrongFirstLineDeletesMasterDataOnly)
 {
     QByteArrayList files{QByteArray()};
-    for (const char* line :
-         {"", "TD0STAMM300.DA", "TD0STAMM301.DAT", "td0STAMM300.DAT", "XD0STAMM300.DAT",
-          "TD0STAMM300XDAT", " TD0STAMM300.DAT", "a15FI \r\nTD0STAMM300.DAT"})
-        files << QByteArray(line) + "\r\n";
-    files << QByteArray("TD0STAMM300.DA\0T\r\n", 18);
+    for (const Case& c : casesOf("first"))
+        files << c.fields[1];
     for (const QByteArray& bytes : files) {
         SCOPED_TRACE(bytes.toStdString());
         ASSERT_EQ(import(QStringList{kHeader, "a15FI ", "30E08 09  8"}), Result::Loaded);
@@ -83,19 +92,15 @@ TEST_F(ConfigImportTest, RowsOfEveryKind)
 // Single precision times 100, widened, plus 0.5, truncated; each "40F" record starts afresh.
 TEST_F(ConfigImportTest, TariffVolumes)
 {
-    const std::pair<const char*, int> cases[] = {
-        {"  1.005", 101}, {"  12.34", 1234}, {"  0.125", 13},     {"      1", 100},  {"0.00499", 0},
-        {"  0.005", 1},   {"  -0.45", -44},  {"9999.99", 999999}, {"       ", 0},    {"  abc  ", 0},
-        {"  1,5  ", 100}, {"  2.5x ", 250},  {"    nan", 0},      {" 1e2   ", 10000}};
+    const QList<Case> cases = casesOf("volume");
     QStringList lines{kHeader};
-    for (const auto& [column, volume] : cases)
-        lines << u"40FT000108"_s + QLatin1StringView(column);
+    for (const Case& c : cases)
+        lines << u"40FT000108"_s + c.text(1);
     ASSERT_EQ(import(lines), Result::Loaded);
     const QStringList stored = rows();
-    ASSERT_EQ(stored.size(), qsizetype(std::size(cases)));
-    for (size_t i = 0; i < std::size(cases); ++i)
-        EXPECT_EQ(stored[qsizetype(i)].section(u'|', 6, 6).toInt(), cases[i].second)
-            << cases[i].first;
+    ASSERT_EQ(stored.size(), cases.size());
+    for (qsizetype i = 0; i < cases.size(); ++i)
+        EXPECT_EQ(stored[i].section(u'|', 6, 6), cases[i].text(2)) << cases[i].where().constData();
 }
 
 TEST_F(ConfigImportTest, SettingsRecordsFillTheirNumberedEntries)
