@@ -124,33 +124,13 @@ TEST(TariffAssignment, NewRowIsStoredLikeAnImportedOne)
               QStringList{"0|3||text|0|0|0|null|null|WR03    |FI |FI02 "});
 }
 
-struct OpenCase {
-    const char* name;
-    const char* region; // nullptr: all regions
-    QStringList history;
-    int rows;
-};
-
-const OpenCase kOpenCases[] = {
-    {"AllByRegionThenId",
-     nullptr,
-     {"WR01        TA    FI02 ", "WR02        FI    FI02 ", "WR03        KI    KI01 "},
-     6},
-    {"OneRegionById",
-     "WR01",
-     {"WR01        BU    BU01 ", "WR01        FI    FI01 ", "WR01        TA    FI02 "},
-     3},
-    {"OneRowLeavesUpperLinesEmpty", "WR02", {"", "", "WR02        FI    FI02 "}, 1},
-    {"RegionAsTypedWithBlanks", "WR02  ", {"", "", "WR02        FI    FI02 "}, 1},
-    {"RegionWithAQuoteIsBound", "O'W", {"", "", "O'W         TA    FI01 "}, 1},
-    {"RegionWithoutRows", "WR09", {"", "", ""}, 0},
-    {"QuoteThatWouldEndTheText", "' OR '1'='1", {"", "", ""}, 0},
-};
-
+// The rows an opening shows: one case a line of data/tariff_assignment_opens.txt.
 TEST(TariffAssignment, CursorStandsOnAnEmptyRowAfterTheLast)
 {
-    for (const OpenCase& c : kOpenCases) {
-        SCOPED_TRACE(c.name);
+    for (const test::Case& c : test::readCases("workflow/data/tariff_assignment_opens.txt")) {
+        SCOPED_TRACE(c.where().constData());
+        const bool all = c.text(0) == u"*";
+        const int rows = c.text(2).toInt();
         Device d;
         d.add({
             {0, "WR02", "FI", "FI02"},
@@ -163,14 +143,14 @@ TEST(TariffAssignment, CursorStandsOnAnEmptyRowAfterTheLast)
         // Other record kinds with a region of the same name stay out.
         d.add({6, "WR02", "TA", "FI01"}, schema::SpeciesVolumeRow);
 
-        ASSERT_TRUE(c.region ? d.logic->openRegion(text(c.region)) : d.logic->openAll());
-        EXPECT_EQ(d.logic->regionOnly(), c.region != nullptr);
-        EXPECT_EQ(d.logic->rowCount(), c.rows);
+        ASSERT_TRUE(all ? d.logic->openAll() : d.logic->openRegion(c.text(0)));
+        EXPECT_EQ(d.logic->regionOnly(), !all);
+        EXPECT_EQ(d.logic->rowCount(), rows);
         EXPECT_TRUE(d.logic->onNewRow());
-        EXPECT_EQ(d.logic->position(), c.rows);
+        EXPECT_EQ(d.logic->position(), rows);
         EXPECT_EQ(d.logic->editLine(), TariffRow{});
         EXPECT_FALSE(d.logic->changed());
-        EXPECT_EQ(d.history(), c.history);
+        EXPECT_EQ(d.history().join(u'|'), c.text(1));
         EXPECT_TRUE(d.dialogs.asked().isEmpty());
     }
 }
@@ -216,81 +196,44 @@ const std::vector<Stored> kFive = {
     {13, "A1", "TA", "FI02"}, {14, "A2", "TA", "BU01"},
 };
 
-struct BrowseCase {
-    const char* name;
-    int startUps;    // up moves before the case, none of them on a changed row
-    TariffRow typed; // typed on the current row; empty: nothing typed
-    int step;        // -1 up, +1 down
-    Answer answer;   // to "Abspeichern?"; None: no question expected
-    bool moved;
-    int position;
-    const char* shown; // edit line afterwards
-    QStringList history;
-    QStringList changedRows; // assignment rows that differ from kFive afterwards
-};
-
-const QString kA1Fi = QStringLiteral("A1          FI    FI01 ");
-const QString kA1Ta = QStringLiteral("A1          TA    FI02 ");
-const QString kA2Fi = QStringLiteral("A2          FI    FI01 ");
-const QString kA2Ta = QStringLiteral("A2          TA    BU01 ");
-const QString kA3Fi = QStringLiteral("A3          FI    FI02 ");
-
-// clang-format off
-const BrowseCase kBrowseCases[] = {
-    {"UpFromTheNewRowShowsTheLast", 0, {}, -1, {}, true, 4, "A3/FI/FI02", {kA1Ta, kA2Fi, kA2Ta}, {}},
-    {"UpAgainShiftsTheHistory", 1, {}, -1, {}, true, 3, "A2/TA/BU01", {kA1Fi, kA1Ta, kA2Fi}, {}},
-    {"NearTheTopLinesStayEmpty", 3, {}, -1, {}, true, 1, "A1/TA/FI02", {"", "", kA1Fi}, {}},
-    {"FirstRowHasNoPrevious", 5, {}, -1, {}, false, 0, "A1/FI/FI01", {"", "", ""}, {}},
-    {"DownFromTheLastIsTheNewRow", 1, {}, +1, {}, true, 5, "//", {kA2Fi, kA2Ta, kA3Fi}, {}},
-    {"NothingAfterTheNewRow", 0, {}, +1, {}, false, 5, "//", {kA2Fi, kA2Ta, kA3Fi}, {}},
-    {"ChangedRowAnsweredNoIsDropped", 2, row("A2", "TA", "FI01"), -1, Answer::No, true, 2,
-     "A2/FI/FI01", {"", kA1Fi, kA1Ta}, {}},
-    {"ChangedRowAnsweredYesIsSaved", 2, row("A2", "TA", "FI01"), -1, Answer::Yes, true, 2,
-     "A2/FI/FI01", {"", kA1Fi, kA1Ta}, {"14|A2      |TA |FI01 "}},
-    {"FailedSaveKeepsThePlace", 2, row("A2", "FI", "FI02"), +1, Answer::Yes, false, 3,
-     "A2/FI/FI02", {kA1Fi, kA1Ta, kA2Fi}, {}},
-    {"NewRowSavedOnTheWayUp", 0, row("A4", "BU", "BU01"), -1, Answer::Yes, true, 4,
-     "A3/FI/FI02", {kA1Ta, kA2Fi, kA2Ta}, {"15|A4      |BU |BU01 "}},
-    {"NewRowDroppedOnTheWayUp", 0, row("A4", "BU", "BU01"), -1, Answer::No, true, 4,
-     "A3/FI/FI02", {kA1Ta, kA2Fi, kA2Ta}, {}},
-};
-// clang-format on
-
+// One move a line of data/tariff_assignment_moves.txt.
 TEST(TariffAssignment, MovesOfferAChangedRowForSaving)
 {
-    for (const BrowseCase& c : kBrowseCases) {
-        SCOPED_TRACE(c.name);
+    for (const test::Case& c : test::readCases("workflow/data/tariff_assignment_moves.txt")) {
+        SCOPED_TRACE(c.where().constData());
         Device d;
         for (const Stored& s : kFive)
             d.add(s);
         ASSERT_TRUE(d.logic->openAll());
-        for (int i = 0; i < c.startUps; ++i)
+        for (int i = 0; i < c.text(0).toInt(); ++i)
             ASSERT_TRUE(d.logic->moveUp());
-        if (c.typed != TariffRow{})
-            d.logic->setEditLine(c.typed);
+        if (c.text(1) != u"-") {
+            const QStringList typed = c.text(1).split(u'/');
+            d.logic->setEditLine({typed.value(0), typed.value(1), typed.value(2)});
+        }
         const QStringList before = d.stored();
         d.dialogs.clear();
-        if (c.answer != Answer::None)
-            d.dialogs.answerNext(c.answer);
+        test::answerNext(d.dialogs, c.text(3));
 
-        EXPECT_EQ(c.step < 0 ? d.logic->moveUp() : d.logic->moveDown(), c.moved);
+        EXPECT_EQ(c.text(2) == u"up" ? d.logic->moveUp() : d.logic->moveDown(),
+                  c.text(4) == u"yes");
 
         QStringList questions;
         for (const QString& m : d.dialogs.asked()) {
             if (m.startsWith(QStringLiteral("Abspeichern?")))
                 questions << m;
         }
-        EXPECT_EQ(questions.size(), c.answer != Answer::None ? 1 : 0);
+        EXPECT_EQ(questions.size(), c.text(3) != u"-" ? 1 : 0);
         EXPECT_EQ(d.dialogs.pendingAnswers(), 0u);
-        EXPECT_EQ(d.logic->position(), c.position);
-        EXPECT_EQ(str(d.logic->editLine()), c.shown);
-        EXPECT_EQ(d.history(), c.history);
+        EXPECT_EQ(d.logic->position(), c.text(8).toInt());
+        EXPECT_EQ(str(d.logic->editLine()), str(c.text(5)));
+        EXPECT_EQ(d.history().join(u'|'), c.text(6));
         QStringList changed;
         for (const QString& s : d.stored()) {
             if (!before.contains(s))
                 changed << s;
         }
-        EXPECT_EQ(changed, c.changedRows);
+        EXPECT_EQ(changed, test::messagesIn(c.text(7)));
     }
 }
 
