@@ -101,15 +101,11 @@ TEST_F(ListFileExportTest, ShowsTheProgressWindowPerFile)
         else
             seen << QStringLiteral("other ") + m.lines.join(u'|');
     }
-    const auto file = [](const char* name) {
-        return QStringList{"info 5 Datenübertragung wird|vorbereitet...|" + QString::fromUtf8(name),
-                           "0",
-                           "10",
-                           "40",
-                           "60",
-                           "70",
-                           "90",
-                           "info 0 ||"};
+    // Per file: the window with its name, the progress steps, the window hidden.
+    const QStringList steps{"0", "10", "40", "60", "70", "90", "info 0 ||"};
+    const auto file = [&](const char* name) {
+        return QStringList{"info 5 Datenübertragung wird|vorbereitet...|" + QString::fromUtf8(name)}
+               + steps;
     };
     EXPECT_EQ(seen, file("A1      .DAT") + file("B2      .DAT"));
 }
