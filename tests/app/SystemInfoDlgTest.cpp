@@ -2,6 +2,7 @@
 // the clock that runs only while it is shown, and the way back.
 #include "app/SystemInfoDlg.h"
 #include "app/ProgramFixture.h"
+#include "support/CaseFile.h"
 
 #include <QFontMetrics>
 #include <QProgressBar>
@@ -28,34 +29,23 @@ struct InfoProgram : Program {
     SystemInfoDlg* screen = find<SystemInfoDlg>();
 };
 
-struct ProfileCase {
-    const char* what;
-    const char* hardwareConf; // nullptr: an emulated device without hardware profile
-    const char* stateWord;
-    const char* capacity;
-    bool getac;
-    const char* shownWord; // nullptr: the bar shows
-    int percent;
-};
-
+// Which route a device takes is the device layer's; the screen shows a word or the bar.
 TEST(SystemInfoDlg, ShowsTheBatteryRouteOfTheDevice)
 {
-    // Which route a device takes is the device layer's; the screen shows a word or the bar.
-    const ProfileCase cases[] = {
-        {"getac", nullptr, nullptr, nullptr, true, "unbekannt", -1},
-        {"state word", "uni1=\\Windows\\uni1.state\n", "20", nullptr, false, "gut", -1},
-        {"capacity", "power_supply=\\sys\\BAT0\n", nullptr, "64", false, nullptr, 64},
-    };
-    for (const ProfileCase& c : cases) {
-        SCOPED_TRACE(c.what);
+    for (const Case& c : readCases(QStringLiteral("app/data/battery_routes.txt"))) {
+        SCOPED_TRACE(c.where().constData());
+        const auto given = [&](int field) {
+            return c.fields[field] != "-";
+        };
+        const bool getac = c.fields[4] == "1";
         InfoProgram program([&](const TempRoot& root) {
-            if (c.hardwareConf)
-                root.writeFile("Windows/hardware.conf", c.hardwareConf);
-            if (c.stateWord)
-                root.writeFile("Windows/uni1.state", c.stateWord);
-            if (c.capacity)
-                root.writeFile("sys/BAT0/capacity", c.capacity);
-            if (c.getac)
+            const char* files[] = {"Windows/hardware.conf", "Windows/uni1.state",
+                                   "sys/BAT0/capacity"};
+            for (int field = 1; field <= 3; ++field) {
+                if (given(field))
+                    root.writeFile(QLatin1StringView(files[field - 1]), c.fields[field]);
+            }
+            if (getac)
                 root.writeFile("Windows/externapi.dll", "MZ");
         });
         ASSERT_NE(program.screen, nullptr);
@@ -66,15 +56,15 @@ TEST(SystemInfoDlg, ShowsTheBatteryRouteOfTheDevice)
         EXPECT_FALSE(program.app.mainMenu()->isVisible());
         EXPECT_EQ(program.text("title"), QStringLiteral("Systeminfo"));
         EXPECT_EQ(program.text("version"), QStringLiteral("Brovanterfassung V3.03t"));
-        EXPECT_EQ(program.text("hardware") == QStringLiteral("Getac"), c.getac);
+        EXPECT_EQ(program.text("hardware") == QStringLiteral("Getac"), getac);
         EXPECT_FALSE(program.text("hardware").isEmpty());
 
-        EXPECT_EQ(program.stateWord()->isVisible(), c.shownWord != nullptr);
-        EXPECT_EQ(program.bar()->isVisible(), c.shownWord == nullptr);
-        if (c.shownWord)
-            EXPECT_EQ(program.stateWord()->text(), QString::fromUtf8(c.shownWord));
+        EXPECT_EQ(program.stateWord()->isVisible(), given(5));
+        EXPECT_EQ(program.bar()->isVisible(), !given(5));
+        if (given(5))
+            EXPECT_EQ(program.stateWord()->text(), c.text(5));
         else
-            EXPECT_EQ(program.bar()->value(), c.percent);
+            EXPECT_EQ(program.bar()->value(), c.fields[6].toInt());
 
         // Every line fits the 240 pixels of the screen.
         for (const QLabel* label : program.screen->findChildren<QLabel*>()) {
@@ -134,15 +124,10 @@ TEST(SystemInfoDlg, ClockAndBatteryRunOnlyWhileShown)
 
 TEST(SystemInfoDlg, BuildLineShowsTheCompileDateTheGermanWay)
 {
-    const std::pair<const char*, const char*> table[] = {
-        {"May  4 2026", "Version 3.3.0 vom 04.05.2026"},
-        {"Jan 10 2030", "Version 3.3.0 vom 10.01.2030"},
-        {"??? ?? ????", "Version 3.3.0 vom ??? ?? ????"},
-    };
-    for (const auto& [compiled, line] : table)
-        EXPECT_EQ(SystemInfoDlg::buildLine(QStringLiteral("3.3.0"), compiled),
-                  QString::fromLatin1(line))
-            << compiled;
+    for (const Case& c : readCases(QStringLiteral("app/data/build_lines.txt")))
+        EXPECT_EQ(SystemInfoDlg::buildLine(QStringLiteral("3.3.0"), c.fields[0].constData()),
+                  c.text(1))
+            << c.where().constData();
 }
 
 } // namespace
