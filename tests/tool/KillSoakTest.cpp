@@ -66,6 +66,11 @@ struct Latest {
     }
 };
 
+// The lists and their trees, as a backup or a restore must keep them.
+const std::vector<const char*> kListsAndTrees = {
+    "SELECT ID_FILE, LISTE_NR, REGION_A, KOR_FAKTOR_N FROM Brov_Kopfdaten ORDER BY rowid",
+    "SELECT * FROM Brov_Holzdaten ORDER BY rowid"};
+
 // One kind of work the tool is killed in, on a device root of its own.
 class Activity {
 public:
@@ -128,9 +133,8 @@ protected:
     }
 
     // The backups in \Brovant\Save: every one whole and sound, with one of `fingerprints` as its
-    // content. Leftovers of a copy in progress are fine, anything else in the folder is not.
-    std::string checkBackups(const std::vector<const char*>& contents,
-                             const QSet<QByteArray>& fingerprints)
+    // lists and trees. Leftovers of a copy in progress are fine, any other file is not.
+    std::string checkBackups(const QSet<QByteArray>& fingerprints)
     {
         static const QRegularExpression backup(QStringLiteral("^\\d{4}_(Auto|Manu)\\.cdb$"));
         static const QRegularExpression partial(QStringLiteral("^\\d{4}_(Auto|Manu)\\.cdb\\.tmp$"));
@@ -153,7 +157,7 @@ protected:
             const DbCopy copy(folder + u'/' + name, m_scratch, QStringLiteral("backup.cdb"));
             if (const std::string error = copy.integrity(); !error.empty())
                 return "backup " + name.toStdString() + " damaged: " + error;
-            if (!fingerprints.contains(copy.fingerprint(contents)))
+            if (!fingerprints.contains(copy.fingerprint(kListsAndTrees)))
                 return "backup " + name.toStdString() + " holds lists it never had";
             m_checkedBackups[name] = hash;
         }
@@ -168,10 +172,6 @@ protected:
     QString m_scratch;
     QMap<QString, QByteArray> m_checkedBackups;
 };
-
-const char* const kListsSql =
-    "SELECT ID_FILE, LISTE_NR, REGION_A, KOR_FAKTOR_N FROM Brov_Kopfdaten ORDER BY rowid";
-const char* const kTreesSql = "SELECT * FROM Brov_Holzdaten ORDER BY rowid";
 
 // Trees saved one after the other, as a forester tallies them.
 class TallyActivity final : public Activity {
@@ -243,10 +243,7 @@ public:
                 return "saved tree is not the one asked for: " + added[i].toStdString();
         }
         touched(run, !added.isEmpty());
-        if (db.single(QStringLiteral("SELECT COUNT(*) FROM Brov_Holzdaten WHERE ID_FILE <> ?"),
-                      {m_listId})
-                .toLongLong()
-            != m_otherTrees)
+        if (otherTrees(db) != m_otherTrees)
             return "trees of other lists changed";
         m_before = rows;
         return {};
@@ -269,11 +266,15 @@ private:
         if (m_listId <= 0)
             return "list " + m_list.toStdString() + " not found";
         m_before = db->rows(QString::fromLatin1(kTreeLinesSql), {m_listId});
-        m_otherTrees = db->single(QStringLiteral("SELECT COUNT(*) FROM Brov_Holzdaten WHERE "
-                                                 "ID_FILE <> ?"),
-                                  {m_listId})
-                           .toLongLong();
+        m_otherTrees = otherTrees(*db);
         return {};
+    }
+    qint64 otherTrees(const DbCopy& db) const
+    {
+        return db
+            .single(QStringLiteral("SELECT COUNT(*) FROM Brov_Holzdaten WHERE ID_FILE <> ?"),
+                    {m_listId})
+            .toLongLong();
     }
 
     QString m_list = QStringLiteral("T1");
@@ -589,7 +590,7 @@ public:
             return "cannot write " + file.toStdString();
         if (std::string error = run({"tally", "T1", "--trees", file}); !error.empty())
             return error;
-        m_lists = openDatabase()->fingerprint({kListsSql, kTreesSql});
+        m_lists = openDatabase()->fingerprint(kListsAndTrees);
         return {};
     }
 
@@ -602,9 +603,9 @@ public:
 
     std::string check(const KillRun& run, const DbCopy& db) override
     {
-        if (db.fingerprint({kListsSql, kTreesSql}) != m_lists)
+        if (db.fingerprint(kListsAndTrees) != m_lists)
             return "the backup changed the lists";
-        if (std::string error = checkBackups({kListsSql, kTreesSql}, {m_lists}); !error.empty())
+        if (std::string error = checkBackups({m_lists}); !error.empty())
             return error;
         touched(run, backupFiles() != m_before);
         if (!run.hit) {
@@ -628,16 +629,14 @@ public:
 
     std::string setUp() override
     {
+        const QStringList tree = {"tally", "T1", "--species", "BU", "--tarif", "BU01", "--bhd"};
         for (int i = 0; i < 2; ++i) {
-            for (const char* bhd : {"25", "52"}) {
-                if (std::string error =
-                        run({"tally", "T1", "--bhd", bhd, "--species", "BU", "--tarif", "BU01"});
-                    !error.empty())
+            for (const QStringList& step :
+                 {tree + QStringList{"25"}, tree + QStringList{"52"}, {"backup", "--manual"}}) {
+                if (std::string error = run(step); !error.empty())
                     return error;
             }
-            if (std::string error = run({"backup", "--manual"}); !error.empty())
-                return error;
-            m_fingerprints[i] = openDatabase()->fingerprint({kListsSql, kTreesSql});
+            m_fingerprints[i] = openDatabase()->fingerprint(kListsAndTrees);
             m_backups[i] = readAll(backupPath(i));
             if (m_backups[i].isEmpty())
                 return "no backup " + backupPath(i).toStdString();
@@ -656,7 +655,7 @@ public:
     std::string check(const KillRun& run, const DbCopy& db) override
     {
         const int target = 1 - m_current;
-        const QByteArray now = db.fingerprint({kListsSql, kTreesSql});
+        const QByteArray now = db.fingerprint(kListsAndTrees);
         if (now != m_fingerprints[m_current] && now != m_fingerprints[target])
             return "database is neither the old nor the restored one";
         if (!run.hit && (run.status != 0 || now != m_fingerprints[target]))
@@ -665,8 +664,7 @@ public:
             if (readAll(backupPath(i)) != m_backups[i])
                 return "the restored backup changed: " + backupPath(i).toStdString();
         }
-        if (std::string error =
-                checkBackups({kListsSql, kTreesSql}, {m_fingerprints[0], m_fingerprints[1]});
+        if (std::string error = checkBackups({m_fingerprints[0], m_fingerprints[1]});
             !error.empty())
             return error;
         touched(run, now != m_fingerprints[m_current] || backupFiles() != m_before
