@@ -2,6 +2,7 @@
 #include "data/DataTestSupport.h"
 #include "data/Schema.h"
 #include "platform/DeviceRoot.h"
+#include "support/CaseFile.h"
 
 #include <QDirIterator>
 #include <QMap>
@@ -61,24 +62,13 @@ bool prepare(const DatabaseRoot& dir, const QString& what)
 
 TEST(StructureCheck, VerdictLeavesTheFileAloneAndRecreateStartsAnEmptyDatabase)
 {
-    const std::pair<const char*, Verdict> cases[] = {
-        {"missing", Verdict::Missing},
-        {"db:T00300", Verdict::Accepted},
-        {"db:T00200,T00300", Verdict::Accepted},
-        {"db:T00200", Verdict::Foreign},
-        {"db:t00300", Verdict::Foreign},
-        {"db:", Verdict::Foreign},
-        {"sql:CREATE TABLE Brov_Kopfdaten (ID_FILE INTEGER)", Verdict::Foreign},
-        {"sql:CREATE TABLE Struktur (VERSION TEXT); INSERT INTO Struktur VALUES ('T00300')",
-         Verdict::Foreign},
-        {"bytes:", Verdict::Foreign},
-        {"bytes:STRUKTUR\r\nT00300\r\n", Verdict::Foreign},
-        {"junk", Verdict::Foreign},
-        {"folder", Verdict::Foreign}};
-    for (const auto& [what, verdict] : cases) {
-        SCOPED_TRACE(what);
+    for (const test::Case& c : test::readCases(QStringLiteral("data/data/structure.txt"))) {
+        SCOPED_TRACE(c.where().constData());
+        const Verdict verdict = c.fields[1] == "missing"    ? Verdict::Missing
+                                : c.fields[1] == "accepted" ? Verdict::Accepted
+                                                            : Verdict::Foreign;
         DatabaseRoot dir;
-        ASSERT_TRUE(prepare(dir, QString::fromUtf8(what)));
+        ASSERT_TRUE(prepare(dir, c.text(0)));
         const auto before = snapshot(dir);
         EXPECT_EQ(int(StructureCheck::inspect(dir.file)), int(verdict));
         EXPECT_EQ(snapshot(dir), before);
