@@ -1,6 +1,7 @@
 #include "app/TariffAssignmentDlg.h"
 #include "app/KeyTables.h"
 #include "app/ProgramFixture.h"
+#include "support/CaseFile.h"
 
 #include <QFontInfo>
 
@@ -23,11 +24,11 @@ struct TariffProgram : Program {
     }
     QString label(const char* name) { return Program::label(QLatin1StringView(name), screen); }
     // TARIF of the assignment rows of a region and species, as stored.
-    QStringList stored(const char* region, const char* species)
+    QStringList stored(const QString& region, const QString& species)
     {
         return rows(QStringLiteral("SELECT TARIF FROM Brov_Einstellungen WHERE ID_TYPE = 3 AND "
                                    "rtrim(REGION_A) = '%1' AND rtrim(BAUMART) = '%2'")
-                        .arg(text(region), text(species)));
+                        .arg(region, species));
     }
     int assignments()
     {
@@ -38,28 +39,16 @@ struct TariffProgram : Program {
 
 TEST(TariffAssignmentDlg, OpensOnAnEmptyLineBelowThePrecedingRows)
 {
-    struct Case {
-        const char* region; // nullptr: all regions
-        const char* title;
-        QStringList history;
-    } const cases[] = {
-        {nullptr,
-         "Tarif-Zuordnung",
-         {"WR02        PA    ALN01", "WR02        WEI   ALN01", "WR02        UL    ALH01"}},
-        {"RHEINEB",
-         "Tarif-Zuordnung: RHEINEB",
-         {"RHEINEB     WEI   ALN01", "RHEINEB     UL    ALH01", "RHEINEB     SKI   KI02 "}},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.title);
+    for (const Case& c : readCases(QStringLiteral("app/data/tariff_openings.txt"))) {
+        SCOPED_TRACE(c.where().constData());
         TariffProgram p;
-        if (c.region)
-            p.screen->openRegion(text(c.region));
+        if (c.fields[0] != "-")
+            p.screen->openRegion(c.text(0));
         else
             p.screen->openAll();
         ASSERT_EQ(p.active(), p.screen);
-        EXPECT_EQ(str(p.label("title")), c.title);
-        EXPECT_EQ(p.history(), c.history);
+        EXPECT_EQ(p.label("title"), c.text(1));
+        EXPECT_EQ(p.history(), (QStringList{c.text(2), c.text(3), c.text(4)}));
         EXPECT_EQ(str(p.editLine()), "//");
         EXPECT_EQ(str(p.label("position")), "neu");
         EXPECT_EQ(QApplication::focusWidget(), p.edit("REGION_A"));
@@ -76,55 +65,39 @@ TEST(TariffAssignmentDlg, OpensOnAnEmptyLineBelowThePrecedingRows)
 // edit line (its checks are the logic's).
 TEST(TariffAssignmentDlg, CodesPickedOrTypedAreSaved)
 {
-    struct Case {
-        const char* name;
-        const char* region;
-        bool regionFromList;
-        const char* species; // always from the list
-        const char* tariff;
-        bool tariffFromList;
-        int saveKey;
-        bool saved;
-        QStringList stored; // TARIF of the region's rows of that species afterwards
-    } const cases[] = {
-        // clang-format off
-        {"all from lists, refused", "WR01", true, "FI", "FI02", true, Dlg::kSave, false, {"FI01 "}},
-        {"typed region, saved by Enter", "WR9", false, "TA", "TA01", true, KeypadScreen::kEnter,
-         true, {"TA01 "}},
-        {"typed tariff", "WR9", false, "FI", "FI01", false, Dlg::kSave, true, {"FI01 "}},
-        // clang-format on
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const Case& c : readCases(QStringLiteral("app/data/tariff_rows.txt"))) {
+        SCOPED_TRACE(c.where().constData());
+        const QString region = c.text(0), species = c.text(2), tariff = c.text(3);
+        const bool saved = c.fields[5] == "1";
         TariffProgram p;
         p.screen->openAll();
-        if (c.regionFromList) {
+        if (c.fields[1] == "list") {
             p.press(Dlg::kRegionKeys);
-            p.pick(text(c.region)); // moves on to the species list
+            p.pick(region); // moves on to the species list
         } else {
-            p.type(text(c.region));
+            p.type(region);
             p.press(Dlg::kSpeciesKeys);
         }
-        p.pick(text(c.species)); // moves on to the tariff list
+        p.pick(species); // moves on to the tariff list
         EXPECT_EQ(QApplication::focusWidget(), p.edit("TARIF"));
-        if (c.tariffFromList) {
-            p.pick(text(c.tariff));
+        if (c.fields[4] == "list") {
+            p.pick(tariff);
         } else {
             p.press(Dlg::kLetterKeys);
-            p.type(text(c.tariff));
+            p.type(tariff);
         }
         const QString typed = p.editLine();
-        EXPECT_EQ(typed, QStringLiteral("%1/%2/%3").arg(c.region, c.species, c.tariff));
-        p.press(c.saveKey);
+        EXPECT_EQ(typed, QStringLiteral("%1/%2/%3").arg(region, species, tariff));
+        p.press(c.fields[6] == "Enter" ? int(KeypadScreen::kEnter) : int(Dlg::kSave));
 
-        EXPECT_EQ(p.stored(c.region, c.species), c.stored);
-        EXPECT_EQ(p.dialogs.asked().size(), c.saved ? 0 : 1);
-        if (c.saved) {
+        EXPECT_EQ(p.stored(region, species), QStringList{c.text(7)});
+        EXPECT_EQ(p.dialogs.asked().size(), saved ? 0 : 1);
+        if (saved) {
             EXPECT_EQ(str(p.editLine()), "//");
             EXPECT_EQ(p.history().last(),
                       QStringLiteral("%1    %2   %3")
-                          .arg(text(c.region).leftJustified(8), text(c.species).leftJustified(3),
-                               text(c.tariff).leftJustified(5)));
+                          .arg(region.leftJustified(8), species.leftJustified(3),
+                               tariff.leftJustified(5)));
             EXPECT_EQ(QApplication::focusWidget(), p.edit("REGION_A"));
         } else {
             EXPECT_EQ(p.editLine(), typed);
