@@ -11,17 +11,6 @@ using Result = ConfigImport::Result;
 const QString kHeader = u"TD0STAMM300.DAT"_s;
 const QStringList kWrongStructure = {u"Falsche Struktur der Konfigura-|tion!|"_s};
 
-// The cases of one kind in data/config.txt.
-QList<Case> casesOf(const QByteArray& kind)
-{
-    QList<Case> cases;
-    for (const Case& c : readCases(u"masterdata/data/config.txt"_s)) {
-        if (c.fields[0] == kind)
-            cases << c;
-    }
-    return cases;
-}
-
 using ConfigImportTest = ImportFixture;
 
 TEST_F(ConfigImportTest, HeaderOnlyLoadsEmptyMasterDataAndAMissingFileChangesNothing)
@@ -46,8 +35,8 @@ TEST_F(ConfigImportTest, HeaderOnlyLoadsEmptyMasterDataAndAMissingFileChangesNot
 TEST_F(ConfigImportTest, WrongFirstLineDeletesMasterDataOnly)
 {
     QByteArrayList files{QByteArray()};
-    for (const Case& c : casesOf("first"))
-        files << c.fields[1];
+    for (const Case& c : readCases(u"masterdata/data/first_lines.txt"_s))
+        files << c.fields[0];
     for (const QByteArray& bytes : files) {
         SCOPED_TRACE(bytes.toStdString());
         ASSERT_EQ(import(QStringList{kHeader, "a15FI ", "30E08 09  8"}), Result::Loaded);
@@ -89,18 +78,18 @@ TEST_F(ConfigImportTest, RowsOfEveryKind)
     EXPECT_EQ(store().readInt(Setting::KonfigLoaded), 1);
 }
 
-// Single precision times 100, widened, plus 0.5, truncated; each "40F" record starts afresh.
+// The cases of data/tariff_volumes.txt, each record read afresh.
 TEST_F(ConfigImportTest, TariffVolumes)
 {
-    const QList<Case> cases = casesOf("volume");
+    const QList<Case> cases = readCases(u"masterdata/data/tariff_volumes.txt"_s);
     QStringList lines{kHeader};
     for (const Case& c : cases)
-        lines << u"40FT000108"_s + c.text(1);
+        lines << u"40FT000108"_s + c.text(0);
     ASSERT_EQ(import(lines), Result::Loaded);
     const QStringList stored = rows();
     ASSERT_EQ(stored.size(), cases.size());
     for (qsizetype i = 0; i < cases.size(); ++i)
-        EXPECT_EQ(stored[i].section(u'|', 6, 6), cases[i].text(2)) << cases[i].where().constData();
+        EXPECT_EQ(stored[i].section(u'|', 6, 6), cases[i].text(1)) << cases[i].where().constData();
 }
 
 TEST_F(ConfigImportTest, SettingsRecordsFillTheirNumberedEntries)
