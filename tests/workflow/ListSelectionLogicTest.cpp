@@ -22,18 +22,12 @@ struct ListSpec {
     int regions = 0;
 };
 
-class ListSelection : public ::testing::Test {
+class ListSelection : public ::testing::Test, protected test::OpenDevice {
 protected:
     ListSelection()
-        : session(root.path(), Database::Durability::Relaxed)
-        , clock(QDateTime(QDate(2026, 5, 4), QTime(7, 30, 0)))
-        , logic(session.root(), session.database(), session.store(), state, dialogs, clock, &host)
     {
-        EXPECT_NE(session.openDatabase(), DeviceSession::DatabaseState::Failed);
         session.store().writeText(Setting::KopfLabel, 0, QStringLiteral("Zusatz:             "));
     }
-
-    Database& db() { return session.database(); }
 
     void addList(const ListSpec& list)
     {
@@ -103,13 +97,9 @@ protected:
         logic.setSelectedRow(row);
     }
 
-    test::TempRoot root;
-    DeviceSession session;
-    AppState state;
-    ScriptedDialogs dialogs;
-    ManualClock clock;
+    ManualClock clock{QDateTime(QDate(2026, 5, 4), QTime(7, 30, 0))};
     test::Recorder host;
-    ListSelectionLogic logic;
+    ListSelectionLogic logic{session.root(), db(), session.store(), state, dialogs, clock, &host};
 };
 
 TEST_F(ListSelection, RowsInTableOrderWithTheirColumnTexts)
@@ -341,8 +331,8 @@ TEST_F(ListSelection, ModelListWithTheSelectedListsData)
     EXPECT_EQ(regionsOf(1), 3);
     EXPECT_EQ(treesOf(7), 0);
     EXPECT_EQ(count("SELECT COUNT(DISTINCT ID) FROM Brov_Region"), 7);
-    EXPECT_EQ(test::committedRows(db().file(), "SELECT BAUMART || TARIF || REGION_A FROM "
-                                               "Brov_Region WHERE ID_FILE = 7 ORDER BY rowid"),
+    EXPECT_EQ(committed("SELECT BAUMART || TARIF || REGION_A FROM "
+                        "Brov_Region WHERE ID_FILE = 7 ORDER BY rowid"),
               (QStringList{"B0T0WR1", "B1T1WR1", "B2T2WR1"}));
     // The rebuilt rows select the model list.
     EXPECT_EQ(logic.selectedRow(), 2);

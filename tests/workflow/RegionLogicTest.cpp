@@ -8,21 +8,14 @@ namespace {
 
 using Added = RegionLogic::Added;
 
-class Regions : public ::testing::Test {
+class Regions : public ::testing::Test, protected test::OpenDevice {
 protected:
     Regions()
-        : session(root.path(), Database::Durability::Relaxed)
-        , logic(session.database(), dialogs)
     {
-        EXPECT_NE(session.openDatabase(), DeviceSession::DatabaseState::Failed);
         int id = 0;
         for (const char* row : {"WR01    FI FI01 ", "WR02    FI FI02 ", "WR01    BU BU01 "})
-            test::ListBuilder(db()).row(schema::Einstellungen,
-                                        {{u"ID", ++id},
-                                         {u"ID_TYPE", schema::TariffAssignmentRow},
-                                         {u"REGION_A", QString::fromLatin1(row, 8)},
-                                         {u"BAUMART", QString::fromLatin1(row + 8, 3)},
-                                         {u"TARIF", QString::fromLatin1(row + 11, 5)}});
+            addMasterRow(++id, schema::TariffAssignmentRow, QString::fromLatin1(row, 8),
+                         QString::fromLatin1(row + 8, 3), QString::fromLatin1(row + 11, 5));
         for (int list : {1, 2})
             test::ListBuilder(db()).row(
                 schema::Kopfdaten,
@@ -33,12 +26,11 @@ protected:
             {{u"ID", 7}, {u"ID_FILE", 2}, {u"REGION_A", "WR01"}, {u"BAUMART", "FI"}});
     }
 
-    Database& db() { return session.database(); }
     // The committed region rows as "ID_FILE|REGION_A|BAUMART|TARIF".
     QStringList stored()
     {
-        return test::committedRows(db().file(), "SELECT ID_FILE, rtrim(REGION_A), rtrim(BAUMART), "
-                                                "rtrim(TARIF) FROM Brov_Region ORDER BY rowid");
+        return committed("SELECT ID_FILE, rtrim(REGION_A), rtrim(BAUMART), "
+                         "rtrim(TARIF) FROM Brov_Region ORDER BY rowid");
     }
     QStringList shown()
     {
@@ -48,10 +40,7 @@ protected:
         return out;
     }
 
-    test::TempRoot root;
-    DeviceSession session;
-    ScriptedDialogs dialogs;
-    RegionLogic logic;
+    RegionLogic logic{db(), dialogs};
 };
 
 TEST_F(Regions, AddChecksTheRegionAsTheListHeaderDoes)
@@ -89,8 +78,7 @@ TEST_F(Regions, AddChecksTheRegionAsTheListHeaderDoes)
     EXPECT_EQ(logic.listRegions(), (QStringList{"WR01", "WR02"}));
     EXPECT_EQ(stored(),
               (QStringList{"2|WR01|FI|", "1|WR01|FI|FI01", "1|WR01|BU|BU01", "1|WR02|FI|FI02"}));
-    EXPECT_EQ(test::committedRows(db().file(), "SELECT COUNT(DISTINCT ID) FROM Brov_Region"),
-              QStringList{"4"});
+    EXPECT_EQ(committed("SELECT COUNT(DISTINCT ID) FROM Brov_Region"), QStringList{"4"});
 }
 
 TEST_F(Regions, RemoveTakesTheRegionOfTheRowAfterTheQuestion)

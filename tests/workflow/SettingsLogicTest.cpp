@@ -8,13 +8,10 @@
 namespace brovant {
 namespace {
 
-class SettingsLogicTest : public ::testing::Test {
+class SettingsLogicTest : public ::testing::Test, protected test::OpenDevice {
 protected:
     SettingsLogicTest()
-        : session(root.path(), Database::Durability::Relaxed)
-        , logic(session, state, dialogs)
     {
-        EXPECT_NE(session.openDatabase(), DeviceSession::DatabaseState::Failed);
         QFile sample(QStringLiteral(BROVANT_SOURCE_DIR "/demo/passive.dtr"));
         EXPECT_TRUE(sample.open(QIODevice::ReadOnly));
         config = sample.readAll();
@@ -32,12 +29,8 @@ protected:
         return q.next() ? int(q.integer(0)) : -1;
     }
 
-    test::TempRoot root;
-    DeviceSession session;
-    AppState state;
-    ScriptedDialogs dialogs;
     test::Recorder host;
-    SettingsLogic logic;
+    SettingsLogic logic{session, state, dialogs};
     QByteArray config;
 };
 
