@@ -130,54 +130,29 @@ TEST(DeviceRoot, FindFiltersByKindAndSortsByName)
 
 TEST(DeviceRoot, RemoveMatchingRemovesFilesOnly)
 {
-    const QString all = "Import/B.DAT= Import/Folder.dat/inner.dat= Import/a.dat= Import/keep.txt= "
-                        "Import/long.dat=";
-    const std::tuple<const char*, int, QString> rows[] = {
-        {"\\Import\\*.dat", 3, "Import/Folder.dat/inner.dat= Import/keep.txt="},
-        {"\\IMPORT\\?.DAT", 2, "Import/Folder.dat/inner.dat= Import/keep.txt= Import/long.dat="},
-        {"\\Import\\*", 4, "Import/Folder.dat/inner.dat="},
-        {"\\Import\\none.*", 0, all},
-        {"\\Missing\\*.*", 0, all}};
-    for (const auto& [pattern, removed, left] : rows) {
+    for (const test::Case& c : casesOf("remove")) {
+        SCOPED_TRACE(c.where().constData());
         TempRoot root;
-        makeTree(root, all);
-        EXPECT_EQ(DeviceRoot(root.path()).removeMatching(pattern), removed) << pattern;
-        EXPECT_EQ(filesBelow(root.path()), left) << pattern;
+        makeTree(root, "Import/B.DAT= Import/Folder.dat/inner.dat= Import/a.dat= Import/keep.txt= "
+                       "Import/long.dat=");
+        EXPECT_EQ(DeviceRoot(root.path()).removeMatching(c.text(1)), c.text(2).toInt());
+        EXPECT_EQ(filesBelow(root.path()), c.text(3));
     }
 }
 
 TEST(DeviceRoot, CopyAndMoveReplaceAtomicallyOrLeaveNothing)
 {
     const QString tree = "Export/Folder/inner=I Export/old.dat=OLD Import/a.dat=AAA";
-    // Copy ('C' replacing) or move ('m'), the files after it: "" fails, "=" succeeds unchanged.
-    std::vector<std::tuple<char, const char*, const char*, const char*>> rows = {
-        {'c', "\\Import\\a.dat", "\\Export\\a.dat",
-         "Export/Folder/inner=I Export/a.dat=AAA Export/old.dat=OLD Import/a.dat=AAA"},
-        {'c', "\\Import\\a.dat", "\\Export\\old.dat", ""},
-        {'C', "\\import\\A.DAT", "\\EXPORT\\Old.DAT",
-         "Export/Folder/inner=I Export/old.dat=AAA Import/a.dat=AAA"},
-        {'C', "\\Import\\a.dat", "\\Import\\a.dat", "="},
-        {'C', "\\Import\\a.dat", "\\IMPORT\\A.dat", "="},
-        {'c', "\\Import\\a.dat", "\\Import\\a.dat", ""},
-        {'m', "\\Import\\a.dat", "\\Export\\new.dat",
-         "Export/Folder/inner=I Export/new.dat=AAA Export/old.dat=OLD"},
-        {'m', "\\IMPORT\\A.DAT", "\\export\\OLD.dat", "Export/Folder/inner=I Export/old.dat=AAA"},
-        {'m', "\\Import\\a.dat", "\\import\\A.DAT", "="}};
-    for (const char op : {'C', 'm'}) {
-        for (const auto& [from, to] : {std::pair("\\Import\\none.dat", "\\Export\\none.dat"),
-                                       std::pair("\\Import\\a.dat", "\\Nowhere\\a.dat"),
-                                       std::pair("\\Export\\Folder", "\\Import\\Folder"),
-                                       std::pair("\\Import\\a.dat", "\\Export\\folder")})
-            rows.emplace_back(op, from, to, "");
-    }
-    for (const auto& [op, from, to, after] : rows) {
-        SCOPED_TRACE(std::string(1, op) + " " + from + " -> " + to);
+    for (const test::Case& c : casesOf("transfer")) {
+        SCOPED_TRACE(c.where().constData());
         TempRoot root;
         makeTree(root, tree);
         const DeviceRoot device(root.path());
-        EXPECT_EQ(op == 'm' ? device.moveFile(from, to) : device.copyFile(from, to, op == 'C'),
-                  *after != 0);
-        EXPECT_EQ(filesBelow(root.path()), *after && *after != '=' ? QString(after) : tree);
+        const QString from = c.text(2), to = c.text(3), after = c.text(4);
+        EXPECT_EQ(c.fields[1] == "move" ? device.moveFile(from, to)
+                                        : device.copyFile(from, to, c.fields[1] == "replace"),
+                  after != u"fails");
+        EXPECT_EQ(filesBelow(root.path()), after == u"fails" || after == u"same" ? tree : after);
     }
 }
 
