@@ -2,6 +2,7 @@
 // device family told by its files.
 #include "masterdata/DeviceSession.h"
 #include "support/TempRoot.h"
+#include "tool/CommandCases.h"
 #include "tool/ToolRun.h"
 
 #include <QDir>
@@ -9,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <map>
 
 namespace brovant::test {
 namespace {
@@ -35,62 +37,37 @@ TEST(ToolBackup, BackupListRestore)
         EXPECT_EQ(sqlRows(database, "INSERT INTO Brov_Holzdaten (ID, ID_FILE) VALUES (1, 1)"),
                   QStringList());
     };
-    const auto foreign = [&] {
-        root.writeFile(QStringLiteral("Brovant/Save/0009_Manu.cdb"), "no database");
+    const std::map<QString, std::function<void()>> before = {
+        {"init",
+         [&] {
+             EXPECT_EQ(tool(root.path(), {"init"}).status, 0);
+             addTree();
+         }},
+        {"tree", addTree},
+        {"stamp",
+         [&] {
+             setTime(save + QStringLiteral("0001_Manu.cdb"),
+                     QDateTime(QDate(2026, 5, 4), QTime(9, 7)));
+             setTime(save + QStringLiteral("0002_Auto.cdb"),
+                     QDateTime(QDate(2026, 5, 4), QTime(12, 30)));
+         }},
+        {"foreign",
+         [&] {
+             root.writeFile(QStringLiteral("Brovant/Save/0009_Manu.cdb"), "no database");
+         }},
     };
-    const auto stamp = [&] {
-        setTime(save + QStringLiteral("0001_Manu.cdb"), QDateTime(QDate(2026, 5, 4), QTime(9, 7)));
-        setTime(save + QStringLiteral("0002_Auto.cdb"),
-                QDateTime(QDate(2026, 5, 4), QTime(12, 30)));
-    };
-    struct Step {
-        const char* name;
-        std::function<void()> before;
+    for (const Case& step : readCases(QStringLiteral("tool/data/backups.txt"))) {
+        SCOPED_TRACE(step.where().toStdString());
+        if (!step.text(0).isEmpty())
+            before.at(step.text(0))();
         QStringList args;
-        int status;
-        QString out;
-        QString err; // contained in standard error
-        int trees;   // in the database afterwards
-    };
-    const auto init = [&] {
-        EXPECT_EQ(tool(root.path(), {"init"}).status, 0);
-        addTree();
-    };
-    const QString noDatabase = QStringLiteral("Datensicherung ist keine\ngültige Datenbank!\n");
-    const Step steps[] = {
-        {"first backup is manual", init, {"backup"}, 0, "\\Brovant\\Save\\0001_Manu.cdb\n", "", 1},
-        {"automatic", addTree, {"backup", "--auto"}, 0, "\\Brovant\\Save\\0002_Auto.cdb\n", "", 2},
-        {"both kinds at once", {}, {"backup", "--auto", "--manual"}, 2, "", "nicht beides", 2},
-        {"listed as on the screen",
-         stamp,
-         {"backups"},
-         0,
-         "0001_Manu.cdb 04.05.2026, 09:07\n0002_Auto.cdb 04.05.2026, 12:30\n",
-         "",
-         2},
-        {"options only for backup", {}, {"backups", "--manual"}, 2, "", "nur für backup", 2},
-        {"restore the first", {}, {"restore", "0001_Manu.cdb"}, 0, "", "", 1},
-        {"a name that is no backup",
-         {},
-         {"restore", "../Brovant.cdb"},
-         1,
-         "",
-         "Fehler beim Wiederherstellen!\n",
-         1},
-        {"a file that is no database", foreign, {"restore", "0009_Manu.cdb"}, 1, "", noDatabase, 1},
-    };
-    for (const Step& step : steps) {
-        SCOPED_TRACE(step.name);
-        if (step.before)
-            step.before();
-        const ToolRun r = tool(root.path(), step.args);
-        EXPECT_EQ(r.status, step.status) << r.err.toStdString();
-        EXPECT_EQ(r.out, step.out);
-        if (step.err.isEmpty())
-            EXPECT_EQ(r.err, QString());
-        else
-            EXPECT_TRUE(r.err.contains(step.err)) << r.err.toStdString();
-        EXPECT_EQ(trees(database), QString::number(step.trees));
+        for (qsizetype i = 5; i < step.fields.size(); ++i)
+            args << step.text(i);
+        const ToolRun r = tool(root.path(), args);
+        EXPECT_EQ(r.status, step.text(1).toInt()) << r.err.toStdString();
+        EXPECT_TRUE(outputMatches(r.out, step.text(2))) << r.out.toStdString();
+        EXPECT_TRUE(outputMatches(r.err, step.text(3))) << r.err.toStdString();
+        EXPECT_EQ(trees(database), step.text(4));
     }
     // The restore kept the state before it as the next automatic backup.
     EXPECT_EQ(QDir(save).entryList(QDir::Files, QDir::Name),

@@ -103,32 +103,31 @@ TEST(ListImportAfterAKill, EveryListComesInOnce)
         {"list not in, a new file of the name", false, true, "A B"},
     };
     for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
         TempRoot root;
-        ASSERT_EQ(demoDevice(root.path(), {}), "") << c.what;
+        ASSERT_EQ(demoDevice(root.path(), {}), "");
         root.writeFile(QStringLiteral("Import/a.dat"), office("A"));
-        ASSERT_EQ(failure(tool(root.path(), {"import-lists"})), "") << c.what;
+        ASSERT_EQ(failure(tool(root.path(), {"import-lists"})), "");
         const QString file = database(root.path());
         const qint64 token = sqlRows(file, "PRAGMA user_version").value(0).toLongLong();
-        ASSERT_GT(token, 0) << c.what;
+        ASSERT_GT(token, 0);
         // Killed before the commit: the list is not there.
         if (!c.committed) {
             for (const char* sql : {"DELETE FROM Brov_Kopfdaten", "DELETE FROM Brov_Holzdaten"})
-                ASSERT_EQ(sqlRows(file, sql), QStringList()) << c.what;
+                ASSERT_EQ(sqlRows(file, sql), QStringList());
         }
         root.writeFile(QStringLiteral("Import/a.dat.%1.imp").arg(token + (c.committed ? 0 : 1)),
                        office("A"));
         if (c.sameNameToo)
             root.writeFile(QStringLiteral("Import/a.dat"), office("B"));
         const ToolRun r = tool(root.path(), {"import-lists"});
-        EXPECT_EQ(r.status, 0) << c.what << ": " << r.err.toStdString();
+        EXPECT_EQ(r.status, 0) << r.err.toStdString();
         EXPECT_EQ(
             sqlRows(file, "SELECT RTRIM(LISTE_NR) FROM Brov_Kopfdaten ORDER BY rowid").join(u' '),
-            QString::fromLatin1(c.lists))
-            << c.what;
+            QString::fromLatin1(c.lists));
         EXPECT_EQ(sqlRows(file, "SELECT COUNT(*) FROM Brov_Holzdaten"),
-                  QStringList{QString::number(QString::fromLatin1(c.lists).count(u' ') + 1)})
-            << c.what;
-        EXPECT_EQ(fileNamesIn(root.host(QStringLiteral("Import"))), QStringList()) << c.what;
+                  QStringList{QString::number(QString::fromLatin1(c.lists).count(u' ') + 1)});
+        EXPECT_EQ(fileNamesIn(root.host(QStringLiteral("Import"))), QStringList());
     }
 }
 
