@@ -69,23 +69,14 @@ TEST_F(Distribution, ChartsShowTheOccupiedClasses)
     const auto d = DiameterDistribution::compute(db(), 1, tables());
     ASSERT_TRUE(d.has_value());
 
-    const struct {
-        int species;
-        QStringList labels;
-        std::vector<std::int64_t> values;
-    } charts[] = {
-        // All species: from the first to the last class with stems, the empty one between kept.
-        {-1, {"12", "14", "16", "18"}, {3, 0, 3, 1}},
-        {0, {"12", "14", "16"}, {1, 0, 3}},
-        {1, {"12", "14", "16", "18"}, {2, 0, 0, 1}},
-        // An index past the species is all of them.
-        {5, {"12", "14", "16", "18"}, {3, 0, 3, 1}},
-    };
-    for (const auto& c : charts) {
-        const ReportChart chart = d->chart(c.species);
-        EXPECT_EQ(chart.labels, c.labels) << c.species;
+    for (const Case& c : casesOf("chart")) {
+        const ReportChart chart = d->chart(c.text(1).toInt());
         ASSERT_EQ(chart.series.size(), 1u);
-        EXPECT_EQ(chart.series[0].values, c.values) << c.species;
+        QStringList values;
+        for (const std::int64_t v : chart.series[0].values)
+            values << QString::number(v);
+        EXPECT_EQ(chart.labels.join(u' ') + u'/' + values.join(u' '), c.text(2))
+            << c.where().constData();
     }
 
     const ReportChart stacked = d->stackedChart();

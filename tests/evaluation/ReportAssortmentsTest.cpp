@@ -12,24 +12,18 @@ using Exact = std::array<double, AssortmentDistribution::kAssortments>;
 
 TEST(AssortmentSplit, PartsAddUpToTheTotal)
 {
-    const struct {
-        std::int64_t total;
-        Exact exact;
-        Parts parts;
-    } cases[] = {
-        {6, {1, 1, 1, 1, 1, 1}, {1, 1, 1, 1, 1, 1}},
-        // Three thirds of 100: the first largest remainder takes the spare hundredth.
-        {100, {100.0 / 3, 100.0 / 3, 100.0 / 3, 0, 0, 0}, {34, 33, 33, 0, 0, 0}},
-        {85, {21.25, 42.5, 0, 0, 0, 21.25}, {21, 43, 0, 0, 0, 21}},
-        {7, {0.9, 0.9, 0.9, 0.9, 0.9, 2.5}, {1, 1, 1, 1, 1, 2}},
-        // Rounding noise below the integer still gives the integer.
-        {5, {4.999999999, 0, 0, 0, 0, 0}, {5, 0, 0, 0, 0, 0}},
-        {0, {0, 0, 0, 0, 0, 0}, {0, 0, 0, 0, 0, 0}},
-    };
-    for (const auto& c : cases) {
-        const Parts parts = AssortmentDistribution::split(c.total, c.exact);
-        EXPECT_EQ(parts, c.parts) << c.total;
-        EXPECT_EQ(std::accumulate(parts.begin(), parts.end(), std::int64_t(0)), c.total);
+    for (const Case& c : casesOf("split")) {
+        const std::int64_t total = c.fields[1].toLongLong();
+        const QList<QByteArray> shares = c.fields[2].split(' ');
+        Exact exact{};
+        for (size_t i = 0; i < exact.size(); ++i)
+            exact[i] = shares.value(qsizetype(i)).toDouble();
+        const Parts parts = AssortmentDistribution::split(total, exact);
+        QStringList written;
+        for (const std::int64_t part : parts)
+            written << QString::number(part);
+        EXPECT_EQ(written.join(u' '), c.text(3)) << c.where().constData();
+        EXPECT_EQ(std::accumulate(parts.begin(), parts.end(), std::int64_t(0)), total);
     }
 }
 

@@ -16,35 +16,20 @@ TEST_F(ReportContent, ListingAgreesWithTheTotalsScreen)
     EXPECT_EQ(report->fileTag, QStringLiteral("Ausdruck"));
     EXPECT_EQ(reports::fileName(*report), QStringLiteral("HIEB01_Ausdruck.pdf"));
 
-    const auto fi = tablesTitled(*report, QStringLiteral("Holzart FI"));
-    const auto ki = tablesTitled(*report, QStringLiteral("Holzart KI"));
-    ASSERT_EQ(fi.size(), 1u);
-    ASSERT_EQ(ki.size(), 1u);
-    EXPECT_EQ(tableRows(*fi[0]),
-              (QStringList{"12|12|0.85|2|0.43", "14|14|0.49|1|0.49", "Summe FI||1.34|3|0.45"}));
-    EXPECT_EQ(tableRows(*ki[0]), (QStringList{"20|20|1.39|3|0.46", "Summe KI||1.39|3|0.46"}));
-    EXPECT_EQ(fi[0]->rows.back().style, RowStyle::Subtotal);
-
-    // The summary is the totals screen's figures.
-    const auto summary = tablesTitled(*report, QStringLiteral("Zusammenstellung"));
-    ASSERT_EQ(summary.size(), 1u);
-    EXPECT_EQ(tableRows(*summary[0]),
-              (QStringList{"FI|1.34|3|0.45", "KI|1.39|3|0.46", "Gesamt|2.73|6|0.46"}));
-    EXPECT_EQ(summary[0]->rows.back().style, RowStyle::Total);
-
-    // Assortments: FI class 12 splits 1:2:0:0:0:1, class 14's row is all zeros, KI has none.
+    for (const Case& c : casesOf("listing")) {
+        QStringList tables;
+        for (const ReportTable* t : tablesTitled(*report, c.text(1)))
+            tables << tableRows(*t).join(u';');
+        EXPECT_EQ(tables.join(u'/'), c.text(2)) << c.where().constData();
+    }
     const auto sorts = tablesTitled(*report, QStringLiteral("Holzsorten-Verteilung für"));
     ASSERT_EQ(sorts.size(), 3u);
     EXPECT_EQ(sorts[0]->title, QStringLiteral("Holzsorten-Verteilung für 'FI'"));
-    EXPECT_EQ(tableRows(*sorts[0]), (QStringList{"ST|0.21|15.7", "AB|0.43|32.1", "PA|0.00|0.0",
-                                                 "IL|0.00|0.0", "IK|0.00|0.0", "BR|0.21|15.7",
-                                                 "ohne Sortierung|0.49|36.6", "Summe|1.34|100.0"}));
-    EXPECT_EQ(tableRows(*sorts[1]),
-              (QStringList{"ohne Sortierung|1.39|100.0", "Summe|1.39|100.0"}));
     EXPECT_EQ(sorts[2]->title, QStringLiteral("Holzsorten-Verteilung für 'alle Holzarten'"));
-    EXPECT_EQ(tableRows(*sorts[2]), (QStringList{"ST|0.21|7.7", "AB|0.43|15.8", "PA|0.00|0.0",
-                                                 "IL|0.00|0.0", "IK|0.00|0.0", "BR|0.21|7.7",
-                                                 "ohne Sortierung|1.88|68.9", "Summe|2.73|100.0"}));
+    EXPECT_EQ(tablesTitled(*report, QStringLiteral("Holzart FI")).at(0)->rows.back().style,
+              RowStyle::Subtotal);
+    EXPECT_EQ(tablesTitled(*report, QStringLiteral("Zusammenstellung")).at(0)->rows.back().style,
+              RowStyle::Total);
 
     // The stacked chart carries every stem.
     const auto chart =
