@@ -191,53 +191,27 @@ TEST(DeviceRoutes, EmulatedDeviceRunsNoCommand)
 
 TEST(DeviceRoutes, BatteryStateTexts)
 {
-    const std::pair<int, const char*> table[] = {
-        {10, "Ladevorgang"},  {20, "gut"},    {30, "niedrig"},
-        {40, "sehr niedrig"}, {100, "fehlt"}, {255, "unbekannt"},
-    };
-    for (const auto& [state, text] : table)
-        EXPECT_EQ(BatteryStatus::stateText(state), QString::fromUtf8(text)) << state;
-    for (const int state : {0, 11, 39, 41, 99, 101, 254, 256, -1})
-        EXPECT_EQ(BatteryStatus::stateText(state), QStringLiteral("unidentifiziert")) << state;
+    for (const test::Case& c : test::readCases("device/data/battery_states.txt"))
+        EXPECT_EQ(BatteryStatus::stateText(c.text(0).toInt()), c.text(1)) << c.where().constData();
 }
 
 // The state word comes from the uni1 file (a device path here); without an answer the power
-// supply's capacity; without either, nothing is known.
+// supply's capacity; without either, nothing is known: one case a line of data/battery_routes.txt.
 TEST(DeviceRoutes, BatteryRoutes)
 {
-    const struct {
-        const char* what;
-        const char* conf; // nullptr: no hardware profile
-        const char* stateFile;
-        const char* capacity;
-        bool hasState;
-        int state;
-        int percent;
-    } cases[] = {
-        {"no profile", nullptr, "20", "50", false, 255, -1},
-        {"state word", "uni1=\\Windows\\uni1.state\npower_supply=\\sys\\BAT0\n", "20", "50", true,
-         20, -1},
-        {"state missing", "uni1=\\Windows\\uni1.state\npower_supply=\\sys\\BAT0\n", nullptr, "50",
-         false, 255, 50},
-        {"odd state", "uni1=\\Windows\\uni1.state\n", "41\n", nullptr, true, 41, -1},
-        {"capacity only", "power_supply=\\sys\\BAT0\n", "20", "87\n", false, 255, 87},
-        {"capacity over 100", "power_supply=\\sys\\BAT0\n", nullptr, "150", false, 255, 100},
-        {"capacity missing", "power_supply=\\sys\\BAT0\n", nullptr, nullptr, false, 255, -1},
-        {"profile without battery", "mixer=Master\n", "20", "50", false, 255, -1},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
+    for (const test::Case& c : test::readCases("device/data/battery_routes.txt")) {
+        SCOPED_TRACE(c.where().constData());
         Device device;
-        if (c.conf)
-            device.addHardware(c.conf);
-        if (c.stateFile)
-            device.root.writeFile("Windows/uni1.state", c.stateFile);
-        if (c.capacity)
-            device.root.writeFile("sys/BAT0/capacity", c.capacity);
+        if (c.text(0) != u"-")
+            device.addHardware(c.text(0));
+        if (c.text(1) != u"-")
+            device.root.writeFile("Windows/uni1.state", c.fields[1]);
+        if (c.text(2) != u"-")
+            device.root.writeFile("sys/BAT0/capacity", c.fields[2]);
         const BatteryStatus status = device.open().battery();
-        EXPECT_EQ(status.hasState, c.hasState);
-        EXPECT_EQ(status.state, c.state);
-        EXPECT_EQ(status.percent, c.percent);
+        EXPECT_EQ(status.hasState, c.text(3) == u"yes");
+        EXPECT_EQ(status.state, c.text(4).toInt());
+        EXPECT_EQ(status.percent, c.text(5).toInt());
     }
 }
 
@@ -347,31 +321,19 @@ public:
     bool accept = true; // false: every command is missing or refused, which is no error
 };
 
+// The lowest level is never dark, also where it would round down to 0: one case a line of
+// data/backlight_scaling.txt.
 TEST(LinuxHardware, BacklightScalesToMaxBrightness)
 {
-    struct Case {
-        int levels;
-        int level;
-        bool written;
-        const char* brightness;
-        int readBack;
-        const char* max = "255\n";
-    };
-    // The lowest level is never dark, also where it would round down to 0.
-    const Case cases[] = {
-        {10, 10, true, "255\n", 10}, {10, 5, true, "128\n", 5},      {10, 0, true, "26\n", 1},
-        {10, 1, true, "26\n", 1},    {10, 12, true, "255\n", 10},    {4, 3, true, "191\n", 3},
-        {10, -1, false, "100\n", 4}, {10, 1, true, "1\n", 3, "4\n"},
-    };
-    for (const Case& c : cases) {
+    for (const test::Case& c : test::readCases("device/data/backlight_scaling.txt")) {
+        SCOPED_TRACE(c.where().constData());
         Sysfs sysfs;
-        sysfs.dir.writeFile("backlight/panel/max_brightness", c.max);
-        LinuxHardware hw =
-            sysfs.hardware(QStringLiteral("backlight=%1/backlight/panel\nbacklight_levels=")
-                           + QString::number(c.levels));
-        EXPECT_EQ(hw.setBacklight(c.level), c.written) << c.level;
-        EXPECT_EQ(sysfs.brightness(), c.brightness) << c.level;
-        EXPECT_EQ(hw.backlight(), c.readBack) << c.level;
+        sysfs.dir.writeFile("backlight/panel/max_brightness", c.fields[0]);
+        LinuxHardware hw = sysfs.hardware(
+            QStringLiteral("backlight=%1/backlight/panel\nbacklight_levels=") + c.text(1));
+        EXPECT_EQ(hw.setBacklight(c.text(2).toInt()), c.text(3) == u"yes");
+        EXPECT_EQ(sysfs.brightness(), c.fields[4]);
+        EXPECT_EQ(hw.backlight(), c.text(5).toInt());
     }
 }
 
