@@ -28,12 +28,14 @@ protected:
 TEST_F(TotalsTest, RowsAsShown)
 {
     std::int64_t list = 10;
-    for (const test::Case& c : test::casesOf("totals")) {
+    for (const test::Case& c : test::casesOf("totals") + test::casesOf("tallied")) {
         SCOPED_TRACE(c.where().constData());
         addList(++list, QStringLiteral("L1"), c.text(1).toInt());
         const std::vector<test::Tree> trees = test::treesOf(c.fields[2]);
         addTrees(list, trees);
-        const auto totals = Totals::compute(db(), list);
+        const auto totals = Totals::compute(db(), list,
+                                            c.fields[0] == "tallied" ? Totals::Order::AsTallied
+                                                                     : Totals::Order::BySpecies);
         ASSERT_TRUE(totals.has_value());
         EXPECT_EQ(shown(*totals), c.text(3).split(u';'));
         EXPECT_EQ(totals->factor(), c.text(1).toInt());
@@ -44,17 +46,6 @@ TEST_F(TotalsTest, RowsAsShown)
     addTrees(1, std::vector<test::Tree>(102, {"FI", "", 99, 9999}));
     EXPECT_EQ(shown(*Totals::compute(db(), 1)),
               (QStringList{"FI|10198.98|10098| 1.01", "|||", "|10198.98|10098| 1.01"}));
-}
-
-// As the tally holds them ("BHD/Stufe"): species in the order they were first tallied.
-TEST_F(TotalsTest, AsTalliedKeepsTheOrderOfFirstTally)
-{
-    addList(1, QStringLiteral("L1"), 100);
-    addTrees(1, {{"TA", "", 1, 120}, {"FI", "", 2, 80}, {"BU", "", 1, 200}, {"FI", "", 1, 45}});
-    const auto totals = Totals::compute(db(), 1, Totals::Order::AsTallied);
-    ASSERT_TRUE(totals.has_value());
-    EXPECT_EQ(shown(*totals), (QStringList{"TA|   1.20|   1| 1.20", "FI|   1.25|   3| 0.42",
-                                           "BU|   2.00|   1| 2.00", "|||", "|   4.45|   5| 0.89"}));
 }
 
 TEST_F(TotalsTest, ListWithoutHeaderOrDatabaseHasNoTotals)
