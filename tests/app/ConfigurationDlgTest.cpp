@@ -1,6 +1,7 @@
 #include "app/ConfigurationDlg.h"
 #include "app/KeyTables.h"
 #include "app/ProgramFixture.h"
+#include "support/CaseFile.h"
 
 namespace brovant {
 namespace {
@@ -125,34 +126,26 @@ TEST(ConfigurationDlg, CancelAndConfirmReturnToTheScreenThatOpenedIt)
 
 TEST(ConfigurationDlg, LeavingAChangedPageAsksWhetherToSave)
 {
-    const struct {
-        const char* name;
-        bool typeSomething;
-        Answer answer;
-        const char* stored; // FIRMENKOPF/1 afterwards
-    } cases[] = {
-        {"unchanged page asks nothing", false, Answer::Yes, "<absent>"},
-        {"yes saves", true, Answer::Yes, "HOLZ"},
-        {"no drops", true, Answer::No, "<absent>"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const Case& c : readCases(QStringLiteral("app/data/changed_pages.txt"))) {
+        SCOPED_TRACE(c.where().constData());
+        const bool typeSomething = !c.fields[0].isEmpty();
+        const QString stored = c.text(2);
         ConfigProgram p;
         p.screen->openPage(int(ConfigPage::CompanyHeader));
-        if (c.typeSomething)
-            p.type(QStringLiteral("HOLZ"));
-        p.dialogs.answerNext(c.answer);
+        if (typeSomething)
+            p.type(c.text(0));
+        p.dialogs.answerNext(c.fields[1] == "JA" ? Answer::Yes : Answer::No);
         p.clickPage("Modem");
         EXPECT_EQ(p.screen->page(), ConfigPage::Modem);
         EXPECT_EQ(str(p.focused()), "NAME1_A");
         EXPECT_TRUE(p.edit("NAME1_A")->isVisible());
         EXPECT_FALSE(p.edit("FIRMENKOPF1_A")->isVisible());
-        EXPECT_EQ(p.dialogs.asked().size(), c.typeSomething ? 1 : 0);
-        EXPECT_EQ(str(p.registry("FIRMENKOPF", "1")), c.stored);
+        EXPECT_EQ(p.dialogs.asked().size(), typeSomething ? 1 : 0);
+        EXPECT_EQ(p.registry("FIRMENKOPF", "1"), stored);
         // Coming back shows the registry's value, not what was typed and dropped.
         p.clickPage("Firmenkopf");
-        EXPECT_EQ(str(p.edit("FIRMENKOPF1_A")->text()),
-                  std::string(c.stored) == "<absent>" ? "" : c.stored);
+        EXPECT_EQ(p.edit("FIRMENKOPF1_A")->text(),
+                  stored == QStringLiteral("<absent>") ? QString() : stored);
     }
 }
 

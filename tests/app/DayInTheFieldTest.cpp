@@ -193,14 +193,6 @@ protected:
     }
 
     QString tallyLabel(const char* name) { return h.label(QLatin1StringView(name)); }
-    QString shownRecord()
-    {
-        QStringList values;
-        for (const char* name :
-             {"TARIF", "BAUMART", "NA", "KA", "STK", "BHD", "DMSTUFE", "KUBATUR"})
-            values << h.edit(QLatin1StringView(name))->text();
-        return values.join(u'|');
-    }
     void openTally(const QString& list)
     {
         ASSERT_NO_FATAL_FAILURE(openListSelection(ListSelectionDlg::TallyTab));
@@ -305,7 +297,7 @@ TEST_F(ForesterDay, TallyByKeypad)
     ASSERT_NO_FATAL_FAILURE(openTally("HIEB01"));
     EXPECT_EQ(tallyLabel("position"), QStringLiteral("neu"));
     EXPECT_EQ(tallyLabel("Prev1"), QStringLiteral(" 1      50         2.90"));
-    EXPECT_EQ(shownRecord().section(u'|', 0, 1), QStringLiteral("FI01|FI"));
+    EXPECT_EQ(h.shownTree().section(u'|', 0, 1), QStringLiteral("FI01|FI"));
 }
 
 // Telegrams written to the pseudo-terminal the program opens as COM3: the species keys, key 8
@@ -352,24 +344,24 @@ TEST_F(ForesterDay, CorrectionsOnTheTallyScreen)
     ASSERT_NO_FATAL_FAILURE(openTally("HIEB01"));
     keys("BAUMART=FI =FI01 BHD=26 BHD=30 BHD=40 BAUMART=BU =BU01 BHD=44 BHD=50 Up Up Up");
     EXPECT_EQ(tallyLabel("position"), QStringLiteral("3/5"));
-    EXPECT_EQ(shownRecord(), QStringLiteral("FI01|FI|||1|40|40|1.70"));
+    EXPECT_EQ(h.shownTree(), QStringLiteral("FI01|FI|||1|40|40|1.70"));
     EXPECT_EQ(tallyLabel("Prev1"), QStringLiteral(" 1      30         0.85"));
     keys("BHD=51");
     EXPECT_EQ(tallyLabel("position"), QStringLiteral("4/5"));
-    EXPECT_EQ(shownRecord(), QStringLiteral("BU01|BU|||1|44|44|2.19"));
+    EXPECT_EQ(h.shownTree(), QStringLiteral("BU01|BU|||1|44|44|2.19"));
     keys("BAUMART=FI STK=3 JA Down");
     EXPECT_EQ(tallyLabel("position"), QStringLiteral("5/5"));
     keys("STK=3 NEIN Up");
     EXPECT_EQ(tallyLabel("position"), QStringLiteral("4/5"));
-    EXPECT_EQ(shownRecord(), QStringLiteral("FI01|FI|||3|44|44|6.42"));
+    EXPECT_EQ(h.shownTree(), QStringLiteral("FI01|FI|||3|44|44|6.42"));
     keys("JA Delete");
     EXPECT_EQ(tallyLabel("position"), QStringLiteral("4/4"));
-    EXPECT_EQ(shownRecord(), QStringLiteral("BU01|BU|||1|50|50|2.95"));
+    EXPECT_EQ(h.shownTree(), QStringLiteral("BU01|BU|||1|50|50|2.95"));
     keys("First");
     EXPECT_EQ(tallyLabel("position"), QStringLiteral("1/4"));
     keys("NEIN Delete JA Delete");
     EXPECT_EQ(tallyLabel("position"), QStringLiteral("1/3"));
-    EXPECT_EQ(shownRecord(), QStringLiteral("FI01|FI|||1|30|30|0.85"));
+    EXPECT_EQ(h.shownTree(), QStringLiteral("FI01|FI|||1|30|30|0.85"));
     keys("End");
     EXPECT_EQ(tallyLabel("position"), QStringLiteral("neu"));
     keys("Up TARIF=BU02");

@@ -3,6 +3,7 @@
 #include "app/ListSelectionDlg.h"
 #include "app/ProgramFixture.h"
 #include "app/TariffAssignmentDlg.h"
+#include "support/CaseFile.h"
 
 namespace brovant {
 namespace {
@@ -67,18 +68,10 @@ TEST(ListHeaderDlg, ANewListIsMadePageByPageFromTheMainMenu)
     ASSERT_EQ(p.active(), p.screen);
     EXPECT_EQ(str(p.label("title")), "Liste: ");
     EXPECT_EQ(str(p.page()), "1/9");
-    const struct {
-        const char* field;
-        const char* label;
-        const char* value;
-    } firstPage[] = {
-        {"LISTE_NR", "Liste:", ""},          {"ZUSATZ_A", "Zusatz:", ""},
-        {"DATUM_A", "Datum:", "04.05.2026"}, {"KOR_FAKTOR_N", "Korr.-Faktor:", "100"},
-        {"REGION_A", "Wuchsreg:", ""},
-    };
-    for (const auto& f : firstPage) {
-        EXPECT_EQ(str(p.label(QStringLiteral("label_") + text(f.field))), f.label);
-        EXPECT_EQ(str(p.edit(text(f.field))->text()), f.value);
+    for (const Case& f : readCases(QStringLiteral("app/data/list_header_first_page.txt"))) {
+        EXPECT_EQ(p.label(QStringLiteral("label_") + f.text(0)), f.text(1))
+            << f.where().constData();
+        EXPECT_EQ(p.edit(f.text(0))->text(), f.text(2)) << f.where().constData();
     }
     EXPECT_EQ(str(p.focused()), "LISTE_NR");
     EXPECT_EQ(p.screen->keyboardIndex(), Dlg::Letters);

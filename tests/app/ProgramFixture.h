@@ -207,6 +207,15 @@ public:
         auto* l = (on ? on : active())->findChild<QLabel*>(name);
         return l ? l->text() : QStringLiteral("<none>");
     }
+    // TARIF, BAUMART, NA, KA, STK, BHD, DMSTUFE, KUBATUR as the tally screen's edits show them.
+    QString shownTree() const
+    {
+        QStringList values;
+        for (const char* name :
+             {"TARIF", "BAUMART", "NA", "KA", "STK", "BHD", "DMSTUFE", "KUBATUR"})
+            values << edit(QLatin1StringView(name))->text();
+        return values.join(u'|');
+    }
     QString focused() const
     {
         QWidget* w = QApplication::focusWidget();

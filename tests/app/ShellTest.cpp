@@ -3,6 +3,7 @@
 #include "app/ProgramFixture.h"
 #include "app/QtMessageDialogs.h"
 #include "app/SingleInstance.h"
+#include "support/CaseFile.h"
 
 #include <QDir>
 #include <QProcess>
@@ -26,18 +27,10 @@ TEST(Shell, FreshDeviceStartsOnTheMainMenuWithClockAndDate)
     EXPECT_TRUE(p.session.configurationLoaded());
     EXPECT_EQ(p.app.stack().mainWindow()->size(), QSize(240, 320));
 
-    const struct {
-        QDateTime time;
-        const char* clock;
-        const char* date;
-    } formats[] = {
-        {QDateTime(QDate(2026, 1, 2), QTime(3, 4, 5)), "03:04:05", "02.01.2026"},
-        {QDateTime(QDate(999, 12, 31), QTime(23, 59, 59)), "23:59:59", "31.12. 999"},
-        {QDateTime(QDate(2004, 10, 10), QTime(0, 0, 0)), "00:00:00", "10.10.2004"},
-    };
-    for (const auto& c : formats) {
-        EXPECT_EQ(MainMenuDlg::clockText(c.time), QLatin1StringView(c.clock));
-        EXPECT_EQ(MainMenuDlg::dateText(c.time), QLatin1StringView(c.date));
+    for (const Case& c : readCases(QStringLiteral("app/data/clock_and_date.txt"))) {
+        const QDateTime time = QDateTime::fromString(c.text(0), Qt::ISODate);
+        EXPECT_EQ(MainMenuDlg::clockText(time), c.text(1)) << c.where().constData();
+        EXPECT_EQ(MainMenuDlg::dateText(time), c.text(2)) << c.where().constData();
     }
 }
 

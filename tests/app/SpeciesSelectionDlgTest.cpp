@@ -1,6 +1,7 @@
 #include "app/SpeciesSelectionDlg.h"
 #include "app/ProgramFixture.h"
 #include "app/TallyDlg.h"
+#include "support/CaseFile.h"
 
 namespace brovant {
 namespace {
@@ -26,10 +27,10 @@ struct SpeciesProgram : Program {
     QString typed() { return edit(QStringLiteral("BAUMART"))->text(); }
     QString slot(int n) { return session.store().readText(Setting::HauptHolzart, n); }
     // The letters are one "ABC" away; Enter brings the slot keys back.
-    void typeCode(const char* code)
+    void typeCode(const QString& code)
     {
         press(Dlg::kLetters);
-        type(text(code));
+        type(code);
         press(KeypadScreen::kEnter);
     }
 
@@ -64,30 +65,23 @@ TEST(SpeciesSelectionDlg, CodesGoToTheSlotsAndTheCaliperKey)
     EXPECT_EQ(p.session.store().readText(Setting::HauptHolzart, 5, unwritten), unwritten);
     EXPECT_EQ(p.session.store().readText(Setting::KluppeHolzart, 0, unwritten), unwritten);
     EXPECT_EQ(p.caption(Dlg::kFirstSlot + 4), text("HA5\nLÄ"));
-    const struct {
-        const char* code;
-        int command;
-        int slot; // 0: the caliper's key 8
-    } steps[] = {
-        {"KIR", Dlg::kFirstSlot + 4, 5},
-        {"ES", Dlg::kFirstSlot, 1},
-        {"ES", Dlg::kFirstSlot + 1, 2}, // the same code twice is allowed
-        {"WEI", Dlg::kCaliperKey, 0},
-    };
-    for (const auto& s : steps) {
-        SCOPED_TRACE(s.code);
-        p.typeCode(s.code);
-        EXPECT_EQ(p.typed(), text(s.code));
-        p.press(s.command);
-        const QString stored = text(s.code).leftJustified(3, u' ');
-        if (s.slot > 0) {
-            EXPECT_EQ(p.slot(s.slot), stored);
-            EXPECT_EQ(p.state.tables.mainSpecies[size_t(s.slot - 1)], stored);
-            EXPECT_EQ(p.caption(s.command), QStringLiteral("HA%1\n").arg(s.slot) + text(s.code));
+    for (const Case& c : readCases(QStringLiteral("app/data/species_slots.txt"))) {
+        SCOPED_TRACE(c.where().constData());
+        const QString code = c.text(0);
+        const int slot = c.fields[1].toInt(); // 0: the caliper's key 8
+        const int command = slot > 0 ? Dlg::kFirstSlot + slot - 1 : int(Dlg::kCaliperKey);
+        p.typeCode(code);
+        EXPECT_EQ(p.typed(), code);
+        p.press(command);
+        const QString stored = code.leftJustified(3, u' ');
+        if (slot > 0) {
+            EXPECT_EQ(p.slot(slot), stored);
+            EXPECT_EQ(p.state.tables.mainSpecies[size_t(slot - 1)], stored);
+            EXPECT_EQ(p.caption(command), QStringLiteral("HA%1\n").arg(slot) + code);
         } else {
             EXPECT_EQ(p.session.store().readText(Setting::KluppeHolzart), stored);
             EXPECT_EQ(p.state.tables.caliperSpecies, stored);
-            EXPECT_EQ(p.caption(s.command), QStringLiteral("Kl.8\n") + text(s.code));
+            EXPECT_EQ(p.caption(command), QStringLiteral("Kl.8\n") + code);
         }
         EXPECT_EQ(p.typed(), QString());
     }

@@ -46,15 +46,6 @@ struct TallyProgram : Program {
                                    "Brov_Holzdaten WHERE ID_FILE = %1 ORDER BY ID")
                         .arg(list));
     }
-    // TARIF, BAUMART, NA, KA, STK, BHD, DMSTUFE, KUBATUR as the edits show them.
-    QString shown()
-    {
-        QStringList values;
-        for (const char* name :
-             {"TARIF", "BAUMART", "NA", "KA", "STK", "BHD", "DMSTUFE", "KUBATUR"})
-            values << field(name)->text();
-        return values.join(u'|');
-    }
     QString label(const char* name) { return Program::label(QLatin1StringView(name), screen); }
     // A tree typed on the keypad: species and tariff picked from their keys, count and diameter
     // typed, confirmed with Enter in the diameter.
@@ -82,7 +73,7 @@ TEST(TallyDlg, FocusAndKeysFollowTheFields)
     TallyProgram p;
     const std::int64_t list = p.addList("L1", "Abt. 12");
     p.open("L1");
-    EXPECT_EQ(p.shown(), QStringLiteral("||||1|0||0.00"));
+    EXPECT_EQ(p.shownTree(), QStringLiteral("||||1|0||0.00"));
     EXPECT_EQ(p.focused(), QStringLiteral("BHD"));
     EXPECT_EQ(p.screen->keyboardIndex(), Dlg::Numeric);
 
@@ -99,7 +90,7 @@ TEST(TallyDlg, FocusAndKeysFollowTheFields)
     // diameter, the device's Enter key confirms there.
     p.enter("BHD", "31");
     p.tapField(QStringLiteral("STK"));
-    EXPECT_EQ(p.shown(), QStringLiteral("FI01|FI|||1|32|32|0.99"));
+    EXPECT_EQ(p.shownTree(), QStringLiteral("FI01|FI|||1|32|32|0.99"));
     p.type(QStringLiteral("3"));
     p.press(KeypadScreen::kEnter);
     EXPECT_EQ(p.focused(), QStringLiteral("DMSTUFE"));
@@ -109,7 +100,7 @@ TEST(TallyDlg, FocusAndKeysFollowTheFields)
     QTest::keyClick(p.field("BHD"), Qt::Key_Return);
     EXPECT_EQ(p.stored(list), QStringList{"1|1|3|FI|32|32|297|FI01||"});
     EXPECT_EQ(p.label("Prev1"), QStringLiteral(" 3      32         2.97"));
-    EXPECT_EQ(p.shown(), QStringLiteral("FI01|FI|||1|0||0.00"));
+    EXPECT_EQ(p.shownTree(), QStringLiteral("FI01|FI|||1|0||0.00"));
     EXPECT_EQ(p.focused(), QStringLiteral("BHD"));
     EXPECT_TRUE(p.dialogs.asked().isEmpty());
     // The device's Up key in a field reaches the browsing.
