@@ -2,6 +2,8 @@
 // TextCasesTest.
 #include "transfer/SerialFrames.h"
 
+#include "support/CaseFile.h"
+
 #include <gtest/gtest.h>
 
 namespace brovant::test {
@@ -9,46 +11,21 @@ namespace {
 
 using namespace frames;
 
-QByteArray bytes(const char* text)
-{
-    return QByteArray(text);
-}
-
 // Frame bytes written out by hand: SYN SYN SOH, body, checksum digits, CR LF DEL NUL.
-QByteArray framed(QByteArrayView typeDigit, QByteArrayView rest, const char* checksum)
+QByteArray framed(QByteArrayView typeDigit, QByteArrayView rest, QByteArrayView checksum)
 {
     return QByteArray("\x16\x16\x01") + typeDigit.toByteArray() + '\x02' + rest.toByteArray()
-           + '\x03' + checksum + QByteArray("\r\n\x7f\0", 4);
+           + '\x03' + checksum.toByteArray() + QByteArray("\r\n\x7f\0", 4);
 }
 
-struct FrameCase {
-    const char* what;
-    QByteArray line;
-    quint64 number;
-    QByteArray expected;
-};
-
+// One frame a line of data/serial_frames.txt.
 TEST(SerialFrames, BuildsFramesByteByByte)
 {
-    const FrameCase cases[] = {
-        {"header line", bytes("TD0AB      .DATQuendrax     0Brovant_V300_D\r\n"), 1,
-         framed("TD01", "AB      .DATQuendrax     0Brovant_V300_D", "28")},
-        {"record type only", bytes("001\r\n"), 1, framed("0011", "", "C8")},
-        {"bytes summing to 0x1FF", bytes("001~~;\r\n"), 1, framed("0011", "~~;", "FF")},
-        {"line 9 carries 9, 0xFF ends the line",
-         bytes("REGab\xFF"
-               "cd\r\n"),
-         9, framed("REG9", "ab", "E0")},
-        {"line 10 carries 0, high bytes add in", bytes("10A\xC4\xD6\xDC 12\r\n"), 10,
-         framed("10A0", "\xC4\xD6\xDC 12", "D1")},
-        {"a CR inside the line stays", bytes("001a\rb\r\n"), 12, framed("0012", "a\rb", "99")},
-        {"LF alone ends a line the same", bytes("001a\rb\n"), 2, framed("0012", "a\rb", "99")},
-        {"empty line padded to a record type", bytes("\r\n"), 3, framed("   3", "", "99")},
-        {"last line without its LF", bytes("712XY"), 4, framed("7124", "XY", "85")},
-        {"NUL ends the line", QByteArray("712XY\0ZZ\r\n", 10), 24, framed("7124", "XY", "85")},
-    };
-    for (const FrameCase& c : cases)
-        EXPECT_EQ(build(c.line, c.number).toHex(' '), c.expected.toHex(' ')) << c.what;
+    for (const Case& c : readCases(QStringLiteral("transfer/data/serial_frames.txt"))) {
+        const QByteArray expected = framed(c.fields[2], c.fields.value(3), c.fields.value(4));
+        EXPECT_EQ(build(c.fields[0], c.fields[1].toULongLong()).toHex(' '), expected.toHex(' '))
+            << c.where().constData();
+    }
 }
 
 TEST(SerialFrames, ReadsLinesAsTheDeviceDoes)

@@ -1,5 +1,6 @@
 // List file fields and names, spreadsheet cells, the FTP server setting and the channel the
 // transfer settings choose, text in and text out: one case a line of data/text_cases.txt.
+#include "support/CaseFile.h"
 #include "support/QtPrinting.h"
 #include "transfer/FtpChannel.h"
 #include "transfer/ListCsvExport.h"
@@ -7,8 +8,6 @@
 #include "transfer/ListName.h"
 #include "transfer/SerialFrames.h"
 #include "transfer/SettingsChannels.h"
-
-#include <QFile>
 
 #include <gtest/gtest.h>
 
@@ -79,22 +78,15 @@ const std::map<QByteArray, Conversion> kConversions = {
 
 TEST(TextCases, ConvertAsWritten)
 {
-    QFile file(QStringLiteral(BROVANT_SOURCE_DIR "/tests/transfer/data/text_cases.txt"));
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    int cases = 0;
-    for (const QByteArray& line : file.readAll().split('\n')) {
-        if (line.isEmpty() || line.startsWith('#'))
-            continue;
-        QList<QByteArray> fields = line.split('\t');
-        const auto conversion = kConversions.find(fields.takeFirst());
-        ASSERT_TRUE(conversion != kConversions.end() && fields.size() >= 2) << line.toStdString();
-        for (QByteArray& field : fields)
-            field = QByteArray::fromPercentEncoding(field);
-        const QString expected = utf8(fields.takeLast());
-        EXPECT_EQ(conversion->second(fields), expected) << line.toStdString();
-        ++cases;
+    const QList<Case> cases = readCases(QStringLiteral("transfer/data/text_cases.txt"));
+    for (Case c : cases) {
+        const auto conversion = kConversions.find(c.fields.takeFirst());
+        ASSERT_TRUE(conversion != kConversions.end() && c.fields.size() >= 2)
+            << c.where().constData();
+        const QString expected = utf8(c.fields.takeLast());
+        EXPECT_EQ(conversion->second(c.fields), expected) << c.where().constData();
     }
-    EXPECT_EQ(cases, 151);
+    EXPECT_EQ(cases.size(), 151);
 }
 
 } // namespace
