@@ -1,6 +1,7 @@
 #include "data/Database.h"
 #include "data/DataTestSupport.h"
 #include "data/Schema.h"
+#include "support/CaseFile.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +10,6 @@
 
 #include <sys/stat.h>
 
-#include <limits>
 #include <memory>
 #include <vector>
 
@@ -59,18 +59,9 @@ TEST_F(DatabaseTest, OpenCreatesEveryTableWithItsColumns)
 
 TEST_F(DatabaseTest, ValuesAreBoundNotPastedAndRoundTrip)
 {
-    const QString texts[] = {u"O'Brien"_s,
-                             u"'; DROP TABLE Brov_Holzdaten; --"_s,
-                             u"\"quoted\" ''"_s,
-                             u"Fichte Ä Ö Ü ä ö ü ß €"_s,
-                             u"%s %d %1 ? :a @b $c"_s,
-                             u"back\\slash"_s,
-                             u"line\r\nbreak"_s,
-                             u""_s};
-    const std::int64_t numbers[] = {0, -135, 999999, std::numeric_limits<std::int64_t>::min()};
-    for (size_t i = 0; i < std::size(texts); ++i) {
-        SCOPED_TRACE(texts[i].toStdString());
-        const FieldValue row[] = {numbers[i % 4], FieldValue{}, texts[i]};
+    for (const test::Case& c : test::readCases(u"data/data/bound_values.txt"_s)) {
+        SCOPED_TRACE(c.where().constData());
+        const FieldValue row[] = {std::int64_t(c.fields[0].toLongLong()), FieldValue{}, c.text(1)};
         ASSERT_TRUE(db.deleteAll(schema::Holzdaten));
         ASSERT_TRUE(
             db.query(u"INSERT INTO Brov_Holzdaten (ID, KUBATUR, BAUMART) VALUES (?, ?, ?)"_s)
@@ -80,7 +71,7 @@ TEST_F(DatabaseTest, ValuesAreBoundNotPastedAndRoundTrip)
                 .run())
             << db.lastError().toStdString();
         auto q = db.query(u"SELECT ID, KUBATUR, BAUMART FROM Brov_Holzdaten WHERE BAUMART = ?"_s);
-        q.bind(1, texts[i]);
+        q.bind(1, c.text(1));
         ASSERT_TRUE(q.next());
         EXPECT_EQ(std::vector({q.value(0), q.value(1), q.value(2)}), std::vector(row, row + 3));
         EXPECT_FALSE(q.next());
