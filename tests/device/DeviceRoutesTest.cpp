@@ -388,34 +388,25 @@ HardwareProfile commandProfile(const char* mixer, bool reboot, bool clock)
     return profile;
 }
 
+// One profile a line of data/hardware_commands.txt, with a runner that finds every program and
+// with one that finds none.
 TEST(LinuxHardware, CommandsAreBuiltOnlyWhenTheProfileAsks)
 {
     const QDateTime when(QDate(2026, 5, 4), QTime(7, 30, 5));
-    struct Case {
-        HardwareProfile profile;
-        QStringList commands;
-    };
-    const Case cases[] = {
-        {commandProfile("", false, false), {}},
-        {commandProfile("Master", false, false), {QStringLiteral("amixer -q set Master 60%")}},
-        {commandProfile("", false, true),
-         {QStringLiteral("timedatectl --no-ask-password set-time 2026-05-04 07:30:05")}},
-        {commandProfile("", true, false), {QStringLiteral("systemctl --no-ask-password reboot")}},
-        {commandProfile("Speaker Playback", true, true),
-         {QStringLiteral("amixer -q set Speaker Playback 60%"),
-          QStringLiteral("timedatectl --no-ask-password set-time 2026-05-04 07:30:05"),
-          QStringLiteral("systemctl --no-ask-password reboot")}},
-    };
-    for (const Case& c : cases) {
+    for (const test::Case& c : test::readCases("device/data/hardware_commands.txt")) {
+        const HardwareProfile profile =
+            commandProfile(c.fields[0] == "-" ? "" : c.fields[0].constData(), c.text(1) == u"yes",
+                           c.text(2) == u"yes");
         for (const bool accept : {true, false}) {
+            SCOPED_TRACE(c.where().constData());
             Sysfs sysfs;
             sysfs.accept = accept;
-            LinuxHardware hw(c.profile, sysfs.recorder());
-            EXPECT_EQ(hw.setVolumePercent(60), accept && !c.profile.mixer.isEmpty());
-            EXPECT_EQ(hw.setDateTime(when), accept && c.profile.clock);
+            LinuxHardware hw(profile, sysfs.recorder());
+            EXPECT_EQ(hw.setVolumePercent(60), accept && !profile.mixer.isEmpty());
+            EXPECT_EQ(hw.setDateTime(when), accept && profile.clock);
             EXPECT_FALSE(hw.setDateTime(QDateTime()));
-            EXPECT_EQ(hw.reboot(), accept && c.profile.reboot);
-            EXPECT_EQ(sysfs.commands, c.commands);
+            EXPECT_EQ(hw.reboot(), accept && profile.reboot);
+            EXPECT_EQ(sysfs.commands, c.text(3).split(u';', Qt::SkipEmptyParts));
         }
     }
 }
@@ -433,36 +424,20 @@ TEST(LinuxHardware, RealRunnerReportsMissingProgramsAndExitStatus)
 // follows them for the power source in use.
 TEST(DeviceRoutesOnHardware, BacklightFollowsTheRouteForTheSourceInUse)
 {
-    struct Case {
-        const char* what;
-        QStringList libraries;
-        const char* status;
-        PowerSource source;
-        int level;
-        bool taken;
-        const char* brightness;
-    };
-    // clang-format off
-    const Case cases[] = {
-        {"no route, mains", {}, "Charging", PowerSource::Mains, 5, true, "128\n"},
-        {"battery slider on mains", {}, "Charging", PowerSource::Battery, 5, false, "100\n"},
-        {"no route, battery", {}, "Discharging", PowerSource::Battery, 10, true, "255\n"},
-        {"ppcutil takes 3", {"ppcutil"}, "Full", PowerSource::Mains, 3, true, "77\n"},
-        {"ppcutil ignores 5", {"ppcutil"}, "Full", PowerSource::Mains, 5, false, "100\n"},
-        {"ppcutil, battery", {"ppcutil"}, "Discharging", PowerSource::Mains, 3, true, "100\n"},
-    };
-    // clang-format on
-    for (const Case& c : cases) {
+    for (const test::Case& c : test::readCases("device/data/backlight_on_hardware.txt")) {
+        SCOPED_TRACE(c.where().constData());
         Sysfs sysfs;
-        sysfs.dir.writeFile("power_supply/BAT0/status", c.status);
+        sysfs.dir.writeFile("power_supply/BAT0/status", c.fields[1]);
         Device device;
-        device.addLibraries(c.libraries);
+        if (c.text(0) != u"-")
+            device.addLibraries(c.text(0).split(u','));
         device.addHardware(
             sysfs.withDir("backlight=%1/backlight/panel\npower_supply=%1/power_supply/BAT0\n"));
         DeviceRoutes& routes = device.open();
         device.stageKey(Hive::CurrentUser, kBacklightKey, "Brightness=1");
-        EXPECT_EQ(routes.setBacklight(c.source, c.level), c.taken) << c.what;
-        EXPECT_EQ(sysfs.brightness(), c.brightness) << c.what;
+        const PowerSource source = c.text(2) == u"battery" ? PowerSource::Battery : Mains;
+        EXPECT_EQ(routes.setBacklight(source, c.text(3).toInt()), c.text(4) == u"yes");
+        EXPECT_EQ(sysfs.brightness(), c.fields[5]);
     }
 }
 
