@@ -203,16 +203,10 @@ TEST(DeviceRoot, MakeFolderAndRemoveFile)
     TempRoot root;
     makeTree(root, "Brovant/Brovant.cdb=c", {"Import"});
     const DeviceRoot device(root.path());
-    // Folder to make, and the host folder it must give (nullptr: must fail).
-    const std::pair<const char*, const char*> rows[] = {
-        {"\\Brovant\\New\\Deep", "Brovant/New/Deep"},
-        {"\\brovant", "Brovant"},
-        {"\\import\\Sub", "Import/Sub"},
-        {"\\Brovant\\Brovant.cdb", nullptr},
-        {"\\Brovant\\Brovant.cdb\\x", nullptr}};
-    for (const auto& [folder, hostFolder] : rows) {
-        EXPECT_EQ(device.makeFolder(folder), hostFolder != nullptr) << folder;
-        EXPECT_TRUE(!hostFolder || QFileInfo(root.host(hostFolder)).isDir()) << folder;
+    for (const test::Case& c : casesOf("folder")) {
+        const bool made = c.text(2) != u"-";
+        EXPECT_EQ(device.makeFolder(c.text(1)), made) << c.where().constData();
+        EXPECT_TRUE(!made || QFileInfo(root.host(c.text(2))).isDir()) << c.where().constData();
     }
     EXPECT_EQ(QDir(root.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
               (QStringList{"Brovant", "Import"}));
