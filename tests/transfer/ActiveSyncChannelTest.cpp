@@ -11,6 +11,7 @@
 #include "platform/Clock.h"
 #include "platform/KeepAwake.h"
 #include "platform/MessageDialogs.h"
+#include "support/CaseFile.h"
 #include "support/QtPrinting.h"
 #include "support/TempRoot.h"
 
@@ -172,41 +173,21 @@ QStringList events(bool send, const char* codes)
     return out;
 }
 
-// The PC starts at `startAt` and confirms at `endAt`, with its markers in any case; the handheld
-// gives up waiting for the start after a minute, for the end after two (a send) or two minutes
-// after the start (a receive), looking every 50 ms.
+// One transfer a line of data/activesync_waits.txt.
 TEST(ActiveSyncChannel, WaitsForThePcAndKeepsOnlyWhatItConfirmed)
 {
-    const struct {
-        bool send;
-        const char* name;
-        qint64 startAt;
-        qint64 endAt;
-        bool ok;
-        qint64 waited;
-        const char* events;
-        QString start = "start.tmp"; // the PC's markers
-        QString end = "end.tmp";
-    } cases[] = {
-        {true, "answered between two looks", 2530, 6530, true, 6550, "T2550 H6550"},
-        {true, "answered at the last looks", 60000, 180000, true, 180000, "T60000 H180000"},
-        {true, "never started", kNever, kNever, false, 60000, "H60000 F60000"},
-        {true, "started too late", 60010, 60020, false, 60000, "H60000 F60000"},
-        {true, "never finished", 60000, kNever, false, 180000, "T60000 H180000 F180000"},
-        {true, "finished too late", 1000, 121010, false, 121000, "T1000 H121000 F121000"},
-        {true, "markers in capitals", 3000, 4000, true, 4000, "T3000 H4000", "START.TMP",
-         "END.TMP"},
-        {false, "answered between two looks", 2530, 6530, true, 6550, "T2550 H6550"},
-        {false, "answered at the last looks", 60000, 180000, true, 180000, "T60000 H180000"},
-        {false, "never started", kNever, kNever, false, 60000, "H60000 F60000"},
-        {false, "never finished", 30000, kNever, false, 150000, "T30000 H150000 F150000"},
-        {false, "markers in any case", 1000, 2000, true, 2000, "T1000 H2000", "START.TMP",
-         "End.Tmp"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(std::string(c.send ? "send, " : "receive, ") + c.name);
+    for (const test::Case& row :
+         test::readCases(QStringLiteral("transfer/data/activesync_waits.txt"))) {
+        SCOPED_TRACE(row.where().constData());
+        const auto at = [&](int i) {
+            return row.text(i) == QStringLiteral("-") ? kNever : row.fields[i].toLongLong();
+        };
+        const bool send = row.text(0) == QStringLiteral("send");
+        const qint64 startAt = at(2);
+        const bool ok = row.text(6) == QStringLiteral("yes");
+        const qint64 waited = at(7);
         Bench bench;
-        if (c.send) {
+        if (send) {
             bench.root.writeFile("Export/WALD.DAT", kWald);
             bench.root.writeFile("Export/FELD.DAT", kFeld);
         } else {
@@ -215,29 +196,29 @@ TEST(ActiveSyncChannel, WaitsForThePcAndKeepsOnlyWhatItConfirmed)
             bench.touch("Import/start.tmp");
             bench.touch("Import/end.tmp");
         }
-        bench.office(c.send, c.startAt, c.endAt, c.start, c.end);
+        bench.office(send, startAt, at(3), row.text(4), row.text(5));
         std::optional<quint32> during;
         bench.clock.at(500, [&] { during = bench.suspendTimeout(); });
-        EXPECT_EQ(c.send ? bench.channel.send() : bench.channel.receive(), c.ok);
+        EXPECT_EQ(send ? bench.channel.send() : bench.channel.receive(), ok);
         // The handheld stays awake while it waits; after it, the time-out too, as it was.
         EXPECT_EQ(during, 0u);
         EXPECT_EQ(bench.suspendTimeout(), 180u);
-        EXPECT_EQ(bench.clock.waited(), c.waited);
+        EXPECT_EQ(bench.clock.waited(), waited);
         EXPECT_LE(bench.clock.longestSleep(), ActiveSyncChannel::kStepMs);
-        EXPECT_EQ(bench.dialogs.events, events(c.send, c.events));
-        if (c.startAt != kNever && c.startAt <= c.waited) {
-            EXPECT_EQ(bench.seenAtStart, (c.send ? QStringList{"FELD.DAT", "WALD.DAT", "export.tmp"}
-                                                 : QStringList{"import.tmp"}));
+        EXPECT_EQ(bench.dialogs.events, events(send, row.fields.value(8).constData()));
+        if (startAt != kNever && startAt <= waited) {
+            EXPECT_EQ(bench.seenAtStart, (send ? QStringList{"FELD.DAT", "WALD.DAT", "export.tmp"}
+                                               : QStringList{"import.tmp"}));
         }
         // A send empties "\Export" either way, a failed one leaving the lists marked; a receive
         // keeps the files only when the PC confirmed.
         const QStringList delivered{"FELD.DAT", "WALD.DAT", "import.tmp"};
-        EXPECT_EQ(bench.folder(c.send ? "Export" : "Import"),
-                  c.send || !c.ok ? QStringList() : delivered);
-        if (c.ok && c.send) {
+        EXPECT_EQ(bench.folder(send ? "Export" : "Import"),
+                  send || !ok ? QStringList() : delivered);
+        if (ok && send) {
             EXPECT_EQ(bench.taken,
                       (std::map<QString, QByteArray>{{"FELD.DAT", kFeld}, {"WALD.DAT", kWald}}));
-        } else if (c.ok) {
+        } else if (ok) {
             EXPECT_EQ(bench.root.readFile("Import/WALD.DAT"), kWald);
         }
     }

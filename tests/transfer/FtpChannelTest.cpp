@@ -6,6 +6,7 @@
 #include "platform/MessageDialogs.h"
 #include "platform/Profile.h"
 #include "platform/Registry.h"
+#include "support/CaseFile.h"
 #include "support/TempRoot.h"
 #include "transfer/FtpTestServer.h"
 
@@ -325,80 +326,58 @@ TEST_F(FtpChannelTest, FetchTakesCapitalsFirstThenSmallLetters)
     }
 }
 
-// A server that vanishes, falls silent or trickles a file past the whole-transfer limit (its
-// minute passes on the manual clock once bytes flow), a file past the size limit (told by SIZE,
-// or only by its bytes), the user's "Abbruch": each ends in the channel's usual notice, with
-// nothing left in "\Import"; a file just at the limit still comes.
+// One transfer a line of data/ftp_lost.txt.
 TEST_F(FtpChannelTest, LostServersLimitsAndCancelEndInTheUsualNotice)
 {
-    enum Lost { Stays, Killed, Frozen, Trickles };
-    const QString fetchFailed =
-        "'STAMM.DAT' oder 'stamm.dat'|konnte nicht vom FTP-Server|geladen werden!";
-    const QString putFailed = "Fehler!|FtpPutFile|data/STAMM.DAT";
-    const FtpChannel::Timeouts limits{60, 60, 60, 60'000};
-    const FtpChannel::Timeouts small{60, 60, 60, 60'000, 4096};
-    constexpr qsizetype big = 32 << 20;
-    const struct {
-        const char* label;
-        Lost lost;
-        QStringList serverOptions;
-        bool sending;
-        qsizetype bytes;
+    for (const test::Case& row : test::readCases(QStringLiteral("transfer/data/ftp_lost.txt"))) {
+        SCOPED_TRACE(row.where().constData());
+        const auto given = [&](int i) {
+            return row.fields.value(i) != "-";
+        };
+        const bool sending = row.fields[1] == "send";
+        const QByteArray lost = row.fields[2];
         FtpChannel::Timeouts limits;
-        double cancelAt; // the progress at which the user presses "Abbruch"; -1 never
-        QString notice;  // empty: the transfer goes through
-    } cases[] = {
-        {"send, server killed", Killed, {}, true, big, limits, -1, putFailed},
-        {"send, server silent", Frozen, {}, true, big, limits, -1, putFailed},
-        {"fetch, server killed", Killed, {}, false, big, limits, -1, fetchFailed},
-        {"fetch, server silent", Frozen, {}, false, big, limits, -1, fetchFailed},
-        {"trickling fetch", Trickles, {"trickle"}, false, 20000, limits, -1, fetchFailed},
-        {"too big, size told", Stays, {}, false, 4097, small, -1, fetchFailed},
-        {"too big, no SIZE", Stays, {"nosize"}, false, 4097, small, -1, fetchFailed},
-        {"at the limit", Stays, {"nosize"}, false, 4096, small, -1, {}},
-        {"cancel logging in", Stays, {}, true, 10, {}, 0, "Fehler!|Fehler:42|"},
-        {"cancel sending", Stays, {}, true, big, {}, 1, putFailed},
-        {"cancel fetching", Stays, {}, false, big, {}, 1, fetchFailed},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.label);
+        if (given(5))
+            limits = {60, 60, 60, row.fields[5].toInt(),
+                      given(6) ? row.fields[6].toLongLong() : limits.maxFetchBytes};
+        const QString notice = given(8) ? row.text(8) : QString();
         FtpTestServer own;
-        ASSERT_NO_FATAL_FAILURE(start(own, c.serverOptions));
-        const QByteArray file(c.bytes, 'k');
+        ASSERT_NO_FATAL_FAILURE(start(own, given(3) ? QStringList{row.text(3)} : QStringList()));
+        const QByteArray file(row.fields[4].toLongLong(), 'k');
         writeHostFile(own.path("data/STAMM.DAT"), file);
         QDir(root.host("Export")).removeRecursively();
-        if (c.sending)
+        if (sending)
             writeHostFile(root.host("Export/STAMM.DAT"), file);
         store.writeText(Setting::FtpServer, 0, own.address());
         clearRecords();
-        dialogs.cancelAtProgress(c.cancelAt);
+        dialogs.cancelAtProgress(given(7) ? row.fields[7].toDouble() : -1);
         // A silent or trickling server is waited out by the whole-transfer limit: its time passes
         // at once, and the second name of a fetch does not wait again.
         ManualClock clock;
         bool acted = false;
         dialogs.onProgress = [&](double percent) {
-            if (c.lost == Stays || percent < (c.lost == Trickles ? 0.01 : 1)
+            if (lost == "stays" || percent < (lost == "trickles" ? 0.01 : 1)
                 || std::exchange(acted, true))
                 return;
-            if (c.lost == Killed)
+            if (lost == "killed")
                 own.stop();
-            if (c.lost == Frozen)
+            if (lost == "silent")
                 own.freeze();
-            if (c.lost != Killed)
+            if (lost != "killed")
                 clock.advanceMs(60'000);
         };
-        FtpChannel ftp(device, store, dialogs, &dialer, c.limits, &clock);
-        EXPECT_EQ(c.sending ? ftp.send() : ftp.fetchConfiguration(), c.notice.isEmpty());
+        FtpChannel ftp(device, store, dialogs, &dialer, limits, &clock);
+        EXPECT_EQ(sending ? ftp.send() : ftp.fetchConfiguration(), notice.isEmpty());
         dialogs.onProgress = nullptr;
-        EXPECT_EQ(dialogs.asked(), c.notice.isEmpty() ? QStringList() : QStringList{c.notice});
-        EXPECT_EQ(events, c.notice.isEmpty() ? kDialledClean : kDialledNotice);
+        EXPECT_EQ(dialogs.asked(), notice.isEmpty() ? QStringList() : QStringList{notice});
+        EXPECT_EQ(events, notice.isEmpty() ? kDialledClean : kDialledNotice);
         EXPECT_FALSE(dialogs.cancelOffered());
-        if (c.lost == Killed || c.lost == Frozen) {
+        if (lost == "killed" || lost == "silent") {
             ASSERT_GE(dialogs.progressValues().size(), 2u);
             EXPECT_LT(dialogs.progressValues().back(), 100);
         }
-        if (!c.sending) {
-            const Files fetched = c.notice.isEmpty() ? Files{{"STAMM.DAT", file}} : Files{};
+        if (!sending) {
+            const Files fetched = notice.isEmpty() ? Files{{"STAMM.DAT", file}} : Files{};
             EXPECT_EQ(filesIn(root.host("Import")), fetched);
         }
     }
