@@ -92,37 +92,22 @@ TEST_F(TallyLogicTest, SaveStoresAndStartsNextWithCarryOver)
     EXPECT_EQ(logic->preview2(), QStringLiteral(" 3      28         1.65"));
 }
 
+// One tree typed in a line of data/tally_checks.txt.
 TEST_F(TallyLogicTest, ValidationOrderMessagesAndFocus)
 {
-    struct Case {
-        const char* species;
-        const char* tariff;
-        int diameter;
-        int count;
-        const char* message;
-        TallyLogic::Field focus;
-    };
-    const Case cases[] = {
-        {"", "FI1", 25, 1, "Holzart fehlt !!!||", Field::Species},
-        {"FI", "", 0, 0, "Tarif fehlt !!!||", Field::Tariff},
-        {"FI", "FI1", 0, 0, "Eingabe fehlt !!!||", Field::Diameter},
-        {"FI", "FI1", 25, 0, "Eingabe fehlt !!!||", Field::Count},
-        {"FI", "FI2", 25, 1, "Keine Kubatur vorhanden,|bitte Stammdaten korrigieren!|",
-         Field::Diameter},
-        {"BU", "BU1", 5, 1, "Keine Kubatur vorhanden,|bitte Stammdaten korrigieren!|",
-         Field::Diameter},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.message);
+    const QStringList fields = {"Tariff", "Species",       "Quality", "CaliperClass",
+                                "Count",  "DiameterClass", "Diameter"};
+    for (const Case& c : readCases("workflow/data/tally_checks.txt")) {
+        SCOPED_TRACE(c.where().constData());
         dialogs.clear();
         logic->end();
-        logic->setField(Field::Species, QString::fromLatin1(c.species));
-        logic->setField(Field::Tariff, QString::fromLatin1(c.tariff));
-        logic->setField(Field::Count, QString::number(c.count));
-        logic->setField(Field::Diameter, QString::number(c.diameter));
+        logic->setField(Field::Species, c.text(0));
+        logic->setField(Field::Tariff, c.text(1));
+        logic->setField(Field::Count, c.text(3));
+        logic->setField(Field::Diameter, c.text(2));
         EXPECT_FALSE(logic->save());
-        EXPECT_EQ(dialogs.asked(), QStringList{QString::fromUtf8(c.message)});
-        EXPECT_EQ(logic->focus(), c.focus);
+        EXPECT_EQ(dialogs.asked(), QStringList{c.text(4)});
+        EXPECT_EQ(logic->focus(), Field(fields.indexOf(c.text(5))));
         EXPECT_TRUE(logic->isNew());
     }
     EXPECT_TRUE(stored(list).isEmpty());
