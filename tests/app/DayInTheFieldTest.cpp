@@ -11,6 +11,7 @@
 #include "app/SettingsDlg.h"
 #include "app/TallyDlg.h"
 #include "app/TotalsDlg.h"
+#include "support/CaseFile.h"
 #include "support/PseudoTerminal.h"
 #include "tally/caliper/CaliperReader.h"
 #include "tool/ToolRun.h"
@@ -193,6 +194,22 @@ protected:
     }
 
     QString tallyLabel(const char* name) { return h.label(QLatin1StringView(name)); }
+    // Each line of tests/app/data/<file>: keys as keys() presses them, then the position the tally
+    // screen shows, the tree in its edits and the preview's first line (empty: not looked at).
+    void walk(const QString& file)
+    {
+        for (const Case& c : readCases(QStringLiteral("app/data/") + file)) {
+            SCOPED_TRACE(c.where().constData());
+            keys(c.text(0));
+            EXPECT_EQ(tallyLabel("position"), c.text(1));
+            if (!c.text(2).isEmpty()) {
+                EXPECT_EQ(h.shownTree(), c.text(2));
+            }
+            if (!c.text(3).isEmpty()) {
+                EXPECT_EQ(tallyLabel("Prev1"), c.text(3));
+            }
+        }
+    }
     void openTally(const QString& list)
     {
         ASSERT_NO_FATAL_FAILURE(openListSelection(ListSelectionDlg::TallyTab));
@@ -220,6 +237,7 @@ protected:
             {QStringLiteral("Delete"), {Tally::kEtc, Tally::kDelete}},
             {QStringLiteral("First"), {Tally::kEtc, Tally::kFirst}},
             {QStringLiteral("End"), {Tally::kEtc, Tally::kEnd}},
+            {QStringLiteral("Enter"), {KeypadScreen::kEnter}},
         };
         for (const QString& step : steps.split(u' ', Qt::SkipEmptyParts)) {
             const QString field = step.section(u'=', 0, 0);
@@ -342,32 +360,7 @@ TEST_F(ForesterDay, CorrectionsOnTheTallyScreen)
 {
     ASSERT_NO_FATAL_FAILURE(makeList("HIEB01", "NORDHANG", "WR01"));
     ASSERT_NO_FATAL_FAILURE(openTally("HIEB01"));
-    keys("BAUMART=FI =FI01 BHD=26 BHD=30 BHD=40 BAUMART=BU =BU01 BHD=44 BHD=50 Up Up Up");
-    EXPECT_EQ(tallyLabel("position"), QStringLiteral("3/5"));
-    EXPECT_EQ(h.shownTree(), QStringLiteral("FI01|FI|||1|40|40|1.70"));
-    EXPECT_EQ(tallyLabel("Prev1"), QStringLiteral(" 1      30         0.85"));
-    keys("BHD=51");
-    EXPECT_EQ(tallyLabel("position"), QStringLiteral("4/5"));
-    EXPECT_EQ(h.shownTree(), QStringLiteral("BU01|BU|||1|44|44|2.19"));
-    keys("BAUMART=FI STK=3 JA Down");
-    EXPECT_EQ(tallyLabel("position"), QStringLiteral("5/5"));
-    keys("STK=3 NEIN Up");
-    EXPECT_EQ(tallyLabel("position"), QStringLiteral("4/5"));
-    EXPECT_EQ(h.shownTree(), QStringLiteral("FI01|FI|||3|44|44|6.42"));
-    keys("JA Delete");
-    EXPECT_EQ(tallyLabel("position"), QStringLiteral("4/4"));
-    EXPECT_EQ(h.shownTree(), QStringLiteral("BU01|BU|||1|50|50|2.95"));
-    keys("First");
-    EXPECT_EQ(tallyLabel("position"), QStringLiteral("1/4"));
-    keys("NEIN Delete JA Delete");
-    EXPECT_EQ(tallyLabel("position"), QStringLiteral("1/3"));
-    EXPECT_EQ(h.shownTree(), QStringLiteral("FI01|FI|||1|30|30|0.85"));
-    keys("End");
-    EXPECT_EQ(tallyLabel("position"), QStringLiteral("neu"));
-    keys("Up TARIF=BU02");
-    h.press(KeypadScreen::kEnter);
-    EXPECT_EQ(tallyLabel("position"), QStringLiteral("neu"));
-    EXPECT_EQ(tallyLabel("Prev1"), QStringLiteral(" 1      50         2.60"));
+    walk(QStringLiteral("corrections.txt"));
     ASSERT_NO_FATAL_FAILURE(closeTally("HIEB01"));
     EXPECT_EQ(said(), day("corrections questions"));
     EXPECT_EQ(h.rows(kTrees), day("corrections trees"));
