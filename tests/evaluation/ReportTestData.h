@@ -8,7 +8,7 @@
 #include "evaluation/Reports.h"
 #include "masterdata/DeviceSession.h"
 #include "masterdata/MasterTables.h"
-#include "support/CaseFile.h"
+#include "support/CaseKinds.h"
 #include "support/ListBuilder.h"
 #include "support/QtPrinting.h"
 #include "support/TempRoot.h"
@@ -129,13 +129,7 @@ private:
 // The cases of one kind in data/reports.txt.
 inline QList<Case> casesOf(const QByteArray& kind)
 {
-    QList<Case> cases;
-    for (const Case& c : readCases(QStringLiteral("evaluation/data/reports.txt"))) {
-        if (c.fields[0] == kind)
-            cases << c;
-    }
-    EXPECT_FALSE(cases.isEmpty()) << kind.constData();
-    return cases;
+    return casesOf(QStringLiteral("evaluation/data/reports.txt"), kind);
 }
 
 // Trees written "species,class,stems,volume", ';' between them, as in the case files.

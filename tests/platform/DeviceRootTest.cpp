@@ -1,5 +1,5 @@
 #include "platform/DeviceRoot.h"
-#include "support/CaseFile.h"
+#include "support/CaseKinds.h"
 #include "support/QtPrinting.h"
 #include "support/TempRoot.h"
 
@@ -50,21 +50,11 @@ QString expectedHost(const TempRoot& root, const QString& relative)
     return relative.isEmpty() ? base : base + u'/' + relative;
 }
 
-// The cases of one kind in data/device_root.txt.
-QList<test::Case> casesOf(const QByteArray& kind)
-{
-    QList<test::Case> cases;
-    for (const test::Case& c : test::readCases(QStringLiteral("platform/data/device_root.txt"))) {
-        if (c.fields[0] == kind)
-            cases << c;
-    }
-    EXPECT_FALSE(cases.isEmpty()) << kind.constData();
-    return cases;
-}
+const QString kCases = QStringLiteral("platform/data/device_root.txt");
 
 TEST(DeviceRootWildcard, MatchesLikeTheDeviceFindFile)
 {
-    for (const test::Case& c : casesOf("wildcard"))
+    for (const test::Case& c : test::casesOf(kCases, "wildcard"))
         EXPECT_EQ(DeviceRoot::wildcardMatch(c.text(1), c.text(2)), c.fields[3] == "yes")
             << c.where().constData();
     // Many stars on a long name must not backtrack for ever.
@@ -93,12 +83,12 @@ TEST(DeviceRoot, PathsResolveCaseStayInsideTheRootAndFollowLinks)
     ASSERT_TRUE(QFile::link(root.host("Brovant/Brovant.cdb"), root.host("link.cdb")));
     ASSERT_TRUE(QFile::link(root.host("gone"), root.host("dangling")));
     const DeviceRoot device(root.path());
-    for (const test::Case& c : casesOf("path"))
+    for (const test::Case& c : test::casesOf(kCases, "path"))
         EXPECT_EQ(device.hostPath(c.text(1)), expectedHost(root, c.text(2)))
             << c.where().constData();
     EXPECT_EQ(DeviceRoot(root.path() + "//").hostPath("\\brovant"), expectedHost(root, "Brovant"));
 
-    for (const test::Case& c : casesOf("query")) {
+    for (const test::Case& c : test::casesOf(kCases, "query")) {
         const QString path = c.text(1);
         const QByteArray says = c.fields[2];
         const QString answer = device.isFile(path) ? "F" + QString::number(device.fileSize(path))
@@ -123,14 +113,14 @@ TEST(DeviceRoot, FindFiltersByKindAndSortsByName)
     const DeviceRoot device(root.path());
     const std::map<QByteArray, Kind> kinds = {
         {"files", Kind::Files}, {"folders", Kind::Folders}, {"any", Kind::Any}};
-    for (const test::Case& c : casesOf("find"))
+    for (const test::Case& c : test::casesOf(kCases, "find"))
         EXPECT_EQ(device.find(c.text(1), kinds.at(c.fields[2])).join(u' '), c.text(3))
             << c.where().constData();
 }
 
 TEST(DeviceRoot, RemoveMatchingRemovesFilesOnly)
 {
-    for (const test::Case& c : casesOf("remove")) {
+    for (const test::Case& c : test::casesOf(kCases, "remove")) {
         SCOPED_TRACE(c.where().constData());
         TempRoot root;
         makeTree(root, "Import/B.DAT= Import/Folder.dat/inner.dat= Import/a.dat= Import/keep.txt= "
@@ -143,7 +133,7 @@ TEST(DeviceRoot, RemoveMatchingRemovesFilesOnly)
 TEST(DeviceRoot, CopyAndMoveReplaceAtomicallyOrLeaveNothing)
 {
     const QString tree = "Export/Folder/inner=I Export/old.dat=OLD Import/a.dat=AAA";
-    for (const test::Case& c : casesOf("transfer")) {
+    for (const test::Case& c : test::casesOf(kCases, "transfer")) {
         SCOPED_TRACE(c.where().constData());
         TempRoot root;
         makeTree(root, tree);
@@ -203,7 +193,7 @@ TEST(DeviceRoot, MakeFolderAndRemoveFile)
     TempRoot root;
     makeTree(root, "Brovant/Brovant.cdb=c", {"Import"});
     const DeviceRoot device(root.path());
-    for (const test::Case& c : casesOf("folder")) {
+    for (const test::Case& c : test::casesOf(kCases, "folder")) {
         const bool made = c.text(2) != u"-";
         EXPECT_EQ(device.makeFolder(c.text(1)), made) << c.where().constData();
         EXPECT_TRUE(!made || QFileInfo(root.host(c.text(2))).isDir()) << c.where().constData();
@@ -222,14 +212,14 @@ TEST(DeviceRoot, MakeFolderAndRemoveFile)
 
 TEST(DeviceRoot, SafeFileNamesAndJoin)
 {
-    for (const test::Case& c : casesOf("safe"))
+    for (const test::Case& c : test::casesOf(kCases, "safe"))
         EXPECT_EQ(DeviceRoot::isSafeFileName(c.text(1)), c.fields[2] == "yes")
             << c.where().constData();
     // Lengths and a lone surrogate, which the case file cannot hold.
     EXPECT_TRUE(DeviceRoot::isSafeFileName(QString(255, u'x')));
     for (const QString& name : {QString(256, u'x'), QString(QChar(0xD800)) + u'x', QString()})
         EXPECT_FALSE(DeviceRoot::isSafeFileName(name)) << name.size();
-    for (const test::Case& c : casesOf("join"))
+    for (const test::Case& c : test::casesOf(kCases, "join"))
         EXPECT_EQ(DeviceRoot::join(c.text(1), c.text(2)), c.text(3)) << c.where().constData();
 }
 

@@ -2,7 +2,7 @@
 #include "platform/KeepAwake.h"
 #include "platform/Profile.h"
 #include "platform/Registry.h"
-#include "support/CaseFile.h"
+#include "support/CaseKinds.h"
 #include "support/QtPrinting.h"
 #include "support/TempRoot.h"
 
@@ -21,9 +21,7 @@ TEST(Cp1252, EveryByteRoundTripsAndKnownCharactersMap)
     ASSERT_EQ(cp1252::decode(all).size(), 256);
     EXPECT_EQ(cp1252::encode(cp1252::decode(all)), all);
 
-    for (const Case& c : readCases(QStringLiteral("platform/data/registry.txt"))) {
-        if (c.fields[0] != "cp1252")
-            continue;
+    for (const Case& c : casesOf(QStringLiteral("platform/data/registry.txt"), "cp1252")) {
         EXPECT_EQ(cp1252::encode(c.text(1)), c.fields[2]) << c.where().constData();
         EXPECT_TRUE(c.fields[2].contains('?') || cp1252::decode(c.fields[2]) == c.text(1))
             << c.where().constData();

@@ -1,5 +1,5 @@
 #include "platform/Registry.h"
-#include "support/CaseFile.h"
+#include "support/CaseKinds.h"
 #include "support/QtPrinting.h"
 #include "support/TempRoot.h"
 
@@ -21,17 +21,7 @@ const QString kMachineFile = QStringLiteral("HKEY_LOCAL_MACHINE.reg");
 const QByteArray kHeader = "Windows Registry Editor Version 5.00\n";
 const QString kApp = QStringLiteral("Software\\NORVA\\Brovant");
 
-// The cases of one kind in data/registry.txt.
-QList<Case> casesOf(const QByteArray& kind)
-{
-    QList<Case> cases;
-    for (const Case& c : brovant::test::readCases(QStringLiteral("platform/data/registry.txt"))) {
-        if (c.fields[0] == kind)
-            cases << c;
-    }
-    EXPECT_FALSE(cases.isEmpty()) << kind.constData();
-    return cases;
-}
+const QString kCases = QStringLiteral("platform/data/registry.txt");
 
 QByteArray golden(const char* name)
 {
@@ -43,7 +33,7 @@ QByteArray golden(const char* name)
 TEST(Registry, ValuesSurviveSaveAndReload)
 {
     QList<std::pair<QString, QString>> values;
-    for (const Case& c : casesOf("value"))
+    for (const Case& c : brovant::test::casesOf(kCases, "value"))
         values.append({c.text(1), c.text(2)});
     values.append({"S", QString(QChar(0xd800)) + "x"}); // a lone surrogate
     for (const auto& [name, value] : values) {
@@ -105,7 +95,7 @@ TEST(Registry, NamesIgnoreCaseAndStrayBackslashesAndValuesHaveOneType)
         ASSERT_TRUE(reg.setDword(HKCU, QString::fromUtf8("software\\Äpfel"), "n", 3));
     }
     Registry reg(root.path());
-    for (const Case& c : casesOf("key")) {
+    for (const Case& c : brovant::test::casesOf(kCases, "key")) {
         const QString path = c.text(1);
         SCOPED_TRACE(c.where().constData());
         EXPECT_TRUE(reg.keyExists(HKCU, path));
@@ -235,7 +225,7 @@ TEST(Registry, CorruptHiveIsSetAsideAndStartsEmpty)
 {
     const QByteArray good = kHeader + "\n[HKEY_CURRENT_USER\\Good]\n\"Keep\"=dword:00000001\n";
     QList<QByteArray> cases;
-    for (const Case& c : casesOf("damaged"))
+    for (const Case& c : brovant::test::casesOf(kCases, "damaged"))
         cases << (c.fields[1] == "good" ? good : QByteArray()) + c.fields[2];
     cases << good + "\"v\"=\"" + QByteArray(9 << 20, 'a') + "\"\n"; // a value too long
     for (const QByteArray& bytes : cases) {
@@ -263,7 +253,7 @@ TEST(Registry, CorruptHiveIsSetAsideAndStartsEmpty)
 // Hand-edited and regedit-made variants that are not damage.
 TEST(Registry, AcceptsHarmlessVariants)
 {
-    for (const Case& c : casesOf("harmless")) {
+    for (const Case& c : brovant::test::casesOf(kCases, "harmless")) {
         SCOPED_TRACE(c.where().constData());
         TempRoot root;
         root.writeFile(kUserFile, c.fields[1]);

@@ -11,6 +11,8 @@
 namespace brovant::test {
 namespace {
 
+const QString kCases = QStringLiteral("evaluation/print/data/pdf.txt");
+
 // The pages of a PDF as text, runs of blanks made one.
 QStringList pdfPages(const QString& file)
 {
@@ -58,12 +60,10 @@ TEST_F(ReportPdf, ListingShowsTheTotalsScreensNumbers)
     const QStringList all = lines(pages.join(u'\n'));
 
     // The lines of the listing anywhere, the header on page 1, the page numbers on every page.
-    for (const Case& c : readCases(QStringLiteral("evaluation/print/data/pdf.txt"))) {
-        if (c.fields[0] == "listing")
-            EXPECT_TRUE(all.contains(c.text(1))) << c.where().constData();
-        else if (c.fields[0] == "header")
-            EXPECT_TRUE(pages.first().contains(c.text(1))) << c.where().constData();
-    }
+    for (const Case& c : casesOf(kCases, "listing"))
+        EXPECT_TRUE(all.contains(c.text(1))) << c.where().constData();
+    for (const Case& c : casesOf(kCases, "header"))
+        EXPECT_TRUE(pages.first().contains(c.text(1))) << c.where().constData();
     for (int p = 0; p < pages.size(); ++p)
         EXPECT_TRUE(pages[p].contains(ReportLayout::pageCaption(p + 1, int(pages.size())))) << p;
 }
@@ -104,11 +104,9 @@ TEST_F(ReportPdf, TestPageShowsHeaderAndPrinterSettings)
     const QStringList pages = pdfPages(write(reports::testPage(sources()), 50));
     ASSERT_EQ(pages.size(), 1);
     const QStringList text = lines(pages.first());
-    for (const Case& c : readCases(QStringLiteral("evaluation/print/data/pdf.txt"))) {
-        if (c.fields[0] == "testpage")
-            EXPECT_TRUE(text.contains(c.text(1)) || pages.first().contains(c.text(1)))
-                << c.where().constData();
-    }
+    for (const Case& c : casesOf(kCases, "testpage"))
+        EXPECT_TRUE(text.contains(c.text(1)) || pages.first().contains(c.text(1)))
+            << c.where().constData();
 }
 
 TEST_F(ReportPdf, AFailedWriteLeavesNoFile)

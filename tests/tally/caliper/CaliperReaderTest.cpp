@@ -3,7 +3,7 @@
 #include "platform/DeviceRoot.h"
 #include "platform/MessageDialogs.h"
 #include "platform/serial/SerialPort.h"
-#include "support/CaseFile.h"
+#include "support/CaseKinds.h"
 #include "support/PseudoTerminal.h"
 #include "support/QtPrinting.h"
 #include "support/TempRoot.h"
@@ -25,6 +25,8 @@ namespace {
 
 using test::PseudoTerminal;
 using test::TempRoot;
+
+const QString kPorts = QStringLiteral("tally/caliper/data/ports.txt");
 
 // Runs the event loop (the signals come queued from the reader's thread) until `done` or time out.
 bool waitUntil(const std::function<bool()>& done, int timeoutMs = 10000)
@@ -282,9 +284,7 @@ TEST_F(CaliperReaderTest, PortThatDoesNotOpenShowsTheNotice)
     linkPort(4, QStringLiteral("/nonexistent/ttyUSB7"));
     root.writeFile(QStringLiteral("dev/COM5"), "not a terminal");
     linkPort(6, root.host(QStringLiteral("dev/COM5")));
-    for (const test::Case& c : test::readCases(QStringLiteral("tally/caliper/data/ports.txt"))) {
-        if (c.fields[0] != "notice")
-            continue;
+    for (const test::Case& c : test::casesOf(kPorts, "notice")) {
         SCOPED_TRACE(c.where().constData());
         dialogs.clear();
         EXPECT_FALSE(reader.start(c.text(1).toInt()));
@@ -325,10 +325,8 @@ TEST(SerialPort, PortNamesLeadToTheLinkedDevice)
     ASSERT_TRUE(QFile::link(QStringLiteral("/dev/ttyUSB0"), root.host(QStringLiteral("dev/COM3"))));
     ASSERT_TRUE(QFile::link(QStringLiteral("/dev/rfcomm0"), root.host(QStringLiteral("dev/com7"))));
     const DeviceRoot device(root.path());
-    for (const test::Case& c : test::readCases(QStringLiteral("tally/caliper/data/ports.txt"))) {
-        if (c.fields[0] == "device")
-            EXPECT_EQ(serialDeviceFile(device, c.text(1)), c.text(2)) << c.where().constData();
-    }
+    for (const test::Case& c : test::casesOf(kPorts, "device"))
+        EXPECT_EQ(serialDeviceFile(device, c.text(1)), c.text(2)) << c.where().constData();
     EXPECT_EQ(serialPortName(3), "COM3:");
 }
 
