@@ -8,6 +8,7 @@
 #include "platform/KeepAwake.h"
 #include "platform/MessageDialogs.h"
 #include "platform/Registry.h"
+#include "support/CaseFile.h"
 #include "support/TempRoot.h"
 #include "tool/ToolRun.h"
 #include "transfer/PeerLine.h"
@@ -276,86 +277,77 @@ TEST_F(CableChannelTest, ARefusedHeaderNameEndsTheReceive)
     EXPECT_EQ(filesIn(root.path()), before);
 }
 
-// The device's receive and the office's from the same far end, its frames spoilt or cut off, and
-// what each answered ("-": not a case of the device's). Only the office checks the checksum; the
-// device waits 100 ms before each NAK, the office writes nothing before EOT.
+// A frame spoilt as a line of data/cable_receive.txt says.
+QByteArray spoilt(const QByteArray& how, QByteArray f)
+{
+    const qsizetype etx = f.indexOf(kEtx);
+    if (how == "wrong digit")
+        return f.replace(6, 1, "7");
+    if (how == "SOH lost")
+        return f.remove(2, 1);
+    if (how == "ETX lost")
+        return f.remove(etx, 1);
+    if (how == "cut after 9 bytes")
+        return f.first(9);
+    if (how == "noise in front")
+        return QByteArray("\xFF\x00\x7F", 3) + f;
+    if (how == "checksum wrong")
+        return f.replace(etx + 2, 1, f[etx + 2] == 'A' ? "B" : "A");
+    if (how == "payload byte lost")
+        return f.remove(9, 1);
+    if (how == "EOT for a payload byte")
+        return f.replace(9, 1, "\x04");
+    if (how == "cut after 9 bytes, EOT")
+        return f.first(9) + kEot;
+    ADD_FAILURE() << "no way to spoil a frame called " << how.constData();
+    return f;
+}
+
+// "A2 N15 A10" as the answers it stands for.
+QByteArray answersOf(const QByteArray& runs)
+{
+    QByteArray answers;
+    for (const QByteArray& run : runs.split(' '))
+        answers += QByteArray(run.mid(1).toInt(), run[0]);
+    return answers;
+}
+
+// One run a line of data/cable_receive.txt.
 TEST(CableReceivers, AnswerEveryFrameAndKeepWhatCameWhole)
 {
-    const auto A = [](int n) {
-        return QByteArray(n, 'A');
-    };
-    const auto N = [](int n) {
-        return QByteArray(n, 'N');
-    };
-    const auto wrongDigit = [](QByteArray f) {
-        return f.replace(6, 1, "7");
-    };
-    const auto flipChecksum = [](QByteArray f) {
-        f[f.indexOf(kEtx) + 2] = f[f.indexOf(kEtx) + 2] == 'A' ? 'B' : 'A';
-        return f;
-    };
-    const struct {
-        const char* what;
-        FrameAnswer mangle;
-        int stopAfter;
-        bool ok;
-        QByteArray device;
-        QByteArray office;
-        int chunk = 1 << 20;
-    } cases[] = {
-        {"clean, in pieces of 7", nullptr, 100, true, A(12), A(12), 7},
-        {"wrong digit once", spoilAt(3, 1, wrongDigit), 100, true, A(3) + "N" + A(9),
-         A(3) + "N" + A(9)},
-        {"SOH lost", spoilAt(4, 1, [](QByteArray f) { return f.remove(2, 1); }), 100, true,
-         A(4) + "N" + A(8), A(4) + "N" + A(8)},
-        {"ETX lost", spoilAt(1, 2, [](QByteArray f) { return f.remove(f.indexOf(kEtx), 1); }), 100,
-         true, A(1) + "NN" + A(11), A(1) + "NN" + A(11)},
-        {"frame cut short", spoilAt(0, 1, [](QByteArray f) { return f.first(9); }), 100, true,
-         "N" + A(12), "N" + A(12)},
-        {"noise in front",
-         spoilAt(5, 13, [](QByteArray f) { return QByteArray("\xFF\x00\x7F", 3) + f; }), 100, true,
-         A(12), A(12)},
-        {"checksum wrong twice", spoilAt(2, 2, flipChecksum), 100, true, A(12),
-         A(2) + "NN" + A(10)},
-        {"payload byte lost", spoilAt(3, 1, [](QByteArray f) { return f.remove(9, 1); }), 100, true,
-         "-", A(3) + "N" + A(9)},
-        // A payload byte turned into EOT, the rest of the frame following (or, below, nothing).
-        {"EOT inside a frame", spoilAt(2, 1, [](QByteArray f) { return f.replace(9, 1, "\x04"); }),
-         100, true, "-", A(2) + "N" + A(10)},
-        {"fifteen NAKs", spoilAt(2, 15, wrongDigit), 100, true, A(2) + N(15) + A(10),
-         A(2) + N(15) + A(10)},
-        {"NAK storm", spoilAt(2, 99, wrongDigit), 100, false, A(2) + N(15), A(2) + N(15)},
-        {"checksum never right", spoilAt(1, 99, flipChecksum), 100, false, "-", A(1) + N(15)},
-        {"frame cut short by EOT", spoilAt(3, 99, [](QByteArray f) { return f.first(9) + kEot; }),
-         100, false, "-", A(3) + N(15)},
-        {"far end goes silent", nullptr, 5, false, A(5), A(5)},
-        {"EOT lost", nullptr, 12, false, A(12), A(12)},
-    };
     const QMap<QString, QByteArray> files{{"A       .DAT", kFileA}, {"B       .DAT", kFileB}};
-    for (const auto& c : cases) {
+    for (const Case& row : readCases(QStringLiteral("transfer/data/cable_receive.txt"))) {
+        const auto given = [&](int i) {
+            return row.fields.value(i) != "-";
+        };
+        const bool ok = row.fields.value(6) == "yes";
         for (const bool office : {false, true}) {
-            SCOPED_TRACE(std::string(c.what) + (office ? ", office" : ", device"));
-            if (!office && c.device == "-")
+            SCOPED_TRACE((row.where() + (office ? ", office" : ", device")).constData());
+            if (!given(office ? 8 : 7))
                 continue;
+            const QByteArray answers = answersOf(row.fields.value(office ? 8 : 7));
             Device d;
-            d.line.chunk = c.chunk;
+            d.line.chunk = given(5) ? row.fields[5].toInt() : 1 << 20;
             SendingPeer far(d.line, twoFilesWithStrayLineFirst());
-            far.mangle = c.mangle;
-            far.stopAfter = c.stopAfter;
+            if (given(3))
+                far.mangle =
+                    spoilAt(row.fields[1].toInt(), row.fields[2].toInt(),
+                            [how = row.fields[3]](QByteArray f) { return spoilt(how, f); });
+            if (given(4))
+                far.stopAfter = row.fields[4].toInt();
             if (office) {
                 const OfficeResult r =
                     CableOffice(d.line, d.clock, OfficeTiming{}).receive(d.root.host("Import"));
-                EXPECT_EQ(r.ok, c.ok) << r.error.toStdString();
-                EXPECT_EQ(far.answers(), c.office);
+                EXPECT_EQ(r.ok, ok) << r.error.toStdString();
             } else {
-                EXPECT_EQ(d.channel(2).receive(), c.ok);
-                EXPECT_EQ(far.answers(), c.device);
-                EXPECT_EQ(d.dialogs.asked(), c.ok ? QStringList() : QStringList{kFailed});
-                EXPECT_EQ(d.clock.sleptMs(), 100 * c.device.count('N'));
+                EXPECT_EQ(d.channel(2).receive(), ok);
+                EXPECT_EQ(d.dialogs.asked(), ok ? QStringList() : QStringList{kFailed});
+                EXPECT_EQ(d.clock.sleptMs(), 100 * answers.count('N'));
             }
-            if (c.ok || office) {
+            EXPECT_EQ(far.answers(), answers);
+            if (ok || office) {
                 EXPECT_EQ(filesIn(d.root.host("Import")),
-                          (c.ok ? files : QMap<QString, QByteArray>()));
+                          (ok ? files : QMap<QString, QByteArray>()));
             }
         }
     }
