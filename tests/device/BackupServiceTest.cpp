@@ -27,8 +27,6 @@ using Kind = BackupService::Kind;
 
 const QString kNoCard = QStringLiteral("Kein Zugriff auf externe|Speicherkarte möglich!|");
 const QString kBackupFailed = QStringLiteral("Fehler bei der Datensicherung!||");
-const QString kRestoreFailed = QStringLiteral("Fehler beim Wiederherstellen!||");
-const QString kNotADatabase = QStringLiteral("Datensicherung ist keine|gültige Datenbank!|");
 
 // Trees in the database file, read on a connection of its own; -1 when it cannot be read.
 int treesIn(const QString& file)
@@ -386,78 +384,43 @@ TEST(Restore, OldestOfThirtyIsRestoredThoughItsFileGoes)
     EXPECT_EQ(device.listing(QStringLiteral("Brovant/Save")), numbered("Auto", 2, 31));
 }
 
+// One refused restore a line of data/restore_refusals.txt.
 TEST(Restore, RefusedFilesLeaveTheDatabaseAlone)
 {
-    enum class Content {
-        CutInHalf,
-        LastPagesCut,
-        PageDamaged,
-        OtherStructure,
-        None,
-        BackupBlocked
-    };
-    struct Case {
-        const char* name;
-        const char* file; // what restore is asked for
-        Content content;  // what is put there first
-        QString message;
-    };
-    const Case cases[] = {
-        {"cut in half", "0002_Manu.cdb", Content::CutInHalf, kNotADatabase},
-        // The structure record is still there; only the trees at the end are missing.
-        {"last pages cut", "0002_Manu.cdb", Content::LastPagesCut, kNotADatabase},
-        {"a page damaged", "0002_Manu.cdb", Content::PageDamaged, kNotADatabase},
-        {"other structure", "0002_Auto.cdb", Content::OtherStructure, kNotADatabase},
-        {"missing", "0042_Auto.cdb", Content::None, kRestoreFailed},
-        {"path outside", "../Brovant.cdb", Content::None, kRestoreFailed},
-        {"a crashed copy", "0001_Manu.cdb.tmp", Content::None, kRestoreFailed},
-        // The backup before the restore cannot be made: no restore either.
-        {"no backup before", "0001_Manu.cdb", Content::BackupBlocked, kBackupFailed},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const test::Case& c : test::readCases("device/data/restore_refusals.txt")) {
+        SCOPED_TRACE(c.where().constData());
+        const QString content = c.text(1);
         RestoreDevice device;
-        const QString target = QStringLiteral("Brovant/Save/") + QLatin1StringView(c.file);
-        switch (c.content) {
-        case Content::CutInHalf:
+        const QString target = QStringLiteral("Brovant/Save/") + c.text(0);
+        if (content == u"cut in half") {
             device.root.writeFile(target,
                                   device.backupBytes().left(device.backupBytes().size() / 2));
-            break;
-        case Content::LastPagesCut: {
-            device.addTrees(2000, 100);
-            ASSERT_TRUE(device.service->backup(Kind::Manual));
-            const QByteArray whole = device.root.readFile(target);
-            device.root.writeFile(target, whole.left(whole.size() - 3 * 4096));
-            break;
         }
-        case Content::PageDamaged: {
+        if (content == u"last pages cut" || content == u"a page damaged") {
             device.addTrees(2000, 100);
             ASSERT_TRUE(device.service->backup(Kind::Manual));
             QByteArray whole = device.root.readFile(target);
             const qsizetype page = whole.size() / 4096 / 2 * 4096;
-            whole.replace(page, 4096, QByteArray(4096, '\x5a'));
+            if (content == u"last pages cut")
+                whole.chop(3 * 4096);
+            else
+                whole.replace(page, 4096, QByteArray(4096, '\x5a'));
             device.root.writeFile(target, whole);
-            break;
         }
-        case Content::OtherStructure: {
+        if (content == u"other structure") {
             Database other(device.root.host(target));
             ASSERT_TRUE(other.open());
             auto insert =
                 other.query(QStringLiteral("INSERT INTO Struktur (STRUKTUR) VALUES ('T00200')"));
             ASSERT_TRUE(insert.run());
-            break;
         }
-        case Content::None:
-            break;
-        case Content::BackupBlocked:
+        if (content == u"backup blocked")
             QDir().mkpath(device.root.host(QStringLiteral("Brovant/Save/0002_Auto.cdb")));
-            break;
-        }
         const QStringList before = device.listing(QStringLiteral("Brovant/Save"));
         const QByteArray database = device.root.readFile(QStringLiteral("Brovant/Brovant.cdb"));
         const int trees = device.trees();
-        EXPECT_FALSE(device.service->restore(QString::fromLatin1(c.file)));
-        EXPECT_EQ(device.dialogs.asked(), QStringList{c.message});
+        EXPECT_FALSE(device.service->restore(c.text(0)));
+        EXPECT_EQ(device.dialogs.asked(), QStringList{c.text(2)});
         EXPECT_TRUE(device.session->database().isOpen());
         EXPECT_EQ(device.trees(), trees);
         EXPECT_EQ(device.root.readFile(QStringLiteral("Brovant/Brovant.cdb")), database);
