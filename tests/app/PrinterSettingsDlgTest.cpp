@@ -121,8 +121,10 @@ TEST(PrinterSettingsDlg, ChoicesOnBothScreensAreStoredWhenConfirmed)
 }
 
 // Whatever was chosen on both screens, cancelling leaves the registry and the tables as they
-// were, and the next opening shows the store again.
-TEST(PrinterSettingsDlg, CancelLeavesEverythingAsItWas)
+// were, and the next opening shows the store again. ActiveSync hides the serial line's fields with
+// their captions; the port chosen is stored and shown on the communication screen (ActiveSync's
+// own connection: the logic's).
+TEST(PrinterSettingsDlg, CancelLeavesEverythingAsItWasAndActiveSyncHidesTheLine)
 {
     CommunicationProgram p;
     p.open();
@@ -150,13 +152,6 @@ TEST(PrinterSettingsDlg, CancelLeavesEverythingAsItWas)
     EXPECT_TRUE(p.widget<QRadioButton>("mode1")->isChecked());
     EXPECT_FALSE(p.widget<QCheckBox>("caliperActive")->isChecked());
     EXPECT_EQ(str(p.shown("printerType")), "Typ 5");
-}
-
-// ActiveSync hides the serial line's fields with their captions; the port chosen is stored and
-// shown on the communication screen (ActiveSync's own connection: the logic's).
-TEST(CableSettingsDlg, ActiveSyncHidesTheLine)
-{
-    CommunicationProgram p;
     p.session.store().writeInt(Setting::DuePort, 0, 3);
     p.open();
     p.tap("cable");

@@ -77,7 +77,9 @@ TEST(SystemInfoDlg, ShowsTheBatteryRouteOfTheDevice)
     }
 }
 
-TEST(SystemInfoDlg, ClockAndBatteryRunOnlyWhileShown)
+// The clock and the battery run only while the screen is shown; the build line shows the compile
+// date the German way.
+TEST(SystemInfoDlg, ClockBatteryAndBuildLine)
 {
     InfoProgram program([](const TempRoot& root) {
         root.writeFile("Windows/hardware.conf", "uni1=\\Windows\\uni1.state\n");
@@ -120,10 +122,6 @@ TEST(SystemInfoDlg, ClockAndBatteryRunOnlyWhileShown)
     EXPECT_EQ(program.text("time"), QStringLiteral("07:06:16"));
     EXPECT_EQ(program.stateWord()->text(), QStringLiteral("sehr niedrig"));
     EXPECT_TRUE(program.screen->refreshRunning());
-}
-
-TEST(SystemInfoDlg, BuildLineShowsTheCompileDateTheGermanWay)
-{
     for (const Case& c : readCases(QStringLiteral("app/data/build_lines.txt")))
         EXPECT_EQ(SystemInfoDlg::buildLine(QStringLiteral("3.3.0"), c.fields[0].constData()),
                   c.text(1))

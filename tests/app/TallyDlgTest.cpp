@@ -265,7 +265,9 @@ TEST(TallyDlg, CaliperOnItsPortFromOpeningToLeaving)
     EXPECT_TRUE(p.dialogs.asked().isEmpty());
 }
 
-TEST(TallyDlg, CaliperPortThatDoesNotOpenLeavesTheScreenByHand)
+// A caliper port that does not open leaves the screen to the keypad; an unreadable list goes back
+// to the list selection.
+TEST(TallyDlg, CaliperPortThatDoesNotOpenAndAnUnreadableList)
 {
     TallyProgram p;
     p.state.tables.caliperActive = 1;
@@ -281,11 +283,7 @@ TEST(TallyDlg, CaliperPortThatDoesNotOpenLeavesTheScreenByHand)
     EXPECT_EQ(p.focused(), QStringLiteral("BHD"));
     p.tally("FI", "FI01", "1", "20");
     EXPECT_EQ(p.stored(list).size(), 1);
-}
-
-TEST(TallyDlg, UnreadableListGoesBackToTheListSelection)
-{
-    TallyProgram p;
+    p.dialogs.clear();
     p.app.stack().switchTo(p.find<ListSelectionDlg>());
     p.state.currentList = 42; // no such list
     p.app.stack().switchTo(p.screen);
