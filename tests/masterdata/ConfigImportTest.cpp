@@ -60,20 +60,16 @@ TEST_F(ConfigImportTest, WrongFirstLineDeletesMasterDataOnly)
     EXPECT_EQ(dialogs.asked(), kWrongStructure);
 }
 
-// All kinds share one running number; a number that does not parse keeps the last value.
+// The records of data/master_rows.txt and their rows.
 TEST_F(ConfigImportTest, RowsOfEveryKind)
 {
-    ASSERT_EQ(
-        import(QStringList{kHeader, "30E08 09  8", "40FFI01 08  0.450", "712WR01    FI FI01 ",
-                           "611FI 08  0.10  0.20  0.30  0.40  0.50  0.60", "30E1a 12 11",
-                           "30E10      ", "30E12 xx 12", "611FI 10  0.70                    0.80"}),
-        Result::Loaded);
-    EXPECT_EQ(rows(true),
-              (QStringList{"0|1|08|9|8||0|||-|-|-|-|-|-", "1|2|08|0|0|FI01 |45|||-|-|-|-|-|-",
-                           "2|3||0|0|FI01 |0|WR01    |FI |-|-|-|-|-|-",
-                           "3|4|08|0|0||0||FI |10|20|30|40|50|60", "4|1|1a|12|11||0|||-|-|-|-|-|-",
-                           "5|1|10|12|11||0|||-|-|-|-|-|-", "6|1|12|12|12||0|||-|-|-|-|-|-",
-                           "7|4|10|0|0||0||FI |70|20|30|40|80|60"}));
+    QStringList lines{kHeader}, expected;
+    for (const Case& c : readCases(u"masterdata/data/master_rows.txt"_s)) {
+        lines << c.text(0);
+        expected << c.text(1);
+    }
+    ASSERT_EQ(import(lines), Result::Loaded);
+    EXPECT_EQ(rows(true), expected);
     EXPECT_EQ(store().readInt(Setting::Stufenanzahl), 4);
     EXPECT_EQ(store().readInt(Setting::KonfigLoaded), 1);
 }
