@@ -9,7 +9,8 @@ namespace {
 
 using namespace Qt::StringLiterals;
 
-// Where each page's fields live, written out by hand so a slip in the program's table shows.
+// Where each page's fields live, written out by hand in data/configuration_fields.txt so a slip in
+// the program's table shows.
 struct Field {
     QString column, section, entry, defaultValue;
     int width;
@@ -17,23 +18,17 @@ struct Field {
 
 std::vector<std::pair<ConfigPage, std::vector<Field>>> pages()
 {
-    std::vector<Field> modem, company;
-    for (const QString n : {"1", "2", "3", "4"})
-        modem.insert(modem.end(), {{"NAME" + n + "_A", "MODEM", "Name" + n, "", 18},
-                                   {"NUMBER" + n + "_A", "MODEM", "Number" + n, "", 18}});
-    modem.push_back({"INIT_A", "MODEM", "Init", "AT", 20});
-    for (const QString n : {"1", "2", "3", "4", "5"})
-        company.push_back({"FIRMENKOPF" + n + "_A", "FIRMENKOPF", n, "", n < "3" ? 40 : 80});
-    return {{ConfigPage::Modem, modem},
-            {ConfigPage::Ftp,
-             {{"FTP_SERVER", "FTP", "Server", "ftp.example.com", 100},
-              {"FTP_NAME", "FTP", "Name", "qk730215", 50},
-              {"FTP_PASSWORD", "FTP", "Password", "tebralik", 50},
-              {"FTP_DIRECTORY", "FTP", "Directory", "data", 100},
-              {"FTP_DIRECTORY2", "FTP", "Directory2", "data", 100}}},
-            {ConfigPage::CompanyHeader, company}};
+    const QStringList names = {"CompanyHeader", "Modem", "Ftp"};
+    std::vector<std::pair<ConfigPage, std::vector<Field>>> out;
+    for (const test::Case& c : test::readCases("workflow/data/configuration_fields.txt")) {
+        const auto page = ConfigPage(names.indexOf(c.text(0)));
+        if (out.empty() || out.back().first != page)
+            out.push_back({page, {}});
+        out.back().second.push_back(
+            {c.text(1), c.text(2), c.text(3), c.text(4), c.text(5).toInt()});
+    }
+    return out;
 }
-const auto kPages = pages();
 
 // A value of its own for each field, with every umlaut, longer than its column; what it keeps.
 QString sample(const Field& f, const char* tag)
@@ -90,7 +85,8 @@ struct Device : test::TestDevice {
 
 TEST(ConfigurationPage, EmptyRegistryOpensWithDefaultsAndBrokenDatabaseWritesNothing)
 {
-    for (const auto& [page, fields] : kPages) {
+    const auto layout = pages();
+    for (const auto& [page, fields] : layout) {
         Device device;
         ASSERT_TRUE(device.logic->open(page).ok());
         const auto expectDefaults = [&] {
@@ -114,7 +110,7 @@ TEST(ConfigurationPage, EmptyRegistryOpensWithDefaultsAndBrokenDatabaseWritesNot
         EXPECT_FALSE(device.logic->open(page).ok());
         expectDefaults();
     }
-    const Field& init = kPages[0].second.back();
+    const Field& init = layout[0].second.back();
     for (const char* found : {"", "ATZ&F"}) {
         Device device;
         device.profile().writeString(init.section, init.entry, found);
@@ -127,11 +123,12 @@ TEST(ConfigurationPage, EmptyRegistryOpensWithDefaultsAndBrokenDatabaseWritesNot
 // One device through all pages; each confirm leaves the other pages' values alone.
 TEST(ConfigurationPage, OpenShowsTheRegistryAndConfirmWritesRowAndRegistry)
 {
+    const auto layout = pages();
     Device device;
     device.addRow(u"alte Zeile"_s);
     device.addRow(u"zweite Zeile"_s);
-    for (size_t p = 0; p < kPages.size(); ++p) {
-        const auto& [page, fields] = kPages[p];
+    for (size_t p = 0; p < layout.size(); ++p) {
+        const auto& [page, fields] = layout[p];
         for (const Field& f : fields)
             device.profile().writeString(f.section, f.entry, sample(f, "R"));
         ASSERT_TRUE(device.logic->open(page).ok());
@@ -145,8 +142,8 @@ TEST(ConfigurationPage, OpenShowsTheRegistryAndConfirmWritesRowAndRegistry)
         device.addRow(u"fremd"_s);
         ASSERT_TRUE(device.logic->confirm(page).ok());
         device.reopen();
-        for (size_t other = 0; other < kPages.size(); ++other) {
-            for (const Field& f : kPages[other].second) {
+        for (size_t other = 0; other < layout.size(); ++other) {
+            for (const Field& f : layout[other].second) {
                 SCOPED_TRACE(f.column.toStdString());
                 EXPECT_EQ(device.registry(f), other <= p ? kept(f, "N") : u"<absent>"_s);
                 if (other <= p) {
