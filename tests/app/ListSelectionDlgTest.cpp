@@ -46,7 +46,11 @@ protected:
     Dlg* screen = find<Dlg>();
 };
 
-TEST_F(ListScreen, ColumnsTabsAndKeyBars)
+// The columns, tabs and key bars; "Modell" makes the model of the tapped list and shows it
+// chosen; info for the tapped list; a double tap on the model list warns and opens the tally all
+// the same; "Neu" opens the header screen; the bar's key and the device's Delete key on the list
+// both reach the deletion (what they do is the logic's).
+TEST_F(ListScreen, ColumnsKeysModelWaysAndDelete)
 {
     addList(1, QStringLiteral("WALD"));
     addList(2, QStringLiteral("FELD"), 1);
@@ -88,21 +92,35 @@ TEST_F(ListScreen, ColumnsTabsAndKeyBars)
         EXPECT_NE(screen->shownKey(Screen::kCancel), nullptr);
     }
     EXPECT_EQ(screen->shownKey(Dlg::kMark)->text(), QStringLiteral("DÜ"));
-}
 
-// "Modell" makes the model of the tapped list and shows it chosen; the bar's key and the device's
-// Delete key on the list both reach the deletion (what they do is the logic's).
-TEST_F(ListScreen, ModelAndDeleteByTheirKeys)
-{
-    addList(1, QStringLiteral("EINS"));
-    addList(2, QStringLiteral("ZWEI"));
-    open();
-    tapRow(1);
+    tab(0);
+    tapRow(0);
     dialogs.answerNext(Answer::First);
     press(Dlg::kModel);
-    EXPECT_EQ(shown().last(), QStringLiteral("MODELL  |   0|Zusatz von ZWEI"));
+    EXPECT_EQ(shown().last(), QStringLiteral("MODELL  |   0|Zusatz von WALD"));
     EXPECT_EQ(selectedRow(), 2);
     EXPECT_EQ(state.currentList, 3);
+    EXPECT_EQ(dialogs.asked().size(), 1);
+    dialogs.clear();
+
+    tapRow(1);
+    press(Dlg::kInfo);
+    EXPECT_EQ(activeName(), QStringLiteral("listInfo"));
+    EXPECT_EQ(state.currentList, 2);
+    app.stack().switchTo(screen);
+    EXPECT_EQ(selectedRow(), 1);
+    tapRow(2, true);
+    EXPECT_EQ(dialogs.asked(), QStringList{"Holzaufnahme in Modell-Liste |nicht möglich!|"});
+    EXPECT_EQ(state.currentList, 3);
+    EXPECT_EQ(activeName(), QStringLiteral("tally"));
+    app.stack().switchTo(screen);
+
+    // "Neu" opens the header screen for a new list.
+    press(Dlg::kNew);
+    EXPECT_EQ(state.currentList, -1);
+    EXPECT_EQ(activeName(), QStringLiteral("listHeader"));
+    app.stack().switchTo(screen);
+    dialogs.clear();
     const std::function<void()> keys[] = {[this] { press(Dlg::kDelete); },
                                           [this] {
                                               QTest::keyClick(view(), Qt::Key_Delete);
@@ -114,35 +132,7 @@ TEST_F(ListScreen, ModelAndDeleteByTheirKeys)
     }
     EXPECT_EQ(view()->topLevelItemCount(), 1);
     EXPECT_EQ(count("SELECT COUNT(*) FROM Brov_Kopfdaten"), 1);
-    EXPECT_EQ(dialogs.asked().size(), 5);
-}
-
-TEST_F(ListScreen, WaysToOtherScreens)
-{
-    addList(1, QStringLiteral("WALD"));
-    addList(2, QStringLiteral("MODELL"));
-    addList(3, QStringLiteral("LEER"));
-    open();
-    // Info for the tapped list, then back.
-    tapRow(2);
-    press(Dlg::kInfo);
-    EXPECT_EQ(activeName(), QStringLiteral("listInfo"));
-    EXPECT_EQ(state.currentList, 3);
-    app.stack().switchTo(screen);
-    EXPECT_EQ(selectedRow(), 2);
-
-    // A double tap on the model list warns, and opens the tally all the same.
-    tapRow(1, true);
-    EXPECT_EQ(dialogs.asked(), QStringList{"Holzaufnahme in Modell-Liste |nicht möglich!|"});
-    EXPECT_EQ(state.currentList, 2);
-    EXPECT_EQ(activeName(), QStringLiteral("tally"));
-    app.stack().switchTo(screen);
-
-    // "Neu" opens the header screen for a new list.
-    press(Dlg::kNew);
-    EXPECT_EQ(state.currentList, -1);
-    EXPECT_EQ(activeName(), QStringLiteral("listHeader"));
-    app.stack().switchTo(screen);
+    EXPECT_EQ(dialogs.asked().size(), 4);
     press(Screen::kCancel);
     EXPECT_EQ(active(), app.mainMenu());
 }
