@@ -37,14 +37,14 @@ public:
         return m_session.root().hostPath(QString::fromUtf16(ConfigImport::kStagedPath));
     }
 
-    ProbeResult stageAndCheck(QByteArrayView input)
+    ProbeResult check(QByteArrayView input)
     {
         if (!writeFile(staged(), input))
             return {QStringLiteral("cannot stage the input")};
-        return check();
+        return checkStaged();
     }
 
-    ProbeResult check()
+    ProbeResult checkStaged()
     {
         if (!m_setupError.isEmpty())
             return {m_setupError};
@@ -187,10 +187,7 @@ private:
 
 Probe configProbe(const QString& dir)
 {
-    auto probe = std::make_shared<ConfigProbe>(dir);
-    return [probe](QByteArrayView input) {
-        return probe->stageAndCheck(input);
-    };
+    return probeOf(std::make_shared<ConfigProbe>(dir));
 }
 
 Probe configProbeOnStaged(const QString& dir, QString* stagedFile)
@@ -198,7 +195,7 @@ Probe configProbeOnStaged(const QString& dir, QString* stagedFile)
     auto probe = std::make_shared<ConfigProbe>(dir);
     *stagedFile = probe->staged();
     return [probe](QByteArrayView) {
-        return probe->check();
+        return probe->checkStaged();
     };
 }
 

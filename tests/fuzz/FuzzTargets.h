@@ -8,6 +8,7 @@
 #include <QString>
 
 #include <functional>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -29,6 +30,14 @@ struct ProbeResult {
 using Probe = std::function<ProbeResult(QByteArrayView input)>;
 // Sets a probe up in `dir`, an existing, empty folder it keeps for every input.
 using MakeProbe = Probe (*)(const QString& dir);
+
+// The probe of an object whose check(input) keeps its set-up from one input to the next.
+template <class Checker> Probe probeOf(std::shared_ptr<Checker> checker)
+{
+    return [checker](QByteArrayView input) {
+        return checker->check(input);
+    };
+}
 
 struct FuzzTarget {
     const char* name; // its corpus folder below tests/fuzz/corpus

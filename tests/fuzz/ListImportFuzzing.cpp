@@ -247,10 +247,7 @@ private:
 
 Probe listProbe(const QString& dir)
 {
-    auto probe = std::make_shared<ListProbe>(dir);
-    return [probe](QByteArrayView input) {
-        return probe->check(input);
-    };
+    return probeOf(std::make_shared<ListProbe>(dir));
 }
 
 } // namespace brovant::test

@@ -238,24 +238,18 @@ Received officeReceive(SerialLine& line, const DeviceRoot& root)
     return r;
 }
 
-Probe receiveProbe(const QString& dir, QByteArrayView answers, Receive receive)
-{
-    auto probe = std::make_shared<ReceiveProbe>(dir, answers, receive);
-    return [probe](QByteArrayView input) {
-        return probe->check(input);
-    };
-}
-
 } // namespace
 
 Probe serialReceiveProbe(const QString& dir)
 {
-    return receiveProbe(dir, QByteArrayView("\x16\x05\x06\x15", 4), deviceReceive);
+    return probeOf(
+        std::make_shared<ReceiveProbe>(dir, QByteArrayView("\x16\x05\x06\x15", 4), deviceReceive));
 }
 
 Probe officeReceiveProbe(const QString& dir)
 {
-    return receiveProbe(dir, QByteArrayView("\x05\x06\x15", 3), officeReceive);
+    return probeOf(
+        std::make_shared<ReceiveProbe>(dir, QByteArrayView("\x05\x06\x15", 3), officeReceive));
 }
 
 } // namespace brovant::test

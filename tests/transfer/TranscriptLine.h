@@ -13,7 +13,7 @@
 #include <QStringList>
 
 #include <algorithm>
-#include <array>
+#include <iterator>
 #include <utility>
 
 namespace brovant::test {
@@ -26,27 +26,18 @@ struct TranscriptEntry {
 
 namespace transcript {
 
-inline constexpr std::array<std::pair<char, const char*>, 12> kNames = {{{0x00, "NUL"},
-                                                                         {0x01, "SOH"},
-                                                                         {0x02, "STX"},
-                                                                         {0x03, "ETX"},
-                                                                         {0x04, "EOT"},
-                                                                         {0x05, "ENQ"},
-                                                                         {0x06, "ACK"},
-                                                                         {0x0A, "LF"},
-                                                                         {0x0D, "CR"},
-                                                                         {0x15, "NAK"},
-                                                                         {0x16, "SYN"},
-                                                                         {0x7F, "DEL"}}};
+inline constexpr std::pair<char, const char*> kNames[] = {
+    {0x00, "NUL"}, {0x01, "SOH"}, {0x02, "STX"}, {0x03, "ETX"}, {0x04, "EOT"}, {0x05, "ENQ"},
+    {0x06, "ACK"}, {0x0A, "LF"},  {0x0D, "CR"},  {0x15, "NAK"}, {0x16, "SYN"}, {0x7F, "DEL"}};
 
 inline QByteArray escape(QByteArrayView bytes)
 {
     QByteArray text;
     for (qsizetype i = 0; i < bytes.size(); ++i) {
         const char c = bytes[i];
-        const auto named =
-            std::find_if(kNames.begin(), kNames.end(), [c](const auto& n) { return n.first == c; });
-        if (named != kNames.end())
+        const auto named = std::find_if(std::begin(kNames), std::end(kNames),
+                                        [c](const auto& n) { return n.first == c; });
+        if (named != std::end(kNames))
             text += '<' + QByteArray(named->second) + '>';
         else if (c > 0x20 && c < 0x7F && c != '<')
             text += c;
