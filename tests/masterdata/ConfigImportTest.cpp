@@ -1,7 +1,9 @@
 #include "ImportFixture.h"
-#include "support/CaseFile.h"
+#include "support/CaseKinds.h"
 
 #include <QFile>
+
+#include <map>
 
 namespace brovant::test {
 namespace {
@@ -88,34 +90,22 @@ TEST_F(ConfigImportTest, TariffVolumes)
         EXPECT_EQ(stored[i].section(u'|', 6, 6), cases[i].text(1)) << cases[i].where().constData();
 }
 
+// The records of data/settings_records.txt and the entries they fill.
 TEST_F(ConfigImportTest, SettingsRecordsFillTheirNumberedEntries)
 {
+    const std::map<QByteArray, Setting> settings = {
+        {"KopfLabel", Setting::KopfLabel},  {"NaKurz", Setting::NaKurz},
+        {"NaLang", Setting::NaLang},        {"KalKurz", Setting::KalKurz},
+        {"Holzart", Setting::Holzart},      {"Sorte", Setting::Sorte},
+        {"Firmenkopf", Setting::Firmenkopf}};
+    const QString cases = u"masterdata/data/settings_records.txt"_s;
     QStringList lines{kHeader};
-    for (int i = 0; i < 6; ++i)
-        lines << u"20C%1%2"_s.arg(u"Feld %1:"_s.arg(i).leftJustified(20),
-                                  i == 0 || i == 4 ? "1" : "0");
-    lines.append({"20CGenau zwanzig Zeich1", "51003Erste", "510 3Zweite", "51005Dritte",
-                  "51003Vierte", "813SHSchälholz", "813LALangholz        zu lang", "914W Windwurf",
-                  "a15FI ", "a15LÄ ", "20DST", "20DAB",
-                  "b16" + u"Forstbetrieb"_s.leftJustified(40) + u"Waldweg 1"_s.leftJustified(40)
-                      + u"Tel."_s.leftJustified(40) + u"Zeile vier"_s.leftJustified(80)
-                      + "Zeile fünf"});
+    for (const Case& c : casesOf(cases, "record"))
+        lines << c.text(1);
     ASSERT_EQ(import(lines), Result::Loaded);
-    const std::tuple<Setting, int, QString> expected[] = {
-        {Setting::KopfLabel, 0, "Feld 0:             "},
-        {Setting::KopfLabel, 6, "Genau zwanzig Zeich1"},
-        {Setting::NaKurz, 1, "SH"},
-        {Setting::NaLang, 1, "Schälholz       "},
-        {Setting::NaLang, 2, "Langholz        "},
-        {Setting::KalKurz, 1, "W "},
-        {Setting::Holzart, 2, "LÄ "},
-        {Setting::Sorte, 0, "ST"},
-        {Setting::Sorte, 1, "AB"},
-        {Setting::Firmenkopf, 1, u"Forstbetrieb"_s.leftJustified(40)},
-        {Setting::Firmenkopf, 3, u"Tel."_s.leftJustified(40)},
-        {Setting::Firmenkopf, 5, u"Zeile fünf"_s.leftJustified(80)}};
-    for (const auto& [setting, index, text] : expected)
-        EXPECT_EQ(store().readText(setting, index), text) << int(setting) << "/" << index;
+    for (const Case& c : casesOf(cases, "entry"))
+        EXPECT_EQ(store().readText(settings.at(c.fields[1]), c.text(2).toInt()), c.text(3))
+            << c.where().constData();
     // The fifth label's flag is the first free field's; the first four belong to none.
     EXPECT_EQ(std::tuple(store().readInt(Setting::Plausi, 1), store().readInt(Setting::Plausi, 2),
                          store().readInt(Setting::Plausi, 3)),
