@@ -66,52 +66,13 @@ struct TallyProgram : Program {
     Dlg* screen = find<Dlg>();
 };
 
-// Each field's keys come up with its focus; Enter walks the fields and the device's Enter key
-// stores the tree (the tree's values: the day in the field).
-TEST(TallyDlg, FocusAndKeysFollowTheFields)
+// Each field's own bar and the keys between them; "Eval" on an empty list only says so. Each
+// field's keys come up with its focus; Enter walks the fields and the device's Enter key stores
+// the tree (the tree's values: the day in the field).
+TEST(TallyDlg, KeyBarsFocusAndScreenSwitches)
 {
     TallyProgram p;
     const std::int64_t list = p.addList("L1", "Abt. 12");
-    p.open("L1");
-    EXPECT_EQ(p.shownTree(), QStringLiteral("||||1|0||0.00"));
-    EXPECT_EQ(p.focused(), QStringLiteral("BHD"));
-    EXPECT_EQ(p.screen->keyboardIndex(), Dlg::Numeric);
-
-    // The species key leads on to the tariffs, the tariff key to the diameter.
-    p.tapField(QStringLiteral("BAUMART"));
-    EXPECT_EQ(p.screen->keyboardIndex(), Dlg::SpeciesKeys);
-    p.pick(QStringLiteral("FI"));
-    EXPECT_EQ(p.focused(), QStringLiteral("TARIF"));
-    EXPECT_EQ(p.screen->keyboardIndex(), Dlg::TariffKeys);
-    p.pick(QStringLiteral("FI01"));
-    EXPECT_EQ(p.focused(), QStringLiteral("BHD"));
-
-    // Leaving the diameter shows its class; Enter walks from the count through the class to the
-    // diameter, the device's Enter key confirms there.
-    p.enter("BHD", "31");
-    p.tapField(QStringLiteral("STK"));
-    EXPECT_EQ(p.shownTree(), QStringLiteral("FI01|FI|||1|32|32|0.99"));
-    p.type(QStringLiteral("3"));
-    p.press(KeypadScreen::kEnter);
-    EXPECT_EQ(p.focused(), QStringLiteral("DMSTUFE"));
-    EXPECT_EQ(p.field("KUBATUR")->text(), QStringLiteral("2.97"));
-    p.press(KeypadScreen::kEnter);
-    EXPECT_EQ(p.focused(), QStringLiteral("BHD"));
-    QTest::keyClick(p.field("BHD"), Qt::Key_Return);
-    EXPECT_EQ(p.stored(list), QStringList{"1|1|3|FI|32|32|297|FI01||"});
-    EXPECT_EQ(p.label("Prev1"), QStringLiteral(" 3      32         2.97"));
-    EXPECT_EQ(p.shownTree(), QStringLiteral("FI01|FI|||1|0||0.00"));
-    EXPECT_EQ(p.focused(), QStringLiteral("BHD"));
-    EXPECT_TRUE(p.dialogs.asked().isEmpty());
-    // The device's Up key in a field reaches the browsing.
-    QTest::keyClick(p.field("BHD"), Qt::Key_Up);
-    EXPECT_EQ(p.label("position"), QStringLiteral("1/1"));
-}
-
-TEST(TallyDlg, KeyBarsAndScreenSwitches)
-{
-    TallyProgram p;
-    p.addList("L1", "Abt. 12");
     p.open("L1");
 
     // Each field's own bar; "Ziff" between it and the keypad (the species keys for the numeric
@@ -163,16 +124,52 @@ TEST(TallyDlg, KeyBarsAndScreenSwitches)
     EXPECT_EQ(p.activeName(), QStringLiteral("species"));
     p.press(Screen::kCancel);
     EXPECT_EQ(p.active(), p.screen);
+    p.dialogs.clear();
+    EXPECT_EQ(p.shownTree(), QStringLiteral("||||1|0||0.00"));
+    EXPECT_EQ(p.focused(), QStringLiteral("BHD"));
+    EXPECT_EQ(p.screen->keyboardIndex(), Dlg::Numeric);
+
+    // The species key leads on to the tariffs, the tariff key to the diameter.
+    p.tapField(QStringLiteral("BAUMART"));
+    EXPECT_EQ(p.screen->keyboardIndex(), Dlg::SpeciesKeys);
+    p.pick(QStringLiteral("FI"));
+    EXPECT_EQ(p.focused(), QStringLiteral("TARIF"));
+    EXPECT_EQ(p.screen->keyboardIndex(), Dlg::TariffKeys);
+    p.pick(QStringLiteral("FI01"));
+    EXPECT_EQ(p.focused(), QStringLiteral("BHD"));
+
+    // Leaving the diameter shows its class; Enter walks from the count through the class to the
+    // diameter, the device's Enter key confirms there.
+    p.enter("BHD", "31");
+    p.tapField(QStringLiteral("STK"));
+    EXPECT_EQ(p.shownTree(), QStringLiteral("FI01|FI|||1|32|32|0.99"));
+    p.type(QStringLiteral("3"));
+    p.press(KeypadScreen::kEnter);
+    EXPECT_EQ(p.focused(), QStringLiteral("DMSTUFE"));
+    EXPECT_EQ(p.field("KUBATUR")->text(), QStringLiteral("2.97"));
+    p.press(KeypadScreen::kEnter);
+    EXPECT_EQ(p.focused(), QStringLiteral("BHD"));
+    QTest::keyClick(p.field("BHD"), Qt::Key_Return);
+    EXPECT_EQ(p.stored(list), QStringList{"1|1|3|FI|32|32|297|FI01||"});
+    EXPECT_EQ(p.label("Prev1"), QStringLiteral(" 3      32         2.97"));
+    EXPECT_EQ(p.shownTree(), QStringLiteral("FI01|FI|||1|0||0.00"));
+    EXPECT_EQ(p.focused(), QStringLiteral("BHD"));
+    EXPECT_TRUE(p.dialogs.asked().isEmpty());
+    // The device's Up key in a field reaches the browsing.
+    QTest::keyClick(p.field("BHD"), Qt::Key_Up);
+    EXPECT_EQ(p.label("position"), QStringLiteral("1/1"));
     QTest::keyClick(p.field("BHD"), Qt::Key_Escape);
     EXPECT_EQ(p.activeName(), QStringLiteral("listSelection"));
 }
 
 // "Eval" prepares the totals sorted by species; "BHD/Stufe" shows them as the tally holds the
-// trees, species in the order first tallied, also back from the distribution.
-TEST(TallyDlg, ClassesKeyShowsTheTotalsInTallyOrder)
+// trees, species in the order first tallied, also back from the distribution. A caliper
+// measurement the logic refuses focuses the field it names with its keys; on another screen none
+// is taken (measurements taken: the day in the field).
+TEST(TallyDlg, ClassesKeyAndRefusedMeasurements)
 {
     TallyProgram p;
-    p.addList("L1", "Abt. 12");
+    const std::int64_t list = p.addList("L1", "Abt. 12");
     p.open("L1");
     for (const auto& [species, tariff] :
          {std::pair("KI", "KI01"), {"FI", "FI01"}, {"KI", "KI01"}, {"BU", "BU01"}})
@@ -203,31 +200,22 @@ TEST(TallyDlg, ClassesKeyShowsTheTotalsInTallyOrder)
         p.press(Screen::kCancel);
         ASSERT_EQ(p.active(), p.screen);
     }
-}
-
-// A measurement the logic refuses focuses the field it names with its keys; on another screen
-// none is taken (measurements taken: the day in the field).
-TEST(TallyDlg, CaliperMeasurementsLandWhileTheScreenIsShown)
-{
-    TallyProgram p;
-    const std::int64_t list = p.addList("L1", "Abt. 12");
-    p.open("L1");
     p.tally("FI", "FI01", "1", "20");
     CaliperReader* caliper = p.app.caliper();
     ASSERT_NE(caliper, nullptr);
     // Key 8 stands for its own species, here one without a tariff yet.
-    p.state.tables.caliperSpecies = QStringLiteral("BU ");
+    p.state.tables.caliperSpecies = QStringLiteral("TA ");
     emit caliper->measured(7, 30);
     EXPECT_EQ(p.dialogs.asked(), QStringList{"Tarif fehlt !!!||"});
     EXPECT_EQ(p.focused(), QStringLiteral("TARIF"));
     EXPECT_EQ(p.screen->keyboardIndex(), Dlg::TariffKeys);
-    EXPECT_EQ(p.field("BAUMART")->text(), QStringLiteral("BU"));
-    EXPECT_EQ(p.stored(list).size(), 1);
+    EXPECT_EQ(p.field("BAUMART")->text(), QStringLiteral("TA"));
+    EXPECT_EQ(p.stored(list).size(), 5);
 
     p.press(Dlg::kEtc);
     p.press(Dlg::kSpeciesSetup);
     emit caliper->measured(0, 40);
-    EXPECT_EQ(p.stored(list).size(), 1);
+    EXPECT_EQ(p.stored(list).size(), 5);
 }
 
 TEST(TallyDlg, CaliperOnItsPortFromOpeningToLeaving)
