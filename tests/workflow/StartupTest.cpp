@@ -93,29 +93,19 @@ TEST(Startup, DatabaseThatCannotBeOpenedEndsStartUp)
 TEST(Shutdown, TariffFlagsMarkWhetherTheTallyStillUsesTheAssignedTariff)
 {
     using namespace schema;
-    const struct {
-        int type;
-        const char *species, *tariff;
-        int bhdBefore, bhdAfter;
-    } rows[] = {{TariffAssignmentRow, "FIC", "T1", 0, 1}, // the slot's tariff
-                {TariffAssignmentRow, "FIC", "T1   ", 0, 1}, // ... padded as the import keeps it
-                {TariffAssignmentRow, "FIC", "T2", 1, 0}, // another tariff
-                {TariffAssignmentRow, "BUC", "T9", 1, 0}, // the slot has no tariff yet
-                {TariffAssignmentRow, "BUC", "", 0, 1},   // ... which an empty one equals
-                {TariffAssignmentRow, "XXX", "T1", 5, 5}, // not a tally species
-                {TariffAssignmentRow, "", "", 5, 5},      // no species at all
-                {TariffVolumeRow, "FIC", "T1", 7, 7},     // other record kinds stay
-                {SpeciesVolumeRow, "FIC", "T2", 7, 7}};
+    const QList<Case> rows = readCases("workflow/data/tariff_flags.txt");
     TestDevice d;
     ASSERT_TRUE(d.app->start());
     Dataset set(d.session->database(), Einstellungen);
     int id = 1;
-    for (const auto& r : rows) {
+    for (const Case& r : rows) {
         set.setInt(u"ID", id++);
-        set.setInt(u"ID_TYPE", r.type);
-        set.setText(u"BAUMART", r.species);
-        set.setText(u"TARIF", r.tariff);
-        set.setInt(u"BHD", r.bhdBefore);
+        set.setInt(u"ID_TYPE", r.text(0) == u"assignment" ? TariffAssignmentRow
+                               : r.text(0) == u"volume"   ? TariffVolumeRow
+                                                          : SpeciesVolumeRow);
+        set.setText(u"BAUMART", r.text(1));
+        set.setText(u"TARIF", r.text(2));
+        set.setInt(u"BHD", r.text(3).toInt());
         ASSERT_TRUE(set.insert());
     }
     d.state.tables.species[0] = "FIC";
@@ -128,10 +118,10 @@ TEST(Shutdown, TariffFlagsMarkWhetherTheTallyStillUsesTheAssignedTariff)
     EXPECT_EQ(d.events, (QStringList{"host cursor 1", "host destroyScreens", "host cursor 0"}))
         << "screens go under the wait cursor";
     ASSERT_TRUE(set.reset(Filter::ordered("ID")));
-    ASSERT_EQ(set.count(), int(std::size(rows)));
-    for (const auto& r : rows) {
-        SCOPED_TRACE(set.loadInt(u"ID"));
-        EXPECT_EQ(set.loadInt(u"BHD"), r.bhdAfter);
+    ASSERT_EQ(set.count(), rows.size());
+    for (const Case& r : rows) {
+        SCOPED_TRACE(r.where().constData());
+        EXPECT_EQ(set.loadInt(u"BHD"), r.text(4).toInt());
         set.moveNext();
     }
 }
