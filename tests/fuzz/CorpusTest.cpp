@@ -2,6 +2,7 @@
 // invariants. The seeds written by hand must also give what corpus/outcomes.txt says; seeds the
 // fuzzer adds are held to the invariants only, and a seed listed there gone from its folder fails.
 #include "fuzz/FuzzTargets.h"
+#include "support/CaseFile.h"
 #include "support/QtPrinting.h"
 #include "support/TempRoot.h"
 
@@ -31,16 +32,8 @@ const std::map<std::string, Expected>& expectedOutcomes()
 {
     static const std::map<std::string, Expected> expected = [] {
         std::map<std::string, Expected> seeds;
-        QFile file(kCorpus + QStringLiteral("outcomes.txt"));
-        const QByteArray text = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-        for (const QByteArray& line : text.split('\n')) {
-            if (line.isEmpty() || line.startsWith('#'))
-                continue;
-            const QStringList fields = QString::fromUtf8(line).split(u'\t');
-            seeds[fields[0].toStdString()] = {
-                fields.value(1),
-                fields.value(2).replace(QStringLiteral("\\n"), QStringLiteral("\n"))};
-        }
+        for (const Case& c : readCases(QStringLiteral("fuzz/corpus/outcomes.txt")))
+            seeds[c.fields[0].toStdString()] = {c.text(1), c.text(2)};
         return seeds;
     }();
     return expected;
