@@ -9,7 +9,6 @@
 #include "tool/ToolRun.h"
 #include "transfer/CableChannel.h"
 #include "transfer/PeerLine.h"
-#include "transfer/TranscriptLine.h"
 
 #include <QThread>
 
@@ -23,18 +22,6 @@ const QString kData = QStringLiteral(BROVANT_SOURCE_DIR "/tests/transfer/data/")
 QByteArray header(const QByteArray& name12)
 {
     return "TD0" + name12 + "Quendrax     0Brovant_V300_D\r\n";
-}
-
-// With BROVANT_RECORD_TRANSCRIPTS set to a folder, the device's side of the run is written
-// there; the transfer tests replay those files.
-void keepTranscript(const RecordingLine& recording, const char* name, const QString& about)
-{
-    const QByteArray folder = qgetenv("BROVANT_RECORD_TRANSCRIPTS");
-    if (folder.isEmpty())
-        return;
-    QFile file(QString::fromLocal8Bit(folder) + u'/' + QLatin1StringView(name));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    file.write(transcript::format(recording.entries(), about));
 }
 
 class OfficeOverPty : public ::testing::Test {
@@ -72,8 +59,7 @@ TEST_F(OfficeOverPty, DeviceSendsToOfficeReceive)
         {"office-receive", "--port", pty.end(1), "--out", office.path(), "--timeout", "20"});
     const std::unique_ptr<SerialLine> line = PosixSerialLine::open(pty.end(0), 38400);
     ASSERT_TRUE(line);
-    RecordingLine recording(*line);
-    CableChannel cable = channel(recording);
+    CableChannel cable = channel(*line);
     EXPECT_TRUE(cable.send());
     const ToolRun r = tool.finish();
     ASSERT_EQ(r.status, 0) << r.err.toStdString();
@@ -86,10 +72,6 @@ TEST_F(OfficeOverPty, DeviceSendsToOfficeReceive)
                                     "Datei \"4711    .DAT\" gibt es schon, gespeichert als "
                                     "\"4711_2.DAT\"\n"));
     EXPECT_TRUE(dialogs.asked().isEmpty());
-    keepTranscript(recording, "office-receive.transcript",
-                   "The device's cable send (CableChannel) to brovant-tool office-receive over a\n"
-                   "pseudo-terminal: \\Export holds 4711.DAT and MUEHLE.DAT of this folder.\n"
-                   "D: written by the device; P: read by the device.");
 }
 
 TEST_F(OfficeOverPty, OfficeSendsToDeviceReceive)
@@ -100,8 +82,7 @@ TEST_F(OfficeOverPty, OfficeSendsToDeviceReceive)
                       kData + "MUEHLE.DAT"});
     const std::unique_ptr<SerialLine> line = PosixSerialLine::open(pty.end(0), 38400);
     ASSERT_TRUE(line);
-    RecordingLine recording(*line);
-    CableChannel cable = channel(recording);
+    CableChannel cable = channel(*line);
     EXPECT_TRUE(cable.receive());
     const ToolRun r = tool.finish();
     ASSERT_EQ(r.status, 0) << r.err.toStdString();
@@ -109,10 +90,6 @@ TEST_F(OfficeOverPty, OfficeSendsToDeviceReceive)
               (QMap<QString, QByteArray>{{"4711    .DAT", readAll(kData + "4711.DAT")},
                                          {"MÜHLE   .DAT", readAll(kData + "MUEHLE.DAT")}}));
     EXPECT_EQ(r.out, QStringLiteral("4711.DAT\nMUEHLE.DAT\n16 Zeilen gesendet\n"));
-    keepTranscript(recording, "office-send.transcript",
-                   "The device's cable receive (CableChannel) from brovant-tool office-send over\n"
-                   "a pseudo-terminal with 4711.DAT and MUEHLE.DAT of this folder.\n"
-                   "D: written by the device; P: read by the device.");
 }
 
 TEST_F(OfficeOverPty, HostileNamesFailTheTransferOnBothSides)
