@@ -4,6 +4,7 @@
 #include "workflow/CommunicationSettingsLogic.h"
 
 #include <functional>
+#include <map>
 #include <optional>
 
 namespace brovant {
@@ -113,45 +114,40 @@ TEST(CommunicationSettings, EachChoiceWritesItsValueAndTheTablesFollow)
     }
 }
 
+// What the screen shows for a stored "Section/Entry".
+int shownFor(const CommunicationSettings& s, const QString& value)
+{
+    const std::map<QString, int> shown = {
+        {u"DUE/DueMode"_s, s.mode},
+        {u"MODEM/Selected"_s, s.modemEntry},
+        {u"Kluppe/Aktiv"_s, s.caliperActive},
+        {u"Kluppe/Port"_s, s.caliperPort},
+        {u"Kluppe/Format"_s, s.caliperFormat},
+        {u"Printer/Type"_s, s.printerType},
+        {u"Printer/Port"_s, s.printerPort},
+        {u"Printer/Baudrate"_s, s.printerBaudrate},
+        {u"Printer/Seitenlaenge1"_s, s.pageLength[1]},
+        {u"Printer/Seitenlaenge2"_s, s.pageLength[2]},
+        {u"Printer/Frage4"_s, s.askBeforePrinting[4]},
+    };
+    return shown.at(value);
+}
+
 // Stored values the screen has no choice for show as their defaults; confirming stores what the
-// screen showed, and values it can show come back unchanged.
+// screen showed, and values it can show come back unchanged: one a line of
+// data/communication_stored_values.txt.
 TEST(CommunicationSettings, StoredValuesOutsideTheChoicesShowAsDefaults)
 {
-    const struct {
-        const char* section;
-        const char* entry;
-        int stored;
-        std::function<int(const CommunicationSettings&)> shown;
-        int expected;
-        bool rewritten;
-    } cases[] = {
-        {"DUE", "DueMode", 7, [](auto& s) { return s.mode; }, 1, true},
-        {"DUE", "DueMode", 3, [](auto& s) { return s.mode; }, 3, false},
-        {"MODEM", "Selected", 0, [](auto& s) { return s.modemEntry; }, 1, true},
-        {"MODEM", "Selected", 4, [](auto& s) { return s.modemEntry; }, 4, false},
-        {"Kluppe", "Aktiv", 2, [](auto& s) { return int(s.caliperActive); }, 1, false},
-        {"Kluppe", "Port", 12, [](auto& s) { return s.caliperPort; }, 1, true},
-        {"Kluppe", "Port", 9, [](auto& s) { return s.caliperPort; }, 9, false},
-        {"Kluppe", "Format", 5, [](auto& s) { return s.caliperFormat; }, 0, true},
-        {"Printer", "Type", 6, [](auto& s) { return s.printerType; }, 5, true},
-        {"Printer", "Type", 0, [](auto& s) { return s.printerType; }, 0, false},
-        {"Printer", "Port", 0, [](auto& s) { return s.printerPort; }, 7, true},
-        {"Printer", "Baudrate", 14400, [](auto& s) { return s.printerBaudrate; }, 19200, true},
-        {"Printer", "Baudrate", 115200, [](auto& s) { return s.printerBaudrate; }, 115200, false},
-        {"Printer", "Seitenlaenge2", 5, [](auto& s) { return s.pageLength[2]; }, 68, true},
-        {"Printer", "Seitenlaenge1", 60, [](auto& s) { return s.pageLength[1]; }, 60, false},
-        {"Printer", "Frage4", 3, [](auto& s) { return int(s.askBeforePrinting[4]); }, 1, false},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(std::string(c.section) + "/" + c.entry + "=" + std::to_string(c.stored));
+    for (const test::Case& c : test::readCases("workflow/data/communication_stored_values.txt")) {
+        SCOPED_TRACE(c.where().constData());
+        const QString section = c.text(0).section(u'/', 0, 0), entry = c.text(0).section(u'/', 1);
+        const bool rewritten = c.text(3) == u"yes";
         Device d;
-        d.write(c.section, c.entry, c.stored);
+        d.profile().writeInt(section, entry, c.text(1).toInt());
         const CommunicationSettings s = d.communication.read();
-        EXPECT_EQ(c.shown(s), c.expected);
-        EXPECT_EQ(d.communication.confirm(s), c.rewritten ? 1 : 0);
-        const int after =
-            d.profile().readInt(QString::fromLatin1(c.section), QString::fromLatin1(c.entry), -1);
-        EXPECT_EQ(after, c.rewritten ? c.expected : c.stored);
+        EXPECT_EQ(shownFor(s, c.text(0)), c.text(2).toInt());
+        EXPECT_EQ(d.communication.confirm(s), rewritten ? 1 : 0);
+        EXPECT_EQ(d.profile().readInt(section, entry, -1), c.text(rewritten ? 2 : 1).toInt());
     }
 }
 
