@@ -113,26 +113,18 @@ TEST(ListHeaderDlg, ANewListIsMadePageByPageFromTheMainMenu)
 // Where the screen goes when page 1 is refused: the checks themselves are the logic's.
 TEST(ListHeaderDlg, LeavingTheFirstPageGoesWhereTheAnswerLeads)
 {
-    const struct {
-        const char* listName;
-        const char* region;
-        Answer answer; // None: nothing to answer
-        bool stays; // else the list selection
-    } cases[] = {
-        {"", "WR01", Answer::Yes, false}, // the list given up
-        {"L1", "", Answer::None, true},   // a field missing
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(std::string(c.listName) + "/" + c.region);
+    for (const Case& c : readCases(QStringLiteral("app/data/first_page_refused.txt"))) {
+        SCOPED_TRACE(c.where().constData());
+        const bool stays = c.fields[3] == "stays";
         HeaderProgram p;
         p.newList();
-        p.fillFirstPage(c.listName, c.region);
-        if (c.answer != Answer::None)
-            p.dialogs.answerNext(c.answer);
+        p.fillFirstPage(c.fields[0].constData(), c.fields[1].constData());
+        if (c.fields[2] == "JA")
+            p.dialogs.answerNext(Answer::Yes);
         p.enter();
         EXPECT_EQ(p.dialogs.asked().size(), 1);
-        EXPECT_EQ(p.active(), c.stays ? p.screen : p.listSelection());
-        if (c.stays) {
+        EXPECT_EQ(p.active(), stays ? p.screen : p.listSelection());
+        if (stays) {
             EXPECT_EQ(str(p.page()), "1/9");
         }
     }
