@@ -1,6 +1,8 @@
 // Hostile inputs too big to keep in a corpus, through the fuzz targets' probes.
 #include "fuzz/FuzzTargets.h"
+#include "support/CaseFile.h"
 #include "support/PeakMemory.h"
+#include "support/QtPrinting.h"
 #include "support/TempRoot.h"
 #include "transfer/ListFileFixture.h"
 
@@ -14,44 +16,27 @@
 namespace brovant::test {
 namespace {
 
+// One file a line of data/huge_configs.txt.
 TEST(ConfigImportHostileTest, HugeInputsStayFastAndSmall)
 {
-    constexpr qint64 MiB = qint64(1) << 20;
-    const QByteArray header = "TD0STAMM300.DAT\r\n";
-    struct Case {
-        const char* name;
-        QByteArray before;
-        char fill;
-        qint64 size;
-        QByteArray after;
-        const char* outcome;
-    };
-    const Case cases[] = {
-        {"one 50 MB line", "", 'x', 50 * MiB, "", "0 loaded, 0/0/0/0 rows"},
-        {"a 50 MB label between rows", header + "30E08  8  8\r\n20C", 'L', 50 * MiB,
-         "1\r\n30E10 10 10\r\n", "1 loaded, 2/0/0/0 rows"},
-        {"1 MB of NUL bytes", "", '\0', MiB, "", "0 loaded, 0/0/0/0 rows"},
-        {"header and 1 MB of NUL bytes", header, '\0', MiB, "\r\n40FFI01 08  0.020\r\n",
-         "1 loaded, 0/1/0/0 rows"},
-        {"header and 1 MB of empty lines", header, '\n', MiB, "", "1 loaded, 0/0/0/0 rows"},
-    };
-    for (const Case& c : cases) {
+    for (const Case& c : readCases(QStringLiteral("fuzz/data/huge_configs.txt"))) {
+        SCOPED_TRACE(c.fields[0].constData());
         TempRoot root;
         QString staged;
         const Probe probe = configProbeOnStaged(root.path(), &staged);
-        writeFilled(staged, c.before, c.fill, c.size, c.after);
+        writeFilled(staged, c, 1);
         const std::optional<qint64> before = resetPeak() ? peakKib() : std::nullopt;
         QElapsedTimer timer;
         timer.start();
         const ProbeResult result = probe({});
         // Generous: a reader that copied or rescanned the line would take minutes, not seconds.
-        EXPECT_LT(timer.elapsed(), 10'000) << c.name;
-        EXPECT_EQ(result.failure.toStdString(), "") << c.name;
-        EXPECT_EQ(result.outcome.toStdString(), c.outcome) << c.name;
+        EXPECT_LT(timer.elapsed(), 10'000);
+        EXPECT_EQ(result.failure.toStdString(), "");
+        EXPECT_EQ(result.outcome, c.text(5));
         const std::optional<qint64> after = peakKib();
-        if (before && after && c.size >= 50 * MiB) {
+        if (before && after && c.fields[3].toInt() >= 50) {
             // Holding the line would cost its 50 MB at least; the reader keeps 1000 characters.
-            EXPECT_LT(*after - *before, 16 * 1024) << c.name << ": peak grew by KiB";
+            EXPECT_LT(*after - *before, 16 * 1024) << "peak grew by KiB";
         }
     }
 }

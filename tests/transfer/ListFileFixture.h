@@ -6,6 +6,7 @@
 #include "data/Schema.h"
 #include "masterdata/DeviceSession.h"
 #include "platform/MessageDialogs.h"
+#include "support/CaseFile.h"
 #include "support/TempRoot.h"
 
 #include <QDir>
@@ -51,6 +52,14 @@ inline void writeFilled(const QString& path, const QByteArray& before, char fill
         ASSERT_EQ(out.write(block.constData(), n), n);
     }
     ASSERT_EQ(out.write(after), after.size());
+}
+
+// The huge file fields `at`.. of a case give: the bytes before, the byte it is filled with, how
+// many MiB of it, the bytes after.
+inline void writeFilled(const QString& path, const Case& c, int at)
+{
+    writeFilled(path, c.fields.value(at), c.fields.value(at + 1).at(0),
+                c.fields.value(at + 2).toLongLong() << 20, c.fields.value(at + 3));
 }
 
 class ListFileFixture : public ::testing::Test {
