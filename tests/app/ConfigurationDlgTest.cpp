@@ -16,10 +16,6 @@ struct ConfigProgram : Program {
         EXPECT_NE(screen, nullptr);
     }
     void clickPage(const char* title) { click(QStringLiteral("page") + text(title)); }
-    QString registry(const char* section, const char* entry)
-    {
-        return session.profile().readString(text(section), text(entry), QStringLiteral("<absent>"));
-    }
     QStringList stored(const char* column)
     {
         return rows(QStringLiteral("SELECT %1 FROM Brov_Konfiguration").arg(text(column)));

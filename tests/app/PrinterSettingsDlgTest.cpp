@@ -45,10 +45,6 @@ struct CommunicationProgram : Program {
     void choose(const char* list, const QString& entry) { Program::choose(text(list), entry); }
     QString shown(const char* list) const { return widget<QComboBox>(list)->currentText(); }
     bool hidden(const char* name) const { return widget<QWidget>(name)->isHidden(); }
-    QString registry(const char* section, const char* entry)
-    {
-        return session.profile().readString(text(section), text(entry), QStringLiteral("<absent>"));
-    }
     QString number(const char* section, const char* entry)
     {
         const int value = session.profile().readInt(text(section), text(entry), -1);

@@ -272,6 +272,11 @@ public:
         }
         return out;
     }
+    // A text of the program's profile, "<absent>" when it holds none.
+    QString registry(const char* section, const char* entry)
+    {
+        return session.profile().readString(text(section), text(entry), QStringLiteral("<absent>"));
+    }
     int count(const QString& sql)
     {
         const QStringList r = rows(sql);

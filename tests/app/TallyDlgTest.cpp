@@ -32,7 +32,6 @@ struct TallyProgram : Program {
         ASSERT_EQ(active(), screen);
         dialogs.clear();
     }
-    QLineEdit* field(const char* name) { return screen->findChild<QLineEdit*>(name); }
     void enter(const char* name, const char* digits)
     {
         tapField(text(name));
@@ -46,14 +45,13 @@ struct TallyProgram : Program {
                                    "Brov_Holzdaten WHERE ID_FILE = %1 ORDER BY ID")
                         .arg(list));
     }
-    QString label(const char* name) { return Program::label(QLatin1StringView(name), screen); }
     // A tree typed on the keypad: species and tariff picked from their keys, count and diameter
     // typed, confirmed with Enter in the diameter.
     void tally(const char* species, const char* tariff, const char* count, const char* diameter)
     {
         tapField(QStringLiteral("BAUMART"));
         pick(text(species));
-        if (field("TARIF")->text() != text(tariff)) {
+        if (edit("TARIF")->text() != text(tariff)) {
             tapField(QStringLiteral("TARIF"));
             pick(text(tariff));
         }
@@ -146,19 +144,19 @@ TEST(TallyDlg, KeyBarsFocusAndScreenSwitches)
     p.type(QStringLiteral("3"));
     p.press(KeypadScreen::kEnter);
     EXPECT_EQ(p.focused(), QStringLiteral("DMSTUFE"));
-    EXPECT_EQ(p.field("KUBATUR")->text(), QStringLiteral("2.97"));
+    EXPECT_EQ(p.edit("KUBATUR")->text(), QStringLiteral("2.97"));
     p.press(KeypadScreen::kEnter);
     EXPECT_EQ(p.focused(), QStringLiteral("BHD"));
-    QTest::keyClick(p.field("BHD"), Qt::Key_Return);
+    QTest::keyClick(p.edit("BHD"), Qt::Key_Return);
     EXPECT_EQ(p.stored(list), QStringList{"1|1|3|FI|32|32|297|FI01||"});
     EXPECT_EQ(p.label("Prev1"), QStringLiteral(" 3      32         2.97"));
     EXPECT_EQ(p.shownTree(), QStringLiteral("FI01|FI|||1|0||0.00"));
     EXPECT_EQ(p.focused(), QStringLiteral("BHD"));
     EXPECT_TRUE(p.dialogs.asked().isEmpty());
     // The device's Up key in a field reaches the browsing.
-    QTest::keyClick(p.field("BHD"), Qt::Key_Up);
+    QTest::keyClick(p.edit("BHD"), Qt::Key_Up);
     EXPECT_EQ(p.label("position"), QStringLiteral("1/1"));
-    QTest::keyClick(p.field("BHD"), Qt::Key_Escape);
+    QTest::keyClick(p.edit("BHD"), Qt::Key_Escape);
     EXPECT_EQ(p.activeName(), QStringLiteral("listSelection"));
 }
 
@@ -209,7 +207,7 @@ TEST(TallyDlg, ClassesKeyAndRefusedMeasurements)
     EXPECT_EQ(p.dialogs.asked(), QStringList{"Tarif fehlt !!!||"});
     EXPECT_EQ(p.focused(), QStringLiteral("TARIF"));
     EXPECT_EQ(p.screen->keyboardIndex(), Dlg::TariffKeys);
-    EXPECT_EQ(p.field("BAUMART")->text(), QStringLiteral("TA"));
+    EXPECT_EQ(p.edit("BAUMART")->text(), QStringLiteral("TA"));
     EXPECT_EQ(p.stored(list).size(), 5);
 
     p.press(Dlg::kEtc);

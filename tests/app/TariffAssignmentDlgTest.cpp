@@ -12,7 +12,6 @@ using namespace test;
 using Dlg = TariffAssignmentDlg;
 
 struct TariffProgram : Program {
-    QLineEdit* edit(const char* name) { return screen->findChild<QLineEdit*>(name); }
     QString editLine()
     {
         return edit("REGION_A")->text() + u'/' + edit("BAUMART")->text() + u'/'
@@ -22,7 +21,6 @@ struct TariffProgram : Program {
     {
         return {edit("history1")->text(), edit("history2")->text(), edit("history3")->text()};
     }
-    QString label(const char* name) { return Program::label(QLatin1StringView(name), screen); }
     // TARIF of the assignment rows of a region and species, as stored.
     QStringList stored(const QString& region, const QString& species)
     {
@@ -53,7 +51,7 @@ TEST(TariffAssignmentDlg, OpensOnAnEmptyLineBelowThePrecedingRows)
         EXPECT_EQ(str(p.label("position")), "neu");
         EXPECT_EQ(QApplication::focusWidget(), p.edit("REGION_A"));
         for (int i = 1; i <= 3; ++i) {
-            QLineEdit* line = p.edit(QStringLiteral("history%1").arg(i).toLatin1().constData());
+            QLineEdit* line = p.edit(QStringLiteral("history%1").arg(i));
             EXPECT_TRUE(line->isReadOnly());
             EXPECT_EQ(line->focusPolicy(), Qt::NoFocus);
             EXPECT_TRUE(QFontInfo(line->font()).fixedPitch()) << str(line->font().family());
