@@ -148,41 +148,25 @@ TEST_F(CableChannelTest, SendsEveryExportFileLineByLineThenEot)
         EXPECT_EQ(wait, 10 + 100 + 1000);
 }
 
-// The device's send and the office's against the same far end: what it sends first, then its
-// answers to the fourth frame attempt by attempt (ACK after them). Silence or noise for an answer
-// fails the device's send at once; the office sends the frame again, as on a NAK.
+// One run a line of data/cable_send.txt.
 TEST(CableSenders, RepeatARefusedFrameAtMostTenTimes)
 {
     const QList<std::pair<QString, QByteArray>> files{
         {"A.DAT", headerLine("A.DAT       ") + "001a\r\n10A1\r\n10A2\r\n"},
         {"B.DAT", headerLine("B.DAT       ") + "001b\r\n10A1\r\n10A2\r\n10A3\r\n10A4\r\n"}};
-    const QByteArray poll = "\x16\x16\x05";
-    const struct {
-        const char* what;
-        QByteArray start;
+    for (const Case& row : readCases(QStringLiteral("transfer/data/cable_send.txt"))) {
         std::vector<QByteArray> answers;
-        int deviceSends; // of the fourth frame; negative: the send fails
-        int officeSends;
-    } cases[] = {
-        {"clean", poll, {}, 1, 1},
-        {"one NAK", poll, {"\x15"}, 2, 2},
-        {"ACK amid noise", poll, {QByteArray("\x16\x05\x00\x06", 4)}, 1, 1},
-        {"stray poll before the ACK", poll, {"\x16\x16\x05\x06"}, 1, 1},
-        {"ten NAKs", poll, std::vector<QByteArray>(10, "\x15"), 11, 11},
-        {"eleven NAKs", poll, std::vector<QByteArray>(11, "\x15"), -11, -11},
-        {"NAK, then silence", poll, {"\x15", ""}, -2, 3},
-        {"noise only", poll, {QByteArray("\x00\x16\x05", 3)}, -1, 2},
-        {"silence", poll, std::vector<QByteArray>(11, ""), -1, -11},
-        {"nobody asks", "\x06\x15", {}, 0, 0},
-    };
-    for (const auto& c : cases) {
+        for (const QByteArray& answer : row.fields.value(2).split(' ')) {
+            if (!row.fields.value(2).isEmpty())
+                answers.push_back(answer == "-" ? QByteArray() : answer);
+        }
         for (const bool office : {false, true}) {
-            SCOPED_TRACE(std::string(c.what) + (office ? ", office" : ", device"));
+            SCOPED_TRACE((row.where() + (office ? ", office" : ", device")).constData());
             Device d;
-            d.line.send(c.start);
+            d.line.send(row.fields[1]);
             int sends = 0;
             QByteArray digits;
-            const FrameAnswer answer = refuseFrame(3, c.answers, sends);
+            const FrameAnswer answer = refuseFrame(3, answers, sends);
             answerFrames(d.line, [&](int i, int attempt, const QByteArray& frame) {
                 digits += attempt == 0 ? frame.mid(6, 1) : QByteArray();
                 return answer(i, attempt, frame);
@@ -203,14 +187,13 @@ TEST(CableSenders, RepeatARefusedFrameAtMostTenTimes)
                 ok = d.channel(1).send();
                 EXPECT_EQ(d.dialogs.asked(), ok ? QStringList() : QStringList{kFailed});
             }
-            const int expected = office ? c.officeSends : c.deviceSends;
+            const int expected = row.fields.value(office ? 4 : 3).toInt();
             EXPECT_EQ(ok, expected > 0);
             EXPECT_EQ(sends, std::abs(expected));
             EXPECT_EQ(d.line.allWritten().endsWith(kEot), ok);
             if (ok) {
                 EXPECT_EQ(digits, "1234567890");
             }
-            // Nobody asks: the device gives up after its fifty looks, the office after its time.
             if (expected == 0) {
                 EXPECT_EQ(d.line.waits().size(), office ? 3u : 50u);
             }
