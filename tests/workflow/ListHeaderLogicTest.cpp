@@ -18,7 +18,6 @@ namespace {
 using test::str;
 using test::text;
 
-const QString kMissing = QStringLiteral("Eingabe fehlt !!!||");
 const QString kDuplicate =
     QStringLiteral("Listenname existiert bereits!|Bitte verwenden Sie einen|anderen Listennamen.");
 const QString kRegionQuestion =
@@ -119,33 +118,20 @@ TEST(ListHeader, ChecksRunInOrderAndOnlyAPassingPageIsWritten)
     }
 }
 
+// A new list named as in data/list_header_model.txt, without date.
 TEST(ListHeader, TheModelListIsExemptFromDateRegionAndMandatoryFields)
 {
-    struct Case {
-        const char* name;
-        const char* region;
-        std::vector<Answer> answers;
-        PageExit exit;
-        QStringList asked;
-    } const cases[] = {
-        {"MODELL", "", {}, PageExit::NextPage, {}},
-        {"MODELL  ", "", {}, PageExit::NextPage, {}},
-        // A region the model names is checked all the same.
-        {"MODELL", "WR09", {Answer::Second}, PageExit::Stay, {kRegionQuestion}},
-        {"modell", "", {}, PageExit::Stay, {kMissing}},
-        {"MODELL2", "", {}, PageExit::Stay, {kMissing}},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const test::Case& c : test::readCases("workflow/data/list_header_model.txt")) {
+        SCOPED_TRACE(c.where().constData());
+        const PageExit exit = PageExit(kExits.indexOf(c.text(3)));
         Device d;
-        ASSERT_TRUE(d.logic.startNew(text(c.name), false));
+        ASSERT_TRUE(d.logic.startNew(c.text(0), false));
         d.set(u"DATUM_A", "");
-        d.set(u"REGION_A", c.region);
-        for (const Answer answer : c.answers)
-            d.dialogs.answerNext(answer);
-        EXPECT_EQ(d.logic.leavePage(), c.exit);
-        EXPECT_EQ(d.dialogs.asked(), c.asked);
-        if (c.exit != PageExit::NextPage)
+        d.rows.setText(u"REGION_A", c.text(1));
+        test::answerNext(d.dialogs, c.text(2));
+        EXPECT_EQ(d.logic.leavePage(), exit);
+        EXPECT_EQ(d.dialogs.asked(), test::messagesIn(c.text(4)));
+        if (exit != PageExit::NextPage)
             continue;
         // Every free page, mandatory or not, is left empty, and the list is complete.
         for (int page = 2; page <= ListHeaderLogic::kPages; ++page)
