@@ -67,19 +67,15 @@ TEST(Shell, BareDeviceMenuDialogsInfoWindowAndEnding)
         EXPECT_TRUE(QRectF(key->rect()).contains(places.caption)) << command;
     }
     QtMessageDialogs& shown = *p.app.qtMessages();
-    enum Kind { Notice, YesNo, Question };
-    const struct {
-        Kind kind;
-        const char* key; // nullptr: Escape
-        Answer answer;
-        const char* title;
-    } cases[] = {
-        {YesNo, "Ja", Answer::Yes, "Frage"},        {YesNo, "Nein", Answer::No, "Frage"},
-        {YesNo, nullptr, Answer::No, "Frage"},      {Question, "Zwei", Answer::Second, "Frage"},
-        {Question, nullptr, Answer::None, "Frage"}, {Notice, nullptr, Answer::Ok, "Achtung!"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(std::string(c.title) + "/" + (c.key ? c.key : "Escape"));
+    const QMap<QByteArray, Answer> answers{{"Yes", Answer::Yes},
+                                           {"No", Answer::No},
+                                           {"Second", Answer::Second},
+                                           {"None", Answer::None},
+                                           {"Ok", Answer::Ok}};
+    for (const Case& c : readCases(QStringLiteral("app/data/message_dialogs.txt"))) {
+        SCOPED_TRACE(c.where().constData());
+        const QByteArray kind = c.fields[0];
+        const QString pressed = c.fields[1] == "-" ? QString() : c.text(1);
         QString title;
         int defaults = -1;
         QTimer::singleShot(0, [&] {
@@ -90,24 +86,24 @@ TEST(Shell, BareDeviceMenuDialogsInfoWindowAndEnding)
             defaults = int(std::count_if(keys.begin(), keys.end(),
                                          [](const QPushButton* key) { return key->isDefault(); }));
             for (QPushButton* key : keys) {
-                if (c.key && key->text() == QLatin1StringView(c.key))
+                if (!pressed.isEmpty() && key->text() == pressed)
                     QTest::mouseClick(key, Qt::LeftButton);
             }
-            if (!c.key)
+            if (pressed.isEmpty())
                 QTest::keyClick(dialog, Qt::Key_Escape);
         });
         Answer answer = Answer::Ok;
-        if (c.kind == Notice)
+        if (kind == "notice")
             shown.notice(QStringLiteral("Zeile"), {}, {}, QStringLiteral("OK"), false);
-        else if (c.kind == YesNo)
+        else if (kind == "yesno")
             answer = shown.yesNo(QStringLiteral("Zeile"), {}, {}, QStringLiteral("Ja"),
                                  QStringLiteral("Nein"));
         else
             answer = shown.question(QStringLiteral("Zeile"), {}, {}, QStringLiteral("Eins"),
                                     QStringLiteral("Zwei"), QStringLiteral("Drei"));
-        EXPECT_EQ(answer, c.answer);
-        EXPECT_EQ(title, QLatin1StringView(c.title));
-        EXPECT_EQ(defaults, c.kind == Notice ? 1 : 0);
+        EXPECT_EQ(answer, answers.value(c.fields[2]));
+        EXPECT_EQ(title, c.text(3));
+        EXPECT_EQ(defaults, kind == "notice" ? 1 : 0);
     }
     p.dialogs.clear();
     MessageDialogs& job = shown; // its info() overloads hide the interface's
