@@ -7,6 +7,8 @@
 #include "OfficeChannel.h"
 #include "transfer/ListFileExport.h"
 
+#include <map>
+
 namespace brovant {
 namespace {
 
@@ -274,35 +276,25 @@ TEST_F(ListSelection, EachKeyOpensItsScreenAfterItsCheck)
     addList({1, "LEER"});
     addList({2, "VOLL", 0, 0, 3});
     addList({3, "MODELL"});
-    const char* noData = "Keine Daten vorhanden!||";
     using Action = Target (ListSelectionLogic::*)();
-    const struct {
-        Action action;
-        int row;
-        Target target;
-        const char* asked;
-    } cases[] = {
-        {&ListSelectionLogic::openTally, 0, Target::Tally, ""},
-        {&ListSelectionLogic::openTally, 2, Target::Tally,
-         "Holzaufnahme in Modell-Liste |nicht möglich!|"},
-        {&ListSelectionLogic::openTotals, 0, Target::None, noData},
-        {&ListSelectionLogic::openTotals, 1, Target::Totals, ""},
-        {&ListSelectionLogic::printTally, 0, Target::None, noData},
-        {&ListSelectionLogic::printTally, 1, Target::TallyPrintout, ""},
-        {&ListSelectionLogic::printAssortment, 0, Target::None, noData},
-        {&ListSelectionLogic::printAssortment, 1, Target::AssortmentPrintout, ""},
-        {&ListSelectionLogic::openInfo, 1, Target::ListInfo, ""},
-        {&ListSelectionLogic::openRegion, 0, Target::Region, ""},
+    const std::map<QString, Action> actions = {
+        {"tally", &ListSelectionLogic::openTally},
+        {"totals", &ListSelectionLogic::openTotals},
+        {"print tally", &ListSelectionLogic::printTally},
+        {"print assortment", &ListSelectionLogic::printAssortment},
+        {"info", &ListSelectionLogic::openInfo},
+        {"region", &ListSelectionLogic::openRegion},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(std::to_string(c.row) + " " + std::to_string(int(c.target)));
+    const QStringList targets = {"None",   "ListHeader", "ListInfo",      "Tally",
+                                 "Totals", "Region",     "TallyPrintout", "AssortmentPrintout"};
+    for (const test::Case& c : test::readCases("workflow/data/list_selection_keys.txt")) {
+        SCOPED_TRACE(c.where().constData());
         dialogs.clear();
         state.currentList = -1;
-        select(c.row);
-        EXPECT_EQ((logic.*c.action)(), c.target);
-        EXPECT_EQ(dialogs.asked(),
-                  *c.asked ? QStringList{QString::fromUtf8(c.asked)} : QStringList{});
-        EXPECT_EQ(state.currentList, c.row + 1);
+        select(c.text(1).toInt());
+        EXPECT_EQ((logic.*actions.at(c.text(0)))(), Target(targets.indexOf(c.text(2))));
+        EXPECT_EQ(dialogs.asked(), test::messagesIn(c.text(3)));
+        EXPECT_EQ(state.currentList, c.text(1).toInt() + 1);
     }
 }
 
