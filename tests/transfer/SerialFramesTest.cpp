@@ -44,38 +44,16 @@ TEST(SerialFrames, ReadsLinesAsTheDeviceDoes)
     EXPECT_EQ(cases[3], (QList<QByteArray>{"\n", "\n"}));
 }
 
-struct TakeApartCase {
-    const char* what;
-    QByteArray frame;
-    std::optional<char> digit;
-    QByteArray payload;
-    bool complete;
-    bool checksumMatches;
-};
-
+// One frame a line of data/frames_taken_apart.txt.
 TEST(SerialFrames, TakesFramesApart)
 {
-    const QByteArray good = framed("0013", "abc", "F0");
-    const TakeApartCase cases[] = {
-        {"a whole frame", good, '3', "001abc", true, true},
-        {"a built frame", build("TD0AB      .DATQ\r\n", 7), '7', "TD0AB      .DATQ", true, true},
-        {"no SOH: no digit", QByteArray(good).remove(2, 1), std::nullopt, "0013abc", true, false},
-        {"no ETX: payload runs on", QByteArray(good).remove(11, 1), '3',
-         QByteArray("001abcF0\r\n\0", 11), false, false},
-        {"one checksum digit wrong", QByteArray(good).replace(13, 1, "D"), '3', "001abc", true,
-         false},
-        {"a payload byte lost", QByteArray(good).remove(9, 1), '3', "001ac", true, false},
-        {"lower-case checksum", QByteArray(good).replace(12, 2, "f0"), '3', "001abc", true, false},
-        {"cut after ETX", good.first(12), '3', "001abc", true, false},
-        {"noise in front is payload", "zz" + good, '3', "zz001abc", true, true},
-        {"cut before the digit", good.first(5), std::nullopt, "00", false, false},
-    };
-    for (const TakeApartCase& c : cases) {
-        const Received r = takeApart(c.frame);
-        EXPECT_EQ(r.digit, c.digit) << c.what;
-        EXPECT_EQ(r.payload.toHex(' '), c.payload.toHex(' ')) << c.what;
-        EXPECT_EQ(r.complete, c.complete) << c.what;
-        EXPECT_EQ(r.checksumMatches, c.checksumMatches) << c.what;
+    for (const Case& c : readCases(QStringLiteral("transfer/data/frames_taken_apart.txt"))) {
+        SCOPED_TRACE(c.where().constData());
+        const Received r = takeApart(c.fields[1]);
+        EXPECT_EQ(r.digit, c.fields[2] == "-" ? std::nullopt : std::optional<char>(c.fields[2][0]));
+        EXPECT_EQ(r.payload.toHex(' '), c.fields.value(3).toHex(' '));
+        EXPECT_EQ(r.complete, c.fields.value(4) == "yes");
+        EXPECT_EQ(r.checksumMatches, c.fields.value(5) == "yes");
     }
 }
 
