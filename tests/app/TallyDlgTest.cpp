@@ -3,6 +3,7 @@
 #include "app/ProgramFixture.h"
 #include "app/TotalsDlg.h"
 #include "platform/serial/SerialPort.h"
+#include "support/CaseFile.h"
 #include "support/PseudoTerminal.h"
 #include "tally/caliper/CaliperReader.h"
 
@@ -73,34 +74,30 @@ TEST(TallyDlg, KeyBarsFocusAndScreenSwitches)
     const std::int64_t list = p.addList("L1", "Abt. 12");
     p.open("L1");
 
-    // Each field's own bar; "Ziff" between it and the keypad (the species keys for the numeric
-    // fields), "Etc" and "Alpha" there and back.
-    const struct {
-        const char* field;
-        int bar;
-        int other;
-    } fields[] = {
-        {"TARIF", Dlg::TariffKeys, Dlg::Numeric}, {"BAUMART", Dlg::SpeciesKeys, Dlg::Numeric},
-        {"NA", Dlg::QualityKeys, Dlg::Numeric},   {"KA", Dlg::CaliperClassKeys, Dlg::Numeric},
-        {"STK", Dlg::Numeric, Dlg::SpeciesKeys},  {"DMSTUFE", Dlg::Numeric, Dlg::SpeciesKeys},
-        {"BHD", Dlg::Numeric, Dlg::SpeciesKeys},
-    };
-    for (const auto& f : fields) {
-        SCOPED_TRACE(f.field);
-        p.tapField(text(f.field));
-        EXPECT_EQ(p.screen->keyboardIndex(), f.bar);
+    // Each field's own bar, "Ziff" to the other and back, "Etc" and "Alpha" there and back.
+    const QMap<QByteArray, int> bars{{"Tariff", Dlg::TariffKeys},
+                                     {"Species", Dlg::SpeciesKeys},
+                                     {"Quality", Dlg::QualityKeys},
+                                     {"CaliperClass", Dlg::CaliperClassKeys},
+                                     {"Numeric", Dlg::Numeric}};
+    for (const Case& c : readCases(QStringLiteral("app/data/tally_key_bars.txt"))) {
+        SCOPED_TRACE(c.where().constData());
+        const int bar = bars.value(c.fields[1], -1);
+        const int other = bars.value(c.fields[2], -1);
+        p.tapField(c.text(0));
+        EXPECT_EQ(p.screen->keyboardIndex(), bar);
         p.press(KeypadScreen::kZiff);
-        EXPECT_EQ(p.screen->keyboardIndex(), f.other);
+        EXPECT_EQ(p.screen->keyboardIndex(), other);
         p.press(KeypadScreen::kZiff);
-        EXPECT_EQ(p.screen->keyboardIndex(), f.bar);
+        EXPECT_EQ(p.screen->keyboardIndex(), bar);
         p.press(Dlg::kEtc);
         EXPECT_EQ(p.screen->keyboardIndex(), Dlg::Secondary);
         p.press(Dlg::kEtc);
-        EXPECT_EQ(p.screen->keyboardIndex(), f.bar);
+        EXPECT_EQ(p.screen->keyboardIndex(), bar);
         p.press(Dlg::kEtc);
         p.press(Dlg::kAlpha);
         EXPECT_EQ(p.screen->keyboardIndex(), Dlg::Letters);
-        EXPECT_EQ(p.focused(), text(f.field));
+        EXPECT_EQ(p.focused(), c.text(0));
     }
     p.tapField(QStringLiteral("BAUMART"));
     p.press(KeypadScreen::kNextField);
