@@ -297,41 +297,25 @@ TEST(ActiveSyncOffice, AnswersTheHandheldsRequest)
     EXPECT_EQ(bench.folder("Export"), QStringList());
 }
 
-// The settings are read at each transfer. Without a port opener the cable and the modem fail at
-// once, with the transfer's failure message and without waiting.
+// One setting a line of data/settings_channels.txt.
 TEST(SettingsChannels, TheSettingsInForceChooseTheChannel)
 {
     Bench bench;
     SettingsStore& store = bench.session.store();
     SettingsChannels channels(bench.session.root(), store, bench.dialogs, bench.clock);
-    const QString unavailable = QStringLiteral("notice Fehler bei der Übertragung!||");
-    // FTP goes to a closed port on this machine: refused at once.
     const QString ftp = QStringLiteral("info 5 Verbinden...||");
     store.writeText(Setting::FtpServer, 0, QStringLiteral("127.0.0.1:1"));
-    const struct {
-        int mode; // 0: the defaults
-        int port;
-        QString sendFirst;
-        QString receiveFirst;
-    } cases[] = {
-        {0, 0, "info 5 ActiveSync|Warten auf Computeranfrage...|",
-         "info 5 ActiveSync|Warten auf Datenempfang...|"},
-        {1, 3, unavailable, unavailable},
-        {2, 10, unavailable, "info 5 ActiveSync|Warten auf Datenempfang...|"},
-        {3, 10, ftp, "info 5 ActiveSync|Warten auf Datenempfang...|"},
-        {1, 10, "info 5 ActiveSync|Warten auf Computeranfrage...|",
-         "info 5 ActiveSync|Warten auf Datenempfang...|"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.mode << " " << c.port);
-        if (c.mode) {
-            store.writeInt(Setting::DueMode, 0, c.mode);
-            store.writeInt(Setting::DuePort, 0, c.port);
+    for (const test::Case& c :
+         test::readCases(QStringLiteral("transfer/data/settings_channels.txt"))) {
+        SCOPED_TRACE(c.where().constData());
+        if (c.fields[0] != "-") {
+            store.writeInt(Setting::DueMode, 0, c.fields[0].toInt());
+            store.writeInt(Setting::DuePort, 0, c.fields.value(1).toInt());
         }
         for (const bool send : {true, false}) {
             const qint64 begin = bench.clock.waited();
-            const QString& first = send ? c.sendFirst : c.receiveFirst;
-            const bool activeSync = first != unavailable && first != ftp;
+            const QString first = c.text(send ? 2 : 3);
+            const bool activeSync = first.startsWith(QStringLiteral("info 5 ActiveSync|"));
             if (activeSync)
                 bench.office(send, begin + 1000, begin + 2000);
             bench.dialogs.events.clear();
