@@ -151,65 +151,48 @@ TEST(CommunicationSettings, StoredValuesOutsideTheChoicesShowAsDefaults)
     }
 }
 
+// Four numbers as cable entries: port entry, baud rate, word length, stop bits.
+CableEntries entries(const QString& text)
+{
+    const QStringList n = text.split(u' ');
+    return {n.value(0).toInt(), n.value(1).toInt(), n.value(2).toInt(), n.value(3).toInt()};
+}
+
+// One stored state a line of data/cable_entries_shown.txt.
 TEST(CableSettings, TheListsShowTheStoredEntriesOrTheirDefaults)
 {
-    const struct {
-        std::optional<int> port, baudrate, wordlength, stopbits;
-        CableEntries shown;
-    } cases[] = {
-        {{}, {}, {}, {}, {9, 5, 1, 0}},
-        {1, 0, 0, 1, {0, 0, 0, 1}},
-        {9, 7, 1, 0, {8, 7, 1, 0}},
-        {10, 3, 0, 1, {9, 3, 0, 1}},
-        // Values outside the lists: the port as ActiveSync, the rest as their defaults.
-        {0, 8, 2, 2, {9, 5, 1, 0}},
-        {11, -1, -1, -1, {9, 5, 1, 0}},
-    };
-    for (const auto& c : cases) {
+    const char* names[] = {"Port", "Baudrate", "Wordlength", "Stopbits"};
+    for (const test::Case& c : test::readCases("workflow/data/cable_entries_shown.txt")) {
+        SCOPED_TRACE(c.where().constData());
         Device d;
-        const char* names[] = {"Port", "Baudrate", "Wordlength", "Stopbits"};
-        const std::optional<int> stored[] = {c.port, c.baudrate, c.wordlength, c.stopbits};
-        QString trace;
-        for (size_t i = 0; i < std::size(names); ++i) {
-            if (stored[i]) {
-                d.write("DUE", names[i], *stored[i]);
-                trace += QStringLiteral("%1=%2 ").arg(names[i]).arg(*stored[i]);
-            }
+        const QStringList stored = c.text(0).split(u' ');
+        for (qsizetype i = 0; i < stored.size(); ++i) {
+            if (stored[i] != u"-")
+                d.write("DUE", names[i], stored[i].toInt());
         }
-        SCOPED_TRACE(str(trace));
-        EXPECT_EQ(d.cable.read(), c.shown);
-        EXPECT_EQ(d.values().size(), trace.count(u'='));
+        EXPECT_EQ(d.cable.read(), entries(c.text(1)));
+        EXPECT_EQ(d.values().size(), stored.size() - stored.count(u"-"_s));
     }
 }
 
 // The port entry is the port number minus 1; only ActiveSync switches AutoCnct on, and the four
-// DUE values are stored whatever changed.
+// DUE values are stored whatever changed: one a line of data/cable_confirm.txt.
 TEST(CableSettings, ConfirmStoresPortAndLineAndSwitchesActiveSyncOn)
 {
-    const struct {
-        CableEntries chosen;
-        std::optional<quint32> autoBefore, autoAfter;
-    } cases[] = {
-        {{0, 0, 0, 0}, {}, {}}, {{0, 0, 0, 0}, 0u, 0u}, {{4, 7, 1, 1}, 0u, 0u},
-        {{8, 5, 1, 0}, {}, {}}, {{9, 5, 1, 0}, {}, 1u}, {{9, 2, 0, 1}, 0u, 1u},
-        {{9, 5, 1, 0}, 1u, 1u},
-    };
-    for (const auto& c : cases) {
-        const CableEntries& s = c.chosen;
-        SCOPED_TRACE(QStringLiteral("entry %1, AutoCnct before %2")
-                         .arg(s.portEntry)
-                         .arg(c.autoBefore ? int(*c.autoBefore) : -1)
-                         .toStdString());
+    for (const test::Case& c : test::readCases("workflow/data/cable_confirm.txt")) {
+        SCOPED_TRACE(c.where().constData());
+        const CableEntries s = entries(c.text(0));
         Device d;
-        if (c.autoBefore)
-            d.registry().setDword(Hive::CurrentUser, kComm, u"AutoCnct"_s, *c.autoBefore);
+        if (c.text(1) != u"-")
+            d.registry().setDword(Hive::CurrentUser, kComm, u"AutoCnct"_s, c.text(1).toUInt());
         EXPECT_EQ(CableSettingsLogic::serialFieldsShown(s.portEntry), s.portEntry != 9);
         d.cable.confirm(s);
         EXPECT_EQ(d.values(), (QStringList{QStringLiteral("DUE/Baudrate=%1").arg(s.baudrate),
                                            QStringLiteral("DUE/Port=%1").arg(s.portEntry + 1),
                                            QStringLiteral("DUE/Stopbits=%1").arg(s.stopbits),
                                            QStringLiteral("DUE/Wordlength=%1").arg(s.wordlength)}));
-        EXPECT_EQ(d.autoConnect(), c.autoAfter);
+        const std::optional<quint32> autoAfter = d.autoConnect();
+        EXPECT_EQ(autoAfter ? QString::number(*autoAfter) : u"-"_s, c.text(2));
         EXPECT_EQ(d.tables.duePort, s.portEntry + 1);
         EXPECT_EQ(d.cable.read(), s);
     }
@@ -219,17 +202,9 @@ TEST(CableSettings, ListsAndTheLineShownOnTheCommunicationScreen)
 {
     EXPECT_EQ(CableSettingsLogic::portEntries().join(u' '),
               u"COM1 COM2 COM3 COM4 COM5 COM6 COM7 COM8 COM9 ActiveSync"_s);
-    const struct {
-        CableEntries settings;
-        const char* line;
-    } lines[] = {
-        {{9, 5, 1, 0}, "ActiveSync"},
-        {{0, 5, 1, 0}, "COM1, 38400 Bd, 8 Bit, 1 Stopbit"},
-        {{8, 0, 0, 1}, "COM9, 1200 Bd, 7 Bit, 2 Stopbits"},
-        {{3, 7, 1, 1}, "COM4, 115200 Bd, 8 Bit, 2 Stopbits"},
-    };
-    for (const auto& l : lines)
-        EXPECT_EQ(str(CableSettingsLogic::describe(l.settings)), l.line);
+    for (const test::Case& c : test::readCases("workflow/data/cable_lines.txt"))
+        EXPECT_EQ(CableSettingsLogic::describe(entries(c.text(0))), c.text(1))
+            << c.where().constData();
 }
 
 TEST(CommunicationSettings, ModemEntriesAndPrintFoldersOffered)
