@@ -55,27 +55,6 @@ protected:
     SettingsDlg* screen = nullptr;
 };
 
-// The pickers were filled at 07:00; the part the user leaves alone is the clock's at the moment
-// of writing, even when the day has turned since.
-TEST_F(SettingsScreen, DateOrTimeChangeKeepsTheOtherPartRunning)
-{
-    auto* date = screen->findChild<QDateEdit*>(QStringLiteral("date1022"));
-    auto* time = screen->findChild<QTimeEdit*>(QStringLiteral("time1023"));
-    const struct {
-        qint64 openMinutes;
-        std::function<void()> change;
-        QDateTime set;
-    } steps[] = {
-        {25, [&] { date->setDate(QDate(2026, 6, 1)); }, {QDate(2026, 6, 1), QTime(7, 25)}},
-        {17 * 60, [&] { time->setTime(QTime(9, 0)); }, {QDate(2026, 6, 2), QTime(9, 0)}},
-    };
-    for (const auto& s : steps) {
-        clock.advanceMs(s.openMinutes * 60 * 1000);
-        s.change();
-        EXPECT_EQ(clock.now(), s.set);
-    }
-}
-
 // A touch-only ppcutil handheld with a sysfs panel: the lowest position of the mains slider
 // leaves the light on, in the registry and on the panel.
 TEST(SettingsBacklight, LowestPositionKeepsTheScreenLit)
@@ -102,8 +81,27 @@ TEST(SettingsBacklight, LowestPositionKeepsTheScreenLit)
 // lead to their screens. The restore screen lists the backups stamped with the program's time, the
 // newest chosen, OK only with one to choose; "Abbrechen" changes nothing (OK restores: the day in
 // the field). The tabs show their controls, and device settings apply at once.
-TEST_F(SettingsScreen, QuestionsWaysRestoreTabsAndDeviceSettings)
+//
+// First the date and time pickers, filled at 07:00: the part the user leaves alone is the clock's
+// at the moment of writing, even when the day has turned since.
+TEST_F(SettingsScreen, PickersQuestionsWaysRestoreTabsAndDeviceSettings)
 {
+    auto* date = screen->findChild<QDateEdit*>(QStringLiteral("date1022"));
+    auto* time = screen->findChild<QTimeEdit*>(QStringLiteral("time1023"));
+    const struct {
+        qint64 openMinutes;
+        std::function<void()> change;
+        QDateTime set;
+    } steps[] = {
+        {25, [&] { date->setDate(QDate(2026, 6, 1)); }, {QDate(2026, 6, 1), QTime(7, 25)}},
+        {17 * 60, [&] { time->setTime(QTime(9, 0)); }, {QDate(2026, 6, 2), QTime(9, 0)}},
+    };
+    for (const auto& s : steps) {
+        clock.advanceMs(s.openMinutes * 60 * 1000);
+        s.change();
+        EXPECT_EQ(clock.now(), s.set);
+    }
+
     const std::pair<int, QString> asking[] = {
         {SettingsDlg::kReset, QStringLiteral("Wollen Sie den Reset|durchführen?|")},
         {SettingsDlg::kBackup,
