@@ -245,25 +245,20 @@ TEST_F(ListFileExportTest, OneListByNumber)
     EXPECT_EQ(rows(QStringLiteral("SELECT DUE_MARK FROM Brov_Kopfdaten")), (QStringList{"0", "0"}));
 }
 
+// One list a line of data/marking_after_transfer.txt.
 TEST_F(ListFileExportTest, MarkingAfterTheTransfer)
 {
-    const struct {
-        FieldValue mark;
-        FieldValue exported;
-        const char* after; // DUE_MARK|EXPORTED_N_NI
-    } cases[] = {
-        {num(1), num(0), "0|1"},          {num(1), num(4), "0|5"}, {num(1), FieldValue{}, "0|1"},
-        {num(2), num(1), "0|2"},          {num(0), num(3), "0|3"}, {FieldValue{}, num(3), "NULL|3"},
-        {num(0), FieldValue{}, "0|NULL"},
+    const auto value = [](const QByteArray& field) {
+        return field == "NULL" ? FieldValue{} : num(field.toLongLong());
     };
     std::int64_t id = 0;
     QStringList expected;
-    for (const auto& c : cases) {
+    for (const Case& c : readCases(QStringLiteral("transfer/data/marking_after_transfer.txt"))) {
         insert(schema::Kopfdaten, {{"ID_FILE", num(id++)},
                                    {"LISTE_NR", txt("L")},
-                                   {"DUE_MARK", c.mark},
-                                   {"EXPORTED_N_NI", c.exported}});
-        expected << QString::fromLatin1(c.after);
+                                   {"DUE_MARK", value(c.fields[0])},
+                                   {"EXPORTED_N_NI", value(c.fields.value(1))}});
+        expected << c.text(2);
     }
     EXPECT_EQ(exporter().markedCount(), 4);
     EXPECT_TRUE(exporter().markExported());
