@@ -14,16 +14,7 @@ using Dlg = ListHeaderDlg;
 struct HeaderProgram : Program {
     void newList() { press(MainMenuDlg::kNewList); }
     void enter() { press(KeypadScreen::kEnter); }
-    QStringList choices()
-    {
-        QStringList out;
-        for (int i = 0; i < keyboard()->keyCount(); ++i) {
-            KeyButton* key = keyboard()->key(i);
-            if (key->def().commandId == Dlg::kChoiceEntry && !key->caption().isEmpty())
-                out << key->caption();
-        }
-        return out;
-    }
+    QStringList choices() { return keyCaptions(Dlg::kChoiceEntry); }
     QString page() { return label(QStringLiteral("pageNumber")); }
     // Where the screen goes when a list is done or given up.
     Screen* listSelection() const

@@ -162,6 +162,17 @@ public:
         lists->listView()->setCurrentItem(rows.first());
         press(key);
     }
+    // The captions shown on the keys of that command, blank keys left out.
+    QStringList keyCaptions(int command) const
+    {
+        QStringList out;
+        for (int i = 0; i < keyboard()->keyCount(); ++i) {
+            KeyButton* key = keyboard()->key(i);
+            if (key->def().commandId == command && !key->caption().isEmpty())
+                out << key->caption();
+        }
+        return out;
+    }
     QLineEdit* edit(const QString& name) const { return active()->findChild<QLineEdit*>(name); }
     // A tap on the field; the screen then selects its value for typing over.
     void tapField(const QString& name)

@@ -92,12 +92,8 @@ TEST(SpeciesSelectionDlg, CodesGoToTheSlotsAndTheCaliperKey)
     p.press(Screen::kCancel);
     ASSERT_EQ(p.active(), p.tally);
     QTest::mouseClick(p.edit(QStringLiteral("BAUMART")), Qt::LeftButton);
-    QStringList captions;
-    for (int i = 0; i < p.keyboard()->keyCount(); ++i) {
-        if (p.keyboard()->key(i)->def().commandId == TallyDlg::kSpeciesEntry)
-            captions << p.keyboard()->key(i)->caption();
-    }
-    EXPECT_EQ(captions.mid(0, 6), (QStringList{"ES", "ES", "DGL", "KI", "KIR", "BU"}));
+    EXPECT_EQ(p.keyCaptions(TallyDlg::kSpeciesEntry).mid(0, 6),
+              (QStringList{"ES", "ES", "DGL", "KI", "KIR", "BU"}));
 }
 
 } // namespace
