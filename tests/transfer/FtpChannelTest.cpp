@@ -414,27 +414,14 @@ TEST_F(FtpChannelTest, CredentialsComeFromAnOwnerOnlyHive)
     EXPECT_EQ(filesIn(own.path("data")), (Files{{"L0001.DAT", "1;\r\n"}}));
 }
 
-// A stand-in nmcli on the PATH records how it is called and reports the state it is given.
+// One case a line of data/nmcli_calls.txt.
 TEST(NetworkManagerDialer, DialsOnlyWhereNetworkManagerRuns)
 {
-    const struct {
-        const char* label;
-        bool installed;
-        const char* state;
-        QStringList calls;
-    } cases[] = {
-        {"running",
-         true,
-         "running",
-         {"-t -f RUNNING general", "--wait 30 connection up id GPRS", "connection down id GPRS"}},
-        {"not running", true, "stopped", {"-t -f RUNNING general"}},
-        {"no nmcli", false, "running", {}},
-    };
     const QByteArray oldPath = qgetenv("PATH");
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.label);
+    for (const test::Case& c : test::readCases(QStringLiteral("transfer/data/nmcli_calls.txt"))) {
+        SCOPED_TRACE(c.where().constData());
         TempRoot bin;
-        if (c.installed) {
+        if (c.fields.value(1) == "yes") {
             writeHostFile(bin.host("nmcli"), "#!/bin/sh\n"
                                              "echo \"$*\" >> \"$FAKE_NMCLI_LOG\"\n"
                                              "[ \"$1\" = -t ] && echo \"$FAKE_NMCLI_STATE\"\n"
@@ -444,7 +431,7 @@ TEST(NetworkManagerDialer, DialsOnlyWhereNetworkManagerRuns)
         }
         qputenv("PATH", bin.path().toLocal8Bit());
         qputenv("FAKE_NMCLI_LOG", bin.host("calls.log").toLocal8Bit());
-        qputenv("FAKE_NMCLI_STATE", c.state);
+        qputenv("FAKE_NMCLI_STATE", c.fields.value(2));
         NetworkManagerDialer dialer;
         dialer.dial("GPRS");
         dialer.hangUp("GPRS");
@@ -452,7 +439,7 @@ TEST(NetworkManagerDialer, DialsOnlyWhereNetworkManagerRuns)
         dialer.hangUp("GPRS");
         qputenv("PATH", oldPath);
         const QString log = QString::fromLocal8Bit(bin.readFile("calls.log"));
-        EXPECT_EQ(log.split(u'\n', Qt::SkipEmptyParts), c.calls);
+        EXPECT_EQ(log.split(u'\n', Qt::SkipEmptyParts), c.text(3).split(u'|', Qt::SkipEmptyParts));
     }
     qunsetenv("FAKE_NMCLI_LOG");
     qunsetenv("FAKE_NMCLI_STATE");
