@@ -135,10 +135,8 @@ TEST_F(TallyLogicTest, DiameterBecomesClassDiameter)
     EXPECT_EQ(logic->tree().volume, 135);
 }
 
-// Prev1 always shows the record just before the current one, Prev2 the one before that. Trees
-// 1 and 2 are stored and the cursor stands on the new tree 3. Keys: U up, D down, F first, E end;
-// "+" types a diameter into the record shown and answers the next "Abspeichern?" with Ja, "-" with
-// Nein.
+// Prev1 always shows the record just before the current one, Prev2 the one before that: one key
+// sequence a line of data/tally_previews.txt.
 TEST_F(TallyLogicTest, PreviewLinesShowTheTwoRecordsBeforeTheCurrent)
 {
     // Lines by the diameter their record shows.
@@ -146,29 +144,17 @@ TEST_F(TallyLogicTest, PreviewLinesShowTheTwoRecordsBeforeTheCurrent)
                                          {8, QStringLiteral(" 1       8         0.45")},
                                          {18, QStringLiteral(" 1      18         0.50")},
                                          {28, QStringLiteral(" 1      28         0.55")}};
-    struct Case {
-        const char* keys;
-        std::int64_t id; // of the record shown afterwards
-        int prev1;
-        int prev2;
-    };
-    const Case cases[] = {
-        {"+U", 3, 18, 8}, {"+UU", 2, 8, 0},  {"+UD", 4, 28, 18},   {"-U", 2, 8, 0},
-        {"UU", 1, 0, 0},  {"UUD", 2, 8, 0},  {"UUDD", 3, 18, 8},   {"UU+D", 2, 28, 0},
-        {"U+U", 1, 0, 0}, {"U+UD", 2, 8, 0}, {"+UUDD", 4, 28, 18}, {"UUE", 3, 18, 8},
-        {"F", 1, 0, 0},   {"FD", 2, 8, 0},   {"+UUE", 4, 28, 18},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.keys);
-        ASSERT_TRUE(logic->open(addList(QString::fromLatin1(c.keys))));
+    for (const Case& c : readCases("workflow/data/tally_previews.txt")) {
+        SCOPED_TRACE(c.where().constData());
+        ASSERT_TRUE(logic->open(addList(c.text(0))));
         for (int d : {5, 15})
             ASSERT_TRUE(tally("FI", d, 1, "FI1"));
-        for (const char* key = c.keys; *key; ++key) {
-            switch (*key) {
+        for (const char key : c.fields[0]) {
+            switch (key) {
             case '+':
             case '-':
                 logic->setField(Field::Diameter, QStringLiteral("25"));
-                dialogs.answerNext(*key == '+' ? Answer::Yes : Answer::No);
+                dialogs.answerNext(key == '+' ? Answer::Yes : Answer::No);
                 break;
             case 'U':
                 ASSERT_TRUE(logic->up());
@@ -184,9 +170,9 @@ TEST_F(TallyLogicTest, PreviewLinesShowTheTwoRecordsBeforeTheCurrent)
                 break;
             }
         }
-        EXPECT_EQ(logic->tree().id, c.id);
-        EXPECT_EQ(logic->preview1(), line.at(c.prev1));
-        EXPECT_EQ(logic->preview2(), line.at(c.prev2));
+        EXPECT_EQ(logic->tree().id, c.text(1).toInt());
+        EXPECT_EQ(logic->preview1(), line.at(c.text(2).toInt()));
+        EXPECT_EQ(logic->preview2(), line.at(c.text(3).toInt()));
     }
 }
 
@@ -221,29 +207,18 @@ TEST_F(TallyLogicTest, NewTreeCopiesParcelAndTariffOfTheOneBefore)
 TEST_F(TallyLogicTest, SpeciesPickedAgainKeepsATypedTariff)
 {
     speciesTariffs[0] = QStringLiteral("FI1");
-    struct Case {
-        std::vector<const char*> entries; // "=X" types tariff X, "#n" main species key n, else a
-                                          // species typed
-        const char* tariff;
-    };
-    const Case cases[] = {
-        {{"FI", "=FI2", "FI"}, "FI2"}, {{"FI", "=FI2", "FI "}, "FI2"},
-        {{"FI", "=FI2", "#0"}, "FI2"}, {{"#0", "=FI2", "#0", "#0"}, "FI2"},
-        {{"FI", "=FI2", "BU"}, ""},    {{"FI", "=FI2", "BU", "FI"}, "FI1"},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(testing::PrintToString(c.entries));
+    for (const Case& c : readCases("workflow/data/tally_species_tariffs.txt")) {
+        SCOPED_TRACE(c.where().constData());
         ASSERT_TRUE(logic->open(list));
-        for (const char* entry : c.entries) {
-            const QString text = QString::fromLatin1(entry);
+        for (const QString& text : c.text(0).split(u',')) {
             if (text.startsWith(u'='))
                 logic->setField(Field::Tariff, text.mid(1));
-            else if (text.startsWith(u'#'))
+            else if (text.startsWith(u'@'))
                 logic->setMainSpecies(text.mid(1).toInt());
             else
                 logic->setField(Field::Species, text);
         }
-        EXPECT_EQ(logic->tree().tariff, QString::fromLatin1(c.tariff));
+        EXPECT_EQ(logic->tree().tariff, c.text(1));
     }
 }
 
