@@ -45,37 +45,27 @@ TEST(KeyTables, LayoutsFitTheirAreas)
     }
 }
 
-class Keypad : public ::testing::Test {
-protected:
-    Keypad()
-        : dlg(app, QStringLiteral("test"))
-    {
-        dlg.addKeyboard(new OnScreenKeyboard(keys::kFullArea, keys::letters()));
-        dlg.addKeyboard(new OnScreenKeyboard(keys::kFullArea, keys::digits()));
-        edit = new QLineEdit(&dlg);
-        edit->setGeometry(10, 10, 100, 20);
-        app.mainWindow()->show();
-        app.mainWindow()->activateWindow();
-        EXPECT_TRUE(QTest::qWaitForWindowActive(app.mainWindow()));
-        dlg.bringToFront();
-        edit->setFocus();
-    }
-    void press(const QString& name)
-    {
+// Typing, switching and deleting on the letters and digits; then a list keyboard pages through
+// its table.
+TEST(Keypad, TypingSwitchingDeletingAndPaging)
+{
+    ScreenStack app;
+    KeypadScreen dlg(app, QStringLiteral("test"));
+    dlg.addKeyboard(new OnScreenKeyboard(keys::kFullArea, keys::letters()));
+    dlg.addKeyboard(new OnScreenKeyboard(keys::kFullArea, keys::digits()));
+    auto* edit = new QLineEdit(&dlg);
+    edit->setGeometry(10, 10, 100, 20);
+    app.mainWindow()->show();
+    app.mainWindow()->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(app.mainWindow()));
+    dlg.bringToFront();
+    edit->setFocus();
+    const auto press = [&](const QString& name) {
         auto* key = dlg.keyboard()->findChild<KeyButton*>(name);
         ASSERT_NE(key, nullptr) << name.toStdString();
         QTest::mouseClick(key, Qt::LeftButton);
-    }
+    };
 
-    ScreenStack app;
-    KeypadScreen dlg;
-    QLineEdit* edit = nullptr;
-};
-
-// Typing, switching and deleting on the letters and digits; then a list keyboard pages through
-// its table.
-TEST_F(Keypad, TypingSwitchingDeletingAndPaging)
-{
     press(QStringLiteral("char_L"));
     press(QStringLiteral("char_Ä"));
     press(QStringLiteral("keyShift"));
