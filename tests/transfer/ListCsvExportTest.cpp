@@ -24,16 +24,6 @@ protected:
     {
         return ListCsvExport(session->root(), db(), session->store(), dialogs);
     }
-
-    void list(std::int64_t id, const char* number, Values more = {})
-    {
-        ASSERT_NO_FATAL_FAILURE(insert(schema::Kopfdaten, {{"ID_FILE", num(id)},
-                                                           {"LISTE_NR", txt(number)},
-                                                           {"REGION_A", txt("WR01")},
-                                                           {"DUE_MARK", num(1)},
-                                                           {"EXPORTED_N_NI", num(2)}}));
-        set("Brov_Kopfdaten", more);
-    }
 };
 
 TEST_F(ListCsvExportTest, WritesTheGoldenFile)

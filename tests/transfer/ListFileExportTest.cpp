@@ -48,16 +48,6 @@ protected:
                                        {"BAUMART", txt(species)},
                                        {"TARIF", txt(tariff)}});
     }
-    // A marked list with nothing but its number, name and region.
-    void plainList(std::int64_t id, const char* name, std::int64_t mark = 1,
-                   const char* regionCode = "WR01")
-    {
-        insert(schema::Kopfdaten, {{"ID_FILE", num(id)},
-                                   {"LISTE_NR", txt(name)},
-                                   {"REGION_A", txt(regionCode)},
-                                   {"STRUKTUR", txt("T00300")},
-                                   {"DUE_MARK", num(mark)}});
-    }
 };
 
 TEST_F(ListFileExportTest, MarkedListsMatchTheExpectedFilesByteForByte)
@@ -89,8 +79,8 @@ TEST_F(ListFileExportTest, MarkedListsMatchTheExpectedFilesByteForByte)
 
 TEST_F(ListFileExportTest, ShowsTheProgressWindowPerFile)
 {
-    plainList(1, "A1");
-    plainList(2, "B2");
+    list(1, "A1");
+    list(2, "B2");
     ASSERT_EQ(exporter().writeMarked(), 2);
     QStringList seen;
     for (const auto& m : dialogs.messages()) {
@@ -116,7 +106,7 @@ TEST_F(ListFileExportTest, EmptiesTheExportFolderFirst)
     root.writeFile(QStringLiteral("Export/readme"), "x");
     root.writeFile(QStringLiteral("Export/A1      .dat"), "earlier export");
     QDir().mkpath(root.host(QStringLiteral("Export/keep")));
-    plainList(1, "A1");
+    list(1, "A1");
     ASSERT_EQ(exporter().writeMarked(), 1);
     EXPECT_EQ(filesIn("Export"), QStringList{QStringLiteral("A1      .DAT")});
     EXPECT_TRUE(QFileInfo(root.host(QStringLiteral("Export/keep"))).isDir());
@@ -132,10 +122,10 @@ TEST_F(ListFileExportTest, ListNumbersThatAreNoFileNameAreRefused)
     const char* const names[] = {"../x", "a/b", "a\\b", "C:x", "A\x01", "A\tB", "", "  ", " L1"};
     std::int64_t id = 1;
     for (const char* name : names)
-        plainList(id++, name);
-    plainList(id++, "GUT");
+        list(id++, name);
+    list(id++, "GUT");
     // Only a whole name of "." or ".." would climb; with its padding and ".DAT" it is a name.
-    plainList(id++, "..");
+    list(id++, "..");
     const int handled = exporter().writeMarked();
     EXPECT_EQ(handled, int(std::size(names)) + 2);
     QStringList notices;
@@ -160,8 +150,8 @@ TEST_F(ListFileExportTest, AFileThatCannotBeMadeSkipsItsListAndWritesTheOthers)
         SCOPED_TRACE(folderBroken);
         db().exec(QStringLiteral("DELETE FROM Brov_Kopfdaten"));
         dialogs.clear();
-        plainList(1, "A1");
-        plainList(2, "B2");
+        list(1, "A1");
+        list(2, "B2");
         if (folderBroken) {
             QDir(root.host(QStringLiteral("Export"))).removeRecursively();
             root.writeFile(QStringLiteral("Export"), "not a folder");
@@ -183,8 +173,8 @@ TEST_F(ListFileExportTest, AFileThatCannotBeMadeSkipsItsListAndWritesTheOthers)
 
 TEST_F(ListFileExportTest, SameListNumberTwiceKeepsTheSecondList)
 {
-    plainList(1, "DOPPELT");
-    plainList(2, "doppelt ");
+    list(1, "DOPPELT");
+    list(2, "doppelt ");
     region(2, 0, "ZWEITE", "FI ", "FI01 ");
     ASSERT_EQ(exporter().writeMarked(), 2);
     // Names differing only in case are one file on the device.
@@ -208,7 +198,7 @@ TEST_F(ListFileExportTest, LinesAreCutAt1000BytesAndKeepTheirLineEnd)
         db().exec(QStringLiteral("DELETE FROM Brov_Kopfdaten"));
         db().exec(QStringLiteral("DELETE FROM Brov_Einstellungen"));
         tariff(1, "WR01", "FI ", "FI01 ");
-        plainList(1, "LANG");
+        list(1, "LANG");
         ASSERT_TRUE(exporter().writeList(1));
         const QByteArray file = root.readFile(QStringLiteral("Export/LANG    .DAT"));
         const QList<QByteArray> lines = file.split('\n');
@@ -223,8 +213,8 @@ TEST_F(ListFileExportTest, LinesAreCutAt1000BytesAndKeepTheirLineEnd)
 
 TEST_F(ListFileExportTest, OneListByNumber)
 {
-    plainList(4, "EINS", 0);
-    plainList(6, "ZWEI", 0);
+    list(4, "EINS", {{"DUE_MARK", num(0)}});
+    list(6, "ZWEI", {{"DUE_MARK", num(0)}});
     const struct {
         std::int64_t id;
         bool written;
@@ -275,8 +265,8 @@ TEST_F(ListFileExportTest, MarkingAfterTheTransfer)
 
 TEST_F(ListFileExportTest, MarkingIsAllOrNothing)
 {
-    plainList(1, "A");
-    plainList(2, "B");
+    list(1, "A");
+    list(2, "B");
     // The second row's update fails: the first must not stay changed.
     ASSERT_TRUE(db().exec(
         QStringLiteral("CREATE TRIGGER refuse BEFORE UPDATE ON Brov_Kopfdaten WHEN OLD.ID_FILE = 2 "

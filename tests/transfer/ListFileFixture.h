@@ -118,6 +118,16 @@ protected:
                                 {"BAUMART", txt(species)},
                                 {"TARIF", txt(tariff)}});
     }
+    // A marked list of region WR01 and the current structure; the fields in `more` set after.
+    void list(std::int64_t id, const char* number, Values more = {})
+    {
+        ASSERT_NO_FATAL_FAILURE(insert(schema::Kopfdaten, {{"ID_FILE", num(id)},
+                                                           {"LISTE_NR", txt(number)},
+                                                           {"REGION_A", txt("WR01")},
+                                                           {"STRUKTUR", txt("T00300")},
+                                                           {"DUE_MARK", num(1)}}));
+        set("Brov_Kopfdaten", more);
+    }
     // A tree row with its keys; the fields not named stay NULL.
     void tree(std::int64_t list, std::int64_t id, FieldValue type, Values more = {})
     {
