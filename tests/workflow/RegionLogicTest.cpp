@@ -48,32 +48,15 @@ TEST_F(Regions, AddChecksTheRegionAsTheListHeaderDoes)
     ASSERT_TRUE(logic.open(1));
     EXPECT_EQ(logic.listName(), QStringLiteral("LISTE1"));
     EXPECT_EQ(logic.masterRegions(), (QStringList{"WR01", "WR02"}));
-    const QString unknown = "Wuchsregion nicht vorhanden!|Wollen Sie die Tarife selbst|zuordnen?";
-    const struct {
-        const char* region;
-        std::optional<Answer> answer;
-        Added added;
-        QString asked;
-        QStringList rows;
-    } steps[] = {
-        {"", {}, Added::No, "Eingabe fehlt !!!||", {}},
-        {"WR9", Answer::First, Added::AssignTariffs, unknown, {}},
-        {"WR9", Answer::Second, Added::No, unknown, {}},
-        {"WR01", {}, Added::Yes, "", {"WR01|FI|FI01", "WR01|BU|BU01"}},
-        {"WR01 ",
-         {},
-         Added::No,
-         test::text("Wuchsregion ist in der|Liste bereits vorhanden!|"),
-         {"WR01|FI|FI01", "WR01|BU|BU01"}},
-        {"WR02", {}, Added::Yes, "", {"WR01|FI|FI01", "WR01|BU|BU01", "WR02|FI|FI02"}},
-    };
-    for (const auto& s : steps) {
+    // One region typed a line of data/region_adds.txt, in order.
+    for (const test::Case& c : test::readCases("workflow/data/region_adds.txt")) {
+        SCOPED_TRACE(c.where().constData());
         dialogs.clear();
-        if (s.answer)
-            dialogs.answerNext(*s.answer);
-        EXPECT_EQ(logic.add(QString::fromUtf8(s.region)), s.added) << s.region;
-        EXPECT_EQ(dialogs.asked().join(u'\n'), s.asked) << s.region;
-        EXPECT_EQ(shown(), s.rows) << s.region;
+        test::answerNext(dialogs, c.text(1));
+        EXPECT_EQ(logic.add(c.text(0)),
+                  Added(QStringList{"No", "Yes", "AssignTariffs"}.indexOf(c.text(2))));
+        EXPECT_EQ(dialogs.asked(), test::messagesIn(c.text(3)));
+        EXPECT_EQ(shown(), c.text(4).split(u',', Qt::SkipEmptyParts));
     }
     EXPECT_EQ(logic.listRegions(), (QStringList{"WR01", "WR02"}));
     EXPECT_EQ(stored(),
