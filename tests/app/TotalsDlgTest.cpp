@@ -11,13 +11,6 @@ using namespace test;
 
 class TotalsScreen : public ::testing::Test, protected Program {
 protected:
-    TotalsScreen()
-    {
-        screen = find<TotalsDlg>();
-        if (!screen)
-            screen = app.stack().addScreen(std::make_unique<TotalsDlg>(app.services()));
-    }
-
     void addList(int id, const QString& name, int factor,
                  std::initializer_list<std::tuple<const char*, int, int>> trees)
     {
@@ -28,7 +21,7 @@ protected:
     QTreeWidget* view() const { return screen->findChild<QTreeWidget*>("totalsView"); }
     QStringList shown() const { return shownRows(view()); }
 
-    TotalsDlg* screen = nullptr;
+    TotalsDlg* screen = find<TotalsDlg>();
 };
 
 // The core cells of the chosen list, again for another list; the key bar, the row keys stopping
