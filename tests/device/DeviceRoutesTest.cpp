@@ -215,36 +215,22 @@ TEST(DeviceRoutes, BatteryRoutes)
     }
 }
 
+// One device a line of data/hardware_descriptions.txt.
 TEST(DeviceRoutes, HardwareDescription)
 {
-    struct Case {
-        const char* what;
-        bool getac;
-        const char* conf;
-        const char* dmi;
-        QString expected;
-    };
     const QString kernel = QStringLiteral("Linux ") + QSysInfo::kernelVersion();
-    const Case cases[] = {
-        {"getac", true, "model=Feldgerät\n", "Laptop", QStringLiteral("Getac")},
-        {"profile model", false, "model=Feldgerät 7\n", "Laptop", QStringLiteral("Feldgerät 7")},
-        {"machine model", false, nullptr, " Laptop  X1 \n", QStringLiteral("Laptop X1")},
-        {"profile without model", false, "mixer=Master\n", "Laptop", QStringLiteral("Laptop")},
-        {"blank machine model", false, nullptr, "  \n", kernel},
-        {"no machine model", false, nullptr, nullptr, kernel},
-    };
-    for (const Case& c : cases) {
+    for (const test::Case& c : test::readCases("device/data/hardware_descriptions.txt")) {
+        SCOPED_TRACE(c.where().constData());
         Device device;
-        if (c.getac)
+        if (c.text(0) == u"getac")
             device.addLibraries({"getac"});
-        if (c.conf)
-            device.addHardware(c.conf);
+        if (c.text(1) != u"-")
+            device.addHardware(c.text(1));
         test::TempRoot host;
-        if (c.dmi)
-            host.writeFile("product_name", c.dmi);
+        if (c.text(2) != u"-")
+            host.writeFile("product_name", c.fields[2]);
         EXPECT_EQ(hardwareDescription(DeviceRoot(device.root.path()), host.host("product_name")),
-                  c.expected)
-            << c.what;
+                  c.text(3) == u"<kernel>" ? kernel : c.text(3));
     }
 }
 
