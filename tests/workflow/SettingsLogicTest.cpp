@@ -122,35 +122,22 @@ TEST_F(SettingsLogicTest, BackupOptions)
     EXPECT_FALSE(logic.setAutomaticBackup(false));
     EXPECT_EQ(session.store().readInt(Setting::BackupAuto), 0);
 
-    // A card folder by device kind: Getac devices look at other names.
-    struct Case {
-        bool getac;
-        const char* folder;
-        bool extended;
-        const char* found;
-    };
-    const Case cases[] = {
-        {false, "", false, ""},
-        {false, "Storage Card", false, "\\Storage Card"},
-        {true, "Storage Card", true, "\\Storage Card"},
-        {true, "Storage Card", false, ""},
-        {true, "Speicherkarte2", false, "\\Speicherkarte2"},
-    };
-    for (const Case& c : cases) {
+    // A card folder by device kind, one a line of data/card_folders.txt.
+    for (const test::Case& c : test::readCases("workflow/data/card_folders.txt")) {
+        SCOPED_TRACE(c.where().constData());
+        const bool found = c.text(2) != u"-";
         test::TempRoot other;
         DeviceSession s(other.path(), Database::Durability::Relaxed);
         AppState st;
-        st.getac = c.getac;
+        st.getac = c.text(0) == u"getac";
         SettingsLogic l(s, st, dialogs);
-        if (*c.folder)
-            other.writeFile(QLatin1StringView(c.folder) + QStringLiteral("/x"), "");
-        if (c.extended)
-            other.writeFile(QStringLiteral("Extended Storage/x"), "");
+        for (const QString& folder : c.text(1).split(u',', Qt::SkipEmptyParts))
+            other.writeFile(folder + QStringLiteral("/x"), "");
         dialogs.clear();
-        EXPECT_EQ(l.cardFolder(), QLatin1StringView(c.found)) << c.folder;
-        EXPECT_EQ(l.setCardBackup(true), *c.found != 0);
-        EXPECT_EQ(s.store().readInt(Setting::BackupKarte), *c.found ? 1 : 0);
-        EXPECT_EQ(dialogs.asked().isEmpty(), *c.found != 0);
+        EXPECT_EQ(l.cardFolder(), found ? c.text(2) : QString());
+        EXPECT_EQ(l.setCardBackup(true), found);
+        EXPECT_EQ(s.store().readInt(Setting::BackupKarte), found ? 1 : 0);
+        EXPECT_EQ(dialogs.asked().isEmpty(), found);
     }
 }
 
