@@ -38,16 +38,6 @@ protected:
 
     SettingsStore& store() { return session->store(); }
     ListFileExport exporter() { return ListFileExport(session->root(), db(), store(), dialogs); }
-
-    void tariff(std::int64_t id, const char* region, const char* species, const char* tariff,
-                std::int64_t type = schema::TariffAssignmentRow)
-    {
-        insert(schema::Einstellungen, {{"ID", num(id)},
-                                       {"ID_TYPE", num(type)},
-                                       {"REGION_A", txt(region)},
-                                       {"BAUMART", txt(species)},
-                                       {"TARIF", txt(tariff)}});
-    }
 };
 
 TEST_F(ListFileExportTest, MarkedListsMatchTheExpectedFilesByteForByte)
@@ -175,7 +165,11 @@ TEST_F(ListFileExportTest, SameListNumberTwiceKeepsTheSecondList)
 {
     list(1, "DOPPELT");
     list(2, "doppelt ");
-    region(2, 0, "ZWEITE", "FI ", "FI01 ");
+    insert(schema::Region, {{"ID", num(0)},
+                            {"ID_FILE", num(2)},
+                            {"REGION_A", txt("ZWEITE")},
+                            {"BAUMART", txt("FI ")},
+                            {"TARIF", txt("FI01 ")}});
     ASSERT_EQ(exporter().writeMarked(), 2);
     // Names differing only in case are one file on the device.
     ASSERT_EQ(filesIn("Export").size(), 1);
@@ -197,7 +191,11 @@ TEST_F(ListFileExportTest, LinesAreCutAt1000BytesAndKeepTheirLineEnd)
         store().writeText(Setting::KopfLabel, 0, QString(c.labelLength, u'L'));
         db().exec(QStringLiteral("DELETE FROM Brov_Kopfdaten"));
         db().exec(QStringLiteral("DELETE FROM Brov_Einstellungen"));
-        tariff(1, "WR01", "FI ", "FI01 ");
+        insert(schema::Einstellungen, {{"ID", num(1)},
+                                       {"ID_TYPE", num(schema::TariffAssignmentRow)},
+                                       {"REGION_A", txt("WR01")},
+                                       {"BAUMART", txt("FI ")},
+                                       {"TARIF", txt("FI01 ")}});
         list(1, "LANG");
         ASSERT_TRUE(exporter().writeList(1));
         const QByteArray file = root.readFile(QStringLiteral("Export/LANG    .DAT"));

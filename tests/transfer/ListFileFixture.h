@@ -109,15 +109,6 @@ protected:
             ASSERT_TRUE(q.run());
         }
     }
-    void region(std::int64_t list, std::int64_t id, const char* region, const char* species,
-                const char* tariff)
-    {
-        insert(schema::Region, {{"ID", num(id)},
-                                {"ID_FILE", num(list)},
-                                {"REGION_A", txt(region)},
-                                {"BAUMART", txt(species)},
-                                {"TARIF", txt(tariff)}});
-    }
     // A marked list of region WR01 and the current structure; the fields in `more` set after.
     void list(std::int64_t id, const char* number, Values more = {})
     {
