@@ -7,6 +7,7 @@
 namespace brovant {
 namespace {
 
+using namespace Qt::StringLiterals;
 using test::str;
 using test::text;
 
@@ -237,45 +238,30 @@ TEST(TariffAssignment, MovesOfferAChangedRowForSaving)
     }
 }
 
+// One deletion a line of data/tariff_assignment_deletes.txt.
 TEST(TariffAssignment, DeleteAsksAndRemovesOnlyOnYes)
 {
-    struct Case {
-        const char* name;
-        int ups;
-        Answer answer; // None: no question expected
-        bool deleted;
-        const char* shown;
-        int rows;
-    } const cases[] = {
-        {"yes deletes, the next row follows", 3, Answer::Yes, true, "A2/TA/BU01", 4},
-        // "No" keeps the typed line too, to be saved or dropped later.
-        {"no keeps", 3, Answer::No, false, "B9/KI/KI01", 5},
-        {"yes on the last row leaves the new row", 1, Answer::Yes, true, "//", 4},
-        {"the new row is only emptied", 0, {}, false, "//", 5},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const test::Case& c : test::readCases("workflow/data/tariff_assignment_deletes.txt")) {
+        SCOPED_TRACE(c.where().constData());
+        const bool deleted = c.text(2) == u"yes";
         Device d;
         for (const Stored& s : kFive)
             d.add(s);
         ASSERT_TRUE(d.logic->openAll());
-        for (int i = 0; i < c.ups; ++i)
+        for (int i = 0; i < c.text(0).toInt(); ++i)
             ASSERT_TRUE(d.logic->moveUp());
         const TariffRow current = d.logic->editLine();
         d.logic->setEditLine(row("B9", "KI", "KI01"));
-        if (c.answer != Answer::None)
-            d.dialogs.answerNext(c.answer);
+        test::answerNext(d.dialogs, c.text(1));
 
-        EXPECT_EQ(d.logic->deleteCurrent(), c.deleted);
+        EXPECT_EQ(d.logic->deleteCurrent(), deleted);
 
-        const QStringList asked = d.dialogs.asked();
-        EXPECT_EQ(asked.size(), c.answer != Answer::None ? 1 : 0);
-        if (c.answer != Answer::None) {
-            EXPECT_EQ(str(asked.value(0)), "Aktuellen Satz wirklich löschen?||");
-        }
-        EXPECT_EQ(d.stored().size(), c.rows);
-        EXPECT_EQ(d.logic->rowCount(), c.rows);
-        if (c.deleted) {
+        EXPECT_EQ(d.dialogs.asked(), c.text(1) == u"-"
+                                         ? QStringList{}
+                                         : QStringList{u"Aktuellen Satz wirklich löschen?||"_s});
+        EXPECT_EQ(d.stored().size(), c.text(4).toInt());
+        EXPECT_EQ(d.logic->rowCount(), c.text(4).toInt());
+        if (deleted) {
             const QString gone =
                 QStringLiteral("|%1|%2|%3")
                     .arg(current.region.leftJustified(8), current.species.leftJustified(3),
@@ -283,7 +269,7 @@ TEST(TariffAssignment, DeleteAsksAndRemovesOnlyOnYes)
             for (const QString& s : d.stored())
                 EXPECT_FALSE(s.endsWith(gone)) << str(s);
         }
-        EXPECT_EQ(str(d.logic->editLine()), c.shown);
+        EXPECT_EQ(str(d.logic->editLine()), str(c.text(3)));
     }
 }
 
