@@ -17,6 +17,8 @@ import unittest
 from selenium import webdriver
 from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.common.by import By
+from selenium.webdriver.support import expected_conditions
+from selenium.webdriver.support.ui import WebDriverWait
 
 TOOL, OFFICE, SOURCE = sys.argv[1:4]
 HOSTILE = "<script>alert(1)</script>' OR 1=1--"
@@ -74,13 +76,20 @@ class OfficeWebPage(unittest.TestCase):
         cls.server.wait(10)
         cls.tmp.cleanup()
 
+    def open_by(self, by, value):
+        """Clicks what loads another page and waits until it has replaced this one: an element
+        looked up before that would be the old page's, gone stale a moment later."""
+        page = self.browser.find_element(By.TAG_NAME, "html")
+        self.browser.find_element(by, value).click()
+        WebDriverWait(self.browser, 20).until(expected_conditions.staleness_of(page))
+
     def log_in(self, name, password):
         b = self.browser
         b.delete_all_cookies()
         b.get(self.base + "/login")
         b.find_element(By.ID, "name").send_keys(name)
         b.find_element(By.ID, "password").send_keys(password)
-        b.find_element(By.ID, "login").click()
+        self.open_by(By.ID, "login")
 
     def list_numbers(self):
         rows = self.browser.find_elements(By.CSS_SELECTOR, "#lists tr td:nth-child(2)")
@@ -94,10 +103,10 @@ class OfficeWebPage(unittest.TestCase):
         self.assertIn(HOSTILE, b.find_element(By.ID, "lists").text)
 
         b.find_element(By.ID, "q").send_keys("nord")
-        b.find_element(By.ID, "filter").click()
+        self.open_by(By.ID, "filter")
         self.assertEqual(self.list_numbers(), ["HIEB01"])
 
-        b.find_element(By.LINK_TEXT, "HIEB01").click()
+        self.open_by(By.LINK_TEXT, "HIEB01")
         shown = [[c.text for c in row.find_elements(By.TAG_NAME, "td")]
                  for row in b.find_elements(By.CSS_SELECTOR, "#totals tr")[1:]]
         device = [line.split("|") for line in run(TOOL, "--root", self.root, "totals", "HIEB01").splitlines()
@@ -126,12 +135,12 @@ class OfficeWebPage(unittest.TestCase):
         self.log_in("chef", "Eiche 3")
         b.get(self.base + "/admin/users")
         b.find_element(By.ID, "configuration").send_keys(os.path.join(SOURCE, "README.md"))
-        b.find_element(By.ID, "publish").click()
+        self.open_by(By.ID, "publish")
         self.assertIn("Nicht veröffentlicht", b.find_element(By.ID, "notice").text)
         self.assertFalse(os.path.exists(os.path.join(self.data, "published", "STAMM.DAT")))
 
         b.find_element(By.ID, "configuration").send_keys(os.path.join(SOURCE, "demo/passive.dtr"))
-        b.find_element(By.ID, "publish").click()
+        self.open_by(By.ID, "publish")
         self.assertEqual(b.find_element(By.ID, "notice").text, "Konfiguration veröffentlicht.")
         with open(os.path.join(self.data, "published", "STAMM.DAT"), "rb") as published, \
                 open(os.path.join(SOURCE, "demo/passive.dtr"), "rb") as original:
@@ -139,7 +148,7 @@ class OfficeWebPage(unittest.TestCase):
 
         # With the configuration the list shows its assortments and prints as the device does.
         b.get(self.base + "/")
-        b.find_element(By.LINK_TEXT, "HIEB01").click()
+        self.open_by(By.LINK_TEXT, "HIEB01")
         rows = b.find_elements(By.CSS_SELECTOR, "#assortments tr")
         self.assertEqual(len(rows), 4)  # heading, BU, FI, all
         b.find_element(By.ID, "download-pdf").click()
