@@ -37,23 +37,15 @@ protected:
 // Only "Fortsetzen" and then the right-hand "JA" (No) delete anything.
 TEST_F(SettingsLogicTest, DeleteAllNeedsBothAnswersExactly)
 {
-    struct Case {
-        Answer first;
-        Answer second;
-        bool deletes;
-    };
-    const Case cases[] = {{Answer::No, Answer::No, false},
-                          {Answer::Yes, Answer::Yes, false},
-                          {Answer::None, Answer::No, false},
-                          {Answer::Yes, Answer::No, true}};
-    for (const Case& c : cases) {
-        SCOPED_TRACE(int(c.first) * 10 + int(c.second));
+    // The two answers and whether they delete, one pair a line of data/delete_all.txt.
+    for (const test::Case& c : test::readCases("workflow/data/delete_all.txt")) {
+        SCOPED_TRACE(c.where().constData());
+        const bool deletes = c.text(1) == u"yes";
         dialogs.clear();
-        dialogs.answerNext(c.first);
-        dialogs.answerNext(c.second);
-        EXPECT_EQ(logic.deleteAll(host), c.deletes);
-        EXPECT_EQ(rows(schema::Kopfdaten), c.deletes ? 0 : 1);
-        EXPECT_EQ(session.store().readInt(Setting::PrinterType), c.deletes ? 5 : 2);
+        test::answerNext(dialogs, c.text(0));
+        EXPECT_EQ(logic.deleteAll(host), deletes);
+        EXPECT_EQ(rows(schema::Kopfdaten), deletes ? 0 : 1);
+        EXPECT_EQ(session.store().readInt(Setting::PrinterType), deletes ? 5 : 2);
     }
     const auto& asked = dialogs.messages();
     ASSERT_GE(asked.size(), 2u);
