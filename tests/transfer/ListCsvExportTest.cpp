@@ -123,27 +123,16 @@ TEST_F(ListCsvExportTest, ALinkUnderTheNameIsReplacedNotFollowed)
               golden("list_umlauts.csv").split('\n').first() + '\n');
 }
 
-// A send empties "\Export" and a fetch "\Import"; the spreadsheet file stays where the reports go,
-// and never in either of those, whatever the printer folder says.
+// One printer folder a line of data/csv_folders.txt; the file survives the next send and fetch.
 TEST_F(ListCsvExportTest, SurvivesTheNextSend)
 {
     list(1, "L1", {{"KOR_FAKTOR_N", num(100)}});
     tree(1, 1, num(1), {{"KUBATUR", num(10)}});
-    const struct {
-        const char* printerFolder;
-        const char* expected;
-    } cases[] = {
-        {"", "\\My Documents\\L1.csv"},
-        {"\\Export", "\\My Documents\\L1.csv"},
-        {"\\export\\", "\\My Documents\\L1.csv"},
-        {"/Import", "\\My Documents\\L1.csv"},
-        {"\\Storage Card\\Berichte", "\\Storage Card\\Berichte\\L1.csv"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.printerFolder);
-        session->store().writeText(Setting::PrinterPath, 0, QString::fromUtf8(c.printerFolder));
+    for (const Case& c : readCases(QStringLiteral("transfer/data/csv_folders.txt"))) {
+        SCOPED_TRACE(c.where().constData());
+        session->store().writeText(Setting::PrinterPath, 0, c.text(0));
         const auto path = exporter().write(1);
-        ASSERT_EQ(path, std::optional<QString>(QString::fromUtf8(c.expected)));
+        ASSERT_EQ(path.value_or(QStringLiteral("<none>")), c.text(1));
         const QByteArray written = root.readFile(QString(*path).replace(u'\\', u'/'));
         ASSERT_FALSE(written.isEmpty());
         ListFileExport(session->root(), db(), session->store(), dialogs).writeMarked();
