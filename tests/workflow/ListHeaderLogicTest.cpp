@@ -1,7 +1,6 @@
 #include "workflow/ListHeaderLogic.h"
 #include "AppLogicFixture.h"
 
-#include <optional>
 #include <vector>
 
 namespace brovant {
@@ -202,34 +201,18 @@ TEST(ListHeader, NewRowDefaults)
     }
 }
 
+// One new list a line of data/list_header_from_model.txt.
 TEST(ListHeader, ANewListFromTheModelTakesItsValuesAndACopyOfItsTrees)
 {
-    struct Case {
-        const char* name;
-        bool model;
-        std::optional<Answer> answer;
-        const char* region; // of the model
-        std::vector<Answer> regionAnswers;
-        PageExit exit;
-    } const cases[] = {
-        {"seeded", true, Answer::Yes, "WR01", {}, PageExit::NextPage},
-        {"declined", true, Answer::No, "WR01", {}, PageExit::Stay},
-        {"no model, no question", false, {}, "WR01", {}, PageExit::Stay},
-        // "Zuordnen" writes the list, and the trees come along.
-        {"seeded, region unknown",
-         true,
-         Answer::Yes,
-         "WR77",
-         {Answer::First},
-         PageExit::AssignTariffs},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const test::Case& c : test::readCases("workflow/data/list_header_from_model.txt")) {
+        SCOPED_TRACE(c.where().constData());
+        const bool model = c.text(0) != u"-";
+        const PageExit exit = PageExit(kExits.indexOf(c.text(3)));
         Device d;
         d.addList(1, "ALT");
         d.addTree(1, 1, "BU ", 30);
-        if (c.model) {
-            d.addList(7, "MODELL  ", c.region,
+        if (model) {
+            d.addList(7, "MODELL  ", c.fields[0].constData(),
                       {{u"ZUSATZ_A", "Vorlage"},
                        {u"DATUM_A", ""},
                        {u"KOR_FAKTOR_N", 90},
@@ -240,17 +223,16 @@ TEST(ListHeader, ANewListFromTheModelTakesItsValuesAndACopyOfItsTrees)
             d.addTree(7, 1, "FI ", 24);
             d.addTree(7, 2, "TA ", 36);
         }
-        if (c.answer)
-            d.dialogs.answerNext(*c.answer);
+        test::answerNext(d.dialogs, c.text(1));
         ASSERT_TRUE(d.logic.openNew(QStringLiteral("NEU")));
         EXPECT_EQ(d.dialogs.asked(),
-                  c.model ? QStringList{QStringLiteral(
+                  model ? QStringList{QStringLiteral(
                       "Soll neue Liste mit Angaben|aus der Modell-Liste|vorbelegt "
                       "werden?")}
-                          : QStringList{});
-        const bool seeded = c.answer == Answer::Yes;
+                        : QStringList{});
+        const bool seeded = c.text(1) == u"Yes";
         EXPECT_EQ(d.logic.seededFromModel(), seeded);
-        EXPECT_EQ(d.logic.listId(), c.model ? 8 : 2);
+        EXPECT_EQ(d.logic.listId(), model ? 8 : 2);
         EXPECT_EQ(str(d.rows.loadText(u"LISTE_NR")), "NEU");
         EXPECT_EQ(str(d.rows.loadText(u"DATUM_A")), "04.05.2026");
         EXPECT_EQ(d.rows.loadInt(u"DUE_MARK"), 0);
@@ -260,11 +242,10 @@ TEST(ListHeader, ANewListFromTheModelTakesItsValuesAndACopyOfItsTrees)
         EXPECT_EQ(str(d.rows.loadText(u"KOPF16_A")), seeded ? "Bemerkung" : "");
 
         d.dialogs.clear();
-        for (const Answer answer : c.regionAnswers)
-            d.dialogs.answerNext(answer);
-        EXPECT_EQ(d.logic.leavePage(), c.exit) << str(d.dialogs.asked().join(u'\n'));
+        test::answerNext(d.dialogs, c.text(2));
+        EXPECT_EQ(d.logic.leavePage(), exit) << str(d.dialogs.asked().join(u'\n'));
         QStringList expected = {"1|1|BU |30|90"};
-        if (c.model)
+        if (model)
             expected << "7|1|FI |24|72"
                      << "7|2|TA |36|108";
         if (seeded)
@@ -272,7 +253,7 @@ TEST(ListHeader, ANewListFromTheModelTakesItsValuesAndACopyOfItsTrees)
                      << "8|2|TA |36|108";
         EXPECT_EQ(d.trees(), expected);
         // Written once: leaving page 1 again copies nothing more.
-        if (c.exit == PageExit::AssignTariffs) {
+        if (exit == PageExit::AssignTariffs) {
             EXPECT_EQ(str(d.logic.region()), "WR77");
             ASSERT_TRUE(d.logic.openExisting(8));
             d.set(u"REGION_A", "WR01");
