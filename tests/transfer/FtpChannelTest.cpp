@@ -254,28 +254,23 @@ TEST_F(FtpChannelTest, ConnectionFailuresShowTheErrorNumber)
     ASSERT_NO_FATAL_FAILURE(start(gone));
     gone.stop();
 
-    const struct {
-        const char* label;
-        QString server;
-        QString password;
-        const char* notice;
-    } cases[] = {
-        {"wrong password", server.address(), "falsch", "Fehler!|Fehler:67|"},
-        {"nobody listens", gone.address(), {}, "Fehler!|Fehler:7|"},
-        {"server without TLS", "ftps://" + server.address(), {}, "Fehler!|Fehler:64|"},
-        {"unusable setting", "127.0.0.1:99999", {}, "Fehler!|Fehler:3|"},
-    };
-    for (const auto& c : cases) {
+    for (const test::Case& c :
+         test::readCases(QStringLiteral("transfer/data/ftp_connection_failures.txt"))) {
+        const QString password = c.text(2);
+        store.writeText(Setting::FtpServer, 0,
+                        c.text(1)
+                            .replace(QStringLiteral("{server}"), server.address())
+                            .replace(QStringLiteral("{gone}"), gone.address()));
+        store.writeText(Setting::FtpPassword, 0,
+                        password == QStringLiteral("-")
+                            ? SettingsStore::defaultText(Setting::FtpPassword)
+                            : password);
         for (const bool sending : {true, false}) {
-            SCOPED_TRACE(std::string(c.label) + (sending ? " / send" : " / fetch"));
-            store.writeText(Setting::FtpServer, 0, c.server);
-            store.writeText(Setting::FtpPassword, 0,
-                            c.password.isEmpty() ? SettingsStore::defaultText(Setting::FtpPassword)
-                                                 : c.password);
+            SCOPED_TRACE((c.where() + (sending ? " / send" : " / fetch")).constData());
             writeHostFile(root.host("Import/ALT.DAT"), "alt");
             clearRecords();
             EXPECT_FALSE(sending ? send() : fetch());
-            EXPECT_EQ(dialogs.asked(), QStringList{c.notice});
+            EXPECT_EQ(dialogs.asked(), QStringList{c.text(3)});
             EXPECT_EQ(dialogs.infoLines(), (QStringList{"Verbinden...", "-"}));
             EXPECT_EQ(events, kDialledNotice);
             EXPECT_TRUE(filesIn(server.path("data")).empty());
