@@ -199,61 +199,41 @@ TEST(BackupFolder, CardBehindASymbolicLink)
 // taken by a folder, a copy broken off halfway. None leaves a file with a backup's name.
 TEST(BackupFaults, NothingHalfWrittenLooksLikeABackup)
 {
-    enum class Fault { CardIsAFile, SaveIsAFile, TargetIsAFolder, BrokenOffHalfway };
-    struct Case {
-        const char* name;
-        Fault fault;
-        const char* folder;    // relative to the root
-        QStringList afterward; // what the folder holds after the failed backup
-    };
-    const Case cases[] = {
-        {"card not writable", Fault::CardIsAFile, "Storage Card", {}},
-        {"save folder is a file", Fault::SaveIsAFile, "Brovant", {"Brovant.cdb", "Save"}},
-        {"target is a folder",
-         Fault::TargetIsAFolder,
-         "Brovant/Save",
-         {"0001_Auto.cdb", "0002_Auto.cdb/"}},
-        {"broken off halfway", Fault::BrokenOffHalfway, "Brovant/Save", {"0001_Auto.cdb"}},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const test::Case& c : test::readCases("device/data/backup_faults.txt")) {
+        SCOPED_TRACE(c.where().constData());
+        const QString fault = c.text(0), folder = c.text(1);
+        const bool brokenOff = fault == u"broken off halfway";
         Device device;
         int calls = 0;
         bool brokeOffEarly = false;
         QStringList duringCopy; // what a crash at that moment would leave
-        switch (c.fault) {
-        case Fault::CardIsAFile:
+        if (fault == u"card not writable") {
             device.root.writeFile(QStringLiteral("Storage Card"), "a card mounted read-only");
             device.setCard(true);
-            break;
-        case Fault::SaveIsAFile:
-            device.root.writeFile(QStringLiteral("Brovant/Save"), "in the way");
-            break;
-        case Fault::TargetIsAFolder:
-            device.touch(QStringLiteral("Brovant/Save/0001_Auto.cdb"));
-            QDir().mkpath(device.root.host(QStringLiteral("Brovant/Save/0002_Auto.cdb")));
-            break;
-        case Fault::BrokenOffHalfway:
-            device.touch(QStringLiteral("Brovant/Save/0001_Auto.cdb"));
-            // Long enough for several steps of the copy.
-            device.addTrees(1500, 2000);
-            break;
         }
+        if (fault == u"save folder is a file")
+            device.root.writeFile(QStringLiteral("Brovant/Save"), "in the way");
+        if (fault == u"target is a folder" || brokenOff)
+            device.touch(QStringLiteral("Brovant/Save/0001_Auto.cdb"));
+        if (fault == u"target is a folder")
+            QDir().mkpath(device.root.host(QStringLiteral("Brovant/Save/0002_Auto.cdb")));
+        if (brokenOff) // long enough for several steps of the copy
+            device.addTrees(1500, 2000);
         BackupService& service = device.backups();
-        if (c.fault == Fault::BrokenOffHalfway) {
+        if (brokenOff) {
             service.setCopyProgress([&](int done, int total) {
                 ++calls;
                 brokeOffEarly = done < total;
-                duringCopy = device.listing(QString::fromLatin1(c.folder));
+                duringCopy = device.listing(folder);
                 return false;
             });
         }
         EXPECT_FALSE(service.backup(Kind::Automatic));
         EXPECT_EQ(device.dialogs.asked(), QStringList{kBackupFailed});
-        EXPECT_EQ(device.listing(QString::fromLatin1(c.folder)), c.afterward);
+        EXPECT_EQ(device.listing(folder), c.text(2).split(u' ', Qt::SkipEmptyParts));
         EXPECT_TRUE(device.session->database().isOpen());
         EXPECT_GE(device.trees(), 0);
-        if (c.fault == Fault::BrokenOffHalfway) {
+        if (brokenOff) {
             EXPECT_EQ(calls, 1);
             EXPECT_TRUE(brokeOffEarly);
             EXPECT_EQ(duringCopy, (QStringList{"0001_Auto.cdb", "0002_Auto.cdb.tmp"}));
