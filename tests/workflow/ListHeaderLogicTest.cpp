@@ -1,8 +1,6 @@
 #include "workflow/ListHeaderLogic.h"
 #include "AppLogicFixture.h"
 
-#include <vector>
-
 namespace brovant {
 
 const QStringList kExits = {"Stay", "NextPage", "Abandon", "AssignTariffs", "Finished"};
@@ -169,35 +167,25 @@ TEST(ListHeader, AnExistingListIsRenamedAgainstTheOtherListsOnly)
     }
 }
 
+// One new row a line of data/list_header_new_rows.txt.
 TEST(ListHeader, NewRowDefaults)
 {
-    struct Case {
-        const char* name;
-        std::vector<std::int64_t> existing; // ID_FILE in table order
-        QDate today;
-        const char* preset;
-        std::int64_t id;
-        const char* date;
-    } const cases[] = {
-        {"empty table", {}, QDate(2026, 5, 4), "", 1, "04.05.2026"},
-        {"after the last in table order", {5, 2}, QDate(2030, 12, 31), "P1", 3, "31.12.2030"},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const test::Case& c : test::readCases("workflow/data/list_header_new_rows.txt")) {
+        SCOPED_TRACE(c.where().constData());
         Device d;
-        for (const std::int64_t id : c.existing)
-            d.addList(id, QStringLiteral("L%1").arg(id).toLatin1().constData());
-        d.clock.setNow(QDateTime(c.today, QTime(12, 0)));
-        ASSERT_TRUE(d.logic.openNew(text(c.preset)));
+        for (const QString& id : c.text(0).split(u',', Qt::SkipEmptyParts))
+            d.addList(id.toInt(), "L");
+        d.clock.setNow(QDateTime(QDate::fromString(c.text(1), u"dd.MM.yyyy"), QTime(12, 0)));
+        ASSERT_TRUE(d.logic.openNew(c.text(2)));
         EXPECT_TRUE(d.dialogs.asked().isEmpty()); // no model list, no question
         EXPECT_TRUE(d.logic.isNew());
-        EXPECT_EQ(d.logic.listId(), c.id);
-        EXPECT_EQ(str(d.rows.loadText(u"DATUM_A")), c.date);
-        EXPECT_EQ(str(d.rows.loadText(u"LISTE_NR")), c.preset);
+        EXPECT_EQ(d.logic.listId(), c.text(3).toInt());
+        EXPECT_EQ(d.rows.loadText(u"DATUM_A"), c.text(1));
+        EXPECT_EQ(d.rows.loadText(u"LISTE_NR"), c.text(2));
         EXPECT_EQ(d.rows.loadInt(u"KOR_FAKTOR_N"), 100);
         EXPECT_EQ(str(d.rows.loadText(u"STRUKTUR")), "T00300");
         EXPECT_EQ(str(d.rows.loadText(u"REGION_A")), "");
-        EXPECT_EQ(str(d.logic.title()), str(QStringLiteral("Liste: ") + text(c.preset)));
+        EXPECT_EQ(d.logic.title(), QStringLiteral("Liste: ") + c.text(2));
     }
 }
 
