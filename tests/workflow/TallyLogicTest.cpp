@@ -309,22 +309,13 @@ TEST_F(TallyLogicTest, CaliperMeasurement)
     setSpecies(3, QStringLiteral("EI"));
     loadTables();
     speciesTariffs[2] = QStringLiteral("EI1");
-    struct Case {
-        int key;
-        int diameter;
-        const char* row;
-    };
-    const Case cases[] = {
-        {2, 25, "1 1 EI EI1 28 30 80"},  // "325": main species 3
-        {-1, 25, "2 1 EI EI1 28 30 80"}, // "925": species kept
-        {0, 12, "3 1 FI FI1 18 20 50"},
-        {7, 20, "4 1 BU BU1 18 20 70"}, // key "8": the caliper's own species
-    };
-    for (const Case& c : cases)
-        EXPECT_TRUE(logic->takeMeasurement(c.key, c.diameter)) << c.row;
+    // One measurement a line of data/caliper_measurements.txt, in order.
     QStringList expected;
-    for (const Case& c : cases)
-        expected << QString::fromLatin1(c.row);
+    for (const Case& c : readCases("workflow/data/caliper_measurements.txt")) {
+        EXPECT_TRUE(logic->takeMeasurement(c.text(0).toInt(), c.text(1).toInt()))
+            << c.where().constData();
+        expected << c.text(2);
+    }
     EXPECT_EQ(stored(list), expected);
     // Diameter 0 is refused like a typed one.
     EXPECT_FALSE(logic->takeMeasurement(-1, 0));
@@ -333,22 +324,12 @@ TEST_F(TallyLogicTest, CaliperMeasurement)
 
 TEST_F(TallyLogicTest, TariffsFlaggedAtShutdownComeBack)
 {
-    // Assignment rows flagged in BHD: BU's first flagged row wins, FI keeps what it has, EI is
-    // no species of the settings.
-    const struct {
-        const char* species;
-        const char* tariff;
-        int flag;
-    } rows[] = {{"BU ", "BU2  ", 0},
-                {"BU ", "BU1  ", 1},
-                {"BU ", "BU3", 1},
-                {"FI", "FI2", 1},
-                {"EI", "EI1", 1}};
-    for (const auto& r : rows) {
-        addAssignment(QString::fromLatin1(r.species), QString::fromLatin1(r.tariff));
+    // Assignment rows flagged in BHD, one a line of data/flagged_tariffs.txt.
+    for (const Case& r : readCases("workflow/data/flagged_tariffs.txt")) {
+        addAssignment(r.text(0), r.text(1));
         auto q = db().query(QStringLiteral(
             "UPDATE Brov_Einstellungen SET BHD = ? WHERE rowid = last_insert_rowid()"));
-        q.bind(1, std::int64_t(r.flag));
+        q.bind(1, std::int64_t(r.text(2).toInt()));
         ASSERT_TRUE(q.run());
     }
     speciesTariffs[0] = QStringLiteral("FI1");
