@@ -20,10 +20,7 @@ QString dword(Registry& reg, Hive hive, const QString& key, const QString& name)
     return v ? QString::number(*v) : "-";
 }
 
-std::optional<QString> maybe(const QString& field)
-{
-    return field == u"-" ? std::nullopt : std::optional(field);
-}
+// A number from a case file, "-" for none.
 std::optional<quint32> maybeNumber(const QString& field)
 {
     return field == u"-" ? std::nullopt : std::optional(field.toUInt());
@@ -40,9 +37,9 @@ TEST(HardwareButtons, StartRoutesExistingKeysAndShutdownGivesThemBack)
         const Case& k = keys[n - 1];
         if (k.text(0) == u"yes")
             reg.setString(HKLM, buttonKey(n), "WndCls", "Wnd");
-        if (maybe(k.text(1)))
+        if (k.text(1) != u"-")
             reg.setString(HKLM, buttonKey(n), QString(), k.text(1));
-        if (maybe(k.text(2)))
+        if (k.text(2) != u"-")
             reg.setString(HKLM, buttonKey(n), "Old", k.text(2));
         if (maybeNumber(k.text(3)))
             reg.setDword(HKLM, buttonKey(n), "Flags", k.text(3).toUInt());
