@@ -224,19 +224,11 @@ TEST(CommunicationSettings, ModemEntriesAndPrintFoldersOffered)
         ASSERT_TRUE(QDir().mkpath(d.root.host(QString::fromUtf8(folder))));
     d.root.writeFile(u"Notiz.txt"_s, "kein Ordner");
     ASSERT_NE(d.session->openDatabase(), DeviceSession::DatabaseState::Failed);
-    const struct {
-        const char* current;
-        const char* offered;
-    } cases[] = {
-        {"\\My Documents", "\\Brovant \\Export \\Import \\My Documents \\Storage Card"},
-        {"\\Druck", "\\Brovant \\Druck \\Export \\Import \\My Documents \\Storage Card"},
-        // The stored spelling stays; the folder is not offered twice.
-        {"\\storage card", "\\Brovant \\Export \\Import \\My Documents \\storage card"},
-    };
-    for (const auto& c : cases) {
-        const QStringList offered = CommunicationSettingsLogic::printFolders(
-            d.session->root(), QString::fromUtf8(c.current));
-        EXPECT_EQ(str(offered.join(u' ')), c.offered) << c.current;
+    // The folder stored and the folders offered, one a line of data/print_folders.txt.
+    for (const test::Case& c : test::readCases("workflow/data/print_folders.txt")) {
+        const QStringList offered =
+            CommunicationSettingsLogic::printFolders(d.session->root(), c.text(0));
+        EXPECT_EQ(offered.join(u' '), c.text(1)) << c.where().constData();
     }
 }
 
