@@ -1,4 +1,7 @@
 #include "platform/Registry.h"
+#include "platform/Cp1252.h"
+#include "platform/KeepAwake.h"
+#include "platform/Profile.h"
 #include "support/CaseKinds.h"
 #include "support/QtPrinting.h"
 #include "support/TempRoot.h"
@@ -7,10 +10,14 @@
 #include <QFile>
 #include <gtest/gtest.h>
 
+using namespace Qt::StringLiterals;
 using brovant::Hive;
+using brovant::KeepAwake;
+using brovant::Profile;
 using brovant::Registry;
 using brovant::test::Case;
 using brovant::test::TempRoot;
+namespace cp1252 = brovant::cp1252;
 
 namespace {
 
@@ -264,6 +271,66 @@ TEST(Registry, AcceptsHarmlessVariants)
     TempRoot root;
     root.writeFile(kMachineFile, kHeader + "[HKEY_LOCAL_MACHINE\\A]\n\"v\"=DWORD:0000ABCD\n");
     EXPECT_EQ(Registry(root.path()).dword(HKLM, "A", "v"), 0xabcdu);
+}
+
+TEST(Cp1252, EveryByteRoundTripsAndKnownCharactersMap)
+{
+    QByteArray all;
+    for (int b = 0; b < 256; ++b)
+        all.append(char(b));
+    ASSERT_EQ(cp1252::decode(all).size(), 256);
+    EXPECT_EQ(cp1252::encode(cp1252::decode(all)), all);
+
+    for (const Case& c : brovant::test::casesOf(kCases, "cp1252")) {
+        EXPECT_EQ(cp1252::encode(c.text(1)), c.fields[2]) << c.where().constData();
+        EXPECT_TRUE(c.fields[2].contains('?') || cp1252::decode(c.fields[2]) == c.text(1))
+            << c.where().constData();
+    }
+}
+
+TEST(Profile, ReadsDefaultsForAbsentOrMistypedValuesAndDeletesSections)
+{
+    TempRoot root;
+    Registry registry(root.path());
+    Profile profile(registry);
+    EXPECT_EQ(profile.readInt(u"KONFIG"_s, u"Loaded"_s, 0), 0);
+    profile.writeString(u"KONFIG"_s, u"Loaded"_s, u"1"_s);
+    EXPECT_EQ(profile.readInt(u"KONFIG"_s, u"Loaded"_s, 7), 7);
+    profile.writeInt(u"KONFIG"_s, u"Loaded"_s, 1);
+    EXPECT_EQ(profile.readInt(u"konfig"_s, u"LOADED"_s, 0), 1);
+    EXPECT_EQ(profile.readString(u"KONFIG"_s, u"Loaded"_s, u"d"_s), u"d"_s);
+    EXPECT_TRUE(registry.keyExists(HKCU, u"Software\\NORVA\\Brovant\\KONFIG"_s));
+
+    profile.writeString(u"HOLZART"_s, u"Holzart01"_s, u"FI "_s);
+    profile.deleteSection(u"HOLZART"_s);
+    profile.deleteSection(u"NOTHERE"_s);
+    EXPECT_FALSE(profile.hasValue(u"HOLZART"_s, u"Holzart01"_s));
+    EXPECT_EQ(profile.readInt(u"KONFIG"_s, u"Loaded"_s, 5), 1);
+    profile.deleteAll();
+    EXPECT_EQ(profile.readInt(u"KONFIG"_s, u"Loaded"_s, 5), 5);
+    EXPECT_FALSE(registry.keyExists(HKCU, QString::fromUtf16(Profile::kAppKey)));
+    EXPECT_TRUE(registry.keyExists(HKCU, u"Software\\NORVA"_s));
+}
+
+TEST(KeepAwake, OnlyTouchesAnExistingPowerKeyAndRestoresIt)
+{
+    TempRoot root;
+    Registry registry(root.path());
+    const QString key = QString::fromUtf16(KeepAwake::kTimeoutsKey);
+    const QString value = QString::fromUtf16(KeepAwake::kValue);
+    KeepAwake keepAwake(registry);
+    keepAwake.readSaved();
+    {
+        KeepAwake::Scope scope(keepAwake);
+    }
+    EXPECT_FALSE(registry.keyExists(HKLM, key));
+    registry.setDword(HKLM, key, value, 300);
+    keepAwake.readSaved();
+    {
+        KeepAwake::Scope scope(keepAwake);
+        EXPECT_EQ(registry.dword(HKLM, key, value), 0u);
+    }
+    EXPECT_EQ(registry.dword(HKLM, key, value), 300u);
 }
 
 } // namespace
