@@ -1,5 +1,6 @@
 // List file fields and names, spreadsheet cells, the FTP server setting and the channel the
-// transfer settings choose, text in and text out: one case a line of data/text_cases.txt.
+// transfer settings choose, text in and text out: one case a line of data/text_cases.txt. Then
+// serial frames byte by byte, taken apart and gathered from a line.
 #include "support/CaseFile.h"
 #include "support/QtPrinting.h"
 #include "transfer/FtpChannel.h"
@@ -70,6 +71,92 @@ TEST(TextCases, ConvertAsWritten)
             << c.where().constData();
     }
     EXPECT_EQ(cases.size(), 151);
+}
+
+using namespace frames;
+
+// Frame bytes written out by hand: SYN SYN SOH, body, checksum digits, CR LF DEL NUL.
+QByteArray framed(QByteArrayView typeDigit, QByteArrayView rest, QByteArrayView checksum)
+{
+    return QByteArray("\x16\x16\x01") + typeDigit.toByteArray() + '\x02' + rest.toByteArray()
+           + '\x03' + checksum.toByteArray() + QByteArray("\r\n\x7f\0", 4);
+}
+
+// One frame a line of data/serial_frames.txt.
+TEST(SerialFrames, BuildsFramesByteByByte)
+{
+    for (const Case& c : readCases(QStringLiteral("transfer/data/serial_frames.txt"))) {
+        const QByteArray expected = framed(c.fields[2], c.fields.value(3), c.fields.value(4));
+        EXPECT_EQ(build(c.fields[0], c.fields[1].toULongLong()).toHex(' '), expected.toHex(' '))
+            << c.where().constData();
+    }
+}
+
+TEST(SerialFrames, ReadsLinesAsTheDeviceDoes)
+{
+    const QByteArray longLine = QByteArray(2500, 'x') + "\r\n";
+    const QList<QByteArray> cases[] = {
+        fileLines("TD0a\r\n001b\r\nREG"),
+        fileLines(longLine),
+        fileLines(""),
+        fileLines("\n\n"),
+    };
+    EXPECT_EQ(cases[0], (QList<QByteArray>{"TD0a\r\n", "001b\r\n", "REG"}));
+    EXPECT_EQ(cases[1], (QList<QByteArray>{QByteArray(1000, 'x'), QByteArray(1000, 'x'),
+                                           QByteArray(500, 'x') + "\r\n"}));
+    EXPECT_TRUE(cases[2].isEmpty());
+    EXPECT_EQ(cases[3], (QList<QByteArray>{"\n", "\n"}));
+}
+
+// One frame a line of data/frames_taken_apart.txt.
+TEST(SerialFrames, TakesFramesApart)
+{
+    for (const Case& c : readCases(QStringLiteral("transfer/data/frames_taken_apart.txt"))) {
+        SCOPED_TRACE(c.where().constData());
+        const Received r = takeApart(c.fields[1]);
+        EXPECT_EQ(r.digit, c.fields[2] == "-" ? std::nullopt : std::optional<char>(c.fields[2][0]));
+        EXPECT_EQ(r.payload.toHex(' '), c.fields.value(3).toHex(' '));
+        EXPECT_EQ(r.complete, c.fields.value(4) == "yes");
+        EXPECT_EQ(r.checksumMatches, c.fields.value(5) == "yes");
+    }
+}
+
+TEST(SerialFrames, CollectorCutsTheLineIntoSteps)
+{
+    const QByteArray one = build("001one\r\n", 1);
+    const QByteArray two = build("002two\r\n", 2);
+
+    Collector pieces;
+    pieces.append(one.first(4));
+    EXPECT_FALSE(pieces.next());
+    pieces.append(one.sliced(4, 8));
+    EXPECT_FALSE(pieces.next());
+    pieces.append(one.sliced(12));
+    EXPECT_EQ(pieces.next(), one.sliced(2)); // from SOH, trailer included
+    EXPECT_TRUE(pieces.isEmpty());
+
+    Collector noisy;
+    noisy.append(QByteArray("\xFF\x00garbage", 9) + two + QByteArray("\x04", 1));
+    const std::optional<QByteArray> step = noisy.next();
+    ASSERT_TRUE(step);
+    EXPECT_EQ(takeApart(*step).payload, "002two");
+    EXPECT_TRUE(takeApart(*step).checksumMatches);
+    EXPECT_EQ(noisy.next(), QByteArray("\x04"));
+    EXPECT_FALSE(noisy.next());
+
+    Collector late; // the trailer of the last frame arrives with the EOT
+    late.append(one.first(one.size() - 4));
+    EXPECT_TRUE(late.next());
+    late.append(QByteArray("\r\n\x7f\0\x04", 5));
+    const std::optional<QByteArray> end = late.next();
+    ASSERT_TRUE(end);
+    EXPECT_TRUE(end->contains('\x04'));
+
+    Collector cut; // ETX lost: never complete, drained as it is
+    cut.append(QByteArray(one).remove(one.indexOf('\x03'), 1));
+    EXPECT_FALSE(cut.next());
+    EXPECT_FALSE(takeApart(cut.drain()).complete);
+    EXPECT_TRUE(cut.isEmpty());
 }
 
 } // namespace
