@@ -8,7 +8,7 @@
 //
 // BROVANT_SOAK_SEED repeats a run's random choices (the seed is printed); BROVANT_SOAK_KILLS asks
 // for more or fewer kills. The bulk form of "tally" the soak drives is tested in
-// ToolTallyTreesTest.cpp.
+// ToolTest.cpp.
 #include "tool/KillSoak.h"
 #include "platform/CopyTree.h"
 #include "platform/Profile.h"
