@@ -16,6 +16,7 @@
 #include "platform/MessageDialogs.h"
 #include "support/ListBuilder.h"
 #include "support/QtPrinting.h"
+#include "support/QtText.h"
 #include "support/TempRoot.h"
 #include "workflow/AppState.h"
 
@@ -38,16 +39,6 @@
 #include <string>
 
 namespace brovant::test {
-
-inline std::string str(const QString& text)
-{
-    return text.toStdString();
-}
-
-inline QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
 
 // The lines of section `name` of tests/app/data/<file>.txt, written out by hand: a section
 // starts with its "[name]" line; empty lines and lines starting with '#' are notes.
@@ -271,18 +262,7 @@ public:
         return seen;
     }
     // Every row of a query, its columns joined by '|'.
-    QStringList rows(const QString& sql)
-    {
-        QStringList out;
-        auto q = session.database().query(sql);
-        while (q.next()) {
-            QStringList values;
-            for (int i = 0; i < q.columnCount(); ++i)
-                values << q.text(i);
-            out << values.join(u'|');
-        }
-        return out;
-    }
+    QStringList rows(const QString& sql) { return joinedRows(session.database(), sql); }
     // A text of the program's profile, "<absent>" when it holds none.
     QString registry(const char* section, const char* entry)
     {

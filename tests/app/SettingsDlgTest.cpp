@@ -2,16 +2,21 @@
 // that ask first, the restore screen, and the ways to other screens ("Delete all", a backup and a
 // restore taken: the day in the field).
 #include "app/SettingsDlg.h"
+#include "app/CableSettingsDlg.h"
+#include "app/ConfigurationDlg.h"
+#include "app/KeyTables.h"
+#include "app/PrinterSettingsDlg.h"
 #include "app/ProgramFixture.h"
 #include "app/RestoreDlg.h"
 #include "device/BackupService.h"
 #include "device/DeviceControls.h"
+#include "support/CaseFile.h"
 
-#include <QComboBox>
+#include <QCheckBox>
 #include <QDateEdit>
 #include <QDir>
+#include <QRadioButton>
 #include <QSlider>
-#include <QTabBar>
 #include <QTimeEdit>
 
 namespace brovant {
@@ -195,6 +200,296 @@ TEST_F(SettingsScreen, PickersQuestionsWaysRestoreTabsAndDeviceSettings)
     EXPECT_EQ(clock.now(), QDateTime(QDate(2026, 5, 4), QTime(9, 15, 0)));
     press(Screen::kCancel);
     EXPECT_EQ(active(), app.mainMenu());
+}
+
+// The printer and communication settings screen and the cable settings screen, reached from the
+// settings screen's "Kommunikation" and driven by taps.
+const QString kComm = QStringLiteral("ControlPanel\\Comm");
+
+struct CommunicationProgram : Program {
+    CommunicationProgram()
+        : Program(ProgramSetup().bare())
+    {
+    }
+    // Main menu, "Funktionen/Einstellungen", tab "Konfiguration", "Kommunikation".
+    void open()
+    {
+        app.stack().switchTo(app.mainMenu());
+        press(MainMenuDlg::kSettings);
+        auto* settings = qobject_cast<SettingsDlg*>(active());
+        ASSERT_NE(settings, nullptr);
+        settings->showTab(1);
+        click(SettingsDlg::kCommunication);
+        ASSERT_EQ(str(activeName()), "printerSettings");
+    }
+    template <class W> W* widget(const char* name) const
+    {
+        auto* w = active()->findChild<W*>(QLatin1StringView(name));
+        EXPECT_NE(w, nullptr) << name;
+        return w;
+    }
+    void tab(int index) { tapTab(QStringLiteral("tabs"), index); }
+    void tap(const char* name) { click(text(name)); }
+    void choose(const char* list, const QString& entry) { Program::choose(text(list), entry); }
+    QString shown(const char* list) const { return widget<QComboBox>(list)->currentText(); }
+    bool hidden(const char* name) const { return widget<QWidget>(name)->isHidden(); }
+    QString number(const char* section, const char* entry)
+    {
+        const int value = session.profile().readInt(text(section), text(entry), -1);
+        return value < 0 ? QStringLiteral("<absent>") : QString::number(value);
+    }
+    std::optional<quint32> autoConnect()
+    {
+        return session.registry().dword(Hive::CurrentUser, kComm, QStringLiteral("AutoCnct"));
+    }
+};
+
+TEST(PrinterSettingsDlg, ChoicesOnBothScreensAreStoredWhenConfirmed)
+{
+    CommunicationProgram p;
+    p.session.store().writeText(Setting::ModemName, 2, QStringLiteral("Büro"));
+    p.open();
+    EXPECT_EQ(str(p.label(QStringLiteral("title"))), "Einstellungen - Kommunikation");
+    EXPECT_TRUE(p.widget<QRadioButton>("mode1")->isChecked());
+    EXPECT_FALSE(p.widget<QComboBox>("modemEntry")->isEnabled());
+    EXPECT_EQ(str(p.label(QStringLiteral("cableLine"))), "ActiveSync");
+
+    p.tap("mode2");
+    p.choose("modemEntry", QStringLiteral("2: Büro"));
+    p.tab(PrinterSettingsDlg::CaliperTab);
+    EXPECT_FALSE(p.widget<QComboBox>("caliperPort")->isEnabled());
+    p.tap("caliperActive");
+    p.choose("caliperPort", QStringLiteral("COM3"));
+    p.choose("caliperFormat", QStringLiteral("NMEA"));
+    p.tab(PrinterSettingsDlg::PrinterTab);
+    EXPECT_EQ(str(p.shown("printerType")), "Typ 5");
+    EXPECT_EQ(str(p.label(QStringLiteral("pageLength"))), "65");
+    p.choose("printerType", QStringLiteral("Typ 1"));
+    EXPECT_EQ(str(p.label(QStringLiteral("pageLength"))), "72");
+    for (int i = 0; i < 3; ++i)
+        QTest::mouseClick(p.widget<QPushButton>("pageLengthUp"), Qt::LeftButton);
+    QTest::mouseClick(p.widget<QPushButton>("pageLengthDown"), Qt::LeftButton);
+    p.tap("askBeforePrinting");
+    p.choose("printerPort", QStringLiteral("COM2"));
+    p.choose("printerBaudrate", QStringLiteral("9600"));
+    p.choose("printFolder", QStringLiteral("\\Export"));
+
+    QTest::mouseClick(p.widget<QPushButton>("cable"), Qt::LeftButton);
+    ASSERT_EQ(str(p.activeName()), "cableSettings");
+    EXPECT_EQ(str(p.label(QStringLiteral("title"))), "Einstellungen - Kabel");
+    EXPECT_EQ(str(p.shown("port")), "ActiveSync");
+    p.choose("port", QStringLiteral("COM4"));
+    p.choose("baudrate", QStringLiteral("115200"));
+    p.choose("wordlength", QStringLiteral("7"));
+    p.choose("stopbits", QStringLiteral("2"));
+    p.press(KeypadScreen::kEnter);
+
+    // Back with everything chosen before still shown, and the new line.
+    ASSERT_EQ(str(p.activeName()), "printerSettings");
+    EXPECT_EQ(p.widget<QTabBar>("tabs")->currentIndex(), int(PrinterSettingsDlg::PrinterTab));
+    EXPECT_EQ(str(p.label(QStringLiteral("pageLength"))), "74");
+    EXPECT_EQ(str(p.label(QStringLiteral("cableLine"))), "COM4, 115200 Bd, 7 Bit, 2 Stopbits");
+    EXPECT_EQ(str(p.number("DUE", "Port")), "4");
+    EXPECT_EQ(str(p.number("DUE", "DueMode")), "<absent>");
+    p.press(KeypadScreen::kEnter);
+
+    EXPECT_EQ(str(p.activeName()), "settings");
+    for (const Case& v : readCases(QStringLiteral("app/data/communication_stored.txt")))
+        EXPECT_EQ(str(p.number(v.fields[0].constData(), v.fields[1].constData())), str(v.text(2)))
+            << v.where().constData();
+    EXPECT_EQ(str(p.registry("Printer", "Path")), "\\Export");
+    EXPECT_EQ(p.autoConnect(), std::nullopt);
+    // The program's own tables follow both screens (what they hold is the logic's to say).
+    EXPECT_EQ(p.state.tables.duePort, 4);
+    EXPECT_EQ(p.state.tables.printerType, 1);
+}
+
+// Whatever was chosen on both screens, cancelling leaves the registry and the tables as they
+// were, and the next opening shows the store again. ActiveSync hides the serial line's fields with
+// their captions; the port chosen is stored and shown on the communication screen (ActiveSync's
+// own connection: the logic's).
+TEST(PrinterSettingsDlg, CancelLeavesEverythingAsItWasAndActiveSyncHidesTheLine)
+{
+    CommunicationProgram p;
+    p.open();
+    const QString registry = p.session.registry().exportText();
+    const QString tables = p.state.tables.describe();
+    p.tap("mode3");
+    p.tab(PrinterSettingsDlg::CaliperTab);
+    p.tap("caliperActive");
+    p.tab(PrinterSettingsDlg::PrinterTab);
+    p.choose("printerType", QStringLiteral("Typ 0"));
+    QTest::mouseClick(p.widget<QPushButton>("pageLengthDown"), Qt::LeftButton);
+    p.tap("askBeforePrinting");
+    p.tab(PrinterSettingsDlg::TransferTab);
+    p.tap("cable");
+    p.choose("port", QStringLiteral("COM2"));
+    p.choose("baudrate", QStringLiteral("1200"));
+    p.press(Screen::kCancel);
+    EXPECT_EQ(str(p.label(QStringLiteral("cableLine"))), "ActiveSync");
+    p.press(Screen::kCancel);
+    EXPECT_EQ(str(p.activeName()), "settings");
+    EXPECT_EQ(p.session.registry().exportText(), registry);
+    EXPECT_EQ(p.state.tables.describe(), tables);
+
+    p.open();
+    EXPECT_TRUE(p.widget<QRadioButton>("mode1")->isChecked());
+    EXPECT_FALSE(p.widget<QCheckBox>("caliperActive")->isChecked());
+    EXPECT_EQ(str(p.shown("printerType")), "Typ 5");
+    p.session.store().writeInt(Setting::DuePort, 0, 3);
+    p.open();
+    p.tap("cable");
+    EXPECT_EQ(str(p.shown("port")), "COM3");
+    for (const char* port : {"ActiveSync", "COM1"}) {
+        p.choose("port", text(port));
+        const bool lineShown = port != std::string("ActiveSync");
+        for (const char* field : {"baudrate", "wordlength", "stopbits"}) {
+            EXPECT_EQ(p.hidden(field), !lineShown) << port << field;
+            EXPECT_EQ(p.hidden((std::string("label_") + field).c_str()), !lineShown) << field;
+        }
+        EXPECT_FALSE(p.hidden("label_port"));
+    }
+    p.press(KeypadScreen::kEnter);
+    EXPECT_EQ(str(p.activeName()), "printerSettings");
+    EXPECT_EQ(str(p.number("DUE", "Port")), "1");
+    EXPECT_TRUE(p.label(QStringLiteral("cableLine")).startsWith(QStringLiteral("COM1, ")));
+}
+
+// On an empty device: the registry holds nothing until a page is confirmed.
+struct ConfigProgram : Program {
+    ConfigProgram()
+        : Program(ProgramSetup().bare())
+    {
+        EXPECT_NE(screen, nullptr);
+    }
+    void clickPage(const char* title) { click(QStringLiteral("page") + text(title)); }
+    QStringList stored(const char* column)
+    {
+        return rows(QStringLiteral("SELECT %1 FROM Brov_Konfiguration").arg(text(column)));
+    }
+    ConfigurationDlg* screen = find<ConfigurationDlg>();
+};
+
+// A letter word into the first field (all selected, so it replaces), the next-field key, the
+// digit keyboard and a number into the second, Enter. Which fields a page has is the logic's.
+// The page shows and saves the password, the registry keeps it, and no file of the database holds
+// it: the database travels in every backup. Each page fits above the keyboard.
+TEST(ConfigurationDlg, SoftKeysPasswordAndLayout)
+{
+    ConfigProgram p;
+    p.screen->openPage(int(ConfigPage::Modem));
+    ASSERT_EQ(p.active(), p.screen);
+    EXPECT_EQ(str(p.focused()), "NAME1_A");
+    p.type(QStringLiteral("MÜLLER"));
+    p.press(KeypadScreen::kNextField);
+    EXPECT_EQ(str(p.focused()), "NUMBER1_A");
+    p.press(KeypadScreen::kZiff);
+    EXPECT_EQ(p.keyboard()->findChild<KeyButton*>(QStringLiteral("char_A")), nullptr);
+    p.type(QStringLiteral("0761-12"));
+    EXPECT_EQ(str(p.edit("NUMBER1_A")->text()), "0761-12");
+    p.press(KeypadScreen::kEnter);
+
+    EXPECT_EQ(p.active(), p.app.mainMenu());
+    EXPECT_EQ(str(p.registry("MODEM", "Name1")), "MÜLLER");
+    EXPECT_EQ(str(p.registry("MODEM", "Number1")), "0761-12");
+    EXPECT_TRUE(p.dialogs.asked().isEmpty()) << str(p.dialogs.asked().join(u'\n'));
+
+    p.session.profile().writeString(text("FTP"), text("Password"), text("Alt-Geheim-1"));
+    p.screen->openPage(int(ConfigPage::Ftp));
+    EXPECT_EQ(str(p.edit("FTP_PASSWORD")->text()), "Alt-Geheim-1");
+    p.edit("FTP_PASSWORD")->setText(text("Neu-Geheim-2"));
+    p.press(KeypadScreen::kEnter);
+    EXPECT_EQ(str(p.registry("FTP", "Password")), "Neu-Geheim-2");
+    const QDir folder(p.root.host(text("Brovant")));
+    for (const QString& name : folder.entryList(QDir::Files | QDir::Hidden)) {
+        const QByteArray bytes = p.root.readFile(text("Brovant/") + name);
+        EXPECT_FALSE(bytes.contains("Geheim")) << str(name);
+    }
+    p.screen->openPage(int(ConfigPage::Ftp));
+    EXPECT_EQ(str(p.edit("FTP_PASSWORD")->text()), "Neu-Geheim-2");
+
+    for (int page = 0; page < ConfigurationLogic::kPages; ++page) {
+        p.screen->openPage(page);
+        std::vector<QRect> taken;
+        for (const ConfigBinding& b : ConfigurationLogic::bindings(ConfigPage(page))) {
+            SCOPED_TRACE(b.column);
+            QLineEdit* edit = p.edit(text(b.column));
+            auto* label = p.screen->findChild<QLabel*>(QStringLiteral("label_") + text(b.column));
+            ASSERT_NE(edit, nullptr);
+            ASSERT_NE(label, nullptr);
+            EXPECT_TRUE(edit->isVisible());
+            EXPECT_EQ(str(label->text()), b.label);
+            EXPECT_GE(label->width(), label->fontMetrics().horizontalAdvance(label->text()));
+            EXPECT_GE(edit->width(), 8 * edit->fontMetrics().averageCharWidth());
+            for (QWidget* w : {static_cast<QWidget*>(label), static_cast<QWidget*>(edit)}) {
+                const QRect r(w->mapTo(p.screen, QPoint(0, 0)), w->size());
+                EXPECT_TRUE(QRect(0, 0, 240, keys::kFullArea.top()).contains(r));
+                for (const QRect& other : taken)
+                    EXPECT_FALSE(r.intersects(other));
+                taken.push_back(r);
+            }
+        }
+    }
+}
+
+// Cancel writes nothing, Enter writes what fits the column; both return to the screen that
+// opened the page, or to the main menu.
+TEST(ConfigurationDlg, CancelAndConfirmReturnToTheScreenThatOpenedIt)
+{
+    for (const bool fromOtherScreen : {true, false}) {
+        SCOPED_TRACE(fromOtherScreen);
+        ConfigProgram p;
+        auto* caller = p.app.stack().addScreen(
+            std::make_unique<KeypadScreen>(p.app.stack(), QStringLiteral("caller")));
+        Screen* back = fromOtherScreen ? static_cast<Screen*>(caller) : p.app.mainMenu();
+        const auto open = [&](ConfigPage page) {
+            if (fromOtherScreen)
+                p.app.stack().switchTo(caller);
+            else
+                p.app.stack().setActiveScreen(nullptr);
+            p.screen->openPage(int(page));
+            ASSERT_EQ(p.active(), p.screen);
+        };
+        open(ConfigPage::Ftp);
+        p.type(QStringLiteral("X"));
+        p.press(Screen::kCancel);
+        EXPECT_EQ(p.active(), back);
+        EXPECT_EQ(str(p.registry("FTP", "Server")), "<absent>");
+        // The row holds what the page showed when it opened.
+        EXPECT_EQ(p.stored("FTP_SERVER"), QStringList{QStringLiteral("ftp.example.com")});
+
+        open(ConfigPage::Modem);
+        p.press(KeypadScreen::kNextField);
+        p.type(QString(25, u'7'));
+        p.press(KeypadScreen::kEnter);
+        EXPECT_EQ(p.active(), back);
+        EXPECT_EQ(p.registry("MODEM", "Number1"), QString(18, u'7'));
+    }
+}
+
+TEST(ConfigurationDlg, LeavingAChangedPageAsksWhetherToSave)
+{
+    for (const Case& c : readCases(QStringLiteral("app/data/changed_pages.txt"))) {
+        SCOPED_TRACE(c.where().constData());
+        const bool typeSomething = !c.fields[0].isEmpty();
+        const QString stored = c.text(2);
+        ConfigProgram p;
+        p.screen->openPage(int(ConfigPage::CompanyHeader));
+        if (typeSomething)
+            p.type(c.text(0));
+        p.dialogs.answerNext(c.fields[1] == "JA" ? Answer::Yes : Answer::No);
+        p.clickPage("Modem");
+        EXPECT_EQ(p.screen->page(), ConfigPage::Modem);
+        EXPECT_EQ(str(p.focused()), "NAME1_A");
+        EXPECT_TRUE(p.edit("NAME1_A")->isVisible());
+        EXPECT_FALSE(p.edit("FIRMENKOPF1_A")->isVisible());
+        EXPECT_EQ(p.dialogs.asked().size(), typeSomething ? 1 : 0);
+        EXPECT_EQ(p.registry("FIRMENKOPF", "1"), stored);
+        // Coming back shows the registry's value, not what was typed and dropped.
+        p.clickPage("Firmenkopf");
+        EXPECT_EQ(p.edit("FIRMENKOPF1_A")->text(),
+                  stored == QStringLiteral("<absent>") ? QString() : stored);
+    }
 }
 
 } // namespace

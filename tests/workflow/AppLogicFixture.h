@@ -10,6 +10,7 @@
 #include "support/CaseFile.h"
 #include "support/ListBuilder.h"
 #include "support/QtPrinting.h"
+#include "support/QtText.h"
 #include "support/TempRoot.h"
 #include "workflow/AppLifecycle.h"
 
@@ -23,16 +24,6 @@
 #include <string>
 
 namespace brovant::test {
-
-inline std::string str(const QString& text)
-{
-    return text.toStdString();
-}
-
-inline QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
 
 // Answers named as in the case files ("Yes,No", "-" for none), given to `dialogs` in that order.
 inline void answerNext(ScriptedDialogs& dialogs, const QString& names)
@@ -57,15 +48,7 @@ inline QStringList committedRows(const QString& file, const QString& sql)
 {
     Database other(file, Database::Durability::Relaxed);
     EXPECT_TRUE(other.open());
-    QStringList out;
-    auto q = other.query(sql);
-    while (q.next()) {
-        QStringList columns;
-        for (int i = 0; i < q.columnCount(); ++i)
-            columns << q.text(i);
-        out << columns.join(u'|');
-    }
-    return out;
+    return joinedRows(other, sql);
 }
 
 // Screen host and dialogs logging into one list ("host active 1", "yesNo <line1>", "info 5

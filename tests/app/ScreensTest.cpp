@@ -1,0 +1,556 @@
+// The smaller screens, each from where the forester reaches it.
+#include "app/DistributionDlg.h"
+#include "app/KeyTables.h"
+#include "app/ProgramFixture.h"
+#include "app/RegionDlg.h"
+#include "app/ScreenStack.h"
+#include "app/SpeciesSelectionDlg.h"
+#include "app/SystemInfoDlg.h"
+#include "app/TallyDlg.h"
+#include "app/TotalsDlg.h"
+#include "support/CaseFile.h"
+
+#include <QFontMetrics>
+#include <QProgressBar>
+#include <QSignalSpy>
+
+namespace brovant {
+namespace {
+
+using namespace test;
+
+// Every layout stays inside its area, keys never overlap, and the bar sits on the bottom edge.
+TEST(KeyTables, LayoutsFitTheirAreas)
+{
+    struct Case {
+        const char* name;
+        std::vector<KeyDef> keys;
+        QRect area;
+    };
+    const Case cases[] = {
+        {"mainMenu", keys::mainMenu(), keys::kTallArea},
+        {"letters", keys::letters(), keys::kFullArea},
+        {"digits", keys::digits(), keys::kFullArea},
+        {"codeList", keys::codeList(1159, 4, 5), keys::kFullArea},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const QRect inside(QPoint(0, 0), c.area.size());
+        for (size_t i = 0; i < c.keys.size(); ++i) {
+            const QRect a(c.keys[i].x, c.keys[i].y, c.keys[i].width, c.keys[i].height);
+            EXPECT_TRUE(inside.contains(a)) << i;
+            // A gloved finger needs room.
+            EXPECT_GE(a.width(), 28) << i;
+            EXPECT_GE(a.height(), 20) << i;
+            for (size_t j = i + 1; j < c.keys.size(); ++j) {
+                const QRect b(c.keys[j].x, c.keys[j].y, c.keys[j].width, c.keys[j].height);
+                EXPECT_FALSE(a.intersects(b)) << i << " and " << j;
+            }
+        }
+        const KeyDef& back = c.keys[c.keys.size() - 6];
+        EXPECT_EQ(back.commandId, 2);
+        EXPECT_EQ(c.area.top() + back.y + back.height, 319);
+    }
+}
+
+// Typing, switching and deleting on the letters and digits; then a list keyboard pages through
+// its table.
+TEST(Keypad, TypingSwitchingDeletingAndPaging)
+{
+    ScreenStack app;
+    KeypadScreen dlg(app, QStringLiteral("test"));
+    dlg.addKeyboard(new OnScreenKeyboard(keys::kFullArea, keys::letters()));
+    dlg.addKeyboard(new OnScreenKeyboard(keys::kFullArea, keys::digits()));
+    auto* edit = new QLineEdit(&dlg);
+    edit->setGeometry(10, 10, 100, 20);
+    app.mainWindow()->show();
+    app.mainWindow()->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(app.mainWindow()));
+    dlg.bringToFront();
+    edit->setFocus();
+    const auto press = [&](const QString& name) {
+        auto* key = dlg.keyboard()->findChild<KeyButton*>(name);
+        ASSERT_NE(key, nullptr) << name.toStdString();
+        QTest::mouseClick(key, Qt::LeftButton);
+    };
+
+    press(QStringLiteral("char_L"));
+    press(QStringLiteral("char_Ä"));
+    press(QStringLiteral("keyShift"));
+    press(QStringLiteral("char_ß"));
+    press(QStringLiteral("char_A"));
+    press(QStringLiteral("char_␣"));
+    press(QStringLiteral("key1009"));
+    EXPECT_EQ(dlg.keyboardIndex(), 1);
+    press(QStringLiteral("char_4"));
+    press(QStringLiteral("char_2"));
+    press(QStringLiteral("key6003"));
+    EXPECT_EQ(edit->text(), QStringLiteral("LÄßa 4"));
+    press(QStringLiteral("key1009"));
+    EXPECT_EQ(dlg.keyboardIndex(), 0);
+    // The keys never take the focus from the field.
+    EXPECT_TRUE(edit->hasFocus());
+
+    auto* list = new OnScreenKeyboard(keys::kFullArea, keys::codeList(1159, 4, 5));
+    dlg.addKeyboard(list);
+    dlg.showKeyboard(2);
+    QStringList species;
+    for (int i = 1; i <= 45; ++i)
+        species << QStringLiteral("S%1").arg(i, 2, 10, QChar(u'0'));
+    species << QStringList(15, QStringLiteral("     ")); // 60 entries, the last blank
+    list->setCodeTable(species, {}, 1159);
+    QSignalSpy chosen(list, &OnScreenKeyboard::entryChosen);
+
+    EXPECT_EQ(list->pageCount(), 3);
+    EXPECT_FALSE(list->findChild<KeyButton*>(QStringLiteral("pagePrevious"))->isEnabled());
+    QTest::mouseClick(list->key(3), Qt::LeftButton);
+    press(QStringLiteral("pageNext"));
+    press(QStringLiteral("pageNext"));
+    EXPECT_EQ(list->page(), 2);
+    EXPECT_FALSE(list->findChild<KeyButton*>(QStringLiteral("pageNext"))->isEnabled());
+    EXPECT_EQ(list->key(4)->caption(), QStringLiteral("S45"));
+    QTest::mouseClick(list->key(4), Qt::LeftButton);
+    QTest::mouseClick(list->key(5), Qt::LeftButton); // blank: nothing
+    ASSERT_EQ(chosen.count(), 2);
+    EXPECT_EQ(chosen[0][1].toInt(), 3);
+    EXPECT_EQ(chosen[0][2].toString(), QStringLiteral("S04"));
+    EXPECT_EQ(chosen[1][0].toInt(), 1159);
+    EXPECT_EQ(chosen[1][1].toInt(), 44);
+    EXPECT_EQ(list->lastEntry(), 44);
+}
+
+// The region screen as the forester reaches it: "Region" on the list selection, a region picked
+// and one typed that has no tariffs yet (assigned on the tariff screen), one removed, and back.
+TEST(RegionDlg, RegionKeyOpensTheListsRegionsToAddAndRemove)
+{
+    Program p;
+    p.insert(schema::Kopfdaten, {{u"ID_FILE", 1}, {u"LISTE_NR", "WALD"}});
+    p.press(MainMenuDlg::kSelectList);
+    p.press(ListSelectionDlg::kRegion);
+    auto* screen = p.find<RegionDlg>();
+    ASSERT_EQ(p.active(), screen);
+    EXPECT_EQ(p.label("title"), QStringLiteral("Wuchsregionen: WALD"));
+    QTreeWidget* view = screen->regionView();
+    const auto shown = [view] {
+        QStringList out;
+        for (int i = 0; i < view->topLevelItemCount(); ++i)
+            out << view->topLevelItem(i)->text(0) + u'|' + view->topLevelItem(i)->text(1);
+        return out;
+    };
+    const QString stored = "SELECT rtrim(REGION_A) || '|' || rtrim(BAUMART) FROM Brov_Region "
+                           "WHERE ID_FILE = 1 ORDER BY rowid";
+
+    // A region of the master data, picked from the list keyboard.
+    p.pick(QStringLiteral("WR02"));
+    const QStringList wr02 = p.rows("SELECT rtrim(REGION_A) || '|' || rtrim(BAUMART) FROM "
+                                    "Brov_Einstellungen WHERE ID_TYPE = 3 AND REGION_A LIKE "
+                                    "'WR02%' ORDER BY ID");
+    ASSERT_FALSE(wr02.isEmpty());
+    EXPECT_EQ(shown(), wr02);
+    EXPECT_EQ(p.rows(stored), wr02);
+
+    // A typed region without tariffs: "Zuordnen" opens their assignment; once it has some, back
+    // on this screen the region joins the list.
+    p.type(QStringLiteral("WR9"));
+    p.dialogs.answerNext(Answer::First);
+    p.press(KeypadScreen::kEnter);
+    ASSERT_EQ(p.activeName(), QStringLiteral("tariffAssignment"));
+    EXPECT_EQ(p.label("title"), QStringLiteral("Tarif-Zuordnung: WR9"));
+    p.insert(schema::Einstellungen, {{u"ID", 9000},
+                                     {u"ID_TYPE", schema::TariffAssignmentRow},
+                                     {u"REGION_A", "WR9"},
+                                     {u"BAUMART", "FI"},
+                                     {u"TARIF", "FI01"}});
+    p.press(Screen::kCancel);
+    ASSERT_EQ(p.active(), screen);
+    EXPECT_EQ(shown(), wr02 + QStringList{"WR9|FI"});
+
+    // The tapped row's region leaves the list after the question.
+    const QPoint at = view->visualItemRect(view->topLevelItem(int(wr02.size()))).center();
+    QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, at);
+    p.dialogs.answerNext(Answer::Yes);
+    p.press(RegionDlg::kRemove);
+    EXPECT_EQ(shown(), wr02);
+    EXPECT_EQ(p.rows(stored), wr02);
+    EXPECT_EQ(p.dialogs.asked().last(),
+              QStringLiteral("Wuchsregion WR9|aus der Liste entfernen?|"));
+
+    p.press(Screen::kCancel);
+    EXPECT_EQ(p.activeName(), QStringLiteral("listSelection"));
+}
+
+class TotalsScreen : public ::testing::Test, protected Program {
+protected:
+    void addList(int id, const QString& name, int factor,
+                 std::initializer_list<std::tuple<const char*, int, int>> trees)
+    {
+        lists.list(id, name, factor);
+        for (const auto& [species, count, volume] : trees)
+            lists.tree(id, species, count, volume);
+    }
+    QTreeWidget* view() const { return screen->findChild<QTreeWidget*>("totalsView"); }
+    QStringList shown() const { return shownRows(view()); }
+
+    TotalsDlg* screen = find<TotalsDlg>();
+};
+
+// The core cells of the chosen list, again for another list; the key bar, the row keys stopping
+// at the ends, and the way back.
+TEST_F(TotalsScreen, CellsKeysAndWaysOut)
+{
+    addList(1, QStringLiteral("WALD"), 90,
+            {{"KI", 2, 200}, {"FI", 1, 45}, {"FI", 1, 50}, {"FI", 1, 55}});
+    addList(2, QStringLiteral("FELD"), 100, {{"BU", 1, 300}});
+    fromListSelection(QStringLiteral("WALD"), ListSelectionDlg::EvaluationTab,
+                      ListSelectionDlg::kEval);
+    ASSERT_EQ(activeName(), QStringLiteral("totals"));
+    EXPECT_EQ(screen->findChild<QLabel*>("title")->text(), QStringLiteral("Gesamtsumme"));
+    const QTreeWidgetItem* heading = view()->headerItem();
+    ASSERT_EQ(view()->columnCount(), 4);
+    const char* captions[] = {"HA", "Kub.", "Stk", "d-Kub."};
+    for (int c = 0; c < 4; ++c) {
+        EXPECT_EQ(heading->text(c), QString::fromLatin1(captions[c]));
+        EXPECT_EQ(view()->topLevelItem(0)->textAlignment(c) & Qt::AlignHorizontal_Mask,
+                  c == 0 ? 0 : int(Qt::AlignRight))
+            << c;
+    }
+    EXPECT_EQ(view()->selectionBehavior(), QAbstractItemView::SelectRows);
+    EXPECT_TRUE(view()->font().fixedPitch());
+    EXPECT_EQ(shown(), (QStringList{"FI|   1.34|   3| 0.45", "KI|   1.80|   2| 0.90", "|||",
+                                    "|   3.14|   5| 0.63"}));
+
+    // Opened again for another list, the rows are that list's alone.
+    press(Screen::kCancel);
+    ASSERT_EQ(activeName(), QStringLiteral("listSelection"));
+    fromListSelection(QStringLiteral("FELD"), ListSelectionDlg::EvaluationTab,
+                      ListSelectionDlg::kEval);
+    ASSERT_EQ(activeName(), QStringLiteral("totals"));
+    EXPECT_EQ(shown(), (QStringList{"BU|   3.00|   1| 3.00", "|||", "|   3.00|   1| 3.00"}));
+    OnScreenKeyboard* keys = keyboard();
+    ASSERT_NE(keys, nullptr);
+    ASSERT_NE(keys->keyFor(TotalsDlg::kPrint), nullptr);
+    ASSERT_NE(keys->keyFor(TotalsDlg::kAssortment), nullptr);
+    EXPECT_EQ(keys->keyFor(TotalsDlg::kPrint)->caption(), QStringLiteral("Ausdruck"));
+    EXPECT_EQ(keys->keyFor(TotalsDlg::kAssortment)->caption(), QStringLiteral("Sortiment"));
+    EXPECT_EQ(keys->keyFor(KeypadScreen::kEnter), nullptr);
+
+    // The row keys step through the rows and stop at the ends.
+    for (int step : {1, 1, 1, -1})
+        press(step > 0 ? KeypadScreen::kNextField : KeypadScreen::kPreviousField);
+    EXPECT_EQ(view()->indexOfTopLevelItem(view()->currentItem()), 1);
+
+    // What the print keys do: DistributionDlgTest.cpp.
+    press(Screen::kCancel);
+    EXPECT_EQ(activeName(), QStringLiteral("listSelection"));
+}
+
+// The diameter distribution behind the totals screen's "Vert.", and the totals screen's print keys
+// writing their PDFs into the printer path (what the pages hold is the evaluation's).
+struct Tree {
+    const char* species;
+    const char* diameterClass;
+    int count;
+    int volume;
+};
+
+class Distribution : public ::testing::Test, protected Program {
+protected:
+    void addList(int id, const QString& name, int factor, std::initializer_list<Tree> trees)
+    {
+        lists.list(id, name, factor, {{u"REGION_A", "WR01"}});
+        for (const Tree& t : trees)
+            lists.tree(id, t.species, t.count, t.volume, {{u"DMSTUFE", t.diameterClass}});
+    }
+    void settingsChanged()
+    {
+        state.tables = loadSettings(session.store(), session.database(), nullptr, nullptr);
+    }
+};
+
+TEST_F(Distribution, StepsThroughTheSpeciesAndPrintKeysWriteIntoThePrinterPath)
+{
+    addList(1, QStringLiteral("WALD 1"), 90,
+            {{"KI", "20", 2, 200},
+             {"FI", "26", 1, 59},
+             {"FI", "32", 2, 198},
+             {"KI", "24", 1, 50},
+             {"FI", "26", 3, 177}});
+    fromListSelection(QStringLiteral("WALD 1"), ListSelectionDlg::EvaluationTab,
+                      ListSelectionDlg::kEval);
+    ASSERT_EQ(activeName(), QStringLiteral("totals"));
+    ASSERT_NE(keyboard()->keyFor(TotalsDlg::kDistribution), nullptr);
+    EXPECT_EQ(keyboard()->keyFor(TotalsDlg::kDistribution)->caption(), QStringLiteral("Vert."));
+    press(TotalsDlg::kDistribution);
+    ASSERT_EQ(activeName(), QStringLiteral("distribution"));
+    auto* screen = find<DistributionDlg>();
+    EXPECT_EQ(label(QStringLiteral("title")), QStringLiteral("Durchmesserverteilung"));
+
+    // As opened: all species. The stems per class are the evaluation's; the screen shows the
+    // chart of the species it names.
+    const struct {
+        int key; // 0: as opened
+        int species;
+        const char* caption;
+        std::vector<std::int64_t> stems; // empty: not looked at
+    } steps[] = {
+        {0, -1, "Alle Holzarten: 9 Stk", {2, 0, 1, 4, 0, 0, 2}},
+        {DistributionDlg::kNextSpecies, 0, "FI: 6 Stk", {4, 0, 0, 2}},
+        {KeypadScreen::kNextField, 1, "KI: 3 Stk", {2, 0, 1}},
+        // Past the last species back to all of them, and backwards round to the last.
+        {DistributionDlg::kNextSpecies, -1, "Alle Holzarten: 9 Stk", {}},
+        {DistributionDlg::kPreviousSpecies, 1, "KI: 3 Stk", {}},
+        {KeypadScreen::kPreviousField, 0, "FI: 6 Stk", {}},
+        {DistributionDlg::kAllSpecies, -1, "Alle Holzarten: 9 Stk", {}},
+    };
+    for (const auto& s : steps) {
+        if (s.key)
+            press(s.key);
+        EXPECT_EQ(screen->shownSpecies(), s.species) << s.caption;
+        EXPECT_EQ(label(QStringLiteral("caption")), QString::fromLatin1(s.caption));
+        if (!s.stems.empty()) {
+            ASSERT_EQ(screen->shownChart().series.size(), 1u);
+            EXPECT_EQ(screen->shownChart().series[0].values, s.stems) << s.caption;
+        }
+    }
+    EXPECT_EQ(screen->shownChart().labels, (QStringList{"20", "22", "24", "26", "28", "30", "32"}));
+    // The chart is drawn where a finger reads it.
+    QWidget* chart = screen->findChild<QWidget*>(QStringLiteral("chart"));
+    ASSERT_NE(chart, nullptr);
+    EXPECT_GE(chart->width(), 230);
+    EXPECT_GE(chart->height(), 200);
+
+    press(Screen::kCancel);
+    EXPECT_EQ(activeName(), QStringLiteral("totals"));
+
+    // No question by default; the file is named by the list.
+    press(TotalsDlg::kPrint);
+    EXPECT_TRUE(dialogs.asked().isEmpty()) << str(dialogs.asked().join(u'/'));
+    EXPECT_EQ(activeName(), QStringLiteral("totals"));
+    const QString listing = QStringLiteral("\\My Documents\\WALD_1_Ausdruck.pdf");
+    EXPECT_TRUE(session.root().isFile(listing));
+
+    // The printer type's question, then another printer path.
+    session.store().writeInt(Setting::PrinterFrage, 5, 1);
+    session.store().writeText(Setting::PrinterPath, 0, QStringLiteral("\\Ausdrucke"));
+    settingsChanged();
+    const QString classes = QStringLiteral("\\Ausdrucke\\WALD_1_Sortiment.pdf");
+    dialogs.answerNext(Answer::No);
+    press(TotalsDlg::kAssortment);
+    EXPECT_EQ(dialogs.asked(), QStringList{"Soll der Ausdruck|gestartet werden?|"});
+    EXPECT_FALSE(session.root().isFile(classes));
+    dialogs.clear();
+    dialogs.answerNext(Answer::Yes);
+    press(TotalsDlg::kAssortment);
+    EXPECT_EQ(dialogs.asked().size(), 1);
+    EXPECT_TRUE(session.root().isFile(classes));
+}
+
+using Dlg = SpeciesSelectionDlg;
+
+struct SpeciesProgram : Program {
+    SpeciesProgram()
+    {
+        lists.list(1, QStringLiteral("L1"));
+        state.currentList = 1;
+    }
+    // "Einstellung" on the tally screen's secondary keys.
+    void open()
+    {
+        app.stack().switchTo(tally);
+        press(TallyDlg::kEtc);
+        press(TallyDlg::kSpeciesSetup);
+        ASSERT_EQ(active(), screen);
+    }
+    QString caption(int command) { return keyboard()->keyFor(command)->caption(); }
+    QString typed() { return edit(QStringLiteral("BAUMART"))->text(); }
+    QString slot(int n) { return session.store().readText(Setting::HauptHolzart, n); }
+    // The letters are one "ABC" away; Enter brings the slot keys back.
+    void typeCode(const QString& code)
+    {
+        press(Dlg::kLetters);
+        type(code);
+        press(KeypadScreen::kEnter);
+    }
+
+    TallyDlg* tally = find<TallyDlg>();
+    Dlg* screen = find<Dlg>();
+};
+
+// The slots on their keys as opened; typed codes go to the slots and the caliper's key, and
+// the tally screen's species keys follow.
+TEST(SpeciesSelectionDlg, CodesGoToTheSlotsAndTheCaliperKey)
+{
+    SpeciesProgram p;
+    p.open();
+    EXPECT_EQ(p.label(QStringLiteral("title")), text("* Einstellung der Holzart *"));
+    EXPECT_EQ(p.focused(), QStringLiteral("BAUMART"));
+    EXPECT_EQ(p.screen->keyboardIndex(), Dlg::SlotKeys);
+    const char* const expected[] = {"FI", "TA", "DGL", "KI",  "LÄ", "BU",
+                                    "EI", "ES", "AH",  "HBU", "ER", "BI"};
+    for (int n = 1; n <= 12; ++n)
+        EXPECT_EQ(p.caption(Dlg::kFirstSlot + n - 1),
+                  QStringLiteral("HA%1\n").arg(n) + text(expected[n - 1]));
+    EXPECT_EQ(p.caption(Dlg::kCaliperKey), QStringLiteral("Kl.8\n"));
+    p.press(KeypadScreen::kZiff);
+    EXPECT_EQ(p.screen->keyboardIndex(), Dlg::Digits);
+    p.press(KeypadScreen::kZiff);
+    EXPECT_EQ(p.screen->keyboardIndex(), Dlg::SlotKeys);
+    // With the edit empty a key only beeps and writes nothing.
+    p.press(Dlg::kFirstSlot + 4);
+    p.press(Dlg::kCaliperKey);
+    EXPECT_EQ(p.dialogs.beeps(), 2);
+    const QString unwritten = QStringLiteral("<unwritten>");
+    EXPECT_EQ(p.session.store().readText(Setting::HauptHolzart, 5, unwritten), unwritten);
+    EXPECT_EQ(p.session.store().readText(Setting::KluppeHolzart, 0, unwritten), unwritten);
+    EXPECT_EQ(p.caption(Dlg::kFirstSlot + 4), text("HA5\nLÄ"));
+    for (const Case& c : readCases(QStringLiteral("app/data/species_slots.txt"))) {
+        SCOPED_TRACE(c.where().constData());
+        const QString code = c.text(0);
+        const int slot = c.fields[1].toInt(); // 0: the caliper's key 8
+        const int command = slot > 0 ? Dlg::kFirstSlot + slot - 1 : int(Dlg::kCaliperKey);
+        p.typeCode(code);
+        EXPECT_EQ(p.typed(), code);
+        p.press(command);
+        const QString stored = code.leftJustified(3, u' ');
+        if (slot > 0) {
+            EXPECT_EQ(p.slot(slot), stored);
+            EXPECT_EQ(p.state.tables.mainSpecies[size_t(slot - 1)], stored);
+            EXPECT_EQ(p.caption(command), QStringLiteral("HA%1\n").arg(slot) + code);
+        } else {
+            EXPECT_EQ(p.session.store().readText(Setting::KluppeHolzart), stored);
+            EXPECT_EQ(p.state.tables.caliperSpecies, stored);
+            EXPECT_EQ(p.caption(command), QStringLiteral("Kl.8\n") + code);
+        }
+        EXPECT_EQ(p.typed(), QString());
+    }
+    EXPECT_EQ(p.dialogs.beeps(), 2);
+    EXPECT_TRUE(p.dialogs.asked().isEmpty());
+
+    // Back on the tally screen its species keys show the new slots.
+    p.press(Screen::kCancel);
+    ASSERT_EQ(p.active(), p.tally);
+    QTest::mouseClick(p.edit(QStringLiteral("BAUMART")), Qt::LeftButton);
+    EXPECT_EQ(p.keyCaptions(TallyDlg::kSpeciesEntry).mid(0, 6),
+              (QStringList{"ES", "ES", "DGL", "KI", "KIR", "BU"}));
+}
+
+// The system information screen from the main menu: the battery route of each kind of device,
+// the clock that runs only while it is shown, and the way back.
+struct InfoProgram : Program {
+    explicit InfoProgram(ProgramSetup::Stage stage)
+        : Program(ProgramSetup().bare().staging(std::move(stage)))
+    {
+        EXPECT_NE(screen, nullptr);
+    }
+    void openFromMenu()
+    {
+        ASSERT_EQ(active(), app.mainMenu());
+        press(MainMenuDlg::kSystemInfo);
+    }
+    QString text(const char* name) const { return label(QLatin1StringView(name), screen); }
+    QProgressBar* bar() const { return screen->findChild<QProgressBar*>("batteryBar"); }
+    QLabel* stateWord() const { return screen->findChild<QLabel*>("batteryState"); }
+    SystemInfoDlg* screen = find<SystemInfoDlg>();
+};
+
+// Which route a device takes is the device layer's; the screen shows a word or the bar.
+TEST(SystemInfoDlg, ShowsTheBatteryRouteOfTheDevice)
+{
+    for (const Case& c : readCases(QStringLiteral("app/data/battery_routes.txt"))) {
+        SCOPED_TRACE(c.where().constData());
+        const auto given = [&](int field) {
+            return c.fields[field] != "-";
+        };
+        const bool getac = c.fields[4] == "1";
+        InfoProgram program([&](const TempRoot& root) {
+            const char* files[] = {"Windows/hardware.conf", "Windows/uni1.state",
+                                   "sys/BAT0/capacity"};
+            for (int field = 1; field <= 3; ++field) {
+                if (given(field))
+                    root.writeFile(QLatin1StringView(files[field - 1]), c.fields[field]);
+            }
+            if (getac)
+                root.writeFile("Windows/externapi.dll", "MZ");
+        });
+        ASSERT_NE(program.screen, nullptr);
+
+        program.openFromMenu();
+        ASSERT_EQ(program.app.stack().activeScreen(), program.screen);
+        EXPECT_TRUE(program.screen->isVisible());
+        EXPECT_FALSE(program.app.mainMenu()->isVisible());
+        EXPECT_EQ(program.text("title"), QStringLiteral("Systeminfo"));
+        EXPECT_EQ(program.text("version"), QStringLiteral("Brovanterfassung V3.03t"));
+        EXPECT_EQ(program.text("hardware") == QStringLiteral("Getac"), getac);
+        EXPECT_FALSE(program.text("hardware").isEmpty());
+
+        EXPECT_EQ(program.stateWord()->isVisible(), given(5));
+        EXPECT_EQ(program.bar()->isVisible(), !given(5));
+        if (given(5))
+            EXPECT_EQ(program.stateWord()->text(), c.text(5));
+        else
+            EXPECT_EQ(program.bar()->value(), c.fields[6].toInt());
+
+        // Every line fits the 240 pixels of the screen.
+        for (const QLabel* label : program.screen->findChildren<QLabel*>()) {
+            if (!label->isVisible() || label->wordWrap())
+                continue;
+            EXPECT_LE(QFontMetrics(label->font()).horizontalAdvance(label->text()), label->width())
+                << str(label->objectName()) << ": " << str(label->text());
+            EXPECT_LE(label->geometry().right(), 239) << str(label->objectName());
+        }
+    }
+}
+
+// The clock and the battery run only while the screen is shown; the build line shows the compile
+// date the German way.
+TEST(SystemInfoDlg, ClockBatteryAndBuildLine)
+{
+    InfoProgram program([](const TempRoot& root) {
+        root.writeFile("Windows/hardware.conf", "uni1=\\Windows\\uni1.state\n");
+        root.writeFile("Windows/uni1.state", "20");
+    });
+    const TempRoot& root = program.root;
+    ASSERT_NE(program.screen, nullptr);
+    EXPECT_FALSE(program.screen->refreshRunning());
+
+    program.clock.advanceMs(60000);
+    program.openFromMenu();
+    EXPECT_TRUE(program.screen->refreshRunning());
+    EXPECT_FALSE(program.app.mainMenu()->clockRunning());
+    EXPECT_EQ(program.text("time"), QStringLiteral("07:06:09"));
+    EXPECT_EQ(program.text("date"), QStringLiteral("04.05.2026"));
+    EXPECT_EQ(program.stateWord()->text(), QStringLiteral("gut"));
+
+    // The next tick shows the new second and asks the battery again.
+    program.clock.advanceMs(2000);
+    root.writeFile("Windows/uni1.state", "30");
+    EXPECT_TRUE(QTest::qWaitFor([&] { return program.text("time") == u"07:06:11"; }, 3000));
+    EXPECT_EQ(program.stateWord()->text(), QStringLiteral("niedrig"));
+
+    program.press(Screen::kCancel);
+    EXPECT_EQ(program.app.stack().activeScreen(), program.app.mainMenu());
+    EXPECT_TRUE(program.app.mainMenu()->isVisible());
+    EXPECT_TRUE(program.app.mainMenu()->clockRunning());
+    EXPECT_FALSE(program.screen->isVisible());
+    EXPECT_FALSE(program.screen->refreshRunning());
+
+    // Hidden, the screen is left alone.
+    program.clock.advanceMs(5000);
+    root.writeFile("Windows/uni1.state", "40");
+    QTest::qWait(int(SystemInfoDlg::kRefreshMs * 1.5));
+    EXPECT_EQ(program.text("time"), QStringLiteral("07:06:11"));
+    EXPECT_EQ(program.stateWord()->text(), QStringLiteral("niedrig"));
+
+    // Shown again, it is up to date at once.
+    program.openFromMenu();
+    EXPECT_EQ(program.text("time"), QStringLiteral("07:06:16"));
+    EXPECT_EQ(program.stateWord()->text(), QStringLiteral("sehr niedrig"));
+    EXPECT_TRUE(program.screen->refreshRunning());
+    for (const Case& c : readCases(QStringLiteral("app/data/build_lines.txt")))
+        EXPECT_EQ(SystemInfoDlg::buildLine(QStringLiteral("3.3.0"), c.fields[0].constData()),
+                  c.text(1))
+            << c.where().constData();
+}
+
+} // namespace
+} // namespace brovant
