@@ -25,14 +25,9 @@
 namespace brovant::test {
 namespace {
 
-struct Outcome {
-    int code = -1;
-    QString out, err;
-};
-
 class OfficeProgramTest : public ::testing::Test {
 protected:
-    Outcome office(QStringList args, const QByteArray& input = {})
+    ToolRun office(QStringList args, const QByteArray& input = {})
     {
         QProcess p;
         p.start(QStringLiteral(BROVANT_OFFICE_PATH),
@@ -40,15 +35,14 @@ protected:
         p.write(input);
         p.closeWriteChannel();
         p.waitForFinished(60000);
-        return {p.exitCode(), QString::fromUtf8(p.readAllStandardOutput()),
+        return {p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1,
+                QString::fromUtf8(p.readAllStandardOutput()),
                 QString::fromUtf8(p.readAllStandardError())};
     }
     QString file(const char* name, const QByteArray& bytes)
     {
         const QString path = dir.filePath(QLatin1StringView(name));
-        QFile f(path);
-        f.open(QIODevice::WriteOnly);
-        f.write(bytes);
+        writeAll(path, bytes);
         return path;
     }
 
@@ -62,15 +56,15 @@ TEST_F(OfficeProgramTest, CommandsPrintTheirFormsAndExitCodes)
     const QString b = file("L2.DAT", deviceFile("export_second_texts.dat"));
     const QString bad = file("bad.DAT", "kein Inhalt\r\n");
 
-    Outcome r = office({"import", a, b});
-    EXPECT_EQ(r.code, 0) << r.err.toStdString();
+    ToolRun r = office({"import", a, b});
+    EXPECT_EQ(r.status, 0) << r.err.toStdString();
     EXPECT_EQ(r.out, "imported HIEB01 1\nimported L2 2\n");
     r = office({"import", a, bad});
-    EXPECT_EQ(r.code, 1);
+    EXPECT_EQ(r.status, 1);
     EXPECT_EQ(r.out, "duplicate HIEB01 1\nrejected " + bad + ": keine Listendatei\n");
 
     r = office({"lists"});
-    EXPECT_EQ(r.code, 0);
+    EXPECT_EQ(r.status, 0);
     const QStringList lines = r.out.split(u'\n', Qt::SkipEmptyParts);
     ASSERT_EQ(lines.size(), 2);
     const QStringList cells = lines[0].split(u'\t');
@@ -79,13 +73,13 @@ TEST_F(OfficeProgramTest, CommandsPrintTheirFormsAndExitCodes)
     EXPECT_TRUE(cells[8].startsWith(QDateTime::currentDateTimeUtc().toString("yyyy-MM-dd")));
 
     r = office({"user", "add", "anna", "--role", "clerk"}, "Fichte 1\n");
-    EXPECT_EQ(r.code, 0) << r.err.toStdString();
+    EXPECT_EQ(r.status, 0) << r.err.toStdString();
     r = office({"user", "add", "anna", "--role", "chef"}, "x\n");
-    EXPECT_EQ(r.code, 2);
+    EXPECT_EQ(r.status, 2);
     r = office({"user", "add", "anna", "--role", "clerk"});
-    EXPECT_EQ(r.code, 1);
-    EXPECT_EQ(office({"frobnicate"}).code, 2);
-    EXPECT_EQ(office({"import"}).code, 2);
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(office({"frobnicate"}).status, 2);
+    EXPECT_EQ(office({"import"}).status, 2);
 }
 
 // "serve" in the background: its address read from its first line.
@@ -138,9 +132,9 @@ QJsonDocument json(const httplib::Result& r)
 // The inbox "serve" takes is the FTP test's; here the API's answers and refusals.
 TEST_F(OfficeProgramTest, ServeAnswersTheApi)
 {
-    ASSERT_EQ(office({"user", "add", "clerk", "--role", "clerk"}, "geheim\n").code, 0);
-    ASSERT_EQ(office({"user", "add", "leser", "--role", "reader"}, "lesen\n").code, 0);
-    ASSERT_EQ(office({"import", file("HIEB01.DAT", deviceFile("export_all_pairs.dat"))}).code, 0);
+    ASSERT_EQ(office({"user", "add", "clerk", "--role", "clerk"}, "geheim\n").status, 0);
+    ASSERT_EQ(office({"user", "add", "leser", "--role", "reader"}, "lesen\n").status, 0);
+    ASSERT_EQ(office({"import", file("HIEB01.DAT", deviceFile("export_all_pairs.dat"))}).status, 0);
     Server server(dir.path(), dir.filePath("inbox"));
     ASSERT_GT(server.port, 0);
     httplib::Client http("127.0.0.1", server.port);
@@ -186,8 +180,8 @@ TEST_F(OfficeProgramTest, ServeAnswersTheApi)
 // without the session's token, an uploaded name reduced to its last part, totals across lists.
 TEST_F(OfficeProgramTest, PagesKeepTheirSessionAndFormTokens)
 {
-    ASSERT_EQ(office({"user", "add", "clerk", "--role", "clerk"}, "geheim\n").code, 0);
-    ASSERT_EQ(office({"import", file("A.DAT", deviceFile("export_all_pairs.dat"))}).code, 0);
+    ASSERT_EQ(office({"user", "add", "clerk", "--role", "clerk"}, "geheim\n").status, 0);
+    ASSERT_EQ(office({"import", file("A.DAT", deviceFile("export_all_pairs.dat"))}).status, 0);
     Server server(dir.path(), dir.filePath("inbox"));
     ASSERT_GT(server.port, 0);
     httplib::Client http("127.0.0.1", server.port);
@@ -270,8 +264,8 @@ TEST_F(OfficeProgramTest, AKillAnywhereInTheInboxLosesNothing)
         p.kill();
         p.waitForFinished();
     }
-    const Outcome last = office({"inbox", inbox});
-    EXPECT_EQ(last.code, 0) << last.err.toStdString();
+    const ToolRun last = office({"inbox", inbox});
+    EXPECT_EQ(last.status, 0) << last.err.toStdString();
     EXPECT_EQ(office({"lists"}).out.count(u'\n'), files);
     EXPECT_EQ(QDir(inbox).entryList(QDir::Files).size(), 0);
     QStringList done = QDir(inbox + "/done").entryList(QDir::Files);
@@ -310,7 +304,7 @@ TEST_F(OfficeProgramTest, ListsSentByFtpAppearInTheOffice)
     for (const char* name : {"HIEB01", "HIEB02"})
         ASSERT_EQ(failure(tool(device.path(), {"mark", name})), "");
 
-    ASSERT_EQ(office({"user", "add", "leser", "--role", "reader"}, "lesen\n").code, 0);
+    ASSERT_EQ(office({"user", "add", "leser", "--role", "reader"}, "lesen\n").status, 0);
     Server server(dir.path(), inbox);
     ASSERT_GT(server.port, 0);
     const ToolRun sent = tool(device.path(), {"send"});

@@ -85,11 +85,6 @@ QString marks(const QString& file)
         .join(u' ');
 }
 
-QString canonical(const QString& path)
-{
-    return QFileInfo(path).canonicalFilePath();
-}
-
 // Built once per test program: the demo device with the list HIEB01 of 1500 trees marked for
 // transfer, backups on the storage card with the manual backup 0001_Manu.cdb, then one tree
 // more; and the files a working medium gets from export-lists and export-csv.
@@ -163,12 +158,12 @@ protected:
         if (place == QLatin1StringView("staging")) {
             // Qt writes the staged copy as an unnamed file in the folder ("#<inode>") where the
             // system has them, else under a temporary name beside the target.
-            const QString folder = canonical(host(QStringLiteral("Brovant")));
+            const QString folder = QFileInfo(host(QStringLiteral("Brovant"))).canonicalFilePath();
             return folder + QStringLiteral("/Brovant.cdb.restore:") + folder + QStringLiteral("/#");
         }
         static const QMap<QString, QString> folders = {
             {"card", "Storage Card"}, {"export", "Export"}, {"documents", "My Documents"}};
-        return canonical(host(folders.value(place)));
+        return QFileInfo(host(folders.value(place))).canonicalFilePath();
     }
 
     // The tool with the failing medium preloaded; an empty fault leaves every call alone.
@@ -202,18 +197,13 @@ protected:
 
     QByteArray faultLog() const { return readAll(m_log.filePath(QStringLiteral("faults"))); }
 
-    static std::unique_ptr<TempRoot> s_device;
-    static std::string s_setupError;
-    static QByteArray s_listFile;
-    static QByteArray s_csvFile;
+    static inline std::unique_ptr<TempRoot> s_device;
+    static inline std::string s_setupError;
+    static inline QByteArray s_listFile;
+    static inline QByteArray s_csvFile;
     std::unique_ptr<TempRoot> m_root;
     QTemporaryDir m_log;
 };
-
-std::unique_ptr<TempRoot> FaultInjection::s_device;
-std::string FaultInjection::s_setupError;
-QByteArray FaultInjection::s_listFile;
-QByteArray FaultInjection::s_csvFile;
 
 TEST_P(FaultInjection, EndsWithItsMessageLosesNothingAndRetries)
 {

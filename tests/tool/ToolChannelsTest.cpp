@@ -30,6 +30,20 @@ QByteArray officeList(const QByteArray& number, const QByteArray& records,
            + officeHeader(number, structure) + records;
 }
 
+// The device at root set to transfer in `mode` (3 is FTP) with the server's lists in "data" and
+// the configuration in "conf".
+void useFtp(const QString& root, const FtpTestServer& server, int mode)
+{
+    DeviceSession session(root);
+    SettingsStore& store = session.store();
+    store.writeInt(Setting::DueMode, 0, mode);
+    store.writeText(Setting::FtpServer, 0, server.address());
+    store.writeText(Setting::FtpName, 0, kFtpUser);
+    store.writeText(Setting::FtpPassword, 0, kFtpPassword);
+    store.writeText(Setting::FtpDirectory, 0, QStringLiteral("data"));
+    store.writeText(Setting::FtpDirectory2, 0, QStringLiteral("conf"));
+}
+
 // A device with the demo configuration, the list HIEB01 with two trees and the empty list LEER.
 class ToolChannels : public ::testing::Test {
 protected:
@@ -60,26 +74,12 @@ protected:
     {
         DeviceSession(root.path()).store().writeInt(id, 0, value);
     }
-    void setting(Setting id, const QString& value)
-    {
-        DeviceSession(root.path()).store().writeText(id, 0, value);
-    }
 
     void linkCom1(const QString& target)
     {
         ASSERT_TRUE(QDir().mkpath(root.host(QStringLiteral("dev"))));
         QFile::remove(root.host(QStringLiteral("dev/COM1")));
         ASSERT_TRUE(QFile::link(target, root.host(QStringLiteral("dev/COM1"))));
-    }
-
-    void useFtp(const FtpTestServer& server)
-    {
-        setting(Setting::DueMode, 3);
-        setting(Setting::FtpServer, server.address());
-        setting(Setting::FtpName, kFtpUser);
-        setting(Setting::FtpPassword, kFtpPassword);
-        setting(Setting::FtpDirectory, QStringLiteral("data"));
-        setting(Setting::FtpDirectory2, QStringLiteral("conf"));
     }
 
     TempRoot root;
@@ -188,7 +188,8 @@ TEST_F(ToolChannels, FailedTransfersChangeNoList)
          noPort + QStringLiteral("keine Verknüpfung dev/COM1\n")},
         {"dev/COM1 points nowhere", "send", [&] { linkCom1(root.host(QStringLiteral("ttyNONE"))); },
          noPort + QStringLiteral("open: No such file or directory\n")},
-        {"FTP server gone", "send", [&] { useFtp(gone); }, QStringLiteral("Fehler!\nFehler:7\n")},
+        {"FTP server gone", "send", [&] { useFtp(root.path(), gone, 3); },
+         QStringLiteral("Fehler!\nFehler:7\n")},
     };
     ASSERT_EQ(run({"mark", "HIEB01"}).status, 0);
     for (const auto& c : cases) {
@@ -236,15 +237,7 @@ TEST(ToolFetchConfig, FetchesByFtpAndLoadsTheConfiguration)
             ASSERT_TRUE(file.open(QIODevice::WriteOnly));
             file.write(configuration);
         }
-        {
-            DeviceSession session(root.path());
-            SettingsStore& store = session.store();
-            store.writeInt(Setting::DueMode, 0, c.mode);
-            store.writeText(Setting::FtpServer, 0, server.address());
-            store.writeText(Setting::FtpName, 0, kFtpUser);
-            store.writeText(Setting::FtpPassword, 0, kFtpPassword);
-            store.writeText(Setting::FtpDirectory2, 0, QStringLiteral("conf"));
-        }
+        useFtp(root.path(), server, c.mode);
 
         const ToolRun r = tool(root.path(), {"fetch-config"});
         EXPECT_EQ(r.status, c.status) << r.err.toStdString();
