@@ -1,11 +1,16 @@
-#include "AppLogicFixture.h"
-
-#include "workflow/CableSettingsLogic.h"
 #include "workflow/CommunicationSettingsLogic.h"
+#include "AppLogicFixture.h"
+#include "OfficeChannel.h"
+#include "masterdata/ConfigImport.h"
+#include "workflow/AppState.h"
+#include "workflow/CableSettingsLogic.h"
+#include "workflow/ConfigurationLogic.h"
+#include "workflow/SettingsLogic.h"
 
 #include <functional>
 #include <map>
 #include <optional>
+#include <vector>
 
 namespace brovant {
 namespace {
@@ -229,6 +234,295 @@ TEST(CommunicationSettings, ModemEntriesAndPrintFoldersOffered)
         const QStringList offered =
             CommunicationSettingsLogic::printFolders(d.session->root(), c.text(0));
         EXPECT_EQ(offered.join(u' '), c.text(1)) << c.where().constData();
+    }
+}
+
+class SettingsLogicTest : public ::testing::Test, protected test::OpenDevice {
+protected:
+    SettingsLogicTest()
+    {
+        QFile sample(QStringLiteral(BROVANT_SOURCE_DIR "/demo/passive.dtr"));
+        EXPECT_TRUE(sample.open(QIODevice::ReadOnly));
+        config = sample.readAll();
+        root.writeFile(QStringLiteral("Brovant/passive.dtr"), config);
+        ConfigImport(session.root(), session.database(), session.store(), dialogs, nullptr).run();
+        test::ListBuilder(session.database())
+            .row(schema::Kopfdaten, {{u"ID_FILE", 1}, {u"LISTE_NR", "12345678"}});
+        session.store().writeInt(Setting::PrinterType, 0, 2);
+        dialogs.clear();
+    }
+    int rows(const TableDescriptor& table)
+    {
+        auto q = session.database().query(
+            QStringLiteral("SELECT COUNT(*) FROM %1").arg(QLatin1StringView(table.name)));
+        return q.next() ? int(q.integer(0)) : -1;
+    }
+
+    test::Recorder host;
+    SettingsLogic logic{session, state, dialogs};
+    QByteArray config;
+};
+
+// Only "Fortsetzen" and then the right-hand "JA" (No) delete anything.
+TEST_F(SettingsLogicTest, DeleteAllNeedsBothAnswersExactly)
+{
+    // The two answers and whether they delete, one pair a line of data/delete_all.txt.
+    for (const test::Case& c : test::readCases("workflow/data/delete_all.txt")) {
+        SCOPED_TRACE(c.where().constData());
+        const bool deletes = c.text(1) == u"yes";
+        dialogs.clear();
+        test::answerNext(dialogs, c.text(0));
+        EXPECT_EQ(logic.deleteAll(host), deletes);
+        EXPECT_EQ(rows(schema::Kopfdaten), deletes ? 0 : 1);
+        EXPECT_EQ(session.store().readInt(Setting::PrinterType), deletes ? 5 : 2);
+    }
+    const auto& asked = dialogs.messages();
+    ASSERT_GE(asked.size(), 2u);
+    EXPECT_EQ(asked[0].lines,
+              (QStringList{"Beim Initialisieren der Daten-", "bank werden alle gespeicher-",
+                           "ten Holzdaten gelöscht!"}));
+    EXPECT_EQ(asked[0].captions, (QStringList{"Fortsetzen", "Abbrechen"}));
+    EXPECT_EQ(asked[1].lines,
+              (QStringList{"Wollen Sie wirklich alle Holz-", "daten löschen?", ""}));
+    EXPECT_EQ(asked[1].captions, (QStringList{"NEIN", "JA"}));
+    // The staged configuration was imported again, the structure record kept.
+    EXPECT_TRUE(session.configurationLoaded());
+    EXPECT_GT(rows(schema::Einstellungen), 0);
+    EXPECT_EQ(rows(schema::Struktur), 1);
+    EXPECT_EQ(state.tables.species[0], QStringLiteral("FI "));
+}
+
+// Without "Ja", a transfer or a file nothing changes; else the first file received is staged
+// and imported. The office here cannot answer a configuration fetch.
+TEST_F(SettingsLogicTest, ReloadTakesTheFirstReceivedFile)
+{
+    test::OfficeChannel office(&session.root());
+    dialogs.answerNext(Answer::No);
+    EXPECT_FALSE(logic.reloadConfiguration(office, host));
+    EXPECT_EQ(office.receives, 0);
+    // FTP mode fetches; a failed transfer leaves what lies in "\Import".
+    session.store().writeInt(Setting::DueMode, 0, 3);
+    root.writeFile(QStringLiteral("Import/x.dat"), "TD0STAMM300.DAT\r\n");
+    dialogs.answerNext(Answer::Yes);
+    EXPECT_FALSE(logic.reloadConfiguration(office, host));
+    EXPECT_EQ(office.receives, 0);
+    EXPECT_EQ(root.readFile(QStringLiteral("Brovant/passive.dtr")), config);
+    // Nothing received: the staged file stays.
+    session.store().writeInt(Setting::DueMode, 0, 1);
+    session.root().removeFile(QStringLiteral("\\Import\\x.dat"));
+    dialogs.answerNext(Answer::Yes);
+    EXPECT_FALSE(logic.reloadConfiguration(office, host));
+    EXPECT_EQ(office.receives, 1);
+    EXPECT_EQ(root.readFile(QStringLiteral("Brovant/passive.dtr")), config);
+    EXPECT_TRUE(session.configurationLoaded());
+
+    const QByteArray newer = "TD0STAMM300.DAT\r\na15XYZ\r\n";
+    office.held = {{"b.dat", "junk"}, {"A.DAT", newer}};
+    dialogs.clear();
+    dialogs.answerNext(Answer::Yes);
+    EXPECT_TRUE(logic.reloadConfiguration(office, host));
+    EXPECT_EQ(office.receives, 2);
+    EXPECT_EQ(root.readFile(QStringLiteral("Brovant/passive.dtr")), newer);
+    EXPECT_TRUE(session.root().find(QStringLiteral("\\Import\\*.*")).isEmpty());
+    EXPECT_EQ(state.tables.species[0], QStringLiteral("XYZ"));
+    EXPECT_EQ(dialogs.asked().first(), QStringLiteral("Wollen Sie die neue|Konfiguration laden?|"));
+}
+
+TEST_F(SettingsLogicTest, BackupOptions)
+{
+    dialogs.answerNext(Answer::No);
+    EXPECT_FALSE(logic.setAutomaticBackup(true));
+    EXPECT_EQ(session.store().readInt(Setting::BackupAuto), 0);
+    dialogs.answerNext(Answer::Yes);
+    EXPECT_TRUE(logic.setAutomaticBackup(true));
+    EXPECT_EQ(session.store().readInt(Setting::BackupAuto), 1);
+    EXPECT_EQ(dialogs.asked().first(),
+              QStringLiteral("Hiermit werden nur Holzlisten gesichert, für|"
+                             "die Konfiguration muss ein Backup gemacht|"
+                             "werden. Wollen Sie die Listen sichern?"));
+    EXPECT_FALSE(logic.setAutomaticBackup(false));
+    EXPECT_EQ(session.store().readInt(Setting::BackupAuto), 0);
+
+    // A card folder by device kind, one a line of data/card_folders.txt.
+    for (const test::Case& c : test::readCases("workflow/data/card_folders.txt")) {
+        SCOPED_TRACE(c.where().constData());
+        const bool found = c.text(2) != u"-";
+        test::TempRoot other;
+        DeviceSession s(other.path(), Database::Durability::Relaxed);
+        AppState st;
+        st.getac = c.text(0) == u"getac";
+        SettingsLogic l(s, st, dialogs);
+        for (const QString& folder : c.text(1).split(u',', Qt::SkipEmptyParts))
+            other.writeFile(folder + QStringLiteral("/x"), "");
+        dialogs.clear();
+        EXPECT_EQ(l.cardFolder(), found ? c.text(2) : QString());
+        EXPECT_EQ(l.setCardBackup(true), found);
+        EXPECT_EQ(s.store().readInt(Setting::BackupKarte), found ? 1 : 0);
+        EXPECT_EQ(dialogs.asked().isEmpty(), found);
+    }
+}
+
+// A restored backup brings its own master rows and lists: the tables follow it, and a current
+// list it does not hold is forgotten.
+TEST_F(SettingsLogicTest, AfterRestoreTheTablesAndTheCurrentListFollowTheDatabase)
+{
+    for (const int current : {1, 7, -1}) {
+        SCOPED_TRACE(current);
+        state.tables = MasterTables{};
+        state.currentList = current;
+        logic.afterRestore(host);
+        EXPECT_FALSE(state.tables.classes.empty());
+        EXPECT_FALSE(state.tables.tariffs.isEmpty());
+        EXPECT_EQ(state.currentList, current == 1 ? 1 : -1);
+    }
+}
+
+// Where each page's fields live, written out by hand in data/configuration_fields.txt so a slip in
+// the program's table shows.
+struct Field {
+    QString column, section, entry, defaultValue;
+    int width;
+};
+
+std::vector<std::pair<ConfigPage, std::vector<Field>>> pages()
+{
+    const QStringList names = {"CompanyHeader", "Modem", "Ftp"};
+    std::vector<std::pair<ConfigPage, std::vector<Field>>> out;
+    for (const test::Case& c : test::readCases("workflow/data/configuration_fields.txt")) {
+        const auto page = ConfigPage(names.indexOf(c.text(0)));
+        if (out.empty() || out.back().first != page)
+            out.push_back({page, {}});
+        out.back().second.push_back(
+            {c.text(1), c.text(2), c.text(3), c.text(4), c.text(5).toInt()});
+    }
+    return out;
+}
+
+// A value of its own for each field, with every umlaut, longer than its column; what it keeps.
+QString sample(const Field& f, const char* tag)
+{
+    return tag + f.entry + u"äöüÄÖÜß"_s + QString(f.width, u'x');
+}
+QString kept(const Field& f, const char* tag)
+{
+    return sample(f, tag).left(f.width);
+}
+// What the row holds of a value shown: all of it, but nothing of the password, which the registry
+// alone keeps.
+QStringList inRow(const Field& f, const QString& shown)
+{
+    return {f.column == u"FTP_PASSWORD" ? QString() : shown};
+}
+
+// A device whose page logic works on the one configuration row.
+struct ConfigDevice : test::TestDevice {
+    std::unique_ptr<Dataset> row;
+    std::unique_ptr<ConfigurationLogic> logic;
+
+    ConfigDevice() { reopen(); }
+    // A new program run on the same root: registry file and database read back from disk.
+    void reopen()
+    {
+        logic.reset();
+        row.reset();
+        restartAfterCrash();
+        session->openDatabase();
+        row = std::make_unique<Dataset>(session->database(), schema::Konfiguration);
+        logic = std::make_unique<ConfigurationLogic>(session->store(), *row);
+    }
+    QString registry(const Field& f)
+    {
+        return profile().readString(f.section, f.entry, u"<absent>"_s);
+    }
+    // The column's value in every stored row, in stored order.
+    QStringList stored(const QString& column)
+    {
+        QStringList values;
+        for (auto q = session->database().query(
+                 u"SELECT %1 FROM Brov_Konfiguration ORDER BY rowid"_s.arg(column));
+             q.next();)
+            values << q.text(0);
+        return values;
+    }
+    void addRow(const QString& companyLine)
+    {
+        test::ListBuilder(session->database())
+            .row(schema::Konfiguration, {{u"FIRMENKOPF1_A", companyLine}});
+    }
+};
+
+TEST(ConfigurationPage, EmptyRegistryOpensWithDefaultsAndBrokenDatabaseWritesNothing)
+{
+    const auto layout = pages();
+    for (const auto& [page, fields] : layout) {
+        ConfigDevice device;
+        ASSERT_TRUE(device.logic->open(page).ok());
+        const auto expectDefaults = [&] {
+            for (const Field& f : fields) {
+                SCOPED_TRACE(f.column.toStdString());
+                // Only the modem's initialisation string is written back when found empty.
+                EXPECT_EQ(device.registry(f), f.column == "INIT_A" ? u"AT"_s : u"<absent>"_s);
+            }
+        };
+        for (const Field& f : fields) {
+            EXPECT_EQ(device.row->loadText(f.column), f.defaultValue);
+            EXPECT_EQ(device.stored(f.column), inRow(f, f.defaultValue)) << f.column.toStdString();
+        }
+        expectDefaults();
+        for (const Field& f : fields)
+            device.row->setText(f.column, sample(f, "N"));
+        device.session->database().close();
+        const ConfigResult confirmed = device.logic->confirm(page);
+        EXPECT_FALSE(confirmed.ok());
+        EXPECT_FALSE(confirmed.error.isEmpty());
+        EXPECT_FALSE(device.logic->open(page).ok());
+        expectDefaults();
+    }
+    const Field& init = layout[0].second.back();
+    for (const char* found : {"", "ATZ&F"}) {
+        ConfigDevice device;
+        device.profile().writeString(init.section, init.entry, found);
+        ASSERT_TRUE(device.logic->open(ConfigPage::Modem).ok());
+        EXPECT_EQ(device.row->loadText(u"INIT_A"), *found ? found : "AT");
+        EXPECT_EQ(device.registry(init), *found ? found : "AT");
+    }
+}
+
+// One device through all pages; each confirm leaves the other pages' values alone.
+TEST(ConfigurationPage, OpenShowsTheRegistryAndConfirmWritesRowAndRegistry)
+{
+    const auto layout = pages();
+    ConfigDevice device;
+    device.addRow(u"alte Zeile"_s);
+    device.addRow(u"zweite Zeile"_s);
+    for (size_t p = 0; p < layout.size(); ++p) {
+        const auto& [page, fields] = layout[p];
+        for (const Field& f : fields)
+            device.profile().writeString(f.section, f.entry, sample(f, "R"));
+        ASSERT_TRUE(device.logic->open(page).ok());
+        for (const Field& f : fields) {
+            SCOPED_TRACE(f.column.toStdString());
+            EXPECT_EQ(device.row->loadText(f.column), kept(f, "R"));
+            EXPECT_EQ(device.stored(f.column), inRow(f, kept(f, "R")));
+            device.row->setText(f.column, sample(f, "N"));
+        }
+        // A row that appeared meanwhile must not survive next to the confirmed one.
+        device.addRow(u"fremd"_s);
+        ASSERT_TRUE(device.logic->confirm(page).ok());
+        device.reopen();
+        for (size_t other = 0; other < layout.size(); ++other) {
+            for (const Field& f : layout[other].second) {
+                SCOPED_TRACE(f.column.toStdString());
+                EXPECT_EQ(device.registry(f), other <= p ? kept(f, "N") : u"<absent>"_s);
+                if (other <= p) {
+                    EXPECT_EQ(device.stored(f.column), inRow(f, kept(f, "N")));
+                }
+            }
+        }
+        // The first row is the one kept.
+        if (page != ConfigPage::CompanyHeader) {
+            EXPECT_EQ(device.stored(u"FIRMENKOPF1_A"_s), QStringList{u"alte Zeile"_s});
+        }
     }
 }
 
