@@ -362,42 +362,20 @@ TEST_F(Tool, ReportWritesEachReportAndRefusesBadCalls)
 {
     ASSERT_EQ(demoDevice(root.path(), {"HIEB01"}, {"--factor", "90"}), "");
     ASSERT_EQ(newList(root.path(), "LEER"), "");
-    for (const QStringList& tree :
-         {QStringList{"--bhd", "25", "--species", "FI", "--tarif", "FI01"},
-          QStringList{"--bhd", "31", "--stk", "2", "--species", "FI", "--tarif", "FI01"},
-          QStringList{"--bhd", "40", "--species", "BU", "--tarif", "BU01"},
-          QStringList{"--bhd", "22", "--stk", "3", "--species", "KI", "--tarif", "KI01"}})
-        ASSERT_EQ(run(QStringList{"tally", "HIEB01"} + tree).status, 0);
-    const struct {
+    root.writeFile(QStringLiteral("trees.txt"), "--bhd 25 --species FI --tarif FI01\n"
+                                                "--bhd 31 --stk 2 --species FI --tarif FI01\n"
+                                                "--bhd 40 --species BU --tarif BU01\n"
+                                                "--bhd 22 --stk 3 --species KI --tarif KI01\n");
+    ASSERT_EQ(failure(run({"tally", "HIEB01", "--trees", file("trees.txt")})), "");
+    for (const Case& c : readCases(QStringLiteral("tool/data/reports.txt"))) {
+        SCOPED_TRACE(c.where().toStdString());
         QStringList args;
-        const char* file;
-        const char* out;
-        const char* text;
-    } cases[] = {
-        // Its numbers are the totals screen's: ReportContentTest and ReportPdfTest.
-        {{"report", "HIEB01", "--listing"},
-         "l.pdf",
-         "l.pdf: 2 Seiten, 65 Zeilen je Seite\n",
-         "Holzliste nach Holzart und Stufe"},
-        {{"report", "HIEB01", "--classes"},
-         "c.pdf",
-         "c.pdf: 1 Seite, 65 Zeilen je Seite\n",
-         "Stufentabelle"},
-        // The list name is matched without its padding; the test page needs no list.
-        {{"report", "HIEB01  ", "--classes"},
-         "c2.pdf",
-         "c2.pdf: 1 Seite, 65 Zeilen je Seite\n",
-         "38 Stufen laut Stammdaten"},
-        {{"report", "--test-page"},
-         "t.pdf",
-         "t.pdf: 1 Seite, 65 Zeilen je Seite\n",
-         "Drucker-Testseite"},
-    };
-    for (const auto& c : cases) {
-        const ToolRun r = run(c.args + QStringList{file(c.file)});
+        for (qsizetype i = 3; i < c.fields.size(); ++i)
+            args << c.text(i);
+        const ToolRun r = run(args << file(c.fields[0].constData()));
         EXPECT_EQ(r.status, 0) << r.err.toStdString();
-        EXPECT_EQ(r.out, QString::fromLatin1(c.out));
-        EXPECT_TRUE(pdfText(file(c.file)).contains(QString::fromUtf8(c.text))) << c.file;
+        EXPECT_EQ(r.out, c.text(1));
+        EXPECT_TRUE(pdfText(file(c.fields[0].constData())).contains(c.text(2)));
     }
     expectCommands("report_refusals.txt");
     EXPECT_FALSE(QFile::exists(QStringLiteral("x.pdf")));
