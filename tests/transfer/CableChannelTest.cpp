@@ -33,26 +33,6 @@ const QByteArray kFileB = headerLine("B       .DAT")
                             "10B0002001\xC4I 051\r\n10A0002002FI 028\r\n10A0002003FI 030\r\n"
                             "712REVIER1 FI 12\r\n";
 
-QStringList payloadsOf(const QList<QByteArray>& written)
-{
-    QStringList payloads;
-    for (const QByteArray& bytes : written) {
-        if (bytes.startsWith("\x16\x16\x01"))
-            payloads << QString::fromLatin1(takeApart(bytes).payload);
-    }
-    return payloads;
-}
-
-QByteArray digitsOf(const QList<QByteArray>& written)
-{
-    QByteArray digits;
-    for (const QByteArray& bytes : written) {
-        if (bytes.startsWith("\x16\x16\x01"))
-            digits += bytes[6];
-    }
-    return digits;
-}
-
 // A device with a line to the test: the fixture's, or one of its own for a case of a table.
 struct Device {
     Device()
@@ -134,8 +114,16 @@ TEST_F(CableChannelTest, SendsEveryExportFileLineByLineThenEot)
     EXPECT_EQ(openedPorts, QList<int>{4});
     const QStringList lines =
         QString::fromLatin1(kFileA + kFileB).split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
-    EXPECT_EQ(payloadsOf(line.written()), lines);
-    EXPECT_EQ(digitsOf(line.written()), "12345678901");
+    QStringList payloads;
+    QByteArray digits;
+    for (const QByteArray& bytes : line.written()) {
+        if (bytes.startsWith("\x16\x16\x01")) {
+            payloads << QString::fromLatin1(takeApart(bytes).payload);
+            digits += bytes[6];
+        }
+    }
+    EXPECT_EQ(payloads, lines);
+    EXPECT_EQ(digits, "12345678901");
     EXPECT_EQ(line.written().last(), QByteArray(1, kEot));
     EXPECT_EQ(cable.summary().lines, 11u);
     EXPECT_TRUE(dialogs.asked().isEmpty());
