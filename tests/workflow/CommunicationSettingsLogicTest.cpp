@@ -437,12 +437,8 @@ struct ConfigDevice : test::TestDevice {
     // The column's value in every stored row, in stored order.
     QStringList stored(const QString& column)
     {
-        QStringList values;
-        for (auto q = session->database().query(
-                 u"SELECT %1 FROM Brov_Konfiguration ORDER BY rowid"_s.arg(column));
-             q.next();)
-            values << q.text(0);
-        return values;
+        return test::joinedRows(session->database(),
+                                u"SELECT %1 FROM Brov_Konfiguration ORDER BY rowid"_s.arg(column));
     }
     void addRow(const QString& companyLine)
     {
