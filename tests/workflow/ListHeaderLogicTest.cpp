@@ -1,5 +1,10 @@
 #include "workflow/ListHeaderLogic.h"
 #include "AppLogicFixture.h"
+#include "OfficeChannel.h"
+#include "transfer/ListFileExport.h"
+#include "workflow/ListSelectionLogic.h"
+
+#include <map>
 
 namespace brovant {
 
@@ -375,6 +380,472 @@ TEST(ListHeader, LabelsFlagsChoicesAndRegionsComeFromTheConfiguration)
     for (int field = 1; field <= ListHeaderLogic::kFreeFields; ++field)
         EXPECT_EQ(ListHeaderLogic::mandatory(store, field), field == 1 || field == 2 || field == 12)
             << field;
+}
+
+// The list selection screen's logic on a real database: the rows and their texts, marking,
+// deleting with its two questions, the model list in both forms, the checks before tally, totals,
+// printouts and sending, an empty table on which every per-list button does nothing, and "Send"
+// and "Receive" over a channel that delivers or fails as told.
+using Target = ListSelectionLogic::Target;
+using Transfer = ListSelectionLogic::Transfer;
+
+struct ListSpec {
+    int id;
+    const char* name;
+    int mark = 0;
+    int exported = 0;
+    int trees = 0;
+    int regions = 0;
+};
+
+class ListSelection : public ::testing::Test, protected test::OpenDevice {
+protected:
+    ListSelection()
+    {
+        session.store().writeText(Setting::KopfLabel, 0, QStringLiteral("Zusatz:             "));
+    }
+
+    void addList(const ListSpec& list)
+    {
+        test::ListBuilder rows(db());
+        rows.list(list.id, QString::fromUtf8(list.name), 95,
+                  {{u"ZUSATZ_A", QStringLiteral("Zusatz %1").arg(list.id)},
+                   {u"DATUM_A", "01.04.2026"},
+                   {u"REGION_A", QStringLiteral("WR%1").arg(list.id)},
+                   {u"KOPF1_A", QStringLiteral("K1-%1").arg(list.id)},
+                   {u"KOPF16_A", QStringLiteral("K16-%1").arg(list.id)},
+                   {u"DUE_MARK", list.mark},
+                   {u"EXPORTED_N_NI", list.exported},
+                   {u"STRUKTUR", "T00300"}});
+        for (int t = 0; t < list.trees; ++t)
+            rows.row(schema::Holzdaten,
+                     {{u"ID", list.id * 100 + t}, {u"ID_FILE", list.id}, {u"BAUMART", "FI "}});
+        for (int r = 0; r < list.regions; ++r)
+            rows.row(schema::Region, {{u"ID", list.id * 100 + r},
+                                      {u"ID_FILE", list.id},
+                                      {u"REGION_A", QStringLiteral("WR%1").arg(list.id)},
+                                      {u"BAUMART", QStringLiteral("B%1").arg(r)},
+                                      {u"TARIF", QStringLiteral("T%1").arg(r)}});
+    }
+    int count(const QString& sql, std::int64_t value = 0)
+    {
+        auto q = db().query(sql);
+        if (sql.contains(u'?'))
+            q.bind(1, value);
+        return q.next() ? int(q.integer(0)) : -1;
+    }
+    int treesOf(int id)
+    {
+        return count("SELECT COUNT(*) FROM Brov_Holzdaten WHERE ID_FILE = ?", id);
+    }
+    int regionsOf(int id)
+    {
+        return count("SELECT COUNT(*) FROM Brov_Region WHERE ID_FILE = ?", id);
+    }
+    int headers() { return count("SELECT COUNT(*) FROM Brov_Kopfdaten"); }
+    QStringList names()
+    {
+        QStringList out;
+        for (const auto& row : ListSelectionLogic::readRows(db()))
+            out << row.listNo;
+        return out;
+    }
+    QStringList marks()
+    {
+        QStringList out;
+        for (const auto& row : ListSelectionLogic::readRows(db()))
+            out << row.mark;
+        return out;
+    }
+    // The header of a list as "FIELD=value" for the fields given.
+    QStringList header(int id, const QStringList& fields)
+    {
+        Dataset heads(db(), schema::Kopfdaten);
+        heads.reset(Filter::byList(id));
+        QStringList out;
+        for (const QString& f : fields)
+            out << f + u'=' + heads.loadText(f);
+        return out;
+    }
+    void select(int row)
+    {
+        logic.build();
+        logic.setSelectedRow(row);
+    }
+
+    ManualClock clock{QDateTime(QDate(2026, 5, 4), QTime(7, 30, 0))};
+    test::Recorder host;
+    ListSelectionLogic logic{session.root(), db(), session.store(), state, dialogs, clock, &host};
+};
+
+TEST_F(ListSelection, RowsInTableOrderWithTheirColumnTexts)
+{
+    for (const ListSpec& list : {ListSpec{7, "NEU", 0, 0}, ListSpec{3, "MARKED", 1, 0},
+                                 ListSpec{9, "TWICE", 1, 2}, ListSpec{1, "SENT", 0, 3}})
+        addList(list);
+    // A list written by another program, with empty numbers and an over-long addition.
+    auto raw =
+        db().query("INSERT INTO Brov_Kopfdaten (ID_FILE, LISTE_NR, ZUSATZ_A) VALUES (?, ?, ?)");
+    raw.bind(1, std::int64_t(4)).bind(2, QStringLiteral("RAW")).bind(3, QString(50, u'x'));
+    ASSERT_TRUE(raw.run());
+
+    QStringList shown;
+    for (const auto& row : ListSelectionLogic::readRows(db()))
+        shown << QStringLiteral("%1|%2|%3|%4")
+                     .arg(row.idFile)
+                     .arg(row.listNo, row.mark, row.addition);
+    EXPECT_EQ(shown, (QStringList{"7|NEU     |   0|Zusatz 7", "3|MARKED  |A0|Zusatz 3",
+                                  "9|TWICE   |A2|Zusatz 9", "1|SENT    |   3|Zusatz 1",
+                                  "4|RAW     |   0|" + QString(40, u'x')}));
+    logic.build();
+    EXPECT_EQ(logic.heading(), QStringLiteral("Zusatz"));
+}
+
+TEST_F(ListSelection, HeadingFromTheFirstHeaderLabel)
+{
+    const std::pair<const char*, const char*> cases[] = {
+        {"Zusatz:", "Zusatz"}, {"Zusatz: xy", "Zusatz"}, {"Bem", "Bem"},
+        {"Nr.::", "Nr.:"},     {" Zusatz", ""},          {"", ""},
+    };
+    for (const auto& [label, heading] : cases)
+        EXPECT_EQ(ListSelectionLogic::headingFromLabel(QString::fromUtf8(label)),
+                  QString::fromUtf8(heading))
+            << label;
+}
+
+TEST_F(ListSelection, TheCurrentListsRowIsSelected)
+{
+    for (int id : {5, 3, 9})
+        addList({id, "L"});
+    for (const auto& [current, selected] :
+         {std::pair(-1, 0), std::pair(5, 0), std::pair(3, 1), std::pair(9, 2), std::pair(42, -1)}) {
+        state.currentList = current;
+        logic.build();
+        EXPECT_EQ(logic.selectedRow(), selected) << current;
+    }
+    // Selecting follows the table's order, not the list numbers; no highlight means record 0.
+    for (const auto& [row, id] : {std::pair(1, 3), std::pair(2, 9), std::pair(-1, 5)}) {
+        logic.setSelectedRow(row);
+        ASSERT_TRUE(logic.selectRow());
+        EXPECT_EQ(state.currentList, id) << row;
+    }
+    logic.setSelectedRow(3);
+    EXPECT_FALSE(logic.selectRow());
+    EXPECT_EQ(state.currentList, 5);
+}
+
+TEST_F(ListSelection, MarkAndUnmarkRewriteTheColumn)
+{
+    addList({1, "A"});
+    addList({2, "B", 0, 2});
+    const struct {
+        int row;
+        const char* text;
+        int stored;
+    } steps[] = {
+        {0, "A0", 1}, {0, "   0", 0}, {1, "A2", 1}, {0, "A0", 1}, {1, "   2", 0},
+    };
+    logic.build();
+    for (const auto& s : steps) {
+        logic.setSelectedRow(s.row);
+        EXPECT_EQ(logic.toggleMark(), QString::fromUtf8(s.text));
+        EXPECT_EQ(logic.rows()[size_t(s.row)].mark, QString::fromUtf8(s.text));
+        EXPECT_EQ(state.currentList, s.row + 1);
+        EXPECT_EQ(count("SELECT DUE_MARK FROM Brov_Kopfdaten WHERE ID_FILE = ?", s.row + 1),
+                  s.stored);
+    }
+    EXPECT_EQ(marks(), (QStringList{"A0", "   2"}));
+    EXPECT_TRUE(dialogs.asked().isEmpty());
+}
+
+TEST_F(ListSelection, DeleteOnlyAfterBothQuestions)
+{
+    const QString first = QStringLiteral("Soll die angewählte Liste|wirklich gelöscht werden?|");
+    const QString second =
+        QStringLiteral("Alle Daten der Liste|gehen verloren!|Liste wirklich löschen?");
+    const struct {
+        std::vector<Answer> answers;
+        QStringList asked;
+        bool deleted;
+    } cases[] = {
+        {{Answer::No}, {first}, false},
+        {{Answer::Yes, Answer::No}, {first, second}, false},
+        {{Answer::Yes, Answer::Yes}, {first, second}, true},
+    };
+    addList({1, "EINS", 0, 0, 2, 1});
+    addList({2, "ZWEI", 0, 0, 3, 2});
+    addList({3, "DREI", 0, 0, 1, 1});
+    for (const auto& c : cases) {
+        dialogs.clear();
+        host.events.clear();
+        for (const Answer a : c.answers)
+            dialogs.answerNext(a);
+        select(1);
+        EXPECT_EQ(logic.deleteSelected(), c.deleted);
+        EXPECT_EQ(dialogs.asked(), c.asked);
+        EXPECT_EQ(headers(), c.deleted ? 2 : 3);
+        EXPECT_EQ(treesOf(2), c.deleted ? 0 : 3);
+        EXPECT_EQ(regionsOf(2), c.deleted ? 0 : 2);
+    }
+    EXPECT_EQ(names(), (QStringList{"EINS    ", "DREI    "}));
+    EXPECT_EQ(treesOf(1) + treesOf(3), 3);
+    EXPECT_EQ(regionsOf(1) + regionsOf(3), 2);
+    EXPECT_EQ(logic.rows().size(), 2u);
+    EXPECT_EQ(logic.selectedRow(), 0);
+    EXPECT_EQ(host.events, (QStringList{"host cursor 1", "host cursor 0"}));
+
+    // A statement that fails halfway leaves the whole list as it was.
+    ASSERT_TRUE(db().exec(QStringLiteral("DROP TABLE Brov_Region")));
+    dialogs.answerNext(Answer::Yes);
+    dialogs.answerNext(Answer::Yes);
+    select(0);
+    EXPECT_FALSE(logic.deleteSelected());
+    EXPECT_EQ(headers(), 2);
+    EXPECT_EQ(treesOf(1), 2);
+    EXPECT_EQ(dialogs.asked().last(), QStringLiteral("Liste nicht gelöscht!||"));
+}
+
+TEST_F(ListSelection, AnEmptyTableMakesEveryListButtonDoNothing)
+{
+    addList({1, "LETZTE", 1, 0, 1, 1});
+    dialogs.answerNext(Answer::Yes);
+    dialogs.answerNext(Answer::Yes);
+    select(0);
+    ASSERT_TRUE(logic.deleteSelected());
+    EXPECT_TRUE(logic.rows().empty());
+    EXPECT_EQ(logic.selectedRow(), 0);
+
+    using Open = Target (ListSelectionLogic::*)();
+    const Open opens[] = {&ListSelectionLogic::openTally,  &ListSelectionLogic::openInfo,
+                          &ListSelectionLogic::openRegion, &ListSelectionLogic::openTotals,
+                          &ListSelectionLogic::printTally, &ListSelectionLogic::printAssortment};
+    for (int rebuilt = 0; rebuilt < 2; ++rebuilt) {
+        // Straight after the deletion, and on a fresh showing without a current list.
+        if (rebuilt) {
+            state.currentList = -1;
+            logic.build();
+        }
+        dialogs.clear();
+        dialogs.setFallback(Answer::Yes, Answer::First);
+        const int before = state.currentList;
+        for (const Open open : opens)
+            EXPECT_EQ((logic.*open)(), Target::None);
+        EXPECT_FALSE(logic.toggleMark().has_value());
+        EXPECT_FALSE(logic.deleteSelected());
+        EXPECT_FALSE(logic.buildModel());
+        EXPECT_TRUE(dialogs.messages().empty()) << rebuilt;
+        EXPECT_EQ(state.currentList, before);
+        EXPECT_EQ(headers(), 0);
+    }
+    // "Neu" works on no list and still opens the header screen.
+    state.currentList = 1;
+    EXPECT_EQ(logic.newList(), Target::ListHeader);
+    EXPECT_EQ(state.currentList, -1);
+}
+
+// Each key makes the selected list current and opens its screen once its check passes; the model
+// list is only warned about.
+TEST_F(ListSelection, EachKeyOpensItsScreenAfterItsCheck)
+{
+    addList({1, "LEER"});
+    addList({2, "VOLL", 0, 0, 3});
+    addList({3, "MODELL"});
+    using Action = Target (ListSelectionLogic::*)();
+    const std::map<QString, Action> actions = {
+        {"tally", &ListSelectionLogic::openTally},
+        {"totals", &ListSelectionLogic::openTotals},
+        {"print tally", &ListSelectionLogic::printTally},
+        {"print assortment", &ListSelectionLogic::printAssortment},
+        {"info", &ListSelectionLogic::openInfo},
+        {"region", &ListSelectionLogic::openRegion},
+    };
+    const QStringList targets = {"None",   "ListHeader", "ListInfo",      "Tally",
+                                 "Totals", "Region",     "TallyPrintout", "AssortmentPrintout"};
+    for (const test::Case& c : test::readCases("workflow/data/list_selection_keys.txt")) {
+        SCOPED_TRACE(c.where().constData());
+        dialogs.clear();
+        state.currentList = -1;
+        select(c.text(1).toInt());
+        EXPECT_EQ((logic.*actions.at(c.text(0)))(), Target(targets.indexOf(c.text(2))));
+        EXPECT_EQ(dialogs.asked(), test::messagesIn(c.text(3)));
+        EXPECT_EQ(state.currentList, c.text(1).toInt() + 1);
+    }
+}
+
+TEST_F(ListSelection, ModelListWithTheSelectedListsData)
+{
+    addList({1, "WALD", 1, 2, 4, 3});
+    addList({6, "FELD", 0, 0, 1, 1});
+    dialogs.answerNext(Answer::First); // "Ja"
+    select(0);
+    ASSERT_TRUE(logic.buildModel());
+    ASSERT_EQ(dialogs.messages().size(), 1u);
+    const auto& asked = dialogs.messages()[0];
+    EXPECT_EQ(asked.kind, ScriptedDialogs::Kind::Question);
+    EXPECT_EQ(asked.lines, (QStringList{"Soll die Modell-Liste mit", "den Angaben aus der Liste",
+                                        "vorbelegt werden?"}));
+    EXPECT_EQ(asked.captions, (QStringList{"Ja", "Leer", ""}));
+    // The new number follows the last header's; the header is the selected list's.
+    EXPECT_EQ(names(), (QStringList{"WALD    ", "FELD    ", "MODELL  "}));
+    EXPECT_EQ(state.currentList, 7);
+    EXPECT_EQ(header(7, {"ZUSATZ_A", "REGION_A", "KOPF1_A", "KOPF16_A", "LISTE_NR", "DATUM_A",
+                         "KOR_FAKTOR_N", "DUE_MARK", "EXPORTED_N_NI", "STRUKTUR"}),
+              (QStringList{"ZUSATZ_A=Zusatz 1", "REGION_A=WR1", "KOPF1_A=K1-1", "KOPF16_A=K16-1",
+                           "LISTE_NR=MODELL  ", "DATUM_A=04.05.2026", "KOR_FAKTOR_N=100",
+                           "DUE_MARK=0", "EXPORTED_N_NI=0", "STRUKTUR=T00300"}));
+    // Regions are copied with numbers of their own; trees are not.
+    EXPECT_EQ(regionsOf(1), 3);
+    EXPECT_EQ(treesOf(7), 0);
+    EXPECT_EQ(count("SELECT COUNT(DISTINCT ID) FROM Brov_Region"), 7);
+    EXPECT_EQ(committed("SELECT BAUMART || TARIF || REGION_A FROM "
+                        "Brov_Region WHERE ID_FILE = 7 ORDER BY rowid"),
+              (QStringList{"B0T0WR1", "B1T1WR1", "B2T2WR1"}));
+    // The rebuilt rows select the model list.
+    EXPECT_EQ(logic.selectedRow(), 2);
+    EXPECT_EQ(host.events, (QStringList{"host cursor 1", "host cursor 0"}));
+}
+
+TEST_F(ListSelection, EmptyModelList)
+{
+    addList({4, "WALD", 1, 2, 4, 3});
+    state.currentList = 4;
+    dialogs.answerNext(Answer::Second); // "Leer"
+    select(0);
+    ASSERT_TRUE(logic.buildModel());
+    EXPECT_EQ(names(), (QStringList{"WALD    ", "MODELL  "}));
+    EXPECT_EQ(header(5, {"ZUSATZ_A", "DATUM_A", "REGION_A", "KOR_FAKTOR_N", "KOPF1_A", "STRUKTUR",
+                         "DUE_MARK"}),
+              (QStringList{"ZUSATZ_A=", "DATUM_A=", "REGION_A=", "KOR_FAKTOR_N=100",
+                           "KOPF1_A=", "STRUKTUR=T00300", "DUE_MARK=0"}));
+    EXPECT_EQ(regionsOf(5), 0);
+    EXPECT_EQ(state.currentList, 4);
+}
+
+// The second "Modell" deletes the old model's header and, by the current list number, the
+// selected list's own trees and regions; so only one model list remains, with no regions.
+TEST_F(ListSelection, ModelTwiceLeavesOneModelList)
+{
+    addList({1, "WALD", 0, 0, 4, 3});
+    addList({2, "FELD", 0, 0, 2, 2});
+    dialogs.answerNext(Answer::First);
+    select(0);
+    ASSERT_TRUE(logic.buildModel());
+    EXPECT_EQ(regionsOf(3), 3);
+
+    dialogs.answerNext(Answer::First);
+    select(1);
+    ASSERT_TRUE(logic.buildModel());
+    EXPECT_EQ(names(), (QStringList{"WALD    ", "FELD    ", "MODELL  "}));
+    EXPECT_EQ(state.currentList, 3);
+    EXPECT_EQ(treesOf(2), 0);
+    EXPECT_EQ(regionsOf(2), 0);
+    EXPECT_EQ(regionsOf(3), 3); // the old model's regions stay under the number reused
+    EXPECT_EQ(treesOf(1), 4);
+    EXPECT_EQ(header(3, {"ZUSATZ_A"}), QStringList{"ZUSATZ_A=Zusatz 2"});
+
+    // Closing the question deletes nothing and makes nothing.
+    dialogs.answerNext(Answer::None);
+    select(0);
+    EXPECT_FALSE(logic.buildModel());
+    EXPECT_EQ(headers(), 3);
+    EXPECT_EQ(regionsOf(3), 3);
+    EXPECT_EQ(treesOf(1), 4);
+    // "Modell" on the model list itself does nothing.
+    dialogs.clear();
+    select(2);
+    EXPECT_FALSE(logic.buildModel());
+    EXPECT_TRUE(dialogs.asked().isEmpty());
+    EXPECT_EQ(headers(), 3);
+}
+
+TEST_F(ListSelection, SendMarksTheListsOnlyAfterADelivery)
+{
+    addList({1, "WALD", 1, 0, 2, 1});
+    addList({2, "FELD", 0, 1});
+    addList({3, "MOOR", 1, 2, 1});
+    test::OfficeChannel office(&session.root());
+    ListFileExport files(session.root(), db(), session.store(), dialogs);
+    QStringList written;
+    for (int id : {3, 1})
+        written << QFileInfo(files.filePath(id).replace(u'\\', u'/')).fileName();
+
+    // One send a line of data/list_selection_sends.txt, in order.
+    int sends = 0;
+    for (const test::Case& c : test::readCases("workflow/data/list_selection_sends.txt")) {
+        SCOPED_TRACE(c.where().constData());
+        const Transfer result =
+            Transfer(QStringList{"NotStarted", "Failed", "Done"}.indexOf(c.text(1)));
+        dialogs.clear();
+        office.delivers = c.text(0) == u"yes";
+        select(1);
+        EXPECT_EQ(logic.send(office), result);
+        const bool started = result != Transfer::NotStarted;
+        EXPECT_EQ(office.sends, sends += started);
+        // Only the marked lists' files, written afresh for each try.
+        if (started) {
+            EXPECT_EQ(office.seen, written);
+        }
+        EXPECT_EQ(dialogs.asked(),
+                  started ? QStringList() : QStringList{"Keine Liste für DÜ markiert!||"});
+        EXPECT_EQ(marks().join(u'|'), c.text(2));
+        if (result == Transfer::Done) {
+            EXPECT_EQ(logic.rows()[0].mark, QStringLiteral("   1"));
+        }
+    }
+    EXPECT_EQ(logic.markedCount(), 0);
+}
+
+// A list from before the name check, which no office could file: nothing goes, nothing unmarked.
+TEST_F(ListSelection, AMarkedNameThatCannotTravelStopsTheSend)
+{
+    addList({1, "WALD", 1, 0});
+    addList({2, "AB/3", 1, 0});
+    test::OfficeChannel office(&session.root());
+    EXPECT_EQ(logic.send(office), Transfer::Failed);
+    EXPECT_EQ(office.sends, 0);
+    EXPECT_EQ(dialogs.asked(),
+              QStringList{"Listenname nicht zulässig:|\"AB/3\"|Bitte Liste umbenennen."});
+    EXPECT_EQ(logic.markedCount(), 2);
+}
+
+// What the office delivers becomes lists, only when the channel reports the transfer good.
+TEST_F(ListSelection, ReceiveImportsWhatArrivedAndShowsIt)
+{
+    addList({1, "WALD", 1, 0, 3, 2});
+    addList({2, "FELD", 0, 0, 1});
+    test::OfficeChannel office(&session.root());
+    office.held = {{"NEU.DAT", test::officeList("NEU", 3)},
+                   {"ALT.DAT", test::officeList("ALT", 1)}};
+
+    // A failed transfer imports nothing, whatever lies in "\Import".
+    office.delivers = false;
+    state.currentList = 2;
+    EXPECT_EQ(logic.receive(office), Transfer::Failed);
+    EXPECT_EQ(headers(), 2);
+    EXPECT_TRUE(host.events.isEmpty());
+    EXPECT_EQ(state.currentList, 2);
+
+    office.delivers = true;
+    EXPECT_EQ(logic.receive(office), Transfer::Done);
+    EXPECT_EQ(office.receives, 2);
+    EXPECT_TRUE(dialogs.asked().isEmpty());
+    EXPECT_EQ(names(), (QStringList{"WALD    ", "FELD    ", "ALT     ", "NEU     "}));
+    ASSERT_EQ(logic.rows().size(), 4u);
+    // The last file read is the current list, and its row the selection.
+    EXPECT_EQ(state.currentList, 4);
+    EXPECT_EQ(logic.selectedRow(), 3);
+    EXPECT_EQ(treesOf(3), 1);
+    EXPECT_EQ(treesOf(4), 3);
+    EXPECT_EQ(host.events, (QStringList{"host cursor 1", "host cursor 0"}));
+    EXPECT_TRUE(session.root().find(QStringLiteral("\\Import\\*.*")).isEmpty());
+
+    // Nothing new in "\Import": the rows are read again, the current list stays.
+    office.held.clear();
+    state.currentList = 1;
+    EXPECT_EQ(logic.receive(office), Transfer::Done);
+    EXPECT_EQ(headers(), 4);
+    EXPECT_EQ(state.currentList, 1);
+    EXPECT_EQ(logic.selectedRow(), 0);
 }
 
 } // namespace
