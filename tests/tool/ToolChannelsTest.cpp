@@ -279,10 +279,12 @@ protected:
         device.makeFolder(QStringLiteral("\\Import"));
     }
 
-    CableChannel channel(SerialLine& line)
+    // The device's end of the cable, its line opened anew.
+    CableChannel channel()
     {
+        line = PosixSerialLine::open(pty.end(0), 38400);
         return CableChannel(
-            device, dialogs, clock, [&line](int) { return std::make_unique<LineRef>(line); }, 1);
+            device, dialogs, clock, [this](int) { return std::make_unique<LineRef>(*line); }, 1);
     }
 
     TempRoot root;
@@ -290,6 +292,7 @@ protected:
     ScriptedDialogs dialogs;
     SystemClock clock;
     PtyCable pty; // end 0 the device's, end 1 the tool's
+    std::unique_ptr<SerialLine> line;
 };
 
 TEST_F(OfficeOverPty, DeviceSendsToOfficeReceive)
@@ -303,9 +306,8 @@ TEST_F(OfficeOverPty, DeviceSendsToOfficeReceive)
     office.writeFile(QStringLiteral("4711    .DAT"), "delivered before");
     ToolProcess tool(
         {"office-receive", "--port", pty.end(1), "--out", office.path(), "--timeout", "20"});
-    const std::unique_ptr<SerialLine> line = PosixSerialLine::open(pty.end(0), 38400);
+    CableChannel cable = channel();
     ASSERT_TRUE(line);
-    CableChannel cable = channel(*line);
     EXPECT_TRUE(cable.send());
     const ToolRun r = tool.finish();
     ASSERT_EQ(r.status, 0) << r.err.toStdString();
@@ -326,9 +328,8 @@ TEST_F(OfficeOverPty, OfficeSendsToDeviceReceive)
     root.writeFile(QStringLiteral("Import/OLD.DAT"), "from before");
     ToolProcess tool({"office-send", "--port", pty.end(1), "--timeout", "20", kData + "4711.DAT",
                       kData + "MUEHLE.DAT"});
-    const std::unique_ptr<SerialLine> line = PosixSerialLine::open(pty.end(0), 38400);
+    CableChannel cable = channel();
     ASSERT_TRUE(line);
-    CableChannel cable = channel(*line);
     EXPECT_TRUE(cable.receive());
     const ToolRun r = tool.finish();
     ASSERT_EQ(r.status, 0) << r.err.toStdString();
@@ -348,9 +349,8 @@ TEST_F(OfficeOverPty, HostileNamesFailTheTransferOnBothSides)
     {
         ToolProcess tool({"office-receive", "--port", pty.end(1), "--out",
                           office.host(QStringLiteral("out")), "--timeout", "20"});
-        const std::unique_ptr<SerialLine> line = PosixSerialLine::open(pty.end(0), 38400);
+        CableChannel cable = channel();
         ASSERT_TRUE(line);
-        CableChannel cable = channel(*line);
         EXPECT_FALSE(cable.send());
         const ToolRun r = tool.finish();
         EXPECT_EQ(r.status, 1);
@@ -363,9 +363,8 @@ TEST_F(OfficeOverPty, HostileNamesFailTheTransferOnBothSides)
     office.writeFile(QStringLiteral("evil.dat"), evil);
     ToolProcess tool({"office-send", "--port", pty.end(1), "--timeout", "20",
                       office.host(QStringLiteral("evil.dat"))});
-    const std::unique_ptr<SerialLine> line = PosixSerialLine::open(pty.end(0), 38400);
+    CableChannel cable = channel();
     ASSERT_TRUE(line);
-    CableChannel cable = channel(*line);
     EXPECT_FALSE(cable.receive());
     EXPECT_EQ(tool.finish().status, 1);
     EXPECT_EQ(cable.summary().refusedNames, QStringList{"../EVIL.DAT "});

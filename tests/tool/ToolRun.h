@@ -20,18 +20,41 @@ struct ToolRun {
     QString err;
 };
 
+// The tool running beside the test, as the office runs it.
+class ToolProcess {
+public:
+    ToolProcess() = default;
+    explicit ToolProcess(const QStringList& args,
+                         const QProcessEnvironment& env = QProcessEnvironment::systemEnvironment())
+    {
+        start(args, env);
+    }
+    void start(const QStringList& args,
+               const QProcessEnvironment& env = QProcessEnvironment::systemEnvironment())
+    {
+        m_process.setProcessEnvironment(env);
+        m_process.setProgram(QStringLiteral(BROVANT_TOOL_PATH));
+        m_process.setArguments(args);
+        m_process.start();
+        m_process.waitForStarted();
+    }
+    ToolRun finish()
+    {
+        if (m_process.state() != QProcess::NotRunning)
+            m_process.waitForFinished(60000);
+        return {m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1,
+                QString::fromUtf8(m_process.readAllStandardOutput()),
+                QString::fromUtf8(m_process.readAllStandardError())};
+    }
+
+private:
+    QProcess m_process;
+};
+
 inline ToolRun runTool(const QStringList& args,
                        const QProcessEnvironment& env = QProcessEnvironment::systemEnvironment())
 {
-    QProcess p;
-    p.setProcessEnvironment(env);
-    p.setProgram(QStringLiteral(BROVANT_TOOL_PATH));
-    p.setArguments(args);
-    p.start();
-    p.waitForFinished(60000);
-    return {p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1,
-            QString::fromUtf8(p.readAllStandardOutput()),
-            QString::fromUtf8(p.readAllStandardError())};
+    return ToolProcess(args, env).finish();
 }
 
 inline ToolRun tool(const QString& root, const QStringList& args)
@@ -101,31 +124,6 @@ inline QByteArray officeHeader(const QByteArray& number, const QByteArray& struc
            + "04.05.2026" + QByteArray("Datum:").leftJustified(20, ' ') + "1.00"
            + QByteArray("Faktor:").leftJustified(20, ' ') + "WR01    " + structure + "\r\n";
 }
-
-// The tool running beside the test, as the office runs it.
-class ToolProcess {
-public:
-    ToolProcess() = default;
-    explicit ToolProcess(const QStringList& args) { start(args); }
-    void start(const QStringList& args)
-    {
-        m_process.setProgram(QStringLiteral(BROVANT_TOOL_PATH));
-        m_process.setArguments(args);
-        m_process.start();
-        m_process.waitForStarted();
-    }
-    ToolRun finish()
-    {
-        if (m_process.state() != QProcess::NotRunning)
-            m_process.waitForFinished(60000);
-        return {m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1,
-                QString::fromUtf8(m_process.readAllStandardOutput()),
-                QString::fromUtf8(m_process.readAllStandardError())};
-    }
-
-private:
-    QProcess m_process;
-};
 
 // The rows of `sql` on an open connection, columns joined by '|' (NULL as "NULL"), each `values`
 // bound in turn; {"<error: message>"} when the statement fails.
