@@ -15,17 +15,12 @@
 
 namespace brovant::test {
 
-// A device's list file from tests/transfer/data.
+// A device's list file from tests/transfer/data; edited with replacements of the same length, which
+// keep the columns.
 inline QByteArray deviceFile(const char* name)
 {
     QFile f(QStringLiteral(BROVANT_SOURCE_DIR "/tests/transfer/data/") + QLatin1StringView(name));
     return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
-// The same list file with `from` replaced by `to` (same length keeps the columns).
-inline QByteArray edited(QByteArray bytes, const QByteArray& from, const QByteArray& to)
-{
-    return bytes.replace(from, to);
 }
 
 // One PostgreSQL server for the whole test program; a database per test.

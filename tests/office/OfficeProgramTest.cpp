@@ -249,7 +249,7 @@ TEST_F(OfficeProgramTest, AKillAnywhereInTheInboxLosesNothing)
         const QByteArray name = QStringLiteral("K%1").arg(i, 5, 10, QChar(u'0')).toLatin1();
         QFile f(inbox + "/" + name + ".DAT");
         ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-        f.write(edited(list, "HIEB01", name.leftJustified(6, ' ')));
+        f.write(QByteArray(list).replace("HIEB01", name.leftJustified(6, ' ')));
         f.close();
         // Settled: written a while ago.
         ASSERT_TRUE(f.open(QIODevice::ReadWrite));

@@ -15,7 +15,7 @@ using Kind = IntakeResult::Kind;
 TEST_P(OfficeStoreTest, SameBytesAreOneListOtherContentANewVersion)
 {
     const QByteArray first = deviceFile("export_all_pairs.dat");
-    const QByteArray second = edited(first, "   0.59", "   0.61");
+    const QByteArray second = QByteArray(first).replace("   0.59", "   0.61");
     ASSERT_NE(first, second);
 
     const IntakeResult a = take(first);
@@ -64,9 +64,10 @@ TEST_P(OfficeStoreTest, RefusedFilesLeaveTheStoreAsItWas)
         {"text", "Hallo\r\n", "keine Listendatei"},
         {"cut inside a line", good.left(good.size() - 5), "Datei unvollständig"},
         {"no header record", good.left(good.indexOf("\r\n") + 2), "Datei unvollständig"},
-        {"wrong tag", edited(good, "T00300", "T00200"), "Falsche Struktur der Liste!"},
+        {"wrong tag", QByteArray(good).replace("T00300", "T00200"), "Falsche Struktur der Liste!"},
         {"no tag", deviceFile("export_no_trees.dat"), "Falsche Struktur der Liste!"},
-        {"NUL byte", edited(good, "Steilhang", QByteArray("Steil\0ang", 9)), "keine Listendatei"},
+        {"NUL byte", QByteArray(good).replace("Steilhang", QByteArray("Steil\0ang", 9)),
+         "keine Listendatei"},
         {"too large", good + QByteArray(office::kMaxListFileBytes, 'x') + "\r\n", "Datei zu groß"},
     };
     for (const Case& c : cases) {
@@ -103,7 +104,7 @@ TEST_P(OfficeStoreTest, KeepsHeaderRegionsAndTreesAsTheDeviceWroteThem)
 
     // Texts that mean something to SQL or to an array literal come back as they went in.
     const IntakeResult quoted =
-        take(edited(deviceFile("export_all_pairs.dat"), "12a  ", "\"\\,{'"));
+        take(deviceFile("export_all_pairs.dat").replace("12a  ", "\"\\,{'"));
     ASSERT_EQ(quoted.kind, Kind::Imported) << quoted.reason.toStdString();
     const auto back = store->content(quoted.id);
     ASSERT_TRUE(back);
@@ -116,8 +117,11 @@ TEST_P(OfficeStoreTest, FiltersSortsAndPages)
     const QByteArray base = deviceFile("export_all_pairs.dat");
     // Three lists: other numbers, dates and regions; one header text with SQL and wildcards.
     take(base);
-    take(edited(edited(base, "HIEB01", "HIEB02"), "04.05.2026", "20.06.2026"));
-    take(edited(edited(edited(base, "HIEB01", "HIEB03"), "Steilhang", "'%_; --  "), "WR01", "WR09"));
+    take(QByteArray(base).replace("HIEB01", "HIEB02").replace("04.05.2026", "20.06.2026"));
+    take(QByteArray(base)
+             .replace("HIEB01", "HIEB03")
+             .replace("Steilhang", "'%_; --  ")
+             .replace("WR01", "WR09"));
     struct Case {
         const char* what;
         office::ListQuery query;
