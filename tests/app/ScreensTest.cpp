@@ -179,14 +179,25 @@ TEST(RegionDlg, RegionKeyOpensTheListsRegionsToAddAndRemove)
     EXPECT_EQ(p.activeName(), QStringLiteral("listSelection"));
 }
 
+struct Tree {
+    const char* species;
+    const char* diameterClass;
+    int count;
+    int volume;
+};
+
+// The totals screen and the diameter distribution behind it.
 class TotalsScreen : public ::testing::Test, protected Program {
 protected:
-    void addList(int id, const QString& name, int factor,
-                 std::initializer_list<std::tuple<const char*, int, int>> trees)
+    void addList(int id, const QString& name, int factor, std::initializer_list<Tree> trees)
     {
-        lists.list(id, name, factor);
-        for (const auto& [species, count, volume] : trees)
-            lists.tree(id, species, count, volume);
+        lists.list(id, name, factor, {{u"REGION_A", "WR01"}});
+        for (const Tree& t : trees)
+            lists.tree(id, t.species, t.count, t.volume, {{u"DMSTUFE", t.diameterClass}});
+    }
+    void settingsChanged()
+    {
+        state.tables = loadSettings(session.store(), session.database(), nullptr, nullptr);
     }
     QTreeWidget* view() const { return screen->findChild<QTreeWidget*>("totalsView"); }
     QStringList shown() const { return shownRows(view()); }
@@ -199,8 +210,8 @@ protected:
 TEST_F(TotalsScreen, CellsKeysAndWaysOut)
 {
     addList(1, QStringLiteral("WALD"), 90,
-            {{"KI", 2, 200}, {"FI", 1, 45}, {"FI", 1, 50}, {"FI", 1, 55}});
-    addList(2, QStringLiteral("FELD"), 100, {{"BU", 1, 300}});
+            {{"KI", "20", 2, 200}, {"FI", "20", 1, 45}, {"FI", "20", 1, 50}, {"FI", "20", 1, 55}});
+    addList(2, QStringLiteral("FELD"), 100, {{"BU", "20", 1, 300}});
     fromListSelection(QStringLiteral("WALD"), ListSelectionDlg::EvaluationTab,
                       ListSelectionDlg::kEval);
     ASSERT_EQ(activeName(), QStringLiteral("totals"));
@@ -246,28 +257,7 @@ TEST_F(TotalsScreen, CellsKeysAndWaysOut)
 
 // The diameter distribution behind the totals screen's "Vert.", and the totals screen's print keys
 // writing their PDFs into the printer path (what the pages hold is the evaluation's).
-struct Tree {
-    const char* species;
-    const char* diameterClass;
-    int count;
-    int volume;
-};
-
-class Distribution : public ::testing::Test, protected Program {
-protected:
-    void addList(int id, const QString& name, int factor, std::initializer_list<Tree> trees)
-    {
-        lists.list(id, name, factor, {{u"REGION_A", "WR01"}});
-        for (const Tree& t : trees)
-            lists.tree(id, t.species, t.count, t.volume, {{u"DMSTUFE", t.diameterClass}});
-    }
-    void settingsChanged()
-    {
-        state.tables = loadSettings(session.store(), session.database(), nullptr, nullptr);
-    }
-};
-
-TEST_F(Distribution, StepsThroughTheSpeciesAndPrintKeysWriteIntoThePrinterPath)
+TEST_F(TotalsScreen, DistributionStepsThroughTheSpeciesAndPrintKeysWriteIntoThePrinterPath)
 {
     addList(1, QStringLiteral("WALD 1"), 90,
             {{"KI", "20", 2, 200},
@@ -282,7 +272,7 @@ TEST_F(Distribution, StepsThroughTheSpeciesAndPrintKeysWriteIntoThePrinterPath)
     EXPECT_EQ(keyboard()->keyFor(TotalsDlg::kDistribution)->caption(), QStringLiteral("Vert."));
     press(TotalsDlg::kDistribution);
     ASSERT_EQ(activeName(), QStringLiteral("distribution"));
-    auto* screen = find<DistributionDlg>();
+    auto* distribution = find<DistributionDlg>();
     EXPECT_EQ(label(QStringLiteral("title")), QStringLiteral("Durchmesserverteilung"));
 
     // As opened: all species. The stems per class are the evaluation's; the screen shows the
@@ -305,16 +295,17 @@ TEST_F(Distribution, StepsThroughTheSpeciesAndPrintKeysWriteIntoThePrinterPath)
     for (const auto& s : steps) {
         if (s.key)
             press(s.key);
-        EXPECT_EQ(screen->shownSpecies(), s.species) << s.caption;
+        EXPECT_EQ(distribution->shownSpecies(), s.species) << s.caption;
         EXPECT_EQ(label(QStringLiteral("caption")), QString::fromLatin1(s.caption));
         if (!s.stems.empty()) {
-            ASSERT_EQ(screen->shownChart().series.size(), 1u);
-            EXPECT_EQ(screen->shownChart().series[0].values, s.stems) << s.caption;
+            ASSERT_EQ(distribution->shownChart().series.size(), 1u);
+            EXPECT_EQ(distribution->shownChart().series[0].values, s.stems) << s.caption;
         }
     }
-    EXPECT_EQ(screen->shownChart().labels, (QStringList{"20", "22", "24", "26", "28", "30", "32"}));
+    EXPECT_EQ(distribution->shownChart().labels,
+              (QStringList{"20", "22", "24", "26", "28", "30", "32"}));
     // The chart is drawn where a finger reads it.
-    QWidget* chart = screen->findChild<QWidget*>(QStringLiteral("chart"));
+    QWidget* chart = distribution->findChild<QWidget*>(QStringLiteral("chart"));
     ASSERT_NE(chart, nullptr);
     EXPECT_GE(chart->width(), 230);
     EXPECT_GE(chart->height(), 200);
