@@ -80,14 +80,13 @@ protected:
             .toStdString();
     }
 
-    // Written between the tool's runs, as the settings screens would.
-    void setting(Setting id, int value)
+    // The transfer by cable on COM1, as the settings screen sets it; dev/COM1 linked to `target`
+    // unless it is empty.
+    void useCable(const QString& target)
     {
-        DeviceSession(root.path()).store().writeInt(id, 0, value);
-    }
-
-    void linkCom1(const QString& target)
-    {
+        DeviceSession(root.path()).store().writeInt(Setting::DuePort, 0, 1);
+        if (target.isEmpty())
+            return;
         ASSERT_TRUE(QDir().mkpath(root.host(QStringLiteral("dev"))));
         QFile::remove(root.host(QStringLiteral("dev/COM1")));
         ASSERT_TRUE(QFile::link(target, root.host(QStringLiteral("dev/COM1"))));
@@ -114,8 +113,7 @@ TEST_F(ToolChannels, SendDeliversTheMarkedListsAndThenUnmarksThem)
     TempRoot office;
     PtyCable cable;
     ASSERT_TRUE(cable.ok());
-    setting(Setting::DuePort, 1);
-    linkCom1(cable.end(0));
+    useCable(cable.end(0));
     ToolProcess peer(
         {"office-receive", "--port", cable.end(1), "--out", office.path(), "--timeout", "30"});
 
@@ -142,8 +140,7 @@ TEST_F(ToolChannels, ReceiveImportsWhatTheOfficeDelivers)
     root.writeFile(QStringLiteral("Import/STALE.DAT"), officeList("ALT", ""));
     PtyCable cable;
     ASSERT_TRUE(cable.ok());
-    setting(Setting::DuePort, 1);
-    linkCom1(cable.end(0));
+    useCable(cable.end(0));
     ToolProcess peer({"office-send", "--port", cable.end(1), "--timeout", "30",
                       office.host(QStringLiteral("NEU1.DAT")),
                       office.host(QStringLiteral("MUEHLE.DAT")),
@@ -193,11 +190,11 @@ TEST_F(ToolChannels, FailedTransfersChangeNoList)
         std::function<void()> setUp;
         QString err; // lines stderr holds
     } cases[] = {
-        {"no dev/COM1 link", "send", [&] { setting(Setting::DuePort, 1); },
+        {"no dev/COM1 link", "send", [&] { useCable({}); },
          noPort + QStringLiteral("keine Verknüpfung dev/COM1\n")},
         {"no dev/COM1 link", "receive", [] {},
          noPort + QStringLiteral("keine Verknüpfung dev/COM1\n")},
-        {"dev/COM1 points nowhere", "send", [&] { linkCom1(root.host(QStringLiteral("ttyNONE"))); },
+        {"dev/COM1 points nowhere", "send", [&] { useCable(root.host(QStringLiteral("ttyNONE"))); },
          noPort + QStringLiteral("open: No such file or directory\n")},
         {"FTP server gone", "send", [&] { useFtp(root.path(), gone, 3); },
          QStringLiteral("Fehler!\nFehler:7\n")},
