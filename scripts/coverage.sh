@@ -15,6 +15,9 @@ scripts/build.sh "$dir" -DBROVANT_TESTS=ON -DBROVANT_PCH=OFF -DCMAKE_BUILD_TYPE=
     "-DCMAKE_CXX_FLAGS=--coverage" "-DCMAKE_EXE_LINKER_FLAGS=--coverage"
 find "$dir" -name '*.gcda' -delete
 (cd "$dir" && QT_QPA_PLATFORM=offscreen ctest -j"$(nproc)" --timeout 600 --output-on-failure) || true
-# Throw branches and unreachable exception paths are not the program's decisions.
+# Throw branches and unreachable exception paths are not the program's decisions. The report per
+# file goes beside the build: gcovr tries an output file by creating and deleting it, which run as
+# root would delete /dev/null itself.
 gcovr --root . --filter 'src/' --object-directory "$dir" --exclude-throw-branches \
-    --exclude-unreachable-branches --print-summary --txt /dev/null
+    --exclude-unreachable-branches --print-summary --txt "$dir/coverage.txt"
+echo "per file: $dir/coverage.txt"
