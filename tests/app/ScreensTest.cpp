@@ -250,7 +250,7 @@ TEST_F(TotalsScreen, CellsKeysAndWaysOut)
         press(step > 0 ? KeypadScreen::kNextField : KeypadScreen::kPreviousField);
     EXPECT_EQ(view()->indexOfTopLevelItem(view()->currentItem()), 1);
 
-    // What the print keys do: DistributionDlgTest.cpp.
+    // What the print keys do: the distribution test below.
     press(Screen::kCancel);
     EXPECT_EQ(activeName(), QStringLiteral("listSelection"));
 }

@@ -1,3 +1,5 @@
+// The logic of the settings screens: communication and cable, the settings screen's own keys, and
+// the configuration pages.
 #include "workflow/CommunicationSettingsLogic.h"
 #include "AppLogicFixture.h"
 #include "OfficeChannel.h"
