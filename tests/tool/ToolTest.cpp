@@ -124,7 +124,7 @@ TEST_F(Tool, ListsOneLinePerListInTableOrder)
 }
 
 // "new-list": the command line's own checks, each way a message of the list header's checks
-// reaches standard error (the checks themselves: ListHeaderLogicTest), and what a successful run
+// reaches standard error (the checks themselves: ListLogicTest), and what a successful run
 // leaves in the database.
 TEST_F(Tool, NewListChecksInOrderAndWritesOnlyAListThatPassesAll)
 {
