@@ -42,7 +42,6 @@ protected:
     std::unique_ptr<TallyLogic> logic;
 };
 
-// Moves at the ends only beep; without trees there is nothing to evaluate.
 TEST_F(TallyLogicTest, OpensOnNewRecordWithTitle)
 {
     EXPECT_EQ(logic->title(), QStringLiteral("Liste: L1 - Abt. 12"));
@@ -51,20 +50,54 @@ TEST_F(TallyLogicTest, OpensOnNewRecordWithTitle)
     EXPECT_EQ(logic->tree().idType, 1);
     EXPECT_EQ(logic->tree().count, 1);
     EXPECT_EQ(logic->tree().diameterClass, QStringLiteral("  "));
-    EXPECT_FALSE(logic->up());
-    EXPECT_FALSE(logic->down());
-    EXPECT_FALSE(logic->first());
-    EXPECT_FALSE(logic->removeCurrent());
-    EXPECT_EQ(dialogs.beeps(), 4);
-    EXPECT_FALSE(logic->checkHasTrees());
-    EXPECT_EQ(dialogs.asked(), QStringList{QStringLiteral("Keine Daten vorhanden!||")});
-    ASSERT_TRUE(tally("FI", 15, 1, "FI1"));
-    EXPECT_TRUE(logic->checkHasTrees());
-    EXPECT_FALSE(logic->down());
-    ASSERT_TRUE(logic->up());
-    EXPECT_FALSE(logic->up());
-    EXPECT_EQ(dialogs.beeps(), 6);
     EXPECT_FALSE(logic->open(999));
+}
+
+// Moving, correcting and deleting trees, one step a line of data/tally_steps.txt.
+TEST_F(TallyLogicTest, StepsThroughTheTrees)
+{
+    const std::map<QString, Field> fields = {
+        {"count", Field::Count}, {"diameter", Field::Diameter}, {"tariff", Field::Tariff}};
+    const std::map<QString, bool (TallyLogic::*)()> moves = {{"up", &TallyLogic::up},
+                                                             {"down", &TallyLogic::down},
+                                                             {"first", &TallyLogic::first},
+                                                             {"save", &TallyLogic::save},
+                                                             {"delete", &TallyLogic::removeCurrent},
+                                                             {"trees", &TallyLogic::checkHasTrees}};
+    for (const Case& c : readCases("workflow/data/tally_steps.txt")) {
+        SCOPED_TRACE(c.where().constData());
+        dialogs.clear();
+        answerNext(dialogs, c.text(2));
+        const QString action = c.text(0);
+        bool result = true;
+        if (action == u"open") {
+            list = addList(c.text(1));
+            result = logic->open(list);
+        } else if (action == u"tally") {
+            result = tally("FI", c.text(1).toInt(), 1, "FI1");
+        } else if (action == u"end") {
+            logic->end();
+        } else if (fields.count(action)) {
+            logic->setField(fields.at(action), c.text(1));
+        } else {
+            ASSERT_TRUE(moves.count(action)) << str(action);
+            result = (*logic.*moves.at(action))();
+        }
+        if (!c.text(3).isEmpty()) {
+            EXPECT_EQ(result, c.text(3) == u"true");
+        }
+        const QString shown = QString::number(logic->tree().id) + (logic->isNew() ? " neu" : "");
+        if (!c.text(4).isEmpty()) {
+            EXPECT_EQ(shown, c.text(4));
+        }
+        const QStringList said = dialogs.asked() + QStringList(dialogs.beeps(), "Piep");
+        if (!c.text(5).isEmpty()) {
+            EXPECT_EQ(said, c.text(5) == u"-" ? QStringList{} : c.text(5).split(u';'));
+        }
+        if (!c.text(6).isEmpty()) {
+            EXPECT_EQ(stored(list), c.text(6).split(u';'));
+        }
+    }
 }
 
 TEST_F(TallyLogicTest, SaveStoresAndStartsNextWithCarryOver)
@@ -220,71 +253,6 @@ TEST_F(TallyLogicTest, SpeciesPickedAgainKeepsATypedTariff)
         }
         EXPECT_EQ(logic->tree().tariff, c.text(1));
     }
-}
-
-TEST_F(TallyLogicTest, CorrectingAnOlderRecordAndLeavingAChangedOne)
-{
-    for (int d : {5, 15, 25})
-        ASSERT_TRUE(tally("FI", d, 1, "FI1"));
-    ASSERT_TRUE(logic->up());
-    ASSERT_TRUE(logic->up()); // record 2
-    logic->setField(Field::Count, QStringLiteral("2"));
-    ASSERT_TRUE(logic->save());
-    // The save moves to the stored record after it, not to a new one.
-    EXPECT_EQ(logic->tree().id, 3);
-    EXPECT_FALSE(logic->isNew());
-    EXPECT_EQ(stored(list), (QStringList{QStringLiteral("1 1 FI FI1 8 10 45"),
-                                         QStringLiteral("2 2 FI FI1 18 20 100"),
-                                         QStringLiteral("3 1 FI FI1 28 30 55")}));
-    // Leaving a changed record asks whether to store it.
-    for (const auto& [answer, count] : {std::pair(Answer::No, "2"), std::pair(Answer::Yes, "4")}) {
-        SCOPED_TRACE(int(answer));
-        ASSERT_TRUE(logic->first());
-        ASSERT_TRUE(logic->down()); // record 2
-        logic->setField(Field::Count, QStringLiteral("4"));
-        dialogs.clear();
-        dialogs.answerNext(answer);
-        ASSERT_TRUE(logic->up());
-        EXPECT_EQ(dialogs.asked(), QStringList{QStringLiteral("Abspeichern?||")});
-        EXPECT_EQ(logic->tree().id, 1);
-        EXPECT_EQ(stored(list).value(1).section(u' ', 1, 1), QString::fromLatin1(count));
-    }
-    // A new record typed and confirmed on the way up is stored and shown above.
-    logic->end();
-    logic->setField(Field::Diameter, QStringLiteral("25"));
-    dialogs.clear();
-    dialogs.answerNext(Answer::Yes);
-    ASSERT_TRUE(logic->up());
-    EXPECT_EQ(logic->tree().id, 4);
-    EXPECT_EQ(stored(list).size(), 4);
-    // A failed check keeps the record.
-    logic->setField(Field::Tariff, QString());
-    dialogs.answerNext(Answer::Yes);
-    EXPECT_FALSE(logic->down());
-    EXPECT_EQ(logic->tree().id, 4);
-    EXPECT_EQ(dialogs.asked().last(), QStringLiteral("Tarif fehlt !!!||"));
-}
-
-TEST_F(TallyLogicTest, DeleteAsksAndMovesOn)
-{
-    for (int d : {5, 15, 25})
-        ASSERT_TRUE(tally("FI", d, 1, "FI1"));
-    ASSERT_TRUE(logic->first());
-    dialogs.answerNext(Answer::No);
-    EXPECT_FALSE(logic->removeCurrent());
-    EXPECT_EQ(stored(list).size(), 3);
-    dialogs.answerNext(Answer::Yes);
-    ASSERT_TRUE(logic->removeCurrent());
-    EXPECT_EQ(logic->tree().id, 2);
-    logic->end();
-    ASSERT_TRUE(logic->up());
-    dialogs.answerNext(Answer::Yes);
-    ASSERT_TRUE(logic->removeCurrent());
-    // The last one gone: a new record behind the rest, numbered after it.
-    EXPECT_TRUE(logic->isNew());
-    EXPECT_EQ(logic->tree().id, 3);
-    EXPECT_EQ(dialogs.asked().first(), QStringLiteral("Aktuellen Satz wirklich löschen?||"));
-    EXPECT_EQ(stored(list), QStringList{QStringLiteral("2 1 FI FI1 18 20 50")});
 }
 
 TEST_F(TallyLogicTest, BackupHookEveryFiftiethTree)
