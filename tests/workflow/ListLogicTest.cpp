@@ -457,6 +457,18 @@ protected:
             out << row.mark;
         return out;
     }
+    // The lists in table order as "ID|NAME|addition|trees|regions".
+    QStringList lists()
+    {
+        QStringList out;
+        for (const auto& row : ListSelectionLogic::readRows(db()))
+            out << QStringLiteral("%1|%2|%3|%4|%5")
+                       .arg(row.idFile)
+                       .arg(row.listNo.trimmed(), row.addition)
+                       .arg(treesOf(row.idFile))
+                       .arg(regionsOf(row.idFile));
+        return out;
+    }
     // The header of a list as "FIELD=value" for the fields given.
     QStringList header(int id, const QStringList& fields)
     {
@@ -558,49 +570,53 @@ TEST_F(ListSelection, MarkAndUnmarkRewriteTheColumn)
     EXPECT_TRUE(dialogs.asked().isEmpty());
 }
 
-TEST_F(ListSelection, DeleteOnlyAfterBothQuestions)
+// Deleting lists and making the model list, one step a line of data/list_selection_steps.txt.
+TEST_F(ListSelection, DeleteAndModelSteps)
 {
-    const QString first = QStringLiteral("Soll die angewählte Liste|wirklich gelöscht werden?|");
-    const QString second =
-        QStringLiteral("Alle Daten der Liste|gehen verloren!|Liste wirklich löschen?");
-    const struct {
-        std::vector<Answer> answers;
-        QStringList asked;
-        bool deleted;
-    } cases[] = {
-        {{Answer::No}, {first}, false},
-        {{Answer::Yes, Answer::No}, {first, second}, false},
-        {{Answer::Yes, Answer::Yes}, {first, second}, true},
-    };
+    for (const test::Case& c : test::readCases("workflow/data/list_selection_steps.txt")) {
+        SCOPED_TRACE(c.where().constData());
+        const QStringList list = c.text(1).split(u' ');
+        if (c.text(0) == u"add") {
+            addList({list[0].toInt(), list[1].toUtf8().constData(), 0, 0, list[2].toInt(),
+                     list[3].toInt()});
+            continue;
+        }
+        if (c.text(0) == u"clear") {
+            for (const char* table : {"Brov_Kopfdaten", "Brov_Holzdaten", "Brov_Region"})
+                ASSERT_TRUE(db().exec(QStringLiteral("DELETE FROM ") + table));
+            continue;
+        }
+        dialogs.clear();
+        test::answerNext(dialogs, c.text(2));
+        select(c.text(1).toInt());
+        const bool done = c.text(0) == u"delete" ? logic.deleteSelected() : logic.buildModel();
+        EXPECT_EQ(done, c.text(3) == u"true");
+        EXPECT_EQ(dialogs.asked(), c.text(4) == u"-" ? QStringList{} : c.text(4).split(u';'));
+        EXPECT_EQ(lists(), c.text(5).split(u';'));
+        if (!c.text(6).isEmpty()) {
+            EXPECT_EQ(state.currentList, c.text(6).toInt());
+        }
+    }
+}
+
+// A deletion shows the rows again from the first; a statement that fails halfway leaves the
+// whole list as it was.
+TEST_F(ListSelection, DeleteShowsTheRowsAgainAndAFailedOneKeepsTheList)
+{
     addList({1, "EINS", 0, 0, 2, 1});
     addList({2, "ZWEI", 0, 0, 3, 2});
-    addList({3, "DREI", 0, 0, 1, 1});
-    for (const auto& c : cases) {
-        dialogs.clear();
-        host.events.clear();
-        for (const Answer a : c.answers)
-            dialogs.answerNext(a);
-        select(1);
-        EXPECT_EQ(logic.deleteSelected(), c.deleted);
-        EXPECT_EQ(dialogs.asked(), c.asked);
-        EXPECT_EQ(headers(), c.deleted ? 2 : 3);
-        EXPECT_EQ(treesOf(2), c.deleted ? 0 : 3);
-        EXPECT_EQ(regionsOf(2), c.deleted ? 0 : 2);
-    }
-    EXPECT_EQ(names(), (QStringList{"EINS    ", "DREI    "}));
-    EXPECT_EQ(treesOf(1) + treesOf(3), 3);
-    EXPECT_EQ(regionsOf(1) + regionsOf(3), 2);
-    EXPECT_EQ(logic.rows().size(), 2u);
+    test::answerNext(dialogs, "Yes,Yes");
+    select(1);
+    ASSERT_TRUE(logic.deleteSelected());
+    EXPECT_EQ(logic.rows().size(), 1u);
     EXPECT_EQ(logic.selectedRow(), 0);
     EXPECT_EQ(host.events, (QStringList{"host cursor 1", "host cursor 0"}));
 
-    // A statement that fails halfway leaves the whole list as it was.
     ASSERT_TRUE(db().exec(QStringLiteral("DROP TABLE Brov_Region")));
-    dialogs.answerNext(Answer::Yes);
-    dialogs.answerNext(Answer::Yes);
+    test::answerNext(dialogs, "Yes,Yes");
     select(0);
     EXPECT_FALSE(logic.deleteSelected());
-    EXPECT_EQ(headers(), 2);
+    EXPECT_EQ(headers(), 1);
     EXPECT_EQ(treesOf(1), 2);
     EXPECT_EQ(dialogs.asked().last(), QStringLiteral("Liste nicht gelöscht!||"));
 }
@@ -719,43 +735,6 @@ TEST_F(ListSelection, EmptyModelList)
                            "KOPF1_A=", "STRUKTUR=T00300", "DUE_MARK=0"}));
     EXPECT_EQ(regionsOf(5), 0);
     EXPECT_EQ(state.currentList, 4);
-}
-
-// The second "Modell" deletes the old model's header and, by the current list number, the
-// selected list's own trees and regions; so only one model list remains, with no regions.
-TEST_F(ListSelection, ModelTwiceLeavesOneModelList)
-{
-    addList({1, "WALD", 0, 0, 4, 3});
-    addList({2, "FELD", 0, 0, 2, 2});
-    dialogs.answerNext(Answer::First);
-    select(0);
-    ASSERT_TRUE(logic.buildModel());
-    EXPECT_EQ(regionsOf(3), 3);
-
-    dialogs.answerNext(Answer::First);
-    select(1);
-    ASSERT_TRUE(logic.buildModel());
-    EXPECT_EQ(names(), (QStringList{"WALD    ", "FELD    ", "MODELL  "}));
-    EXPECT_EQ(state.currentList, 3);
-    EXPECT_EQ(treesOf(2), 0);
-    EXPECT_EQ(regionsOf(2), 0);
-    EXPECT_EQ(regionsOf(3), 3); // the old model's regions stay under the number reused
-    EXPECT_EQ(treesOf(1), 4);
-    EXPECT_EQ(header(3, {"ZUSATZ_A"}), QStringList{"ZUSATZ_A=Zusatz 2"});
-
-    // Closing the question deletes nothing and makes nothing.
-    dialogs.answerNext(Answer::None);
-    select(0);
-    EXPECT_FALSE(logic.buildModel());
-    EXPECT_EQ(headers(), 3);
-    EXPECT_EQ(regionsOf(3), 3);
-    EXPECT_EQ(treesOf(1), 4);
-    // "Modell" on the model list itself does nothing.
-    dialogs.clear();
-    select(2);
-    EXPECT_FALSE(logic.buildModel());
-    EXPECT_TRUE(dialogs.asked().isEmpty());
-    EXPECT_EQ(headers(), 3);
 }
 
 TEST_F(ListSelection, SendMarksTheListsOnlyAfterADelivery)
