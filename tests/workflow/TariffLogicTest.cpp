@@ -46,7 +46,7 @@ struct Device : test::OpenDevice {
         addMasterRow(s.id, type, text(s.region).leftJustified(8), text(s.species).leftJustified(3),
                      text(s.tariff).leftJustified(5));
     }
-    void add(std::initializer_list<Stored> rows)
+    void add(const std::vector<Stored>& rows)
     {
         for (const Stored& s : rows)
             add(s);
@@ -78,8 +78,7 @@ TEST(TariffAssignment, ChecksRunInOrderAndOnlyAValidRowIsWritten)
     for (const test::Case& c : test::readCases("workflow/data/tariff_assignment_saves.txt")) {
         SCOPED_TRACE(c.where().constData());
         Device d;
-        for (const Stored& s : kExisting)
-            d.add(s);
+        d.add(kExisting);
         d.add({41, "", "", "FI01"}, schema::TariffVolumeRow);
         ASSERT_TRUE(d.logic->openAll());
         const QStringList before = d.stored();
@@ -204,8 +203,7 @@ TEST(TariffAssignment, MovesOfferAChangedRowForSaving)
     for (const test::Case& c : test::readCases("workflow/data/tariff_assignment_moves.txt")) {
         SCOPED_TRACE(c.where().constData());
         Device d;
-        for (const Stored& s : kFive)
-            d.add(s);
+        d.add(kFive);
         ASSERT_TRUE(d.logic->openAll());
         for (int i = 0; i < c.text(0).toInt(); ++i)
             ASSERT_TRUE(d.logic->moveUp());
@@ -246,8 +244,7 @@ TEST(TariffAssignment, DeleteAsksAndRemovesOnlyOnYes)
         SCOPED_TRACE(c.where().constData());
         const bool deleted = c.text(2) == u"yes";
         Device d;
-        for (const Stored& s : kFive)
-            d.add(s);
+        d.add(kFive);
         ASSERT_TRUE(d.logic->openAll());
         for (int i = 0; i < c.text(0).toInt(); ++i)
             ASSERT_TRUE(d.logic->moveUp());
@@ -290,8 +287,7 @@ TEST(TariffAssignment, BrokenDatabaseSaysSoAndKeepsTheLine)
 TEST(TariffAssignment, TheTallyFollowsAssignmentsMadeOnTheDevice)
 {
     Device d;
-    for (const Stored& s : kExisting)
-        d.add(s);
+    d.add(kExisting);
     test::ListBuilder(d.db()).row(
         schema::Kopfdaten, {{u"ID_FILE", 1}, {u"LISTE_NR", text("L1")}, {u"KOR_FAKTOR_N", 100}});
     TallyLogic tally(d.db(), d.tables, d.speciesTariffs, d.dialogs);
