@@ -421,13 +421,17 @@ struct ConfigDevice : test::TestDevice {
     std::unique_ptr<Dataset> row;
     std::unique_ptr<ConfigurationLogic> logic;
 
-    ConfigDevice() { reopen(); }
+    ConfigDevice() { openPage(); }
     // A new program run on the same root: registry file and database read back from disk.
     void reopen()
     {
         logic.reset();
         row.reset();
         restartAfterCrash();
+        openPage();
+    }
+    void openPage()
+    {
         session->openDatabase();
         row = std::make_unique<Dataset>(session->database(), schema::Konfiguration);
         logic = std::make_unique<ConfigurationLogic>(session->store(), *row);
