@@ -8,28 +8,28 @@
 #include "platform/Registry.h"
 #include "support/CaseFile.h"
 #include "support/TempRoot.h"
+#include "tool/ToolRun.h"
 #include "transfer/FtpTestServer.h"
 
 #include <QDir>
 #include <QFile>
-#include <QSaveFile>
 
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <map>
 #include <utility>
 
 #include <sys/stat.h>
 
 using namespace brovant;
+using brovant::test::filesIn;
 using brovant::test::FtpTestServer;
 using brovant::test::TempRoot;
 
 namespace {
 
 const QString kScript = QStringLiteral(BROVANT_SOURCE_DIR "/tests/transfer/ftp_server.py");
-using Files = std::map<QString, QByteArray>;
+using Files = QMap<QString, QByteArray>;
 
 // Everything but the bytes 0..255 in a row and CR LF pairs would survive an ASCII transfer.
 QByteArray binaryBytes()
@@ -40,31 +40,18 @@ QByteArray binaryBytes()
     return bytes;
 }
 
-class RecordingDialer final : public Dialer {
+// The dialler's calls and the notices in the order they came, and what the dialogs showed.
+class Watched final : public ScriptedDialogs, public Dialer {
 public:
-    explicit RecordingDialer(QStringList& events)
-        : m_events(events)
-    {
-    }
-    void dial(const QString& entry) override { m_events << "dial " + entry; }
-    void hangUp(const QString& entry) override { m_events << "hangUp " + entry; }
-
-private:
-    QStringList& m_events;
-};
-
-class WatchedDialogs final : public ScriptedDialogs {
-public:
-    explicit WatchedDialogs(QStringList& events)
-        : m_events(events)
-    {
-    }
+    QStringList events;
     std::function<void(double)> onProgress;
 
+    void dial(const QString& entry) override { events << "dial " + entry; }
+    void hangUp(const QString& entry) override { events << "hangUp " + entry; }
     void notice(const QString& line1, const QString& line2, const QString& line3,
                 const QString& caption, bool sound) override
     {
-        m_events << "notice";
+        events << "notice";
         ScriptedDialogs::notice(line1, line2, line3, caption, sound);
     }
     void progress(double percent) override
@@ -84,22 +71,7 @@ public:
         }
         return lines;
     }
-
-private:
-    QStringList& m_events;
 };
-
-Files filesIn(const QString& folder)
-{
-    Files files;
-    const QDir dir(folder);
-    for (const QString& name : dir.entryList(QDir::Files | QDir::Hidden)) {
-        QFile f(dir.filePath(name));
-        EXPECT_TRUE(f.open(QIODevice::ReadOnly)) << name.toStdString();
-        files[name] = f.readAll();
-    }
-    return files;
-}
 
 void writeHostFile(const QString& path, const QByteArray& bytes)
 {
@@ -131,11 +103,11 @@ protected:
     bool fetch() { return channel().fetchConfiguration(); }
     FtpChannel channel()
     {
-        return FtpChannel(device, store, dialogs, &dialer, FtpChannel::Timeouts{2, 2, 1});
+        return FtpChannel(device, store, dialogs, &dialogs, FtpChannel::Timeouts{2, 2, 1});
     }
     void clearRecords()
     {
-        events.clear();
+        dialogs.events.clear();
         dialogs.clear();
     }
 
@@ -145,9 +117,7 @@ protected:
     Registry registry{root.host("Registry")};
     Profile profile{registry};
     SettingsStore store{profile};
-    QStringList events;
-    RecordingDialer dialer{events};
-    WatchedDialogs dialogs{events};
+    Watched dialogs;
 };
 
 const QStringList kDialledClean{"dial GPRS", "hangUp GPRS"};
@@ -157,8 +127,7 @@ TEST_F(FtpChannelTest, SendsEveryExportFileButTheMarker)
 {
     const struct {
         const char* label;
-        Files exported;
-        QStringList subfolders;
+        Files exported;    // a name with '/' in a folder of "\Export"
         QStringList shown; // "Sende: " lines, in directory order
         QString folder = "data"; // on the server, as set
     } cases[] = {
@@ -167,18 +136,17 @@ TEST_F(FtpChannelTest, SendsEveryExportFileButTheMarker)
           {"L0001.DAT", binaryBytes()},
           {"kopf.txt", QByteArray(70000, 'k')},
           {"LEER.DAT", {}}},
-         {},
          {"kopf.txt", "L0001.DAT", "L0002.DAT", "LEER.DAT"}},
         {"marker left over",
          {{"export.tmp", {}}, {"L0001.DAT", "1;\r\n"}},
-         {},
          {"export.tmp", "L0001.DAT"}},
-        {"marker in capitals", {{"EXPORT.TMP", "x"}}, {}, {"EXPORT.TMP"}},
-        {"nothing to send", {}, {}, {}},
-        {"folders are not files", {{"L0001.DAT", "1;\r\n"}}, {"ALT"}, {"L0001.DAT"}},
+        {"marker in capitals", {{"EXPORT.TMP", "x"}}, {"EXPORT.TMP"}},
+        {"nothing to send", {}, {}},
+        {"folders are not files",
+         {{"L0001.DAT", "1;\r\n"}, {"ALT/INNEN.DAT", "innen"}},
+         {"L0001.DAT"}},
         {"an absolute folder, blanks in names",
          {{"Liste 7.DAT", "7;\r\n"}},
-         {},
          {"Liste 7.DAT"},
          "/eingang/wald 1"},
     };
@@ -191,13 +159,11 @@ TEST_F(FtpChannelTest, SendsEveryExportFileButTheMarker)
         ASSERT_TRUE(QDir().mkpath(remote));
         ASSERT_TRUE(QDir().mkpath(root.host("Export")));
         Files expected;
-        for (const auto& [name, bytes] : c.exported) {
-            writeHostFile(root.host("Export/" + name), bytes);
-            if (name.compare("export.tmp", Qt::CaseInsensitive) != 0)
+        for (const auto& [name, bytes] : c.exported.asKeyValueRange()) {
+            root.writeFile("Export/" + name, bytes);
+            if (name.compare("export.tmp", Qt::CaseInsensitive) != 0 && !name.contains(u'/'))
                 expected[name] = bytes;
         }
-        for (const QString& folder : c.subfolders)
-            writeHostFile(root.host("Export/" + folder + "/INNEN.DAT"), "innen");
         clearRecords();
 
         EXPECT_TRUE(send());
@@ -206,7 +172,7 @@ TEST_F(FtpChannelTest, SendsEveryExportFileButTheMarker)
         // Nothing is deleted locally: the next export empties the folder.
         EXPECT_EQ(filesIn(root.host("Export")), c.exported);
         EXPECT_TRUE(dialogs.asked().isEmpty()) << dialogs.asked().join('\n').toStdString();
-        EXPECT_EQ(events, kDialledClean);
+        EXPECT_EQ(dialogs.events, kDialledClean);
 
         QStringList info{"Verbinden..."};
         for (const QString& name : c.shown)
@@ -218,7 +184,7 @@ TEST_F(FtpChannelTest, SendsEveryExportFileButTheMarker)
         EXPECT_EQ(progress.front(), 0);
         EXPECT_TRUE(std::is_sorted(progress.begin(), progress.end()));
         qsizetype bytes = 0;
-        for (const auto& [name, content] : expected)
+        for (const QByteArray& content : expected)
             bytes += content.size();
         EXPECT_EQ(progress.back(), bytes > 0 ? 100 : 0);
     }
@@ -226,15 +192,15 @@ TEST_F(FtpChannelTest, SendsEveryExportFileButTheMarker)
 
 TEST_F(FtpChannelTest, FailedPutNamesTheCutRemotePathAndKeepsWhatWasSent)
 {
-    writeHostFile(root.host("Export/L0001.DAT"), "1;\r\n");
-    writeHostFile(root.host("Export/L0002.DAT"), "2;\r\n");
-    writeHostFile(root.host("Export/L0003.DAT"), "3;\r\n");
+    root.writeFile("Export/L0001.DAT", "1;\r\n");
+    root.writeFile("Export/L0002.DAT", "2;\r\n");
+    root.writeFile("Export/L0003.DAT", "3;\r\n");
 
     store.writeText(Setting::FtpDirectory, 0, "fehlender_ordner");
     EXPECT_FALSE(send());
     EXPECT_EQ(dialogs.asked(), QStringList{"Fehler!|FtpPutFile|fehlender_ordner/L0001.DA"});
     EXPECT_EQ(dialogs.infoLines(), (QStringList{"Verbinden...", "Sende: L0001.DAT", "-"}));
-    EXPECT_EQ(events, kDialledNotice);
+    EXPECT_EQ(dialogs.events, kDialledNotice);
 
     // The server refuses the second file (a folder stands in its place): the first stays there,
     // the third is never tried.
@@ -244,12 +210,12 @@ TEST_F(FtpChannelTest, FailedPutNamesTheCutRemotePathAndKeepsWhatWasSent)
     EXPECT_FALSE(send());
     EXPECT_EQ(dialogs.asked(), QStringList{"Fehler!|FtpPutFile|data/L0002.DAT"});
     EXPECT_EQ(filesIn(server.path("data")), (Files{{"L0001.DAT", "1;\r\n"}}));
-    EXPECT_EQ(events, kDialledNotice);
+    EXPECT_EQ(dialogs.events, kDialledNotice);
 }
 
 TEST_F(FtpChannelTest, ConnectionFailuresShowTheErrorNumber)
 {
-    writeHostFile(root.host("Export/L0001.DAT"), "1;\r\n");
+    root.writeFile("Export/L0001.DAT", "1;\r\n");
     FtpTestServer gone;
     ASSERT_NO_FATAL_FAILURE(start(gone));
     gone.stop();
@@ -267,12 +233,12 @@ TEST_F(FtpChannelTest, ConnectionFailuresShowTheErrorNumber)
                             : password);
         for (const bool sending : {true, false}) {
             SCOPED_TRACE((c.where() + (sending ? " / send" : " / fetch")).constData());
-            writeHostFile(root.host("Import/ALT.DAT"), "alt");
+            root.writeFile("Import/ALT.DAT", "alt");
             clearRecords();
             EXPECT_FALSE(sending ? send() : fetch());
             EXPECT_EQ(dialogs.asked(), QStringList{c.text(3)});
             EXPECT_EQ(dialogs.infoLines(), (QStringList{"Verbinden...", "-"}));
-            EXPECT_EQ(events, kDialledNotice);
+            EXPECT_EQ(dialogs.events, kDialledNotice);
             EXPECT_TRUE(filesIn(server.path("data")).empty());
             // A fetch empties "\Import" before it connects.
             EXPECT_EQ(filesIn(root.host("Import")).empty(), !sending);
@@ -300,11 +266,11 @@ TEST_F(FtpChannelTest, FetchTakesCapitalsFirstThenSmallLetters)
     for (const auto& c : cases) {
         SCOPED_TRACE(c.label);
         QDir(server.path("konfig")).removeRecursively();
-        for (const auto& [name, bytes] : c.onServer)
+        for (const auto& [name, bytes] : c.onServer.asKeyValueRange())
             writeHostFile(server.path("konfig/" + name), bytes);
         writeHostFile(server.path("data/STAMM.DAT"), "falscher Ordner");
-        writeHostFile(root.host("Import/STAMM.DAT"), "alte Konfiguration");
-        writeHostFile(root.host("Import/L0001.DAT"), "alt");
+        root.writeFile("Import/STAMM.DAT", "alte Konfiguration");
+        root.writeFile("Import/L0001.DAT", "alt");
         clearRecords();
 
         const bool fetched = fetch();
@@ -317,7 +283,7 @@ TEST_F(FtpChannelTest, FetchTakesCapitalsFirstThenSmallLetters)
                                                      "geladen werden!"}
                                        : QStringList{});
         EXPECT_EQ(dialogs.infoLines(), (QStringList{"Verbinden...", "-"}));
-        EXPECT_EQ(events, c.expected.isEmpty() ? kDialledNotice : kDialledClean);
+        EXPECT_EQ(dialogs.events, c.expected.isEmpty() ? kDialledNotice : kDialledClean);
     }
 }
 
@@ -342,7 +308,7 @@ TEST_F(FtpChannelTest, LostServersLimitsAndCancelEndInTheUsualNotice)
         writeHostFile(own.path("data/STAMM.DAT"), file);
         QDir(root.host("Export")).removeRecursively();
         if (sending)
-            writeHostFile(root.host("Export/STAMM.DAT"), file);
+            root.writeFile("Export/STAMM.DAT", file);
         store.writeText(Setting::FtpServer, 0, own.address());
         clearRecords();
         dialogs.cancelAtProgress(given(7) ? row.fields[7].toDouble() : -1);
@@ -361,11 +327,11 @@ TEST_F(FtpChannelTest, LostServersLimitsAndCancelEndInTheUsualNotice)
             if (lost != "killed")
                 clock.advanceMs(60'000);
         };
-        FtpChannel ftp(device, store, dialogs, &dialer, limits, &clock);
+        FtpChannel ftp(device, store, dialogs, &dialogs, limits, &clock);
         EXPECT_EQ(sending ? ftp.send() : ftp.fetchConfiguration(), notice.isEmpty());
         dialogs.onProgress = nullptr;
         EXPECT_EQ(dialogs.asked(), notice.isEmpty() ? QStringList() : QStringList{notice});
-        EXPECT_EQ(events, notice.isEmpty() ? kDialledClean : kDialledNotice);
+        EXPECT_EQ(dialogs.events, notice.isEmpty() ? kDialledClean : kDialledNotice);
         EXPECT_FALSE(dialogs.cancelOffered());
         if (lost == "killed" || lost == "silent") {
             ASSERT_GE(dialogs.progressValues().size(), 2u);
@@ -403,8 +369,8 @@ TEST_F(FtpChannelTest, CredentialsComeFromAnOwnerOnlyHive)
     Profile reopenedProfile(reopened);
     SettingsStore reopenedStore(reopenedProfile);
     EXPECT_EQ(reopenedStore.readText(Setting::FtpPassword), password);
-    writeHostFile(root.host("Export/L0001.DAT"), "1;\r\n");
-    EXPECT_TRUE(FtpChannel(device, reopenedStore, dialogs, &dialer).send())
+    root.writeFile("Export/L0001.DAT", "1;\r\n");
+    EXPECT_TRUE(FtpChannel(device, reopenedStore, dialogs, &dialogs).send())
         << dialogs.asked().join('\n').toStdString();
     EXPECT_EQ(filesIn(own.path("data")), (Files{{"L0001.DAT", "1;\r\n"}}));
 }
@@ -417,10 +383,10 @@ TEST(NetworkManagerDialer, DialsOnlyWhereNetworkManagerRuns)
         SCOPED_TRACE(c.where().constData());
         TempRoot bin;
         if (c.fields.value(1) == "yes") {
-            writeHostFile(bin.host("nmcli"), "#!/bin/sh\n"
-                                             "echo \"$*\" >> \"$FAKE_NMCLI_LOG\"\n"
-                                             "[ \"$1\" = -t ] && echo \"$FAKE_NMCLI_STATE\"\n"
-                                             "exit 0\n");
+            bin.writeFile("nmcli", "#!/bin/sh\n"
+                                   "echo \"$*\" >> \"$FAKE_NMCLI_LOG\"\n"
+                                   "[ \"$1\" = -t ] && echo \"$FAKE_NMCLI_STATE\"\n"
+                                   "exit 0\n");
             ASSERT_TRUE(QFile::setPermissions(
                 bin.host("nmcli"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
         }
