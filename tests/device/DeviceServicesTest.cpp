@@ -96,6 +96,12 @@ public:
 
 constexpr PowerSource Mains = PowerSource::Mains;
 
+// A number of a case file, "-" for none.
+std::optional<int> optionalInt(const QString& text)
+{
+    return text == u"-" ? std::nullopt : std::optional(text.toInt());
+}
+
 // One device family and backlight key a line of data/backlight_routes.txt.
 TEST(BacklightRoutes, WritesTheRouteOfTheDeviceFamily)
 {
@@ -105,31 +111,17 @@ TEST(BacklightRoutes, WritesTheRouteOfTheDeviceFamily)
         if (c.text(0) != u"-")
             device.addLibraries(c.text(0).split(u','));
         DeviceRoutes& routes = device.open();
-        device.stageKey(Hive::CurrentUser, kBacklightKey, c.text(1));
+        // Staged as another device spells the key: it is the same key.
+        device.stageKey(Hive::CurrentUser, QStringLiteral("ControlPanel\\BackLight"), c.text(1));
         const PowerSource source = c.text(2) == u"battery" ? PowerSource::Battery : Mains;
         const bool taken = c.text(4) == u"yes";
         EXPECT_EQ(routes.setBacklight(source, c.text(3).toInt()), taken);
         EXPECT_EQ(device.keyState(Hive::CurrentUser, kBacklightKey), c.text(5));
         EXPECT_EQ(routes.signalledEvents(),
                   taken ? QStringList{QStringLiteral("BackLightChangeEvent")} : QStringList{});
-        const std::optional<int> readBack =
-            c.text(6) == u"-" ? std::nullopt : std::optional(c.text(6).toInt());
-        EXPECT_EQ(routes.backlight(source), readBack);
+        EXPECT_EQ(routes.backlight(source), optionalInt(c.text(6)));
         EXPECT_TRUE(device.commands.isEmpty());
     }
-}
-
-// The key spelled as another device spells it is the same key.
-TEST(BacklightRoutes, KeyNameIsCaseInsensitive)
-{
-    Device device;
-    DeviceRoutes& routes = device.open();
-    device.stageKey(Hive::CurrentUser, QStringLiteral("ControlPanel\\BackLight"), "dcBrightness=1");
-    EXPECT_EQ(routes.route(Mains), DeviceRoutes::Route::SeparateLevels);
-    EXPECT_TRUE(routes.setBacklight(Mains, 4));
-    EXPECT_EQ(
-        device.registry().dword(Hive::CurrentUser, kBacklightKey, QStringLiteral("acbrightness")),
-        4u);
 }
 
 // With the power manager's key the timeout is written there; without it only kept.
@@ -166,37 +158,6 @@ TEST(DeviceRoutes, SwitchOffWritesTheTimeoutAndBecomesTheKeepAwakeValue)
             EXPECT_EQ(timeout(), written(seconds));
         }
     }
-}
-
-// Without a hardware profile nothing leaves the root: the clock is the program's, reset counts.
-TEST(DeviceRoutes, EmulatedDeviceRunsNoCommand)
-{
-    Device device;
-    device.addLibraries({"getac"});
-    DeviceRoutes& routes = device.open();
-    const QDateTime when(QDate(2027, 2, 3), QTime(4, 5, 6));
-    EXPECT_TRUE(routes.setDateTime(when));
-    EXPECT_EQ(device.clock.now(), when);
-    EXPECT_FALSE(routes.setDateTime(QDateTime()));
-    EXPECT_EQ(device.clock.now(), when);
-    routes.reset();
-    routes.reset();
-    EXPECT_EQ(routes.resetCount(), 2);
-    // The volume is kept as the wave-out word, both channels alike, a fifth of the range a step.
-    const std::pair<int, quint32> volumes[] = {
-        {1, 0x00000000u}, {2, 0x33333333u}, {3, 0x66666666u}, {4, 0x99999999u}, {5, 0xCCCCCCCCu},
-        {6, 0xFFFFFFFFu}, {0, 0u},          {7, 0u},          {-1, 0u},         {100, 0u},
-    };
-    for (const auto& [position, value] : volumes) {
-        routes.setVolume(6);
-        routes.setVolume(position);
-        EXPECT_EQ(routes.waveOutVolume(), value) << position;
-        EXPECT_EQ(DeviceControls::volumeValue(position), value) << position;
-    }
-    routes.setBacklight(Mains, 1);
-    routes.setSwitchOff(60);
-    EXPECT_FALSE(routes.hardware().has_value());
-    EXPECT_TRUE(device.commands.isEmpty());
 }
 
 TEST(DeviceRoutes, BatteryStateTexts)
@@ -244,46 +205,21 @@ TEST(DeviceRoutes, HardwareDescription)
     }
 }
 
+// One profile a line of data/hardware_profiles.txt.
 TEST(HardwareProfile, ParsesKeysCommentsPathsAndDefaults)
 {
     const DeviceRoot root(QStringLiteral("/devices/one"));
-    const QString text = QStringLiteral("# Feldgerät\r\n"
-                                        "; old line\r\n"
-                                        "\r\n"
-                                        "  Backlight = /sys/class/backlight/panel  \r\n"
-                                        "backlight_levels=4\r\n"
-                                        "POWER_SUPPLY=/sys/class/power_supply/BAT1\r\n"
-                                        "uni1=\\Windows\\uni1.state\r\n"
-                                        "mixer=Master Playback\r\n"
-                                        "model=Feldgerät 7 = Wald\r\n"
-                                        "reboot=Yes\r\n"
-                                        "clock=no\r\n"
-                                        "colour=green\r\n"
-                                        "no equals sign\r\n"
-                                        "=value without key\r\n"
-                                        "mixer=PCM\r\n");
-    const HardwareProfile p = HardwareProfile::parse(text, &root);
-    EXPECT_EQ(p.backlight, QStringLiteral("/sys/class/backlight/panel"));
-    EXPECT_EQ(p.backlightLevels, 4);
-    EXPECT_EQ(p.powerSupply, QStringLiteral("/sys/class/power_supply/BAT1"));
-    EXPECT_EQ(p.uni1, root.hostPath(QStringLiteral("\\Windows\\uni1.state")));
-    EXPECT_TRUE(p.uni1.startsWith(QStringLiteral("/devices/one/")));
-    EXPECT_EQ(p.mixer, QStringLiteral("PCM"));
-    EXPECT_EQ(p.model, QStringLiteral("Feldgerät 7 = Wald"));
-    EXPECT_TRUE(p.reboot);
-    EXPECT_FALSE(p.clock);
-    // Defaults and values that are no choice of the key.
-    const std::tuple<const char*, int, bool, bool> cases[] = {
-        {"", 10, false, false},
-        {"backlight_levels=0\nreboot=1\nclock=YES", 10, false, true},
-        {"backlight_levels=abc\nreboot=yes\nreboot=no", 10, false, false},
+    const auto shown = [](const QString& text) {
+        return text.isEmpty() ? QStringLiteral("-") : text;
     };
-    for (const auto& [conf, levels, reboot, clock] : cases) {
-        const HardwareProfile q = HardwareProfile::parse(QString::fromUtf8(conf));
-        EXPECT_EQ(std::tuple(q.backlightLevels, q.reboot, q.clock),
-                  std::tuple(levels, reboot, clock))
-            << conf;
-        EXPECT_TRUE(q.backlight.isEmpty() && q.mixer.isEmpty()) << conf;
+    for (const test::Case& c : test::readCases("device/data/hardware_profiles.txt")) {
+        const HardwareProfile p = HardwareProfile::parse(c.text(0), &root);
+        const QStringList read = {shown(p.backlight),      QString::number(p.backlightLevels),
+                                  shown(p.powerSupply),    shown(p.uni1),
+                                  shown(p.mixer),          shown(p.model),
+                                  p.reboot ? "yes" : "no", p.clock ? "yes" : "no"};
+        EXPECT_EQ(read, QString::fromUtf8(c.fields.mid(1).join('\t')).split(u'\t'))
+            << c.where().constData();
     }
 }
 
@@ -317,59 +253,23 @@ public:
     bool accept = true; // false: every command is missing or refused, which is no error
 };
 
-// The lowest level is never dark, also where it would round down to 0: one case a line of
-// data/backlight_scaling.txt.
-TEST(LinuxHardware, BacklightScalesToMaxBrightness)
+// One profile and sysfs state a line of data/sysfs.txt.
+TEST(LinuxHardware, BacklightAndPowerSupplyThroughSysfs)
 {
-    for (const test::Case& c : test::readCases("device/data/backlight_scaling.txt")) {
+    for (const test::Case& c : test::readCases("device/data/sysfs.txt")) {
         SCOPED_TRACE(c.where().constData());
         Sysfs sysfs;
-        sysfs.dir.writeFile("backlight/panel/max_brightness", c.fields[0]);
-        LinuxHardware hw = sysfs.hardware(
-            QStringLiteral("backlight=%1/backlight/panel\nbacklight_levels=") + c.text(1));
-        EXPECT_EQ(hw.setBacklight(c.text(2).toInt()), c.text(3) == u"yes");
-        EXPECT_EQ(sysfs.brightness(), c.fields[4]);
-        EXPECT_EQ(hw.backlight(), c.text(5).toInt());
-    }
-}
-
-TEST(LinuxHardware, MissingSysfsFilesAreSkipped)
-{
-    Sysfs sysfs;
-    LinuxHardware none = sysfs.hardware(QStringLiteral("mixer=Master\n"));
-    EXPECT_FALSE(none.setBacklight(5));
-    EXPECT_EQ(none.backlight(), std::nullopt);
-    EXPECT_EQ(none.batteryPercent(), std::nullopt);
-    EXPECT_EQ(none.powerSource(), PowerSource::Mains);
-
-    LinuxHardware elsewhere = sysfs.hardware(
-        QStringLiteral("backlight=%1/backlight/gone\npower_supply=%1/power_supply/BAT9\n"));
-    EXPECT_FALSE(elsewhere.setBacklight(5));
-    EXPECT_FALSE(QFile::exists(sysfs.dir.host("backlight/gone/brightness")));
-    EXPECT_EQ(elsewhere.batteryPercent(), std::nullopt);
-
-    // Without max_brightness no level can be scaled, and brightness is left alone.
-    sysfs.dir.writeFile("backlight/panel/max_brightness", "");
-    LinuxHardware noMax = sysfs.hardware(QStringLiteral("backlight=%1/backlight/panel\n"));
-    EXPECT_FALSE(noMax.setBacklight(5));
-    EXPECT_EQ(sysfs.brightness(), "100\n");
-    EXPECT_TRUE(sysfs.commands.isEmpty());
-}
-
-TEST(LinuxHardware, PowerSourceAndCapacity)
-{
-    const std::pair<const char*, PowerSource> table[] = {
-        {"Discharging\n", PowerSource::Battery},
-        {"discharging", PowerSource::Battery},
-        {"Charging\n", PowerSource::Mains},
-        {"", PowerSource::Mains},
-    };
-    for (const auto& [status, source] : table) {
-        Sysfs sysfs;
-        sysfs.dir.writeFile("power_supply/BAT0/status", status);
-        LinuxHardware hw = sysfs.hardware(QStringLiteral("power_supply=%1/power_supply/BAT0\n"));
-        EXPECT_EQ(hw.powerSource(), source) << status;
-        EXPECT_EQ(hw.batteryPercent(), 64);
+        sysfs.dir.writeFile("backlight/panel/max_brightness", c.fields[1]);
+        sysfs.dir.writeFile("power_supply/BAT0/status", c.fields[2]);
+        LinuxHardware hw = sysfs.hardware(c.text(0));
+        EXPECT_EQ(hw.setBacklight(c.text(3).toInt()), c.text(4) == u"yes");
+        EXPECT_EQ(sysfs.brightness(), c.fields[5]);
+        EXPECT_EQ(hw.backlight(), optionalInt(c.text(6)));
+        EXPECT_EQ(hw.batteryPercent(), optionalInt(c.text(7)));
+        EXPECT_EQ(hw.powerSource(), c.text(8) == u"battery" ? PowerSource::Battery : Mains);
+        // Nothing is made where the profile points to nothing, and no command runs.
+        EXPECT_FALSE(QFileInfo::exists(sysfs.dir.host("backlight/gone")));
+        EXPECT_TRUE(sysfs.commands.isEmpty());
     }
 }
 
@@ -437,27 +337,55 @@ TEST(DeviceRoutesOnHardware, BacklightFollowsTheRouteForTheSourceInUse)
     }
 }
 
-TEST(DeviceRoutesOnHardware, VolumeDateAndResetReachTheCommands)
+// Without hardware nothing leaves the root: the clock is the program's, reset counts. With it the
+// same calls also reach the system's commands.
+TEST(DeviceRoutesOnHardware, ClockResetAndVolumeReachTheCommandsOnlyOnHardware)
 {
-    test::TempRoot root;
-    DeviceSession session(root.path());
-    ManualClock clock;
-    Sysfs sysfs;
-    DeviceRoutes routes(session, clock,
-                        LinuxHardware(commandProfile("Master", true, true), sysfs.recorder()));
-    for (int position = 0; position <= 7; ++position)
-        routes.setVolume(position);
-    const QDateTime when(QDate(2026, 12, 24), QTime(18, 0, 0));
-    EXPECT_TRUE(routes.setDateTime(when));
-    EXPECT_EQ(clock.now(), when);
-    routes.reset();
-    EXPECT_EQ(routes.resetCount(), 1);
-    QStringList expected;
-    for (const int percent : {0, 0, 20, 40, 60, 80, 100, 0})
-        expected << QStringLiteral("amixer -q set Master %1%").arg(percent);
-    expected << QStringLiteral("timedatectl --no-ask-password set-time 2026-12-24 18:00:00")
-             << QStringLiteral("systemctl --no-ask-password reboot");
-    EXPECT_EQ(sysfs.commands, expected);
+    // Position, the wave-out word (both channels alike, a fifth of the range a step) and the
+    // mixer's percentage of one channel.
+    const std::tuple<int, quint32, int> volumes[] = {
+        {1, 0x00000000u, 0},  {2, 0x33333333u, 20},  {3, 0x66666666u, 40}, {4, 0x99999999u, 60},
+        {5, 0xCCCCCCCCu, 80}, {6, 0xFFFFFFFFu, 100}, {0, 0u, 0},           {7, 0u, 0},
+        {-1, 0u, 0},          {100, 0u, 0},
+    };
+    for (const bool onHardware : {false, true}) {
+        SCOPED_TRACE(onHardware ? "on hardware" : "emulated");
+        Device device;
+        device.addLibraries({"getac"});
+        device.open();
+        Sysfs sysfs;
+        if (onHardware) {
+            device.routes = std::make_unique<DeviceRoutes>(
+                *device.session, device.clock,
+                LinuxHardware(commandProfile("Master", true, true), sysfs.recorder()));
+        }
+        DeviceRoutes& routes = *device.routes;
+        const QDateTime when(QDate(2026, 12, 24), QTime(18, 0, 0));
+        EXPECT_TRUE(routes.setDateTime(when));
+        EXPECT_EQ(device.clock.now(), when);
+        EXPECT_FALSE(routes.setDateTime(QDateTime()));
+        EXPECT_EQ(device.clock.now(), when);
+        routes.reset();
+        routes.reset();
+        EXPECT_EQ(routes.resetCount(), 2);
+        QStringList expected = {
+            QStringLiteral("timedatectl --no-ask-password set-time 2026-12-24 18:00:00"),
+            QStringLiteral("systemctl --no-ask-password reboot"),
+            QStringLiteral("systemctl --no-ask-password reboot")};
+        for (const auto& [position, value, percent] : volumes) {
+            routes.setVolume(6);
+            routes.setVolume(position);
+            EXPECT_EQ(routes.waveOutVolume(), value) << position;
+            EXPECT_EQ(DeviceControls::volumeValue(position), value) << position;
+            expected << QStringLiteral("amixer -q set Master 100%")
+                     << QStringLiteral("amixer -q set Master %1%").arg(percent);
+        }
+        routes.setBacklight(Mains, 1);
+        routes.setSwitchOff(60);
+        EXPECT_EQ(routes.hardware().has_value(), onHardware);
+        EXPECT_TRUE(device.commands.isEmpty());
+        EXPECT_EQ(sysfs.commands, onHardware ? expected : QStringList{});
+    }
 }
 
 // The switch-off choice becomes logind's idle action through the profile's drop-in, which logind
