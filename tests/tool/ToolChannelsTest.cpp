@@ -3,21 +3,12 @@
 // tool's own way to the serial port), ActiveSync with "office-activesync" beside them, FTP against
 // a loopback server. The channels themselves are the transfer tests'; the ActiveSync send goes
 // through in FaultInjection, the FTP send in OfficeProgramTest.ListsSentByFtpAppearInTheOffice.
-//
-// The office commands themselves: the real tool against the device's cable channel over a
-// pseudo-terminal in both directions, and the ActiveSync handshake (their refusals:
-// data/command_lines.txt).
+// The office commands' refusals: data/command_lines.txt.
 #include "masterdata/DeviceSession.h"
-#include "platform/Clock.h"
-#include "platform/DeviceRoot.h"
-#include "platform/MessageDialogs.h"
-#include "platform/PosixSerialLine.h"
 #include "support/PseudoTerminal.h"
 #include "support/TempRoot.h"
 #include "tool/ToolRun.h"
-#include "transfer/CableChannel.h"
 #include "transfer/FtpTestServer.h"
-#include "transfer/PeerLine.h"
 
 #include <QDir>
 #include <QThread>
@@ -106,11 +97,18 @@ TEST_F(ToolChannels, SendDeliversTheMarkedListsAndThenUnmarksThem)
     }
     // What the send must deliver: the same files the export writes without a transfer.
     ASSERT_EQ(run({"export-lists"}).status, 0);
-    const QMap<QString, QByteArray> expected = filesIn(root.host(QStringLiteral("Export")));
+    QMap<QString, QByteArray> expected = filesIn(root.host(QStringLiteral("Export")));
     ASSERT_EQ(expected.keys(), (QStringList{"A B.3   .DAT", "HIEB01  .DAT", "Ä(1),&_-.DAT"}));
     QDir(root.host(QStringLiteral("Export"))).removeRecursively();
+    qsizetype lines = 0;
+    for (const QByteArray& file : expected)
+        lines += file.count('\n');
+    // A file of the name from an earlier send stays; the new one is kept beside it.
+    expected[QStringLiteral("HIEB01_2.DAT")] = expected.take(QStringLiteral("HIEB01  .DAT"));
+    expected[QStringLiteral("HIEB01  .DAT")] = "delivered before";
 
     TempRoot office;
+    office.writeFile(QStringLiteral("HIEB01  .DAT"), "delivered before");
     PtyCable cable;
     ASSERT_TRUE(cable.ok());
     useCable(cable.end(0));
@@ -124,6 +122,12 @@ TEST_F(ToolChannels, SendDeliversTheMarkedListsAndThenUnmarksThem)
     const ToolRun o = peer.finish();
     EXPECT_EQ(o.status, 0) << o.err.toStdString();
     EXPECT_EQ(filesIn(office.path()), expected);
+    EXPECT_EQ(o.out,
+              QStringLiteral("A B.3   .DAT\nHIEB01_2.DAT\nÄ(1),&_-.DAT\n%1 Zeilen empfangen\n")
+                  .arg(lines));
+    EXPECT_EQ(o.err, QStringLiteral("Warten auf Daten vom Gerät...\n"
+                                    "Datei \"HIEB01  .DAT\" gibt es schon, gespeichert als "
+                                    "\"HIEB01_2.DAT\"\n"));
     EXPECT_EQ(lists(), "HIEB01|0|1|2 LEER|0|0|0 A B.3|0|1|0 Ä(1),&_-|0|1|0");
 }
 
@@ -153,8 +157,25 @@ TEST_F(ToolChannels, ReceiveImportsWhatTheOfficeDelivers)
     EXPECT_EQ(r.err, QString());
     const ToolRun o = peer.finish();
     EXPECT_EQ(o.status, 0) << o.err.toStdString();
+    // Five lines, three and two.
+    EXPECT_EQ(o.out, QStringLiteral("NEU1.DAT\nMUEHLE.DAT\nPUNKT.DAT\n10 Zeilen gesendet\n"));
     EXPECT_EQ(lists(), "HIEB01|0|0|2 LEER|0|0|0 MÜHLE   |0|0|0 NEU1    |0|0|2 Ä(1),&_-|0|0|0");
     EXPECT_EQ(filesIn(root.host(QStringLiteral("Import"))), (QMap<QString, QByteArray>{}));
+
+    // A name that would leave \Import ends the receive on both sides; nothing is written.
+    office.writeFile(QStringLiteral("evil.dat"), "TD0../EVIL.DAT Quendrax     0Brovant_V300_D\r\n"
+                                                 "001evil\r\n");
+    ToolProcess evil({"office-send", "--port", cable.end(1), "--timeout", "30",
+                      office.host(QStringLiteral("evil.dat"))});
+    const ToolRun refused = run({"receive"});
+    EXPECT_EQ(evil.finish().status, 1);
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_EQ(refused.out, QString());
+    EXPECT_TRUE(refused.err.contains(
+        QStringLiteral("Fehler bei der Übertragung!\nDateiname nicht zulässig:\n\"../EVIL.DAT\"")))
+        << refused.err.toStdString();
+    EXPECT_EQ(lists(), "HIEB01|0|0|2 LEER|0|0|0 MÜHLE   |0|0|0 NEU1    |0|0|2 Ä(1),&_-|0|0|0");
+    EXPECT_EQ(filesIn(root.path()).keys().filter(QStringLiteral("EVIL")), QStringList());
 }
 
 TEST_F(ToolChannels, ReceiveNamesTheListsBeforeAFileTheImportRefuses)
@@ -258,117 +279,6 @@ TEST(ToolFetchConfig, FetchesByFtpAndLoadsTheConfiguration)
                   c.status == 0 ? configuration : QByteArray());
         EXPECT_EQ(filesIn(root.host(QStringLiteral("Import"))), (QMap<QString, QByteArray>{}));
     }
-}
-
-const QString kData = QStringLiteral(BROVANT_SOURCE_DIR "/tests/transfer/data/");
-
-QByteArray header(const QByteArray& name12)
-{
-    return "TD0" + name12 + "Quendrax     0Brovant_V300_D\r\n";
-}
-
-class OfficeOverPty : public ::testing::Test {
-protected:
-    OfficeOverPty()
-        : device(root.path())
-    {
-        device.makeFolder(QStringLiteral("\\Export"));
-        device.makeFolder(QStringLiteral("\\Import"));
-    }
-
-    // The device's end of the cable, its line opened anew.
-    CableChannel channel()
-    {
-        line = PosixSerialLine::open(pty.end(0), 38400);
-        return CableChannel(
-            device, dialogs, clock, [this](int) { return std::make_unique<LineRef>(*line); }, 1);
-    }
-
-    TempRoot root;
-    DeviceRoot device;
-    ScriptedDialogs dialogs;
-    SystemClock clock;
-    PtyCable pty; // end 0 the device's, end 1 the tool's
-    std::unique_ptr<SerialLine> line;
-};
-
-TEST_F(OfficeOverPty, DeviceSendsToOfficeReceive)
-{
-    ASSERT_TRUE(pty.ok());
-    const QByteArray first = readAll(kData + "4711.DAT");
-    const QByteArray second = readAll(kData + "MUEHLE.DAT");
-    root.writeFile(QStringLiteral("Export/4711    .DAT"), first);
-    root.writeFile(QStringLiteral("Export/MÜHLE   .DAT"), second);
-    TempRoot office;
-    office.writeFile(QStringLiteral("4711    .DAT"), "delivered before");
-    ToolProcess tool(
-        {"office-receive", "--port", pty.end(1), "--out", office.path(), "--timeout", "20"});
-    CableChannel cable = channel();
-    ASSERT_TRUE(line);
-    EXPECT_TRUE(cable.send());
-    const ToolRun r = tool.finish();
-    ASSERT_EQ(r.status, 0) << r.err.toStdString();
-    EXPECT_EQ(filesIn(office.path()),
-              (QMap<QString, QByteArray>{{"4711    .DAT", "delivered before"},
-                                         {"4711_2.DAT", first},
-                                         {"MÜHLE   .DAT", second}}));
-    EXPECT_EQ(r.out, QStringLiteral("4711_2.DAT\nMÜHLE   .DAT\n16 Zeilen empfangen\n"));
-    EXPECT_EQ(r.err, QStringLiteral("Warten auf Daten vom Gerät...\n"
-                                    "Datei \"4711    .DAT\" gibt es schon, gespeichert als "
-                                    "\"4711_2.DAT\"\n"));
-    EXPECT_TRUE(dialogs.asked().isEmpty());
-}
-
-TEST_F(OfficeOverPty, OfficeSendsToDeviceReceive)
-{
-    ASSERT_TRUE(pty.ok());
-    root.writeFile(QStringLiteral("Import/OLD.DAT"), "from before");
-    ToolProcess tool({"office-send", "--port", pty.end(1), "--timeout", "20", kData + "4711.DAT",
-                      kData + "MUEHLE.DAT"});
-    CableChannel cable = channel();
-    ASSERT_TRUE(line);
-    EXPECT_TRUE(cable.receive());
-    const ToolRun r = tool.finish();
-    ASSERT_EQ(r.status, 0) << r.err.toStdString();
-    EXPECT_EQ(filesIn(root.host(QStringLiteral("Import"))),
-              (QMap<QString, QByteArray>{{"4711    .DAT", readAll(kData + "4711.DAT")},
-                                         {"MÜHLE   .DAT", readAll(kData + "MUEHLE.DAT")}}));
-    EXPECT_EQ(r.out, QStringLiteral("4711.DAT\nMUEHLE.DAT\n16 Zeilen gesendet\n"));
-}
-
-TEST_F(OfficeOverPty, HostileNamesFailTheTransferOnBothSides)
-{
-    ASSERT_TRUE(pty.ok());
-    const QByteArray evil =
-        header("GOOD.DAT    ") + "001good\r\n" + header("../EVIL.DAT ") + "001evil\r\n";
-    root.writeFile(QStringLiteral("Export/X.DAT"), evil);
-    TempRoot office;
-    {
-        ToolProcess tool({"office-receive", "--port", pty.end(1), "--out",
-                          office.host(QStringLiteral("out")), "--timeout", "20"});
-        CableChannel cable = channel();
-        ASSERT_TRUE(line);
-        EXPECT_FALSE(cable.send());
-        const ToolRun r = tool.finish();
-        EXPECT_EQ(r.status, 1);
-        EXPECT_TRUE(r.err.contains(QStringLiteral("Dateiname abgelehnt: \"../EVIL.DAT \"")))
-            << r.err.toStdString();
-    }
-    EXPECT_EQ(filesIn(office.path()), (QMap<QString, QByteArray>{}));
-
-    dialogs.clear();
-    office.writeFile(QStringLiteral("evil.dat"), evil);
-    ToolProcess tool({"office-send", "--port", pty.end(1), "--timeout", "20",
-                      office.host(QStringLiteral("evil.dat"))});
-    CableChannel cable = channel();
-    ASSERT_TRUE(line);
-    EXPECT_FALSE(cable.receive());
-    EXPECT_EQ(tool.finish().status, 1);
-    EXPECT_EQ(cable.summary().refusedNames, QStringList{"../EVIL.DAT "});
-    EXPECT_EQ(dialogs.asked(),
-              QStringList{QStringLiteral(
-                  "Fehler bei der Übertragung!|Dateiname nicht zulässig:|\"../EVIL.DAT\"")});
-    EXPECT_FALSE(QFile::exists(root.host(QStringLiteral("EVIL.DAT"))));
 }
 
 TEST(OfficeActiveSync, CollectsTheExportWhenTheDeviceAsks)
