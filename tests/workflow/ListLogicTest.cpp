@@ -4,6 +4,7 @@
 #include "transfer/ListFileExport.h"
 #include "workflow/ListSelectionLogic.h"
 
+#include <functional>
 #include <map>
 
 namespace brovant {
@@ -457,16 +458,51 @@ protected:
             out << row.mark;
         return out;
     }
-    // The lists in table order as "ID|NAME|addition|trees|regions".
+    // A row as "ID|NAME|mark|addition".
+    static QString describe(const ListSelectionLogic::Row& row)
+    {
+        return QStringLiteral("%1|%2|%3|%4")
+            .arg(row.idFile)
+            .arg(row.listNo.trimmed(), row.mark, row.addition);
+    }
+    QStringList tableRows()
+    {
+        QStringList out;
+        for (const auto& row : ListSelectionLogic::readRows(db()))
+            out << describe(row);
+        return out;
+    }
+    // The lists in table order as "ID|NAME|mark|addition|trees|regions".
     QStringList lists()
     {
         QStringList out;
         for (const auto& row : ListSelectionLogic::readRows(db()))
-            out << QStringLiteral("%1|%2|%3|%4|%5")
-                       .arg(row.idFile)
-                       .arg(row.listNo.trimmed(), row.addition)
-                       .arg(treesOf(row.idFile))
-                       .arg(regionsOf(row.idFile));
+            out << describe(row)
+                       + QStringLiteral("|%1|%2")
+                             .arg(treesOf(row.idFile))
+                             .arg(regionsOf(row.idFile));
+        return out;
+    }
+    // The regions of a list in stored order as BAUMART TARIF REGION_A.
+    QStringList regionRows(int id)
+    {
+        auto q = db().query("SELECT BAUMART || TARIF || REGION_A FROM Brov_Region WHERE ID_FILE = "
+                            "? ORDER BY rowid");
+        q.bind(1, std::int64_t(id));
+        QStringList out;
+        while (q.next())
+            out << q.text(0);
+        return out;
+    }
+    // Every message shown, as "line1|line2|line3", a question with " [caption/caption/caption]".
+    QStringList said() const
+    {
+        QStringList out;
+        for (const auto& m : dialogs.messages())
+            out << m.lines.join(u'|')
+                       + (m.kind == ScriptedDialogs::Kind::Question
+                              ? " [" + m.captions.join(u'/') + u']'
+                              : QString());
         return out;
     }
     // The header of a list as "FIELD=value" for the fields given.
@@ -525,216 +561,126 @@ TEST_F(ListSelection, HeadingFromTheFirstHeaderLabel)
             << label;
 }
 
-TEST_F(ListSelection, TheCurrentListsRowIsSelected)
+// The list selection's buttons, one step a line of data/list_selection_steps.txt.
+TEST_F(ListSelection, Steps)
 {
-    for (int id : {5, 3, 9})
-        addList({id, "L"});
-    for (const auto& [current, selected] :
-         {std::pair(-1, 0), std::pair(5, 0), std::pair(3, 1), std::pair(9, 2), std::pair(42, -1)}) {
-        state.currentList = current;
-        logic.build();
-        EXPECT_EQ(logic.selectedRow(), selected) << current;
-    }
-    // Selecting follows the table's order, not the list numbers; no highlight means record 0.
-    for (const auto& [row, id] : {std::pair(1, 3), std::pair(2, 9), std::pair(-1, 5)}) {
-        logic.setSelectedRow(row);
-        ASSERT_TRUE(logic.selectRow());
-        EXPECT_EQ(state.currentList, id) << row;
-    }
-    logic.setSelectedRow(3);
-    EXPECT_FALSE(logic.selectRow());
-    EXPECT_EQ(state.currentList, 5);
-}
-
-TEST_F(ListSelection, MarkAndUnmarkRewriteTheColumn)
-{
-    addList({1, "A"});
-    addList({2, "B", 0, 2});
-    const struct {
-        int row;
-        const char* text;
-        int stored;
-    } steps[] = {
-        {0, "A0", 1}, {0, "   0", 0}, {1, "A2", 1}, {0, "A0", 1}, {1, "   2", 0},
+    const QStringList targets = {"None",   "ListHeader", "ListInfo",      "Tally",
+                                 "Totals", "Region",     "TallyPrintout", "AssortmentPrintout"};
+    const auto done = [](bool ok) {
+        return QString::fromLatin1(ok ? "true" : "false");
     };
-    logic.build();
-    for (const auto& s : steps) {
-        logic.setSelectedRow(s.row);
-        EXPECT_EQ(logic.toggleMark(), QString::fromUtf8(s.text));
-        EXPECT_EQ(logic.rows()[size_t(s.row)].mark, QString::fromUtf8(s.text));
-        EXPECT_EQ(state.currentList, s.row + 1);
-        EXPECT_EQ(count("SELECT DUE_MARK FROM Brov_Kopfdaten WHERE ID_FILE = ?", s.row + 1),
-                  s.stored);
-    }
-    EXPECT_EQ(marks(), (QStringList{"A0", "   2"}));
-    EXPECT_TRUE(dialogs.asked().isEmpty());
-}
-
-// Deleting lists and making the model list, one step a line of data/list_selection_steps.txt.
-TEST_F(ListSelection, DeleteAndModelSteps)
-{
+    const std::map<QString, std::function<QString()>> buttons = {
+        {"tally",
+         [&] {
+             return targets[int(logic.openTally())];
+         }},
+        {"totals",
+         [&] {
+             return targets[int(logic.openTotals())];
+         }},
+        {"print tally",
+         [&] {
+             return targets[int(logic.printTally())];
+         }},
+        {"print assortment",
+         [&] {
+             return targets[int(logic.printAssortment())];
+         }},
+        {"info",
+         [&] {
+             return targets[int(logic.openInfo())];
+         }},
+        {"region",
+         [&] {
+             return targets[int(logic.openRegion())];
+         }},
+        {"new",
+         [&] {
+             return targets[int(logic.newList())];
+         }},
+        {"mark",
+         [&] {
+             return logic.toggleMark().value_or(QStringLiteral("-"));
+         }},
+        {"delete",
+         [&] {
+             return done(logic.deleteSelected());
+         }},
+        {"model",
+         [&] {
+             return done(logic.buildModel());
+         }},
+    };
+    const auto listOf = [](const QString& field) {
+        return field == u"-" ? QStringList{} : field.split(u';');
+    };
     for (const test::Case& c : test::readCases("workflow/data/list_selection_steps.txt")) {
         SCOPED_TRACE(c.where().constData());
-        const QStringList list = c.text(1).split(u' ');
-        if (c.text(0) == u"add") {
-            addList({list[0].toInt(), list[1].toUtf8().constData(), 0, 0, list[2].toInt(),
-                     list[3].toInt()});
+        const QString action = c.text(0), arg = c.text(1);
+        if (action == u"add") {
+            const QStringList l = arg.split(u' ');
+            addList({l[0].toInt(), l[1].toUtf8().constData(), l[2].toInt(), l[3].toInt(),
+                     l[4].toInt(), l[5].toInt()});
             continue;
         }
-        if (c.text(0) == u"clear") {
-            for (const char* table : {"Brov_Kopfdaten", "Brov_Holzdaten", "Brov_Region"})
-                ASSERT_TRUE(db().exec(QStringLiteral("DELETE FROM ") + table));
+        if (action == u"clear" || action == u"drop") {
+            const QStringList tables =
+                action == u"drop" ? QStringList{arg}
+                                  : QStringList{"Brov_Kopfdaten", "Brov_Holzdaten", "Brov_Region"};
+            for (const QString& table : tables)
+                ASSERT_TRUE(
+                    db().exec((action == u"drop" ? "DROP TABLE " : "DELETE FROM ") + table));
             continue;
         }
         dialogs.clear();
+        host.events.clear();
         test::answerNext(dialogs, c.text(2));
-        select(c.text(1).toInt());
-        const bool done = c.text(0) == u"delete" ? logic.deleteSelected() : logic.buildModel();
-        EXPECT_EQ(done, c.text(3) == u"true");
-        EXPECT_EQ(dialogs.asked(), c.text(4) == u"-" ? QStringList{} : c.text(4).split(u';'));
-        EXPECT_EQ(lists(), c.text(5).split(u';'));
+        QString result;
+        if (action == u"build") {
+            state.currentList = arg.toInt();
+            logic.build();
+        } else if (action == u"pick") {
+            logic.setSelectedRow(arg.toInt());
+            result = done(logic.selectRow());
+        } else if (action == u"header") {
+            result = header(arg.section(u' ', 0, 0).toInt(), arg.section(u' ', 1).split(u','))
+                         .join(u';');
+        } else if (action == u"regions") {
+            result = regionRows(arg.toInt()).join(u';');
+            EXPECT_EQ(count("SELECT COUNT(DISTINCT ID) FROM Brov_Region"),
+                      count("SELECT COUNT(*) FROM Brov_Region"));
+        } else {
+            ASSERT_TRUE(buttons.count(action)) << str(action);
+            if (!arg.isEmpty()) {
+                state.currentList = -1;
+                select(arg.toInt());
+            }
+            result = buttons.at(action)();
+        }
+        if (!c.text(3).isEmpty()) {
+            EXPECT_EQ(result, c.text(3));
+        }
+        if (!c.text(4).isEmpty()) {
+            EXPECT_EQ(said(), listOf(c.text(4)));
+        }
+        if (!c.text(5).isEmpty()) {
+            EXPECT_EQ(lists(), listOf(c.text(5)));
+        }
         if (!c.text(6).isEmpty()) {
             EXPECT_EQ(state.currentList, c.text(6).toInt());
         }
-    }
-}
-
-// A deletion shows the rows again from the first; a statement that fails halfway leaves the
-// whole list as it was.
-TEST_F(ListSelection, DeleteShowsTheRowsAgainAndAFailedOneKeepsTheList)
-{
-    addList({1, "EINS", 0, 0, 2, 1});
-    addList({2, "ZWEI", 0, 0, 3, 2});
-    test::answerNext(dialogs, "Yes,Yes");
-    select(1);
-    ASSERT_TRUE(logic.deleteSelected());
-    EXPECT_EQ(logic.rows().size(), 1u);
-    EXPECT_EQ(logic.selectedRow(), 0);
-    EXPECT_EQ(host.events, (QStringList{"host cursor 1", "host cursor 0"}));
-
-    ASSERT_TRUE(db().exec(QStringLiteral("DROP TABLE Brov_Region")));
-    test::answerNext(dialogs, "Yes,Yes");
-    select(0);
-    EXPECT_FALSE(logic.deleteSelected());
-    EXPECT_EQ(headers(), 1);
-    EXPECT_EQ(treesOf(1), 2);
-    EXPECT_EQ(dialogs.asked().last(), QStringLiteral("Liste nicht gelöscht!||"));
-}
-
-TEST_F(ListSelection, AnEmptyTableMakesEveryListButtonDoNothing)
-{
-    addList({1, "LETZTE", 1, 0, 1, 1});
-    dialogs.answerNext(Answer::Yes);
-    dialogs.answerNext(Answer::Yes);
-    select(0);
-    ASSERT_TRUE(logic.deleteSelected());
-    EXPECT_TRUE(logic.rows().empty());
-    EXPECT_EQ(logic.selectedRow(), 0);
-
-    using Open = Target (ListSelectionLogic::*)();
-    const Open opens[] = {&ListSelectionLogic::openTally,  &ListSelectionLogic::openInfo,
-                          &ListSelectionLogic::openRegion, &ListSelectionLogic::openTotals,
-                          &ListSelectionLogic::printTally, &ListSelectionLogic::printAssortment};
-    for (int rebuilt = 0; rebuilt < 2; ++rebuilt) {
-        // Straight after the deletion, and on a fresh showing without a current list.
-        if (rebuilt) {
-            state.currentList = -1;
-            logic.build();
+        if (!c.text(7).isEmpty()) {
+            EXPECT_EQ(logic.selectedRow(), c.text(7).toInt());
         }
-        dialogs.clear();
-        dialogs.setFallback(Answer::Yes, Answer::First);
-        const int before = state.currentList;
-        for (const Open open : opens)
-            EXPECT_EQ((logic.*open)(), Target::None);
-        EXPECT_FALSE(logic.toggleMark().has_value());
-        EXPECT_FALSE(logic.deleteSelected());
-        EXPECT_FALSE(logic.buildModel());
-        EXPECT_TRUE(dialogs.messages().empty()) << rebuilt;
-        EXPECT_EQ(state.currentList, before);
-        EXPECT_EQ(headers(), 0);
+        if (!c.text(8).isEmpty()) {
+            const QStringList cursor = {"host cursor 1", "host cursor 0"};
+            EXPECT_EQ(host.events, c.text(8) == u"yes" ? cursor : QStringList{});
+        }
+        QStringList shown;
+        for (const auto& row : logic.rows())
+            shown << describe(row);
+        EXPECT_EQ(shown, tableRows());
     }
-    // "Neu" works on no list and still opens the header screen.
-    state.currentList = 1;
-    EXPECT_EQ(logic.newList(), Target::ListHeader);
-    EXPECT_EQ(state.currentList, -1);
-}
-
-// Each key makes the selected list current and opens its screen once its check passes; the model
-// list is only warned about.
-TEST_F(ListSelection, EachKeyOpensItsScreenAfterItsCheck)
-{
-    addList({1, "LEER"});
-    addList({2, "VOLL", 0, 0, 3});
-    addList({3, "MODELL"});
-    using Action = Target (ListSelectionLogic::*)();
-    const std::map<QString, Action> actions = {
-        {"tally", &ListSelectionLogic::openTally},
-        {"totals", &ListSelectionLogic::openTotals},
-        {"print tally", &ListSelectionLogic::printTally},
-        {"print assortment", &ListSelectionLogic::printAssortment},
-        {"info", &ListSelectionLogic::openInfo},
-        {"region", &ListSelectionLogic::openRegion},
-    };
-    const QStringList targets = {"None",   "ListHeader", "ListInfo",      "Tally",
-                                 "Totals", "Region",     "TallyPrintout", "AssortmentPrintout"};
-    for (const test::Case& c : test::readCases("workflow/data/list_selection_keys.txt")) {
-        SCOPED_TRACE(c.where().constData());
-        dialogs.clear();
-        state.currentList = -1;
-        select(c.text(1).toInt());
-        EXPECT_EQ((logic.*actions.at(c.text(0)))(), Target(targets.indexOf(c.text(2))));
-        EXPECT_EQ(dialogs.asked(), test::messagesIn(c.text(3)));
-        EXPECT_EQ(state.currentList, c.text(1).toInt() + 1);
-    }
-}
-
-TEST_F(ListSelection, ModelListWithTheSelectedListsData)
-{
-    addList({1, "WALD", 1, 2, 4, 3});
-    addList({6, "FELD", 0, 0, 1, 1});
-    dialogs.answerNext(Answer::First); // "Ja"
-    select(0);
-    ASSERT_TRUE(logic.buildModel());
-    ASSERT_EQ(dialogs.messages().size(), 1u);
-    const auto& asked = dialogs.messages()[0];
-    EXPECT_EQ(asked.kind, ScriptedDialogs::Kind::Question);
-    EXPECT_EQ(asked.lines, (QStringList{"Soll die Modell-Liste mit", "den Angaben aus der Liste",
-                                        "vorbelegt werden?"}));
-    EXPECT_EQ(asked.captions, (QStringList{"Ja", "Leer", ""}));
-    // The new number follows the last header's; the header is the selected list's.
-    EXPECT_EQ(names(), (QStringList{"WALD    ", "FELD    ", "MODELL  "}));
-    EXPECT_EQ(state.currentList, 7);
-    EXPECT_EQ(header(7, {"ZUSATZ_A", "REGION_A", "KOPF1_A", "KOPF16_A", "LISTE_NR", "DATUM_A",
-                         "KOR_FAKTOR_N", "DUE_MARK", "EXPORTED_N_NI", "STRUKTUR"}),
-              (QStringList{"ZUSATZ_A=Zusatz 1", "REGION_A=WR1", "KOPF1_A=K1-1", "KOPF16_A=K16-1",
-                           "LISTE_NR=MODELL  ", "DATUM_A=04.05.2026", "KOR_FAKTOR_N=100",
-                           "DUE_MARK=0", "EXPORTED_N_NI=0", "STRUKTUR=T00300"}));
-    // Regions are copied with numbers of their own; trees are not.
-    EXPECT_EQ(regionsOf(1), 3);
-    EXPECT_EQ(treesOf(7), 0);
-    EXPECT_EQ(count("SELECT COUNT(DISTINCT ID) FROM Brov_Region"), 7);
-    EXPECT_EQ(committed("SELECT BAUMART || TARIF || REGION_A FROM "
-                        "Brov_Region WHERE ID_FILE = 7 ORDER BY rowid"),
-              (QStringList{"B0T0WR1", "B1T1WR1", "B2T2WR1"}));
-    // The rebuilt rows select the model list.
-    EXPECT_EQ(logic.selectedRow(), 2);
-    EXPECT_EQ(host.events, (QStringList{"host cursor 1", "host cursor 0"}));
-}
-
-TEST_F(ListSelection, EmptyModelList)
-{
-    addList({4, "WALD", 1, 2, 4, 3});
-    state.currentList = 4;
-    dialogs.answerNext(Answer::Second); // "Leer"
-    select(0);
-    ASSERT_TRUE(logic.buildModel());
-    EXPECT_EQ(names(), (QStringList{"WALD    ", "MODELL  "}));
-    EXPECT_EQ(header(5, {"ZUSATZ_A", "DATUM_A", "REGION_A", "KOR_FAKTOR_N", "KOPF1_A", "STRUKTUR",
-                         "DUE_MARK"}),
-              (QStringList{"ZUSATZ_A=", "DATUM_A=", "REGION_A=", "KOR_FAKTOR_N=100",
-                           "KOPF1_A=", "STRUKTUR=T00300", "DUE_MARK=0"}));
-    EXPECT_EQ(regionsOf(5), 0);
-    EXPECT_EQ(state.currentList, 4);
 }
 
 TEST_F(ListSelection, SendMarksTheListsOnlyAfterADelivery)
