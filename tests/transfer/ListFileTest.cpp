@@ -77,11 +77,18 @@ TEST_F(ListFileExportTest, MarkedListsMatchTheExpectedFilesByteForByte)
     EXPECT_EQ(filesIn("Export"), expectedNames);
 }
 
-TEST_F(ListFileExportTest, ShowsTheProgressWindowPerFile)
+// The export folder's files go first; per file the progress window shows.
+TEST_F(ListFileExportTest, EmptiesTheExportFolderThenShowsTheProgressPerFile)
 {
+    root.writeFile(QStringLiteral("Export/OLD.DAT"), "old");
+    root.writeFile(QStringLiteral("Export/readme"), "x");
+    root.writeFile(QStringLiteral("Export/A1      .dat"), "earlier export");
+    QDir().mkpath(root.host(QStringLiteral("Export/keep")));
     list(1, "A1");
     list(2, "B2");
     ASSERT_EQ(exporter().writeMarked(), 2);
+    EXPECT_EQ(filesIn("Export"), (QStringList{"A1      .DAT", "B2      .DAT"}));
+    EXPECT_TRUE(QFileInfo(root.host(QStringLiteral("Export/keep"))).isDir());
     QStringList seen;
     for (const auto& m : dialogs.messages()) {
         if (m.kind == ScriptedDialogs::Kind::Info)
@@ -98,18 +105,6 @@ TEST_F(ListFileExportTest, ShowsTheProgressWindowPerFile)
                + steps;
     };
     EXPECT_EQ(seen, file("A1      .DAT") + file("B2      .DAT"));
-}
-
-TEST_F(ListFileExportTest, EmptiesTheExportFolderFirst)
-{
-    root.writeFile(QStringLiteral("Export/OLD.DAT"), "old");
-    root.writeFile(QStringLiteral("Export/readme"), "x");
-    root.writeFile(QStringLiteral("Export/A1      .dat"), "earlier export");
-    QDir().mkpath(root.host(QStringLiteral("Export/keep")));
-    list(1, "A1");
-    ASSERT_EQ(exporter().writeMarked(), 1);
-    EXPECT_EQ(filesIn("Export"), QStringList{QStringLiteral("A1      .DAT")});
-    EXPECT_TRUE(QFileInfo(root.host(QStringLiteral("Export/keep"))).isDir());
 
     // Nothing marked: the folder is still emptied and nothing is written.
     db().exec(QStringLiteral("UPDATE Brov_Kopfdaten SET DUE_MARK = 0"));
@@ -252,30 +247,23 @@ TEST_F(ListFileExportTest, MarkingAfterTheTransfer)
         expected << c.text(2);
     }
     EXPECT_EQ(exporter().markedCount(), 4);
+    // The update of a later row fails: the rows before it must not stay changed.
+    const QString marks =
+        QStringLiteral("SELECT DUE_MARK, EXPORTED_N_NI FROM Brov_Kopfdaten ORDER BY rowid");
+    const QStringList before = rows(marks);
+    ASSERT_TRUE(db().exec(
+        QStringLiteral("CREATE TRIGGER refuse BEFORE UPDATE ON Brov_Kopfdaten WHEN OLD.ID_FILE = 3 "
+                       "BEGIN SELECT RAISE(ABORT, 'refused'); END")));
+    EXPECT_FALSE(exporter().markExported());
+    EXPECT_EQ(rows(marks), before);
+    ASSERT_TRUE(db().exec(QStringLiteral("DROP TRIGGER refuse")));
+
     EXPECT_TRUE(exporter().markExported());
-    EXPECT_EQ(
-        rows(QStringLiteral("SELECT DUE_MARK, EXPORTED_N_NI FROM Brov_Kopfdaten ORDER BY rowid")),
-        expected);
+    EXPECT_EQ(rows(marks), expected);
     EXPECT_EQ(exporter().markedCount(), 0);
     // A second marking finds nothing to raise.
     EXPECT_TRUE(exporter().markExported());
-    EXPECT_EQ(
-        rows(QStringLiteral("SELECT DUE_MARK, EXPORTED_N_NI FROM Brov_Kopfdaten ORDER BY rowid")),
-        expected);
-}
-
-TEST_F(ListFileExportTest, MarkingIsAllOrNothing)
-{
-    list(1, "A");
-    list(2, "B");
-    // The second row's update fails: the first must not stay changed.
-    ASSERT_TRUE(db().exec(
-        QStringLiteral("CREATE TRIGGER refuse BEFORE UPDATE ON Brov_Kopfdaten WHEN OLD.ID_FILE = 2 "
-                       "BEGIN SELECT RAISE(ABORT, 'refused'); END")));
-    EXPECT_FALSE(exporter().markExported());
-    EXPECT_EQ(
-        rows(QStringLiteral("SELECT DUE_MARK, EXPORTED_N_NI FROM Brov_Kopfdaten ORDER BY rowid")),
-        (QStringList{"1|NULL", "1|NULL"}));
+    EXPECT_EQ(rows(marks), expected);
 }
 
 // A list as a spreadsheet file, compared byte for byte with data/list_umlauts.csv, written by hand
@@ -292,18 +280,8 @@ protected:
     }
 };
 
+// The spreadsheet file leaves the list file and the marking alone.
 TEST_F(ListCsvExportTest, WritesTheGoldenFile)
-{
-    ASSERT_NO_FATAL_FAILURE(rowsFrom("list_umlauts.sql"));
-    EXPECT_EQ(exporter().filePath(3), QStringLiteral("\\My Documents\\HÖHE 7.csv"));
-    EXPECT_EQ(exporter().write(3),
-              std::optional<QString>(QStringLiteral("\\My Documents\\HÖHE 7.csv")));
-    EXPECT_EQ(filesIn("My Documents"), QStringList{QStringLiteral("HÖHE 7.csv")});
-    EXPECT_EQ(root.readFile(QStringLiteral("My Documents/HÖHE 7.csv")), golden("list_umlauts.csv"));
-    EXPECT_TRUE(dialogs.asked().isEmpty());
-}
-
-TEST_F(ListCsvExportTest, LeavesTheListFileAndTheMarkingAlone)
 {
     ASSERT_NO_FATAL_FAILURE(rowsFrom("list_umlauts.sql"));
     ListFileExport listFiles(session->root(), db(), session->store(), dialogs);
@@ -314,7 +292,11 @@ TEST_F(ListCsvExportTest, LeavesTheListFileAndTheMarkingAlone)
     const QStringList before = rows(QStringLiteral(
         "SELECT ID_FILE, DUE_MARK, EXPORTED_N_NI FROM Brov_Kopfdaten ORDER BY rowid"));
 
-    ASSERT_TRUE(exporter().write(3));
+    EXPECT_EQ(exporter().filePath(3), QStringLiteral("\\My Documents\\HÖHE 7.csv"));
+    EXPECT_EQ(exporter().write(3),
+              std::optional<QString>(QStringLiteral("\\My Documents\\HÖHE 7.csv")));
+    EXPECT_EQ(root.readFile(QStringLiteral("My Documents/HÖHE 7.csv")), golden("list_umlauts.csv"));
+    EXPECT_TRUE(dialogs.asked().isEmpty());
     // Written again after a change: the new file replaces the old one.
     ASSERT_TRUE(db().query(QStringLiteral("UPDATE Brov_Holzdaten SET STK = 3 WHERE ID = 8")).run());
     ASSERT_TRUE(exporter().write(3));
@@ -353,12 +335,26 @@ TEST_F(ListCsvExportTest, ListNumbersThatMakeNoFileNameAreRefused)
     EXPECT_TRUE(dialogs.asked().isEmpty());
 }
 
-TEST_F(ListCsvExportTest, AFileThatCannotBeWrittenLeavesNothingBehind)
+// A link under the file's name is replaced, not followed; a file that cannot be made leaves
+// nothing behind.
+TEST_F(ListCsvExportTest, ALinkIsReplacedAndAFailedFileLeavesNothing)
 {
     list(1, "L1", {{"KOR_FAKTOR_N", num(100)}});
-    tree(1, 1, num(1), {{"KUBATUR", num(10)}});
+    root.writeFile(QStringLiteral("outside.txt"), "keep me");
+    ASSERT_TRUE(QDir().mkpath(root.host(QStringLiteral("My Documents"))));
+    ASSERT_TRUE(QFile::link(root.host(QStringLiteral("outside.txt")),
+                            root.host(QStringLiteral("My Documents/L1.csv"))));
+    ASSERT_TRUE(exporter().write(1));
+    EXPECT_EQ(root.readFile(QStringLiteral("outside.txt")), QByteArray("keep me"));
+    EXPECT_FALSE(QFileInfo(root.host(QStringLiteral("My Documents/L1.csv"))).isSymLink());
+    // A list without trees still has its header row.
+    EXPECT_EQ(root.readFile(QStringLiteral("My Documents/L1.csv")),
+              golden("list_umlauts.csv").split('\n').first() + '\n');
+
     // "\My Documents" is a file, so nothing can be made in it.
+    ASSERT_TRUE(QDir(root.host(QStringLiteral("My Documents"))).removeRecursively());
     root.writeFile(QStringLiteral("My Documents"), "in the way");
+    tree(1, 1, num(1), {{"KUBATUR", num(10)}});
     EXPECT_EQ(exporter().write(1), std::nullopt);
     EXPECT_EQ(dialogs.asked(), QStringList{"Datei kann nicht erzeugt werden!||"});
     EXPECT_EQ(root.readFile(QStringLiteral("My Documents")), QByteArray("in the way"));
@@ -372,21 +368,6 @@ TEST_F(ListCsvExportTest, UnreadableTreesLeaveNoFile)
     EXPECT_EQ(exporter().write(1), std::nullopt);
     EXPECT_EQ(dialogs.asked(), QStringList{"Datei kann nicht erzeugt werden!||"});
     EXPECT_TRUE(filesIn("My Documents").isEmpty());
-}
-
-TEST_F(ListCsvExportTest, ALinkUnderTheNameIsReplacedNotFollowed)
-{
-    list(1, "L1", {{"KOR_FAKTOR_N", num(100)}});
-    root.writeFile(QStringLiteral("outside.txt"), "keep me");
-    ASSERT_TRUE(QDir().mkpath(root.host(QStringLiteral("My Documents"))));
-    ASSERT_TRUE(QFile::link(root.host(QStringLiteral("outside.txt")),
-                            root.host(QStringLiteral("My Documents/L1.csv"))));
-    ASSERT_TRUE(exporter().write(1));
-    EXPECT_EQ(root.readFile(QStringLiteral("outside.txt")), QByteArray("keep me"));
-    EXPECT_FALSE(QFileInfo(root.host(QStringLiteral("My Documents/L1.csv"))).isSymLink());
-    // A list without trees still has its header row.
-    EXPECT_EQ(root.readFile(QStringLiteral("My Documents/L1.csv")),
-              golden("list_umlauts.csv").split('\n').first() + '\n');
 }
 
 // One printer folder a line of data/csv_folders.txt; the file survives the next send and fetch.
@@ -422,15 +403,6 @@ TEST_F(ListCsvExportTest, FormulasInTextsAreGuarded)
 // Reading list files from the office: cases of office files under data/import (the numbering of
 // new lists and rows, the structure check, damaged files), the caller's transaction, huge files.
 const QString kData = QStringLiteral(BROVANT_SOURCE_DIR "/tests/transfer/data/");
-
-// A file of the wrong structure case: a.dat a header and a region, b.dat rows and then a header
-// of another structure, c.dat a header alone.
-QByteArray wrongStructureFile(const char* name)
-{
-    return golden(qPrintable(
-        QStringLiteral("import/wrong_structure_ends_the_import_and_leaves_nothing_of_its_file/")
-        + QLatin1StringView(name)));
-}
 
 const QString kHeads = QStringLiteral(
     "SELECT ID_FILE, LISTE_NR, DATUM_A, KOR_FAKTOR_N, REGION_A, STRUKTUR, DUE_MARK, EXPORTED_N_NI,"
@@ -528,8 +500,10 @@ INSTANTIATE_TEST_SUITE_P(Files, ListFileImportCaseTest, ::testing::ValuesIn(impo
 
 TEST_F(ListFileImportTest, ImportFileRunsInsideTheCallersTransaction)
 {
-    const QByteArray good = wrongStructureFile("a.dat");
-    const QByteArray bad = wrongStructureFile("b.dat");
+    // a.dat a header and a region, b.dat rows and then a header of another structure.
+    const char* folder = "import/wrong_structure_ends_the_import_and_leaves_nothing_of_its_file/";
+    const QByteArray good = golden((folder + std::string("a.dat")).c_str());
+    const QByteArray bad = golden((folder + std::string("b.dat")).c_str());
     {
         Database::Transaction outer(db());
         bool wrong = true;
