@@ -12,7 +12,7 @@
 // measures taking the line twice ("code/cm", joined with "|").
 #include "fuzz/FuzzTargets.h"
 
-#include "masterdata/MasterTables.h"
+#include "support/CaliperSpecies.h"
 #include "tally/CaliperSentence.h"
 
 #include <QStringList>
@@ -56,15 +56,7 @@ QByteArray hexByte(int value)
 
 const MasterTables& tables()
 {
-    static const MasterTables tables = [] {
-        MasterTables t;
-        const char* const main[] = {"FI ", "KI ", "DGL", "BU ", "EI ", "BÄ ",
-                                    "TA ", "LÄ ", "",    "ES ", "ELS", "FI2"};
-        for (size_t i = 0; i < t.mainSpecies.size() && i < std::size(main); ++i)
-            t.mainSpecies[i] = QString::fromUtf8(main[i]);
-        t.caliperSpecies = QStringLiteral("PA ");
-        return t;
-    }();
+    static const MasterTables tables = caliperTables();
     return tables;
 }
 

@@ -2,7 +2,7 @@
 // data/caliper_text.txt, what the tally makes of each. Then the lookups of classes, volumes and
 // tariffs on the master data.
 #include "TallyFixture.h"
-#include "masterdata/MasterTables.h"
+#include "support/CaliperSpecies.h"
 #include "support/CaseFile.h"
 #include "support/QtPrinting.h"
 #include "tally/CaliperSentence.h"
@@ -19,19 +19,8 @@
 namespace brovant {
 namespace {
 
+using test::caliperTables;
 using test::Case;
-
-// Main species 1 to 12, and the caliper's own species.
-MasterTables caliperTables()
-{
-    MasterTables tables;
-    const char* const main[] = {"FI ", "KI ", "DGL", "BU ", "EI ", "BÄ ",
-                                "TA ", "LÄ ", "",    "ES ", "ELS", "FI2"};
-    for (size_t i = 0; i < std::size(main); ++i)
-        tables.mainSpecies[i] = QString::fromUtf8(main[i]);
-    tables.caliperSpecies = QStringLiteral("PA ");
-    return tables;
-}
 
 // Each kind of case against what the tally makes of it, written as the file writes it.
 const std::map<QByteArray, std::function<QByteArray(const Case&)>> kReadings = {
@@ -118,40 +107,6 @@ TEST(CaliperTelegram, SplitterStartsAfreshAfterFlush)
     EXPECT_FALSE(splitter.hasPending());
     EXPECT_EQ(splitter.flush(), std::nullopt);
     EXPECT_EQ(splitter.feed("623\r\n"), QByteArrayList{"623"});
-}
-
-TEST(CaliperTelegram, SplitterKeepsTheFirstHundredBytesOfALongLine)
-{
-    const QByteArray line = QByteArray("325") + QByteArray(497, 'x');
-    struct Row {
-        const char* name;
-        std::vector<QByteArray> chunks;
-    };
-    std::vector<QByteArray> bytewise;
-    for (const char c : line)
-        bytewise.emplace_back(1, c);
-    const Row rows[] = {
-        {"at once", {line}},
-        {"byte by byte", bytewise},
-        {"in two", {line.left(150), line.mid(150)}},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        TelegramSplitter splitter;
-        for (const QByteArray& chunk : row.chunks) {
-            EXPECT_TRUE(splitter.feed(chunk).isEmpty());
-        }
-        const std::optional<QByteArray> rest = splitter.flush();
-        ASSERT_TRUE(rest.has_value());
-        EXPECT_EQ(*rest, line.left(TelegramSplitter::kMaxTelegram));
-    }
-
-    // The dropped rest of the line does not leak into the next telegram.
-    TelegramSplitter splitter;
-    EXPECT_EQ(splitter.feed(line + "\r\n" + "412\r\n"),
-              (QByteArrayList{line.left(TelegramSplitter::kMaxTelegram), "412"}));
-    EXPECT_EQ(splitter.feed(QByteArray(100, 'y') + "\n"), QByteArrayList{QByteArray(100, 'y')});
-    EXPECT_EQ(splitter.feed(QByteArray(101, 'z') + "\n"), QByteArrayList{QByteArray(100, 'z')});
 }
 
 using namespace Qt::StringLiterals;

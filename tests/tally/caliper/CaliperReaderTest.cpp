@@ -318,27 +318,17 @@ TEST_F(CaliperReaderTest, StopIsQuickAndNothingArrivesAfterIt)
     EXPECT_TRUE(second.start(3));
 }
 
-TEST(SerialPort, PortNamesLeadToTheLinkedDevice)
+// The device's port names lead through the links in \dev; a pseudo-terminal opens with the
+// caliper's line settings.
+TEST_F(CaliperReaderTest, SerialPortsByTheirNames)
 {
-    TempRoot root;
-    QDir().mkpath(root.host(QStringLiteral("dev")));
-    ASSERT_TRUE(QFile::link(QStringLiteral("/dev/ttyUSB0"), root.host(QStringLiteral("dev/COM3"))));
+    linkPort(3, QStringLiteral("/dev/ttyUSB0"));
     ASSERT_TRUE(QFile::link(QStringLiteral("/dev/rfcomm0"), root.host(QStringLiteral("dev/com7"))));
-    const DeviceRoot device(root.path());
     for (const test::Case& c : test::casesOf(kPorts, "device"))
         EXPECT_EQ(serialDeviceFile(device, c.text(1)), c.text(2)) << c.where().constData();
     EXPECT_EQ(serialPortName(3), "COM3:");
-}
 
-TEST(SerialPort, OpensAPseudoTerminalWithTheCaliperLine)
-{
-    TempRoot root;
-    PseudoTerminal pty;
-    ASSERT_FALSE(pty.slave().isEmpty());
-    QDir().mkpath(root.host(QStringLiteral("dev")));
-    ASSERT_TRUE(QFile::link(pty.slave(), root.host(QStringLiteral("dev/COM2"))));
-    const DeviceRoot device(root.path());
-    ScriptedDialogs dialogs;
+    linkPort(2, pty.slave());
     QSerialPort port;
     ASSERT_TRUE(openSerialPort(port, device, QStringLiteral("COM2:"), kCaliperLine, dialogs));
     EXPECT_EQ(port.portName(), pty.slave().section(u'/', 2)); // Qt names it below /dev
