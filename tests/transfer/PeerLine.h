@@ -79,26 +79,6 @@ inline void answerFrames(PeerLine& line, FrameAnswer answer)
     };
 }
 
-// ACK to every frame but the one at `index`, which gets `answers` attempt by attempt before its
-// ACK; `tries` counts how often it came.
-inline FrameAnswer refuseFrame(int index, std::vector<QByteArray> answers, int& tries)
-{
-    return [index, answers = std::move(answers), &tries](int i, int, const QByteArray&) {
-        if (i != index)
-            return QByteArray("\x06");
-        const size_t at = size_t(tries++);
-        return at < answers.size() ? answers[at] : QByteArray("\x06");
-    };
-}
-
-// A far end that spoils the frame at `index` with `spoil` on its first `times` attempts.
-inline FrameAnswer spoilAt(int index, int times, std::function<QByteArray(QByteArray)> spoil)
-{
-    return [=](int i, int attempt, const QByteArray& frame) {
-        return i == index && attempt < times ? spoil(frame) : frame;
-    };
-}
-
 // Hands a line the test keeps to a channel that wants to own one.
 class LineRef final : public SerialLine {
 public:
