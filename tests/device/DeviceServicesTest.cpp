@@ -124,42 +124,6 @@ TEST(BacklightRoutes, WritesTheRouteOfTheDeviceFamily)
     }
 }
 
-// With the power manager's key the timeout is written there; without it only kept.
-TEST(DeviceRoutes, SwitchOffWritesTheTimeoutAndBecomesTheKeepAwakeValue)
-{
-    for (const bool key : {true, false}) {
-        for (const int seconds : {0, 60, 120, 180, 240, 300}) {
-            SCOPED_TRACE(seconds);
-            Device device;
-            DeviceRoutes& routes = device.open();
-            if (key) {
-                device.stageKey(Hive::LocalMachine, kTimeoutsKey, "BattSuspendTimeout=600");
-                device.session->keepAwake().readSaved();
-                EXPECT_EQ(routes.switchOff(), 600);
-            }
-            const auto timeout = [&] {
-                return device.registry().dword(Hive::LocalMachine, kTimeoutsKey, kTimeout);
-            };
-            const auto written = [key](quint32 value) {
-                return key ? std::optional(value) : std::nullopt;
-            };
-            routes.setSwitchOff(seconds);
-            EXPECT_EQ(timeout(), written(seconds));
-            EXPECT_EQ(routes.switchOff(), seconds);
-            EXPECT_EQ(device.session->keepAwake().saved(), quint32(seconds));
-            EXPECT_EQ(routes.signalledEvents(),
-                      key ? QStringList{QStringLiteral("PowerManager/ReloadActivityTimeouts")}
-                          : QStringList{});
-            // A long job afterwards gives back the user's choice, not the start-up value.
-            {
-                KeepAwake::Scope awake(device.session->keepAwake());
-                EXPECT_EQ(timeout(), written(0));
-            }
-            EXPECT_EQ(timeout(), written(seconds));
-        }
-    }
-}
-
 TEST(DeviceRoutes, BatteryStateTexts)
 {
     for (const test::Case& c : test::readCases("device/data/battery_states.txt"))
@@ -388,29 +352,54 @@ TEST(DeviceRoutesOnHardware, ClockResetAndVolumeReachTheCommandsOnlyOnHardware)
     }
 }
 
-// The switch-off choice becomes logind's idle action through the profile's drop-in, which logind
-// is told to read again; without a drop-in the system's own setting stays.
-TEST(DeviceRoutesOnHardware, SwitchOffBecomesTheSessionIdleTime)
+// With the power manager's key the timeout is written there; without it only kept. With the
+// profile's drop-in it also becomes logind's idle action, which logind is told to read again;
+// without a drop-in the system's own setting stays.
+TEST(DeviceRoutes, SwitchOffWritesTheTimeoutAndBecomesTheKeepAwakeValueAndTheIdleTime)
 {
-    const std::pair<int, const char*> table[] = {
-        {180, "[Login]\nIdleAction=suspend\nIdleActionSec=180s\n"},
-        {0, "[Login]\nIdleAction=ignore\n"},
-        {60, nullptr},
-    };
-    for (const auto& [seconds, dropIn] : table) {
-        Sysfs sysfs;
-        Device device;
-        device.addHardware(dropIn ? sysfs.withDir("idle_conf=%1/brovant.conf\n")
-                                  : "mixer=Master\n");
-        EXPECT_EQ(device.open().setSwitchOff(seconds), dropIn != nullptr) << seconds;
-        if (!dropIn) {
-            EXPECT_TRUE(device.commands.isEmpty());
-            continue;
+    for (const bool key : {true, false}) {
+        for (const int seconds : {0, 60, 120, 180, 240, 300}) {
+            SCOPED_TRACE(seconds);
+            Sysfs sysfs;
+            Device device;
+            device.addHardware(key ? sysfs.withDir("idle_conf=%1/brovant.conf\n")
+                                   : "mixer=Master\n");
+            DeviceRoutes& routes = device.open();
+            if (key) {
+                device.stageKey(Hive::LocalMachine, kTimeoutsKey, "BattSuspendTimeout=600");
+                device.session->keepAwake().readSaved();
+                EXPECT_EQ(routes.switchOff(), 600);
+            }
+            const auto timeout = [&] {
+                return device.registry().dword(Hive::LocalMachine, kTimeoutsKey, kTimeout);
+            };
+            const auto written = [key](quint32 value) {
+                return key ? std::optional(value) : std::nullopt;
+            };
+            EXPECT_EQ(routes.setSwitchOff(seconds), key);
+            EXPECT_EQ(timeout(), written(seconds));
+            EXPECT_EQ(routes.switchOff(), seconds);
+            EXPECT_EQ(device.session->keepAwake().saved(), quint32(seconds));
+            EXPECT_EQ(routes.signalledEvents(),
+                      key ? QStringList{QStringLiteral("PowerManager/ReloadActivityTimeouts")}
+                          : QStringList{});
+            const QString dropIn = seconds == 0 ? QStringLiteral("[Login]\nIdleAction=ignore\n")
+                                                : QStringLiteral("[Login]\nIdleAction=suspend\n"
+                                                                 "IdleActionSec=%1s\n")
+                                                      .arg(seconds);
+            EXPECT_EQ(sysfs.dir.readFile("brovant.conf"), key ? dropIn.toUtf8() : QByteArray());
+            EXPECT_EQ(device.commands,
+                      key ? QStringList{QStringLiteral("systemctl --no-ask-password kill "
+                                                       "--kill-whom=main --signal=SIGHUP "
+                                                       "systemd-logind")}
+                          : QStringList{});
+            // A long job afterwards gives back the user's choice, not the start-up value.
+            {
+                KeepAwake::Scope awake(device.session->keepAwake());
+                EXPECT_EQ(timeout(), written(0));
+            }
+            EXPECT_EQ(timeout(), written(seconds));
         }
-        EXPECT_EQ(sysfs.dir.readFile("brovant.conf"), dropIn) << seconds;
-        EXPECT_EQ(device.commands,
-                  QStringList{QStringLiteral("systemctl --no-ask-password kill --kill-whom=main "
-                                             "--signal=SIGHUP systemd-logind")});
     }
 }
 
@@ -488,24 +477,16 @@ public:
     std::unique_ptr<BackupService> service;
 };
 
-QStringList numbered(const char* kind, int first, int last)
-{
-    QStringList out;
-    for (int n = first; n <= last; ++n)
-        out << QStringLiteral("%1_%2.cdb").arg(n, 4, 10, QChar(u'0')).arg(QLatin1StringView(kind));
-    return out;
-}
-
 // File names separated by blanks, where "0001_Auto.cdb..0030_Auto.cdb" stands for the thirty.
 QStringList names(const QString& text)
 {
     QStringList out;
     for (const QString& name : text.split(u' ', Qt::SkipEmptyParts)) {
-        if (!name.contains(QStringLiteral("..")))
-            out << name;
-        else
-            out << numbered(name.mid(5, 4).toLatin1().constData(), name.left(4).toInt(),
-                            name.section(QStringLiteral(".."), 1).left(4).toInt());
+        const QString last = name.section(QStringLiteral(".."), -1);
+        // A range: the numbers before its last name, of the last name's kind.
+        for (int n = name.left(4).toInt(); name != last && n < last.left(4).toInt(); ++n)
+            out << QStringLiteral("%1").arg(n, 4, 10, QChar(u'0')) + last.mid(4);
+        out << last;
     }
     return out;
 }
@@ -697,10 +678,6 @@ struct RestoreDevice : BackupDevice {
         addTrees(5);
         dialogs.clear();
     }
-    QByteArray backupBytes() const
-    {
-        return root.readFile(QStringLiteral("Brovant/Save/0001_Manu.cdb"));
-    }
 };
 
 // With a umask that lets everybody read: the database, the backups of both kinds and the copy a
@@ -751,7 +728,8 @@ TEST(Restore, OldestOfThirtyIsRestoredThoughItsFileGoes)
     EXPECT_TRUE(device.service->restore(QStringLiteral("0001_Auto.cdb")));
     EXPECT_TRUE(device.dialogs.asked().isEmpty());
     EXPECT_EQ(device.trees(), 3);
-    EXPECT_EQ(device.listing(QStringLiteral("Brovant/Save")), numbered("Auto", 2, 31));
+    EXPECT_EQ(device.listing(QStringLiteral("Brovant/Save")),
+              names("0002_Auto.cdb..0031_Auto.cdb"));
 }
 
 // One refused restore a line of data/restore_refusals.txt.
@@ -763,8 +741,8 @@ TEST(Restore, RefusedFilesLeaveTheDatabaseAlone)
         RestoreDevice device;
         const QString target = QStringLiteral("Brovant/Save/") + c.text(0);
         if (content == u"cut in half") {
-            device.root.writeFile(target,
-                                  device.backupBytes().left(device.backupBytes().size() / 2));
+            const QByteArray backup = device.root.readFile("Brovant/Save/0001_Manu.cdb");
+            device.root.writeFile(target, backup.left(backup.size() / 2));
         }
         if (content == u"last pages cut" || content == u"a page damaged") {
             device.addTrees(2000, 100);
