@@ -92,40 +92,23 @@ TEST_F(Distribution, ChartsShowTheOccupiedClasses)
     EXPECT_EQ(stacked.maximum(), 3);
 }
 
-TEST_F(Distribution, ListWithoutHeaderOrTrees)
+// Every row of the totals view as "HA|Kub.|Stk|d-Kub.".
+QStringList shown(const Totals& totals)
 {
-    addClasses(3);
-    EXPECT_FALSE(DiameterDistribution::compute(db(), 4, tables()).has_value());
-    addList(4, QStringLiteral("LEER"), 100);
-    const auto d = DiameterDistribution::compute(db(), 4, tables());
-    ASSERT_TRUE(d.has_value());
-    EXPECT_EQ(d->classes().size(), 3u);
-    EXPECT_TRUE(d->chart(-1).labels.isEmpty());
-    EXPECT_EQ(d->chart(-1).maximum(), 0);
+    QStringList out;
+    for (const Totals::Row& row : totals.rows())
+        out << QStringList(row.begin(), row.end()).join(u'|');
+    return out;
 }
 
-// List 2's trees must never count.
-class TotalsTest : public test::ReportFixture {
-protected:
-    void SetUp() override
-    {
-        ReportFixture::SetUp();
-        addList(2, QStringLiteral("L2"), 100);
-        addTrees(2, {{"FI ", "", 7, 999}, {"AAA", "", 1, 50}, {"ZZZ", "", 2, 10}});
-    }
-    // Every row of the view as "HA|Kub.|Stk|d-Kub.".
-    static QStringList shown(const Totals& totals)
-    {
-        QStringList out;
-        for (const Totals::Row& row : totals.rows())
-            out << QStringList(row.begin(), row.end()).join(u'|');
-        return out;
-    }
-};
+using TotalsTest = ReportFixture;
 
 // The cases of data/reports.txt, each on a list of its own that no other case's trees reach.
 TEST_F(TotalsTest, RowsAsShown)
 {
+    // List 2's trees must never count.
+    addList(2, QStringLiteral("L2"), 100);
+    addTrees(2, {{"FI ", "", 7, 999}, {"AAA", "", 1, 50}, {"ZZZ", "", 2, 10}});
     std::int64_t list = 10;
     for (const test::Case& c : test::casesOf("totals") + test::casesOf("tallied")) {
         SCOPED_TRACE(c.where().constData());
@@ -147,17 +130,26 @@ TEST_F(TotalsTest, RowsAsShown)
               (QStringList{"FI|10198.98|10098| 1.01", "|||", "|10198.98|10098| 1.01"}));
 }
 
-TEST_F(TotalsTest, ListWithoutHeaderOrDatabaseHasNoTotals)
+// Trees without a list header, a list without trees, a closed database.
+TEST_F(TotalsTest, ListWithoutHeaderTreesOrDatabase)
 {
+    addClasses(3);
     addTrees(3, {{"FI", "", 1, 45}});
     EXPECT_FALSE(Totals::compute(db(), 3).has_value());
     EXPECT_FALSE(Totals::compute(db(), 1).has_value());
+    EXPECT_FALSE(DiameterDistribution::compute(db(), 4, tables()).has_value());
     EXPECT_TRUE(hasTrees(db(), 3));
     EXPECT_FALSE(hasTrees(db(), 1));
+    addList(4, QStringLiteral("LEER"), 100);
+    const auto d = DiameterDistribution::compute(db(), 4, tables());
+    ASSERT_TRUE(d.has_value());
+    EXPECT_EQ(d->classes().size(), 3u);
+    EXPECT_TRUE(d->chart(-1).labels.isEmpty());
+    EXPECT_EQ(d->chart(-1).maximum(), 0);
     addList(1, QStringLiteral("L1"), 100);
     db().close();
     EXPECT_FALSE(Totals::compute(db(), 1).has_value());
-    EXPECT_FALSE(hasTrees(db(), 2));
+    EXPECT_FALSE(hasTrees(db(), 3));
 }
 
 using Parts = std::array<std::int64_t, AssortmentDistribution::kAssortments>;
@@ -182,7 +174,7 @@ TEST(AssortmentSplit, PartsAddUpToTheTotal)
 
 using Assortments = ReportFixture;
 
-TEST_F(Assortments, EachTreeSplitByItsSpeciesAndClass)
+TEST_F(Assortments, EachTreeSplitByItsSpeciesAndClassUnderTheSettingsNames)
 {
     addClasses(5);
     // The first row of a pair wins; padded and unpadded codes are the same row.
@@ -220,15 +212,11 @@ TEST_F(Assortments, EachTreeSplitByItsSpeciesAndClass)
     EXPECT_EQ(all.volume, 244);
 
     EXPECT_FALSE(AssortmentDistribution::compute(db(), 9).has_value());
-}
 
-TEST_F(Assortments, NamesFromTheSettings)
-{
     setSorten({"ST", "AB", "", "IL"});
-    const MasterTables& t = tables();
-    EXPECT_EQ(AssortmentDistribution::name(t, 0), QStringLiteral("ST"));
-    EXPECT_EQ(AssortmentDistribution::name(t, 2), QStringLiteral("Sorte 3"));
-    EXPECT_EQ(AssortmentDistribution::name(t, 5), QStringLiteral("Sorte 6"));
+    EXPECT_EQ(AssortmentDistribution::name(tables(), 0), QStringLiteral("ST"));
+    EXPECT_EQ(AssortmentDistribution::name(tables(), 2), QStringLiteral("Sorte 3"));
+    EXPECT_EQ(AssortmentDistribution::name(tables(), 5), QStringLiteral("Sorte 6"));
 }
 
 } // namespace

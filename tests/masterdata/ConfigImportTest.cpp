@@ -168,16 +168,6 @@ TEST_F(ConfigImportTest, ProgressEveryThirtyLinesAndKeepAwakeRestored)
     EXPECT_EQ(session->registry().dword(Hive::LocalMachine, key, value), 180u);
 }
 
-TEST_F(ConfigImportTest, SampleConfigurationImportsCleanly)
-{
-    QFile sample(QStringLiteral(BROVANT_SOURCE_DIR "/demo/passive.dtr"));
-    ASSERT_TRUE(sample.open(QIODevice::ReadOnly));
-    ASSERT_EQ(import(sample.readAll()), Result::Loaded);
-    EXPECT_GE(store().readInt(Setting::Stufenanzahl), 20);
-    EXPECT_EQ(store().readText(Setting::KopfLabel, 0).size(), 20);
-    EXPECT_TRUE(dialogs.asked().isEmpty());
-}
-
 using SettingsTest = ImportFixture;
 
 // The sections the configuration owns: a new configuration clears them (the names themselves are
