@@ -8,6 +8,9 @@
 #include "platform/MessageDialogs.h"
 #include "support/CaseFile.h"
 #include "support/TempRoot.h"
+#include "transfer/ListCsvExport.h"
+#include "transfer/ListFileExport.h"
+#include "transfer/ListFileImport.h"
 
 #include <QDir>
 #include <QFile>
@@ -68,11 +71,23 @@ protected:
 
     void SetUp() override
     {
+        // The header labels and their flags behind every expected list file.
+        root.writeFile(QStringLiteral("Registry/HKEY_CURRENT_USER.reg"),
+                       golden("export_settings.reg"));
         session = std::make_unique<DeviceSession>(root.path(), Database::Durability::Relaxed);
         ASSERT_NE(session->openDatabase(), DeviceSession::DatabaseState::Failed);
     }
 
     Database& db() { return session->database(); }
+    ListFileExport listFiles()
+    {
+        return ListFileExport(session->root(), db(), session->store(), dialogs);
+    }
+    ListCsvExport csvFile()
+    {
+        return ListCsvExport(session->root(), db(), session->store(), dialogs);
+    }
+    ListFileImport importer() { return ListFileImport(session->root(), db(), dialogs); }
 
     // Rows from an SQL file of tests/transfer/data.
     void rowsFrom(const char* file)

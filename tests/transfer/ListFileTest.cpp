@@ -18,9 +18,6 @@
 
 #include "masterdata/SettingsStore.h"
 #include "support/PeakMemory.h"
-#include "transfer/ListCsvExport.h"
-#include "transfer/ListFileExport.h"
-#include "transfer/ListFileImport.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -36,25 +33,13 @@
 namespace brovant::test {
 namespace {
 
-class ListFileExportTest : public ListFileFixture {
-protected:
-    void SetUp() override
-    {
-        // The header labels and their flags behind every expected file.
-        root.writeFile(QStringLiteral("Registry/HKEY_CURRENT_USER.reg"),
-                       golden("export_settings.reg"));
-        ListFileFixture::SetUp();
-    }
-
-    SettingsStore& store() { return session->store(); }
-    ListFileExport exporter() { return ListFileExport(session->root(), db(), store(), dialogs); }
-};
+using ListFileExportTest = ListFileFixture;
 
 TEST_F(ListFileExportTest, MarkedListsMatchTheExpectedFilesByteForByte)
 {
     ASSERT_NO_FATAL_FAILURE(rowsFrom("export_device.sql"));
-    EXPECT_EQ(exporter().markedCount(), 6);
-    EXPECT_EQ(exporter().writeMarked(), 6);
+    EXPECT_EQ(listFiles().markedCount(), 6);
+    EXPECT_EQ(listFiles().writeMarked(), 6);
     EXPECT_EQ(dialogs.asked(), QStringList());
 
     const struct {
@@ -86,7 +71,7 @@ TEST_F(ListFileExportTest, EmptiesTheExportFolderThenShowsTheProgressPerFile)
     QDir().mkpath(root.host(QStringLiteral("Export/keep")));
     list(1, "A1");
     list(2, "B2");
-    ASSERT_EQ(exporter().writeMarked(), 2);
+    ASSERT_EQ(listFiles().writeMarked(), 2);
     EXPECT_EQ(filesIn("Export"), (QStringList{"A1      .DAT", "B2      .DAT"}));
     EXPECT_TRUE(QFileInfo(root.host(QStringLiteral("Export/keep"))).isDir());
     QStringList seen;
@@ -108,7 +93,7 @@ TEST_F(ListFileExportTest, EmptiesTheExportFolderThenShowsTheProgressPerFile)
 
     // Nothing marked: the folder is still emptied and nothing is written.
     db().exec(QStringLiteral("UPDATE Brov_Kopfdaten SET DUE_MARK = 0"));
-    EXPECT_EQ(exporter().writeMarked(), 0);
+    EXPECT_EQ(listFiles().writeMarked(), 0);
     EXPECT_EQ(filesIn("Export"), QStringList());
 }
 
@@ -121,7 +106,7 @@ TEST_F(ListFileExportTest, ListNumbersThatAreNoFileNameAreRefused)
     list(id++, "GUT");
     // Only a whole name of "." or ".." would climb; with its padding and ".DAT" it is a name.
     list(id++, "..");
-    const int handled = exporter().writeMarked();
+    const int handled = listFiles().writeMarked();
     EXPECT_EQ(handled, int(std::size(names)) + 2);
     QStringList notices;
     for (size_t i = 0; i < std::size(names); ++i)
@@ -134,8 +119,8 @@ TEST_F(ListFileExportTest, ListNumbersThatAreNoFileNameAreRefused)
     EXPECT_EQ(QDir(root.host(QStringLiteral("Export")))
                   .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Name),
               (QStringList{"..      .DAT", "GUT     .DAT"}));
-    EXPECT_EQ(exporter().filePath(1), QString());
-    EXPECT_EQ(exporter().filePath(id - 2), QStringLiteral("\\Export\\GUT     .DAT"));
+    EXPECT_EQ(listFiles().filePath(1), QString());
+    EXPECT_EQ(listFiles().filePath(id - 2), QStringLiteral("\\Export\\GUT     .DAT"));
 }
 
 // A folder in the way of one list's file skips that list; "\Export" being a file, all of them.
@@ -153,7 +138,7 @@ TEST_F(ListFileExportTest, AFileThatCannotBeMadeSkipsItsListAndWritesTheOthers)
         } else {
             QDir().mkpath(root.host(QStringLiteral("Export/A1      .DAT/x")));
         }
-        EXPECT_EQ(exporter().writeMarked(), 2);
+        EXPECT_EQ(listFiles().writeMarked(), 2);
         EXPECT_EQ(dialogs.asked(),
                   QStringList(folderBroken ? 2 : 1,
                               QStringLiteral("Datei kann nicht erzeugt werden!||")));
@@ -162,7 +147,7 @@ TEST_F(ListFileExportTest, AFileThatCannotBeMadeSkipsItsListAndWritesTheOthers)
             EXPECT_EQ(filesIn("Export"), QStringList{QStringLiteral("B2      .DAT")});
             EXPECT_TRUE(QFileInfo(root.host(QStringLiteral("Export/A1      .DAT"))).isDir());
         }
-        EXPECT_EQ(exporter().writeList(2), !folderBroken);
+        EXPECT_EQ(listFiles().writeList(2), !folderBroken);
     }
 }
 
@@ -175,7 +160,7 @@ TEST_F(ListFileExportTest, SameListNumberTwiceKeepsTheSecondList)
                             {"REGION_A", txt("ZWEITE")},
                             {"BAUMART", txt("FI ")},
                             {"TARIF", txt("FI01 ")}});
-    ASSERT_EQ(exporter().writeMarked(), 2);
+    ASSERT_EQ(listFiles().writeMarked(), 2);
     // Names differing only in case are one file on the device.
     ASSERT_EQ(filesIn("Export").size(), 1);
     const QByteArray file = root.readFile(QStringLiteral("Export/") + filesIn("Export").first());
@@ -193,7 +178,7 @@ TEST_F(ListFileExportTest, LinesAreCutAt1000BytesAndKeepTheirLineEnd)
         {20, 161}, {858, 999}, {859, 1000}, {860, 1000}, {5000, 1000},
     };
     for (const auto& c : cases) {
-        store().writeText(Setting::KopfLabel, 0, QString(c.labelLength, u'L'));
+        session->store().writeText(Setting::KopfLabel, 0, QString(c.labelLength, u'L'));
         db().exec(QStringLiteral("DELETE FROM Brov_Kopfdaten"));
         db().exec(QStringLiteral("DELETE FROM Brov_Einstellungen"));
         insert(schema::Einstellungen, {{"ID", num(1)},
@@ -202,7 +187,7 @@ TEST_F(ListFileExportTest, LinesAreCutAt1000BytesAndKeepTheirLineEnd)
                                        {"BAUMART", txt("FI ")},
                                        {"TARIF", txt("FI01 ")}});
         list(1, "LANG");
-        ASSERT_TRUE(exporter().writeList(1));
+        ASSERT_TRUE(listFiles().writeList(1));
         const QByteArray file = root.readFile(QStringLiteral("Export/LANG    .DAT"));
         const QList<QByteArray> lines = file.split('\n');
         ASSERT_GE(lines.size(), 3) << c.labelLength;
@@ -222,8 +207,8 @@ TEST_F(ListFileExportTest, OneListByNumber)
         SCOPED_TRACE(c.where().constData());
         const std::int64_t id = c.fields[0].toLongLong();
         const QString path = c.text(1) == QStringLiteral("-") ? QString() : c.text(1);
-        EXPECT_EQ(exporter().filePath(id), path);
-        EXPECT_EQ(exporter().writeList(id), !path.isEmpty());
+        EXPECT_EQ(listFiles().filePath(id), path);
+        EXPECT_EQ(listFiles().writeList(id), !path.isEmpty());
     }
     EXPECT_EQ(filesIn("Export"), (QStringList{"EINS    .DAT", "ZWEI    .DAT"}));
     EXPECT_EQ(dialogs.asked(), QStringList());
@@ -246,7 +231,7 @@ TEST_F(ListFileExportTest, MarkingAfterTheTransfer)
                                    {"EXPORTED_N_NI", value(c.fields.value(1))}});
         expected << c.text(2);
     }
-    EXPECT_EQ(exporter().markedCount(), 4);
+    EXPECT_EQ(listFiles().markedCount(), 4);
     // The update of a later row fails: the rows before it must not stay changed.
     const QString marks =
         QStringLiteral("SELECT DUE_MARK, EXPORTED_N_NI FROM Brov_Kopfdaten ORDER BY rowid");
@@ -254,15 +239,15 @@ TEST_F(ListFileExportTest, MarkingAfterTheTransfer)
     ASSERT_TRUE(db().exec(
         QStringLiteral("CREATE TRIGGER refuse BEFORE UPDATE ON Brov_Kopfdaten WHEN OLD.ID_FILE = 3 "
                        "BEGIN SELECT RAISE(ABORT, 'refused'); END")));
-    EXPECT_FALSE(exporter().markExported());
+    EXPECT_FALSE(listFiles().markExported());
     EXPECT_EQ(rows(marks), before);
     ASSERT_TRUE(db().exec(QStringLiteral("DROP TRIGGER refuse")));
 
-    EXPECT_TRUE(exporter().markExported());
+    EXPECT_TRUE(listFiles().markExported());
     EXPECT_EQ(rows(marks), expected);
-    EXPECT_EQ(exporter().markedCount(), 0);
+    EXPECT_EQ(listFiles().markedCount(), 0);
     // A second marking finds nothing to raise.
-    EXPECT_TRUE(exporter().markExported());
+    EXPECT_TRUE(listFiles().markExported());
     EXPECT_EQ(rows(marks), expected);
 }
 
@@ -272,19 +257,13 @@ TEST_F(ListFileExportTest, MarkingAfterTheTransfer)
 // 0.01 -> 0.00), codes and the list number stored blank-padded, empty fields as empty cells, trees
 // in table order, the trees of another list left out. The file goes to the printer folder, "\My
 // Documents" unless set.
-class ListCsvExportTest : public ListFileFixture {
-protected:
-    ListCsvExport exporter()
-    {
-        return ListCsvExport(session->root(), db(), session->store(), dialogs);
-    }
-};
+using ListCsvExportTest = ListFileFixture;
 
 // The spreadsheet file leaves the list file and the marking alone.
 TEST_F(ListCsvExportTest, WritesTheGoldenFile)
 {
     ASSERT_NO_FATAL_FAILURE(rowsFrom("list_umlauts.sql"));
-    ListFileExport listFiles(session->root(), db(), session->store(), dialogs);
+    ListFileExport listFiles = this->listFiles();
     ASSERT_TRUE(listFiles.writeList(3));
     const QString datName = listFiles.filePath(3).section(u'\\', -1);
     const QByteArray dat = root.readFile(QStringLiteral("Export/") + datName);
@@ -292,14 +271,14 @@ TEST_F(ListCsvExportTest, WritesTheGoldenFile)
     const QStringList before = rows(QStringLiteral(
         "SELECT ID_FILE, DUE_MARK, EXPORTED_N_NI FROM Brov_Kopfdaten ORDER BY rowid"));
 
-    EXPECT_EQ(exporter().filePath(3), QStringLiteral("\\My Documents\\HÖHE 7.csv"));
-    EXPECT_EQ(exporter().write(3),
+    EXPECT_EQ(csvFile().filePath(3), QStringLiteral("\\My Documents\\HÖHE 7.csv"));
+    EXPECT_EQ(csvFile().write(3),
               std::optional<QString>(QStringLiteral("\\My Documents\\HÖHE 7.csv")));
     EXPECT_EQ(root.readFile(QStringLiteral("My Documents/HÖHE 7.csv")), golden("list_umlauts.csv"));
     EXPECT_TRUE(dialogs.asked().isEmpty());
     // Written again after a change: the new file replaces the old one.
     ASSERT_TRUE(db().query(QStringLiteral("UPDATE Brov_Holzdaten SET STK = 3 WHERE ID = 8")).run());
-    ASSERT_TRUE(exporter().write(3));
+    ASSERT_TRUE(csvFile().write(3));
 
     EXPECT_EQ(filesIn("Export"), QStringList{datName});
     EXPECT_EQ(filesIn("My Documents"), QStringList{QStringLiteral("HÖHE 7.csv")});
@@ -322,8 +301,8 @@ TEST_F(ListCsvExportTest, ListNumbersThatMakeNoFileNameAreRefused)
         dialogs.clear();
         list(++id, number);
         tree(id, 1, num(1), {{"KUBATUR", num(10)}});
-        EXPECT_EQ(exporter().filePath(id), QString());
-        EXPECT_EQ(exporter().write(id), std::nullopt);
+        EXPECT_EQ(csvFile().filePath(id), QString());
+        EXPECT_EQ(csvFile().write(id), std::nullopt);
         EXPECT_EQ(dialogs.asked(), QStringList{"Datei kann nicht erzeugt werden!||"});
     }
     EXPECT_EQ(filesIn("My Documents"), QStringList());
@@ -331,7 +310,7 @@ TEST_F(ListCsvExportTest, ListNumbersThatMakeNoFileNameAreRefused)
 
     // No such list: nothing, and nothing to tell.
     dialogs.clear();
-    EXPECT_EQ(exporter().write(99), std::nullopt);
+    EXPECT_EQ(csvFile().write(99), std::nullopt);
     EXPECT_TRUE(dialogs.asked().isEmpty());
 }
 
@@ -344,7 +323,7 @@ TEST_F(ListCsvExportTest, ALinkIsReplacedAndAFailedFileLeavesNothing)
     ASSERT_TRUE(QDir().mkpath(root.host(QStringLiteral("My Documents"))));
     ASSERT_TRUE(QFile::link(root.host(QStringLiteral("outside.txt")),
                             root.host(QStringLiteral("My Documents/L1.csv"))));
-    ASSERT_TRUE(exporter().write(1));
+    ASSERT_TRUE(csvFile().write(1));
     EXPECT_EQ(root.readFile(QStringLiteral("outside.txt")), QByteArray("keep me"));
     EXPECT_FALSE(QFileInfo(root.host(QStringLiteral("My Documents/L1.csv"))).isSymLink());
     // A list without trees still has its header row.
@@ -355,7 +334,7 @@ TEST_F(ListCsvExportTest, ALinkIsReplacedAndAFailedFileLeavesNothing)
     ASSERT_TRUE(QDir(root.host(QStringLiteral("My Documents"))).removeRecursively());
     root.writeFile(QStringLiteral("My Documents"), "in the way");
     tree(1, 1, num(1), {{"KUBATUR", num(10)}});
-    EXPECT_EQ(exporter().write(1), std::nullopt);
+    EXPECT_EQ(csvFile().write(1), std::nullopt);
     EXPECT_EQ(dialogs.asked(), QStringList{"Datei kann nicht erzeugt werden!||"});
     EXPECT_EQ(root.readFile(QStringLiteral("My Documents")), QByteArray("in the way"));
 }
@@ -365,7 +344,7 @@ TEST_F(ListCsvExportTest, UnreadableTreesLeaveNoFile)
 {
     list(1, "L1", {{"KOR_FAKTOR_N", num(100)}});
     ASSERT_TRUE(db().exec(QStringLiteral("DROP TABLE Brov_Holzdaten")));
-    EXPECT_EQ(exporter().write(1), std::nullopt);
+    EXPECT_EQ(csvFile().write(1), std::nullopt);
     EXPECT_EQ(dialogs.asked(), QStringList{"Datei kann nicht erzeugt werden!||"});
     EXPECT_TRUE(filesIn("My Documents").isEmpty());
 }
@@ -378,11 +357,11 @@ TEST_F(ListCsvExportTest, SurvivesTheNextSend)
     for (const Case& c : readCases(QStringLiteral("transfer/data/csv_folders.txt"))) {
         SCOPED_TRACE(c.where().constData());
         session->store().writeText(Setting::PrinterPath, 0, c.text(0));
-        const auto path = exporter().write(1);
+        const auto path = csvFile().write(1);
         ASSERT_EQ(path.value_or(QStringLiteral("<none>")), c.text(1));
         const QByteArray written = root.readFile(QString(*path).replace(u'\\', u'/'));
         ASSERT_FALSE(written.isEmpty());
-        ListFileExport(session->root(), db(), session->store(), dialogs).writeMarked();
+        listFiles().writeMarked();
         session->root().removeMatching(QStringLiteral("\\Import\\*.*"));
         EXPECT_EQ(root.readFile(QString(*path).replace(u'\\', u'/')), written);
         EXPECT_EQ(filesIn("Export").size(), 1); // the send's list file, and only that
@@ -395,7 +374,7 @@ TEST_F(ListCsvExportTest, FormulasInTextsAreGuarded)
 {
     list(1, "=1+2", {{"ZUSATZ_A", txt("=1+2")}, {"KOR_FAKTOR_N", num(100)}});
     tree(1, 1, num(1), {{"BAUMART", txt("@FI")}, {"TARIF", txt("+A1")}, {"KUBATUR", num(-150)}});
-    ASSERT_TRUE(exporter().write(1));
+    ASSERT_TRUE(csvFile().write(1));
     EXPECT_EQ(root.readFile(QStringLiteral("My Documents/=1+2.csv")).split('\n').value(1),
               "'=1+2;1;'@FI;'+A1;;;;;;-1,50;-1,50;'=1+2;;WR01;1,00\r");
 }
@@ -413,9 +392,16 @@ const QString kTrees = QStringLiteral(
     "SELECT ID_FILE, ID, ID_TYPE, PARZ, STK, BAUMART, BHD, DMSTUFE, KUBATUR, NA, KA, TARIF "
     "FROM Brov_Holzdaten ORDER BY rowid");
 
-class ListFileImportTest : public ListFileFixture {
+using ListFileImportTest = ListFileFixture;
+
+// One case per folder of data/import: its files go to "\Import", and the folder's .txt says what
+// the import makes of them: "existing" the headers already there (ID_FILE, in table order),
+// "result" the outcome, the files that went in and the last list, then the new rows under
+// "heads", "texts", "regions", "trees" and the files "left" in "\Import", each ended by "|"
+// ("\r" a carriage return).
+class ListFileImportCaseTest : public ListFileFixture,
+                               public ::testing::WithParamInterface<std::string> {
 protected:
-    ListFileImport importer() { return ListFileImport(session->root(), db(), dialogs); }
     // The header texts KOPF1_A..KOPF16_A that are not NULL, as "n=text".
     QStringList headerTexts()
     {
@@ -431,14 +417,6 @@ protected:
         return out;
     }
 };
-
-// One case per folder of data/import: its files go to "\Import", and the folder's .txt says what
-// the import makes of them: "existing" the headers already there (ID_FILE, in table order),
-// "result" the outcome, the files that went in and the last list, then the new rows under
-// "heads", "texts", "regions", "trees" and the files "left" in "\Import", each ended by "|"
-// ("\r" a carriage return).
-class ListFileImportCaseTest : public ListFileImportTest,
-                               public ::testing::WithParamInterface<std::string> {};
 
 TEST_P(ListFileImportCaseTest, StoresWhatTheFilesHold)
 {
