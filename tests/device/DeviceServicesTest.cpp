@@ -519,8 +519,17 @@ TEST(BackupFolder, TableForBothFamiliesAndBothKarteValues)
     for (const test::Case& c : test::readCases("device/data/backup_folders.txt")) {
         SCOPED_TRACE(c.where().constData());
         BackupDevice device;
-        for (const QString& folder : c.text(2).split(u',', Qt::SkipEmptyParts))
-            QDir().mkpath(device.root.host(folder));
+        QTemporaryDir media; // where the system mounts the card a link leads to
+        const QString mountPoint = media.path() + QStringLiteral("/sdcard");
+        for (const QString& folder : c.text(2).split(u',', Qt::SkipEmptyParts)) {
+            if (folder.endsWith(u"->mounted"))
+                QDir().mkpath(mountPoint);
+            if (folder.contains(u"->"))
+                ASSERT_TRUE(QFile::link(
+                    mountPoint, device.root.host(folder.section(QStringLiteral("->"), 0, 0))));
+            else
+                QDir().mkpath(device.root.host(folder));
+        }
         device.setCard(c.text(1) == u"1");
         BackupService& service = device.backups(c.text(0) == u"getac");
         const bool found = c.text(3) != u"-";
@@ -531,38 +540,15 @@ TEST(BackupFolder, TableForBothFamiliesAndBothKarteValues)
         EXPECT_EQ(device.dialogs.asked(), found ? QStringList{} : QStringList{kNoCard});
         if (!found) {
             EXPECT_FALSE(QDir(device.root.host(QStringLiteral("Brovant/Save"))).exists());
+            EXPECT_FALSE(QFileInfo::exists(mountPoint));
             EXPECT_TRUE(service.entries().empty());
             continue;
         }
         EXPECT_EQ(device.listing(c.text(4)), QStringList{"0001_Manu.cdb"});
+        EXPECT_EQ(QFileInfo::exists(mountPoint + QStringLiteral("/Brovant_Save/0001_Manu.cdb")),
+                  c.text(2).contains(u"->mounted"));
         ASSERT_EQ(service.entries().size(), 1u);
         EXPECT_EQ(service.entries().front().name, QStringLiteral("0001_Manu.cdb"));
-    }
-}
-
-// A card is usually a link to where the system mounts it; a link whose card is gone is no card.
-TEST(BackupFolder, CardBehindASymbolicLink)
-{
-    for (const bool mounted : {true, false}) {
-        SCOPED_TRACE(mounted ? "mounted" : "removed");
-        BackupDevice device;
-        QTemporaryDir media;
-        const QString mountPoint = media.path() + QStringLiteral("/sdcard");
-        if (mounted)
-            QDir().mkpath(mountPoint);
-        ASSERT_TRUE(QFile::link(mountPoint, device.root.host(QStringLiteral("Storage Card"))));
-        device.setCard(true);
-        device.addTrees(2);
-        const bool made = device.backups().backup(Kind::Automatic);
-        EXPECT_EQ(made, mounted);
-        EXPECT_TRUE(device.session->database().isOpen());
-        if (mounted) {
-            EXPECT_EQ(treesIn(mountPoint + QStringLiteral("/Brovant_Save/0001_Auto.cdb")), 2);
-            EXPECT_TRUE(device.dialogs.asked().isEmpty());
-        } else {
-            EXPECT_EQ(device.dialogs.asked(), QStringList{kNoCard});
-            EXPECT_FALSE(QFileInfo::exists(mountPoint));
-        }
     }
 }
 
@@ -636,25 +622,18 @@ TEST(BackupSnapshot, HoldsOnlyWhatWasCommitted)
     EXPECT_FALSE(QFile::exists(device.root.host(QStringLiteral("Brovant/Brovant.cdb-journal"))));
 }
 
-TEST(BackupService, AutomaticOnlyWhenSwitchedOn)
-{
-    for (const int autoOn : {0, 1}) {
-        BackupDevice device;
-        device.session->store().writeInt(Setting::BackupAuto, 0, autoOn);
-        EXPECT_EQ(device.backups().automaticIfEnabled(), autoOn == 1);
-        EXPECT_EQ(device.listing(QStringLiteral("Brovant/Save")),
-                  autoOn ? QStringList{"0001_Auto.cdb"} : QStringList{});
-    }
-}
-
 // Only files of the backups' shape are listed, sorted, each with the program's time when it was
-// made: that clock may run apart from the system's.
-TEST(BackupService, EntriesAreSortedBackupsWithTheProgramsTime)
+// made: that clock may run apart from the system's. The automatic backup runs only when switched
+// on.
+TEST(BackupService, EntriesAreSortedBackupsWithTheProgramsTimeAndAutomaticOnlyWhenSwitchedOn)
 {
     BackupDevice device;
     ManualClock clock(QDateTime(QDate(2026, 5, 4), QTime(18, 0, 59)));
     BackupService& service = device.backups();
     service.setClock(&clock);
+    device.session->store().writeInt(Setting::BackupAuto, 0, 0);
+    EXPECT_FALSE(service.automaticIfEnabled());
+    EXPECT_EQ(device.listing(QStringLiteral("Brovant")), QStringList{"Brovant.cdb"});
     device.touch(QStringLiteral("Brovant/Save/0007_Manu.cdb"));
     ASSERT_TRUE(service.backup(Kind::Manual));
     clock.setNow(QDateTime(QDate(2004, 1, 1), QTime(0, 1, 30)));
@@ -667,6 +646,9 @@ TEST(BackupService, EntriesAreSortedBackupsWithTheProgramsTime)
         shown << (entry.name == u"0007_Manu.cdb" ? entry.name : entry.display());
     EXPECT_EQ(shown, (QStringList{"0007_Manu.cdb", "0008_Manu.cdb 04.05.2026, 18:00",
                                   "0009_Auto.cdb 01.01.2004, 00:01"}));
+    device.session->store().writeInt(Setting::BackupAuto, 0, 1);
+    EXPECT_TRUE(service.automaticIfEnabled());
+    EXPECT_EQ(service.entries().back().name, QStringLiteral("0010_Auto.cdb"));
 }
 
 // Backup 0001_Manu.cdb holds 3 trees; 5 more have been tallied since.
