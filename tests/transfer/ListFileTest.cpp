@@ -1,19 +1,7 @@
 // The list file as the office reads it: the device of data/export_device.sql written, and whole
 // files compared byte for byte with the expected files in data/, which make_golden.py builds field
-// by field from the record layouts (never from this program). What each one holds:
-//   export_all_pairs.dat     every header pair "002".."009", a label longer than 20 characters
-//                            (KOPF07) and an empty one (KOPF18), flag 7 written as "%d", two
-//                            regions, trees of ID_TYPE 1, 2 and 0 ("10A", "10B", "10B") with a
-//                            NULL PARZ/STK/NA/KA, tariffs of WR01 in ID order, one of them stored
-//                            longer than its field ("WR01    Z" counts as WR01, written "WR01    ")
-//   export_second_texts.dat  pairs with only their second text; "" and NULL both count as empty,
-//                            three blanks do not; ZUSATZ_A NULL
-//   export_no_trees.dat      no header texts, one region, no trees; NULL date, factor, structure
-//   export_umlauts.dat       umlauts in every text field and label, "€" and "³", and characters
-//                            outside Windows-1252 ("Łódź" -> "?ód?"); file name with umlauts
-//   export_region_blanks.dat region "AB" stored with trailing blanks: tariffs "AB", "AB   ",
-//                            "AB      " match; " AB", "ABC", "ab" do not
-//   export_region_lower.dat  region "ab": "ab" and "ab  " match, "AB" and "Ab" do not
+// by field from the record layouts (never from this program); export_device.sql says what each
+// one holds.
 #include "transfer/ListFileFixture.h"
 
 #include "masterdata/SettingsStore.h"
@@ -252,11 +240,8 @@ TEST_F(ListFileExportTest, MarkingAfterTheTransfer)
 }
 
 // A list as a spreadsheet file, compared byte for byte with data/list_umlauts.csv, written by hand
-// from the rows of data/list_umlauts.sql: byte order mark, umlauts in the list number, codes and
-// texts, an addition with a semicolon and quotes, factor 0.90 truncated per record (0.59 -> 0.53,
-// 0.01 -> 0.00), codes and the list number stored blank-padded, empty fields as empty cells, trees
-// in table order, the trees of another list left out. The file goes to the printer folder, "\My
-// Documents" unless set.
+// from the rows of data/list_umlauts.sql (which says what they try). The file goes to the printer
+// folder, "\My Documents" unless set.
 using ListCsvExportTest = ListFileFixture;
 
 // The spreadsheet file leaves the list file and the marking alone.

@@ -1,4 +1,18 @@
 -- The device behind every export_*.dat file, the same rows as in make_golden.py.
+-- What each expected file holds:
+--   export_all_pairs.dat     every header pair "002".."009", a label longer than 20 characters
+--                            (KOPF07) and an empty one (KOPF18), flag 7 written as "%d", two
+--                            regions, trees of ID_TYPE 1, 2 and 0 ("10A", "10B", "10B") with a
+--                            NULL PARZ/STK/NA/KA, tariffs of WR01 in ID order, one of them stored
+--                            longer than its field ("WR01    Z" counts as WR01, written "WR01    ")
+--   export_second_texts.dat  pairs with only their second text; "" and NULL both count as empty,
+--                            three blanks do not; ZUSATZ_A NULL
+--   export_no_trees.dat      no header texts, one region, no trees; NULL date, factor, structure
+--   export_umlauts.dat       umlauts in every text field and label, "€" and "³", and characters
+--                            outside Windows-1252 ("Łódź" -> "?ód?"); file name with umlauts
+--   export_region_blanks.dat region "AB" stored with trailing blanks: tariffs "AB", "AB   ",
+--                            "AB      " match; " AB", "ABC", "ab" do not
+--   export_region_lower.dat  region "ab": "ab" and "ab  " match, "AB" and "Ab" do not
 -- Tariff assignments (ID_TYPE 3); the other kinds of master rows never become "712" lines.
 INSERT INTO Brov_Einstellungen (ID, ID_TYPE, TARIF, REGION_A, BAUMART) VALUES (7, 3, 'BU01 ', 'WR01', 'BU ');
 INSERT INTO Brov_Einstellungen (ID, ID_TYPE, TARIF, REGION_A, BAUMART) VALUES (2, 3, 'FI01 ', 'WR01    ', 'FI ');

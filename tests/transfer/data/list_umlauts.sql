@@ -1,4 +1,7 @@
 -- The lists behind list_umlauts.csv: list 3 is written, the trees of list 4 are left out.
+-- What they try: byte order mark, umlauts in the list number, codes and texts, an addition with a
+-- semicolon and quotes, factor 0.90 truncated per record (0.59 -> 0.53, 0.01 -> 0.00), codes and
+-- the list number stored blank-padded, empty fields as empty cells, trees in table order.
 INSERT INTO Brov_Kopfdaten (ID_FILE, LISTE_NR, ZUSATZ_A, DATUM_A, KOR_FAKTOR_N, REGION_A, DUE_MARK, EXPORTED_N_NI) VALUES (3, 'HÖHE 7  ', 'Abt. 12; Fläche "Süd"', '04.05.2026', 90, 'Süd     ', 1, 2);
 INSERT INTO Brov_Kopfdaten (ID_FILE, LISTE_NR, REGION_A, DUE_MARK, EXPORTED_N_NI) VALUES (4, 'ANDERE', 'WR01', 1, 2);
 INSERT INTO Brov_Holzdaten (ID, ID_FILE, ID_TYPE, STK, BAUMART, BHD, DMSTUFE, KUBATUR, NA, KA, TARIF) VALUES (5, 3, 1, 2, 'BÄ ', 34, '34', 230, 'Ü ', 'ß', 'BÄ01 ');
