@@ -105,19 +105,16 @@ private:
 
         // The rows are numbered 0, 1, 2, ... across the kinds; text columns never exceed their
         // fields; volumes stay in what an int holds.
-        auto q = db().query(QStringLiteral(
+        QString sql = QStringLiteral(
             "SELECT COUNT(*) = COUNT(DISTINCT ID) AND IFNULL(MIN(ID), 0) = 0"
             " AND IFNULL(MAX(ID), -1) = COUNT(*) - 1,"
             " IFNULL(MAX(length(DMSTUFE)), 0) <= 2 AND IFNULL(MAX(length(TARIF)), 0) <= 5"
             " AND IFNULL(MAX(length(REGION_A)), 0) <= 8 AND IFNULL(MAX(length(BAUMART)), 0) <= 3,"
             " SUM(typeof(KUBATUR) != 'integer' OR KUBATUR NOT BETWEEN -2147483647 AND 2147483647"
-            " OR (ID_TYPE = 4 AND (HS1 NOT BETWEEN -2147483647 AND 2147483647"
-            " OR HS2 NOT BETWEEN -2147483647 AND 2147483647"
-            " OR HS3 NOT BETWEEN -2147483647 AND 2147483647"
-            " OR HS4 NOT BETWEEN -2147483647 AND 2147483647"
-            " OR HS5 NOT BETWEEN -2147483647 AND 2147483647"
-            " OR HS6 NOT BETWEEN -2147483647 AND 2147483647)))"
-            " FROM Brov_Einstellungen"));
+            " OR (ID_TYPE = 4 AND (0");
+        for (int n = 1; n <= 6; ++n)
+            sql += QStringLiteral(" OR HS%1 NOT BETWEEN -2147483647 AND 2147483647").arg(n);
+        auto q = db().query(sql + QStringLiteral("))) FROM Brov_Einstellungen"));
         if (!q.next())
             return QStringLiteral("cannot read the rows: ") + db().lastError();
         if (q.integer(0) != 1)

@@ -109,20 +109,13 @@ private:
     // Only the list that was there before, and empty folders.
     QString reset()
     {
-        for (const TableDescriptor* t : kTables) {
-            if (!db().deleteAll(*t))
-                return QStringLiteral("cannot empty ") + QLatin1StringView(t->name);
-        }
-        const bool ok =
-            db().exec(QStringLiteral("INSERT INTO Brov_Kopfdaten (ID_FILE, LISTE_NR, DUE_MARK, "
-                                     "EXPORTED_N_NI) VALUES (%1, 'VORHER', 0, 3)")
-                          .arg(kExistingList))
-            && db().exec(QStringLiteral("INSERT INTO Brov_Region (ID, ID_FILE, REGION_A) VALUES "
-                                        "(0, %1, 'ALT')")
-                             .arg(kExistingList))
-            && db().exec(QStringLiteral("INSERT INTO Brov_Holzdaten (ID, ID_FILE, ID_TYPE, STK) "
-                                        "VALUES (0, %1, 1, 5)")
-                             .arg(kExistingList));
+        const bool ok = db().exec(
+            QStringLiteral("DELETE FROM Brov_Kopfdaten; DELETE FROM Brov_Region; DELETE FROM "
+                           "Brov_Holzdaten; INSERT INTO Brov_Kopfdaten (ID_FILE, LISTE_NR, "
+                           "DUE_MARK, EXPORTED_N_NI) VALUES (%1, 'VORHER', 0, 3); INSERT INTO "
+                           "Brov_Region (ID, ID_FILE, REGION_A) VALUES (0, %1, 'ALT'); INSERT INTO "
+                           "Brov_Holzdaten (ID, ID_FILE, ID_TYPE, STK) VALUES (0, %1, 1, 5)")
+                .arg(kExistingList));
         m_session.root().removeMatching(QStringLiteral("\\Import\\*.*"));
         m_session.root().removeMatching(QStringLiteral("\\Export\\*.*"));
         return ok ? QString() : QStringLiteral("cannot set up: ") + db().lastError();
