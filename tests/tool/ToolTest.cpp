@@ -1,9 +1,19 @@
 // brovant-tool's command-line contract, relied on from outside: each command run as a process on a
-// device root. Most command lines and what each must answer are one case a line of a file in
-// tests/tool/data: the exit status, standard output, standard error, then the arguments, "{root}"
-// standing for the device root and "{source}" for the source tree. An expected output is the whole
-// text; "..." alone is some text, "text..." text and more after it, "...text..." text somewhere in
-// it; an empty field is no output.
+// device root. Most command lines and what each must answer are steps of files in tests/tool/data,
+// one a line: a command is the exit status, standard output, standard error, then the arguments;
+// an expected output is the whole text, "..." alone some text, "text..." text and more after it,
+// "...text..." text somewhere in it, an empty field no output. "{root}" stands for the device
+// root, "{source}" for the source tree, "{today}" for today's date. The other steps:
+//   fresh                     a new, empty root
+//   device LISTS ARGS...      the demo configuration and the lists (blank between) with ARGS
+//   write PATH BYTES          a file below the root
+//   rows SQL ROWS...          the statement on the device's database gives the rows ('|'
+//                             between columns)
+//   files FOLDER NAMES...     the files in a folder below the root
+//   exists PATHS...           each is there below the root
+//   file PATH TEXT            the file holds the text as an output would
+//   same PATH                 the file is as it was at its last "file" step
+//   stamp PATH DD.MM.YYYY HH:MM   the file's time set
 #include "masterdata/DeviceSession.h"
 #include "support/CaseFile.h"
 #include "support/TempRoot.h"
@@ -18,8 +28,7 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <map>
+#include <memory>
 
 namespace brovant::test {
 namespace {
@@ -36,147 +45,117 @@ bool outputMatches(const QString& actual, const QString& expected)
     return after ? actual.startsWith(text) : before ? actual.endsWith(text) : actual == text;
 }
 
-// The command of case c: status, output and error from field `at` on, the arguments after them,
-// `front` in front of them.
-void expectCommand(const Case& c, qsizetype at, const QString& root, const QStringList& front)
+void setTime(const QString& file, const QDateTime& time)
 {
-    QStringList args = front;
-    for (qsizetype i = at + 3; i < c.fields.size(); ++i)
-        args << c.text(i)
-                    .replace(QLatin1StringView("{root}"), root)
-                    .replace(QLatin1StringView("{source}"), QLatin1StringView(BROVANT_SOURCE_DIR));
-    SCOPED_TRACE(c.where().toStdString() + ": " + args.join(u' ').toStdString());
-    const ToolRun r = runTool(args);
-    EXPECT_EQ(r.status, c.text(at).toInt()) << r.err.toStdString();
-    EXPECT_TRUE(outputMatches(r.out, c.text(at + 1))) << "standard output: " << r.out.toStdString();
-    EXPECT_TRUE(outputMatches(r.err, c.text(at + 2))) << "standard error: " << r.err.toStdString();
+    QFile f(file);
+    ASSERT_TRUE(f.open(QIODevice::ReadWrite));
+    ASSERT_TRUE(f.setFileTime(time, QFileDevice::FileModificationTime));
 }
 
 class Tool : public ::testing::Test {
 protected:
-    ToolRun run(const QStringList& args) { return tool(root.path(), args); }
-    QString db() const { return database(root.path()); }
-    QString file(const char* name) const { return root.host(QString::fromUtf8(name)); }
-    QStringList files(const char* folder) const { return fileNamesIn(file(folder)); }
-    // With `onRoot` every command runs with "--root root" in front of its arguments.
-    void expectCommands(const char* name, bool onRoot = true)
+    ToolRun run(const QStringList& args) { return tool(root->path(), args); }
+    QString file(const char* name) const { return root->host(QString::fromUtf8(name)); }
+
+    // The steps of tests/tool/data/<name>; with `onRoot` every command runs with "--root ROOT" in
+    // front of its arguments.
+    void steps(const QString& name, bool onRoot = true)
     {
-        for (const Case& c : readCases(QStringLiteral("tool/data/") + QLatin1StringView(name)))
-            expectCommand(c, 0, root.path(),
-                          onRoot ? QStringList{QStringLiteral("--root"), root.path()}
-                                 : QStringList());
+        for (const Case& c : readCases(QStringLiteral("tool/data/") + name)) {
+            SCOPED_TRACE(c.where().toStdString());
+            QStringList f;
+            for (qsizetype i = 0; i < c.fields.size(); ++i)
+                f << c.text(i)
+                         .replace(QLatin1StringView("{root}"), root->path())
+                         .replace(QLatin1StringView("{source}"),
+                                  QLatin1StringView(BROVANT_SOURCE_DIR))
+                         .replace(QLatin1StringView("{today}"),
+                                  QDate::currentDate().toString(QStringLiteral("dd.MM.yyyy")));
+            const QString kind = f.takeFirst();
+            bool command = false;
+            const int status = kind.toInt(&command);
+            if (command) {
+                const QStringList args =
+                    (onRoot ? QStringList{QStringLiteral("--root"), root->path()} : QStringList())
+                    + f.mid(2);
+                SCOPED_TRACE(args.join(u' ').toStdString());
+                const ToolRun r = runTool(args);
+                EXPECT_EQ(r.status, status) << r.err.toStdString();
+                EXPECT_TRUE(outputMatches(r.out, f.value(0)))
+                    << "standard output: " << r.out.toStdString();
+                EXPECT_TRUE(outputMatches(r.err, f.value(1)))
+                    << "standard error: " << r.err.toStdString();
+            } else if (kind == u"fresh") {
+                root = std::make_unique<TempRoot>();
+            } else if (kind == u"device") {
+                ASSERT_EQ(
+                    demoDevice(root->path(), f.value(0).split(u' ', Qt::SkipEmptyParts), f.mid(1)),
+                    "");
+            } else if (kind == u"write") {
+                root->writeFile(f.value(0), c.fields.value(2));
+            } else if (kind == u"rows") {
+                EXPECT_EQ(sqlRows(database(root->path()), f.value(0)), f.mid(1));
+            } else if (kind == u"files") {
+                EXPECT_EQ(fileNamesIn(root->host(f.value(0))), f.mid(1));
+            } else if (kind == u"exists") {
+                for (const QString& path : f)
+                    EXPECT_TRUE(QFileInfo::exists(root->host(path))) << path.toStdString();
+            } else if (kind == u"file") {
+                m_files[f.value(0)] = root->readFile(f.value(0));
+                EXPECT_TRUE(outputMatches(QString::fromUtf8(m_files[f.value(0)]), f.value(1)))
+                    << m_files[f.value(0)].toStdString();
+            } else if (kind == u"same") {
+                EXPECT_EQ(root->readFile(f.value(0)), m_files.value(f.value(0)));
+            } else if (kind == u"stamp") {
+                setTime(root->host(f.value(0)),
+                        QDateTime::fromString(f.value(1), QStringLiteral("dd.MM.yyyy hh:mm")));
+            } else {
+                FAIL() << "no such step: " << kind.toStdString();
+            }
+        }
     }
 
-    TempRoot root;
+    std::unique_ptr<TempRoot> root = std::make_unique<TempRoot>();
+    QMap<QString, QByteArray> m_files;
 };
 
 TEST_F(Tool, CommandLines)
 {
-    expectCommands("command_lines.txt", false);
+    steps(QStringLiteral("command_lines.txt"), false);
 }
 
-TEST_F(Tool, InitCreatesFoldersAndDatabase)
+// One device root each: init, import-config (the copy it stages and loads: the kill soak's
+// import-config runs), lists, new-list, tally and totals, mark, import-lists, export-csv
+// (export-lists: FaultInjection and ToolChannelsTest), the backup commands.
+class ToolSteps : public Tool, public ::testing::WithParamInterface<const char*> {};
+
+TEST_P(ToolSteps, Run)
 {
-    const ToolRun r = run({QStringLiteral("init")});
-    EXPECT_EQ(r.status, 0) << r.err.toStdString();
-    for (const char* folder : {"Brovant", "Import", "Export"})
-        EXPECT_TRUE(QDir(file(folder)).exists()) << folder;
-    // What init makes of an existing database: StructureCheckTest.
-    EXPECT_EQ(sqlRows(db(), "SELECT STRUKTUR FROM Struktur"), QStringList{"T00300"});
+    steps(QString::fromLatin1(GetParam()) + QStringLiteral(".txt"));
 }
 
-TEST_F(Tool, InitReplacesAForeignDatabaseAndKeepsItAside)
-{
-    root.writeFile(QStringLiteral("brovant/brovant.cdb"), "not a database at all");
-    const ToolRun r = run({QStringLiteral("init")});
-    EXPECT_EQ(r.status, 0);
-    EXPECT_TRUE(r.err.contains(QStringLiteral("Datenbank und Stammdaten")));
-    // Set aside, not lost (the rest: StructureCheck's tests).
-    EXPECT_EQ(root.readFile(QStringLiteral("brovant/Brovant.cdb.alt")), "not a database at all");
-}
-
-TEST_F(Tool, ImportConfigRefusesOtherStructuresAndShowsTheLoadedOne)
-{
-    root.writeFile(QStringLiteral("bad.dtr"), "TD0STAMM299.DAT\r\na15FI \r\n");
-    // The copy it stages and loads: the kill soak's import-config runs.
-    expectCommands("config.txt");
-}
-
-// "lists": one line per list in table order, with the "DÜ" column as the list selection screen
-// shows it (ListSelection.RowsInTableOrderWithTheirColumnTexts).
-TEST_F(Tool, ListsOneLinePerListInTableOrder)
-{
-    // A fresh device: the database is made, and there is nothing to list.
-    ToolRun r = run({"lists"});
-    EXPECT_EQ(r.status, 0) << r.err.toStdString();
-    EXPECT_EQ(r.out, QString());
-    ASSERT_EQ(sqlRows(db(), "INSERT INTO Brov_Kopfdaten (ID_FILE, LISTE_NR, ZUSATZ_A, DUE_MARK, "
-                            "EXPORTED_N_NI) VALUES (5, 'WALD', 'Am Hang', 0, 0), (2, 'MODELL  ', "
-                            "'', 1, 0), (9, 'ALT', 'zweimal   ', 1, 2), (3, 'B 7', 'Tab' || "
-                            "char(9) || 'im Text', 0, 4)"),
-              QStringList());
-    r = run({"lists"});
-    EXPECT_EQ(r.status, 0) << r.err.toStdString();
-    EXPECT_EQ(r.out, QStringLiteral("5\tWALD\t   0\tAm Hang\n"
-                                    "2\tMODELL\tA0\t\n"
-                                    "9\tALT\tA2\tzweimal\n"
-                                    "3\tB 7\t   4\tTab im Text\n"));
-}
-
-// "new-list": the command line's own checks, each way a message of the list header's checks
-// reaches standard error (the checks themselves: ListLogicTest), and what a successful run
-// leaves in the database.
-TEST_F(Tool, NewListChecksInOrderAndWritesOnlyAListThatPassesAll)
-{
-    ASSERT_EQ(demoDevice(root.path(), {}), "");
-    expectCommands("new_list.txt");
-    EXPECT_EQ(sqlRows(db(),
-                      "SELECT ID_FILE, LISTE_NR, DATUM_A, KOR_FAKTOR_N, REGION_A, KOPF1_A, "
-                      "KOPF2_A, KOPF3_A, KOPF12_A, KOPF16_A, DUE_MARK, EXPORTED_N_NI, STRUKTUR "
-                      "FROM Brov_Kopfdaten"),
-              (QStringList{
-                  "1|HIEB01|01.06.2026|100|WR01|Forstamt Musterwald|Revier Hirschberg|12|Anna "
-                  "Probe||0|0|T00300",
-                  "2|L2|01.06.2026|150|WR01|Forstamt Musterwald|Revier Hirschberg|12|Anna "
-                  "Probe|Bemerkung|0|0|T00300",
-                  "3|MODELL|" + QDate::currentDate().toString(QStringLiteral("dd.MM.yyyy"))
-                      + "|100||||||" + "|0|0|T00300",
-              }));
-}
-
-// "tally" and "totals": trees saved through the tally's checks, refused ones leaving the list as
-// it was, and the totals screen's rows.
-TEST_F(Tool, TalliedTreesShowInTheTotalsRefusedOnesNowhere)
-{
-    // Correction factor 90, so the totals show each record truncated on its own.
-    ASSERT_EQ(demoDevice(root.path(), {"HIEB01"}, {"--factor", "90"}), "");
-    ASSERT_EQ(newList(root.path(), "LEER"), "");
-    expectCommands("evaluation.txt");
-    EXPECT_EQ(sqlRows(db(), "SELECT ID_FILE, ID, BAUMART, TARIF, STK, BHD, DMSTUFE, KUBATUR"
-                            " FROM Brov_Holzdaten ORDER BY rowid"),
-              (QStringList{"1|1|FI|FI01|1|26|26|59", "1|2|FI|FI01|1|26|26|59"}));
-}
+INSTANTIATE_TEST_SUITE_P(Commands, ToolSteps,
+                         ::testing::Values("init", "config", "lists", "new_list", "evaluation",
+                                           "mark", "import_lists", "export_csv", "backups",
+                                           "tally_calls"),
+                         [](const auto& info) { return std::string(info.param); });
 
 // The bulk form of "tally": trees from a file or standard input, each printed once committed. A
 // refused tree or a bad line ends the run, keeping the trees before.
 TEST_F(Tool, TallyTreesRefusedTreesAndBadLinesEndTheRun)
 {
-    ASSERT_EQ(demoDevice(root.path(), {"HIEB01"}), "");
+    ASSERT_EQ(demoDevice(root->path(), {"HIEB01"}), "");
     for (const Case& c : readCases(QStringLiteral("tool/data/tally_bulk.txt"))) {
         SCOPED_TRACE(c.where().toStdString());
-        const QStringList before = listLines(root.path());
-        root.writeFile(QStringLiteral("trees.txt"), c.fields.value(3));
+        const QStringList before = listLines(root->path());
+        root->writeFile(QStringLiteral("trees.txt"), c.fields.value(3));
         const ToolRun r = run({"tally", "HIEB01", "--trees", file("trees.txt")});
         EXPECT_EQ(r.status, c.text(0).toInt());
         EXPECT_EQ(r.err, c.text(2));
-        const QStringList after = listLines(root.path());
+        const QStringList after = listLines(root->path());
         ASSERT_EQ(after.size(), before.size() + c.text(1).toInt());
         EXPECT_EQ(completeLines(r.out.toUtf8()), after.mid(before.size()));
     }
-    root.writeFile(QStringLiteral("trees.txt"), "--bhd 25 --species FI --tarif FI01\n");
-    const QStringList before = listLines(root.path());
-    expectCommands("tally_calls.txt");
-    EXPECT_EQ(listLines(root.path()), before);
 }
 
 // Fed one line at a time on standard input, each tree is in the database and on the output before
@@ -185,10 +164,10 @@ TEST_F(Tool, TallyTreesRefusedTreesAndBadLinesEndTheRun)
 // data/evaluation.txt, on one line).
 TEST_F(Tool, TallyTreesEachTreeIsPrintedAsSoonAsItIsCommitted)
 {
-    ASSERT_EQ(demoDevice(root.path(), {"HIEB01"}), "");
+    ASSERT_EQ(demoDevice(root->path(), {"HIEB01"}), "");
     QProcess p;
     p.setProgram(QStringLiteral(BROVANT_TOOL_PATH));
-    p.setArguments({"--root", root.path(), "tally", "HIEB01", "--trees", "-"});
+    p.setArguments({"--root", root->path(), "tally", "HIEB01", "--trees", "-"});
     p.start();
     ASSERT_TRUE(p.waitForStarted(kHangGuardMs));
     const QByteArray trees[] = {"  --bhd 25 --species FI --tarif FI01  \r\n", "\n--bhd 33\n",
@@ -204,63 +183,20 @@ TEST_F(Tool, TallyTreesEachTreeIsPrintedAsSoonAsItIsCommitted)
         }
         ++printed;
         EXPECT_EQ(out.count('\n'), printed);
-        EXPECT_EQ(completeLines(out), listLines(root.path()));
+        EXPECT_EQ(completeLines(out), listLines(root->path()));
     }
     p.closeWriteChannel();
     ASSERT_TRUE(p.waitForFinished(kHangGuardMs));
     EXPECT_EQ(p.exitStatus(), QProcess::NormalExit);
     EXPECT_EQ(p.exitCode(), 0);
-    EXPECT_EQ(out + p.readAllStandardOutput(), listLines(root.path()).join(u'\n').toUtf8() + '\n');
-    EXPECT_EQ(listLines(root.path()),
+    EXPECT_EQ(out + p.readAllStandardOutput(), listLines(root->path()).join(u'\n').toUtf8() + '\n');
+    EXPECT_EQ(listLines(root->path()),
               (QStringList{"ID=1\tID_TYPE=1\tTARIF=FI01\tBAUMART=FI\tNA=\t"
                            "KA=\tSTK=1\tBHD=26\tDMSTUFE=26\tKUBATUR=0.59",
                            "ID=2\tID_TYPE=1\tTARIF=FI01\tBAUMART=FI\tNA=\t"
                            "KA=\tSTK=1\tBHD=34\tDMSTUFE=34\tKUBATUR=1.15",
                            "ID=3\tID_TYPE=1\tTARIF=BU01\tBAUMART=BU\tNA=\t"
                            "KA=\tSTK=2\tBHD=42\tDMSTUFE=42\tKUBATUR=3.92"}));
-}
-
-// "mark", "export-lists" and "import-lists": lists made through the tool, marked, and office files
-// read back as new lists. What export-lists writes and prints: FaultInjection (its retries) and
-// ToolChannelsTest.
-TEST_F(Tool, MarkFlipsTheMarkOfOneList)
-{
-    ASSERT_EQ(demoDevice(root.path(), {"HIEB01", "LEER"}), "");
-    expectCommands("mark.txt");
-    EXPECT_EQ(sqlRows(db(), "SELECT LISTE_NR, DUE_MARK, EXPORTED_N_NI FROM Brov_Kopfdaten "
-                            "ORDER BY rowid"),
-              (QStringList{"HIEB01|0|0", "LEER|1|0"}));
-}
-
-TEST_F(Tool, ImportReadsTheOfficeFilesAsNewLists)
-{
-    ASSERT_EQ(demoDevice(root.path(), {"HIEB01", "LEER"}), "");
-    const ToolRun empty = run({"import-lists"});
-    EXPECT_EQ(empty.status, 0);
-    EXPECT_EQ(empty.out, QString());
-
-    root.writeFile(QStringLiteral("Import/b.dat"),
-                   officeHeader("NEU2") + "REGWR01    FI FI01 \r\n");
-    root.writeFile(QStringLiteral("Import/A.DAT"),
-                   officeHeader("NEU1") + "10A1     1FI  2626   0.59    FI01 \r\n");
-    root.writeFile(QStringLiteral("Import/import.tmp"), "");
-    const ToolRun r = run({"import-lists"});
-    EXPECT_EQ(r.status, 0) << r.err.toStdString();
-    EXPECT_EQ(r.out, QStringLiteral("NEU1\nNEU2\n"));
-    EXPECT_EQ(r.err, QString());
-    EXPECT_EQ(files("Import"), QStringList());
-    // What each list becomes: ListFileImportTest; that the named lists are in the database whole:
-    // the kill soak's import-lists runs.
-
-    // A file the import refuses ends the run; the lists before it are named.
-    root.writeFile(QStringLiteral("Import/a.dat"), officeHeader("DAVOR"));
-    root.writeFile(QStringLiteral("Import/b.dat"), officeHeader("FALSCH", "T00299"));
-    root.writeFile(QStringLiteral("Import/c.dat"), officeHeader("DANACH"));
-    const ToolRun wrong = run({"import-lists"});
-    EXPECT_EQ(wrong.status, 1);
-    EXPECT_EQ(wrong.out, QStringLiteral("DAVOR\n"));
-    EXPECT_EQ(wrong.err, QStringLiteral("Falsche Struktur der Liste!\n"));
-    EXPECT_EQ(files("Import"), QStringList());
 }
 
 // The moment the kill soak hunts for on the list import, made on purpose: a file whose list went
@@ -311,40 +247,6 @@ TEST(ListImportAfterAKill, EveryListComesInOnce)
     }
 }
 
-// "export-csv": lists tallied through the tool at factor 90 written as their spreadsheet files.
-TEST_F(Tool, CsvWritesTheListsPrintsTheirPathsAndRefusesBadCalls)
-{
-    ASSERT_EQ(demoDevice(root.path(), {"HIEB01", "FLÄCHE", "AB"},
-                         {"--date", "04.05.2026", "--factor", "90"}),
-              "");
-    ASSERT_EQ(sqlRows(db(), "UPDATE Brov_Kopfdaten SET LISTE_NR = 'a/b' WHERE LISTE_NR = 'AB'"),
-              QStringList());
-    ASSERT_EQ(
-        failure(run({"tally", "HIEB01", "--bhd", "40", "--species", "BU", "--tarif", "BU01"})), "");
-    ASSERT_EQ(
-        failure(run({"tally", "FLÄCHE", "--bhd", "25", "--species", "FI", "--tarif", "FI01"})), "");
-    const char* headers =
-        "SELECT LISTE_NR, DUE_MARK, EXPORTED_N_NI FROM Brov_Kopfdaten ORDER BY rowid";
-    const QStringList before = sqlRows(db(), headers);
-
-    expectCommands("export_csv.txt");
-    // The file's columns: ListCsvExportTest. 1.75 at 90 %, truncated: 1.57.
-    const QByteArray csv = root.readFile(QStringLiteral("My Documents/HIEB01.csv"));
-    EXPECT_TRUE(csv.endsWith("\r\nHIEB01;1;BU;BU01;;;1;40;40;1,75;1,57;;04.05.2026;WR01;0,90\r\n"))
-        << csv.toStdString();
-    EXPECT_TRUE(root.readFile(QStringLiteral("My Documents/FLÄCHE.csv"))
-                    .endsWith(QStringLiteral("FLÄCHE;1;FI;FI01;;;1;26;26;0,59;0,53;;04.05.2026;"
-                                             "WR01;0,90\r\n")
-                                  .toUtf8()));
-    EXPECT_EQ(sqlRows(db(), headers), before);
-    EXPECT_EQ(files("My Documents"),
-              (QStringList{QStringLiteral("FLÄCHE.csv"), QStringLiteral("HIEB01.csv")}));
-    // The export of the next send empties "\Export"; the spreadsheet file is not there.
-    ASSERT_EQ(failure(run({"mark", "HIEB01"})), "");
-    ASSERT_EQ(failure(run({"export-lists"})), "");
-    EXPECT_EQ(root.readFile(QStringLiteral("My Documents/HIEB01.csv")), csv);
-}
-
 // A PDF's text, runs of blanks made one.
 QString pdfText(const QString& file)
 {
@@ -360,12 +262,12 @@ QString pdfText(const QString& file)
 // lines refused.
 TEST_F(Tool, ReportWritesEachReportAndRefusesBadCalls)
 {
-    ASSERT_EQ(demoDevice(root.path(), {"HIEB01"}, {"--factor", "90"}), "");
-    ASSERT_EQ(newList(root.path(), "LEER"), "");
-    root.writeFile(QStringLiteral("trees.txt"), "--bhd 25 --species FI --tarif FI01\n"
-                                                "--bhd 31 --stk 2 --species FI --tarif FI01\n"
-                                                "--bhd 40 --species BU --tarif BU01\n"
-                                                "--bhd 22 --stk 3 --species KI --tarif KI01\n");
+    ASSERT_EQ(demoDevice(root->path(), {"HIEB01"}, {"--factor", "90"}), "");
+    ASSERT_EQ(newList(root->path(), "LEER"), "");
+    root->writeFile(QStringLiteral("trees.txt"), "--bhd 25 --species FI --tarif FI01\n"
+                                                 "--bhd 31 --stk 2 --species FI --tarif FI01\n"
+                                                 "--bhd 40 --species BU --tarif BU01\n"
+                                                 "--bhd 22 --stk 3 --species KI --tarif KI01\n");
     ASSERT_EQ(failure(run({"tally", "HIEB01", "--trees", file("trees.txt")})), "");
     for (const Case& c : readCases(QStringLiteral("tool/data/reports.txt"))) {
         SCOPED_TRACE(c.where().toStdString());
@@ -377,59 +279,8 @@ TEST_F(Tool, ReportWritesEachReportAndRefusesBadCalls)
         EXPECT_EQ(r.out, c.text(1));
         EXPECT_TRUE(pdfText(file(c.fields[0].constData())).contains(c.text(2)));
     }
-    expectCommands("report_refusals.txt");
+    steps(QStringLiteral("report_refusals.txt"));
     EXPECT_FALSE(QFile::exists(QStringLiteral("x.pdf")));
-}
-
-void setTime(const QString& file, const QDateTime& time)
-{
-    QFile f(file);
-    ASSERT_TRUE(f.open(QIODevice::ReadWrite));
-    ASSERT_TRUE(f.setFileTime(time, QFileDevice::FileModificationTime));
-}
-
-// The backup commands: one device root through a day of backups, listing and restoring; each step
-// may change the root first.
-TEST_F(Tool, BackupListRestore)
-{
-    const QString save = file("Brovant/Save/");
-    const auto trees = [](const QString& file) {
-        return sqlRows(file, "SELECT COUNT(*) FROM Brov_Holzdaten").join(u',');
-    };
-    const auto addTree = [&] {
-        EXPECT_EQ(sqlRows(db(), "INSERT INTO Brov_Holzdaten (ID, ID_FILE) VALUES (1, 1)"),
-                  QStringList());
-    };
-    const std::map<QString, std::function<void()>> before = {
-        {"init",
-         [&] {
-             EXPECT_EQ(run({"init"}).status, 0);
-             addTree();
-         }},
-        {"tree", addTree},
-        {"stamp",
-         [&] {
-             setTime(save + QStringLiteral("0001_Manu.cdb"),
-                     QDateTime(QDate(2026, 5, 4), QTime(9, 7)));
-             setTime(save + QStringLiteral("0002_Auto.cdb"),
-                     QDateTime(QDate(2026, 5, 4), QTime(12, 30)));
-         }},
-        {"foreign",
-         [&] {
-             root.writeFile(QStringLiteral("Brovant/Save/0009_Manu.cdb"), "no database");
-         }},
-    };
-    for (const Case& step : readCases(QStringLiteral("tool/data/backups.txt"))) {
-        SCOPED_TRACE(step.where().toStdString());
-        if (!step.text(0).isEmpty())
-            before.at(step.text(0))();
-        expectCommand(step, 2, root.path(), {QStringLiteral("--root"), root.path()});
-        EXPECT_EQ(trees(db()), step.text(1));
-    }
-    // The restore kept the state before it as the next automatic backup.
-    EXPECT_EQ(fileNamesIn(save),
-              (QStringList{"0001_Manu.cdb", "0002_Auto.cdb", "0003_Auto.cdb", "0009_Manu.cdb"}));
-    EXPECT_EQ(trees(save + QStringLiteral("0003_Auto.cdb")), QStringLiteral("2"));
 }
 
 // The device family comes from "\Windows\externapi.dll", as at start-up; without the card both
