@@ -185,7 +185,7 @@ TEST_F(DatasetTest, TextLongerThanItsFieldIsCutToItsCharacters)
     }
 }
 
-TEST_F(DatasetTest, TablesWithoutKeyUpdateTheCurrentRecord)
+TEST_F(DatasetTest, TablesWithoutKeyUpdateTheCurrentRecordAndFieldBuffersFormat)
 {
     // Three identical records: only the cursor tells them apart.
     Dataset last(db, schema::LastRegion);
@@ -202,10 +202,8 @@ TEST_F(DatasetTest, TablesWithoutKeyUpdateTheCurrentRecord)
 
     EXPECT_EQ(stored(u"SELECT REGION_A, BAUMART, TARIF FROM Brov_LastRegion ORDER BY rowid"_s),
               u"WR 1 FI <null>|WR 1 FI T2"_s);
-}
 
-TEST_F(DatasetTest, FieldBuffersFormatAndTellEmptyFromBlankAndZero)
-{
+    // Field buffers format their values and tell empty from blank and zero.
     Dataset rows(db, schema::Einstellungen);
     put(rows, {{u"ID", 12},
                {u"KUBATUR", -45},
