@@ -6,7 +6,7 @@
 #include "platform/MessageDialogs.h"
 #include "platform/Profile.h"
 #include "platform/Registry.h"
-#include "support/CaseFile.h"
+#include "support/CaseKinds.h"
 #include "support/TempRoot.h"
 #include "tool/ToolRun.h"
 #include "transfer/FtpTestServer.h"
@@ -29,15 +29,25 @@ using brovant::test::TempRoot;
 namespace {
 
 const QString kScript = QStringLiteral(BROVANT_SOURCE_DIR "/tests/transfer/ftp_server.py");
+const QString kFiles = QStringLiteral("transfer/data/ftp_files.txt");
 using Files = QMap<QString, QByteArray>;
 
-// Everything but the bytes 0..255 in a row and CR LF pairs would survive an ASCII transfer.
-QByteArray binaryBytes()
+// A file's content as data/ftp_files.txt writes it.
+QByteArray content(QByteArray field)
 {
-    QByteArray bytes = "Kopf;1;\r\nZeile;2;\r\n";
+    QByteArray binary = "Kopf;1;\r\nZeile;2;\r\n";
     for (int i = 0; i < 256; ++i)
-        bytes += char(i);
-    return bytes;
+        binary += char(i);
+    return field.replace("{binary}", binary).replace("{70000 k}", QByteArray(70000, 'k'));
+}
+
+// The files of a case from field `at` on, name and content in turn.
+Files filesOf(const test::Case& c, int at)
+{
+    Files files;
+    for (int i = at; i + 1 < c.fields.size(); i += 2)
+        files[c.text(i)] = content(c.fields[i + 1]);
+    return files;
 }
 
 // The dialler's calls and the notices in the order they came, and what the dialogs showed.
@@ -125,41 +135,18 @@ const QStringList kDialledNotice{"dial GPRS", "notice", "hangUp GPRS"};
 
 TEST_F(FtpChannelTest, SendsEveryExportFileButTheMarker)
 {
-    const struct {
-        const char* label;
-        Files exported;    // a name with '/' in a folder of "\Export"
-        QStringList shown; // "Sende: " lines, in directory order
-        QString folder = "data"; // on the server, as set
-    } cases[] = {
-        {"several files",
-         {{"L0002.DAT", "2;Fichte;\r\n"},
-          {"L0001.DAT", binaryBytes()},
-          {"kopf.txt", QByteArray(70000, 'k')},
-          {"LEER.DAT", {}}},
-         {"kopf.txt", "L0001.DAT", "L0002.DAT", "LEER.DAT"}},
-        {"marker left over",
-         {{"export.tmp", {}}, {"L0001.DAT", "1;\r\n"}},
-         {"export.tmp", "L0001.DAT"}},
-        {"marker in capitals", {{"EXPORT.TMP", "x"}}, {"EXPORT.TMP"}},
-        {"nothing to send", {}, {}},
-        {"folders are not files",
-         {{"L0001.DAT", "1;\r\n"}, {"ALT/INNEN.DAT", "innen"}},
-         {"L0001.DAT"}},
-        {"an absolute folder, blanks in names",
-         {{"Liste 7.DAT", "7;\r\n"}},
-         {"Liste 7.DAT"},
-         "/eingang/wald 1"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.label);
-        const QString remote = server.path(c.folder.mid(c.folder.startsWith(u'/')));
-        store.writeText(Setting::FtpDirectory, 0, c.folder);
+    for (const test::Case& c : test::casesOf(kFiles, "send")) {
+        SCOPED_TRACE(c.where().constData());
+        const QString folder = c.text(2);
+        const Files exported = filesOf(c, 4);
+        const QString remote = server.path(folder.mid(folder.startsWith(u'/')));
+        store.writeText(Setting::FtpDirectory, 0, folder);
         QDir(root.host("Export")).removeRecursively();
         QDir(remote).removeRecursively();
         ASSERT_TRUE(QDir().mkpath(remote));
         ASSERT_TRUE(QDir().mkpath(root.host("Export")));
         Files expected;
-        for (const auto& [name, bytes] : c.exported.asKeyValueRange()) {
+        for (const auto& [name, bytes] : exported.asKeyValueRange()) {
             root.writeFile("Export/" + name, bytes);
             if (name.compare("export.tmp", Qt::CaseInsensitive) != 0 && !name.contains(u'/'))
                 expected[name] = bytes;
@@ -170,12 +157,12 @@ TEST_F(FtpChannelTest, SendsEveryExportFileButTheMarker)
         EXPECT_EQ(filesIn(remote), expected);
         EXPECT_TRUE(QDir(remote).entryList(QDir::Dirs | QDir::NoDotAndDotDot).isEmpty());
         // Nothing is deleted locally: the next export empties the folder.
-        EXPECT_EQ(filesIn(root.host("Export")), c.exported);
+        EXPECT_EQ(filesIn(root.host("Export")), exported);
         EXPECT_TRUE(dialogs.asked().isEmpty()) << dialogs.asked().join('\n').toStdString();
         EXPECT_EQ(dialogs.events, kDialledClean);
 
         QStringList info{"Verbinden..."};
-        for (const QString& name : c.shown)
+        for (const QString& name : c.text(3).split(u'|', Qt::SkipEmptyParts))
             info << "Sende: " + name;
         info << "-";
         EXPECT_EQ(dialogs.infoLines(), info);
@@ -248,25 +235,13 @@ TEST_F(FtpChannelTest, ConnectionFailuresShowTheErrorNumber)
 
 TEST_F(FtpChannelTest, FetchTakesCapitalsFirstThenSmallLetters)
 {
-    const QByteArray upper = binaryBytes() + "GROSS";
-    const QByteArray lower = "klein;\r\n";
-    const struct {
-        const char* label;
-        Files onServer;
-        QByteArray expected; // empty: the fetch fails
-    } cases[] = {
-        {"capitals", {{"STAMM.DAT", upper}}, upper},
-        {"small letters only", {{"stamm.dat", lower}}, lower},
-        {"both", {{"STAMM.DAT", upper}, {"stamm.dat", lower}}, upper},
-        {"other spelling", {{"Stamm.dat", lower}}, {}},
-        {"none", {{"STAMM.DA", lower}}, {}},
-    };
     // Sending and fetching have their own folders.
     store.writeText(Setting::FtpDirectory2, 0, "konfig");
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.label);
+    for (const test::Case& c : test::casesOf(kFiles, "fetch")) {
+        SCOPED_TRACE(c.where().constData());
+        const QByteArray expected = c.fields[2] == "-" ? QByteArray() : content(c.fields[2]);
         QDir(server.path("konfig")).removeRecursively();
-        for (const auto& [name, bytes] : c.onServer.asKeyValueRange())
+        for (const auto& [name, bytes] : filesOf(c, 3).asKeyValueRange())
             writeHostFile(server.path("konfig/" + name), bytes);
         writeHostFile(server.path("data/STAMM.DAT"), "falscher Ordner");
         root.writeFile("Import/STAMM.DAT", "alte Konfiguration");
@@ -274,16 +249,15 @@ TEST_F(FtpChannelTest, FetchTakesCapitalsFirstThenSmallLetters)
         clearRecords();
 
         const bool fetched = fetch();
-        EXPECT_EQ(fetched, !c.expected.isEmpty());
-        const Files imported = c.expected.isEmpty() ? Files{} : Files{{"STAMM.DAT", c.expected}};
+        EXPECT_EQ(fetched, !expected.isEmpty());
+        const Files imported = expected.isEmpty() ? Files{} : Files{{"STAMM.DAT", expected}};
         EXPECT_EQ(filesIn(root.host("Import")), imported);
-        EXPECT_EQ(dialogs.asked(), c.expected.isEmpty()
-                                       ? QStringList{"'STAMM.DAT' oder 'stamm.dat'|"
-                                                     "konnte nicht vom FTP-Server|"
-                                                     "geladen werden!"}
-                                       : QStringList{});
+        EXPECT_EQ(dialogs.asked(), expected.isEmpty() ? QStringList{"'STAMM.DAT' oder 'stamm.dat'|"
+                                                                    "konnte nicht vom FTP-Server|"
+                                                                    "geladen werden!"}
+                                                      : QStringList{});
         EXPECT_EQ(dialogs.infoLines(), (QStringList{"Verbinden...", "-"}));
-        EXPECT_EQ(dialogs.events, c.expected.isEmpty() ? kDialledNotice : kDialledClean);
+        EXPECT_EQ(dialogs.events, expected.isEmpty() ? kDialledNotice : kDialledClean);
     }
 }
 
