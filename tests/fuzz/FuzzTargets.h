@@ -9,7 +9,6 @@
 
 #include <functional>
 #include <memory>
-#include <utility>
 #include <vector>
 
 namespace brovant::test {
@@ -17,15 +16,9 @@ namespace brovant::test {
 // What a probe made of one input: the first invariant that did not hold (empty when all held),
 // the outcome in short and, where a short outcome says too little, a longer account of it.
 struct ProbeResult {
-    ProbeResult(QString failure = {}, QString outcome = {}, QString detail = {})
-        : failure(std::move(failure))
-        , outcome(std::move(outcome))
-        , detail(std::move(detail))
-    {
-    }
-    QString failure;
-    QString outcome;
-    QString detail;
+    QString failure = {};
+    QString outcome = {};
+    QString detail = {};
 };
 using Probe = std::function<ProbeResult(QByteArrayView input)>;
 // Sets a probe up in `dir`, an existing, empty folder it keeps for every input.

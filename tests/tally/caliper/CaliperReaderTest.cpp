@@ -265,7 +265,9 @@ TEST_F(CaliperReaderTest, NoiseOnlyEverYieldsTelegramsThatParse)
     EXPECT_EQ(measured.last(), "6/77");
 }
 
-TEST_F(CaliperReaderTest, TelegramWithoutLineEndIsTakenWhenTheLineGoesQuiet)
+// A telegram without line end is taken when the line goes quiet; a stop is quick, nothing
+// arrives after it, and the port is held exclusively.
+TEST_F(CaliperReaderTest, QuietLineStopAndTheExclusivePort)
 {
     ASSERT_TRUE(reader.start(3));
     ASSERT_TRUE(pty.write("512"));
@@ -277,28 +279,7 @@ TEST_F(CaliperReaderTest, TelegramWithoutLineEndIsTakenWhenTheLineGoesQuiet)
     settle(100);
     EXPECT_EQ(measured, (QStringList{"4/12", "5/23"}));
     EXPECT_EQ(received, (QByteArrayList{"512", "623"}));
-}
 
-TEST_F(CaliperReaderTest, PortThatDoesNotOpenShowsTheNotice)
-{
-    linkPort(4, QStringLiteral("/nonexistent/ttyUSB7"));
-    root.writeFile(QStringLiteral("dev/COM5"), "not a terminal");
-    linkPort(6, root.host(QStringLiteral("dev/COM5")));
-    for (const test::Case& c : test::casesOf(kPorts, "notice")) {
-        SCOPED_TRACE(c.where().constData());
-        dialogs.clear();
-        EXPECT_FALSE(reader.start(c.text(1).toInt()));
-        EXPECT_FALSE(reader.running());
-        EXPECT_EQ(dialogs.asked(), QStringList{c.text(2)});
-    }
-    EXPECT_EQ(dialogs.messages().back().sound, true);
-}
-
-TEST_F(CaliperReaderTest, StopIsQuickAndNothingArrivesAfterIt)
-{
-    ASSERT_TRUE(reader.start(3));
-    ASSERT_TRUE(pty.write("325\r\n"));
-    ASSERT_TRUE(waitUntil([&] { return measured.size() == 1; }));
     QElapsedTimer timer;
     timer.start();
     reader.stop();
@@ -307,7 +288,7 @@ TEST_F(CaliperReaderTest, StopIsQuickAndNothingArrivesAfterIt)
     EXPECT_FALSE(reader.running());
     pty.write("412\r\n");
     settle(100);
-    EXPECT_EQ(measured, QStringList{"2/25"});
+    EXPECT_EQ(measured, (QStringList{"4/12", "5/23"}));
 
     // The port is held exclusively.
     ASSERT_TRUE(reader.start(3));
@@ -319,7 +300,7 @@ TEST_F(CaliperReaderTest, StopIsQuickAndNothingArrivesAfterIt)
 }
 
 // The device's port names lead through the links in \dev; a pseudo-terminal opens with the
-// caliper's line settings.
+// caliper's line settings; a port that does not open shows the notice.
 TEST_F(CaliperReaderTest, SerialPortsByTheirNames)
 {
     linkPort(3, QStringLiteral("/dev/ttyUSB0"));
@@ -344,6 +325,19 @@ TEST_F(CaliperReaderTest, SerialPortsByTheirNames)
     EXPECT_EQ(dialogs.asked(), QStringList{"Schnittstelle COM8: kann nicht|geöffnet werden!|"});
     EXPECT_EQ(serialOpenFailureLines(QStringLiteral("COM8:")),
               (QStringList{"Schnittstelle COM8: kann nicht", "geöffnet werden!"}));
+
+    // Ports the reader cannot open show the notice.
+    linkPort(4, QStringLiteral("/nonexistent/ttyUSB7"));
+    root.writeFile(QStringLiteral("dev/COM5"), "not a terminal");
+    linkPort(6, root.host(QStringLiteral("dev/COM5")));
+    for (const test::Case& c : test::casesOf(kPorts, "notice")) {
+        SCOPED_TRACE(c.where().constData());
+        dialogs.clear();
+        EXPECT_FALSE(reader.start(c.text(1).toInt()));
+        EXPECT_FALSE(reader.running());
+        EXPECT_EQ(dialogs.asked(), QStringList{c.text(2)});
+    }
+    EXPECT_EQ(dialogs.messages().back().sound, true);
 }
 
 } // namespace
