@@ -21,11 +21,8 @@ namespace {
 using test::str;
 using test::text;
 
-const QString kDuplicate =
-    QStringLiteral("Listenname existiert bereits!|Bitte verwenden Sie einen|anderen Listennamen.");
 const QString kRegionQuestion =
     QStringLiteral("Wuchsregion nicht vorhanden!|Wollen Sie die Tarife selbst|zuordnen?");
-const QString kNotAll = QStringLiteral("Es wurden nicht alle|Pflicht-Kopfdaten eingegeben!|");
 
 // Mandatory free fields of every device here: both of page 2 and the second of page 7.
 constexpr int kMandatory[] = {1, 2, 12};
@@ -53,7 +50,7 @@ struct Device : test::OpenDevice {
                                      {u"REGION_A", text(region)}},
                                     more);
     }
-    void addTree(std::int64_t list, std::int64_t id, const char* species, std::int64_t diameter)
+    void addTree(std::int64_t list, std::int64_t id, const QString& species, std::int64_t diameter)
     {
         test::ListBuilder(db()).row(schema::Holzdaten, {{u"ID", qlonglong(id)},
                                                         {u"ID_FILE", qlonglong(list)},
@@ -145,139 +142,6 @@ TEST(ListHeader, TheModelListIsExemptFromDateRegionAndMandatoryFields)
     }
 }
 
-// Opened by its number; the model's name cannot be changed, another list's only to a name no
-// other list has.
-TEST(ListHeader, AnExistingListIsRenamedAgainstTheOtherListsOnly)
-{
-    const std::pair<const char*, bool> cases[] = {
-        {"ZWEI", true},  // its own name
-        {"EINS", false}, // another list's name
-        {"DREI", true},  // a free name
-    };
-    for (const auto& [newName, accepted] : cases) {
-        SCOPED_TRACE(newName);
-        Device d;
-        d.addList(1, "EINS");
-        d.addList(2, "ZWEI");
-        d.addList(9, "MODELL", "");
-        EXPECT_FALSE(d.logic.openExisting(5));
-        ASSERT_TRUE(d.logic.openExisting(9));
-        EXPECT_TRUE(d.logic.nameReadOnly());
-        ASSERT_TRUE(d.logic.openExisting(2));
-        EXPECT_FALSE(d.logic.nameReadOnly());
-        d.set(u"LISTE_NR", newName);
-        EXPECT_EQ(d.logic.leavePage(), accepted ? PageExit::NextPage : PageExit::Stay);
-        EXPECT_EQ(d.dialogs.asked(), accepted ? QStringList{} : QStringList{kDuplicate});
-        EXPECT_EQ(d.lists(),
-                  (QStringList{"1|EINS", "2|" + text(accepted ? newName : "ZWEI"), "9|MODELL"}));
-    }
-}
-
-// One new row a line of data/list_header_new_rows.txt.
-TEST(ListHeader, NewRowDefaults)
-{
-    for (const test::Case& c : test::readCases("workflow/data/list_header_new_rows.txt")) {
-        SCOPED_TRACE(c.where().constData());
-        Device d;
-        for (const QString& id : c.text(0).split(u',', Qt::SkipEmptyParts))
-            d.addList(id.toInt(), "L");
-        d.clock.setNow(QDateTime(QDate::fromString(c.text(1), u"dd.MM.yyyy"), QTime(12, 0)));
-        ASSERT_TRUE(d.logic.openNew(c.text(2)));
-        EXPECT_TRUE(d.dialogs.asked().isEmpty()); // no model list, no question
-        EXPECT_TRUE(d.logic.isNew());
-        EXPECT_EQ(d.logic.listId(), c.text(3).toInt());
-        EXPECT_EQ(d.rows.loadText(u"DATUM_A"), c.text(1));
-        EXPECT_EQ(d.rows.loadText(u"LISTE_NR"), c.text(2));
-        EXPECT_EQ(d.rows.loadInt(u"KOR_FAKTOR_N"), 100);
-        EXPECT_EQ(str(d.rows.loadText(u"STRUKTUR")), "T00300");
-        EXPECT_EQ(str(d.rows.loadText(u"REGION_A")), "");
-        EXPECT_EQ(d.logic.title(), QStringLiteral("Liste: ") + c.text(2));
-    }
-}
-
-// One new list a line of data/list_header_from_model.txt.
-TEST(ListHeader, ANewListFromTheModelTakesItsValuesAndACopyOfItsTrees)
-{
-    for (const test::Case& c : test::readCases("workflow/data/list_header_from_model.txt")) {
-        SCOPED_TRACE(c.where().constData());
-        const bool model = c.text(0) != u"-";
-        const PageExit exit = PageExit(kExits.indexOf(c.text(3)));
-        Device d;
-        d.addList(1, "ALT");
-        d.addTree(1, 1, "BU ", 30);
-        if (model) {
-            d.addList(7, "MODELL  ", c.fields[0].constData(),
-                      {{u"ZUSATZ_A", "Vorlage"},
-                       {u"DATUM_A", ""},
-                       {u"KOR_FAKTOR_N", 90},
-                       {u"KOPF1_A", "Forstamt Nord"},
-                       {u"KOPF2_A", "Revier Ost"},
-                       {u"KOPF16_A", "Bemerkung"},
-                       {u"DUE_MARK", 1}});
-            d.addTree(7, 1, "FI ", 24);
-            d.addTree(7, 2, "TA ", 36);
-        }
-        test::answerNext(d.dialogs, c.text(1));
-        ASSERT_TRUE(d.logic.openNew(QStringLiteral("NEU")));
-        EXPECT_EQ(d.dialogs.asked(),
-                  model ? QStringList{QStringLiteral(
-                      "Soll neue Liste mit Angaben|aus der Modell-Liste|vorbelegt "
-                      "werden?")}
-                        : QStringList{});
-        const bool seeded = c.text(1) == u"Yes";
-        EXPECT_EQ(d.logic.seededFromModel(), seeded);
-        EXPECT_EQ(d.logic.listId(), model ? 8 : 2);
-        EXPECT_EQ(str(d.rows.loadText(u"LISTE_NR")), "NEU");
-        EXPECT_EQ(str(d.rows.loadText(u"DATUM_A")), "04.05.2026");
-        EXPECT_EQ(d.rows.loadInt(u"DUE_MARK"), 0);
-        EXPECT_EQ(str(d.rows.loadText(u"ZUSATZ_A")), seeded ? "Vorlage" : "");
-        EXPECT_EQ(d.rows.loadInt(u"KOR_FAKTOR_N"), seeded ? 90 : 100);
-        EXPECT_EQ(str(d.rows.loadText(u"KOPF2_A")), seeded ? "Revier Ost" : "");
-        EXPECT_EQ(str(d.rows.loadText(u"KOPF16_A")), seeded ? "Bemerkung" : "");
-
-        d.dialogs.clear();
-        test::answerNext(d.dialogs, c.text(2));
-        EXPECT_EQ(d.logic.leavePage(), exit) << str(d.dialogs.asked().join(u'\n'));
-        QStringList expected = {"1|1|BU |30|90"};
-        if (model)
-            expected << "7|1|FI |24|72"
-                     << "7|2|TA |36|108";
-        if (seeded)
-            expected << "8|1|FI |24|72"
-                     << "8|2|TA |36|108";
-        EXPECT_EQ(d.trees(), expected);
-        // Written once: leaving page 1 again copies nothing more.
-        if (exit == PageExit::AssignTariffs) {
-            EXPECT_EQ(str(d.logic.region()), "WR77");
-            ASSERT_TRUE(d.logic.openExisting(8));
-            d.set(u"REGION_A", "WR01");
-            EXPECT_EQ(d.logic.leavePage(), PageExit::NextPage);
-            EXPECT_EQ(d.trees(), expected);
-        }
-    }
-}
-
-TEST(ListHeader, AFailedCopyWritesNothingAndKeepsTheNewRow)
-{
-    Device d;
-    d.addList(3, "MODELL", "");
-    d.addTree(3, 1, "FI ", 24);
-    d.dialogs.answerNext(Answer::Yes);
-    ASSERT_TRUE(d.logic.openNew(QStringLiteral("NEU")));
-    d.set(u"REGION_A", "WR01");
-    // The tree table is gone: the copy fails after the header row went in.
-    ASSERT_TRUE(d.session.database().exec(QStringLiteral("DROP TABLE Brov_Holzdaten")));
-    d.dialogs.clear();
-
-    EXPECT_EQ(d.logic.leavePage(), PageExit::Stay);
-    EXPECT_EQ(d.dialogs.asked(), QStringList{"Satz nicht gespeichert!||"});
-    EXPECT_EQ(d.lists(), QStringList{"3|MODELL"});
-    EXPECT_TRUE(d.logic.isNew());
-    EXPECT_EQ(d.logic.listId(), 4);
-    EXPECT_EQ(str(d.rows.loadText(u"REGION_A")), "WR01");
-    EXPECT_EQ(d.state.currentList, -1);
-}
-
 // The page, what its two free fields hold, and what leaving it does: one case a line of
 // data/list_header_free_pages.txt.
 TEST(ListHeader, FreePagesCheckTheirMandatoryFieldsAndTheLastPageAllOfThem)
@@ -309,44 +173,160 @@ TEST(ListHeader, FreePagesCheckTheirMandatoryFieldsAndTheLastPageAllOfThem)
     }
 }
 
-TEST(ListHeader, CursorKeysTurnFreePagesWithoutChecksAndTheLastPageChecksAll)
+// Opening, renaming, turning and leaving the header pages, one step a line of
+// data/list_header_steps.txt.
+TEST(ListHeader, Steps)
 {
-    Device d;
-    ASSERT_TRUE(d.logic.startNew(QStringLiteral("NEU"), false));
-    d.set(u"REGION_A", "WR01");
-    // Page 1 is left only by Enter.
-    EXPECT_FALSE(d.logic.pageDown());
-    EXPECT_FALSE(d.logic.pageUp());
-    EXPECT_EQ(d.logic.page(), 1);
-    EXPECT_TRUE(d.lists().isEmpty());
-    ASSERT_EQ(d.logic.leavePage(), PageExit::NextPage);
-
-    EXPECT_FALSE(d.logic.pageUp()); // not back to page 1
-    d.set(u"KOPF2_A", "Revier");
-    for (int page = 3; page <= ListHeaderLogic::kPages; ++page) {
-        EXPECT_TRUE(d.logic.pageDown());
-        EXPECT_EQ(d.logic.page(), page);
+    std::unique_ptr<Device> d;
+    const auto done = [](bool ok) {
+        return QString::fromLatin1(ok ? "true" : "false");
+    };
+    using Step = std::function<QString(const QStringList&)>;
+    const std::map<QString, Step> steps = {
+        {"add",
+         [&](const QStringList& a) {
+             d->addList(a[0].toInt(), a[1].toUtf8().constData(),
+                        a.size() < 3   ? "WR01    "
+                        : a[2] == u"-" ? ""
+                                       : a[2].toUtf8().constData());
+             return QString();
+         }},
+        {"tree",
+         [&](const QStringList& a) {
+             d->addTree(a[0].toInt(), a[1].toInt(), a[2].leftJustified(3), a[3].toInt());
+             return QString();
+         }},
+        // A model list 7 with header values of its own and two trees.
+        {"model",
+         [&](const QStringList& a) {
+             d->addList(7, "MODELL  ", a[0].toUtf8().constData(),
+                        {{u"ZUSATZ_A", "Vorlage"},
+                         {u"DATUM_A", ""},
+                         {u"KOR_FAKTOR_N", 90},
+                         {u"KOPF1_A", "Forstamt Nord"},
+                         {u"KOPF2_A", "Revier Ost"},
+                         {u"KOPF16_A", "Bemerkung"},
+                         {u"DUE_MARK", 1}});
+             d->addTree(7, 1, "FI ", 24);
+             d->addTree(7, 2, "TA ", 36);
+             return QString();
+         }},
+        {"clock",
+         [&](const QStringList& a) {
+             d->clock.setNow(QDateTime(QDate::fromString(a[0], u"dd.MM.yyyy"), QTime(12, 0)));
+             return QString();
+         }},
+        {"drop",
+         [&](const QStringList& a) {
+             EXPECT_TRUE(d->db().exec("DROP TABLE " + a[0]));
+             return QString();
+         }},
+        {"type",
+         [&](const QStringList& a) {
+             type(*d, a.join(u' '));
+             return QString();
+         }},
+        {"start",
+         [&](const QStringList& a) {
+             return done(d->logic.startNew(a.join(u' '), false));
+         }},
+        {"new",
+         [&](const QStringList& a) {
+             return done(d->logic.openNew(a.join(u' ')));
+         }},
+        {"open",
+         [&](const QStringList& a) {
+             return done(d->logic.openExisting(a[0].toInt()));
+         }},
+        {"leave",
+         [&](const QStringList&) {
+             return kExits[int(d->logic.leavePage())];
+         }},
+        {"down",
+         [&](const QStringList&) {
+             return done(d->logic.pageDown());
+         }},
+        {"up",
+         [&](const QStringList&) {
+             return done(d->logic.pageUp());
+         }},
+        {"page?",
+         [&](const QStringList&) {
+             return QString::number(d->logic.page());
+         }},
+        {"readonly?",
+         [&](const QStringList&) {
+             return done(d->logic.nameReadOnly());
+         }},
+        {"new?",
+         [&](const QStringList&) {
+             return done(d->logic.isNew());
+         }},
+        {"seeded?",
+         [&](const QStringList&) {
+             return done(d->logic.seededFromModel());
+         }},
+        {"id?",
+         [&](const QStringList&) {
+             return QString::number(d->logic.listId());
+         }},
+        {"title?",
+         [&](const QStringList&) {
+             return d->logic.title();
+         }},
+        {"region?",
+         [&](const QStringList&) {
+             return d->logic.region();
+         }},
+        {"current?",
+         [&](const QStringList&) {
+             return QString::number(d->state.currentList);
+         }},
+        {"missing?",
+         [&](const QStringList&) {
+             QStringList fields;
+             for (const int field : d->logic.missingMandatory())
+                 fields << QString::number(field);
+             return fields.join(u',');
+         }},
+        {"fields?",
+         [&](const QStringList& a) {
+             QStringList values;
+             for (const QString& field : a[0].split(u','))
+                 values << d->rows.loadText(field);
+             return values.join(u';');
+         }},
+        {"committed?",
+         [&](const QStringList& a) {
+             return d->committed("SELECT " + a[0] + " FROM Brov_Kopfdaten").join(u';');
+         }},
+        {"lists?",
+         [&](const QStringList&) {
+             return d->lists().join(u';');
+         }},
+        {"trees?",
+         [&](const QStringList&) {
+             return d->trees().join(u';');
+         }},
+    };
+    for (const test::Case& c : test::readCases("workflow/data/list_header_steps.txt")) {
+        SCOPED_TRACE(c.where().constData());
+        if (c.text(0) == u"device") {
+            d = std::make_unique<Device>();
+            continue;
+        }
+        ASSERT_TRUE(d && steps.count(c.text(0))) << str(c.text(0));
+        d->dialogs.clear();
+        test::answerNext(d->dialogs, c.text(2));
+        const QString result = steps.at(c.text(0))(c.text(1).split(u' '));
+        if (!c.text(3).isEmpty()) {
+            EXPECT_EQ(result.isEmpty() ? QStringLiteral("-") : result, c.text(3));
+        }
+        if (!c.text(4).isEmpty()) {
+            EXPECT_EQ(d->dialogs.asked(),
+                      c.text(4) == u"-" ? QStringList{} : c.text(4).split(u';'));
+        }
     }
-    EXPECT_FALSE(d.logic.pageDown());
-    EXPECT_TRUE(d.dialogs.asked().isEmpty());
-    // Turning the page wrote what was typed.
-    EXPECT_EQ(d.committed(QStringLiteral("SELECT KOPF2_A FROM Brov_Kopfdaten")),
-              QStringList{"Revier"});
-
-    EXPECT_EQ(d.logic.missingMandatory(), (QList<int>{1, 12}));
-    EXPECT_EQ(d.logic.leavePage(), PageExit::Stay);
-    EXPECT_EQ(d.dialogs.asked(), QStringList{kNotAll});
-    EXPECT_EQ(d.logic.page(), 9);
-
-    d.dialogs.clear();
-    while (d.logic.page() > 2)
-        EXPECT_TRUE(d.logic.pageUp());
-    d.set(u"KOPF1_A", "Forstamt");
-    d.set(u"KOPF12_A", "Aufnehmer");
-    while (d.logic.page() < ListHeaderLogic::kPages)
-        EXPECT_EQ(d.logic.leavePage(), PageExit::NextPage);
-    EXPECT_EQ(d.logic.leavePage(), PageExit::Finished);
-    EXPECT_TRUE(d.dialogs.asked().isEmpty());
 }
 
 TEST(ListHeader, LabelsFlagsChoicesAndRegionsComeFromTheConfiguration)
