@@ -11,7 +11,6 @@
 #include "app/SettingsDlg.h"
 #include "app/TallyDlg.h"
 #include "app/TotalsDlg.h"
-#include "support/CaseFile.h"
 #include "support/PseudoTerminal.h"
 #include "tally/caliper/CaliperReader.h"
 #include "tool/ToolRun.h"

@@ -14,18 +14,21 @@
 #include "masterdata/DeviceSession.h"
 #include "platform/Clock.h"
 #include "platform/MessageDialogs.h"
+#include "support/CaseFile.h"
 #include "support/ListBuilder.h"
 #include "support/QtPrinting.h"
 #include "support/QtText.h"
 #include "support/TempRoot.h"
 #include "workflow/AppState.h"
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QComboBox>
 #include <QFile>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QMap>
 #include <QPushButton>
 #include <QTabBar>
 #include <QTest>
@@ -272,6 +275,128 @@ public:
     {
         const QStringList r = rows(sql);
         return r.isEmpty() ? -1 : r.first().toInt();
+    }
+
+    // Names of keys and key bars for the steps, beside the bottom bar's.
+    using Names = QMap<QString, int>;
+    // Texts a test reads itself for "show" steps, by name, given the words after the name.
+    using Probes = QMap<QString, std::function<QString(const QString&)>>;
+    // A scenario of tests/app/data/<file>, one step a line, its fields tab separated; a step that
+    // fails names its line. The steps:
+    //   press K...      the keys named K in turn (Enter, Cancel, Ziff, Next, Previous, or `names`)
+    //   type T, pick C, tap F, click B, choose BOX ENTRY, tab BAR INDEX: as the driver's steps
+    //   answer A...     the next questions' answers: JA, NEIN, 1, 2, 3
+    //   hit W KEY       the device's own key (Return, Up, Down, Escape, Delete) on widget W, or
+    //                   on the focused one when W is empty
+    //   screen S, focus W, bar B: the active screen, the focused widget, the key bar (`names`)
+    //   label L T, show P T: a label's or a probe's text ("P" its name and argument)
+    //   do P            a probe run for what it does (a setting written, the clock turned on)
+    //   field F T       an edit's text, a list box's choice or a tab bar's current index
+    //   state W S...    the widget is each of checked, unchecked, enabled, disabled, shown, hidden
+    //   asked M...      the messages since the last "asked" or "asks" ("line1|line2|line3")
+    //   asks N          their count
+    void run(const QString& file, const Names& names = {}, const Probes& probes = {})
+    {
+        Names all{{QStringLiteral("Enter"), KeypadScreen::kEnter},
+                  {QStringLiteral("Cancel"), Screen::kCancel},
+                  {QStringLiteral("Ziff"), KeypadScreen::kZiff},
+                  {QStringLiteral("Next"), KeypadScreen::kNextField},
+                  {QStringLiteral("Previous"), KeypadScreen::kPreviousField}};
+        all.insert(names);
+        const QMap<QString, Answer> answers{{QStringLiteral("JA"), Answer::Yes},
+                                            {QStringLiteral("NEIN"), Answer::No},
+                                            {QStringLiteral("1"), Answer::First},
+                                            {QStringLiteral("2"), Answer::Second},
+                                            {QStringLiteral("3"), Answer::Third}};
+        const QMap<QString, Qt::Key> deviceKeys{{QStringLiteral("Return"), Qt::Key_Return},
+                                                {QStringLiteral("Up"), Qt::Key_Up},
+                                                {QStringLiteral("Down"), Qt::Key_Down},
+                                                {QStringLiteral("Escape"), Qt::Key_Escape},
+                                                {QStringLiteral("Delete"), Qt::Key_Delete}};
+        for (const Case& c : readCases(QStringLiteral("app/data/") + file)) {
+            SCOPED_TRACE(c.where().constData());
+            const QByteArray kind = c.fields[0];
+            QStringList rest;
+            for (qsizetype i = 1; i < c.fields.size(); ++i)
+                rest << c.text(i);
+            const QString a = rest.value(0), b = rest.value(1);
+            if (kind == "press") {
+                for (const QString& name : rest) {
+                    EXPECT_TRUE(all.contains(name)) << "no key " << str(name);
+                    press(all.value(name));
+                }
+            } else if (kind == "type") {
+                type(a);
+            } else if (kind == "pick") {
+                pick(a);
+            } else if (kind == "tap") {
+                tapField(a);
+            } else if (kind == "click") {
+                click(a);
+            } else if (kind == "choose") {
+                choose(a, b);
+            } else if (kind == "tab") {
+                tapTab(a, b.toInt());
+            } else if (kind == "answer") {
+                for (const QString& answer : rest)
+                    dialogs.answerNext(answers.value(answer, Answer::None));
+            } else if (kind == "hit") {
+                QWidget* widget =
+                    a.isEmpty() ? QApplication::focusWidget() : active()->findChild<QWidget*>(a);
+                ASSERT_NE(widget, nullptr) << str(a);
+                QTest::keyClick(widget, deviceKeys.value(b, Qt::Key_unknown));
+            } else if (kind == "screen") {
+                EXPECT_EQ(activeName(), a);
+            } else if (kind == "focus") {
+                EXPECT_EQ(focused(), a);
+            } else if (kind == "bar") {
+                auto* keypad = qobject_cast<KeypadScreen*>(active());
+                ASSERT_NE(keypad, nullptr);
+                EXPECT_EQ(keypad->keyboardIndex(), all.value(a, -1)) << str(a);
+            } else if (kind == "label") {
+                EXPECT_EQ(label(a), b);
+            } else if (kind == "field") {
+                EXPECT_EQ(fieldText(a), b);
+            } else if (kind == "state") {
+                auto* widget = active()->findChild<QWidget*>(a);
+                ASSERT_NE(widget, nullptr) << str(a);
+                auto* button = qobject_cast<QAbstractButton*>(widget);
+                const bool checked = button && button->isChecked();
+                const QMap<QString, bool> states{{QStringLiteral("checked"), checked},
+                                                 {QStringLiteral("unchecked"), !checked},
+                                                 {QStringLiteral("enabled"), widget->isEnabled()},
+                                                 {QStringLiteral("disabled"), !widget->isEnabled()},
+                                                 {QStringLiteral("shown"), !widget->isHidden()},
+                                                 {QStringLiteral("hidden"), widget->isHidden()}};
+                for (const QString& state : rest.mid(1))
+                    EXPECT_TRUE(states.value(state)) << str(a) << " not " << str(state);
+            } else if (kind == "show" || kind == "do") {
+                const QString name = a.section(u' ', 0, 0);
+                ASSERT_TRUE(probes.contains(name)) << str(name);
+                const QString shown = probes.value(name)(a.section(u' ', 1));
+                if (kind == "show")
+                    EXPECT_EQ(shown, b);
+            } else if (kind == "asked" || kind == "asks") {
+                if (kind == "asked")
+                    EXPECT_EQ(dialogs.asked(), rest);
+                else
+                    EXPECT_EQ(dialogs.asked().size(), a.toInt());
+                dialogs.clear();
+            } else {
+                ADD_FAILURE() << "no step " << kind.constData();
+            }
+        }
+    }
+
+    // The text of an edit, the choice of a list box or the current index of a tab bar.
+    QString fieldText(const QString& name) const
+    {
+        if (QLineEdit* line = edit(name))
+            return line->text();
+        if (auto* box = active()->findChild<QComboBox*>(name))
+            return box->currentText();
+        auto* tabs = active()->findChild<QTabBar*>(name);
+        return tabs ? QString::number(tabs->currentIndex()) : QStringLiteral("<none>");
     }
 
     StagedRoot root;

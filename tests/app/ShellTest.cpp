@@ -3,7 +3,6 @@
 #include "app/ProgramFixture.h"
 #include "app/QtMessageDialogs.h"
 #include "app/SingleInstance.h"
-#include "support/CaseFile.h"
 
 #include <QDir>
 #include <QProcess>

@@ -5,7 +5,6 @@
 #include "app/TariffAssignmentDlg.h"
 #include "app/TotalsDlg.h"
 #include "platform/serial/SerialPort.h"
-#include "support/CaseFile.h"
 #include "support/PseudoTerminal.h"
 #include "tally/caliper/CaliperReader.h"
 
@@ -79,15 +78,15 @@ TEST(TallyDlg, KeyBarsFocusAndScreenSwitches)
     p.open("L1");
 
     // Each field's own bar, "Ziff" to the other and back, "Etc" and "Alpha" there and back.
-    const QMap<QByteArray, int> bars{{"Tariff", Dlg::TariffKeys},
-                                     {"Species", Dlg::SpeciesKeys},
-                                     {"Quality", Dlg::QualityKeys},
-                                     {"CaliperClass", Dlg::CaliperClassKeys},
-                                     {"Numeric", Dlg::Numeric}};
+    const Program::Names bars{
+        {"Tariff", Dlg::TariffKeys},   {"Species", Dlg::SpeciesKeys},
+        {"Quality", Dlg::QualityKeys}, {"CaliperClass", Dlg::CaliperClassKeys},
+        {"Numeric", Dlg::Numeric},     {"Etc", Dlg::kEtc},
+        {"Eval", Dlg::kEval},          {"Einstellung", Dlg::kSpeciesSetup}};
     for (const Case& c : readCases(QStringLiteral("app/data/tally_key_bars.txt"))) {
         SCOPED_TRACE(c.where().constData());
-        const int bar = bars.value(c.fields[1], -1);
-        const int other = bars.value(c.fields[2], -1);
+        const int bar = bars.value(c.text(1), -1);
+        const int other = bars.value(c.text(2), -1);
         p.tapField(c.text(0));
         EXPECT_EQ(p.screen->keyboardIndex(), bar);
         p.press(KeypadScreen::kZiff);
@@ -103,62 +102,14 @@ TEST(TallyDlg, KeyBarsFocusAndScreenSwitches)
         EXPECT_EQ(p.screen->keyboardIndex(), Dlg::Letters);
         EXPECT_EQ(p.focused(), c.text(0));
     }
-    p.tapField(QStringLiteral("BAUMART"));
-    p.press(KeypadScreen::kNextField);
-    EXPECT_EQ(p.focused(), QStringLiteral("NA"));
-    p.tapField(QStringLiteral("BHD"));
-    p.press(KeypadScreen::kNextField);
-    EXPECT_EQ(p.focused(), QStringLiteral("TARIF"));
-    p.press(KeypadScreen::kPreviousField);
-    EXPECT_EQ(p.focused(), QStringLiteral("BHD"));
-
-    // "Eval" on an empty list only says so (with trees, see below).
-    p.press(Dlg::kEtc);
-    p.press(Dlg::kEval);
-    EXPECT_EQ(p.dialogs.asked().size(), 1);
-    EXPECT_EQ(p.active(), p.screen);
-    EXPECT_EQ(p.focused(), QStringLiteral("BHD"));
-    p.press(Dlg::kEtc);
-    p.press(Dlg::kSpeciesSetup);
-    EXPECT_EQ(p.activeName(), QStringLiteral("species"));
-    p.press(Screen::kCancel);
-    EXPECT_EQ(p.active(), p.screen);
-    p.dialogs.clear();
-    EXPECT_EQ(p.shownTree(), QStringLiteral("||||1|0||0.00"));
-    EXPECT_EQ(p.focused(), QStringLiteral("BHD"));
-    EXPECT_EQ(p.screen->keyboardIndex(), Dlg::Numeric);
-
-    // The species key leads on to the tariffs, the tariff key to the diameter.
-    p.tapField(QStringLiteral("BAUMART"));
-    EXPECT_EQ(p.screen->keyboardIndex(), Dlg::SpeciesKeys);
-    p.pick(QStringLiteral("FI"));
-    EXPECT_EQ(p.focused(), QStringLiteral("TARIF"));
-    EXPECT_EQ(p.screen->keyboardIndex(), Dlg::TariffKeys);
-    p.pick(QStringLiteral("FI01"));
-    EXPECT_EQ(p.focused(), QStringLiteral("BHD"));
-
-    // Leaving the diameter shows its class; Enter walks from the count through the class to the
-    // diameter, the device's Enter key confirms there.
-    p.enter("BHD", "31");
-    p.tapField(QStringLiteral("STK"));
-    EXPECT_EQ(p.shownTree(), QStringLiteral("FI01|FI|||1|32|32|0.99"));
-    p.type(QStringLiteral("3"));
-    p.press(KeypadScreen::kEnter);
-    EXPECT_EQ(p.focused(), QStringLiteral("DMSTUFE"));
-    EXPECT_EQ(p.edit("KUBATUR")->text(), QStringLiteral("2.97"));
-    p.press(KeypadScreen::kEnter);
-    EXPECT_EQ(p.focused(), QStringLiteral("BHD"));
-    QTest::keyClick(p.edit("BHD"), Qt::Key_Return);
-    EXPECT_EQ(p.stored(list), QStringList{"1|1|3|FI|32|32|297|FI01||"});
-    EXPECT_EQ(p.label("Prev1"), QStringLiteral(" 3      32         2.97"));
-    EXPECT_EQ(p.shownTree(), QStringLiteral("FI01|FI|||1|0||0.00"));
-    EXPECT_EQ(p.focused(), QStringLiteral("BHD"));
-    EXPECT_TRUE(p.dialogs.asked().isEmpty());
-    // The device's Up key in a field reaches the browsing.
-    QTest::keyClick(p.edit("BHD"), Qt::Key_Up);
-    EXPECT_EQ(p.label("position"), QStringLiteral("1/1"));
-    QTest::keyClick(p.edit("BHD"), Qt::Key_Escape);
-    EXPECT_EQ(p.activeName(), QStringLiteral("listSelection"));
+    p.run(QStringLiteral("tally_keys.txt"), bars,
+          {{"tree",
+            [&](const QString&) {
+                return p.shownTree();
+            }},
+           {"stored", [&](const QString&) {
+                return p.stored(list).join(u'/');
+            }}});
 }
 
 // "Eval" prepares the totals sorted by species; "BHD/Stufe" shows them as the tally holds the
