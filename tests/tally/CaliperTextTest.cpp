@@ -113,7 +113,7 @@ using namespace Qt::StringLiterals;
 using LookupTest = test::TallyFixture;
 
 // The cases of data/lookup.txt, on the standard master data.
-TEST_F(LookupTest, ClassesVolumesAndCorrectionsAsWritten)
+TEST_F(LookupTest, ClassesVolumesCorrectionsAndTariffsAsWritten)
 {
     loadTables();
     EXPECT_FALSE(lookup::classOf(tables, 25).has_value()) << "no class rows, no class";
@@ -125,6 +125,9 @@ TEST_F(LookupTest, ClassesVolumesAndCorrectionsAsWritten)
         if (c.fields[0] == "class") {
             const auto found = lookup::classOf(tables, c.text(1).toInt());
             got = found ? found->code + u'/' + QString::number(found->diameter) : u"-"_s;
+        } else if (c.fields[0] == "tariffs") {
+            const QStringList choices = lookup::tariffChoices(tables, c.text(1));
+            got = choices.isEmpty() ? u"-"_s : choices.join(u' ');
         } else if (c.fields[0] == "volume") {
             got = QString::number(
                 lookup::recordVolume(tables, c.text(1), c.text(2), c.text(3).toInt()));
@@ -163,16 +166,6 @@ TEST_F(LookupTest, ClassIndexAgreesWithWalkOnUnorderedBounds)
         ASSERT_TRUE(found.has_value());
         EXPECT_EQ(found->code, walked->code);
     }
-}
-
-TEST_F(LookupTest, TariffChoicesInTableOrder)
-{
-    standardMaster();
-    EXPECT_EQ(lookup::tariffChoices(tables, QStringLiteral("FI")),
-              (QStringList{QStringLiteral("FI1"), QStringLiteral("FI2")}));
-    EXPECT_EQ(lookup::tariffChoices(tables, QStringLiteral("BU ")),
-              QStringList{QStringLiteral("BU1")});
-    EXPECT_TRUE(lookup::tariffChoices(tables, QStringLiteral("EI")).isEmpty());
 }
 
 } // namespace
