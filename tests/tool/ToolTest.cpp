@@ -139,8 +139,9 @@ TEST_F(Tool, CommandLines)
 }
 
 // One device root each: init, import-config (the copy it stages and loads: the kill soak's
-// import-config runs), lists, new-list, tally and totals, mark, import-lists, export-csv
-// (export-lists: FaultInjection and ToolChannelsTest), the backup commands.
+// import-config runs), lists, new-list, tally and totals, mark, import-lists and its claims,
+// export-csv (export-lists: FaultInjection and ToolChannelsTest), the backup commands, and the
+// bulk form of "tally": trees from a file, each printed once committed.
 class ToolSteps : public Tool, public ::testing::WithParamInterface<const char*> {};
 
 TEST_P(ToolSteps, Run)
@@ -150,27 +151,9 @@ TEST_P(ToolSteps, Run)
 
 INSTANTIATE_TEST_SUITE_P(Commands, ToolSteps,
                          ::testing::Values("init", "config", "lists", "new_list", "evaluation",
-                                           "mark", "import_lists", "export_csv", "backups",
-                                           "tally_calls"),
+                                           "mark", "import_lists", "import_claims", "export_csv",
+                                           "backups", "tally_bulk", "tally_calls"),
                          [](const auto& info) { return std::string(info.param); });
-
-// The bulk form of "tally": trees from a file or standard input, each printed once committed. A
-// refused tree or a bad line ends the run, keeping the trees before.
-TEST_F(Tool, TallyTreesRefusedTreesAndBadLinesEndTheRun)
-{
-    ASSERT_EQ(demoDevice(root->path(), {"HIEB01"}), "");
-    for (const Case& c : readCases(QStringLiteral("tool/data/tally_bulk.txt"))) {
-        SCOPED_TRACE(c.where().toStdString());
-        const QStringList before = listLines(root->path());
-        root->writeFile(QStringLiteral("trees.txt"), c.fields.value(3));
-        const ToolRun r = run({"tally", "HIEB01", "--trees", file("trees.txt")});
-        EXPECT_EQ(r.status, c.text(0).toInt());
-        EXPECT_EQ(r.err, c.text(2));
-        const QStringList after = listLines(root->path());
-        ASSERT_EQ(after.size(), before.size() + c.text(1).toInt());
-        EXPECT_EQ(completeLines(r.out.toUtf8()), after.mid(before.size()));
-    }
-}
 
 // Fed one line at a time on standard input, each tree is in the database and on the output before
 // the next line is written. Blanks, CR and empty lines around the options do not count; a line
@@ -211,54 +194,6 @@ TEST_F(Tool, TallyTreesEachTreeIsPrintedAsSoonAsItIsCommitted)
                            "KA=\tSTK=1\tBHD=34\tDMSTUFE=34\tKUBATUR=1.15",
                            "ID=3\tID_TYPE=1\tTARIF=BU01\tBAUMART=BU\tNA=\t"
                            "KA=\tSTK=2\tBHD=42\tDMSTUFE=42\tKUBATUR=3.92"}));
-}
-
-// The moment the kill soak hunts for on the list import, made on purpose: a file whose list went
-// in (or did not) still waits in \Import, claimed, when the tool is killed. The next import brings
-// every list in exactly once.
-TEST(ListImportAfterAKill, EveryListComesInOnce)
-{
-    const auto office = [](const char* number) {
-        return officeHeader(number) + "10A      1FI  2626   0.59    FI01 \r\n";
-    };
-    const struct {
-        const char* what;
-        bool committed;    // the claimed file's list is in the database
-        bool sameNameToo;  // and a new file of the same name arrived
-        const char* lists; // LISTE_NR of the lists afterwards, in table order
-    } cases[] = {
-        {"list in, file not yet removed", true, false, "A"},
-        {"list not in", false, false, "A"},
-        {"list in, a new file of the name", true, true, "A B"},
-        {"list not in, a new file of the name", false, true, "A B"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
-        TempRoot root;
-        ASSERT_EQ(demoDevice(root.path(), {}), "");
-        root.writeFile(QStringLiteral("Import/a.dat"), office("A"));
-        ASSERT_EQ(failure(tool(root.path(), {"import-lists"})), "");
-        const QString file = database(root.path());
-        const qint64 token = sqlRows(file, "PRAGMA user_version").value(0).toLongLong();
-        ASSERT_GT(token, 0);
-        // Killed before the commit: the list is not there.
-        if (!c.committed) {
-            for (const char* sql : {"DELETE FROM Brov_Kopfdaten", "DELETE FROM Brov_Holzdaten"})
-                ASSERT_EQ(sqlRows(file, sql), QStringList());
-        }
-        root.writeFile(QStringLiteral("Import/a.dat.%1.imp").arg(token + (c.committed ? 0 : 1)),
-                       office("A"));
-        if (c.sameNameToo)
-            root.writeFile(QStringLiteral("Import/a.dat"), office("B"));
-        const ToolRun r = tool(root.path(), {"import-lists"});
-        EXPECT_EQ(r.status, 0) << r.err.toStdString();
-        EXPECT_EQ(
-            sqlRows(file, "SELECT RTRIM(LISTE_NR) FROM Brov_Kopfdaten ORDER BY rowid").join(u' '),
-            QString::fromLatin1(c.lists));
-        EXPECT_EQ(sqlRows(file, "SELECT COUNT(*) FROM Brov_Holzdaten"),
-                  QStringList{QString::number(QString::fromLatin1(c.lists).count(u' ') + 1)});
-        EXPECT_EQ(fileNamesIn(root.host(QStringLiteral("Import"))), QStringList());
-    }
 }
 
 // "report": the listing, the class table and the test page written as PDF files, and the command
