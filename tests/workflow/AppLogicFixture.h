@@ -42,6 +42,24 @@ inline QStringList messagesIn(const QString& field)
     return field == u"-" ? QStringList{} : QStringList{field};
 }
 
+// A step file's list column: items between ';', "-" for none.
+inline QStringList listOf(const QString& field)
+{
+    return field == u"-" ? QStringList{} : field.split(u';');
+}
+
+// Every message shown, as "line1|line2|line3", a question with " [caption/caption/caption]".
+inline QStringList said(const ScriptedDialogs& dialogs)
+{
+    QStringList out;
+    for (const auto& m : dialogs.messages())
+        out << m.lines.join(u'|')
+                   + (m.kind == ScriptedDialogs::Kind::Question
+                          ? " [" + m.captions.join(u'/') + u']'
+                          : QString());
+    return out;
+}
+
 // Every row of `sql`, its columns joined by '|', read through a connection of its own to `file`,
 // so only committed rows show.
 inline QStringList committedRows(const QString& file, const QString& sql)

@@ -21,9 +21,6 @@ namespace {
 using test::str;
 using test::text;
 
-const QString kRegionQuestion =
-    QStringLiteral("Wuchsregion nicht vorhanden!|Wollen Sie die Tarife selbst|zuordnen?");
-
 // Mandatory free fields of every device here: both of page 2 and the second of page 7.
 constexpr int kMandatory[] = {1, 2, 12};
 
@@ -39,16 +36,30 @@ struct Device : test::OpenDevice {
             session.store().writeInt(Setting::Plausi, field, 1);
     }
     // A list as the list selection screen would have left it.
-    void addList(std::int64_t id, const char* name, const char* region = "WR01    ",
+    void addList(std::int64_t id, const QString& name, const QString& region = "WR01    ",
                  test::ListBuilder::Fields more = {})
     {
         test::ListBuilder(db()).row(schema::Kopfdaten,
                                     {{u"ID_FILE", qlonglong(id)},
-                                     {u"LISTE_NR", text(name)},
+                                     {u"LISTE_NR", name},
                                      {u"DATUM_A", "01.04.2026"},
                                      {u"KOR_FAKTOR_N", 100},
-                                     {u"REGION_A", text(region)}},
+                                     {u"REGION_A", region == u"-" ? QString() : region}},
                                     more);
+    }
+    // A model list 7 with header values of its own and two trees.
+    void addModel(const QString& region)
+    {
+        addList(7, "MODELL  ", region,
+                {{u"ZUSATZ_A", "Vorlage"},
+                 {u"DATUM_A", ""},
+                 {u"KOR_FAKTOR_N", 90},
+                 {u"KOPF1_A", "Forstamt Nord"},
+                 {u"KOPF2_A", "Revier Ost"},
+                 {u"KOPF16_A", "Bemerkung"},
+                 {u"DUE_MARK", 1}});
+        addTree(7, 1, "FI ", 24);
+        addTree(7, 2, "TA ", 36);
     }
     void addTree(std::int64_t list, std::int64_t id, const QString& species, std::int64_t diameter)
     {
@@ -66,112 +77,10 @@ struct Device : test::OpenDevice {
         return committed("SELECT ID_FILE, ID, BAUMART, BHD, KUBATUR FROM Brov_Holzdaten");
     }
 
-    void set(const char16_t* field, const char* value) { rows.setText(field, text(value)); }
-    // Fills the mandatory fields of the page shown and leaves it.
-    PageExit fillAndLeave()
-    {
-        const int first = ListHeaderLogic::firstFieldOf(logic.page());
-        for (int field = first; field <= first + 1; ++field)
-            rows.setText(ListHeaderLogic::freeFieldName(field), QStringLiteral("X%1").arg(field));
-        return logic.leavePage();
-    }
-
     ManualClock clock{QDateTime(QDate(2026, 5, 4), QTime(7, 30))};
     Dataset rows{session.database(), schema::Kopfdaten};
     ListHeaderLogic logic{rows, session.store(), state, clock, dialogs};
 };
-
-// "FIELD=value;FIELD=value" typed into the header, every value as text as the screen gives it.
-void type(Device& d, const QString& changes)
-{
-    for (const QString& change : changes.split(u';', Qt::SkipEmptyParts))
-        d.rows.setText(change.section(u'=', 0, 0), change.section(u'=', 1));
-}
-
-// Leaving page 1 of a new list named "NEU" (region WR01, today, factor 100) after the changes of
-// one line of data/list_header_first_page.txt.
-TEST(ListHeader, ChecksRunInOrderAndOnlyAPassingPageIsWritten)
-{
-    for (const test::Case& c : test::readCases("workflow/data/list_header_first_page.txt")) {
-        SCOPED_TRACE(c.where().constData());
-        Device d;
-        d.addList(1, "ALT");
-        d.addList(2, "MODELL  ", "");
-        ASSERT_TRUE(d.logic.startNew(QStringLiteral("NEU"), false));
-        d.set(u"REGION_A", "WR01");
-        type(d, c.text(0));
-        test::answerNext(d.dialogs, c.text(1));
-
-        const PageExit exit = d.logic.leavePage();
-
-        EXPECT_EQ(exit, PageExit(kExits.indexOf(c.text(2))));
-        EXPECT_EQ(d.dialogs.asked(), test::messagesIn(c.text(3)));
-        if (c.text(3) == kRegionQuestion) {
-            EXPECT_EQ(d.dialogs.messages().front().captions,
-                      (QStringList{"Zuordnen", "Abbruch", ""}));
-        }
-        const bool written = exit == PageExit::NextPage || exit == PageExit::AssignTariffs;
-        EXPECT_EQ(d.lists().size(), written ? 3 : 2);
-        EXPECT_EQ(d.state.currentList, written ? 3 : -1);
-        EXPECT_EQ(d.logic.page(), exit == PageExit::NextPage ? 2 : 1);
-        EXPECT_EQ(d.logic.isNew(), !written);
-    }
-}
-
-// A new list named as in data/list_header_model.txt, without date.
-TEST(ListHeader, TheModelListIsExemptFromDateRegionAndMandatoryFields)
-{
-    for (const test::Case& c : test::readCases("workflow/data/list_header_model.txt")) {
-        SCOPED_TRACE(c.where().constData());
-        const PageExit exit = PageExit(kExits.indexOf(c.text(3)));
-        Device d;
-        ASSERT_TRUE(d.logic.startNew(c.text(0), false));
-        d.set(u"DATUM_A", "");
-        d.rows.setText(u"REGION_A", c.text(1));
-        test::answerNext(d.dialogs, c.text(2));
-        EXPECT_EQ(d.logic.leavePage(), exit);
-        EXPECT_EQ(d.dialogs.asked(), test::messagesIn(c.text(4)));
-        if (exit != PageExit::NextPage)
-            continue;
-        // Every free page, mandatory or not, is left empty, and the list is complete.
-        for (int page = 2; page <= ListHeaderLogic::kPages; ++page)
-            EXPECT_EQ(d.logic.leavePage(),
-                      page < ListHeaderLogic::kPages ? PageExit::NextPage : PageExit::Finished);
-        EXPECT_TRUE(d.logic.missingMandatory().isEmpty());
-        EXPECT_TRUE(d.dialogs.asked().isEmpty());
-    }
-}
-
-// The page, what its two free fields hold, and what leaving it does: one case a line of
-// data/list_header_free_pages.txt.
-TEST(ListHeader, FreePagesCheckTheirMandatoryFieldsAndTheLastPageAllOfThem)
-{
-    for (const test::Case& c : test::readCases("workflow/data/list_header_free_pages.txt")) {
-        SCOPED_TRACE(c.where().constData());
-        const int page = c.text(0).toInt();
-        const PageExit expected = PageExit(kExits.indexOf(c.text(3)));
-        Device d;
-        ASSERT_TRUE(d.logic.startNew(QStringLiteral("NEU"), false));
-        d.set(u"REGION_A", "WR01");
-        ASSERT_EQ(d.logic.leavePage(), PageExit::NextPage);
-        while (d.logic.page() < page)
-            ASSERT_EQ(d.fillAndLeave(), PageExit::NextPage);
-        const QString first = ListHeaderLogic::freeFieldName(ListHeaderLogic::firstFieldOf(page));
-        const QString second =
-            ListHeaderLogic::freeFieldName(ListHeaderLogic::firstFieldOf(page) + 1);
-        d.rows.setText(first, c.text(1));
-        d.rows.setText(second, c.text(2));
-
-        EXPECT_EQ(d.logic.leavePage(), expected);
-        EXPECT_EQ(d.dialogs.asked(), test::messagesIn(c.text(4)));
-        EXPECT_EQ(d.logic.page(), expected == PageExit::NextPage ? page + 1 : page);
-        // What a page that was left holds is committed.
-        EXPECT_EQ(
-            d.committed(QStringLiteral("SELECT %1, %2 FROM Brov_Kopfdaten").arg(first, second)),
-            QStringList{expected == PageExit::Stay ? QStringLiteral("|")
-                                                   : c.text(1) + u'|' + c.text(2)});
-    }
-}
 
 // Opening, renaming, turning and leaving the header pages, one step a line of
 // data/list_header_steps.txt.
@@ -181,150 +90,114 @@ TEST(ListHeader, Steps)
     const auto done = [](bool ok) {
         return QString::fromLatin1(ok ? "true" : "false");
     };
-    using Step = std::function<QString(const QStringList&)>;
-    const std::map<QString, Step> steps = {
-        {"add",
-         [&](const QStringList& a) {
-             d->addList(a[0].toInt(), a[1].toUtf8().constData(),
-                        a.size() < 3   ? "WR01    "
-                        : a[2] == u"-" ? ""
-                                       : a[2].toUtf8().constData());
-             return QString();
-         }},
-        {"tree",
-         [&](const QStringList& a) {
-             d->addTree(a[0].toInt(), a[1].toInt(), a[2].leftJustified(3), a[3].toInt());
-             return QString();
-         }},
-        // A model list 7 with header values of its own and two trees.
-        {"model",
-         [&](const QStringList& a) {
-             d->addList(7, "MODELL  ", a[0].toUtf8().constData(),
-                        {{u"ZUSATZ_A", "Vorlage"},
-                         {u"DATUM_A", ""},
-                         {u"KOR_FAKTOR_N", 90},
-                         {u"KOPF1_A", "Forstamt Nord"},
-                         {u"KOPF2_A", "Revier Ost"},
-                         {u"KOPF16_A", "Bemerkung"},
-                         {u"DUE_MARK", 1}});
-             d->addTree(7, 1, "FI ", 24);
-             d->addTree(7, 2, "TA ", 36);
-             return QString();
-         }},
-        {"clock",
-         [&](const QStringList& a) {
-             d->clock.setNow(QDateTime(QDate::fromString(a[0], u"dd.MM.yyyy"), QTime(12, 0)));
-             return QString();
-         }},
-        {"drop",
-         [&](const QStringList& a) {
-             EXPECT_TRUE(d->db().exec("DROP TABLE " + a[0]));
-             return QString();
-         }},
-        {"type",
-         [&](const QStringList& a) {
-             type(*d, a.join(u' '));
-             return QString();
-         }},
+    const std::map<QString, std::function<QString(const QString&)>> queries = {
         {"start",
-         [&](const QStringList& a) {
-             return done(d->logic.startNew(a.join(u' '), false));
+         [&](const QString& name) {
+             return done(d->logic.startNew(name, false));
          }},
         {"new",
-         [&](const QStringList& a) {
-             return done(d->logic.openNew(a.join(u' ')));
+         [&](const QString& name) {
+             return done(d->logic.openNew(name));
          }},
         {"open",
-         [&](const QStringList& a) {
-             return done(d->logic.openExisting(a[0].toInt()));
+         [&](const QString& id) {
+             return done(d->logic.openExisting(id.toInt()));
          }},
         {"leave",
-         [&](const QStringList&) {
+         [&](const QString&) {
              return kExits[int(d->logic.leavePage())];
          }},
         {"down",
-         [&](const QStringList&) {
+         [&](const QString&) {
              return done(d->logic.pageDown());
          }},
         {"up",
-         [&](const QStringList&) {
+         [&](const QString&) {
              return done(d->logic.pageUp());
          }},
         {"page?",
-         [&](const QStringList&) {
+         [&](const QString&) {
              return QString::number(d->logic.page());
          }},
         {"readonly?",
-         [&](const QStringList&) {
+         [&](const QString&) {
              return done(d->logic.nameReadOnly());
          }},
         {"new?",
-         [&](const QStringList&) {
+         [&](const QString&) {
              return done(d->logic.isNew());
          }},
         {"seeded?",
-         [&](const QStringList&) {
+         [&](const QString&) {
              return done(d->logic.seededFromModel());
          }},
         {"id?",
-         [&](const QStringList&) {
+         [&](const QString&) {
              return QString::number(d->logic.listId());
          }},
         {"title?",
-         [&](const QStringList&) {
+         [&](const QString&) {
              return d->logic.title();
          }},
         {"region?",
-         [&](const QStringList&) {
+         [&](const QString&) {
              return d->logic.region();
          }},
         {"current?",
-         [&](const QStringList&) {
+         [&](const QString&) {
              return QString::number(d->state.currentList);
          }},
-        {"missing?",
-         [&](const QStringList&) {
-             QStringList fields;
-             for (const int field : d->logic.missingMandatory())
-                 fields << QString::number(field);
-             return fields.join(u',');
-         }},
-        {"fields?",
-         [&](const QStringList& a) {
-             QStringList values;
-             for (const QString& field : a[0].split(u','))
-                 values << d->rows.loadText(field);
-             return values.join(u';');
-         }},
-        {"committed?",
-         [&](const QStringList& a) {
-             return d->committed("SELECT " + a[0] + " FROM Brov_Kopfdaten").join(u';');
-         }},
         {"lists?",
-         [&](const QStringList&) {
+         [&](const QString&) {
              return d->lists().join(u';');
          }},
         {"trees?",
-         [&](const QStringList&) {
+         [&](const QString&) {
              return d->trees().join(u';');
+         }},
+        {"committed?",
+         [&](const QString& fields) {
+             return d->committed("SELECT " + fields + " FROM Brov_Kopfdaten").join(u';');
          }},
     };
     for (const test::Case& c : test::readCases("workflow/data/list_header_steps.txt")) {
         SCOPED_TRACE(c.where().constData());
-        if (c.text(0) == u"device") {
+        const QString action = c.text(0), arg = c.text(1);
+        const QStringList args = arg.split(action == u"add" ? u',' : u' ');
+        if (action == u"device")
             d = std::make_unique<Device>();
-            continue;
-        }
-        ASSERT_TRUE(d && steps.count(c.text(0))) << str(c.text(0));
+        ASSERT_TRUE(d != nullptr) << "no device yet";
         d->dialogs.clear();
         test::answerNext(d->dialogs, c.text(2));
-        const QString result = steps.at(c.text(0))(c.text(1).split(u' '));
+        QString result;
+        if (action == u"add") {
+            d->addList(args[0].toInt(), args[1], args.value(2, "WR01    "));
+        } else if (action == u"tree") {
+            d->addTree(args[0].toInt(), args[1].toInt(), args[2].leftJustified(3), args[3].toInt());
+        } else if (action == u"model") {
+            d->addModel(arg);
+        } else if (action == u"clock") {
+            d->clock.setNow(QDateTime(QDate::fromString(arg, u"dd.MM.yyyy"), QTime(12, 0)));
+        } else if (action == u"drop") {
+            EXPECT_TRUE(d->db().exec("DROP TABLE " + arg));
+        } else if (action == u"type") {
+            for (const QString& change : arg.split(u';', Qt::SkipEmptyParts))
+                d->rows.setText(change.section(u'=', 0, 0), change.section(u'=', 1));
+        } else if (action == u"missing?") {
+            for (const int field : d->logic.missingMandatory())
+                result += (result.isEmpty() ? "" : ",") + QString::number(field);
+        } else if (action == u"fields?") {
+            for (const QString& field : arg.split(u','))
+                result += (result.isEmpty() ? "" : ";") + d->rows.loadText(field);
+        } else if (action != u"device") {
+            ASSERT_TRUE(queries.count(action)) << str(action);
+            result = queries.at(action)(arg);
+        }
         if (!c.text(3).isEmpty()) {
             EXPECT_EQ(result.isEmpty() ? QStringLiteral("-") : result, c.text(3));
         }
         if (!c.text(4).isEmpty()) {
-            EXPECT_EQ(d->dialogs.asked(),
-                      c.text(4) == u"-" ? QStringList{} : c.text(4).split(u';'));
+            EXPECT_EQ(test::said(d->dialogs), test::listOf(c.text(4)));
         }
     }
 }
@@ -474,17 +347,6 @@ protected:
             out << q.text(0);
         return out;
     }
-    // Every message shown, as "line1|line2|line3", a question with " [caption/caption/caption]".
-    QStringList said() const
-    {
-        QStringList out;
-        for (const auto& m : dialogs.messages())
-            out << m.lines.join(u'|')
-                       + (m.kind == ScriptedDialogs::Kind::Question
-                              ? " [" + m.captions.join(u'/') + u']'
-                              : QString());
-        return out;
-    }
     // The header of a list as "FIELD=value" for the fields given.
     QStringList header(int id, const QStringList& fields)
     {
@@ -591,9 +453,6 @@ TEST_F(ListSelection, Steps)
              return done(logic.buildModel());
          }},
     };
-    const auto listOf = [](const QString& field) {
-        return field == u"-" ? QStringList{} : field.split(u';');
-    };
     for (const test::Case& c : test::readCases("workflow/data/list_selection_steps.txt")) {
         SCOPED_TRACE(c.where().constData());
         const QString action = c.text(0), arg = c.text(1);
@@ -641,10 +500,10 @@ TEST_F(ListSelection, Steps)
             EXPECT_EQ(result, c.text(3));
         }
         if (!c.text(4).isEmpty()) {
-            EXPECT_EQ(said(), listOf(c.text(4)));
+            EXPECT_EQ(test::said(dialogs), test::listOf(c.text(4)));
         }
         if (!c.text(5).isEmpty()) {
-            EXPECT_EQ(lists(), listOf(c.text(5)));
+            EXPECT_EQ(lists(), test::listOf(c.text(5)));
         }
         if (!c.text(6).isEmpty()) {
             EXPECT_EQ(state.currentList, c.text(6).toInt());
