@@ -286,13 +286,15 @@ public:
     //   press K...      the keys named K in turn (Enter, Cancel, Ziff, Next, Previous, or `names`)
     //   type T, pick C, tap F, click B, choose BOX ENTRY, tab BAR INDEX: as the driver's steps
     //   answer A...     the next questions' answers: JA, NEIN, 1, 2, 3
+    //   row N [twice]   a tap, or a double tap, on row N of the screen's tree view
     //   hit W KEY       the device's own key (Return, Up, Down, Escape, Delete) on widget W, or
     //                   on the focused one when W is empty
     //   screen S, focus W, bar B: the active screen, the focused widget, the key bar (`names`)
     //   label L T, show P T: a label's or a probe's text ("P" its name and argument)
     //   do P            a probe run for what it does (a setting written, the clock turned on)
     //   field F T       an edit's text, a list box's choice or a tab bar's current index
-    //   state W S...    the widget is each of checked, unchecked, enabled, disabled, shown, hidden
+    //   state W S...    the widget is each of checked, unchecked, enabled, disabled, shown (to
+    //                   be seen), hidden (itself)
     //   asked M...      the messages since the last "asked" or "asks" ("line1|line2|line3")
     //   asks N          their count
     void run(const QString& file, const Names& names = {}, const Probes& probes = {})
@@ -340,6 +342,14 @@ public:
             } else if (kind == "answer") {
                 for (const QString& answer : rest)
                     dialogs.answerNext(answers.value(answer, Answer::None));
+            } else if (kind == "row") {
+                auto* view = active()->findChild<QTreeWidget*>();
+                ASSERT_TRUE(view && view->topLevelItem(a.toInt())) << "no row " << str(a);
+                const QPoint at = view->visualItemRect(view->topLevelItem(a.toInt())).center();
+                // A double tap arrives as a press and release followed by the double click.
+                QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, at);
+                if (b == u"twice")
+                    QTest::mouseDClick(view->viewport(), Qt::LeftButton, {}, at);
             } else if (kind == "hit") {
                 QWidget* widget =
                     a.isEmpty() ? QApplication::focusWidget() : active()->findChild<QWidget*>(a);
@@ -366,7 +376,7 @@ public:
                                                  {QStringLiteral("unchecked"), !checked},
                                                  {QStringLiteral("enabled"), widget->isEnabled()},
                                                  {QStringLiteral("disabled"), !widget->isEnabled()},
-                                                 {QStringLiteral("shown"), !widget->isHidden()},
+                                                 {QStringLiteral("shown"), widget->isVisible()},
                                                  {QStringLiteral("hidden"), widget->isHidden()}};
                 for (const QString& state : rest.mid(1))
                     EXPECT_TRUE(states.value(state)) << str(a) << " not " << str(state);

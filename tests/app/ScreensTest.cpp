@@ -8,7 +8,6 @@
 #include "app/SystemInfoDlg.h"
 #include "app/TallyDlg.h"
 #include "app/TotalsDlg.h"
-#include "support/CaseFile.h"
 
 #include <QFontMetrics>
 #include <QProgressBar>
@@ -268,72 +267,43 @@ TEST_F(TotalsScreen, DistributionStepsThroughTheSpeciesAndPrintKeysWriteIntoTheP
     fromListSelection(QStringLiteral("WALD 1"), ListSelectionDlg::EvaluationTab,
                       ListSelectionDlg::kEval);
     ASSERT_EQ(activeName(), QStringLiteral("totals"));
-    ASSERT_NE(keyboard()->keyFor(TotalsDlg::kDistribution), nullptr);
-    EXPECT_EQ(keyboard()->keyFor(TotalsDlg::kDistribution)->caption(), QStringLiteral("Vert."));
-    press(TotalsDlg::kDistribution);
-    ASSERT_EQ(activeName(), QStringLiteral("distribution"));
+    EXPECT_EQ(keyCaptions(TotalsDlg::kDistribution), QStringList{"Vert."});
     auto* distribution = find<DistributionDlg>();
-    EXPECT_EQ(label(QStringLiteral("title")), QStringLiteral("Durchmesserverteilung"));
-
-    // As opened: all species. The stems per class are the evaluation's; the screen shows the
-    // chart of the species it names.
-    const struct {
-        int key; // 0: as opened
-        int species;
-        const char* caption;
-        std::vector<std::int64_t> stems; // empty: not looked at
-    } steps[] = {
-        {0, -1, "Alle Holzarten: 9 Stk", {2, 0, 1, 4, 0, 0, 2}},
-        {DistributionDlg::kNextSpecies, 0, "FI: 6 Stk", {4, 0, 0, 2}},
-        {KeypadScreen::kNextField, 1, "KI: 3 Stk", {2, 0, 1}},
-        // Past the last species back to all of them, and backwards round to the last.
-        {DistributionDlg::kNextSpecies, -1, "Alle Holzarten: 9 Stk", {}},
-        {DistributionDlg::kPreviousSpecies, 1, "KI: 3 Stk", {}},
-        {KeypadScreen::kPreviousField, 0, "FI: 6 Stk", {}},
-        {DistributionDlg::kAllSpecies, -1, "Alle Holzarten: 9 Stk", {}},
-    };
-    for (const auto& s : steps) {
-        if (s.key)
-            press(s.key);
-        EXPECT_EQ(distribution->shownSpecies(), s.species) << s.caption;
-        EXPECT_EQ(label(QStringLiteral("caption")), QString::fromLatin1(s.caption));
-        if (!s.stems.empty()) {
-            ASSERT_EQ(distribution->shownChart().series.size(), 1u);
-            EXPECT_EQ(distribution->shownChart().series[0].values, s.stems) << s.caption;
-        }
-    }
-    EXPECT_EQ(distribution->shownChart().labels,
-              (QStringList{"20", "22", "24", "26", "28", "30", "32"}));
+    const auto chart = [distribution] { return distribution->shownChart(); };
+    run(text("distribution.txt"),
+        {{"Vert", TotalsDlg::kDistribution},
+         {"NextSpecies", DistributionDlg::kNextSpecies},
+         {"PreviousSpecies", DistributionDlg::kPreviousSpecies},
+         {"AllSpecies", DistributionDlg::kAllSpecies},
+         {"Print", TotalsDlg::kPrint},
+         {"Sortiment", TotalsDlg::kAssortment}},
+        {{"species",
+          [&](const QString&) { return QString::number(distribution->shownSpecies()); }},
+         {"stems",
+          [&](const QString&) {
+              QStringList all; // one series a species
+              for (const auto& series : chart().series) {
+                  QStringList stems;
+                  for (std::int64_t value : series.values)
+                      stems << QString::number(value);
+                  all << stems.join(u'/');
+              }
+              return all.join(u'|');
+          }},
+         {"classes", [&](const QString&) { return chart().labels.join(u'/'); }},
+         {"file",
+          [&](const QString& path) { return text(session.root().isFile(path) ? "yes" : "no"); }},
+         {"printer", [&](const QString& path) {
+              session.store().writeInt(Setting::PrinterFrage, 5, 1);
+              session.store().writeText(Setting::PrinterPath, 0, path);
+              settingsChanged();
+              return QString();
+          }}});
     // The chart is drawn where a finger reads it.
-    QWidget* chart = distribution->findChild<QWidget*>(QStringLiteral("chart"));
-    ASSERT_NE(chart, nullptr);
-    EXPECT_GE(chart->width(), 230);
-    EXPECT_GE(chart->height(), 200);
-
-    press(Screen::kCancel);
-    EXPECT_EQ(activeName(), QStringLiteral("totals"));
-
-    // No question by default; the file is named by the list.
-    press(TotalsDlg::kPrint);
-    EXPECT_TRUE(dialogs.asked().isEmpty()) << str(dialogs.asked().join(u'/'));
-    EXPECT_EQ(activeName(), QStringLiteral("totals"));
-    const QString listing = QStringLiteral("\\My Documents\\WALD_1_Ausdruck.pdf");
-    EXPECT_TRUE(session.root().isFile(listing));
-
-    // The printer type's question, then another printer path.
-    session.store().writeInt(Setting::PrinterFrage, 5, 1);
-    session.store().writeText(Setting::PrinterPath, 0, QStringLiteral("\\Ausdrucke"));
-    settingsChanged();
-    const QString classes = QStringLiteral("\\Ausdrucke\\WALD_1_Sortiment.pdf");
-    dialogs.answerNext(Answer::No);
-    press(TotalsDlg::kAssortment);
-    EXPECT_EQ(dialogs.asked(), QStringList{"Soll der Ausdruck|gestartet werden?|"});
-    EXPECT_FALSE(session.root().isFile(classes));
-    dialogs.clear();
-    dialogs.answerNext(Answer::Yes);
-    press(TotalsDlg::kAssortment);
-    EXPECT_EQ(dialogs.asked().size(), 1);
-    EXPECT_TRUE(session.root().isFile(classes));
+    QWidget* drawn = distribution->findChild<QWidget*>(QStringLiteral("chart"));
+    ASSERT_NE(drawn, nullptr);
+    EXPECT_GE(drawn->width(), 230);
+    EXPECT_GE(drawn->height(), 200);
 }
 
 using Dlg = SpeciesSelectionDlg;
