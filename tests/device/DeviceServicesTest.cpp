@@ -94,6 +94,32 @@ public:
     std::unique_ptr<DeviceRoutes> routes;
 };
 
+// sysfs-like folders below a temporary directory, and a runner that records.
+class Sysfs {
+public:
+    Sysfs()
+    {
+        dir.writeFile("backlight/panel/max_brightness", "255\n");
+        dir.writeFile("backlight/panel/brightness", "100\n");
+        dir.writeFile("power_supply/BAT0/capacity", "64\n");
+        dir.writeFile("power_supply/BAT0/status", "Charging\n");
+    }
+    // "%1" in a profile stands for the temporary folder.
+    QString withDir(QString conf) const { return conf.replace(QStringLiteral("%1"), dir.path()); }
+    CommandRunner recorder()
+    {
+        return [this](const QString& program, const QStringList& arguments) {
+            commands << program + u' ' + arguments.join(u' ');
+            return accept;
+        };
+    }
+    QByteArray brightness() const { return dir.readFile("backlight/panel/brightness"); }
+
+    test::TempRoot dir;
+    QStringList commands;
+    bool accept = true; // false: every command is missing or refused, which is no error
+};
+
 constexpr PowerSource Mains = PowerSource::Mains;
 
 // A number of a case file, "-" for none.
@@ -102,24 +128,33 @@ std::optional<int> optionalInt(const QString& text)
     return text == u"-" ? std::nullopt : std::optional(text.toInt());
 }
 
-// One device family and backlight key a line of data/backlight_routes.txt.
-TEST(BacklightRoutes, WritesTheRouteOfTheDeviceFamily)
+// One device family and backlight key a line of data/backlight_routes.txt; where a power supply's
+// status is given, on a profile with a sysfs backlight.
+TEST(BacklightRoutes, WritesTheRouteOfTheDeviceFamilyAndThePanelFollows)
 {
     for (const test::Case& c : test::readCases("device/data/backlight_routes.txt")) {
         SCOPED_TRACE(c.where().constData());
         Device device;
+        Sysfs sysfs;
         if (c.text(0) != u"-")
             device.addLibraries(c.text(0).split(u','));
+        if (c.fields.size() > 7) {
+            sysfs.dir.writeFile("power_supply/BAT0/status", c.fields[7]);
+            device.addHardware(
+                sysfs.withDir("backlight=%1/backlight/panel\npower_supply=%1/power_supply/BAT0\n"));
+        }
         DeviceRoutes& routes = device.open();
         // Staged as another device spells the key: it is the same key.
         device.stageKey(Hive::CurrentUser, QStringLiteral("ControlPanel\\BackLight"), c.text(1));
         const PowerSource source = c.text(2) == u"battery" ? PowerSource::Battery : Mains;
-        const bool taken = c.text(4) == u"yes";
-        EXPECT_EQ(routes.setBacklight(source, c.text(3).toInt()), taken);
+        EXPECT_EQ(routes.setBacklight(source, c.text(3).toInt()), c.text(4) == u"yes");
         EXPECT_EQ(device.keyState(Hive::CurrentUser, kBacklightKey), c.text(5));
+        // The driver is told whenever the key was written.
         EXPECT_EQ(routes.signalledEvents(),
-                  taken ? QStringList{QStringLiteral("BackLightChangeEvent")} : QStringList{});
+                  c.text(5) != c.text(1) ? QStringList{QStringLiteral("BackLightChangeEvent")}
+                                         : QStringList{});
         EXPECT_EQ(routes.backlight(source), optionalInt(c.text(6)));
+        EXPECT_EQ(sysfs.brightness(), c.fields.value(8, "100\n"));
         EXPECT_TRUE(device.commands.isEmpty());
     }
 }
@@ -187,36 +222,6 @@ TEST(HardwareProfile, ParsesKeysCommentsPathsAndDefaults)
     }
 }
 
-// sysfs-like folders below a temporary directory, and a runner that records.
-class Sysfs {
-public:
-    Sysfs()
-    {
-        dir.writeFile("backlight/panel/max_brightness", "255\n");
-        dir.writeFile("backlight/panel/brightness", "100\n");
-        dir.writeFile("power_supply/BAT0/capacity", "64\n");
-        dir.writeFile("power_supply/BAT0/status", "Charging\n");
-    }
-    LinuxHardware hardware(const QString& conf)
-    {
-        return LinuxHardware(HardwareProfile::parse(withDir(conf)), recorder());
-    }
-    // "%1" in a profile stands for the temporary folder.
-    QString withDir(QString conf) const { return conf.replace(QStringLiteral("%1"), dir.path()); }
-    CommandRunner recorder()
-    {
-        return [this](const QString& program, const QStringList& arguments) {
-            commands << program + u' ' + arguments.join(u' ');
-            return accept;
-        };
-    }
-    QByteArray brightness() const { return dir.readFile("backlight/panel/brightness"); }
-
-    test::TempRoot dir;
-    QStringList commands;
-    bool accept = true; // false: every command is missing or refused, which is no error
-};
-
 // One profile and sysfs state a line of data/sysfs.txt.
 TEST(LinuxHardware, BacklightAndPowerSupplyThroughSysfs)
 {
@@ -225,7 +230,7 @@ TEST(LinuxHardware, BacklightAndPowerSupplyThroughSysfs)
         Sysfs sysfs;
         sysfs.dir.writeFile("backlight/panel/max_brightness", c.fields[1]);
         sysfs.dir.writeFile("power_supply/BAT0/status", c.fields[2]);
-        LinuxHardware hw = sysfs.hardware(c.text(0));
+        LinuxHardware hw(HardwareProfile::parse(sysfs.withDir(c.text(0))), sysfs.recorder());
         EXPECT_EQ(hw.setBacklight(c.text(3).toInt()), c.text(4) == u"yes");
         EXPECT_EQ(sysfs.brightness(), c.fields[5]);
         EXPECT_EQ(hw.backlight(), optionalInt(c.text(6)));
@@ -237,26 +242,14 @@ TEST(LinuxHardware, BacklightAndPowerSupplyThroughSysfs)
     }
 }
 
-// Profiles that reboot or set the clock are only ever built in memory and only ever get a runner
-// that records: no test may reach the machine's own reboot or clock.
-HardwareProfile commandProfile(const char* mixer, bool reboot, bool clock)
-{
-    HardwareProfile profile;
-    profile.mixer = QString::fromLatin1(mixer);
-    profile.reboot = reboot;
-    profile.clock = clock;
-    return profile;
-}
-
 // One profile a line of data/hardware_commands.txt, with a runner that finds every program and
-// with one that finds none.
+// with one that finds none. Profiles that reboot or set the clock only ever get a runner that
+// records: no test may reach the machine's own reboot or clock.
 TEST(LinuxHardware, CommandsAreBuiltOnlyWhenTheProfileAsks)
 {
     const QDateTime when(QDate(2026, 5, 4), QTime(7, 30, 5));
     for (const test::Case& c : test::readCases("device/data/hardware_commands.txt")) {
-        const HardwareProfile profile =
-            commandProfile(c.fields[0] == "-" ? "" : c.fields[0].constData(), c.text(1) == u"yes",
-                           c.text(2) == u"yes");
+        const HardwareProfile profile = HardwareProfile::parse(c.text(0));
         for (const bool accept : {true, false}) {
             SCOPED_TRACE(c.where().constData());
             Sysfs sysfs;
@@ -266,7 +259,7 @@ TEST(LinuxHardware, CommandsAreBuiltOnlyWhenTheProfileAsks)
             EXPECT_EQ(hw.setDateTime(when), accept && profile.clock);
             EXPECT_FALSE(hw.setDateTime(QDateTime()));
             EXPECT_EQ(hw.reboot(), accept && profile.reboot);
-            EXPECT_EQ(sysfs.commands, c.text(3).split(u';', Qt::SkipEmptyParts));
+            EXPECT_EQ(sysfs.commands, c.text(1).split(u';', Qt::SkipEmptyParts));
         }
     }
 }
@@ -278,27 +271,6 @@ TEST(LinuxHardware, RealRunnerReportsMissingProgramsAndExitStatus)
         GTEST_SKIP() << "no true/false on this machine";
     EXPECT_TRUE(runSystemCommand(QStringLiteral("true"), {}));
     EXPECT_FALSE(runSystemCommand(QStringLiteral("false"), {}));
-}
-
-// The device controls with a hardware profile: the emulated routes still run, and the hardware
-// follows them for the power source in use.
-TEST(DeviceRoutesOnHardware, BacklightFollowsTheRouteForTheSourceInUse)
-{
-    for (const test::Case& c : test::readCases("device/data/backlight_on_hardware.txt")) {
-        SCOPED_TRACE(c.where().constData());
-        Sysfs sysfs;
-        sysfs.dir.writeFile("power_supply/BAT0/status", c.fields[1]);
-        Device device;
-        if (c.text(0) != u"-")
-            device.addLibraries(c.text(0).split(u','));
-        device.addHardware(
-            sysfs.withDir("backlight=%1/backlight/panel\npower_supply=%1/power_supply/BAT0\n"));
-        DeviceRoutes& routes = device.open();
-        device.stageKey(Hive::CurrentUser, kBacklightKey, "Brightness=1");
-        const PowerSource source = c.text(2) == u"battery" ? PowerSource::Battery : Mains;
-        EXPECT_EQ(routes.setBacklight(source, c.text(3).toInt()), c.text(4) == u"yes");
-        EXPECT_EQ(sysfs.brightness(), c.fields[5]);
-    }
 }
 
 // Without hardware nothing leaves the root: the clock is the program's, reset counts. With it the
@@ -321,7 +293,8 @@ TEST(DeviceRoutesOnHardware, ClockResetAndVolumeReachTheCommandsOnlyOnHardware)
         if (onHardware) {
             device.routes = std::make_unique<DeviceRoutes>(
                 *device.session, device.clock,
-                LinuxHardware(commandProfile("Master", true, true), sysfs.recorder()));
+                LinuxHardware(HardwareProfile::parse("mixer=Master\nreboot=yes\nclock=yes"),
+                              sysfs.recorder()));
         }
         DeviceRoutes& routes = *device.routes;
         const QDateTime when(QDate(2026, 12, 24), QTime(18, 0, 0));
