@@ -61,13 +61,6 @@ struct Device {
         root.writeFile(QStringLiteral("Export/notes.txt"), "not a list\r\n");
     }
 
-    // The office receiving: ENQ at once, then `answer` for every frame the device sends.
-    void officeReceiving(FrameAnswer answer)
-    {
-        line.send(QByteArray(1, kEnq));
-        answerFrames(line, std::move(answer));
-    }
-
     QStringList infoLines() const
     {
         QStringList lines;
@@ -100,8 +93,8 @@ TEST_F(CableChannelTest, SendsEveryExportFileLineByLineThenEot)
     KeepAwake keepAwake(registry);
     keepAwake.readSaved();
     std::vector<quint32> suspend;
-    line.send(QByteArray("\0\xFF\x16", 3)); // noise before the office's ENQ
-    officeReceiving([&](int, int, const QByteArray&) {
+    line.send(QByteArray("\0\xFF\x16\x05", 4)); // noise before the office's ENQ
+    answerFrames(line, [&](int, int, const QByteArray&) {
         suspend.push_back(registry.dword(Hive::LocalMachine, key, value).value_or(99));
         return QByteArray(1, kAck);
     });

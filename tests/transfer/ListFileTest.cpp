@@ -30,21 +30,12 @@ TEST_F(ListFileExportTest, MarkedListsMatchTheExpectedFilesByteForByte)
     EXPECT_EQ(listFiles().writeMarked(), 6);
     EXPECT_EQ(dialogs.asked(), QStringList());
 
-    const struct {
-        const char* file;
-        const char* golden;
-    } cases[] = {
-        {"HIEB01  .DAT", "export_all_pairs.dat"},     {"L2      .DAT", "export_second_texts.dat"},
-        {"LEER    .DAT", "export_no_trees.dat"},      {"ÄÖÜäöüß .DAT", "export_umlauts.dat"},
-        {"BLANKS  .DAT", "export_region_blanks.dat"}, {"KLEIN   .DAT", "export_region_lower.dat"},
-    };
     QStringList expectedNames;
-    for (const auto& c : cases) {
-        expectedNames << QString::fromUtf8(c.file);
-        const QByteArray written =
-            root.readFile(QStringLiteral("Export/") + QString::fromUtf8(c.file));
-        const QByteArray expected = golden(c.golden);
-        EXPECT_EQ(written.toStdString(), expected.toStdString()) << c.golden;
+    for (const Case& c : readCases(QStringLiteral("transfer/data/export_files.txt"))) {
+        expectedNames << c.text(0);
+        EXPECT_EQ(root.readFile(QStringLiteral("Export/") + c.text(0)).toStdString(),
+                  golden(c.fields[1].constData()).toStdString())
+            << c.where().constData();
     }
     expectedNames.sort();
     EXPECT_EQ(filesIn("Export"), expectedNames);
@@ -71,13 +62,10 @@ TEST_F(ListFileExportTest, EmptiesTheExportFolderThenShowsTheProgressPerFile)
         else
             seen << QStringLiteral("other ") + m.lines.join(u'|');
     }
-    // Per file: the window with its name, the progress steps, the window hidden.
-    const QStringList steps{"0", "10", "40", "60", "70", "90", "info 0 ||"};
-    const auto file = [&](const char* name) {
-        return QStringList{"info 5 Datenübertragung wird|vorbereitet...|" + QString::fromUtf8(name)}
-               + steps;
-    };
-    EXPECT_EQ(seen, file("A1      .DAT") + file("B2      .DAT"));
+    QStringList expected;
+    for (const Case& c : readCases(QStringLiteral("transfer/data/export_progress.txt")))
+        expected << c.text(0);
+    EXPECT_EQ(seen, expected);
 
     // Nothing marked: the folder is still emptied and nothing is written.
     db().exec(QStringLiteral("UPDATE Brov_Kopfdaten SET DUE_MARK = 0"));
