@@ -3,6 +3,8 @@
 #include "workflow/RegionLogic.h"
 #include "workflow/TallyLogic.h"
 
+#include <functional>
+#include <map>
 #include <vector>
 
 namespace brovant {
@@ -72,45 +74,6 @@ const std::vector<Stored> kExisting = {
     {5, "WR01", "BU", "BU01"},
 };
 
-// A row typed on the new line and saved: one case a line of data/tariff_assignment_saves.txt.
-TEST(TariffAssignment, ChecksRunInOrderAndOnlyAValidRowIsWritten)
-{
-    for (const test::Case& c : test::readCases("workflow/data/tariff_assignment_saves.txt")) {
-        SCOPED_TRACE(c.where().constData());
-        Device d;
-        d.add(kExisting);
-        d.add({41, "", "", "FI01"}, schema::TariffVolumeRow);
-        ASSERT_TRUE(d.logic->openAll());
-        const QStringList before = d.stored();
-        const TariffRow typed{c.text(0), c.text(1), c.text(2)};
-
-        d.logic->setEditLine(typed);
-        const bool saved = d.logic->save();
-
-        const bool valid = c.text(3) == u"-";
-        EXPECT_EQ(saved, valid);
-        EXPECT_EQ(d.dialogs.asked(), test::messagesIn(c.text(3)));
-        if (valid) {
-            const QString expected =
-                QStringLiteral("42|%1|%2|%3")
-                    .arg(typed.region.leftJustified(8), typed.species.leftJustified(3),
-                         typed.tariff.leftJustified(5));
-            EXPECT_EQ(d.stored(), before + QStringList{expected});
-            // The saved row moves up next to a new empty edit line.
-            EXPECT_TRUE(d.logic->onNewRow());
-            EXPECT_EQ(d.logic->editLine(), TariffRow{});
-            EXPECT_EQ(d.history().last(), typed.region.leftJustified(12)
-                                              + typed.species.leftJustified(6)
-                                              + typed.tariff.leftJustified(5));
-        } else {
-            EXPECT_EQ(d.stored(), before);
-            // The line stays as typed (without trailing blanks), to be corrected.
-            EXPECT_EQ(str(d.logic->editLine()),
-                      str(TariffRow{typed.region.trimmed(), typed.species, typed.tariff}));
-        }
-    }
-}
-
 // The first row of an empty table takes the import's first ID, and every field the import's
 // shape of an assignment row (see the configuration import's tests).
 TEST(TariffAssignment, NewRowIsStoredLikeAnImportedOne)
@@ -123,37 +86,6 @@ TEST(TariffAssignment, NewRowIsStoredLikeAnImportedOne)
                           "KUBATUR, typeof(HS1), typeof(HS6), REGION_A, BAUMART, TARIF "
                           "FROM Brov_Einstellungen"),
               QStringList{"0|3||text|0|0|0|null|null|WR03    |FI |FI02 "});
-}
-
-// The rows an opening shows: one case a line of data/tariff_assignment_opens.txt.
-TEST(TariffAssignment, CursorStandsOnAnEmptyRowAfterTheLast)
-{
-    for (const test::Case& c : test::readCases("workflow/data/tariff_assignment_opens.txt")) {
-        SCOPED_TRACE(c.where().constData());
-        const bool all = c.text(0) == u"*";
-        const int rows = c.text(2).toInt();
-        Device d;
-        d.add({
-            {0, "WR02", "FI", "FI02"},
-            {1, "WR01", "BU", "BU01"},
-            {2, "WR01", "FI", "FI01"},
-            {3, "O'W", "TA", "FI01"},
-            {4, "WR01", "TA", "FI02"},
-            {5, "WR03", "KI", "KI01"},
-        });
-        // Other record kinds with a region of the same name stay out.
-        d.add({6, "WR02", "TA", "FI01"}, schema::SpeciesVolumeRow);
-
-        ASSERT_TRUE(all ? d.logic->openAll() : d.logic->openRegion(c.text(0)));
-        EXPECT_EQ(d.logic->regionOnly(), !all);
-        EXPECT_EQ(d.logic->rowCount(), rows);
-        EXPECT_TRUE(d.logic->onNewRow());
-        EXPECT_EQ(d.logic->position(), rows);
-        EXPECT_EQ(d.logic->editLine(), TariffRow{});
-        EXPECT_FALSE(d.logic->changed());
-        EXPECT_EQ(d.history().join(u'|'), c.text(1));
-        EXPECT_TRUE(d.dialogs.asked().isEmpty());
-    }
 }
 
 TEST(TariffAssignment, RegionListHoldsTheFirstFiftyFoundSorted)
@@ -191,95 +123,108 @@ TEST(TariffAssignment, RegionListHoldsTheFirstFiftyFoundSorted)
     }
 }
 
-// Five rows shown by region: A1 FI, A1 TA, A2 FI, A2 TA, A3 FI (positions 0 to 4, 5 = new).
-const std::vector<Stored> kFive = {
-    {10, "A2", "FI", "FI01"}, {11, "A1", "FI", "FI01"}, {12, "A3", "FI", "FI02"},
-    {13, "A1", "TA", "FI02"}, {14, "A2", "TA", "BU01"},
-};
-
-// One move a line of data/tariff_assignment_moves.txt.
-TEST(TariffAssignment, MovesOfferAChangedRowForSaving)
+// Opening, typing, saving, moving and deleting assignment rows, one step a line of
+// data/tariff_assignment_steps.txt.
+TEST(TariffAssignment, Steps)
 {
-    for (const test::Case& c : test::readCases("workflow/data/tariff_assignment_moves.txt")) {
+    std::unique_ptr<Device> d;
+    const auto done = [](bool ok) {
+        return QString::fromLatin1(ok ? "true" : "false");
+    };
+    const std::map<QString, std::function<QString(const QString&)>> steps = {
+        {"all",
+         [&](const QString&) {
+             return done(d->logic->openAll());
+         }},
+        {"region",
+         [&](const QString& region) {
+             return done(d->logic->openRegion(region));
+         }},
+        {"save",
+         [&](const QString&) {
+             return done(d->logic->save());
+         }},
+        {"up",
+         [&](const QString&) {
+             return done(d->logic->moveUp());
+         }},
+        {"down",
+         [&](const QString&) {
+             return done(d->logic->moveDown());
+         }},
+        {"delete",
+         [&](const QString&) {
+             return done(d->logic->deleteCurrent());
+         }},
+        {"line?",
+         [&](const QString&) {
+             return QString::fromStdString(str(d->logic->editLine()));
+         }},
+        {"history?",
+         [&](const QString&) {
+             return d->history().join(u'|');
+         }},
+        {"last?",
+         [&](const QString&) {
+             return d->history().last();
+         }},
+        {"position?",
+         [&](const QString&) {
+             return QString::number(d->logic->position());
+         }},
+        {"rows?",
+         [&](const QString&) {
+             return QString::number(d->logic->rowCount());
+         }},
+        {"new?",
+         [&](const QString&) {
+             return done(d->logic->onNewRow());
+         }},
+        {"changed?",
+         [&](const QString&) {
+             return done(d->logic->changed());
+         }},
+        {"regiononly?",
+         [&](const QString&) {
+             return done(d->logic->regionOnly());
+         }},
+        {"stored?",
+         [&](const QString&) {
+             return d->stored().join(u';');
+         }},
+    };
+    const std::map<QString, int> kinds = {{"volume", schema::TariffVolumeRow},
+                                          {"species", schema::SpeciesVolumeRow}};
+    for (const test::Case& c : test::readCases("workflow/data/tariff_assignment_steps.txt")) {
         SCOPED_TRACE(c.where().constData());
-        Device d;
-        d.add(kFive);
-        ASSERT_TRUE(d.logic->openAll());
-        for (int i = 0; i < c.text(0).toInt(); ++i)
-            ASSERT_TRUE(d.logic->moveUp());
-        if (c.text(1) != u"-") {
-            const QStringList typed = c.text(1).split(u'/');
-            d.logic->setEditLine({typed.value(0), typed.value(1), typed.value(2)});
+        const QString action = c.text(0);
+        const QStringList arg = c.text(1).split(u'/');
+        if (action == u"device")
+            d = std::make_unique<Device>();
+        ASSERT_TRUE(d != nullptr) << "no device yet";
+        d->dialogs.clear();
+        test::answerNext(d->dialogs, c.text(2));
+        QString result;
+        if (action == u"add") {
+            d->addMasterRow(
+                arg[0].toInt(),
+                kinds.count(arg.value(4)) ? kinds.at(arg[4]) : schema::TariffAssignmentRow,
+                arg[1].leftJustified(8), arg[2].leftJustified(3), arg[3].leftJustified(5));
+        } else if (action == u"type") {
+            d->logic->setEditLine({arg[0], arg[1], arg[2]});
+        } else if (action == u"close") {
+            d->db().close();
+        } else if (action != u"device") {
+            ASSERT_TRUE(steps.count(action)) << str(action);
+            result = steps.at(action)(c.text(1));
         }
-        const QStringList before = d.stored();
-        d.dialogs.clear();
-        test::answerNext(d.dialogs, c.text(3));
-
-        EXPECT_EQ(c.text(2) == u"up" ? d.logic->moveUp() : d.logic->moveDown(),
-                  c.text(4) == u"yes");
-
-        QStringList questions;
-        for (const QString& m : d.dialogs.asked()) {
-            if (m.startsWith(QStringLiteral("Abspeichern?")))
-                questions << m;
+        if (!c.text(3).isEmpty()) {
+            EXPECT_EQ(result.isEmpty() ? QStringLiteral("-") : result, c.text(3));
         }
-        EXPECT_EQ(questions.size(), c.text(3) != u"-" ? 1 : 0);
-        EXPECT_EQ(d.dialogs.pendingAnswers(), 0u);
-        EXPECT_EQ(d.logic->position(), c.text(8).toInt());
-        EXPECT_EQ(str(d.logic->editLine()), str(c.text(5)));
-        EXPECT_EQ(d.history().join(u'|'), c.text(6));
-        QStringList changed;
-        for (const QString& s : d.stored()) {
-            if (!before.contains(s))
-                changed << s;
+        if (!c.text(4).isEmpty()) {
+            EXPECT_EQ(test::said(d->dialogs), test::listOf(c.text(4)));
         }
-        EXPECT_EQ(changed, test::messagesIn(c.text(7)));
     }
-}
-
-// One deletion a line of data/tariff_assignment_deletes.txt.
-TEST(TariffAssignment, DeleteAsksAndRemovesOnlyOnYes)
-{
-    for (const test::Case& c : test::readCases("workflow/data/tariff_assignment_deletes.txt")) {
-        SCOPED_TRACE(c.where().constData());
-        const bool deleted = c.text(2) == u"yes";
-        Device d;
-        d.add(kFive);
-        ASSERT_TRUE(d.logic->openAll());
-        for (int i = 0; i < c.text(0).toInt(); ++i)
-            ASSERT_TRUE(d.logic->moveUp());
-        const TariffRow current = d.logic->editLine();
-        d.logic->setEditLine(row("B9", "KI", "KI01"));
-        test::answerNext(d.dialogs, c.text(1));
-
-        EXPECT_EQ(d.logic->deleteCurrent(), deleted);
-
-        EXPECT_EQ(d.dialogs.asked(), c.text(1) == u"-"
-                                         ? QStringList{}
-                                         : QStringList{u"Aktuellen Satz wirklich löschen?||"_s});
-        EXPECT_EQ(d.stored().size(), c.text(4).toInt());
-        EXPECT_EQ(d.logic->rowCount(), c.text(4).toInt());
-        if (deleted) {
-            const QString gone =
-                QStringLiteral("|%1|%2|%3")
-                    .arg(current.region.leftJustified(8), current.species.leftJustified(3),
-                         current.tariff.leftJustified(5));
-            for (const QString& s : d.stored())
-                EXPECT_FALSE(s.endsWith(gone)) << str(s);
-        }
-        EXPECT_EQ(str(d.logic->editLine()), str(c.text(3)));
-    }
-}
-
-TEST(TariffAssignment, BrokenDatabaseSaysSoAndKeepsTheLine)
-{
-    Device d;
-    ASSERT_TRUE(d.logic->openAll());
-    d.logic->setEditLine(row("WR01", "FI", "FI01"));
-    d.db().close();
-    EXPECT_FALSE(d.logic->save());
-    EXPECT_EQ(d.dialogs.asked(), QStringList{QStringLiteral("Satz nicht gespeichert!||")});
-    EXPECT_EQ(str(d.logic->editLine()), "WR01/FI/FI01");
 }
 
 // The tally offers what was assigned here at once, without a new settings load, and stops
