@@ -121,25 +121,18 @@ private:
         return ok ? QString() : QStringLiteral("cannot set up: ") + db().lastError();
     }
 
+    // Every row of the three tables, each value quoted by its type.
     QStringList dump()
     {
         QStringList out;
         for (const TableDescriptor* t : kTables) {
-            auto q = db().query(
-                QStringLiteral("SELECT * FROM %1 ORDER BY rowid").arg(QLatin1StringView(t->name)));
-            while (q.next()) {
-                QString row = QLatin1StringView(t->name);
-                for (int c = 0; c < q.columnCount(); ++c) {
-                    const FieldValue v = q.value(c);
-                    if (const auto* n = std::get_if<std::int64_t>(&v))
-                        row += u'|' + QString::number(*n);
-                    else if (const auto* s = std::get_if<QString>(&v))
-                        row += QStringLiteral("|\"") + *s + u'"';
-                    else
-                        row += QStringLiteral("|NULL");
-                }
-                out << row;
-            }
+            const QLatin1StringView table(t->name);
+            QString sql = QStringLiteral("SELECT '%1'").arg(table);
+            for (const FieldDescriptor& f : t->fields)
+                sql += QStringLiteral(" || '|' || quote(%1)").arg(QLatin1StringView(f.name));
+            auto q = db().query(sql + QStringLiteral(" FROM %1 ORDER BY rowid").arg(table));
+            while (q.next())
+                out << q.text(0);
         }
         return out;
     }

@@ -100,22 +100,20 @@ TEST_F(ReportPdf, ClassTableBreaksWhereTheLengthSays)
     EXPECT_TRUE(lines(pages.last()).contains(QStringLiteral("Summe 2 1.00 1 3.00 3 4.00")));
 }
 
+// The test page shows the header and the printer's settings; a failed write leaves no file.
 TEST_F(ReportPdf, TestPageShowsHeaderAndPrinterSettings)
 {
     store().writeText(Setting::Firmenkopf, 1, QStringLiteral("Forstbetrieb Musterwald"));
     store().writeInt(Setting::PrinterType, 0, 2);
     store().writeInt(Setting::PrinterSeitenlaenge, 2, 50);
-    const QStringList pages = pdfPages(write(reports::testPage(sources()), 50));
+    const Report page = reports::testPage(sources());
+    const QStringList pages = pdfPages(write(page, 50));
     ASSERT_EQ(pages.size(), 1);
     const QStringList text = lines(pages.first());
     for (const Case& c : casesOf(kCases, "testpage"))
         EXPECT_TRUE(text.contains(c.text(1)) || pages.first().contains(c.text(1)))
             << c.where().constData();
-}
 
-TEST_F(ReportPdf, AFailedWriteLeavesNoFile)
-{
-    const Report page = reports::testPage(sources());
     const QString file = root.host(QStringLiteral("missing/folder/t.pdf"));
     QString error;
     EXPECT_FALSE(ReportPrinter::writePdf(page, 60, file, &error));
