@@ -23,14 +23,8 @@ struct ToolRun {
 // The tool running beside the test, as the office runs it.
 class ToolProcess {
 public:
-    ToolProcess() = default;
     explicit ToolProcess(const QStringList& args,
                          const QProcessEnvironment& env = QProcessEnvironment::systemEnvironment())
-    {
-        start(args, env);
-    }
-    void start(const QStringList& args,
-               const QProcessEnvironment& env = QProcessEnvironment::systemEnvironment())
     {
         m_process.setProcessEnvironment(env);
         m_process.setProgram(QStringLiteral(BROVANT_TOOL_PATH));
