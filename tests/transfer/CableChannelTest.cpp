@@ -82,59 +82,14 @@ struct Device {
 
 class CableChannelTest : public ::testing::Test, public Device {};
 
-TEST_F(CableChannelTest, SendsEveryExportFileLineByLineThenEot)
-{
-    exportFiles();
-    // Suspend stays off while the lines go out.
-    Registry registry(root.host(QStringLiteral("Registry")));
-    const QString key = QString::fromUtf16(KeepAwake::kTimeoutsKey);
-    const QString value = QString::fromUtf16(KeepAwake::kValue);
-    registry.setDword(Hive::LocalMachine, key, value, 180);
-    KeepAwake keepAwake(registry);
-    keepAwake.readSaved();
-    std::vector<quint32> suspend;
-    line.send(QByteArray("\0\xFF\x16\x05", 4)); // noise before the office's ENQ
-    answerFrames(line, [&](int, int, const QByteArray&) {
-        suspend.push_back(registry.dword(Hive::LocalMachine, key, value).value_or(99));
-        return QByteArray(1, kAck);
-    });
-    CableChannel cable = channel(4);
-    cable.setKeepAwake(&keepAwake);
-    ASSERT_TRUE(cable.send());
-    EXPECT_EQ(suspend, std::vector<quint32>(11, 0u));
-    EXPECT_EQ(registry.dword(Hive::LocalMachine, key, value), 180u);
-
-    EXPECT_EQ(openedPorts, QList<int>{4});
-    const QStringList lines =
-        QString::fromLatin1(kFileA + kFileB).split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
-    QStringList payloads;
-    QByteArray digits;
-    for (const QByteArray& bytes : line.written()) {
-        if (bytes.startsWith("\x16\x16\x01")) {
-            payloads << QString::fromLatin1(takeApart(bytes).payload);
-            digits += bytes[6];
-        }
-    }
-    EXPECT_EQ(payloads, lines);
-    EXPECT_EQ(digits, "12345678901");
-    EXPECT_EQ(line.written().last(), QByteArray(1, kEot));
-    EXPECT_EQ(cable.summary().lines, 11u);
-    EXPECT_TRUE(dialogs.asked().isEmpty());
-    EXPECT_EQ(infoLines().first(), QStringLiteral("Warten auf Computeranfrage...||"));
-    EXPECT_EQ(infoLines().last(), QStringLiteral("Datenübertragung läuft...|Zeile: 11|"));
-    EXPECT_EQ(dialogs.messages().back().showCommand, MessageDialogs::Hide);
-    // Waiting is the line's: nothing slept, every read waited the pause plus the read time-out.
-    EXPECT_EQ(clock.sleptMs(), 0);
-    for (const int wait : line.waits())
-        EXPECT_EQ(wait, 10 + 100 + 1000);
-}
-
-// One run a line of data/cable_send.txt.
+// One run a line of data/cable_send.txt, of the two list files.
 TEST(CableSenders, RepeatARefusedFrameAtMostTenTimes)
 {
-    const QList<std::pair<QString, QByteArray>> files{
-        {"A.DAT", headerLine("A.DAT       ") + "001a\r\n10A1\r\n10A2\r\n"},
-        {"B.DAT", headerLine("B.DAT       ") + "001b\r\n10A1\r\n10A2\r\n10A3\r\n10A4\r\n"}};
+    const QList<std::pair<QString, QByteArray>> files{{"A.DAT", kFileA}, {"b.dat", kFileB}};
+    const QStringList lines =
+        QString::fromLatin1(kFileA + kFileB).split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
+    const QString key = QString::fromUtf16(KeepAwake::kTimeoutsKey);
+    const QString value = QString::fromUtf16(KeepAwake::kValue);
     for (const Case& row : readCases(QStringLiteral("transfer/data/cable_send.txt"))) {
         std::vector<QByteArray> answers;
         for (const QByteArray& answer : row.fields.value(2).split(' ')) {
@@ -145,11 +100,22 @@ TEST(CableSenders, RepeatARefusedFrameAtMostTenTimes)
             SCOPED_TRACE((row.where() + (office ? ", office" : ", device")).constData());
             Device d;
             d.line.send(row.fields[1]);
+            // Suspend stays off while the device's lines go out.
+            Registry registry(d.root.host(QStringLiteral("Registry")));
+            registry.setDword(Hive::LocalMachine, key, value, 180);
+            KeepAwake keepAwake(registry);
+            keepAwake.readSaved();
+            std::vector<quint32> suspend;
             // The fourth frame gets the row's answers attempt by attempt before its ACK.
             int sends = 0;
             QByteArray digits;
+            QStringList payloads;
             answerFrames(d.line, [&](int i, int attempt, const QByteArray& frame) {
-                digits += attempt == 0 ? frame.mid(6, 1) : QByteArray();
+                suspend.push_back(registry.dword(Hive::LocalMachine, key, value).value_or(99));
+                if (attempt == 0) {
+                    digits += frame.mid(6, 1);
+                    payloads << QString::fromLatin1(takeApart(frame).payload);
+                }
                 const size_t at = size_t(i == 3 ? sends++ : answers.size());
                 return at < answers.size() ? answers[at] : QByteArray(1, kAck);
             });
@@ -160,21 +126,38 @@ TEST(CableSenders, RepeatARefusedFrameAtMostTenTimes)
                 const OfficeResult r = CableOffice(d.line, d.clock, timing).send(files);
                 ok = r.ok;
                 if (ok) {
-                    EXPECT_EQ(r.files, (QStringList{"A.DAT", "B.DAT"}));
-                    EXPECT_EQ(r.lines, 10u);
+                    EXPECT_EQ(r.files, (QStringList{"A.DAT", "b.dat"}));
+                    EXPECT_EQ(r.lines, 11u);
                 }
             } else {
-                for (const auto& [name, bytes] : files)
-                    d.root.writeFile(QStringLiteral("Export/") + name, bytes);
-                ok = d.channel(1).send();
+                d.exportFiles();
+                CableChannel cable = d.channel(4);
+                cable.setKeepAwake(&keepAwake);
+                ok = cable.send();
+                EXPECT_EQ(d.openedPorts, QList<int>{4});
                 EXPECT_EQ(d.dialogs.asked(), ok ? QStringList() : QStringList{kFailed});
+                EXPECT_EQ(suspend, std::vector<quint32>(suspend.size(), 0u));
+                EXPECT_EQ(registry.dword(Hive::LocalMachine, key, value), 180u);
+                // Waiting is the line's: nothing slept, every read waited the pause plus the read
+                // time-out.
+                EXPECT_EQ(d.clock.sleptMs(), 0);
+                EXPECT_EQ(d.line.waits(), std::vector<int>(d.line.waits().size(), 10 + 100 + 1000));
+                if (ok) {
+                    EXPECT_EQ(cable.summary().lines, 11u);
+                    EXPECT_EQ(d.infoLines().first(),
+                              QStringLiteral("Warten auf Computeranfrage...||"));
+                    EXPECT_EQ(d.infoLines().last(),
+                              QStringLiteral("Datenübertragung läuft...|Zeile: 11|"));
+                    EXPECT_EQ(d.dialogs.messages().back().showCommand, MessageDialogs::Hide);
+                }
             }
             const int expected = row.fields.value(office ? 4 : 3).toInt();
             EXPECT_EQ(ok, expected > 0);
             EXPECT_EQ(sends, std::abs(expected));
             EXPECT_EQ(d.line.allWritten().endsWith(kEot), ok);
             if (ok) {
-                EXPECT_EQ(digits, "1234567890");
+                EXPECT_EQ(digits, "12345678901");
+                EXPECT_EQ(payloads, lines);
             }
             if (expected == 0) {
                 EXPECT_EQ(d.line.waits().size(), office ? 3u : 50u);
@@ -202,30 +185,6 @@ QList<QByteArray> twoFilesWithStrayLineFirst()
     lines += fileLines(kFileA);
     lines += fileLines(kFileB);
     return lines;
-}
-
-TEST_F(CableChannelTest, ReceivesIntoImportChosenByHeaderLines)
-{
-    root.writeFile(QStringLiteral("Import/OLD.DAT"), "left from before");
-    root.writeFile(QStringLiteral("Import/b.dat"), "will be replaced");
-    SendingPeer office(line, twoFilesWithStrayLineFirst());
-    CableChannel cable = channel();
-    // The modem is only for sending.
-    cable.dialFirst({QStringLiteral("ATZ"), QStringLiteral("0815")});
-    ASSERT_TRUE(cable.receive());
-
-    EXPECT_FALSE(line.allWritten().contains("AT"));
-    EXPECT_EQ(office.answers(), QByteArray(12, 'A'));
-    EXPECT_EQ(filesIn(root.host(QStringLiteral("Import"))),
-              (QMap<QString, QByteArray>{{"A       .DAT", kFileA}, {"B       .DAT", kFileB}}));
-    EXPECT_EQ(cable.summary().files, (QStringList{"A       .DAT", "B       .DAT"}));
-    EXPECT_EQ(cable.summary().lines, 12u);
-    EXPECT_TRUE(dialogs.asked().isEmpty());
-    EXPECT_EQ(infoLines().first(), QStringLiteral("Warten auf Datenempfang...||"));
-    EXPECT_EQ(infoLines().last(), QStringLiteral("Datenempfang...|Zeile: 12|"));
-    // The poll: SYN, SYN, ENQ as three writes.
-    EXPECT_EQ(line.written().mid(0, 3),
-              (QList<QByteArray>{QByteArray(1, kSyn), QByteArray(1, kSyn), QByteArray(1, kEnq)}));
 }
 
 // Which names are refused is the list name rule's (TextCasesTest); a refused one ends the receive
@@ -307,9 +266,26 @@ TEST(CableReceivers, AnswerEveryFrameAndKeepWhatCameWhole)
                     CableOffice(d.line, d.clock, OfficeTiming{}).receive(d.root.host("Import"));
                 EXPECT_EQ(r.ok, ok) << r.error.toStdString();
             } else {
-                EXPECT_EQ(d.channel(2).receive(), ok);
+                d.root.writeFile(QStringLiteral("Import/OLD.DAT"), "left from before");
+                d.root.writeFile(QStringLiteral("Import/b.dat"), "will be replaced");
+                CableChannel cable = d.channel(2);
+                // The modem is only for sending.
+                cable.dialFirst({QStringLiteral("ATZ"), QStringLiteral("0815")});
+                EXPECT_EQ(cable.receive(), ok);
                 EXPECT_EQ(d.dialogs.asked(), ok ? QStringList() : QStringList{kFailed});
                 EXPECT_EQ(d.clock.sleptMs(), 100 * answers.count('N'));
+                EXPECT_FALSE(d.line.allWritten().contains("AT"));
+                // The poll: SYN, SYN, ENQ as three writes.
+                EXPECT_EQ(d.line.written().mid(0, 3),
+                          (QList<QByteArray>{QByteArray(1, kSyn), QByteArray(1, kSyn),
+                                             QByteArray(1, kEnq)}));
+                if (ok) {
+                    EXPECT_EQ(cable.summary().files, QStringList(files.keys()));
+                    EXPECT_EQ(cable.summary().lines, 12u);
+                    EXPECT_EQ(d.infoLines().first(),
+                              QStringLiteral("Warten auf Datenempfang...||"));
+                    EXPECT_EQ(d.infoLines().last(), QStringLiteral("Datenempfang...|Zeile: 12|"));
+                }
             }
             EXPECT_EQ(far.answers(), answers);
             if (ok || office) {
