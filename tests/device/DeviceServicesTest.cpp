@@ -165,42 +165,30 @@ TEST(DeviceRoutes, BatteryStateTexts)
         EXPECT_EQ(BatteryStatus::stateText(c.text(0).toInt()), c.text(1)) << c.where().constData();
 }
 
-// The state word comes from the uni1 file (a device path here); without an answer the power
-// supply's capacity; without either, nothing is known: one case a line of data/battery_routes.txt.
-TEST(DeviceRoutes, BatteryRoutes)
-{
-    for (const test::Case& c : test::readCases("device/data/battery_routes.txt")) {
-        SCOPED_TRACE(c.where().constData());
-        Device device;
-        if (c.text(0) != u"-")
-            device.addHardware(c.text(0));
-        if (c.text(1) != u"-")
-            device.root.writeFile("Windows/uni1.state", c.fields[1]);
-        if (c.text(2) != u"-")
-            device.root.writeFile("sys/BAT0/capacity", c.fields[2]);
-        const BatteryStatus status = device.open().battery();
-        EXPECT_EQ(status.hasState, c.text(3) == u"yes");
-        EXPECT_EQ(status.state, c.text(4).toInt());
-        EXPECT_EQ(status.percent, c.text(5).toInt());
-    }
-}
-
-// One device a line of data/hardware_descriptions.txt.
-TEST(DeviceRoutes, HardwareDescription)
+// One device a line of data/device_info.txt.
+TEST(DeviceRoutes, BatteryAndHardwareDescription)
 {
     const QString kernel = QStringLiteral("Linux ") + QSysInfo::kernelVersion();
-    for (const test::Case& c : test::readCases("device/data/hardware_descriptions.txt")) {
+    for (const test::Case& c : test::readCases("device/data/device_info.txt")) {
         SCOPED_TRACE(c.where().constData());
         Device device;
         if (c.text(0) == u"getac")
             device.addLibraries({"getac"});
         if (c.text(1) != u"-")
             device.addHardware(c.text(1));
-        test::TempRoot host;
         if (c.text(2) != u"-")
-            host.writeFile("product_name", c.fields[2]);
+            device.root.writeFile("Windows/uni1.state", c.fields[2]);
+        if (c.text(3) != u"-")
+            device.root.writeFile("sys/BAT0/capacity", c.fields[3]);
+        test::TempRoot host;
+        if (c.text(4) != u"-")
+            host.writeFile("product_name", c.fields[4]);
+        const BatteryStatus status = device.open().battery();
+        EXPECT_EQ(status.hasState, c.text(5) == u"yes");
+        EXPECT_EQ(status.state, c.text(6).toInt());
+        EXPECT_EQ(status.percent, c.text(7).toInt());
         EXPECT_EQ(hardwareDescription(DeviceRoot(device.root.path()), host.host("product_name")),
-                  c.text(3) == u"<kernel>" ? kernel : c.text(3));
+                  c.text(8) == u"<kernel>" ? kernel : c.text(8));
     }
 }
 
