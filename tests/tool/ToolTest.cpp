@@ -59,18 +59,8 @@ QString pdfText(const QString& file)
         .replace(QRegularExpression(QStringLiteral("[ \\t]+")), QStringLiteral(" "));
 }
 
-void setTime(const QString& file, const QDateTime& time)
-{
-    QFile f(file);
-    ASSERT_TRUE(f.open(QIODevice::ReadWrite));
-    ASSERT_TRUE(f.setFileTime(time, QFileDevice::FileModificationTime));
-}
-
 class Tool : public ::testing::Test {
 protected:
-    ToolRun run(const QStringList& args) { return tool(root->path(), args); }
-    QString file(const char* name) const { return root->host(QString::fromUtf8(name)); }
-
     // The steps of tests/tool/data/<name>; with `onRoot` every command runs with "--root ROOT" in
     // front of its arguments.
     void steps(const QString& name, bool onRoot = true)
@@ -127,8 +117,11 @@ protected:
             } else if (kind == u"pdf") {
                 EXPECT_TRUE(pdfText(root->host(f.value(0))).contains(f.value(1)));
             } else if (kind == u"stamp") {
-                setTime(root->host(f.value(0)),
-                        QDateTime::fromString(f.value(1), QStringLiteral("dd.MM.yyyy hh:mm")));
+                QFile file(root->host(f.value(0)));
+                ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+                ASSERT_TRUE(file.setFileTime(
+                    QDateTime::fromString(f.value(1), QStringLiteral("dd.MM.yyyy hh:mm")),
+                    QFileDevice::FileModificationTime));
             } else {
                 FAIL() << "no such step: " << kind.toStdString();
             }
