@@ -5,8 +5,8 @@
 #include "data/office/OfficeStore.h"
 #include "office/Inbox.h"
 #include "support/PostgresServer.h"
+#include "tool/ToolRun.h"
 
-#include <QFile>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -19,8 +19,8 @@ namespace brovant::test {
 // keep the columns.
 inline QByteArray deviceFile(const char* name)
 {
-    QFile f(QStringLiteral(BROVANT_SOURCE_DIR "/tests/transfer/data/") + QLatin1StringView(name));
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+    return readAll(QStringLiteral(BROVANT_SOURCE_DIR "/tests/transfer/data/")
+                   + QLatin1StringView(name));
 }
 
 // One PostgreSQL server for the whole test program; a database per test.

@@ -4,7 +4,6 @@
 #include "office/Passwords.h"
 
 #include <QDir>
-#include <QFile>
 
 namespace brovant::test {
 namespace {
@@ -189,9 +188,7 @@ protected:
     }
     void drop(const QString& name, const QByteArray& bytes)
     {
-        QFile f(inbox + u'/' + name);
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-        f.write(bytes);
+        ASSERT_TRUE(writeAll(inbox + u'/' + name, bytes));
     }
     // Names in a folder below the inbox ("" for the inbox itself).
     QStringList in(const QString& folder = {})
@@ -227,9 +224,8 @@ TEST_P(InboxTest, TakesSettledFilesAndMovesThemByOutcome)
     EXPECT_EQ(in(), QStringList());
     EXPECT_EQ(in(QStringLiteral("done")), QStringList{"HIEB01.DAT"});
     EXPECT_EQ(in(QStringLiteral("rejected")), (QStringList{"KAPUTT.DAT", "KAPUTT.DAT.reason"}));
-    QFile reason(inbox + QStringLiteral("/rejected/KAPUTT.DAT.reason"));
-    ASSERT_TRUE(reason.open(QIODevice::ReadOnly));
-    EXPECT_EQ(reason.readAll(), QByteArray("Datei unvollständig\n"));
+    EXPECT_EQ(readAll(inbox + QStringLiteral("/rejected/KAPUTT.DAT.reason")),
+              QByteArray("Datei unvollständig\n"));
     EXPECT_EQ(QDir(inbox).entryList(QDir::Hidden | QDir::Files),
               QStringList{".upload-in-progress"});
 
