@@ -42,6 +42,12 @@ inline QStringList messagesIn(const QString& field)
     return field == u"-" ? QStringList{} : QStringList{field};
 }
 
+// A step's yes-or-no result as the step files write it.
+inline QString truth(bool yes)
+{
+    return QString::fromLatin1(yes ? "true" : "false");
+}
+
 // A step file's list column: items between ';', "-" for none.
 inline QStringList listOf(const QString& field)
 {
