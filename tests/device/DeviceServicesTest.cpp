@@ -265,13 +265,6 @@ TEST(LinuxHardware, RealRunnerReportsMissingProgramsAndExitStatus)
 // same calls also reach the system's commands.
 TEST(DeviceRoutesOnHardware, ClockResetAndVolumeReachTheCommandsOnlyOnHardware)
 {
-    // Position, the wave-out word (both channels alike, a fifth of the range a step) and the
-    // mixer's percentage of one channel.
-    const std::tuple<int, quint32, int> volumes[] = {
-        {1, 0x00000000u, 0},  {2, 0x33333333u, 20},  {3, 0x66666666u, 40}, {4, 0x99999999u, 60},
-        {5, 0xCCCCCCCCu, 80}, {6, 0xFFFFFFFFu, 100}, {0, 0u, 0},           {7, 0u, 0},
-        {-1, 0u, 0},          {100, 0u, 0},
-    };
     for (const bool onHardware : {false, true}) {
         SCOPED_TRACE(onHardware ? "on hardware" : "emulated");
         Device device;
@@ -293,23 +286,30 @@ TEST(DeviceRoutesOnHardware, ClockResetAndVolumeReachTheCommandsOnlyOnHardware)
         routes.reset();
         routes.reset();
         EXPECT_EQ(routes.resetCount(), 2);
-        QStringList expected = {
-            QStringLiteral("timedatectl --no-ask-password set-time 2026-12-24 18:00:00"),
-            QStringLiteral("systemctl --no-ask-password reboot"),
-            QStringLiteral("systemctl --no-ask-password reboot")};
-        for (const auto& [position, value, percent] : volumes) {
+        const auto onlyOnHardware = [&](const QStringList& commands) {
+            return onHardware ? commands : QStringList{};
+        };
+        EXPECT_EQ(sysfs.commands,
+                  onlyOnHardware({"timedatectl --no-ask-password set-time 2026-12-24 18:00:00",
+                                  "systemctl --no-ask-password reboot",
+                                  "systemctl --no-ask-password reboot"}));
+        for (const test::Case& c : test::readCases("device/data/volumes.txt")) {
+            SCOPED_TRACE(c.where().constData());
+            sysfs.commands.clear();
             routes.setVolume(6);
-            routes.setVolume(position);
-            EXPECT_EQ(routes.waveOutVolume(), value) << position;
-            EXPECT_EQ(DeviceControls::volumeValue(position), value) << position;
-            expected << QStringLiteral("amixer -q set Master 100%")
-                     << QStringLiteral("amixer -q set Master %1%").arg(percent);
+            routes.setVolume(c.text(0).toInt());
+            EXPECT_EQ(routes.waveOutVolume(), c.text(1).toUInt(nullptr, 16));
+            EXPECT_EQ(DeviceControls::volumeValue(c.text(0).toInt()),
+                      c.text(1).toUInt(nullptr, 16));
+            EXPECT_EQ(sysfs.commands, onlyOnHardware({"amixer -q set Master 100%",
+                                                      "amixer -q set Master " + c.text(2) + u'%'}));
         }
+        sysfs.commands.clear();
         routes.setBacklight(Mains, 1);
         routes.setSwitchOff(60);
         EXPECT_EQ(routes.hardware().has_value(), onHardware);
         EXPECT_TRUE(device.commands.isEmpty());
-        EXPECT_EQ(sysfs.commands, onHardware ? expected : QStringList{});
+        EXPECT_TRUE(sysfs.commands.isEmpty());
     }
 }
 
