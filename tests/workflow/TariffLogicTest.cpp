@@ -128,70 +128,12 @@ TEST(TariffAssignment, RegionListHoldsTheFirstFiftyFoundSorted)
 TEST(TariffAssignment, Steps)
 {
     std::unique_ptr<Device> d;
-    const auto done = [](bool ok) {
-        return QString::fromLatin1(ok ? "true" : "false");
-    };
-    const std::map<QString, std::function<QString(const QString&)>> steps = {
-        {"all",
-         [&](const QString&) {
-             return done(d->logic->openAll());
-         }},
-        {"region",
-         [&](const QString& region) {
-             return done(d->logic->openRegion(region));
-         }},
-        {"save",
-         [&](const QString&) {
-             return done(d->logic->save());
-         }},
-        {"up",
-         [&](const QString&) {
-             return done(d->logic->moveUp());
-         }},
-        {"down",
-         [&](const QString&) {
-             return done(d->logic->moveDown());
-         }},
-        {"delete",
-         [&](const QString&) {
-             return done(d->logic->deleteCurrent());
-         }},
-        {"line?",
-         [&](const QString&) {
-             return QString::fromStdString(str(d->logic->editLine()));
-         }},
-        {"history?",
-         [&](const QString&) {
-             return d->history().join(u'|');
-         }},
-        {"last?",
-         [&](const QString&) {
-             return d->history().last();
-         }},
-        {"position?",
-         [&](const QString&) {
-             return QString::number(d->logic->position());
-         }},
-        {"rows?",
-         [&](const QString&) {
-             return QString::number(d->logic->rowCount());
-         }},
-        {"new?",
-         [&](const QString&) {
-             return done(d->logic->onNewRow());
-         }},
-        {"changed?",
-         [&](const QString&) {
-             return done(d->logic->changed());
-         }},
-        {"regiononly?",
-         [&](const QString&) {
-             return done(d->logic->regionOnly());
-         }},
-        {"stored?",
-         [&](const QString&) {
-             return d->stored().join(u';');
-         }},
+    const std::map<QString, bool (TariffAssignmentLogic::*)()> moves = {
+        {"all", &TariffAssignmentLogic::openAll},
+        {"save", &TariffAssignmentLogic::save},
+        {"up", &TariffAssignmentLogic::moveUp},
+        {"down", &TariffAssignmentLogic::moveDown},
+        {"delete", &TariffAssignmentLogic::deleteCurrent},
     };
     const std::map<QString, int> kinds = {{"volume", schema::TariffVolumeRow},
                                           {"species", schema::SpeciesVolumeRow}};
@@ -214,9 +156,27 @@ TEST(TariffAssignment, Steps)
             d->logic->setEditLine({arg[0], arg[1], arg[2]});
         } else if (action == u"close") {
             d->db().close();
-        } else if (action != u"device") {
-            ASSERT_TRUE(steps.count(action)) << str(action);
-            result = steps.at(action)(c.text(1));
+        } else if (moves.count(action)) {
+            result = test::truth((*d->logic.*moves.at(action))());
+        } else if (action == u"region") {
+            result = test::truth(d->logic->openRegion(c.text(1)));
+        } else if (action == u"line?") {
+            result = QString::fromStdString(str(d->logic->editLine()));
+        } else if (action == u"history?" || action == u"last?") {
+            result = action == u"last?" ? d->history().last() : d->history().join(u'|');
+        } else if (action == u"position?" || action == u"rows?") {
+            result =
+                QString::number(action == u"rows?" ? d->logic->rowCount() : d->logic->position());
+        } else if (action == u"new?") {
+            result = test::truth(d->logic->onNewRow());
+        } else if (action == u"changed?") {
+            result = test::truth(d->logic->changed());
+        } else if (action == u"regiononly?") {
+            result = test::truth(d->logic->regionOnly());
+        } else if (action == u"stored?") {
+            result = d->stored().join(u';');
+        } else {
+            ASSERT_EQ(action, u"device");
         }
         if (!c.text(3).isEmpty()) {
             EXPECT_EQ(result.isEmpty() ? QStringLiteral("-") : result, c.text(3));
