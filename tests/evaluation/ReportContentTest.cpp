@@ -213,9 +213,16 @@ ReportTable numberedTable(int rows)
     return t;
 }
 
-// The cases of data/reports.txt: rows per page for a length.
-TEST(ReportLayout, RowsPerPageFollowTheLength)
+// The footer's texts; the cases of data/reports.txt: rows per page for a length.
+TEST(ReportLayout, FooterAndRowsPerPageFollowingTheLength)
 {
+    EXPECT_EQ(ReportLayout::pageCaption(2, 3), QStringLiteral("Seite 2 von 3"));
+    Report footed = baseReport();
+    EXPECT_EQ(ReportLayout::footerText(footed),
+              QStringLiteral("Liste HIEB01 · gedruckt am 04.05.2026 07:30"));
+    footed.listNo.clear();
+    EXPECT_EQ(ReportLayout::footerText(footed), QStringLiteral("gedruckt am 04.05.2026 07:30"));
+
     for (const Case& c : test::casesOf("pages")) {
         SCOPED_TRACE(c.where().constData());
         const int pageLength = c.text(1).toInt();
@@ -304,16 +311,6 @@ TEST(ReportLayout, HeadingsAndChartsAreNeverCutOff)
         }
         EXPECT_EQ(headingPage, c.text(3).toInt());
     }
-}
-
-TEST(ReportLayout, FooterTexts)
-{
-    EXPECT_EQ(ReportLayout::pageCaption(2, 3), QStringLiteral("Seite 2 von 3"));
-    Report r = baseReport();
-    EXPECT_EQ(ReportLayout::footerText(r),
-              QStringLiteral("Liste HIEB01 · gedruckt am 04.05.2026 07:30"));
-    r.listNo.clear();
-    EXPECT_EQ(ReportLayout::footerText(r), QStringLiteral("gedruckt am 04.05.2026 07:30"));
 }
 
 TEST(ReportLayout, VolumesAndMeansAsOnTheTotalsScreen)

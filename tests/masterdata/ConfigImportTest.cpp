@@ -182,10 +182,11 @@ TEST(SettingsLayout, MasterDataSections)
     EXPECT_FALSE(sections.contains(u"HA_HAUPT"_s));
 }
 
-// Loading reads only: nothing is written to an empty registry, no species or code appears.
-TEST_F(SettingsTest, EmptyRegistryWritesNothing)
+// Loading reads only: nothing is written to an empty registry, no species or code appears. Then
+// what is stored replaces the defaults.
+TEST_F(SettingsTest, EmptyRegistryWritesNothingStoredValuesReplaceDefaults)
 {
-    const MasterTables t = loadSettings(store(), session->database(), &dialogs, nullptr);
+    MasterTables t = loadSettings(store(), session->database(), &dialogs, nullptr);
     QString texts;
     for (const auto& list :
          {std::span<const QString>(t.species), std::span<const QString>(t.mainSpecies),
@@ -199,23 +200,21 @@ TEST_F(SettingsTest, EmptyRegistryWritesNothing)
     ASSERT_FALSE(dialogs.messages().empty());
     EXPECT_EQ(dialogs.messages().front().lines.front(), u"Konfiguration wird initialisiert..."_s);
     EXPECT_EQ(dialogs.progressValues(), (std::vector<double>{10, 20}));
-}
 
-TEST_F(SettingsTest, StoredValuesReplaceDefaults)
-{
+    // Stored values replace the defaults.
     SettingsStore& s = store();
     s.writeInt(Setting::PrinterType, 0, 2);
     s.writeInt(Setting::PrinterSeitenlaenge, 2, 80);
     s.writeInt(Setting::PrinterFrage, 2, 1);
     s.writeInt(Setting::PrinterFrage, 3, 1);
     s.writeInt(Setting::PrinterPort, 0, 0x1FF);
-    const std::tuple<Setting, int, const char*> texts[] = {
+    const std::tuple<Setting, int, const char*> stored[] = {
         {Setting::Holzart, 1, "FI "},      {Setting::Holzart, 2, "TA "},
         {Setting::HauptHolzart, 2, "KI "}, {Setting::Holzart, 13, "ES "},
         {Setting::NaKurz, 12, "XY"},       {Setting::Sorte, 5, "BR"}};
-    for (const auto& [id, index, text] : texts)
+    for (const auto& [id, index, text] : stored)
         s.writeText(id, index, text);
-    const MasterTables t = loadSettings(s, session->database(), nullptr, nullptr);
+    t = loadSettings(s, session->database(), nullptr, nullptr);
     EXPECT_EQ(std::tuple(t.pageLength[2], t.pageLength[1], t.activeAskBeforePrinting,
                          t.askBeforePrinting[3]),
               std::tuple(80, 72, 1, 1));
