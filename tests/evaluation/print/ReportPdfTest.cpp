@@ -149,7 +149,7 @@ int runFromBottom(const QImage& image, int x, QRgb color, int top)
     return run;
 }
 
-TEST(ChartPainter, BarsStandInProportionAndStack)
+TEST(ChartPainter, BarsStandInProportionAndStackOrANoticeSaysThereAreNone)
 {
     ReportChart chart;
     chart.labels = {QStringLiteral("10"), QStringLiteral("12"), QStringLiteral("14"),
@@ -200,10 +200,8 @@ TEST(ChartPainter, BarsStandInProportionAndStack)
     EXPECT_NEAR(bars[2].ki, bars[2].fi, 2);
     // The tallest bar reaches the top grid line of 4, three quarters of the plot or more.
     EXPECT_GT(bars[1].fi, (image.height() - top) / 2);
-}
 
-TEST(ChartPainter, NoBarsSaysSo)
-{
+    // No bars: a notice says so.
     QImage empty(240, 200, QImage::Format_RGB32);
     empty.fill(Qt::white);
     QImage drawn = empty;
