@@ -6,7 +6,7 @@
 #include "platform/MessageDialogs.h"
 #include "platform/Profile.h"
 #include "platform/Registry.h"
-#include "support/CaseKinds.h"
+#include "support/CaseFile.h"
 #include "support/TempRoot.h"
 #include "tool/ToolRun.h"
 #include "transfer/FtpTestServer.h"
@@ -29,10 +29,9 @@ using brovant::test::TempRoot;
 namespace {
 
 const QString kScript = QStringLiteral(BROVANT_SOURCE_DIR "/tests/transfer/ftp_server.py");
-const QString kFiles = QStringLiteral("transfer/data/ftp_files.txt");
 using Files = QMap<QString, QByteArray>;
 
-// A file's content as data/ftp_files.txt writes it.
+// A file's content as data/ftp_transfers.txt writes it.
 QByteArray content(QByteArray field)
 {
     QByteArray binary = "Kopf;1;\r\nZeile;2;\r\n";
@@ -133,61 +132,17 @@ protected:
 const QStringList kDialledClean{"dial GPRS", "hangUp GPRS"};
 const QStringList kDialledNotice{"dial GPRS", "notice", "hangUp GPRS"};
 
-TEST_F(FtpChannelTest, SendsEveryExportFileButTheMarker)
-{
-    for (const test::Case& c : test::casesOf(kFiles, "send")) {
-        SCOPED_TRACE(c.where().constData());
-        const QString folder = c.text(2);
-        const Files exported = filesOf(c, 4);
-        const QString remote = server.path(folder.mid(folder.startsWith(u'/')));
-        store.writeText(Setting::FtpDirectory, 0, folder);
-        QDir(root.host("Export")).removeRecursively();
-        QDir(remote).removeRecursively();
-        ASSERT_TRUE(QDir().mkpath(remote));
-        ASSERT_TRUE(QDir().mkpath(root.host("Export")));
-        Files expected;
-        for (const auto& [name, bytes] : exported.asKeyValueRange()) {
-            root.writeFile("Export/" + name, bytes);
-            if (name.compare("export.tmp", Qt::CaseInsensitive) != 0 && !name.contains(u'/'))
-                expected[name] = bytes;
-        }
-        clearRecords();
-
-        EXPECT_TRUE(send());
-        EXPECT_EQ(filesIn(remote), expected);
-        EXPECT_TRUE(QDir(remote).entryList(QDir::Dirs | QDir::NoDotAndDotDot).isEmpty());
-        // Nothing is deleted locally: the next export empties the folder.
-        EXPECT_EQ(filesIn(root.host("Export")), exported);
-        EXPECT_TRUE(dialogs.asked().isEmpty()) << dialogs.asked().join('\n').toStdString();
-        EXPECT_EQ(dialogs.events, kDialledClean);
-
-        QStringList info{"Verbinden..."};
-        for (const QString& name : c.text(3).split(u'|', Qt::SkipEmptyParts))
-            info << "Sende: " + name;
-        info << "-";
-        EXPECT_EQ(dialogs.infoLines(), info);
-        const std::vector<double> progress = dialogs.progressValues();
-        ASSERT_FALSE(progress.empty());
-        EXPECT_EQ(progress.front(), 0);
-        EXPECT_TRUE(std::is_sorted(progress.begin(), progress.end()));
-        qsizetype bytes = 0;
-        for (const QByteArray& content : expected)
-            bytes += content.size();
-        EXPECT_EQ(progress.back(), bytes > 0 ? 100 : 0);
-    }
-}
-
-// One failing transfer a line of data/ftp_failures.txt.
-TEST_F(FtpChannelTest, FailuresEndInTheNotice)
+// One transfer a line of data/ftp_transfers.txt.
+TEST_F(FtpChannelTest, SendsAndFetchesAsTheCasesSay)
 {
     FtpTestServer gone;
     ASSERT_NO_FATAL_FAILURE(start(gone));
     gone.stop();
-    for (const QString n : {"1", "2", "3"})
-        root.writeFile("Export/L000" + n + ".DAT", n.toLatin1() + ";\r\n");
-    for (const test::Case& c : test::readCases(QStringLiteral("transfer/data/ftp_failures.txt"))) {
+    const Files imported{{"STAMM.DAT", "alte Konfiguration"}, {"L0001.DAT", "alt"}};
+    for (const test::Case& c : test::readCases(QStringLiteral("transfer/data/ftp_transfers.txt"))) {
         SCOPED_TRACE(c.where().constData());
         const bool sending = c.fields[0] == "send";
+        const bool ok = c.fields[6] == "-";
         store.writeText(Setting::FtpServer, 0,
                         c.text(2)
                             .replace(QStringLiteral("{server}"), server.address())
@@ -195,48 +150,56 @@ TEST_F(FtpChannelTest, FailuresEndInTheNotice)
         store.writeText(Setting::FtpPassword, 0,
                         c.fields[3] == "-" ? SettingsStore::defaultText(Setting::FtpPassword)
                                            : c.text(3));
-        store.writeText(Setting::FtpDirectory, 0, c.text(4));
-        QDir(server.path("data")).removeRecursively();
-        ASSERT_TRUE(QDir().mkpath(server.path("data/" + (c.fields[5] == "-" ? "" : c.text(5)))));
-        root.writeFile("Import/ALT.DAT", "alt");
+        store.writeText(Setting::FtpDirectory, 0, QStringLiteral("data"));
+        store.writeText(sending ? Setting::FtpDirectory : Setting::FtpDirectory2, 0, c.text(5));
+        for (const char* top : {"data", "konfig", "eingang"})
+            QDir(server.path(top)).removeRecursively();
+        for (const QString& folder : c.text(4).split(u'|', Qt::SkipEmptyParts)) {
+            if (folder != u'-') {
+                ASSERT_TRUE(QDir().mkpath(server.path(folder)));
+            }
+        }
+        QDir(root.host("Export")).removeRecursively();
+        ASSERT_TRUE(QDir().mkpath(root.host("Export")));
+        const Files files = filesOf(c, 9);
+        for (const auto& [name, bytes] : files.asKeyValueRange()) {
+            if (sending)
+                root.writeFile("Export/" + name, bytes);
+            else
+                writeHostFile(server.path(name), bytes);
+        }
+        for (const auto& [name, bytes] : imported.asKeyValueRange())
+            root.writeFile("Import/" + name, bytes);
         clearRecords();
-        EXPECT_FALSE(sending ? send() : fetch());
-        EXPECT_EQ(dialogs.asked(), QStringList{c.text(6)});
+
+        EXPECT_EQ(sending ? send() : fetch(), ok);
+        EXPECT_EQ(dialogs.asked(), ok ? QStringList() : QStringList{c.text(6)});
+        EXPECT_EQ(dialogs.events, ok ? kDialledClean : kDialledNotice);
         EXPECT_EQ(dialogs.infoLines(), c.text(7).split(u'|'));
-        EXPECT_EQ(dialogs.events, kDialledNotice);
-        Files left;
-        for (const QString& name : c.text(8).split(u'|', Qt::SkipEmptyParts))
-            left[name] = root.readFile("Export/" + name);
-        EXPECT_EQ(filesIn(server.path("data")), left);
-        EXPECT_EQ(filesIn(root.host("Import")).empty(), !sending);
-    }
-}
-
-TEST_F(FtpChannelTest, FetchTakesCapitalsFirstThenSmallLetters)
-{
-    // Sending and fetching have their own folders.
-    store.writeText(Setting::FtpDirectory2, 0, "konfig");
-    for (const test::Case& c : test::casesOf(kFiles, "fetch")) {
-        SCOPED_TRACE(c.where().constData());
-        const QByteArray expected = c.fields[2] == "-" ? QByteArray() : content(c.fields[2]);
-        QDir(server.path("konfig")).removeRecursively();
-        for (const auto& [name, bytes] : filesOf(c, 3).asKeyValueRange())
-            writeHostFile(server.path("konfig/" + name), bytes);
-        writeHostFile(server.path("data/STAMM.DAT"), "falscher Ordner");
-        root.writeFile("Import/STAMM.DAT", "alte Konfiguration");
-        root.writeFile("Import/L0001.DAT", "alt");
-        clearRecords();
-
-        const bool fetched = fetch();
-        EXPECT_EQ(fetched, !expected.isEmpty());
-        const Files imported = expected.isEmpty() ? Files{} : Files{{"STAMM.DAT", expected}};
+        if (!sending) {
+            const Files fetched{{"STAMM.DAT", content(c.fields[8])}};
+            EXPECT_EQ(filesIn(root.host("Import")), ok ? fetched : Files());
+            continue;
+        }
+        Files held;
+        for (const QString& path : c.text(8).split(u'|', Qt::SkipEmptyParts))
+            held[path] = files.value(path.section(u'/', -1));
+        EXPECT_EQ(filesIn(server.folder()), held);
+        // Nothing is deleted locally: the next export empties the folder.
+        EXPECT_EQ(filesIn(root.host("Export")), files);
         EXPECT_EQ(filesIn(root.host("Import")), imported);
-        EXPECT_EQ(dialogs.asked(), expected.isEmpty() ? QStringList{"'STAMM.DAT' oder 'stamm.dat'|"
-                                                                    "konnte nicht vom FTP-Server|"
-                                                                    "geladen werden!"}
-                                                      : QStringList{});
-        EXPECT_EQ(dialogs.infoLines(), (QStringList{"Verbinden...", "-"}));
-        EXPECT_EQ(dialogs.events, expected.isEmpty() ? kDialledNotice : kDialledClean);
+        if (!ok)
+            continue;
+        const QString remote = server.path(c.text(5).mid(c.text(5).startsWith(u'/')));
+        EXPECT_TRUE(QDir(remote).entryList(QDir::Dirs | QDir::NoDotAndDotDot).isEmpty());
+        const std::vector<double> progress = dialogs.progressValues();
+        ASSERT_FALSE(progress.empty());
+        EXPECT_EQ(progress.front(), 0);
+        EXPECT_TRUE(std::is_sorted(progress.begin(), progress.end()));
+        qsizetype bytes = 0;
+        for (const QByteArray& content : held)
+            bytes += content.size();
+        EXPECT_EQ(progress.back(), bytes > 0 ? 100 : 0);
     }
 }
 
