@@ -95,10 +95,10 @@ public:
     const char* name() const { return m_name; }
     const QString& root() const { return m_root; }
 
-    // Builds the activity's state on its root, a copy of the demo device; "" when that worked.
-    virtual std::string setUp() { return {}; }
-    // The tool's arguments for the next run, its input written; "" when that worked.
-    virtual std::string nextRun(Rng& rng, QStringList& args) = 0;
+    // Builds the activity's state on its root, a copy of the demo device.
+    virtual void setUp() {}
+    // The tool's arguments for the next run, its input written.
+    virtual QStringList nextRun(Rng& rng) = 0;
     // What the activity itself requires of the root after a run; "" when it holds.
     // `db` is a copy of the database as the run left it.
     virtual std::string check(const KillRun& run, const DbCopy& db) = 0;
@@ -178,9 +178,9 @@ class TallyActivity final : public Activity {
 public:
     using Activity::Activity;
 
-    std::string setUp() override { return remember(); }
+    void setUp() override { remember(); }
 
-    std::string nextRun(Rng& rng, QStringList& args) override
+    QStringList nextRun(Rng& rng) override
     {
         static const struct {
             const char* species;
@@ -190,10 +190,8 @@ public:
         // A full list makes way for a new one, so the runs stay short.
         if (m_before.size() > 500) {
             m_list = QStringLiteral("T%1").arg(m_list.mid(1).toInt() + 1);
-            if (std::string error = newList(m_root, m_list); !error.empty())
-                return error;
-            if (std::string error = remember(); !error.empty())
-                return error;
+            EXPECT_EQ(newList(m_root, m_list), "");
+            remember();
         }
         m_asked.clear();
         QByteArray input;
@@ -208,8 +206,8 @@ public:
                          .toUtf8();
         }
         const QString file = m_scratch + QStringLiteral("/trees.txt");
-        args = {"tally", m_list, "--trees", file};
-        return writeAll(file, input) ? "" : "cannot write " + file.toStdString();
+        EXPECT_TRUE(writeAll(file, input)) << file.toStdString();
+        return {"tally", m_list, "--trees", file};
     }
 
     std::string check(const KillRun& run, const DbCopy& db) override
@@ -256,18 +254,16 @@ private:
         int count;
     };
 
-    std::string remember()
+    void remember()
     {
         const auto db = openDatabase();
         m_listId = db->single(QStringLiteral("SELECT ID_FILE FROM Brov_Kopfdaten WHERE "
                                              "RTRIM(LISTE_NR) = '%1'")
                                   .arg(m_list))
                        .toLongLong();
-        if (m_listId <= 0)
-            return "list " + m_list.toStdString() + " not found";
+        EXPECT_GT(m_listId, 0) << "list " << m_list.toStdString() << " not found";
         m_before = db->rows(QString::fromLatin1(kTreeLinesSql), {m_listId});
         m_otherTrees = otherTrees(*db);
-        return {};
     }
     qint64 otherTrees(const DbCopy& db) const
     {
@@ -289,40 +285,31 @@ class ConfigActivity final : public Activity {
 public:
     using Activity::Activity;
 
-    std::string setUp() override
+    void setUp() override
     {
         m_files[0] = readAll(QStringLiteral(BROVANT_SOURCE_DIR "/demo/passive.dtr"));
         m_files[1] = m_files[0];
         m_files[1].replace("40FFI01 08  0.020", "40FFI01 08  0.030");
         // A registry setting differs too, so rows and settings of two files cannot pass as one.
         m_files[1].replace("20CZusatz:             0", "20CZusatz2:            0");
-        if (m_files[1].count("0.030") == m_files[0].count("0.030")
-            || m_files[1].contains("20CZusatz:"))
-            return "the demo configuration has no FI01 volume of class 08 or no label Zusatz";
-        for (int i = 0; i < 2; ++i) {
-            if (!writeAll(path(i), m_files[i]))
-                return "cannot write " + path(i).toStdString();
-        }
+        ASSERT_TRUE(m_files[1].count("0.030") != m_files[0].count("0.030")
+                    && !m_files[1].contains("20CZusatz:"))
+            << "the demo configuration has no FI01 volume of class 08 or no label Zusatz";
+        for (int i = 0; i < 2; ++i)
+            ASSERT_TRUE(writeAll(path(i), m_files[i])) << path(i).toStdString();
         // The root has the demo configuration already.
         m_fingerprints[0] = openDatabase()->fingerprint(kMaster);
         m_labels[0] = settings().label;
-        if (std::string error = run({"import-config", path(1)}); !error.empty())
-            return error;
+        ASSERT_EQ(run({"import-config", path(1)}), "");
         m_fingerprints[1] = openDatabase()->fingerprint(kMaster);
         m_labels[1] = settings().label;
-        if (m_labels[0] == m_labels[1])
-            return "both configurations give the same label";
-        if (m_fingerprints[0] == m_fingerprints[1])
-            return "both configurations give the same master rows";
+        ASSERT_TRUE(m_labels[0] != m_labels[1]) << "both configurations give the same label";
+        ASSERT_NE(m_fingerprints[0], m_fingerprints[1])
+            << "both configurations give the same master rows";
         m_current = 1;
-        return {};
     }
 
-    std::string nextRun(Rng&, QStringList& args) override
-    {
-        args = {"import-config", path(1 - m_current)};
-        return {};
-    }
+    QStringList nextRun(Rng&) override { return {"import-config", path(1 - m_current)}; }
 
     std::string check(const KillRun& run, const DbCopy& db) override
     {
@@ -386,23 +373,21 @@ class ImportActivity final : public Activity {
 public:
     using Activity::Activity;
 
-    std::string nextRun(Rng& rng, QStringList& args) override
+    QStringList nextRun(Rng& rng) override
     {
-        args = {"import-lists"};
-        m_waiting = fileNamesIn(importFolder());
-        if (!m_waiting.isEmpty())
-            return {};
         static const char* const endings[] = {"dat", "DAT", "Dat"};
-        for (int i = 0; i < 5; ++i) {
+        // New files once the earlier ones are all read.
+        const bool read = fileNamesIn(importFolder()).isEmpty();
+        for (int i = 0; read && i < 5; ++i) {
             const QString number = QStringLiteral("S%1").arg(m_next++, 4, 10, QChar(u'0'));
             Expected list = makeList(rng, number);
             list.file = number.toLower() + u'.' + QLatin1StringView(endings[i % 3]);
-            if (!writeAll(importFolder() + u'/' + list.file, list.bytes))
-                return "cannot write " + list.file.toStdString();
+            EXPECT_TRUE(writeAll(importFolder() + u'/' + list.file, list.bytes))
+                << list.file.toStdString();
             m_lists[number] = list;
         }
         m_waiting = fileNamesIn(importFolder());
-        return {};
+        return {"import-lists"};
     }
 
     std::string check(const KillRun& run, const DbCopy& db) override
@@ -579,26 +564,22 @@ class BackupActivity final : public Activity {
 public:
     using Activity::Activity;
 
-    std::string setUp() override
+    void setUp() override
     {
         // Enough trees that copying the database is a stretch of work a kill can meet.
         QByteArray trees;
         for (int i = 0; i < 1500; ++i)
             trees += "--bhd " + QByteArray::number(10 + i % 70) + " --species FI --tarif FI01\n";
         const QString file = m_scratch + QStringLiteral("/trees.txt");
-        if (!writeAll(file, trees))
-            return "cannot write " + file.toStdString();
-        if (std::string error = run({"tally", "T1", "--trees", file}); !error.empty())
-            return error;
+        ASSERT_TRUE(writeAll(file, trees)) << file.toStdString();
+        ASSERT_EQ(run({"tally", "T1", "--trees", file}), "");
         m_lists = openDatabase()->fingerprint(kListsAndTrees);
-        return {};
     }
 
-    std::string nextRun(Rng& rng, QStringList& args) override
+    QStringList nextRun(Rng& rng) override
     {
-        args = {"backup", uniform(rng, 0, 1) ? "--auto" : "--manual"};
         m_before = backupFiles();
-        return {};
+        return {"backup", uniform(rng, 0, 1) ? "--auto" : "--manual"};
     }
 
     std::string check(const KillRun& run, const DbCopy& db) override
@@ -627,29 +608,24 @@ class RestoreActivity final : public Activity {
 public:
     using Activity::Activity;
 
-    std::string setUp() override
+    void setUp() override
     {
         const QStringList tree = {"tally", "T1", "--species", "BU", "--tarif", "BU01", "--bhd"};
         for (int i = 0; i < 2; ++i) {
             for (const QStringList& step :
-                 {tree + QStringList{"25"}, tree + QStringList{"52"}, {"backup", "--manual"}}) {
-                if (std::string error = run(step); !error.empty())
-                    return error;
-            }
+                 {tree + QStringList{"25"}, tree + QStringList{"52"}, {"backup", "--manual"}})
+                ASSERT_EQ(run(step), "");
             m_fingerprints[i] = openDatabase()->fingerprint(kListsAndTrees);
             m_backups[i] = readAll(backupPath(i));
-            if (m_backups[i].isEmpty())
-                return "no backup " + backupPath(i).toStdString();
+            ASSERT_FALSE(m_backups[i].isEmpty()) << "no backup " << backupPath(i).toStdString();
         }
         m_current = 1;
-        return {};
     }
 
-    std::string nextRun(Rng&, QStringList& args) override
+    QStringList nextRun(Rng&) override
     {
-        args = {"restore", QStringLiteral("%1_Manu.cdb").arg(2 - m_current, 4, 10, QChar(u'0'))};
         m_before = backupFiles();
-        return {};
+        return {"restore", QStringLiteral("%1_Manu.cdb").arg(2 - m_current, 4, 10, QChar(u'0'))};
     }
 
     std::string check(const KillRun& run, const DbCopy& db) override
@@ -790,9 +766,9 @@ TEST(KillSoak, KilledProgramsLeaveASoundDevice)
     std::string context;
     // One run of the activity, killed after `killAfterMs` (negative: not at all), and the checks.
     const auto runOnce = [&](Activity& a, qint64 killAfterMs) -> std::string {
-        QStringList args;
-        if (std::string error = a.nextRun(rng, args); !error.empty())
-            return error;
+        const QStringList args = a.nextRun(rng);
+        if (::testing::Test::HasFailure())
+            return std::string(a.name()) + ": the run's input could not be made";
         QElapsedTimer clock;
         clock.start();
         const KillRun r = runAndKill(QStringLiteral(BROVANT_TOOL_PATH),
@@ -834,7 +810,7 @@ TEST(KillSoak, KilledProgramsLeaveASoundDevice)
 
     for (auto& a : activities) {
         ASSERT_TRUE(copyTree(demo, a->root()));
-        ASSERT_EQ(a->setUp(), "") << a->name();
+        ASSERT_NO_FATAL_FAILURE(a->setUp()) << a->name();
         // The first runs go to their end: how long a run takes.
         for (int i = 0; i < 3; ++i)
             ASSERT_EQ(runToTheEnd(*a), "") << context << "\nseed " << seed;
