@@ -162,21 +162,7 @@ protected:
         ASSERT_TRUE(QFile::link(caliper.slave(), h.root.host(QStringLiteral("dev/COM3"))));
         ASSERT_TRUE(QFile::link(cable.end(0), h.root.host(QStringLiteral("dev/COM1"))));
         ASSERT_NO_FATAL_FAILURE(openSettings(0));
-        h.dialogs.answerNext(Answer::Yes);
-        h.click(QStringLiteral("check1194"));
-        h.tapTab(QStringLiteral("tabs1021"), 1);
-        h.click(SettingsDlg::kCommunication);
-        ASSERT_EQ(h.activeName(), QStringLiteral("printerSettings"));
-        h.click(QStringLiteral("cable"));
-        ASSERT_EQ(h.activeName(), QStringLiteral("cableSettings"));
-        h.choose(QStringLiteral("port"), QStringLiteral("COM1"));
-        h.press(KeypadScreen::kEnter);
-        ASSERT_EQ(h.activeName(), QStringLiteral("printerSettings"));
-        h.tapTab(QStringLiteral("tabs"), PrinterSettingsDlg::CaliperTab);
-        h.click(QStringLiteral("caliperActive"));
-        h.choose(QStringLiteral("caliperPort"), QStringLiteral("COM3"));
-        h.press(KeypadScreen::kEnter);
-        ASSERT_EQ(h.activeName(), QStringLiteral("settings"));
+        h.run("equip.txt");
     }
     // The backups in the folder, each with its count of lists and trees.
     QStringList backups()

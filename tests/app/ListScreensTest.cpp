@@ -56,24 +56,16 @@ TEST(ListHeaderDlg, PagesFieldKeysAndZuordnen)
     for (const char* file : {"list_header_pages.txt", "list_header_keys.txt"}) {
         SCOPED_TRACE(file);
         HeaderProgram p;
-        p.run(text(file),
-              {{"NewList", MainMenuDlg::kNewList},
-               {"Letters", Dlg::Letters},
-               {"Digits", Dlg::Digits},
-               {"Choices", Dlg::Choices}},
-              {{"choices",
-                [&](const QString&) {
-                    return p.keyCaptions(Dlg::kChoiceEntry).join(u'/');
-                }},
-               {"bold",
-                [&](const QString&) {
-                    return p.screen->findChild<QLabel*>("label_KOPF1_A")->font().bold()
-                               ? QStringLiteral("label_KOPF1_A")
-                               : QString();
-                }},
-               {"stored", [&](const QString& columns) {
-                    return p.stored(columns).join(u'/');
-                }}});
+        p.names = {{"NewList", MainMenuDlg::kNewList},
+                   {"Letters", Dlg::Letters},
+                   {"Digits", Dlg::Digits},
+                   {"Choices", Dlg::Choices}};
+        p.probe("choices", [&](auto) { return p.keyCaptions(Dlg::kChoiceEntry).join(u'/'); });
+        p.probe("bold", [&](const QString& label) {
+            return text(p.screen->findChild<QLabel*>(label)->font().bold() ? "yes" : "no");
+        });
+        p.probe("stored", [&](const QString& columns) { return p.stored(columns).join(u'/'); });
+        p.run(file);
     }
 }
 
@@ -149,69 +141,38 @@ TEST(ListHeaderDlg, TheModelListAndTheListInformation)
     }
 }
 
-class ListScreen : public ::testing::Test, protected Program {
-protected:
-    void addList(int id, const QString& name, int mark = 0)
-    {
-        lists.list(
-            id, name, 100,
-            {{u"ZUSATZ_A", "Zusatz von " + name}, {u"DUE_MARK", mark}, {u"EXPORTED_N_NI", 0}});
-    }
-    // The main menu's "Liste auswählen".
-    void open()
-    {
-        if (active() != app.mainMenu())
-            app.stack().switchTo(app.mainMenu());
-        press(MainMenuDlg::kSelectList);
-        ASSERT_EQ(active(), screen);
-    }
-    QTreeWidget* view() { return screen->listView(); }
-    QTabBar* tabs() { return screen->findChild<QTabBar*>(QStringLiteral("tabs")); }
-    void tab(int index) { tapTab(QStringLiteral("tabs"), index); }
-    void tapRow(int row, bool twice = false)
-    {
-        QTreeWidgetItem* item = view()->topLevelItem(row);
-        ASSERT_NE(item, nullptr) << row;
-        const QPoint at = view()->visualItemRect(item).center();
-        // A double tap arrives as a press and release followed by the double click.
-        QTest::mouseClick(view()->viewport(), Qt::LeftButton, {}, at);
-        if (twice)
-            QTest::mouseDClick(view()->viewport(), Qt::LeftButton, {}, at);
-    }
-    QStringList shown() { return shownRows(view()); }
-    int selectedRow() { return view()->indexOfTopLevelItem(view()->currentItem()); }
-    int count(const char* sql) { return Program::count(QString::fromLatin1(sql)); }
-
-    ListSelectionDlg* screen = find<ListSelectionDlg>();
-};
-
-// The columns, tabs and key bars; "Modell" makes the model of the tapped list and shows it
-// chosen; info for the tapped list; a double tap on the model list warns and opens the tally all
-// the same; "Neu" opens the header screen; the bar's key and the device's Delete key on the list
-// both reach the deletion (what they do is the logic's).
-TEST_F(ListScreen, ColumnsKeysModelWaysAndDelete)
+// The columns, tabs and key bars of the list selection, then what its keys and taps do.
+TEST(ListSelectionDlg, ColumnsKeysModelWaysAndDelete)
 {
-    addList(1, QStringLiteral("WALD"));
-    addList(2, QStringLiteral("FELD"), 1);
-    open();
+    Program p;
+    for (const auto& [id, name, mark] : {std::tuple{1, "WALD", 0}, {2, "FELD", 1}})
+        p.lists.list(id, text(name), 100,
+                     {{u"ZUSATZ_A", "Zusatz von " + text(name)},
+                      {u"DUE_MARK", mark},
+                      {u"EXPORTED_N_NI", 0}});
+    p.press(MainMenuDlg::kSelectList);
+    auto* screen = p.find<ListSelectionDlg>();
+    ASSERT_EQ(p.active(), screen);
+    QTreeWidget* view = screen->listView();
     EXPECT_EQ(screen->windowTitle(), QStringLiteral("Listenauswahl"));
-    QTreeWidgetItem* heading = view()->headerItem();
+    QTreeWidgetItem* heading = view->headerItem();
     EXPECT_EQ(heading->text(0), QStringLiteral("Liste"));
     EXPECT_EQ(heading->text(1), QStringLiteral("DÜ"));
     EXPECT_EQ(heading->text(2), QStringLiteral("Zusatz")); // KOPF00 "Zusatz:" of the demo
-    EXPECT_EQ(view()->columnWidth(0), 80);
-    EXPECT_EQ(view()->columnWidth(1), 30);
-    EXPECT_EQ(view()->columnWidth(2), 80);
-    EXPECT_EQ(view()->topLevelItem(0)->textAlignment(1) & Qt::AlignHorizontal_Mask,
+    EXPECT_EQ(view->columnWidth(0), 80);
+    EXPECT_EQ(view->columnWidth(1), 30);
+    EXPECT_EQ(view->columnWidth(2), 80);
+    EXPECT_EQ(view->topLevelItem(0)->textAlignment(1) & Qt::AlignHorizontal_Mask,
               int(Qt::AlignRight));
-    EXPECT_EQ(view()->topLevelItem(0)->textAlignment(0) & Qt::AlignHorizontal_Mask, 0);
-    EXPECT_EQ(view()->selectionBehavior(), QAbstractItemView::SelectRows);
-    EXPECT_EQ(shown(),
+    EXPECT_EQ(view->topLevelItem(0)->textAlignment(0) & Qt::AlignHorizontal_Mask, 0);
+    EXPECT_EQ(view->selectionBehavior(), QAbstractItemView::SelectRows);
+    EXPECT_EQ(Program::shownRows(view),
               (QStringList{"WALD    |   0|Zusatz von WALD", "FELD    |A0|Zusatz von FELD"}));
-    EXPECT_EQ(selectedRow(), 0);
-    EXPECT_TRUE(view()->hasFocus());
+    EXPECT_EQ(view->currentItem(), view->topLevelItem(0));
+    EXPECT_TRUE(view->hasFocus());
 
-    ASSERT_EQ(tabs()->count(), 3);
+    auto* tabs = screen->findChild<QTabBar*>(QStringLiteral("tabs"));
+    ASSERT_EQ(tabs->count(), 3);
     const struct {
         const char* caption;
         std::vector<int> keys;
@@ -224,8 +185,8 @@ TEST_F(ListScreen, ColumnsKeysModelWaysAndDelete)
         {"  DÜ   ", {ListSelectionDlg::kMark, ListSelectionDlg::kSend, ListSelectionDlg::kReceive}},
     };
     for (int i = 0; i < 3; ++i) {
-        EXPECT_EQ(tabs()->tabText(i), text(bars[i].caption));
-        tab(i);
+        EXPECT_EQ(tabs->tabText(i), text(bars[i].caption));
+        p.tapTab(QStringLiteral("tabs"), i);
         for (const auto& bar : bars) {
             for (int key : bar.keys)
                 EXPECT_EQ(screen->shownKey(key) != nullptr, &bar == &bars[i]) << i << " " << key;
@@ -234,48 +195,23 @@ TEST_F(ListScreen, ColumnsKeysModelWaysAndDelete)
     }
     EXPECT_EQ(screen->shownKey(ListSelectionDlg::kMark)->text(), QStringLiteral("DÜ"));
 
-    tab(0);
-    tapRow(0);
-    dialogs.answerNext(Answer::First);
-    press(ListSelectionDlg::kModel);
-    EXPECT_EQ(shown().last(), QStringLiteral("MODELL  |   0|Zusatz von WALD"));
-    EXPECT_EQ(selectedRow(), 2);
-    EXPECT_EQ(state.currentList, 3);
-    EXPECT_EQ(dialogs.asked().size(), 1);
-    dialogs.clear();
-
-    tapRow(1);
-    press(ListSelectionDlg::kInfo);
-    EXPECT_EQ(activeName(), QStringLiteral("listInfo"));
-    EXPECT_EQ(state.currentList, 2);
-    app.stack().switchTo(screen);
-    EXPECT_EQ(selectedRow(), 1);
-    tapRow(2, true);
-    EXPECT_EQ(dialogs.asked(), QStringList{"Holzaufnahme in Modell-Liste |nicht möglich!|"});
-    EXPECT_EQ(state.currentList, 3);
-    EXPECT_EQ(activeName(), QStringLiteral("tally"));
-    app.stack().switchTo(screen);
-
-    // "Neu" opens the header screen for a new list.
-    press(ListSelectionDlg::kNew);
-    EXPECT_EQ(state.currentList, -1);
-    EXPECT_EQ(activeName(), QStringLiteral("listHeader"));
-    app.stack().switchTo(screen);
-    dialogs.clear();
-    const std::function<void()> keys[] = {[this] { press(ListSelectionDlg::kDelete); },
-                                          [this] {
-                                              QTest::keyClick(view(), Qt::Key_Delete);
-                                          }};
-    for (const auto& key : keys) {
-        dialogs.answerNext(Answer::Yes);
-        dialogs.answerNext(Answer::Yes);
-        key();
-    }
-    EXPECT_EQ(view()->topLevelItemCount(), 1);
-    EXPECT_EQ(count("SELECT COUNT(*) FROM Brov_Kopfdaten"), 1);
-    EXPECT_EQ(dialogs.asked().size(), 4);
-    press(Screen::kCancel);
-    EXPECT_EQ(active(), app.mainMenu());
+    p.names = {{"Model", ListSelectionDlg::kModel},
+               {"Info", ListSelectionDlg::kInfo},
+               {"New", ListSelectionDlg::kNew},
+               {"Delete", ListSelectionDlg::kDelete}};
+    p.probe("rows", [&](auto) { return Program::shownRows(view).join(u'/'); });
+    p.probe("selected",
+            [&](auto) { return QString::number(view->indexOfTopLevelItem(view->currentItem())); });
+    p.probe("current", [&](auto) { return QString::number(p.state.currentList); });
+    p.probe("back", [&](auto) {
+        p.app.stack().switchTo(screen);
+        return QString();
+    });
+    p.probe("count", [&](auto) { return QString::number(view->topLevelItemCount()); });
+    p.probe("lists", [&](auto) {
+        return p.rows(QStringLiteral("SELECT COUNT(*) FROM Brov_Kopfdaten")).join(u'/');
+    });
+    p.run("list_selection.txt");
 }
 
 } // namespace

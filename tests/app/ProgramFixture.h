@@ -279,11 +279,14 @@ public:
 
     // Names of keys and key bars for the steps, beside the bottom bar's.
     using Names = QMap<QString, int>;
+    Names names;
     // Texts a test reads itself for "show" steps, by name, given the words after the name.
     using Probes = QMap<QString, std::function<QString(const QString&)>>;
+    Probes probes;
+    void probe(const char* name, Probes::mapped_type read) { probes[text(name)] = std::move(read); }
     // A scenario of tests/app/data/<file>, one step a line, its fields tab separated; a step that
     // fails names its line. The steps:
-    //   press K...      the keys named K in turn (Enter, Cancel, Ziff, Next, Previous, or `names`)
+    //   press K...      the keys named K in turn (Enter, Cancel, Ziff, Next, Previous, `names`)
     //   type T, pick C, tap F, click B, choose BOX ENTRY, tab BAR INDEX: as the driver's steps
     //   answer A...     the next questions' answers: JA, NEIN, 1, 2, 3
     //   row N [twice]   a tap, or a double tap, on row N of the screen's tree view
@@ -297,7 +300,7 @@ public:
     //                   be seen), hidden (itself)
     //   asked M...      the messages since the last "asked" or "asks" ("line1|line2|line3")
     //   asks N          their count
-    void run(const QString& file, const Names& names = {}, const Probes& probes = {})
+    void run(const char* file)
     {
         Names all{{QStringLiteral("Enter"), KeypadScreen::kEnter},
                   {QStringLiteral("Cancel"), Screen::kCancel},
@@ -315,7 +318,7 @@ public:
                                                 {QStringLiteral("Down"), Qt::Key_Down},
                                                 {QStringLiteral("Escape"), Qt::Key_Escape},
                                                 {QStringLiteral("Delete"), Qt::Key_Delete}};
-        for (const Case& c : readCases(QStringLiteral("app/data/") + file)) {
+        for (const Case& c : readCases(QStringLiteral("app/data/") + QLatin1StringView(file))) {
             SCOPED_TRACE(c.where().constData());
             const QByteArray kind = c.fields[0];
             QStringList rest;

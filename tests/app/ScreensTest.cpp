@@ -270,35 +270,33 @@ TEST_F(TotalsScreen, DistributionStepsThroughTheSpeciesAndPrintKeysWriteIntoTheP
     EXPECT_EQ(keyCaptions(TotalsDlg::kDistribution), QStringList{"Vert."});
     auto* distribution = find<DistributionDlg>();
     const auto chart = [distribution] { return distribution->shownChart(); };
-    run(text("distribution.txt"),
-        {{"Vert", TotalsDlg::kDistribution},
-         {"NextSpecies", DistributionDlg::kNextSpecies},
-         {"PreviousSpecies", DistributionDlg::kPreviousSpecies},
-         {"AllSpecies", DistributionDlg::kAllSpecies},
-         {"Print", TotalsDlg::kPrint},
-         {"Sortiment", TotalsDlg::kAssortment}},
-        {{"species",
-          [&](const QString&) { return QString::number(distribution->shownSpecies()); }},
-         {"stems",
-          [&](const QString&) {
-              QStringList all; // one series a species
-              for (const auto& series : chart().series) {
-                  QStringList stems;
-                  for (std::int64_t value : series.values)
-                      stems << QString::number(value);
-                  all << stems.join(u'/');
-              }
-              return all.join(u'|');
-          }},
-         {"classes", [&](const QString&) { return chart().labels.join(u'/'); }},
-         {"file",
-          [&](const QString& path) { return text(session.root().isFile(path) ? "yes" : "no"); }},
-         {"printer", [&](const QString& path) {
-              session.store().writeInt(Setting::PrinterFrage, 5, 1);
-              session.store().writeText(Setting::PrinterPath, 0, path);
-              settingsChanged();
-              return QString();
-          }}});
+    names = {{"Vert", TotalsDlg::kDistribution},
+             {"NextSpecies", DistributionDlg::kNextSpecies},
+             {"PreviousSpecies", DistributionDlg::kPreviousSpecies},
+             {"AllSpecies", DistributionDlg::kAllSpecies},
+             {"Print", TotalsDlg::kPrint},
+             {"Sortiment", TotalsDlg::kAssortment}};
+    probe("species", [&](auto) { return QString::number(distribution->shownSpecies()); });
+    probe("stems", [&](auto) {
+        QStringList all; // one series a species
+        for (const auto& series : chart().series) {
+            QStringList stems;
+            for (std::int64_t value : series.values)
+                stems << QString::number(value);
+            all << stems.join(u'/');
+        }
+        return all.join(u'|');
+    });
+    probe("classes", [&](auto) { return chart().labels.join(u'/'); });
+    probe("file",
+          [&](const QString& path) { return text(session.root().isFile(path) ? "yes" : "no"); });
+    probe("printer", [&](const QString& path) {
+        session.store().writeInt(Setting::PrinterFrage, 5, 1);
+        session.store().writeText(Setting::PrinterPath, 0, path);
+        settingsChanged();
+        return QString();
+    });
+    run("distribution.txt");
     // The chart is drawn where a finger reads it.
     QWidget* drawn = distribution->findChild<QWidget*>(QStringLiteral("chart"));
     ASSERT_NE(drawn, nullptr);

@@ -90,8 +90,8 @@ TEST(SettingsBacklight, LowestPositionKeepsTheScreenLit)
 // at the moment of writing, even when the day has turned since.
 TEST_F(SettingsScreen, PickersQuestionsWaysRestoreTabsAndDeviceSettings)
 {
-    run(text("settings_screen.txt"), {},
-        {{"saved", [&](const QString&) { return saved().join(u'/'); }}});
+    probe("saved", [&](auto) { return saved().join(u'/'); });
+    run("settings_screen.txt");
     auto* date = screen->findChild<QDateEdit*>(QStringLiteral("date1022"));
     auto* time = screen->findChild<QTimeEdit*>(QStringLiteral("time1023"));
     const struct {
@@ -171,43 +171,32 @@ struct CommunicationProgram : Program {
     CommunicationProgram()
         : Program(ProgramSetup().bare())
     {
-    }
-    void run(const char* file)
-    {
-        Program::run(text(file), {{"Settings", MainMenuDlg::kSettings}},
-                     {{"number",
-                       [&](const QString& entry) {
-                           const int value = session.profile().readInt(entry.section(u'/', 0, 0),
-                                                                       entry.section(u'/', 1), -1);
-                           return value < 0 ? QStringLiteral("<absent>") : QString::number(value);
-                       }},
-                      {"text",
-                       [&](const QString& entry) {
-                           return session.profile().readString(
-                               entry.section(u'/', 0, 0), entry.section(u'/', 1), text("<absent>"));
-                       }},
-                      {"unchanged",
-                       [&](const QString&) {
-                           return text(session.registry().exportText() == registry
-                                               && state.tables.describe() == tables
-                                           ? "yes"
-                                           : "no");
-                       }},
-                      {"port",
-                       [&](const QString& port) {
-                           session.store().writeInt(Setting::DuePort, 0, port.toInt());
-                           return QString();
-                       }},
-                      {"line",
-                       [&](const QString&) {
-                           return label(text("cableLine")).left(6);
-                       }},
-                      // The cable's button of the transfer tab, clicked while another tab is shown.
-                      {"cable", [&](const QString&) {
-                           QTest::mouseClick(active()->findChild<QPushButton*>("cable"),
-                                             Qt::LeftButton);
-                           return QString();
-                       }}});
+        names = {{"Settings", MainMenuDlg::kSettings}};
+        // A number or a text of the profile, "SECTION/ENTRY".
+        probe("number", [&](const QString& entry) {
+            const int value =
+                session.profile().readInt(entry.section(u'/', 0, 0), entry.section(u'/', 1), -1);
+            return value < 0 ? QStringLiteral("<absent>") : QString::number(value);
+        });
+        probe("text", [&](const QString& entry) {
+            return session.profile().readString(entry.section(u'/', 0, 0), entry.section(u'/', 1),
+                                                text("<absent>"));
+        });
+        probe("unchanged", [&](auto) {
+            const bool same =
+                session.registry().exportText() == registry && state.tables.describe() == tables;
+            return text(same ? "yes" : "no");
+        });
+        probe("port", [&](const QString& port) {
+            session.store().writeInt(Setting::DuePort, 0, port.toInt());
+            return QString();
+        });
+        probe("line", [&](auto) { return label(text("cableLine")).left(6); });
+        // The cable's button of the transfer tab, clicked while another tab is shown.
+        probe("cable", [&](auto) {
+            QTest::mouseClick(active()->findChild<QPushButton*>("cable"), Qt::LeftButton);
+            return QString();
+        });
     }
     const QString registry = session.registry().exportText();
     const QString tables = state.tables.describe();

@@ -78,15 +78,14 @@ TEST(TallyDlg, KeyBarsFocusAndScreenSwitches)
     p.open("L1");
 
     // Each field's own bar, "Ziff" to the other and back, "Etc" and "Alpha" there and back.
-    const Program::Names bars{
-        {"Tariff", Dlg::TariffKeys},   {"Species", Dlg::SpeciesKeys},
-        {"Quality", Dlg::QualityKeys}, {"CaliperClass", Dlg::CaliperClassKeys},
-        {"Numeric", Dlg::Numeric},     {"Etc", Dlg::kEtc},
-        {"Eval", Dlg::kEval},          {"Einstellung", Dlg::kSpeciesSetup}};
+    p.names = {{"Tariff", Dlg::TariffKeys},   {"Species", Dlg::SpeciesKeys},
+               {"Quality", Dlg::QualityKeys}, {"CaliperClass", Dlg::CaliperClassKeys},
+               {"Numeric", Dlg::Numeric},     {"Etc", Dlg::kEtc},
+               {"Eval", Dlg::kEval},          {"Einstellung", Dlg::kSpeciesSetup}};
     for (const Case& c : readCases(QStringLiteral("app/data/tally_key_bars.txt"))) {
         SCOPED_TRACE(c.where().constData());
-        const int bar = bars.value(c.text(1), -1);
-        const int other = bars.value(c.text(2), -1);
+        const int bar = p.names.value(c.text(1), -1);
+        const int other = p.names.value(c.text(2), -1);
         p.tapField(c.text(0));
         EXPECT_EQ(p.screen->keyboardIndex(), bar);
         p.press(KeypadScreen::kZiff);
@@ -102,14 +101,9 @@ TEST(TallyDlg, KeyBarsFocusAndScreenSwitches)
         EXPECT_EQ(p.screen->keyboardIndex(), Dlg::Letters);
         EXPECT_EQ(p.focused(), c.text(0));
     }
-    p.run(QStringLiteral("tally_keys.txt"), bars,
-          {{"tree",
-            [&](const QString&) {
-                return p.shownTree();
-            }},
-           {"stored", [&](const QString&) {
-                return p.stored(list).join(u'/');
-            }}});
+    p.probe("tree", [&](auto) { return p.shownTree(); });
+    p.probe("stored", [&](auto) { return p.stored(list).join(u'/'); });
+    p.run("tally_keys.txt");
 }
 
 // "Eval" prepares the totals sorted by species; "BHD/Stufe" shows them as the tally holds the
@@ -124,32 +118,17 @@ TEST(TallyDlg, ClassesKeyAndRefusedMeasurements)
     for (const auto& [species, tariff] :
          {std::pair("KI", "KI01"), {"FI", "FI01"}, {"KI", "KI01"}, {"BU", "BU01"}})
         p.tally(species, tariff, "1", "30");
-    auto* totals = p.find<TotalsDlg>();
-    ASSERT_NE(totals, nullptr);
-    const auto species = [&] {
+    p.names = {{"Etc", Dlg::kEtc},
+               {"Classes", Dlg::kClasses},
+               {"Eval", Dlg::kEval},
+               {"Vert", TotalsDlg::kDistribution}};
+    p.probe("species", [&](auto) {
         QStringList codes;
-        for (const QString& row : Program::shownRows(totals->totalsView()))
+        for (const QString& row : Program::shownRows(p.find<TotalsDlg>()->totalsView()))
             codes << row.section(u'|', 0, 0);
         return codes.join(u',');
-    };
-    const struct {
-        int key;
-        const char* shown;
-    } cases[] = {{Dlg::kClasses, "KI,FI,BU,,"}, {Dlg::kEval, "BU,FI,KI,,"}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.shown);
-        p.press(Dlg::kEtc);
-        p.press(c.key);
-        ASSERT_EQ(p.active(), totals);
-        EXPECT_EQ(species(), QString::fromLatin1(c.shown));
-        p.press(TotalsDlg::kDistribution);
-        ASSERT_EQ(p.activeName(), QStringLiteral("distribution"));
-        p.press(Screen::kCancel);
-        ASSERT_EQ(p.active(), totals);
-        EXPECT_EQ(species(), QString::fromLatin1(c.shown));
-        p.press(Screen::kCancel);
-        ASSERT_EQ(p.active(), p.screen);
-    }
+    });
+    p.run("tally_classes.txt");
     p.tally("FI", "FI01", "1", "20");
     CaliperReader* caliper = p.app.caliper();
     ASSERT_NE(caliper, nullptr);
@@ -330,36 +309,22 @@ TEST(TariffAssignmentDlg, KeysBrowsingDeletingLayoutAndWayBack)
 {
     TariffProgram p;
     p.screen->openAll();
-    for (const int list : {TariffAssignmentDlg::kRegionKeys, TariffAssignmentDlg::kSpeciesKeys,
-                           TariffAssignmentDlg::kTariffKeys}) {
-        p.press(list);
-        EXPECT_NE(p.screen->keyboardIndex(), TariffAssignmentDlg::Letters) << list;
-        p.press(list);
-        EXPECT_EQ(p.screen->keyboardIndex(), TariffAssignmentDlg::Letters) << list;
-    }
-    const int before = p.assignments();
-    p.press(TariffAssignmentDlg::kUp);
-    EXPECT_EQ(str(p.editLine()), "WR02/UL/ALH01");
-    EXPECT_EQ(str(p.label("position")), "89/89");
-    EXPECT_EQ(str(p.history().last()), "WR02        WEI   ALN01");
-
-    p.press(TariffAssignmentDlg::kTariffKeys);
-    p.pick(QStringLiteral("ALN01"));
-    p.dialogs.answerNext(Answer::Yes);
-    QTest::keyClick(p.edit("TARIF"), Qt::Key_Up);
-    EXPECT_EQ(p.dialogs.asked().size(), 1);
-    EXPECT_EQ(str(p.editLine()), "WR02/WEI/ALN01");
-    EXPECT_EQ(p.stored("WR02", "UL"), QStringList{"ALN01"});
-    p.press(TariffAssignmentDlg::kDown);
-    EXPECT_EQ(str(p.editLine()), "WR02/UL/ALN01");
-
-    p.dialogs.answerNext(Answer::Yes);
-    p.press(TariffAssignmentDlg::kDelete);
-    EXPECT_EQ(p.dialogs.asked().size(), 2);
-    EXPECT_EQ(p.assignments(), before - 1);
-    EXPECT_TRUE(p.stored("WR02", "UL").isEmpty());
-    EXPECT_EQ(str(p.editLine()), "//");
-    EXPECT_EQ(str(p.label("position")), "neu");
+    p.names = {{"Regions", TariffAssignmentDlg::kRegionKeys},
+               {"Species", TariffAssignmentDlg::kSpeciesKeys},
+               {"Tariffs", TariffAssignmentDlg::kTariffKeys},
+               {"Up", TariffAssignmentDlg::kUp},
+               {"Down", TariffAssignmentDlg::kDown},
+               {"Delete", TariffAssignmentDlg::kDelete},
+               {"Letters", TariffAssignmentDlg::Letters},
+               {"RegionList", TariffAssignmentDlg::RegionList},
+               {"SpeciesList", TariffAssignmentDlg::SpeciesList},
+               {"TariffList", TariffAssignmentDlg::TariffList}};
+    p.probe("line", [&](auto) { return p.editLine(); });
+    p.probe("stored", [&](const QString& row) {
+        return p.stored(row.section(u' ', 0, 0), row.section(u' ', 1)).join(u'/');
+    });
+    p.probe("assignments", [&](auto) { return QString::number(p.assignments()); });
+    p.run("tariff_assignment_keys.txt");
 
     std::vector<std::pair<QString, QRect>> taken;
     const auto place = [&](QWidget* w) {
