@@ -16,14 +16,12 @@
 #include "support/TempRoot.h"
 
 #include <QDir>
-#include <QFile>
 
 #include <gtest/gtest.h>
 
 #include <functional>
 #include <map>
 #include <optional>
-#include <ostream>
 
 namespace brovant {
 namespace {
