@@ -64,7 +64,7 @@ QString expectedHost(const TempRoot& root, const QString& relative)
 
 const QString kCases = QStringLiteral("platform/data/device_root.txt");
 
-TEST(DeviceRootWildcard, MatchesLikeTheDeviceFindFile)
+TEST(DeviceRootNames, WildcardsMatchLikeFindFileSafeFileNamesAndJoin)
 {
     for (const test::Case& c : test::casesOf(kCases, "wildcard"))
         EXPECT_EQ(DeviceRoot::wildcardMatch(c.text(1), c.text(2)), c.fields[3] == "yes")
@@ -77,6 +77,15 @@ TEST(DeviceRootWildcard, MatchesLikeTheDeviceFindFile)
     EXPECT_FALSE(DeviceRoot::wildcardMatch(pattern, miss));
     EXPECT_TRUE(DeviceRoot::wildcardMatch(pattern, miss + u'b'));
     EXPECT_LT(timer.elapsed(), 5000);
+    for (const test::Case& c : test::casesOf(kCases, "safe"))
+        EXPECT_EQ(DeviceRoot::isSafeFileName(c.text(1)), c.fields[2] == "yes")
+            << c.where().constData();
+    // Lengths and a lone surrogate, which the case file cannot hold.
+    EXPECT_TRUE(DeviceRoot::isSafeFileName(QString(255, u'x')));
+    for (const QString& name : {QString(256, u'x'), QString(QChar(0xD800)) + u'x', QString()})
+        EXPECT_FALSE(DeviceRoot::isSafeFileName(name)) << name.size();
+    for (const test::Case& c : test::casesOf(kCases, "join"))
+        EXPECT_EQ(DeviceRoot::join(c.text(1), c.text(2)), c.text(3)) << c.where().constData();
 }
 
 TEST(DeviceRoot, PathsResolveCaseStayInsideTheRootAndFollowLinks)
@@ -220,19 +229,6 @@ TEST(DeviceRoot, MakeFolderAndRemoveFile)
     EXPECT_TRUE(device.removeFile("\\BROVANT\\brovant.CDB"));
     EXPECT_FALSE(QFileInfo::exists(root.host("Brovant/Brovant.cdb")));
     EXPECT_TRUE(QFileInfo(root.host("Brovant/New")).isDir());
-}
-
-TEST(DeviceRoot, SafeFileNamesAndJoin)
-{
-    for (const test::Case& c : test::casesOf(kCases, "safe"))
-        EXPECT_EQ(DeviceRoot::isSafeFileName(c.text(1)), c.fields[2] == "yes")
-            << c.where().constData();
-    // Lengths and a lone surrogate, which the case file cannot hold.
-    EXPECT_TRUE(DeviceRoot::isSafeFileName(QString(255, u'x')));
-    for (const QString& name : {QString(256, u'x'), QString(QChar(0xD800)) + u'x', QString()})
-        EXPECT_FALSE(DeviceRoot::isSafeFileName(name)) << name.size();
-    for (const test::Case& c : test::casesOf(kCases, "join"))
-        EXPECT_EQ(DeviceRoot::join(c.text(1), c.text(2)), c.text(3)) << c.where().constData();
 }
 
 constexpr Hive HKCU = Hive::CurrentUser;
@@ -502,7 +498,7 @@ TEST(Cp1252, EveryByteRoundTripsAndKnownCharactersMap)
     }
 }
 
-TEST(Profile, ReadsDefaultsForAbsentOrMistypedValuesAndDeletesSections)
+TEST(RegistryUsers, ProfileDefaultsAndSectionsAndKeepAwakeOnAnExistingPowerKey)
 {
     TempRoot root;
     Registry registry(root.path());
@@ -524,12 +520,7 @@ TEST(Profile, ReadsDefaultsForAbsentOrMistypedValuesAndDeletesSections)
     EXPECT_EQ(profile.readInt(u"KONFIG"_s, u"Loaded"_s, 5), 5);
     EXPECT_FALSE(registry.keyExists(HKCU, QString::fromUtf16(Profile::kAppKey)));
     EXPECT_TRUE(registry.keyExists(HKCU, u"Software\\NORVA"_s));
-}
 
-TEST(KeepAwake, OnlyTouchesAnExistingPowerKeyAndRestoresIt)
-{
-    TempRoot root;
-    Registry registry(root.path());
     const QString key = QString::fromUtf16(KeepAwake::kTimeoutsKey);
     const QString value = QString::fromUtf16(KeepAwake::kValue);
     KeepAwake keepAwake(registry);
