@@ -370,6 +370,10 @@ TEST_F(ListSelection, Steps)
                      l[4].toInt(), l[5].toInt()});
             continue;
         }
+        if (action == u"hold" && arg == u"-") {
+            office.held.clear();
+            continue;
+        }
         if (action == u"hold") {
             office.held[arg.section(u' ', 0, 0) + ".DAT"] =
                 test::officeList(arg.section(u' ', 0, 0).toUtf8(), arg.section(u' ', 1).toInt());
@@ -392,9 +396,10 @@ TEST_F(ListSelection, Steps)
         }
         test::answerNext(dialogs, c.text(2));
         QString result;
-        if (action == u"build") {
+        if (action == u"current" || action == u"build") {
             state.currentList = arg.toInt();
-            logic.build();
+            if (action == u"build")
+                logic.build();
         } else if (action == u"pick") {
             logic.setSelectedRow(arg.toInt());
             result = test::truth(logic.selectRow());
