@@ -99,13 +99,28 @@ private:
 class SendingPeer {
 public:
     SendingPeer(PeerLine& line, const QList<QByteArray>& lines)
-        : m_line(line)
     {
         quint64 number = 1;
         for (const QByteArray& text : lines)
             m_frames.append(frames::build(text, number++));
-        line.onWrite = [this](const QByteArray& bytes) {
-            heard(bytes);
+        line.onWrite = [this, &line](const QByteArray& bytes) {
+            const bool ack = bytes.contains(frames::kAck);
+            if (!m_started) {
+                m_started = bytes.contains(frames::kEnq);
+                if (!m_started)
+                    return;
+            } else if (ack || bytes.contains(frames::kNak)) {
+                m_answers += ack ? 'A' : 'N';
+                m_index += ack;
+                m_attempt = ack ? 0 : m_attempt + 1;
+            } else {
+                return;
+            }
+            if (m_index >= stopAfter)
+                return;
+            const QByteArray frame = m_frames.value(m_index, QByteArray(1, frames::kEot));
+            line.send(mangle && m_index < m_frames.size() ? mangle(int(m_index), m_attempt, frame)
+                                                          : frame);
         };
     }
 
@@ -115,36 +130,6 @@ public:
     const QByteArray& answers() const { return m_answers; }
 
 private:
-    void heard(const QByteArray& bytes)
-    {
-        if (bytes.contains(frames::kEnq) && !m_started) {
-            m_started = true;
-            sendCurrent();
-        } else if (m_started && bytes.contains(frames::kAck)) {
-            m_answers += 'A';
-            ++m_index;
-            m_attempt = 0;
-            sendCurrent();
-        } else if (m_started && bytes.contains(frames::kNak)) {
-            m_answers += 'N';
-            ++m_attempt;
-            sendCurrent();
-        }
-    }
-
-    void sendCurrent()
-    {
-        if (m_index >= stopAfter)
-            return;
-        if (m_index >= m_frames.size()) {
-            m_line.send(QByteArray(1, frames::kEot));
-            return;
-        }
-        const QByteArray& frame = m_frames[m_index];
-        m_line.send(mangle ? mangle(int(m_index), m_attempt, frame) : frame);
-    }
-
-    PeerLine& m_line;
     QList<QByteArray> m_frames;
     qsizetype m_index = 0;
     int m_attempt = 0;
