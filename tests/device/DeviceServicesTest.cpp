@@ -210,44 +210,33 @@ TEST(HardwareProfile, ParsesKeysCommentsPathsAndDefaults)
     }
 }
 
-// One profile and sysfs state a line of data/sysfs.txt.
-TEST(LinuxHardware, BacklightAndPowerSupplyThroughSysfs)
-{
-    for (const test::Case& c : test::readCases("device/data/sysfs.txt")) {
-        SCOPED_TRACE(c.where().constData());
-        Sysfs sysfs;
-        sysfs.dir.writeFile("backlight/panel/max_brightness", c.fields[1]);
-        sysfs.dir.writeFile("power_supply/BAT0/status", c.fields[2]);
-        LinuxHardware hw(HardwareProfile::parse(sysfs.withDir(c.text(0))), sysfs.recorder());
-        EXPECT_EQ(hw.setBacklight(c.text(3).toInt()), c.text(4) == u"yes");
-        EXPECT_EQ(sysfs.brightness(), c.fields[5]);
-        EXPECT_EQ(hw.backlight(), optionalInt(c.text(6)));
-        EXPECT_EQ(hw.batteryPercent(), optionalInt(c.text(7)));
-        EXPECT_EQ(hw.powerSource(), c.text(8) == u"battery" ? PowerSource::Battery : Mains);
-        // Nothing is made where the profile points to nothing, and no command runs.
-        EXPECT_FALSE(QFileInfo::exists(sysfs.dir.host("backlight/gone")));
-        EXPECT_TRUE(sysfs.commands.isEmpty());
-    }
-}
-
-// One profile a line of data/hardware_commands.txt, with a runner that finds every program and
-// with one that finds none. Profiles that reboot or set the clock only ever get a runner that
-// records: no test may reach the machine's own reboot or clock.
-TEST(LinuxHardware, CommandsAreBuiltOnlyWhenTheProfileAsks)
+// One profile a line of data/linux_hardware.txt, with a runner that finds every program and with
+// one that finds none. Profiles that reboot or set the clock only ever get a runner that records:
+// no test may reach the machine's own reboot or clock.
+TEST(LinuxHardware, SysfsAndCommandsAsTheProfileSays)
 {
     const QDateTime when(QDate(2026, 5, 4), QTime(7, 30, 5));
-    for (const test::Case& c : test::readCases("device/data/hardware_commands.txt")) {
-        const HardwareProfile profile = HardwareProfile::parse(c.text(0));
+    for (const test::Case& c : test::readCases("device/data/linux_hardware.txt")) {
         for (const bool accept : {true, false}) {
             SCOPED_TRACE(c.where().constData());
             Sysfs sysfs;
             sysfs.accept = accept;
+            sysfs.dir.writeFile("backlight/panel/max_brightness", c.fields[1]);
+            sysfs.dir.writeFile("power_supply/BAT0/status", c.fields[2]);
+            const HardwareProfile profile = HardwareProfile::parse(sysfs.withDir(c.text(0)));
             LinuxHardware hw(profile, sysfs.recorder());
+            EXPECT_EQ(hw.setBacklight(c.text(3).toInt()), c.text(4) == u"yes");
+            EXPECT_EQ(sysfs.brightness(), c.fields[5]);
+            EXPECT_EQ(hw.backlight(), optionalInt(c.text(6)));
+            EXPECT_EQ(hw.batteryPercent(), optionalInt(c.text(7)));
+            EXPECT_EQ(hw.powerSource(), c.text(8) == u"battery" ? PowerSource::Battery : Mains);
+            // Nothing is made where the profile points to nothing.
+            EXPECT_FALSE(QFileInfo::exists(sysfs.dir.host("backlight/gone")));
             EXPECT_EQ(hw.setVolumePercent(60), accept && !profile.mixer.isEmpty());
             EXPECT_EQ(hw.setDateTime(when), accept && profile.clock);
             EXPECT_FALSE(hw.setDateTime(QDateTime()));
             EXPECT_EQ(hw.reboot(), accept && profile.reboot);
-            EXPECT_EQ(sysfs.commands, c.text(1).split(u';', Qt::SkipEmptyParts));
+            EXPECT_EQ(sysfs.commands, c.text(9).split(u';', Qt::SkipEmptyParts));
         }
     }
 }
