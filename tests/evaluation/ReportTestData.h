@@ -20,7 +20,6 @@
 #include <array>
 #include <memory>
 #include <optional>
-#include <ostream>
 #include <vector>
 
 namespace brovant::test {

@@ -10,7 +10,6 @@
 #include <QDir>
 #include <QFile>
 
-#include <memory>
 #include <utility>
 #include <vector>
 

@@ -18,9 +18,6 @@
 
 #include <httplib.h>
 
-#include <chrono>
-#include <thread>
-
 namespace brovant::test {
 namespace {
 
