@@ -26,10 +26,13 @@
 namespace brovant {
 namespace {
 
-// The handheld's clock; every sleep first moves time on, then lets the office PC do what its
-// script holds for that moment. Times are milliseconds waited since the start.
-class OfficeClock final : public Clock {
+// The handheld's clock and dialogs; every sleep first moves time on, then lets the office PC do
+// what its script holds for that moment. Times are milliseconds waited since the start; messages
+// are kept as "<waited ms> info <show> l1|l2|l3" and "<waited ms> notice l1|l2|l3".
+class OfficeClock final : public Clock, public ScriptedDialogs {
 public:
+    QStringList events;
+
     QDateTime now() const override { return m_start.addMSecs(m_waited); }
     bool setNow(const QDateTime&) override { return false; }
     void sleepMs(int milliseconds) override
@@ -49,39 +52,23 @@ public:
     qint64 waited() const { return m_waited; }
     int longestSleep() const { return m_longestSleep; }
 
-private:
-    QDateTime m_start = QDateTime(QDate(2026, 5, 4), QTime(7, 30, 0));
-    qint64 m_waited = 0;
-    int m_longestSleep = 0;
-    std::multimap<qint64, std::function<void()>> m_script;
-};
-
-// Messages as "<waited ms> info <show> l1|l2|l3" and "<waited ms> notice l1|l2|l3".
-class TimedDialogs final : public ScriptedDialogs {
-public:
-    explicit TimedDialogs(const OfficeClock& clock)
-        : m_clock(clock)
-    {
-    }
-    QStringList events;
-
     void info(int show, const QString& l1, const QString& l2, const QString& l3) override
     {
-        events << QStringLiteral("%1 info %2 %3|%4|%5")
-                      .arg(m_clock.waited())
-                      .arg(show)
-                      .arg(l1, l2, l3);
+        events << QStringLiteral("%1 info %2 %3|%4|%5").arg(m_waited).arg(show).arg(l1, l2, l3);
         ScriptedDialogs::info(show, l1, l2, l3);
     }
     void notice(const QString& l1, const QString& l2, const QString& l3, const QString& caption,
                 bool sound) override
     {
-        events << QStringLiteral("%1 notice %2|%3|%4").arg(m_clock.waited()).arg(l1, l2, l3);
+        events << QStringLiteral("%1 notice %2|%3|%4").arg(m_waited).arg(l1, l2, l3);
         ScriptedDialogs::notice(l1, l2, l3, caption, sound);
     }
 
 private:
-    const OfficeClock& m_clock;
+    QDateTime m_start = QDateTime(QDate(2026, 5, 4), QTime(7, 30, 0));
+    qint64 m_waited = 0;
+    int m_longestSleep = 0;
+    std::multimap<qint64, std::function<void()>> m_script;
 };
 
 constexpr qint64 kNever = -1;
@@ -93,7 +80,7 @@ struct Bench {
     test::TempRoot root;
     DeviceSession session{root.path()};
     OfficeClock clock;
-    TimedDialogs dialogs{clock};
+    OfficeClock& dialogs = clock;
     ActiveSyncChannel channel{session.root(), dialogs, clock, &session.keepAwake()};
     // What the PC found in the handheld's folder when it began, and what it took home.
     QStringList seenAtStart;
