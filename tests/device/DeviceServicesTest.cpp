@@ -22,7 +22,6 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <ostream>
 #include <sys/stat.h>
 
 namespace brovant {
@@ -159,13 +158,7 @@ TEST(BacklightRoutes, WritesTheRouteOfTheDeviceFamilyAndThePanelFollows)
     }
 }
 
-TEST(DeviceRoutes, BatteryStateTexts)
-{
-    for (const test::Case& c : test::readCases("device/data/battery_states.txt"))
-        EXPECT_EQ(BatteryStatus::stateText(c.text(0).toInt()), c.text(1)) << c.where().constData();
-}
-
-// One device a line of data/device_info.txt.
+// One device a line of data/device_info.txt, and the texts of the battery's states.
 TEST(DeviceRoutes, BatteryAndHardwareDescription)
 {
     const QString kernel = QStringLiteral("Linux ") + QSysInfo::kernelVersion();
@@ -190,6 +183,8 @@ TEST(DeviceRoutes, BatteryAndHardwareDescription)
         EXPECT_EQ(hardwareDescription(DeviceRoot(device.root.path()), host.host("product_name")),
                   c.text(8) == u"<kernel>" ? kernel : c.text(8));
     }
+    for (const test::Case& c : test::readCases("device/data/battery_states.txt"))
+        EXPECT_EQ(BatteryStatus::stateText(c.text(0).toInt()), c.text(1)) << c.where().constData();
 }
 
 // One profile a line of data/hardware_profiles.txt.

@@ -302,7 +302,7 @@ TEST(Registry, ExportMatchesExpectedTextAndFiles)
     EXPECT_EQ(QDir(root.path()).entryList(QDir::Files), (QStringList{kUserFile, kMachineFile}));
 }
 
-TEST(Registry, NamesIgnoreCaseAndStrayBackslashesAndValuesHaveOneType)
+TEST(Registry, NamesIgnoreCaseAndStrayBackslashesValuesHaveOneTypeAndKeysGoWithTheirSubtree)
 {
     TempRoot root;
     {
@@ -339,12 +339,7 @@ TEST(Registry, NamesIgnoreCaseAndStrayBackslashesAndValuesHaveOneType)
     EXPECT_TRUE(reg.deleteValue(HKCU, "k", "N"));
     EXPECT_FALSE(reg.deleteValue(HKCU, "K", "n"));
     EXPECT_TRUE(reg.keyExists(HKCU, "K"));
-}
 
-TEST(Registry, DeleteKeyRemovesWholeSubtree)
-{
-    TempRoot root;
-    Registry reg(root.path());
     ASSERT_TRUE(reg.setString(HKCU, "A", "keep", "1"));
     ASSERT_TRUE(reg.setString(HKCU, "A\\B", "x", "2"));
     ASSERT_TRUE(reg.setDword(HKCU, "A\\B\\C", "y", 3));
