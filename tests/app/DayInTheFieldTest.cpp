@@ -175,23 +175,6 @@ protected:
         return out;
     }
 
-    QString tallyLabel(const char* name) { return h.label(QLatin1StringView(name)); }
-    // Each line of tests/app/data/<file>: keys as keys() presses them, then the position the tally
-    // screen shows, the tree in its edits and the preview's first line (empty: not looked at).
-    void walk(const QString& file)
-    {
-        for (const Case& c : readCases(QStringLiteral("app/data/") + file)) {
-            SCOPED_TRACE(c.where().constData());
-            keys(c.text(0));
-            EXPECT_EQ(tallyLabel("position"), c.text(1));
-            if (!c.text(2).isEmpty()) {
-                EXPECT_EQ(h.shownTree(), c.text(2));
-            }
-            if (!c.text(3).isEmpty()) {
-                EXPECT_EQ(tallyLabel("Prev1"), c.text(3));
-            }
-        }
-    }
     void openTally(const QString& list)
     {
         ASSERT_NO_FATAL_FAILURE(openListSelection(ListSelectionDlg::TallyTab));
@@ -206,47 +189,15 @@ protected:
         ASSERT_EQ(h.activeName(), QStringLiteral("listSelection"));
         EXPECT_EQ(selectedList(), list);
     }
-    // Keys as a finger presses them, one step a word: "BAUMART=FI" taps the field and picks the
-    // entry from the list keys shown, "=FI01" picks from the keys that came up by themselves,
-    // "STK=3" types, "NA=-" empties the field with "C", "BHD=26" types the diameter and confirms
-    // it with Enter; "Up", "Down" and the secondary bar's "Delete", "First" and "End" press their
-    // keys, "JA" and "NEIN" answer the question the next key asks.
-    void keys(const QString& steps)
+    // The tally screen's keys and key bars for the steps of tests/app/data/day_keys.txt.
+    ForesterDay()
     {
-        const QMap<QString, std::vector<int>> commands{
-            {QStringLiteral("Up"), {Tally::kUp}},
-            {QStringLiteral("Down"), {Tally::kDown}},
-            {QStringLiteral("Delete"), {Tally::kEtc, Tally::kDelete}},
-            {QStringLiteral("First"), {Tally::kEtc, Tally::kFirst}},
-            {QStringLiteral("End"), {Tally::kEtc, Tally::kEnd}},
-            {QStringLiteral("Enter"), {KeypadScreen::kEnter}},
-        };
-        for (const QString& step : steps.split(u' ', Qt::SkipEmptyParts)) {
-            const QString field = step.section(u'=', 0, 0);
-            const QString value = step.section(u'=', 1);
-            if (step == QStringLiteral("JA") || step == QStringLiteral("NEIN")) {
-                h.dialogs.answerNext(step == QStringLiteral("JA") ? Answer::Yes : Answer::No);
-                continue;
-            }
-            if (commands.contains(step)) {
-                for (const int command : commands.value(step))
-                    h.press(command);
-                continue;
-            }
-            // A field the screen has just focused holds its value selected for typing over.
-            if (!field.isEmpty() && h.focused() != field)
-                h.tapField(field);
-            if (field == QStringLiteral("BHD") || field == QStringLiteral("STK")) {
-                h.type(value);
-            } else if (value == u'-') {
-                h.press(KeypadScreen::kZiff);
-                h.press(Tally::kClear);
-            } else {
-                h.pick(value);
-            }
-            if (field == QStringLiteral("BHD"))
-                h.press(KeypadScreen::kEnter);
-        }
+        h.names = {{"Up", Tally::kUp},           {"Down", Tally::kDown},
+                   {"Etc", Tally::kEtc},         {"Delete", Tally::kDelete},
+                   {"First", Tally::kFirst},     {"End", Tally::kEnd},
+                   {"Clear", Tally::kClear},     {"Species", Tally::SpeciesKeys},
+                   {"Tariff", Tally::TariffKeys}};
+        h.probe("tree", [this](auto) { return h.shownTree(); });
     }
 
     Program h{morning()};
@@ -279,24 +230,14 @@ TEST_F(ForesterDay, TallyByKeypad)
 {
     ASSERT_NO_FATAL_FAILURE(makeList("HIEB01", "NORDHANG", "WR01"));
     ASSERT_NO_FATAL_FAILURE(openTally("HIEB01"));
-    EXPECT_EQ(tallyLabel("title"), QStringLiteral("Liste: HIEB01 - NORDHANG"));
-    EXPECT_EQ(tallyLabel("position"), QStringLiteral("neu"));
-    keys("BHD=25");
-    ASSERT_EQ(h.find<Tally>()->keyboardIndex(), Tally::SpeciesKeys);
-    keys("BAUMART=FI");
-    ASSERT_EQ(h.find<Tally>()->keyboardIndex(), Tally::TariffKeys);
-    keys("=FI01 BHD=26 STK=3 BHD=28 NA=FU BHD=104 NA=- BHD=7");
-    keys("BAUMART=BU =BU01 KA=W BHD=44 BHD= KA=- BHD=31");
-    keys("BAUMART=FI BHD=50");
-    EXPECT_EQ(tallyLabel("Prev1"), QStringLiteral(" 1      50         2.90"));
-    EXPECT_EQ(tallyLabel("Prev2"), QStringLiteral(" 1      32         1.03"));
+    h.run("day_keys.txt", "keypad");
     ASSERT_NO_FATAL_FAILURE(closeTally("HIEB01"));
     EXPECT_EQ(said(), (QStringList{"Hinweis: Holzart fehlt !!!", "Hinweis: Eingabe fehlt !!!"}));
     EXPECT_EQ(h.rows(kTrees), day("keypad trees"));
     // Back on the list the screen opens behind the last tree, the two before it in the preview.
     ASSERT_NO_FATAL_FAILURE(openTally("HIEB01"));
-    EXPECT_EQ(tallyLabel("position"), QStringLiteral("neu"));
-    EXPECT_EQ(tallyLabel("Prev1"), QStringLiteral(" 1      50         2.90"));
+    EXPECT_EQ(h.label(QStringLiteral("position")), QStringLiteral("neu"));
+    EXPECT_EQ(h.label(QStringLiteral("Prev1")), QStringLiteral(" 1      50         2.90"));
     EXPECT_EQ(h.shownTree().section(u'|', 0, 1), QStringLiteral("FI01|FI"));
 }
 
@@ -310,8 +251,8 @@ TEST_F(ForesterDay, TallyByCaliper)
     ASSERT_NO_FATAL_FAILURE(makeList("HIEB01", "NORDHANG", "WR01"));
     ASSERT_NO_FATAL_FAILURE(openTally("HIEB01"));
     ASSERT_TRUE(h.app.caliper()->running());
-    EXPECT_EQ(tallyLabel("caliperState"), QStringLiteral("Kluppe: verbunden"));
-    keys("BAUMART=BU =BU01 BHD=44 BAUMART=FI =FI01 BHD=26 STK=2");
+    EXPECT_EQ(h.label(QStringLiteral("caliperState")), QStringLiteral("Kluppe: verbunden"));
+    h.run("day_keys.txt", "caliper");
     QByteArray telegrams = "130\r\n842\r12\r\n3A5\r\n625\n100\r\n033\r\n";
     for (int i = 0; i < 193; ++i)
         telegrams += "120\r\n";
@@ -320,8 +261,9 @@ TEST_F(ForesterDay, TallyByCaliper)
     ASSERT_TRUE(QTest::qWaitFor(
         [&] { return h.count(QStringLiteral("SELECT COUNT(*) FROM Brov_Holzdaten")) == 200; },
         120000));
-    ASSERT_TRUE(QTest::qWaitFor([&] { return tallyLabel("Prev1").endsWith(u'7'); }, 20000));
-    EXPECT_EQ(tallyLabel("Prev1"), QStringLiteral(" 1      12         0.07"));
+    ASSERT_TRUE(
+        QTest::qWaitFor([&] { return h.label(QStringLiteral("Prev1")).endsWith(u'7'); }, 20000));
+    EXPECT_EQ(h.label(QStringLiteral("Prev1")), QStringLiteral(" 1      12         0.07"));
     ASSERT_NO_FATAL_FAILURE(closeTally("HIEB01"));
     EXPECT_FALSE(h.app.caliper()->running());
     EXPECT_EQ(said(), day("backup question") + QStringList{"Hinweis: Eingabe fehlt !!!"});
@@ -342,7 +284,7 @@ TEST_F(ForesterDay, CorrectionsOnTheTallyScreen)
 {
     ASSERT_NO_FATAL_FAILURE(makeList("HIEB01", "NORDHANG", "WR01"));
     ASSERT_NO_FATAL_FAILURE(openTally("HIEB01"));
-    walk(QStringLiteral("corrections.txt"));
+    h.run("corrections.txt");
     ASSERT_NO_FATAL_FAILURE(closeTally("HIEB01"));
     EXPECT_EQ(said(), day("corrections questions"));
     EXPECT_EQ(h.rows(kTrees), day("corrections trees"));
@@ -355,7 +297,7 @@ TEST_F(ForesterDay, TotalsAndThePrintedListing)
 {
     ASSERT_NO_FATAL_FAILURE(makeList("SUED02", "SÜDHANG BUCHE", "WR02", 95));
     ASSERT_NO_FATAL_FAILURE(openTally("SUED02"));
-    keys("BAUMART=FI =FI02 BHD=26 STK=3 BHD=32 BAUMART=BU =BU02 BHD=44 STK=2 BHD=50");
+    h.run("day_keys.txt", "totals");
     h.clock.setNow(QDateTime(QDate(2026, 5, 4), QTime(16, 40)));
     ASSERT_NO_FATAL_FAILURE(closeTally("SUED02"));
     ASSERT_NO_FATAL_FAILURE(openListSelection(ListSelectionDlg::EvaluationTab));
@@ -411,7 +353,7 @@ TEST_F(ForesterDay, SettingsListsSendAndReceiveOverTheCable)
     EXPECT_EQ(backups(), (QStringList{"0001_Auto.cdb|1|0", "0002_Auto.cdb|2|0"}));
     ASSERT_NO_FATAL_FAILURE(makeList("EICHE03", "NORDHANG", "WR01"));
     ASSERT_NO_FATAL_FAILURE(openTally("HIEB01"));
-    keys("BAUMART=FI =FI01 BHD=26 KA=W STK=2 BHD=30 KA=- BAUMART=EI =EI01 NA=FU BHD=52");
+    h.run("day_keys.txt", "cable");
     ASSERT_NO_FATAL_FAILURE(closeTally("HIEB01"));
     ASSERT_NO_FATAL_FAILURE(openListSelection(ListSelectionDlg::TransferTab));
     for (const char* list : {"HIEB01", "SUED02", "EICHE03", "SUED02"}) {
@@ -472,7 +414,7 @@ TEST_F(ForesterDay, BackupRestoreAndDeleteAll)
     ASSERT_NO_FATAL_FAILURE(equip());
     ASSERT_NO_FATAL_FAILURE(makeList("HIEB01", "NORDHANG", "WR01"));
     ASSERT_NO_FATAL_FAILURE(openTally("HIEB01"));
-    keys("BAUMART=FI =FI01 BHD=26");
+    h.run("day_keys.txt", "backup");
     ASSERT_NO_FATAL_FAILURE(closeTally("HIEB01"));
     ASSERT_NO_FATAL_FAILURE(openListSelection(ListSelectionDlg::TransferTab));
     h.press(ListSelectionDlg::kMark);
@@ -529,7 +471,7 @@ TEST_F(ForesterDay, BackupRestoreAndDeleteAll)
     ASSERT_NO_FATAL_FAILURE(openTally("ABEND04"));
     EXPECT_FALSE(h.app.caliper()->running());
     EXPECT_TRUE(h.active()->findChild<QLabel*>(QStringLiteral("caliperState"))->isHidden());
-    keys("BAUMART=KI =KI01 BHD=31 STK=2 BHD=27");
+    h.run("day_keys.txt", "evening");
     ASSERT_NO_FATAL_FAILURE(closeTally("ABEND04"));
     EXPECT_EQ(said(), QStringList());
     EXPECT_EQ(shownLists(), QStringList{"ABEND04 |   0|NACHTRAG"});
@@ -547,7 +489,7 @@ TEST_F(ForesterDay, ShutdownAndTheNextMorning)
 {
     ASSERT_NO_FATAL_FAILURE(makeList("SUED02", "SÜDHANG BUCHE", "WR02"));
     ASSERT_NO_FATAL_FAILURE(openTally("SUED02"));
-    keys("BAUMART=FI =FI02 BHD=26 BAUMART=BU =BU02 BHD=44");
+    h.run("day_keys.txt", "shutdown");
     ASSERT_NO_FATAL_FAILURE(toMainMenu());
     h.dialogs.answerNext(Answer::Yes);
     h.press(Screen::kCancel);

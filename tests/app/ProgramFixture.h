@@ -285,9 +285,11 @@ public:
     Probes probes;
     void probe(const char* name, Probes::mapped_type read) { probes[text(name)] = std::move(read); }
     // A scenario of tests/app/data/<file>, one step a line, its fields tab separated; a step that
-    // fails names its line. The steps:
+    // fails names its line. With a section, only the steps below its "[section]" line and above
+    // the next such line. The steps:
     //   press K...      the keys named K in turn (Enter, Cancel, Ziff, Next, Previous, `names`)
     //   type T, pick C, tap F, click B, choose BOX ENTRY, tab BAR INDEX: as the driver's steps
+    //   into F          a tap on field F unless it has the focus (then its value is selected)
     //   answer A...     the next questions' answers: JA, NEIN, 1, 2, 3
     //   row N [twice]   a tap, or a double tap, on row N of the screen's tree view
     //   hit W KEY       the device's own key (Return, Up, Down, Escape, Delete) on widget W, or
@@ -300,7 +302,7 @@ public:
     //                   be seen), hidden (itself)
     //   asked M...      the messages since the last "asked" or "asks" ("line1|line2|line3")
     //   asks N          their count
-    void run(const char* file)
+    void run(const char* file, const char* section = nullptr)
     {
         Names all{{QStringLiteral("Enter"), KeypadScreen::kEnter},
                   {QStringLiteral("Cancel"), Screen::kCancel},
@@ -318,9 +320,18 @@ public:
                                                 {QStringLiteral("Down"), Qt::Key_Down},
                                                 {QStringLiteral("Escape"), Qt::Key_Escape},
                                                 {QStringLiteral("Delete"), Qt::Key_Delete}};
+        bool inside = !section;
+        int steps = 0;
         for (const Case& c : readCases(QStringLiteral("app/data/") + QLatin1StringView(file))) {
             SCOPED_TRACE(c.where().constData());
             const QByteArray kind = c.fields[0];
+            if (kind.startsWith('[')) {
+                inside = section && kind == QByteArray("[") + section + ']';
+                continue;
+            }
+            if (!inside)
+                continue;
+            ++steps;
             QStringList rest;
             for (qsizetype i = 1; i < c.fields.size(); ++i)
                 rest << c.text(i);
@@ -334,8 +345,9 @@ public:
                 type(a);
             } else if (kind == "pick") {
                 pick(a);
-            } else if (kind == "tap") {
-                tapField(a);
+            } else if (kind == "tap" || kind == "into") {
+                if (kind == "tap" || focused() != a)
+                    tapField(a);
             } else if (kind == "click") {
                 click(a);
             } else if (kind == "choose") {
@@ -399,6 +411,7 @@ public:
                 ADD_FAILURE() << "no step " << kind.constData();
             }
         }
+        EXPECT_GT(steps, 0) << "no steps in " << file << " " << (section ? section : "");
     }
 
     // The text of an edit, the choice of a list box or the current index of a tab bar.
