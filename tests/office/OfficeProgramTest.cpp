@@ -91,11 +91,7 @@ public:
         if (match.hasMatch())
             port = match.captured(1).toInt();
     }
-    ~Server()
-    {
-        m_process.terminate();
-        m_process.waitForFinished(10000);
-    }
+    ~Server() { exitCode(); }
     // Lines printed since the start, waiting up to a while for `count` of them.
     QStringList lines(int count)
     {
