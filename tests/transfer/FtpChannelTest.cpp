@@ -13,6 +13,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 
 #include <gtest/gtest.h>
 
@@ -82,14 +83,6 @@ public:
     }
 };
 
-void writeHostFile(const QString& path, const QByteArray& bytes)
-{
-    QDir().mkpath(QFileInfo(path).path());
-    QFile f(path);
-    ASSERT_TRUE(f.open(QIODevice::WriteOnly) && f.write(bytes) == bytes.size())
-        << path.toStdString();
-}
-
 // Serves the default name and password, or those given.
 void start(FtpTestServer& server, const QStringList& options = {},
            const QString& name = SettingsStore::defaultText(Setting::FtpName),
@@ -102,23 +95,7 @@ void start(FtpTestServer& server, const QStringList& options = {},
 
 class FtpChannelTest : public ::testing::Test {
 protected:
-    void SetUp() override
-    {
-        ASSERT_NO_FATAL_FAILURE(start(server));
-        store.writeText(Setting::FtpServer, 0, server.address());
-    }
-
-    bool send() { return channel().send(); }
-    bool fetch() { return channel().fetchConfiguration(); }
-    FtpChannel channel()
-    {
-        return FtpChannel(device, store, dialogs, &dialogs, FtpChannel::Timeouts{2, 2, 1});
-    }
-    void clearRecords()
-    {
-        dialogs.events.clear();
-        dialogs.clear();
-    }
+    void SetUp() override { ASSERT_NO_FATAL_FAILURE(start(server)); }
 
     FtpTestServer server;
     TempRoot root;
@@ -163,16 +140,16 @@ TEST_F(FtpChannelTest, SendsAndFetchesAsTheCasesSay)
         ASSERT_TRUE(QDir().mkpath(root.host("Export")));
         const Files files = filesOf(c, 9);
         for (const auto& [name, bytes] : files.asKeyValueRange()) {
-            if (sending)
-                root.writeFile("Export/" + name, bytes);
-            else
-                writeHostFile(server.path(name), bytes);
+            const QString path = sending ? root.host("Export/" + name) : server.path(name);
+            ASSERT_TRUE(QDir().mkpath(QFileInfo(path).path()) && test::writeAll(path, bytes));
         }
         for (const auto& [name, bytes] : imported.asKeyValueRange())
             root.writeFile("Import/" + name, bytes);
-        clearRecords();
+        dialogs.events.clear();
+        dialogs.clear();
 
-        EXPECT_EQ(sending ? send() : fetch(), ok);
+        FtpChannel ftp(device, store, dialogs, &dialogs, FtpChannel::Timeouts{2, 2, 1});
+        EXPECT_EQ(sending ? ftp.send() : ftp.fetchConfiguration(), ok);
         EXPECT_EQ(dialogs.asked(), ok ? QStringList() : QStringList{c.text(6)});
         EXPECT_EQ(dialogs.events, ok ? kDialledClean : kDialledNotice);
         EXPECT_EQ(dialogs.infoLines(), c.text(7).split(u'|'));
@@ -221,12 +198,13 @@ TEST_F(FtpChannelTest, LostServersLimitsAndCancelEndInTheUsualNotice)
         FtpTestServer own;
         ASSERT_NO_FATAL_FAILURE(start(own, given(3) ? QStringList{row.text(3)} : QStringList()));
         const QByteArray file(row.fields[4].toLongLong(), 'k');
-        writeHostFile(own.path("data/STAMM.DAT"), file);
+        ASSERT_TRUE(test::writeAll(own.path("data/STAMM.DAT"), file));
         QDir(root.host("Export")).removeRecursively();
         if (sending)
             root.writeFile("Export/STAMM.DAT", file);
         store.writeText(Setting::FtpServer, 0, own.address());
-        clearRecords();
+        dialogs.events.clear();
+        dialogs.clear();
         dialogs.cancelAtProgress(given(7) ? row.fields[7].toDouble() : -1);
         // A silent or trickling server is waited out by the whole-transfer limit: its time passes
         // at once, and the second name of a fetch does not wait again.
