@@ -62,6 +62,7 @@ struct Device : test::OpenDevice {
     std::unique_ptr<TariffAssignmentLogic> logic =
         std::make_unique<TariffAssignmentLogic>(*rows, tables, speciesTariffs, dialogs);
     TallyLogic tally{db(), tables, speciesTariffs, dialogs};
+    RegionLogic regions{db(), dialogs};
 };
 
 // The first row of an empty table takes the import's first ID, and every field the import's
@@ -164,7 +165,33 @@ TEST(TariffAssignment, Steps)
         } else if (action == u"regiononly?") {
             result = test::truth(d->logic->regionOnly());
         } else if (action == u"list") {
-            test::ListBuilder(d->db()).list(1, "L1");
+            test::ListBuilder(d->db()).list(c.text(1).section(u' ', 0, 0).toInt(),
+                                            c.text(1).section(u' ', 1));
+        } else if (action == u"list region") {
+            test::ListBuilder(d->db()).row(schema::Region, {{u"ID", arg[0].toInt()},
+                                                            {u"ID_FILE", arg[1].toInt()},
+                                                            {u"REGION_A", arg[2]},
+                                                            {u"BAUMART", arg[3]}});
+        } else if (action == u"open list") {
+            result = test::truth(d->regions.open(c.text(1).toInt()));
+        } else if (action == u"add region") {
+            const QStringList added = {"No", "Yes", "AssignTariffs"};
+            result = added[int(d->regions.add(c.text(1)))];
+        } else if (action == u"remove region") {
+            result = test::truth(d->regions.remove(c.text(1).toInt()));
+        } else if (action == u"region rows?") {
+            for (const auto& row : d->regions.rows())
+                result += (result.isEmpty() ? "" : ";") + row.region + u'|' + row.species + u'|'
+                          + row.tariff;
+        } else if (action == u"list regions?") {
+            result = d->regions.listName() + u':' + d->regions.listRegions().join(u',') + u':'
+                     + d->regions.masterRegions().join(u',');
+        } else if (action == u"stored regions?") {
+            result = d->committed("SELECT ID_FILE, rtrim(REGION_A), rtrim(BAUMART), rtrim(TARIF) "
+                                  "FROM Brov_Region ORDER BY rowid")
+                         .join(u';');
+            EXPECT_EQ(d->committed("SELECT COUNT(DISTINCT ID) = COUNT(*) FROM Brov_Region"),
+                      QStringList{"1"});
         } else if (action == u"offered?") {
             // The tally screen opens its list each time it is shown.
             EXPECT_TRUE(d->tally.open(1));
@@ -182,89 +209,6 @@ TEST(TariffAssignment, Steps)
             EXPECT_EQ(test::said(d->dialogs), test::listOf(c.text(4)));
         }
     }
-}
-
-// The region screen's logic on a real database: a region joins a list with the tariffs the master
-// data assign to it, each check with its message, and a region leaves the list after the question.
-using Added = RegionLogic::Added;
-
-class Regions : public ::testing::Test, protected test::OpenDevice {
-protected:
-    Regions()
-    {
-        int id = 0;
-        for (const char* row : {"WR01    FI FI01 ", "WR02    FI FI02 ", "WR01    BU BU01 "})
-            addMasterRow(++id, schema::TariffAssignmentRow, QString::fromLatin1(row, 8),
-                         QString::fromLatin1(row + 8, 3), QString::fromLatin1(row + 11, 5));
-        for (int list : {1, 2})
-            test::ListBuilder(db()).row(
-                schema::Kopfdaten,
-                {{u"ID_FILE", list}, {u"LISTE_NR", QStringLiteral("LISTE%1  ").arg(list)}});
-        // Another list's region, which nothing here may touch.
-        test::ListBuilder(db()).row(
-            schema::Region,
-            {{u"ID", 7}, {u"ID_FILE", 2}, {u"REGION_A", "WR01"}, {u"BAUMART", "FI"}});
-    }
-
-    // The committed region rows as "ID_FILE|REGION_A|BAUMART|TARIF".
-    QStringList stored()
-    {
-        return committed("SELECT ID_FILE, rtrim(REGION_A), rtrim(BAUMART), "
-                         "rtrim(TARIF) FROM Brov_Region ORDER BY rowid");
-    }
-    QStringList shown()
-    {
-        QStringList out;
-        for (const auto& row : logic.rows())
-            out << row.region + u'|' + row.species + u'|' + row.tariff;
-        return out;
-    }
-
-    RegionLogic logic{db(), dialogs};
-};
-
-TEST_F(Regions, AddChecksTheRegionAsTheListHeaderDoes)
-{
-    ASSERT_TRUE(logic.open(1));
-    EXPECT_EQ(logic.listName(), QStringLiteral("LISTE1"));
-    EXPECT_EQ(logic.masterRegions(), (QStringList{"WR01", "WR02"}));
-    // One region typed a line of data/region_adds.txt, in order.
-    for (const test::Case& c : test::readCases("workflow/data/region_adds.txt")) {
-        SCOPED_TRACE(c.where().constData());
-        dialogs.clear();
-        test::answerNext(dialogs, c.text(1));
-        EXPECT_EQ(logic.add(c.text(0)),
-                  Added(QStringList{"No", "Yes", "AssignTariffs"}.indexOf(c.text(2))));
-        EXPECT_EQ(dialogs.asked(), test::messagesIn(c.text(3)));
-        EXPECT_EQ(shown(), c.text(4).split(u',', Qt::SkipEmptyParts));
-    }
-    EXPECT_EQ(logic.listRegions(), (QStringList{"WR01", "WR02"}));
-    EXPECT_EQ(stored(),
-              (QStringList{"2|WR01|FI|", "1|WR01|FI|FI01", "1|WR01|BU|BU01", "1|WR02|FI|FI02"}));
-    EXPECT_EQ(committed("SELECT COUNT(DISTINCT ID) FROM Brov_Region"), QStringList{"4"});
-}
-
-TEST_F(Regions, RemoveTakesTheRegionOfTheRowAfterTheQuestion)
-{
-    ASSERT_TRUE(logic.open(1));
-    ASSERT_EQ(logic.add("WR01"), Added::Yes);
-    ASSERT_EQ(logic.add("WR02"), Added::Yes);
-    dialogs.clear();
-    dialogs.answerNext(Answer::No);
-    EXPECT_FALSE(logic.remove(1));
-    EXPECT_EQ(shown().size(), 3);
-    EXPECT_FALSE(logic.remove(3)); // no such row: nothing asked
-    dialogs.answerNext(Answer::Yes);
-    EXPECT_TRUE(logic.remove(1));
-    EXPECT_EQ(dialogs.asked(), (QStringList{"Wuchsregion WR01|aus der Liste entfernen?|",
-                                            "Wuchsregion WR01|aus der Liste entfernen?|"}));
-    EXPECT_EQ(shown(), QStringList{"WR02|FI|FI02"});
-    EXPECT_EQ(stored(), (QStringList{"2|WR01|FI|", "1|WR02|FI|FI02"}));
-
-    // A list that is not there has no rows and takes none.
-    EXPECT_FALSE(logic.open(9));
-    EXPECT_EQ(logic.add("WR01"), Added::No);
-    EXPECT_EQ(stored().size(), 2);
 }
 
 } // namespace
