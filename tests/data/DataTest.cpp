@@ -514,19 +514,16 @@ TEST_F(DatasetTest, InsertSaveAndDeleteWorkOnTheCurrentRecord)
     EXPECT_FALSE(trees.deleteCurrent());
 }
 
+// One text a line of data/cut_texts.txt.
 TEST_F(DatasetTest, TextLongerThanItsFieldIsCutToItsCharacters)
 {
-    const QString hundred = QString(99, u'x') + u'ö';
-    const std::tuple<const TableDescriptor*, const char16_t*, QString, QString> rows[] = {
-        {&schema::Holzdaten, u"BAUMART", u"FICHTE"_s, u"FIC"_s},
-        {&schema::Holzdaten, u"BAUMART", u"ÄÖÜß"_s, u"ÄÖÜ"_s},
-        {&schema::Holzdaten, u"PARZ", u"12345"_s, u"12345"_s},
-        {&schema::Kopfdaten, u"LISTE_NR", u"1234567890"_s, u"12345678"_s},
-        {&schema::Kopfdaten, u"STRUKTUR", u"T00300x"_s, u"T00300"_s},
-        {&schema::Konfiguration, u"FTP_SERVER", hundred + u"yz"_s, hundred},
-        {&schema::LastRegion, u"REGION_A", u"Süd-Östlich"_s, u"Süd-Östl"_s}};
-    for (const auto& [table, field, text, kept] : rows) {
-        SCOPED_TRACE(kept.toStdString());
+    for (const test::Case& c : test::readCases(u"data/data/cut_texts.txt"_s)) {
+        SCOPED_TRACE(c.where().constData());
+        const TableDescriptor* table = nullptr;
+        for (const TableDescriptor* t : schema::allTables())
+            table = QLatin1StringView(t->name) == c.text(0) ? t : table;
+        ASSERT_TRUE(table);
+        const QString field = c.text(1), text = c.text(2), kept = c.text(3);
         Dataset records(db, *table);
         ASSERT_TRUE(db.deleteAll(*table));
         ASSERT_TRUE(records.reset());

@@ -56,12 +56,6 @@ void makeTree(const TempRoot& root, const QString& files, const QStringList& fol
         root.writeFile(file.section(u'=', 0, 0), file.section(u'=', 1).toUtf8());
 }
 
-QString expectedHost(const TempRoot& root, const QString& relative)
-{
-    const QString base = QDir::cleanPath(root.path());
-    return relative.isEmpty() ? base : base + u'/' + relative;
-}
-
 const QString kCases = QStringLiteral("platform/data/device_root.txt");
 
 TEST(DeviceRootNames, WildcardsMatchLikeFindFileSafeFileNamesAndJoin)
@@ -105,9 +99,9 @@ TEST(DeviceRoot, PathsResolveCaseStayInsideTheRootAndFollowLinks)
     ASSERT_TRUE(QFile::link(root.host("gone"), root.host("dangling")));
     const DeviceRoot device(root.path());
     for (const test::Case& c : test::casesOf(kCases, "path"))
-        EXPECT_EQ(device.hostPath(c.text(1)), expectedHost(root, c.text(2)))
+        EXPECT_EQ(device.hostPath(c.text(1)), QDir::cleanPath(root.path() + u'/' + c.text(2)))
             << c.where().constData();
-    EXPECT_EQ(DeviceRoot(root.path() + "//").hostPath("\\brovant"), expectedHost(root, "Brovant"));
+    EXPECT_EQ(DeviceRoot(root.path() + "//").hostPath("\\brovant"), root.host("Brovant"));
 
     for (const test::Case& c : test::casesOf(kCases, "query")) {
         const QString path = c.text(1);
