@@ -165,14 +165,6 @@ TEST(CableSenders, RepeatARefusedFrameAtMostTenTimes)
     }
 }
 
-QList<QByteArray> twoFilesWithStrayLineFirst()
-{
-    QList<QByteArray> lines{"001stray line before any header\r\n"};
-    lines += fileLines(kFileA);
-    lines += fileLines(kFileB);
-    return lines;
-}
-
 // A port that does not open is the opener's notice. Which names are refused is the list name
 // rule's (TextCasesTest); a refused one ends the receive before anything is written and is shown
 // with what cannot be printed as "?".
@@ -249,7 +241,8 @@ TEST(CableReceivers, AnswerEveryFrameAndKeepWhatCameWhole)
             const QByteArray answers = answersOf(row.fields.value(office ? 8 : 7));
             Device d;
             d.line.chunk = given(5) ? row.fields[5].toInt() : 1 << 20;
-            SendingPeer far(d.line, twoFilesWithStrayLineFirst());
+            SendingPeer far(d.line, QList<QByteArray>{"001stray line before any header\r\n"}
+                                        + fileLines(kFileA) + fileLines(kFileB));
             // The frame of the row spoilt on its first attempts.
             far.mangle = [&](int i, int attempt, const QByteArray& frame) {
                 return given(3) && i == row.fields[1].toInt() && attempt < row.fields[2].toInt()

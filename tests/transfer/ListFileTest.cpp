@@ -84,10 +84,8 @@ TEST_F(ListFileExportTest, ListNumbersThatAreNoFileNameAreRefused)
     list(id++, "..");
     const int handled = listFiles().writeMarked();
     EXPECT_EQ(handled, int(std::size(names)) + 2);
-    QStringList notices;
-    for (size_t i = 0; i < std::size(names); ++i)
-        notices << QStringLiteral("Datei kann nicht erzeugt werden!||");
-    EXPECT_EQ(dialogs.asked(), notices);
+    EXPECT_EQ(dialogs.asked(), QStringList(qsizetype(std::size(names)),
+                                           QStringLiteral("Datei kann nicht erzeugt werden!||")));
     // Nothing beside or above the export folder, and in it only the two files.
     QStringList rootEntries = QDir(root.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
     rootEntries.sort();
@@ -153,16 +151,14 @@ TEST_F(ListFileExportTest, LinesAreCutAt1000BytesAndKeepTheirLineEnd)
         // 159 characters with labels of 20; the label adds what it has beyond 20.
         {20, 161}, {858, 999}, {859, 1000}, {860, 1000}, {5000, 1000},
     };
+    insert(schema::Einstellungen, {{"ID", num(1)},
+                                   {"ID_TYPE", num(schema::TariffAssignmentRow)},
+                                   {"REGION_A", txt("WR01")},
+                                   {"BAUMART", txt("FI ")},
+                                   {"TARIF", txt("FI01 ")}});
+    list(1, "LANG");
     for (const auto& c : cases) {
         session->store().writeText(Setting::KopfLabel, 0, QString(c.labelLength, u'L'));
-        db().exec(QStringLiteral("DELETE FROM Brov_Kopfdaten"));
-        db().exec(QStringLiteral("DELETE FROM Brov_Einstellungen"));
-        insert(schema::Einstellungen, {{"ID", num(1)},
-                                       {"ID_TYPE", num(schema::TariffAssignmentRow)},
-                                       {"REGION_A", txt("WR01")},
-                                       {"BAUMART", txt("FI ")},
-                                       {"TARIF", txt("FI01 ")}});
-        list(1, "LANG");
         ASSERT_TRUE(listFiles().writeList(1));
         const QByteArray file = root.readFile(QStringLiteral("Export/LANG    .DAT"));
         const QList<QByteArray> lines = file.split('\n');
