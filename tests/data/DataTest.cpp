@@ -37,14 +37,6 @@ bool insertRegion(Database& db, const QString& region)
     return db.query(u"INSERT INTO Brov_LastRegion (REGION_A) VALUES (?)"_s).bind(1, region).run();
 }
 
-QStringList regions(Database& db)
-{
-    QStringList out;
-    for (auto q = db.query(kRegions); q.next();)
-        out << q.text(0);
-    return out;
-}
-
 using DatabaseTest = test::OpenDatabase;
 
 TEST_F(DatabaseTest, ValuesAreBoundNotPastedAndRoundTripAndEveryTableHasItsColumns)
@@ -164,10 +156,9 @@ TEST_F(DatabaseTest, CommitsAreDurableClosingAnywhereLeavesOneFileAndCursorsNest
         ASSERT_TRUE(t.commit());
         EXPECT_TRUE(db.query(kRegions).next());
     }
-    // The old queries died after the reopen; the cache of the new connection is intact.
-    EXPECT_EQ(regions(db), QStringList({u"again"_s, u"kept"_s}));
-    // The same statement used nested keeps both cursors; bounded, so a shared cursor that
-    // restarts forever fails instead of hanging.
+    // The old queries died after the reopen; the cache of the new connection is intact and the
+    // same statement used nested keeps both cursors (bounded, so a shared cursor that restarts
+    // forever fails instead of hanging).
     QStringList pairs;
     for (auto outer = db.query(kRegions); outer.next() && pairs.size() < 20;) {
         for (auto inner = db.query(kRegions); inner.next() && pairs.size() < 20;)
