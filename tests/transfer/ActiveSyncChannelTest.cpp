@@ -224,18 +224,16 @@ TEST(ActiveSyncOffice, AnswersTheHandheldsRequest)
         {true, "FELD.DAT", ""},
         // Without end.tmp the handheld's send fails and its lists stay marked.
         {true, "AB#3    .DAT", "Dateiname abgelehnt: \"AB#3    .DAT\""},
-        {false, "", ""},
+        {false, "FELD.DAT", ""},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.exported);
+        SCOPED_TRACE(std::string(c.exported) + (c.collect ? ", collected" : ", delivered"));
         const bool ok = c.error.isEmpty();
         const QStringList copied = ok ? QStringList{"FELD.DAT", "WALD.DAT"} : QStringList();
         Bench bench;
         test::TempRoot office;
-        if (c.collect) {
-            bench.root.writeFile("Export/" + QString::fromLatin1(c.exported), kFeld);
-            bench.root.writeFile("Export/WALD.DAT", kWald);
-        }
+        bench.root.writeFile("Export/" + QString::fromLatin1(c.exported), kFeld);
+        bench.root.writeFile("Export/WALD.DAT", kWald);
         office.writeFile("FELD.DAT", kFeld);
         office.writeFile("WALD.DAT", kWald);
         ManualClock officeClock;

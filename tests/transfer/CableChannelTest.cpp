@@ -286,27 +286,24 @@ TEST(CableReceivers, AnswerEveryFrameAndKeepWhatCameWhole)
     }
 }
 
-OfficeResult officeReceives(const QList<QByteArray>& lines, const QString& out)
-{
-    PeerLine device;
-    SendingPeer sender(device, lines);
-    ManualClock clock;
-    return CableOffice(device, clock, OfficeTiming{}).receive(out);
-}
-
 // A second file of a name, in any case, is kept beside the first, and a third beside both.
 TEST(OfficeReceive, KeepsEveryDeliveryOfAName)
 {
     TempRoot out;
+    const auto receive = [&out](const QList<QByteArray>& lines) {
+        PeerLine device;
+        SendingPeer sender(device, lines);
+        ManualClock clock;
+        return CableOffice(device, clock, OfficeTiming{}).receive(out.path());
+    };
     const QByteArray name = "AB.3    .DAT";
     for (const char* text : {"001first\r\n", "001second\r\n", "001third\r\n"})
-        EXPECT_TRUE(officeReceives({headerLine(name), text}, out.path()).ok);
+        EXPECT_TRUE(receive({headerLine(name), text}).ok);
     EXPECT_EQ(filesIn(out.path()),
               (QMap<QString, QByteArray>{{"AB.3    .DAT", headerLine(name) + "001first\r\n"},
                                          {"AB.3_2.DAT", headerLine(name) + "001second\r\n"},
                                          {"AB.3_3.DAT", headerLine(name) + "001third\r\n"}}));
-    const OfficeResult refused =
-        officeReceives({headerLine("AB/3    .DAT"), "001x\r\n"}, out.path());
+    const OfficeResult refused = receive({headerLine("AB/3    .DAT"), "001x\r\n"});
     EXPECT_FALSE(refused.ok);
     EXPECT_EQ(refused.error, QStringLiteral("Dateiname abgelehnt: \"AB/3    .DAT\""));
     EXPECT_EQ(filesIn(out.path()).size(), 3);
