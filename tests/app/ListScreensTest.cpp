@@ -12,15 +12,6 @@ using namespace test;
 using Dlg = ListHeaderDlg;
 
 struct HeaderProgram : Program {
-    void newList() { press(MainMenuDlg::kNewList); }
-    void enter() { press(KeypadScreen::kEnter); }
-    QString page() { return label(QStringLiteral("pageNumber")); }
-    // Where the screen goes when a list is done or given up.
-    Screen* listSelection() const
-    {
-        Screen* selection = app.stack().screen<ListSelectionDlg>();
-        return selection ? selection : app.mainMenu();
-    }
     QStringList stored(const QString& columns)
     {
         return rows(QStringLiteral("SELECT %1 FROM Brov_Kopfdaten").arg(columns));
@@ -36,25 +27,15 @@ struct HeaderProgram : Program {
                                    {u"KOPF1_A", kopf1},
                                    {u"KOPF12_A", "Anna Probe"}});
     }
-    // Page 1 as a forester fills it: the name typed, the region typed on the letters.
-    void fillFirstPage(const char* name, const char* region)
-    {
-        type(text(name));
-        for (int field = 0; field < 4; ++field)
-            press(KeypadScreen::kNextField);
-        ASSERT_EQ(str(focused()), "REGION_A");
-        if (screen->keyboardIndex() != Dlg::Letters)
-            press(KeypadScreen::kZiff); // from the region list to the letters
-        type(text(region));
-    }
     Dlg* screen = find<Dlg>();
 };
 
-// A new list made page by page from the main menu; the field keys and "Zuordnen" on page 1.
-TEST(ListHeaderDlg, PagesFieldKeysAndZuordnen)
+// A new list made page by page from the main menu; the field keys and "Zuordnen" on page 1; where
+// the screen goes when page 1 is refused.
+TEST(ListHeaderDlg, PagesFieldKeysZuordnenAndRefusals)
 {
-    for (const char* file : {"list_header_pages.txt", "list_header_keys.txt"}) {
-        SCOPED_TRACE(file);
+    for (const char* section : {"pages", "keys", "no name", "no region"}) {
+        SCOPED_TRACE(section);
         HeaderProgram p;
         p.names = {{"NewList", MainMenuDlg::kNewList},
                    {"Letters", Dlg::Letters},
@@ -65,27 +46,7 @@ TEST(ListHeaderDlg, PagesFieldKeysAndZuordnen)
             return text(p.screen->findChild<QLabel*>(label)->font().bold() ? "yes" : "no");
         });
         p.probe("stored", [&](const QString& columns) { return p.stored(columns).join(u'/'); });
-        p.run(file);
-    }
-}
-
-// Where the screen goes when page 1 is refused: the checks themselves are the logic's.
-TEST(ListHeaderDlg, LeavingTheFirstPageGoesWhereTheAnswerLeads)
-{
-    for (const Case& c : readCases(QStringLiteral("app/data/first_page_refused.txt"))) {
-        SCOPED_TRACE(c.where().constData());
-        const bool stays = c.fields[3] == "stays";
-        HeaderProgram p;
-        p.newList();
-        p.fillFirstPage(c.fields[0].constData(), c.fields[1].constData());
-        if (c.fields[2] == "JA")
-            p.dialogs.answerNext(Answer::Yes);
-        p.enter();
-        EXPECT_EQ(p.dialogs.asked().size(), 1);
-        EXPECT_EQ(p.active(), stays ? p.screen : p.listSelection());
-        if (stays) {
-            EXPECT_EQ(str(p.page()), "1/9");
-        }
+        p.run("list_header.txt", section);
     }
 }
 
@@ -98,7 +59,7 @@ TEST(ListHeaderDlg, TheModelListAndTheListInformation)
     p.addList(2, "ZWEI", QString(40, u'W').toLatin1().constData());
     p.addList(4, "MODELL", "Forstamt Tannenhöhe");
     p.dialogs.answerNext(Answer::Yes);
-    p.newList();
+    p.press(MainMenuDlg::kNewList);
     EXPECT_EQ(str(p.edit("KOPF1_A")->text()), "Forstamt Tannenhöhe");
     p.app.stack().switchTo(p.app.mainMenu());
     p.state.currentList = 4;

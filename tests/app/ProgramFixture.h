@@ -299,7 +299,7 @@ public:
     //   do P            a probe run for what it does (a setting written, the clock turned on)
     //   field F T       an edit's text, a list box's choice or a tab bar's current index
     //   state W S...    the widget is each of checked, unchecked, enabled, disabled, shown (to
-    //                   be seen), hidden (itself)
+    //                   be seen), unseen, hidden (itself)
     //   asked M...      the messages since the last "asked" or "asks" ("line1|line2|line3")
     //   asks N          their count
     void run(const char* file, const char* section = nullptr)
@@ -392,7 +392,8 @@ public:
                                                  {QStringLiteral("enabled"), widget->isEnabled()},
                                                  {QStringLiteral("disabled"), !widget->isEnabled()},
                                                  {QStringLiteral("shown"), widget->isVisible()},
-                                                 {QStringLiteral("hidden"), widget->isHidden()}};
+                                                 {QStringLiteral("hidden"), widget->isHidden()},
+                                                 {QStringLiteral("unseen"), !widget->isVisible()}};
                 for (const QString& state : rest.mid(1))
                     EXPECT_TRUE(states.value(state)) << str(a) << " not " << str(state);
             } else if (kind == "show" || kind == "do") {
