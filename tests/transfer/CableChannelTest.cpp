@@ -148,6 +148,7 @@ TEST(CableSenders, RepeatARefusedFrameAtMostTenTimes)
                     EXPECT_EQ(d.infoLines().last(),
                               QStringLiteral("Datenübertragung läuft...|Zeile: 11|"));
                     EXPECT_EQ(d.dialogs.messages().back().showCommand, MessageDialogs::Hide);
+                    EXPECT_EQ(d.line.written().last(), QByteArray(1, kEot));
                 }
             }
             const int expected = row.fields.value(office ? 4 : 3).toInt();

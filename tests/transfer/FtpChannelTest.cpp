@@ -156,6 +156,7 @@ TEST_F(FtpChannelTest, SendsAndFetchesAsTheCasesSay)
         if (!sending) {
             const Files fetched{{"STAMM.DAT", content(c.fields[8])}};
             EXPECT_EQ(filesIn(root.host("Import")), ok ? fetched : Files());
+            EXPECT_EQ(filesIn(server.folder()), files);
             continue;
         }
         Files held;
