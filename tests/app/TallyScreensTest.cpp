@@ -210,122 +210,64 @@ TEST(TallyDlg, CaliperPortThatDoesNotOpenAndAnUnreadableList)
 }
 
 struct TariffProgram : Program {
-    QString editLine()
+    TariffProgram()
     {
-        return edit("REGION_A")->text() + u'/' + edit("BAUMART")->text() + u'/'
-               + edit("TARIF")->text();
-    }
-    QStringList history()
-    {
-        return {edit("history1")->text(), edit("history2")->text(), edit("history3")->text()};
-    }
-    // TARIF of the assignment rows of a region and species, as stored.
-    QStringList stored(const QString& region, const QString& species)
-    {
-        return rows(QStringLiteral("SELECT TARIF FROM Brov_Einstellungen WHERE ID_TYPE = 3 AND "
-                                   "rtrim(REGION_A) = '%1' AND rtrim(BAUMART) = '%2'")
-                        .arg(region, species));
-    }
-    int assignments()
-    {
-        return count(QStringLiteral("SELECT COUNT(*) FROM Brov_Einstellungen WHERE ID_TYPE = 3"));
+        names = {{"Regions", TariffAssignmentDlg::kRegionKeys},
+                 {"Species", TariffAssignmentDlg::kSpeciesKeys},
+                 {"Tariffs", TariffAssignmentDlg::kTariffKeys},
+                 {"LetterKeys", TariffAssignmentDlg::kLetterKeys},
+                 {"Up", TariffAssignmentDlg::kUp},
+                 {"Down", TariffAssignmentDlg::kDown},
+                 {"Save", TariffAssignmentDlg::kSave},
+                 {"Delete", TariffAssignmentDlg::kDelete},
+                 {"Letters", TariffAssignmentDlg::Letters},
+                 {"RegionList", TariffAssignmentDlg::RegionList},
+                 {"SpeciesList", TariffAssignmentDlg::SpeciesList},
+                 {"TariffList", TariffAssignmentDlg::TariffList}};
+        probe("open", [this](const QString& region) {
+            if (region == u"all")
+                screen->openAll();
+            else
+                screen->openRegion(region);
+            return QString();
+        });
+        probe("line", [this](auto) {
+            return edit("REGION_A")->text() + u'/' + edit("BAUMART")->text() + u'/'
+                   + edit("TARIF")->text();
+        });
+        // TARIF of the assignment rows of a region and species, as stored.
+        probe("stored", [this](const QString& row) {
+            return rows(QStringLiteral("SELECT TARIF FROM Brov_Einstellungen WHERE ID_TYPE = 3 "
+                                       "AND rtrim(REGION_A) = '%1' AND rtrim(BAUMART) = '%2'")
+                            .arg(row.section(u' ', 0, 0), row.section(u' ', 1)))
+                .join(u'/');
+        });
+        probe("assignments", [this](auto) {
+            return rows(QStringLiteral("SELECT COUNT(*) FROM Brov_Einstellungen WHERE ID_TYPE = 3"))
+                .join(u'/');
+        });
     }
     TariffAssignmentDlg* screen = find<TariffAssignmentDlg>();
 };
 
-TEST(TariffAssignmentDlg, OpensOnAnEmptyLineBelowThePrecedingRows)
+// The tariff assignment opened, rows put together and saved, its keys; the history lines only
+// show; everything fits above the keyboard; "Abbrechen" returns to the screen that opened it.
+TEST(TariffAssignmentDlg, OpeningsRowsKeysLayoutAndWayBack)
 {
-    for (const Case& c : readCases(QStringLiteral("app/data/tariff_openings.txt"))) {
-        SCOPED_TRACE(c.where().constData());
+    for (const char* section :
+         {"all", "one region", "picked", "typed region", "typed tariff", "keys"}) {
+        SCOPED_TRACE(section);
         TariffProgram p;
-        if (c.fields[0] != "-")
-            p.screen->openRegion(c.text(0));
-        else
-            p.screen->openAll();
-        ASSERT_EQ(p.active(), p.screen);
-        EXPECT_EQ(p.label("title"), c.text(1));
-        EXPECT_EQ(p.history(), (QStringList{c.text(2), c.text(3), c.text(4)}));
-        EXPECT_EQ(str(p.editLine()), "//");
-        EXPECT_EQ(str(p.label("position")), "neu");
-        EXPECT_EQ(QApplication::focusWidget(), p.edit("REGION_A"));
-        for (int i = 1; i <= 3; ++i) {
-            QLineEdit* line = p.edit(QStringLiteral("history%1").arg(i));
-            EXPECT_TRUE(line->isReadOnly());
-            EXPECT_EQ(line->focusPolicy(), Qt::NoFocus);
-            EXPECT_TRUE(QFontInfo(line->font()).fixedPitch()) << str(line->font().family());
-        }
+        p.run("tariff_assignment.txt", section);
     }
-}
-
-// The lists lead from region to species to tariff; what the logic says to a row shows on the
-// edit line (its checks are the logic's).
-TEST(TariffAssignmentDlg, CodesPickedOrTypedAreSaved)
-{
-    for (const Case& c : readCases(QStringLiteral("app/data/tariff_rows.txt"))) {
-        SCOPED_TRACE(c.where().constData());
-        const QString region = c.text(0), species = c.text(2), tariff = c.text(3);
-        const bool saved = c.fields[5] == "1";
-        TariffProgram p;
-        p.screen->openAll();
-        if (c.fields[1] == "list") {
-            p.press(TariffAssignmentDlg::kRegionKeys);
-            p.pick(region); // moves on to the species list
-        } else {
-            p.type(region);
-            p.press(TariffAssignmentDlg::kSpeciesKeys);
-        }
-        p.pick(species); // moves on to the tariff list
-        EXPECT_EQ(QApplication::focusWidget(), p.edit("TARIF"));
-        if (c.fields[4] == "list") {
-            p.pick(tariff);
-        } else {
-            p.press(TariffAssignmentDlg::kLetterKeys);
-            p.type(tariff);
-        }
-        const QString typed = p.editLine();
-        EXPECT_EQ(typed, QStringLiteral("%1/%2/%3").arg(region, species, tariff));
-        p.press(c.fields[6] == "Enter" ? int(KeypadScreen::kEnter)
-                                       : int(TariffAssignmentDlg::kSave));
-
-        EXPECT_EQ(p.stored(region, species), QStringList{c.text(7)});
-        EXPECT_EQ(p.dialogs.asked().size(), saved ? 0 : 1);
-        if (saved) {
-            EXPECT_EQ(str(p.editLine()), "//");
-            EXPECT_EQ(p.history().last(),
-                      QStringLiteral("%1    %2   %3")
-                          .arg(region.leftJustified(8), species.leftJustified(3),
-                               tariff.leftJustified(5)));
-            EXPECT_EQ(QApplication::focusWidget(), p.edit("REGION_A"));
-        } else {
-            EXPECT_EQ(p.editLine(), typed);
-        }
-    }
-}
-
-// A second press of a list key returns to the letters; the arrow keys and the device's cursor
-// keys browse, a changed row is handed over first, and "Delete" removes the row shown; everything
-// fits above the keyboard; "Abbrechen" returns to the screen that opened it.
-TEST(TariffAssignmentDlg, KeysBrowsingDeletingLayoutAndWayBack)
-{
     TariffProgram p;
     p.screen->openAll();
-    p.names = {{"Regions", TariffAssignmentDlg::kRegionKeys},
-               {"Species", TariffAssignmentDlg::kSpeciesKeys},
-               {"Tariffs", TariffAssignmentDlg::kTariffKeys},
-               {"Up", TariffAssignmentDlg::kUp},
-               {"Down", TariffAssignmentDlg::kDown},
-               {"Delete", TariffAssignmentDlg::kDelete},
-               {"Letters", TariffAssignmentDlg::Letters},
-               {"RegionList", TariffAssignmentDlg::RegionList},
-               {"SpeciesList", TariffAssignmentDlg::SpeciesList},
-               {"TariffList", TariffAssignmentDlg::TariffList}};
-    p.probe("line", [&](auto) { return p.editLine(); });
-    p.probe("stored", [&](const QString& row) {
-        return p.stored(row.section(u' ', 0, 0), row.section(u' ', 1)).join(u'/');
-    });
-    p.probe("assignments", [&](auto) { return QString::number(p.assignments()); });
-    p.run("tariff_assignment_keys.txt");
-
+    for (int i = 1; i <= 3; ++i) {
+        QLineEdit* line = p.edit(QStringLiteral("history%1").arg(i));
+        EXPECT_TRUE(line->isReadOnly());
+        EXPECT_EQ(line->focusPolicy(), Qt::NoFocus);
+        EXPECT_TRUE(QFontInfo(line->font()).fixedPitch()) << str(line->font().family());
+    }
     std::vector<std::pair<QString, QRect>> taken;
     const auto place = [&](QWidget* w) {
         const QRect r(w->mapTo(p.screen, QPoint(0, 0)), w->size());
