@@ -36,12 +36,6 @@ inline void answerNext(ScriptedDialogs& dialogs, const QString& names)
     }
 }
 
-// A case file's message column: "-" for no message.
-inline QStringList messagesIn(const QString& field)
-{
-    return field == u"-" ? QStringList{} : QStringList{field};
-}
-
 // A step's yes-or-no result as the step files write it.
 inline QString truth(bool yes)
 {

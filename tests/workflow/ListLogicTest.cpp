@@ -1,25 +1,16 @@
-#include "workflow/ListHeaderLogic.h"
 #include "AppLogicFixture.h"
 #include "OfficeChannel.h"
-#include "transfer/ListFileExport.h"
+#include "workflow/ListHeaderLogic.h"
 #include "workflow/ListSelectionLogic.h"
 
-#include <functional>
 #include <map>
 
 namespace brovant {
-
-const QStringList kExits = {"Stay", "NextPage", "Abandon", "AssignTariffs", "Finished"};
-
-void PrintTo(PageExit exit, std::ostream* os)
-{
-    *os << kExits[int(exit)].toStdString();
-}
-
 namespace {
 
 using test::str;
-using test::text;
+
+const QStringList kExits = {"Stay", "NextPage", "Abandon", "AssignTariffs", "Finished"};
 
 // Mandatory free fields of every device here: both of page 2 and the second of page 7.
 constexpr int kMandatory[] = {1, 2, 12};

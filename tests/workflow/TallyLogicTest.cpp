@@ -3,7 +3,6 @@
 #include "AppLogicFixture.h"
 #include "tally/TallyFixture.h"
 
-#include <functional>
 #include <map>
 #include <vector>
 

@@ -3,7 +3,6 @@
 #include "workflow/RegionLogic.h"
 #include "workflow/TallyLogic.h"
 
-#include <functional>
 #include <map>
 #include <vector>
 
