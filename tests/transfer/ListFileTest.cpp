@@ -237,8 +237,9 @@ TEST_F(ListCsvExportTest, WritesTheGoldenFile)
     const QString datName = listFiles.filePath(3).section(u'\\', -1);
     const QByteArray dat = root.readFile(QStringLiteral("Export/") + datName);
     ASSERT_FALSE(dat.isEmpty());
-    const QStringList before = rows(QStringLiteral(
-        "SELECT ID_FILE, DUE_MARK, EXPORTED_N_NI FROM Brov_Kopfdaten ORDER BY rowid"));
+    const QString marks = QStringLiteral(
+        "SELECT ID_FILE, DUE_MARK, EXPORTED_N_NI FROM Brov_Kopfdaten ORDER BY rowid");
+    const QStringList before = rows(marks);
 
     EXPECT_EQ(csvFile().filePath(3), QStringLiteral("\\My Documents\\HÖHE 7.csv"));
     EXPECT_EQ(csvFile().write(3),
@@ -252,9 +253,7 @@ TEST_F(ListCsvExportTest, WritesTheGoldenFile)
     EXPECT_EQ(filesIn("Export"), QStringList{datName});
     EXPECT_EQ(filesIn("My Documents"), QStringList{QStringLiteral("HÖHE 7.csv")});
     EXPECT_EQ(root.readFile(QStringLiteral("Export/") + datName), dat);
-    EXPECT_EQ(rows(QStringLiteral(
-                  "SELECT ID_FILE, DUE_MARK, EXPORTED_N_NI FROM Brov_Kopfdaten ORDER BY rowid")),
-              before);
+    EXPECT_EQ(rows(marks), before);
     const QByteArray csv = root.readFile(QStringLiteral("My Documents/HÖHE 7.csv"));
     EXPECT_TRUE(csv.endsWith(QStringLiteral("HÖHE 7;8;EI;EI01;;;3;;;;;").toUtf8()
                              + "\"Abt. 12; Fläche \"\"Süd\"\"\";04.05.2026;Süd;0,90\r\n"))
@@ -476,9 +475,8 @@ TEST_F(ListFileImportTest, HostileFilesNeitherCrashNorHoldTheFile)
 {
     for (const Case& c : readCases(QStringLiteral("transfer/data/huge_imports.txt"))) {
         SCOPED_TRACE(c.fields[0].constData());
-        db().exec(QStringLiteral("DELETE FROM Brov_Kopfdaten"));
-        db().exec(QStringLiteral("DELETE FROM Brov_Region"));
-        db().exec(QStringLiteral("DELETE FROM Brov_Holzdaten"));
+        ASSERT_TRUE(db().exec(QStringLiteral(
+            "DELETE FROM Brov_Kopfdaten; DELETE FROM Brov_Region; DELETE FROM Brov_Holzdaten")));
         dialogs.clear();
         ASSERT_NO_FATAL_FAILURE(writeFilled(root.host(QStringLiteral("Import/x.dat")), c, 1));
         const std::optional<qint64> before = resetPeak() ? peakKib() : std::nullopt;
