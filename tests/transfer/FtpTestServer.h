@@ -78,7 +78,6 @@ public:
 
     QString folder() const { return m_dir.path(); }
     QString path(const QString& relative) const { return m_dir.path() + u'/' + relative; }
-    int port() const { return m_port; }
     QString address() const { return QStringLiteral("127.0.0.1:%1").arg(m_port); }
 
     // Gone at once: the system closes its sockets, as when the far side drops.
