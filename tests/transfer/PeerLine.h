@@ -64,21 +64,6 @@ private:
 
 using FrameAnswer = std::function<QByteArray(int index, int attempt, const QByteArray& frame)>;
 
-// The far end taking frames: `answer` gets each frame the device writes with its index (a frame
-// written again keeps it) and the attempt, and says what goes back.
-inline void answerFrames(PeerLine& line, FrameAnswer answer)
-{
-    line.onWrite = [&line, answer, index = -1, attempt = 0,
-                    last = QByteArray()](const QByteArray& bytes) mutable {
-        if (!bytes.startsWith("\x16\x16\x01"))
-            return;
-        attempt = bytes == last ? attempt + 1 : 0;
-        index += bytes != last;
-        last = bytes;
-        line.send(answer(index, attempt, bytes));
-    };
-}
-
 // Hands a line the test keeps to a channel that wants to own one.
 class LineRef final : public SerialLine {
 public:
