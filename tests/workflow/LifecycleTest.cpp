@@ -17,91 +17,6 @@
 namespace brovant::test {
 namespace {
 
-// A fresh root gets its database and folders; a staged configuration is imported once, in the
-// device's order, and from then on the tables come from the registry.
-TEST(Startup, ConfigurationIsImportedOnlyWhenStagedAndNotYetLoaded)
-{
-    TestDevice d;
-    ASSERT_TRUE(d.app->start());
-    EXPECT_TRUE(QFileInfo(d.root.host("Brovant/Brovant.cdb")).isFile());
-    EXPECT_TRUE(QFileInfo(d.root.host("Import")).isDir());
-    EXPECT_TRUE(QFileInfo(d.root.host("Export")).isDir());
-    EXPECT_EQ(d.session->store().readInt(Setting::KonfigLoaded), 0);
-    EXPECT_EQ(d.eventIndex("info 5 Konfiguration wird eingelesen"), -1);
-    EXPECT_TRUE(d.state.tables.species[0].isEmpty());
-
-    const QString key = QString::fromUtf16(KeepAwake::kTimeoutsKey);
-    const QString value = QString::fromUtf16(KeepAwake::kValue);
-    d.registry().setDword(Hive::LocalMachine, key, value, 300);
-    d.stageConfig();
-    d.restartAfterCrash();
-    d.events.clear();
-    ASSERT_TRUE(d.app->start());
-    EXPECT_TRUE(d.session->database().isOpen());
-    EXPECT_EQ(d.session->store().readInt(Setting::KonfigLoaded), 1);
-    EXPECT_TRUE(d.dialogs.asked().isEmpty()) << d.dialogs.asked().join(u'\n').toStdString();
-    EXPECT_EQ(d.dialogs.unansweredQuestions(), 0);
-    EXPECT_FALSE(d.state.tables.species[0].isEmpty()) << "tables are loaded after the import";
-    EXPECT_FALSE(d.state.getac);
-    // Import and load leave the suspend time-out as found.
-    EXPECT_EQ(d.session->keepAwake().saved(), 300u);
-    EXPECT_EQ(d.registry().dword(Hive::LocalMachine, key, value), 300u);
-    EXPECT_TRUE(d.inOrder({"host showMainMenu", "info 5 Datenbank wird initialisiert...",
-                           "progress 0", "progress 10", "progress 20", "progress 30",
-                           "host createScreens", "progress 100", "info 0",
-                           "info 5 Konfiguration wird eingelesen...", "host showMainMenu",
-                           "info 5 Konfiguration wird initialisiert...", "host active 1"}))
-        << d.eventText();
-    EXPECT_EQ(d.events.back(), "host active 1");
-    EXPECT_EQ(d.events.count("host createScreens"), 1);
-    EXPECT_EQ(d.eventIndex("host cursor"), -1) << "no re-creation, no wait cursor";
-
-    d.stageConfig();
-    d.restartAfterCrash();
-    d.events.clear();
-    ASSERT_TRUE(d.app->start());
-    EXPECT_EQ(d.eventIndex("info 5 Konfiguration wird eingelesen"), -1);
-    EXPECT_FALSE(d.state.tables.species[0].isEmpty()) << "tables come from the registry";
-}
-
-// Setting the file aside and the new empty database: StructureCheck's tests.
-TEST(Startup, DatabaseOfAnotherVersionIsSetAsideAfterTheNotice)
-{
-    TestDevice d;
-    const QString working = "Brovant/Brovant.cdb";
-    d.makeDatabase(working, "OLD");
-    {
-        Database db(d.root.host(working));
-        ASSERT_TRUE(db.open() && db.exec("UPDATE Struktur SET STRUKTUR = 'T00200'"));
-    }
-    Profile& profile = d.profile();
-    profile.writeString("HOLZART", "Holzart01", "FI");
-    profile.writeInt("KONFIG", "Loaded", 1);
-    profile.writeInt("DUE", "Port", 3);
-
-    ASSERT_TRUE(d.app->start());
-    EXPECT_EQ(d.dialogs.asked(), QStringList{"Datenbank und Stammdaten|werden gelöscht!|"});
-    EXPECT_FALSE(profile.hasValue("HOLZART", "Holzart01"));
-    EXPECT_EQ(profile.readInt("KONFIG", "Loaded", 0), 0);
-    EXPECT_EQ(profile.readInt("DUE", "Port", 0), 3) << "settings outside the master data stay";
-    // Notice, repaint and wait cursor in that order; the cursor is back before the screens.
-    EXPECT_TRUE(d.inOrder({"notice Datenbank und Stammdaten", "host repaint", "host cursor 1",
-                           "host cursor 0", "host createScreens"}))
-        << d.eventText();
-}
-
-TEST(Startup, DatabaseThatCannotBeOpenedEndsStartUp)
-{
-    TestDevice d;
-    // A file where the program's folder belongs: nothing can be created below it.
-    d.root.writeFile("Brovant", "in the way");
-    EXPECT_FALSE(d.app->start());
-    EXPECT_EQ(d.dialogs.asked(), QStringList{"Datenbank kann nicht|geöffnet werden!|"});
-    EXPECT_EQ(d.eventIndex("host createScreens"), -1);
-    EXPECT_EQ(d.eventIndex("host active 1"), -1);
-    EXPECT_EQ(d.eventIndex("host cursor 1"), -1);
-}
-
 TEST(Shutdown, TariffFlagsMarkWhetherTheTallyStillUsesTheAssignedTariff)
 {
     using namespace schema;
@@ -136,16 +51,6 @@ TEST(Shutdown, TariffFlagsMarkWhetherTheTallyStillUsesTheAssignedTariff)
         EXPECT_EQ(set.loadInt(u"BHD"), r.text(4).toInt());
         set.moveNext();
     }
-}
-
-TEST(Shutdown, WithoutAnOpenDatabaseOnlyTheDeviceIsRestored)
-{
-    TestDevice d;
-    const QString key = QString::fromUtf16(AppLifecycle::kCommKey);
-    d.registry().setDword(Hive::CurrentUser, key, "AutoCnct", 0);
-    d.app->shutdown();
-    EXPECT_FALSE(QFileInfo::exists(d.root.host("Brovant/Brovant.cdb")));
-    EXPECT_EQ(d.registry().dword(Hive::CurrentUser, key, "AutoCnct"), 1u);
 }
 
 constexpr Answer Yes = Answer::Yes;
@@ -253,28 +158,6 @@ TEST(ColdBoot, RestoredDatabaseIsNotRolledBackByTheCrashedRunsJournal)
     EXPECT_EQ(d.dialogs.asked(), QStringList{kQuestion});
     EXPECT_EQ(d.markerOf(kWorking), "BACKUP");
     EXPECT_FALSE(QFileInfo::exists(journal));
-}
-
-// When the device's own backup paths hold nothing, the newest numbered backup the program wrote
-// is offered.
-TEST(ColdBootBackup, NewestNumberedBackupIsOffered)
-{
-    for (const Answer answer : {Answer::Yes, Answer::No}) {
-        TestDevice device;
-        device.root.writeFile("Built-in Storage/readme.txt", "");
-        device.makeDatabase("Brovant/Save/0003_Auto.cdb", "older");
-        device.makeDatabase("Brovant/Save/0004_Manu.cdb", "newest");
-        device.makeDatabase("Brovant/Brovant.cdb", "working");
-        device.clock.setNow(QDateTime(QDate(2003, 1, 1), QTime(0, 0)));
-        device.dialogs.answerNext(answer);
-        ASSERT_TRUE(device.app->start()) << device.eventText();
-        EXPECT_GE(device.eventIndex("yesNo Kam es zum Programmverlust"), 0) << device.eventText();
-        device.session->database().close();
-        EXPECT_EQ(device.markerOf("Brovant/Brovant.cdb"),
-                  answer == Answer::Yes ? "newest" : "working");
-        EXPECT_EQ(device.markerOf("Brovant/Save/0004_Manu.bak.cdb"),
-                  answer == Answer::Yes ? "-" : "newest");
-    }
 }
 
 constexpr Hive HKLM = Hive::LocalMachine;
@@ -399,6 +282,102 @@ TEST(ActiveSync, AutoConnectIsSwitchedOffUnlessTheCableUsesPortTen)
         d.app->shutdown();
         EXPECT_EQ(dword(d.registry(), HKCU, comm, "AutoCnct"), c.text(5));
         EXPECT_EQ(d.registry().keyExists(HKCU, comm), c.text(1) == u"yes");
+    }
+}
+
+// Starts, crashes and ends of the program on a device, one step a line of
+// data/lifecycle_steps.txt.
+TEST(Lifecycle, Steps)
+{
+    const QString timeouts = QString::fromUtf16(KeepAwake::kTimeoutsKey);
+    const QString timeoutsValue = QString::fromUtf16(KeepAwake::kValue);
+    const QString comm = QString::fromUtf16(AppLifecycle::kCommKey);
+    std::unique_ptr<TestDevice> d;
+    for (const Case& c : readCases("workflow/data/lifecycle_steps.txt")) {
+        SCOPED_TRACE(c.where().constData());
+        const QString action = c.text(0), arg = c.text(1);
+        const QString path = arg.section(u'=', 0, 0), value = arg.section(u'=', 1);
+        if (action == u"device")
+            d = std::make_unique<TestDevice>();
+        ASSERT_TRUE(d != nullptr) << "no device yet";
+        // A query looks at what the step before it left.
+        if (!action.endsWith(u'?')) {
+            d->dialogs.clear();
+            d->events.clear();
+        }
+        answerNext(d->dialogs, c.text(2));
+        bool number = false;
+        value.toInt(&number);
+        QString result;
+        if (action == u"start") {
+            result = truth(d->app->start());
+        } else if (action == u"restart") {
+            d->restartAfterCrash();
+        } else if (action == u"shutdown") {
+            d->app->shutdown();
+        } else if (action == u"stage") {
+            d->stageConfig();
+        } else if (action == u"file") {
+            d->root.writeFile(path, value.toUtf8());
+        } else if (action == u"database") {
+            d->makeDatabase(path, value);
+        } else if (action == u"old structure") {
+            Database db(d->root.host(arg));
+            ASSERT_TRUE(db.open() && db.exec("UPDATE Struktur SET STRUKTUR = 'T00200'"));
+        } else if (action == u"profile" && number) {
+            d->profile().writeInt(path.section(u'/', 0, 0), path.section(u'/', 1), value.toInt());
+        } else if (action == u"profile") {
+            d->profile().writeString(path.section(u'/', 0, 0), path.section(u'/', 1), value);
+        } else if (action == u"clock") {
+            d->clock.setNow(QDateTime(QDate::fromString(arg, u"dd.MM.yyyy"), QTime(0, 0)));
+        } else if (action == u"timeouts") {
+            d->registry().setDword(HKLM, timeouts, timeoutsValue, arg.toUInt());
+        } else if (action == u"autoconnect") {
+            d->registry().setDword(HKCU, comm, "AutoCnct", arg.toUInt());
+        } else if (action == u"close") {
+            d->session->database().close();
+        } else if (action == u"event?") {
+            result = truth(d->eventIndex(arg) >= 0);
+        } else if (action == u"order?") {
+            result = truth(d->inOrder(arg.split(u';')));
+        } else if (action == u"count?") {
+            result = QString::number(d->events.count(arg));
+        } else if (action == u"last event?") {
+            result = d->events.value(d->events.size() - 1);
+        } else if (action == u"file?") {
+            const QFileInfo info(d->root.host(arg));
+            result = info.isDir() ? "folder" : info.isFile() ? "file" : "-";
+        } else if (action == u"marker?") {
+            result = d->markerOf(arg);
+        } else if (action == u"profile has?") {
+            result = truth(d->profile().hasValue(path.section(u'/', 0, 0), path.section(u'/', 1)));
+        } else if (action == u"profile number?") {
+            result = QString::number(
+                d->profile().readInt(path.section(u'/', 0, 0), path.section(u'/', 1), 0));
+        } else if (action == u"configured?") {
+            result = QString::number(d->session->store().readInt(Setting::KonfigLoaded));
+        } else if (action == u"open?") {
+            result = truth(d->session->database().isOpen());
+        } else if (action == u"unanswered?") {
+            result = QString::number(d->dialogs.unansweredQuestions());
+        } else if (action == u"species?") {
+            result = d->state.tables.species[0];
+        } else if (action == u"getac?") {
+            result = truth(d->state.getac);
+        } else if (action == u"timeouts?") {
+            result = QString::number(d->session->keepAwake().saved()) + u' '
+                     + dword(d->registry(), HKLM, timeouts, timeoutsValue);
+        } else if (action == u"autoconnect?") {
+            result = dword(d->registry(), HKCU, comm, "AutoCnct");
+        } else if (action != u"device") {
+            FAIL() << "unknown step " << str(action);
+        }
+        if (!c.text(3).isEmpty()) {
+            EXPECT_EQ(result.isEmpty() ? QStringLiteral("-") : result, c.text(3));
+        }
+        if (!c.text(4).isEmpty()) {
+            EXPECT_EQ(d->dialogs.asked(), listOf(c.text(4)));
+        }
     }
 }
 
