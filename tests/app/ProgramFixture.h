@@ -266,10 +266,11 @@ public:
     }
     // Every row of a query, its columns joined by '|'.
     QStringList rows(const QString& sql) { return joinedRows(session.database(), sql); }
-    // A text of the program's profile, "<absent>" when it holds none.
-    QString registry(const char* section, const char* entry)
+    // A text of the program's profile, "SECTION/ENTRY", "<absent>" when it holds none.
+    QString registry(const QString& entry)
     {
-        return session.profile().readString(text(section), text(entry), QStringLiteral("<absent>"));
+        return session.profile().readString(entry.section(u'/', 0, 0), entry.section(u'/', 1),
+                                            QStringLiteral("<absent>"));
     }
     int count(const QString& sql)
     {
@@ -400,13 +401,15 @@ public:
                 const QString name = a.section(u' ', 0, 0);
                 ASSERT_TRUE(probes.contains(name)) << str(name);
                 const QString shown = probes.value(name)(a.section(u' ', 1));
-                if (kind == "show")
+                if (kind == "show") {
                     EXPECT_EQ(shown, b);
+                }
             } else if (kind == "asked" || kind == "asks") {
-                if (kind == "asked")
+                if (kind == "asked") {
                     EXPECT_EQ(dialogs.asked(), rest);
-                else
+                } else {
                     EXPECT_EQ(dialogs.asked().size(), a.toInt());
+                }
                 dialogs.clear();
             } else {
                 ADD_FAILURE() << "no step " << kind.constData();

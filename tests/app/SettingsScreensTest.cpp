@@ -178,13 +178,10 @@ struct CommunicationProgram : Program {
                 session.profile().readInt(entry.section(u'/', 0, 0), entry.section(u'/', 1), -1);
             return value < 0 ? QStringLiteral("<absent>") : QString::number(value);
         });
-        probe("text", [&](const QString& entry) {
-            return session.profile().readString(entry.section(u'/', 0, 0), entry.section(u'/', 1),
-                                                text("<absent>"));
-        });
+        probe("text", [&](const QString& entry) { return registry(entry); });
         probe("unchanged", [&](auto) {
-            const bool same =
-                session.registry().exportText() == registry && state.tables.describe() == tables;
+            const bool same = session.registry().exportText() == registryBefore
+                              && state.tables.describe() == tablesBefore;
             return text(same ? "yes" : "no");
         });
         probe("port", [&](const QString& port) {
@@ -198,8 +195,8 @@ struct CommunicationProgram : Program {
             return QString();
         });
     }
-    const QString registry = session.registry().exportText();
-    const QString tables = state.tables.describe();
+    const QString registryBefore = session.registry().exportText();
+    const QString tablesBefore = state.tables.describe();
 };
 
 TEST(PrinterSettingsDlg, ChoicesOnBothScreensAreStoredWhenConfirmed)
@@ -247,10 +244,7 @@ struct ConfigProgram : Program {
             return QString();
         });
         probe("page", [this](auto) { return names.key(int(screen->page())); });
-        probe("registry", [this](const QString& entry) {
-            return session.profile().readString(entry.section(u'/', 0, 0), entry.section(u'/', 1),
-                                                text("<absent>"));
-        });
+        probe("registry", [this](const QString& entry) { return registry(entry); });
         probe("stored", [this](const QString& column) {
             return rows(QStringLiteral("SELECT %1 FROM Brov_Konfiguration").arg(column)).join(u'/');
         });

@@ -46,13 +46,11 @@ TEST(Shell, BareDeviceMenuDialogsInfoWindowAndEnding)
     QSignalSpy finished(&p.app.stack(), &ScreenStack::finished);
     ASSERT_FALSE(p.session.configurationLoaded());
     p.state.currentList = 7;
-    for (int command : {MainMenuDlg::kNewList, MainMenuDlg::kSelectList}) {
-        p.dialogs.clear();
-        p.press(command);
-        EXPECT_EQ(p.dialogs.asked(), QStringList{QStringLiteral("Keine Stammdaten vorhanden!||")});
-        EXPECT_EQ(p.active(), p.app.mainMenu());
-        EXPECT_TRUE(p.app.mainMenu()->clockRunning());
-    }
+    p.names = {{"NewList", MainMenuDlg::kNewList}, {"SelectList", MainMenuDlg::kSelectList}};
+    p.probe("clock",
+            [&](auto) { return text(p.app.mainMenu()->clockRunning() ? "running" : "stopped"); });
+    p.probe("ended", [&](auto) { return QString::number(finished.count()); });
+    p.run("shell.txt", "no master data");
     EXPECT_EQ(p.state.currentList, 7);
     for (int command : {MainMenuDlg::kNewList, MainMenuDlg::kSelectList, MainMenuDlg::kSystemInfo,
                         MainMenuDlg::kSettings}) {
@@ -120,15 +118,7 @@ TEST(Shell, BareDeviceMenuDialogsInfoWindowAndEnding)
     job.info(MessageDialogs::Hide, QString());
     EXPECT_FALSE(cancel->isVisible());
     EXPECT_FALSE(job.cancelRequested());
-    p.dialogs.answerNext(Answer::No);
-    p.press(Screen::kCancel);
-    EXPECT_EQ(p.dialogs.asked(), QStringList{QStringLiteral("Programm beenden?||")});
-    EXPECT_EQ(finished.count(), 0);
-    EXPECT_EQ(p.active(), p.app.mainMenu());
-    EXPECT_TRUE(p.app.mainMenu()->clockRunning());
-    p.dialogs.answerNext(Answer::Yes);
-    p.press(Screen::kCancel);
-    EXPECT_EQ(finished.count(), 1);
+    p.run("shell.txt", "ending");
 }
 
 // The system's environment on the offscreen platform, for the real programs.
