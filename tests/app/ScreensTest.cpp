@@ -394,43 +394,47 @@ TEST(SystemInfoDlg, ShowsTheBatteryRouteOfTheDevice)
 // date the German way.
 TEST(SystemInfoDlg, ClockBatteryAndBuildLine)
 {
-    InfoProgram p([](const TempRoot& root) {
+    InfoProgram program([](const TempRoot& root) {
         root.writeFile("Windows/hardware.conf", "uni1=\\Windows\\uni1.state\n");
         root.writeFile("Windows/uni1.state", "20");
     });
-    const auto word = [](bool running) {
-        return QString::fromLatin1(running ? "running" : "stopped");
-    };
-    p.names = {{"SystemInfo", MainMenuDlg::kSystemInfo}};
-    p.probe("refresh", [&](auto) { return word(p.screen->refreshRunning()); });
-    p.probe("menu", [&](const QString& clock) {
-        if (clock.isEmpty())
-            return QString::fromLatin1(p.app.mainMenu()->isVisible() ? "shown" : "hidden");
-        return word(p.app.mainMenu()->clockRunning());
-    });
-    // A label of the information screen, or whether it is shown.
-    p.probe("info", [&](const QString& label) {
-        if (label.isEmpty())
-            return QString::fromLatin1(p.screen->isVisible() ? "shown" : "hidden");
-        return p.text(label.toLatin1().constData());
-    });
-    p.probe("clock", [&](const QString& ms) {
-        p.clock.advanceMs(ms.toInt());
-        return QString();
-    });
-    p.probe("battery", [&](const QString& level) {
-        p.root.writeFile("Windows/uni1.state", level.toLatin1());
-        return QString();
-    });
-    p.probe("tick", [&](const QString& time) {
-        EXPECT_TRUE(QTest::qWaitFor([&] { return p.text("time") == time; }, 3000));
-        return QString();
-    });
-    p.probe("pause", [&](auto) {
-        QTest::qWait(int(SystemInfoDlg::kRefreshMs * 1.5));
-        return QString();
-    });
-    p.run("system_info.txt");
+    const TempRoot& root = program.root;
+    ASSERT_NE(program.screen, nullptr);
+    EXPECT_FALSE(program.screen->refreshRunning());
+
+    program.clock.advanceMs(60000);
+    program.openFromMenu();
+    EXPECT_TRUE(program.screen->refreshRunning());
+    EXPECT_FALSE(program.app.mainMenu()->clockRunning());
+    EXPECT_EQ(program.text("time"), QStringLiteral("07:06:09"));
+    EXPECT_EQ(program.text("date"), QStringLiteral("04.05.2026"));
+    EXPECT_EQ(program.stateWord()->text(), QStringLiteral("gut"));
+
+    // The next tick shows the new second and asks the battery again.
+    program.clock.advanceMs(2000);
+    root.writeFile("Windows/uni1.state", "30");
+    EXPECT_TRUE(QTest::qWaitFor([&] { return program.text("time") == u"07:06:11"; }, 3000));
+    EXPECT_EQ(program.stateWord()->text(), QStringLiteral("niedrig"));
+
+    program.press(Screen::kCancel);
+    EXPECT_EQ(program.app.stack().activeScreen(), program.app.mainMenu());
+    EXPECT_TRUE(program.app.mainMenu()->isVisible());
+    EXPECT_TRUE(program.app.mainMenu()->clockRunning());
+    EXPECT_FALSE(program.screen->isVisible());
+    EXPECT_FALSE(program.screen->refreshRunning());
+
+    // Hidden, the screen is left alone.
+    program.clock.advanceMs(5000);
+    root.writeFile("Windows/uni1.state", "40");
+    QTest::qWait(int(SystemInfoDlg::kRefreshMs * 1.5));
+    EXPECT_EQ(program.text("time"), QStringLiteral("07:06:11"));
+    EXPECT_EQ(program.stateWord()->text(), QStringLiteral("niedrig"));
+
+    // Shown again, it is up to date at once.
+    program.openFromMenu();
+    EXPECT_EQ(program.text("time"), QStringLiteral("07:06:16"));
+    EXPECT_EQ(program.stateWord()->text(), QStringLiteral("sehr niedrig"));
+    EXPECT_TRUE(program.screen->refreshRunning());
     for (const Case& c : readCases(QStringLiteral("app/data/build_lines.txt")))
         EXPECT_EQ(SystemInfoDlg::buildLine(QStringLiteral("3.3.0"), c.fields[0].constData()),
                   c.text(1))
