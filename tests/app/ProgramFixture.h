@@ -356,8 +356,10 @@ public:
             } else if (kind == "tab") {
                 tapTab(a, b.toInt());
             } else if (kind == "answer") {
-                for (const QString& answer : rest)
-                    dialogs.answerNext(answers.value(answer, Answer::None));
+                for (const QString& answer : rest) {
+                    EXPECT_TRUE(answers.contains(answer)) << "no answer " << str(answer);
+                    dialogs.answerNext(answers.value(answer));
+                }
             } else if (kind == "row") {
                 auto* view = active()->findChild<QTreeWidget*>();
                 ASSERT_TRUE(view && view->topLevelItem(a.toInt())) << "no row " << str(a);
@@ -369,8 +371,8 @@ public:
             } else if (kind == "hit") {
                 QWidget* widget =
                     a.isEmpty() ? QApplication::focusWidget() : active()->findChild<QWidget*>(a);
-                ASSERT_NE(widget, nullptr) << str(a);
-                QTest::keyClick(widget, deviceKeys.value(b, Qt::Key_unknown));
+                ASSERT_TRUE(widget && deviceKeys.contains(b)) << str(a) << " " << str(b);
+                QTest::keyClick(widget, deviceKeys.value(b));
             } else if (kind == "screen") {
                 EXPECT_EQ(activeName(), a);
             } else if (kind == "focus") {
