@@ -62,6 +62,8 @@ public:
         bool next();
         // Runs a statement that returns no rows.
         bool run();
+        // True once a step failed: next() returning false is then no end of the rows.
+        bool failed() const { return m_failed; }
         int columnCount() const;
         FieldValue value(int column) const;
         std::int64_t integer(int column) const;

@@ -48,6 +48,10 @@ bool Dataset::reset(const Filter& filter)
         q.bind(i + 1, filter.values[i]);
     while (q.next())
         m_rowIds.push_back(q.integer(0));
+    if (q.failed()) {
+        m_rowIds.clear(); // half a table would pass for the whole
+        return false;
+    }
     return moveFirst() || m_rowIds.empty();
 }
 

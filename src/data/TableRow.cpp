@@ -100,7 +100,8 @@ bool TableRow::scan(Database& db, const TableDescriptor& table, const QString& w
         if (!row(q))
             break;
     }
-    return true;
+    // A table dropped or a medium failing under a kept statement ends the walk early.
+    return !q.failed();
 }
 
 bool TableRow::insert(Database& db, const TableRow& record)

@@ -451,6 +451,10 @@ TEST_F(DatasetTest, FiltersSelectAndOrderTheRecordsAndTheCursorStopsAtBothEnds)
         EXPECT_EQ(std::tuple(ok, trees.eof(), trees.loadInt(u"ID"), trees.loadIsEmpty(u"BAUMART")),
                   std::tuple(id != 0, id == 0, id, id == 0));
     }
+    // The kept statement fails in its first step once its table is gone: no rows, not no match.
+    ASSERT_TRUE(db.exec(u"DROP TABLE Brov_Holzdaten"_s));
+    EXPECT_FALSE(trees.reset(Filter::byList(2)));
+    EXPECT_EQ(trees.count(), 0);
 }
 
 TEST_F(DatasetTest, InsertSaveAndDeleteWorkOnTheCurrentRecord)
