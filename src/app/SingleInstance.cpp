@@ -2,7 +2,9 @@
 
 #include <QCryptographicHash>
 #include <QDir>
+#include <QFileInfo>
 #include <QLocalSocket>
+#include <QThread>
 
 namespace brovant {
 
@@ -32,7 +34,7 @@ bool SingleInstance::acquire()
 {
     QDir().mkpath(m_rootDir);
     // A lock left by a crashed run belongs to a dead process; QLockFile takes it over.
-    if (!m_lock.tryLock(0))
+    if (!m_lock.tryLock(0) && !(takeOverUnreadableLock() && m_lock.tryLock(0)))
         return false;
     m_server = std::make_unique<QLocalServer>();
     const QString name = serverName(m_rootDir);
@@ -52,6 +54,26 @@ bool SingleInstance::acquire()
         }
     });
     return true;
+}
+
+bool SingleInstance::takeOverUnreadableLock()
+{
+    // A run killed between creating the lock and writing its owner into it (or a power loss before
+    // the line reached the card) leaves a lock QLockFile never calls stale: the program would not
+    // start again. A live owner writes its line at once, after the pause at the latest, and keeps
+    // its file locked, which removeStaleLockFile() respects.
+    const auto unreadable = [this] {
+        qint64 pid = 0;
+        QString host;
+        QString app;
+        return !m_lock.getLockInfo(&pid, &host, &app);
+    };
+    if (!unreadable())
+        return false;
+    QThread::msleep(kOwnerWritesMs);
+    if (!QFileInfo::exists(m_lock.fileName()))
+        return true;
+    return unreadable() && m_lock.removeStaleLockFile();
 }
 
 bool SingleInstance::notifyRunning(int parameter)

@@ -30,6 +30,11 @@ signals:
     void messageReceived(int parameter);
 
 private:
+    // Time a starting owner has to write its line into a lock it has just created.
+    static constexpr unsigned long kOwnerWritesMs = 100;
+
+    bool takeOverUnreadableLock();
+
     QString m_rootDir;
     QLockFile m_lock;
     std::unique_ptr<QLocalServer> m_server;

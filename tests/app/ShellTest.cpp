@@ -150,6 +150,23 @@ TEST(Shell, SecondStartOfTheProgramHandsOver)
     EXPECT_FALSE(QFile::exists(root.host(QStringLiteral("Brovant"))));
 }
 
+// A start killed before it wrote its owner into the lock, or cut short in the line, or an owner
+// gone: the next start takes the lock over, and holds it against a third.
+TEST(Shell, LocksLeftByKilledStartsAreTakenOver)
+{
+    const std::pair<const char*, QByteArray> left[] = {
+        {"empty", ""}, {"cut line", "12ab"}, {"owner gone", "2147483646\nbrovant\n\n"}};
+    for (const auto& [label, content] : left) {
+        SCOPED_TRACE(label);
+        TempRoot root;
+        root.writeFile(QStringLiteral(".brovant.lock"), content);
+        SingleInstance next(root.path());
+        EXPECT_TRUE(next.acquire());
+        SingleInstance third(root.path());
+        EXPECT_FALSE(third.acquire());
+    }
+}
+
 // The real program's demo tour on `root`, pictures into `pictures`: exit status and stderr.
 std::pair<int, QString> runTour(const TempRoot& root, const TempRoot& pictures)
 {
