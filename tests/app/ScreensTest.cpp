@@ -252,7 +252,9 @@ TEST_F(TotalsScreen, DistributionStepsThroughTheSpeciesAndPrintKeysWriteIntoTheP
     ASSERT_EQ(activeName(), QStringLiteral("totals"));
     EXPECT_EQ(keyCaptions(TotalsDlg::kDistribution), QStringList{"Vert."});
     auto* distribution = find<DistributionDlg>();
-    const auto chart = [distribution] { return distribution->shownChart(); };
+    const auto chart = [distribution] {
+        return distribution->shownChart();
+    };
     names = {{"Vert", TotalsDlg::kDistribution},
              {"NextSpecies", DistributionDlg::kNextSpecies},
              {"PreviousSpecies", DistributionDlg::kPreviousSpecies},

@@ -1,13 +1,13 @@
 // The settings screen from the main menu: its tabs, device settings that apply at once, the keys
 // that ask first, the restore screen, and the ways to other screens ("Delete all", a backup and a
 // restore taken: the day in the field).
-#include "app/SettingsDlg.h"
 #include "app/CableSettingsDlg.h"
 #include "app/ConfigurationDlg.h"
 #include "app/KeyTables.h"
 #include "app/PrinterSettingsDlg.h"
 #include "app/ProgramFixture.h"
 #include "app/RestoreDlg.h"
+#include "app/SettingsDlg.h"
 #include "device/BackupService.h"
 #include "device/DeviceControls.h"
 

@@ -1,7 +1,7 @@
-#include "app/TallyDlg.h"
 #include "app/KeyTables.h"
 #include "app/ListSelectionDlg.h"
 #include "app/ProgramFixture.h"
+#include "app/TallyDlg.h"
 #include "app/TariffAssignmentDlg.h"
 #include "app/TotalsDlg.h"
 #include "platform/serial/SerialPort.h"
