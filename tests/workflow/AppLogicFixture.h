@@ -60,6 +60,18 @@ inline QStringList said(const ScriptedDialogs& dialogs)
     return out;
 }
 
+// A step's expectations: its result in column 3, the messages it showed in column 4; an empty
+// column is not checked.
+inline void expectStep(const Case& c, const QString& result, const QStringList& shown)
+{
+    if (!c.text(3).isEmpty()) {
+        EXPECT_EQ(result.isEmpty() ? QStringLiteral("-") : result, c.text(3));
+    }
+    if (!c.text(4).isEmpty()) {
+        EXPECT_EQ(shown, listOf(c.text(4)));
+    }
+}
+
 // Every row of `sql`, its columns joined by '|', read through a connection of its own to `file`,
 // so only committed rows show.
 inline QStringList committedRows(const QString& file, const QString& sql)

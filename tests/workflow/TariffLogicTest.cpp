@@ -201,12 +201,7 @@ TEST(TariffAssignment, Steps)
         } else if (action != u"device") {
             FAIL() << "unknown step " << str(action);
         }
-        if (!c.text(3).isEmpty()) {
-            EXPECT_EQ(result.isEmpty() ? QStringLiteral("-") : result, c.text(3));
-        }
-        if (!c.text(4).isEmpty()) {
-            EXPECT_EQ(test::said(d->dialogs), test::listOf(c.text(4)));
-        }
+        test::expectStep(c, result, test::said(d->dialogs));
     }
 }
 
