@@ -15,9 +15,9 @@ import time
 import unittest
 
 from selenium import webdriver
+from selenium.common.exceptions import WebDriverException
 from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.common.by import By
-from selenium.webdriver.support import expected_conditions
 from selenium.webdriver.support.ui import WebDriverWait
 
 TOOL, OFFICE, SOURCE = sys.argv[1:4]
@@ -81,7 +81,17 @@ class OfficeWebPage(unittest.TestCase):
         looked up before that would be the old page's, gone stale a moment later."""
         page = self.browser.find_element(By.TAG_NAME, "html")
         self.browser.find_element(by, value).click()
-        WebDriverWait(self.browser, 20).until(expected_conditions.staleness_of(page))
+
+        def replaced(_):
+            # Chromium reports the old page's node mid-swap as a plain error ("does not belong to
+            # the document"), not always as a stale element: either means the page was replaced.
+            try:
+                page.is_enabled()
+                return False
+            except WebDriverException:
+                return True
+
+        WebDriverWait(self.browser, 20).until(replaced)
 
     def log_in(self, name, password):
         b = self.browser
